@@ -1,0 +1,31 @@
+// A gesture model: labelled templates, per-class thresholds, and the file they live in.
+#pragma once
+
+#include <utility>
+#include <vector>
+
+#include "classifier/points.h"
+
+class Gmodel {
+ public:
+  // Writes path + ".xml". Numbers get 6 significant digits, so what is read back
+  // equals the model to that precision only. Returns false when the file cannot be
+  // opened, true otherwise.
+  bool write(const char* path) const;
+
+  // Fills the record from path + ".xml". Returns false, with the record unchanged,
+  // when the file cannot be opened; true otherwise, whatever the file holds: the
+  // content is not checked. Throws std::length_error or std::bad_alloc for counts
+  // that no array can have; the record is then partly overwritten.
+  bool read(const char* path);
+
+  int nclasses = 0;
+  int nTemplate = 0;
+  int normalize = 0;    // 1: traces are scaled to unit root mean square first
+  int havegravity = 0;  // trailing gravity points of every trace: 0 or 1
+  std::vector<int> class_labels;
+  // Least similarity that is accepted, per class, in the order of `class_labels`;
+  // empty: everything is accepted. Similarities are never above zero.
+  std::vector<double> class_thresholds;
+  std::vector<std::pair<int, std::vector<Point3Df>>> templates;  // label, trace
+};

@@ -1,0 +1,91 @@
+#include "classifier/HGR.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "classifier/similarity.h"
+#include "context/WgrLog.h"
+
+HGR::HGR(int n) : model(new Gmodel()) { model->normalize = n > 0 ? 1 : 0; }
+
+HGR::~HGR() { delete model; }
+
+double HGR::normalize(std::vector<Point3Df>& trace, int k) {
+  return scale_to_unit_rms(trace, k);
+}
+
+float HGR::cal_simlarity(const std::vector<Point3Df>& a, const std::vector<Point3Df>& b,
+                         int k) {
+  return dtw_similarity(a, b, k);
+}
+
+// The root mean square of the trace; scales it only for a model that compares shapes.
+static double measure_strength(const Gmodel& model, Points& trace) {
+  if (model.normalize != 0) return scale_to_unit_rms(trace, model.havegravity);
+  Points copy = trace;
+  return scale_to_unit_rms(copy, model.havegravity);
+}
+
+// Whether the score fails the threshold of its class; `otherwise` when the class has
+// none of its own. A score must exceed its threshold.
+static int fails_threshold(const Gmodel& model, int label, double score, int otherwise) {
+  if (model.class_thresholds.empty()) return 0;
+  const size_t classes =
+      std::min({static_cast<size_t>(std::max(model.nclasses, 0)),
+                model.class_labels.size(), model.class_thresholds.size()});
+  for (size_t c = 0; c < classes; ++c) {
+    if (model.class_labels[c] == label) return score <= model.class_thresholds[c] ? 1 : 0;
+  }
+  return otherwise;
+}
+
+int HGR::predict(std::vector<Point3Df>& trace, double* strength, double* score,
+                 int* reject_flag) {
+  const double measured = measure_strength(*model, trace);
+  if (strength != nullptr) *strength = measured;
+
+  WgrLogAt(kLogPredict, model->nTemplate, model->nclasses, model->normalize,
+           model->havegravity);
+
+  // Nothing beats the start value when there are no templates, or when every score is
+  // minus infinity or not a number.
+  double best = std::numeric_limits<double>::lowest();
+  const std::pair<int, Points>* winner = nullptr;
+  const size_t templates = std::min(static_cast<size_t>(std::max(model->nTemplate, 0)),
+                                    model->templates.size());
+  for (size_t t = 0; t < templates; ++t) {
+    const double s = static_cast<double>(
+        dtw_similarity(trace, model->templates[t].second, model->havegravity));
+    if (s > best) {
+      best = s;
+      winner = &model->templates[t];
+    }
+  }
+  if (score != nullptr) *score = best;
+  if (winner == nullptr) {
+    if (reject_flag != nullptr && model->class_thresholds.empty()) *reject_flag = 0;
+    return kNoGesture;
+  }
+  if (reject_flag != nullptr) {
+    *reject_flag = fails_threshold(*model, winner->first, best, *reject_flag);
+  }
+  return winner->first;
+}
+
+// Both orders of a pair are computed: how ties go depends on the order, so the paths'
+// lengths may differ.
+float* HGR::cal_sim_matrix(const std::vector<std::vector<Point3Df>>& traces, int k) {
+  const size_t n = traces.size();
+  float* matrix = new float[n * n];
+  try {
+    for (size_t i = 0; i < n; ++i) {
+      for (size_t j = 0; j < n; ++j) {
+        matrix[i * n + j] = i == j ? 0.0f : dtw_similarity(traces[i], traces[j], k);
+      }
+    }
+  } catch (...) {
+    delete[] matrix;
+    throw;
+  }
+  return matrix;
+}

@@ -1,0 +1,114 @@
+#include "context/WgrContext.h"
+
+#include <memory>
+#include <stdexcept>
+
+#include "context/WgrLog.h"
+
+const char c_GmodelPath[kWearers * kModes][100] = {
+    "/usr/share/GestureModel/olvo_model_5_ow/hgr_olvo",
+    "/usr/share/GestureModel/olvo_model_5_fb/hgr_olvo",
+    "/usr/share/GestureModel/olvo_model_5_mix/hgr_olvo",
+    "/usr/share/GestureModel/olvo_model_5r_ow/hgr_olvo",
+    "/usr/share/GestureModel/olvo_model_5r_fb/hgr_olvo",
+    "/usr/share/GestureModel/olvo_model_5r_mix/hgr_olvo",
+};
+
+static constexpr int kDefaultModel = 1;           // left wrist, mode 1
+static constexpr int kDefaultRate = 50;           // samples per second
+static constexpr int kDefaultHandWindow = 50;     // samples
+static constexpr double kDefaultThreshold = 2.0;  // m/s²
+static constexpr int kUseDefault = -1;            // a length the engine chooses itself
+
+static constexpr int kNothingReported = 6;   // also a class that is never reported
+static constexpr int kReportedRejected = 5;  // what the host is told for kRejected
+
+static constexpr int kWearerUndecided = 2;
+static constexpr int kWearerResults[kWearers] = {0, 1};
+
+WgrContext::WgrContext() {
+  WgrLogAt(kLogContextStart);
+  auto detector = std::make_unique<WHD>(kDefaultRate, kDefaultHandWindow, nullptr);
+  ages = new AgGes(c_GmodelPath[kDefaultModel], kAccOnly, kDefaultRate, {0.0, 0.0, 0.0},
+                   kUseDefault, kUseDefault, kUseDefault, kDefaultThreshold);
+  whd = detector.release();
+  WgrLogAt(kLogContextEnd);
+}
+
+WgrContext::~WgrContext() {
+  delete whd;
+  delete ages;
+}
+
+int WgrContext::init_gesture_handle(int sample_rate, Point3Df gyro_bias,
+                                    int min_motion_len, int history_len,
+                                    int static_window, int hand_window_len) {
+  whd->init(sample_rate, hand_window_len);
+  ages->init(kAccAndGyro, sample_rate, gyro_bias, min_motion_len, history_len,
+             static_window, kDefaultThreshold);
+  WgrLogAt(kLogInitDone);
+  return 0;
+}
+
+// A classifier with the model at `path`, or with the empty model when there is none.
+static HGR* load_classifier(const char* path) {
+  auto classifier = std::make_unique<HGR>(0);
+  try {
+    classifier->model->read(path);
+  } catch (const std::exception&) {
+    // Counts that no array can have: the half-read record goes.
+    *classifier->model = Gmodel();
+  }
+  return classifier.release();
+}
+
+int WgrContext::set_gesture_model(WgWatchWearer wearer, WgWorkMode mode) {
+  if (wearer < 0 || wearer >= kWearers || mode < 0 || mode >= kModes) return 1;
+  const char* path = c_GmodelPath[kModes * wearer + mode];
+  WgrLogAt(kLogSetModel, static_cast<int>(wearer), static_cast<int>(mode), path);
+  if (ages->hgr != nullptr) {
+    HGR* fresh = load_classifier(path);
+    delete ages->hgr;
+    ages->hgr = fresh;
+  }
+  WgrLogAt(kLogSetModelDone);
+  return 0;
+}
+
+int WgrContext::update_handtype(Point3Df acc) {
+  const int wrist = whd->update(acc);
+  return wrist == 0 || wrist == 1 ? kWearerResults[wrist] : kWearerUndecided;
+}
+
+static void empty_buffers(AgGes& engine) {
+  engine.motion_acc.clear();
+  engine.motion_gyro.clear();
+  engine.last_motion_acc.clear();
+  engine.trace.clear();
+  engine.trace_velocity.clear();
+  engine.trace_position.clear();
+  engine.aux_points_a.clear();
+  engine.aux_points_b.clear();
+  engine.acc_history.clear();
+  engine.gyro_history.clear();
+  engine.static_history.clear();
+}
+
+int WgrContext::update_gesture(Point3Df acc, Point3Df gyro) {
+  WgrLogAt(kLogUpdateStart);
+  ages->update(acc, gyro);
+  int gesture = ages->gesture_class;
+  WgrLogAt(kLogGestureType, gesture);
+
+  if (gesture == kRejected) {
+    gesture = kReportedRejected;
+  } else if (gesture == kNoGesture || gesture == kNothingReported) {
+    return kNothingReported;
+  }
+
+  if (event_cb != nullptr) event_cb(this, gesture, user_data);
+  // Strength and duration stay, for the host to ask for.
+  ages->gesture_class = kNoGesture;
+  empty_buffers(*ages);
+  return gesture;
+}

@@ -1,0 +1,47 @@
+// What stands behind one handle: a wrist detector, a gesture engine with one of the
+// six models, and the host's callback.
+#pragma once
+
+#include "WgrTypes.h"
+#include "engine/agGes.h"
+
+inline constexpr int kWearers = 2;
+inline constexpr int kModes = 3;
+
+// Where the gesture models are, without their ".xml"; entry 3 * wearer + mode.
+extern const char c_GmodelPath[kWearers * kModes][100];
+
+class WgrContext {
+ public:
+  // Loads the default model, left wrist and mode 1; ends the process with status 0
+  // when it cannot (see AgGes).
+  WgrContext();
+  ~WgrContext();
+  WgrContext(const WgrContext&) = delete;
+  WgrContext& operator=(const WgrContext&) = delete;
+
+  // Sets the parameters of detector and engine; switches the engine to two sensors
+  // and its strength threshold to the default. Parameters as in
+  // ::init_gesture_handle(). Returns 0.
+  int init_gesture_handle(int sample_rate, Point3Df gyro_bias, int min_motion_len,
+                          int history_len, int static_window, int hand_window_len);
+
+  // Replaces the classifier by a new one with the chosen model. A file that cannot
+  // be read, or whose counts make no sense, leaves the empty model. Returns 0, or 1
+  // without any effect when an argument is out of range.
+  int set_gesture_model(WgWatchWearer wearer, WgWorkMode mode);
+
+  // One accelerometer sample (m/s²) into the wrist detector. Returns 0 or 1 for a
+  // wrist, 2 for undecided.
+  int update_handtype(Point3Df acc);
+
+  // One sample pair (m/s², deg/s) into the engine. Reports a gesture that it
+  // completes to the callback and empties the engine's buffers. Returns the reported
+  // class, or 6.
+  int update_gesture(Point3Df acc, Point3Df gyro);
+
+  WHD* whd = nullptr;     // owned
+  AgGes* ages = nullptr;  // owned
+  WgGestureEventCb event_cb = nullptr;
+  void* user_data = nullptr;
+};

@@ -1,0 +1,118 @@
+#include "engine/agGes.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+#include <stdexcept>
+
+#include "context/WgrLog.h"
+#include "engine/orientation.h"
+
+static constexpr char kModelRoot[] = "/usr/share/";  // working directory of the loading
+static constexpr size_t kPathSize = 256;             // characters, terminator included
+
+// Lengths that the caller leaves to the engine, as parts of a second.
+static constexpr int kMotionsPerSecond = 2;
+static constexpr long long kHistorySeconds = 5;
+static constexpr int kWindowsPerSecond = 5;
+
+namespace {
+
+// Puts the working directory back at the end of its life, if it could be told at the
+// start.
+class KeptWorkingDirectory {
+ public:
+  KeptWorkingDirectory() : known_(getcwd(path_, sizeof path_) != nullptr) {}
+  ~KeptWorkingDirectory() {
+    // Nothing can be done about a directory that is gone by now.
+    if (known_ && chdir(path_) != 0) known_ = false;
+  }
+  KeptWorkingDirectory(const KeptWorkingDirectory&) = delete;
+  KeptWorkingDirectory& operator=(const KeptWorkingDirectory&) = delete;
+
+  const char* path() const { return known_ ? path_ : ""; }
+
+ private:
+  char path_[kPathSize] = {};
+  bool known_;
+};
+
+}  // namespace
+
+static void log_working_directory() {
+  char path[kPathSize] = {};
+  WgrLogAt(kLogEngineCwd, getcwd(path, sizeof path) != nullptr ? path : "");
+}
+
+// A host without its default model is not to run on; exit status and messages are the
+// contract.
+[[noreturn]] static void end_without_model(const char* model_path) {
+  WgrLogAt(kLogModelFailed, model_path);
+  std::printf("Error: can't load file \"%s\"\n", model_path);
+  std::exit(0);
+}
+
+// A file whose counts no array can have is as good as none.
+static bool read_model(Gmodel& model, const char* model_path) {
+  try {
+    return model.read(model_path);
+  } catch (const std::length_error&) {
+    return false;
+  }
+}
+
+// A classifier with the model at `model_path`; does not return without it.
+static std::unique_ptr<HGR> load_classifier(const char* model_path) {
+  std::printf("Load file \"%s\"...\n", model_path);
+  const KeptWorkingDirectory before;
+  std::printf("-current path: %s\n", before.path());
+  // Model paths are absolute, so loading goes on where this fails.
+  if (chdir(kModelRoot) != 0) std::fflush(stdout);
+  log_working_directory();
+  std::printf("current path: %s\n", before.path());
+
+  auto classifier = std::make_unique<HGR>(0);
+  if (!read_model(*classifier->model, model_path)) end_without_model(model_path);
+  std::printf("    OK\n\n");
+  WgrLogAt(kLogModelLoaded);
+  return classifier;
+}
+
+static int length_or(int length, long long otherwise) {
+  if (length >= 1) return length;
+  return static_cast<int>(std::clamp<long long>(
+      otherwise, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
+}
+
+AgGes::AgGes(const char* model_path, int mode, int rate, Point3Df bias, int motion_len,
+             int history, int window, double threshold) {
+  WgrLogAt(kLogEngineStart);
+  init(mode, rate, bias, motion_len, history, window, threshold);
+  hgr = load_classifier(model_path).release();
+  WgrLogAt(kLogEngineEnd);
+}
+
+AgGes::~AgGes() { delete hgr; }
+
+void AgGes::init(int mode, int rate, Point3Df bias, int motion_len, int history,
+                 int window, double threshold) {
+  work_mode = mode;
+  sample_rate = rate;
+  gyro_bias = bias;
+  min_motion_len = length_or(motion_len, rate / kMotionsPerSecond);
+  history_len = length_or(history, rate * kHistorySeconds);
+  static_window = length_or(window, rate / kWindowsPerSecond);
+  strength_threshold = threshold;
+}
+
+void AgGes::cal_rotation_matrix(Point3Df w, double* R) { rotation_matrix(w, R); }
+
+void AgGes::cal_rotation_theta(const double* R, Point3Df& w) { w = rotation_vector(R); }
+
+void AgGes::cal_first_rot_matrix(double* R) {
+  mean_attitude_inverse(motion_gyro, sample_rate, R);
+}

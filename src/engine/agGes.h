@@ -1,0 +1,97 @@
+// The gesture engine: cuts motions out of the stream and names them.
+//
+// Accelerations are m/s² with gravity in them, angular rates deg/s. The engine trusts
+// its caller; operations return nothing and leave their results in fields.
+#pragma once
+
+#include <deque>
+#include <vector>
+
+#include "WgrTypes.h"
+#include "classifier/HGR.h"
+#include "engine/WHD.h"
+#include "engine/rotation.h"
+
+inline constexpr int kRejected = 13;  // a strong motion that no template matches
+
+// Values of AgGes::work_mode.
+inline constexpr int kAccOnly = 1;
+inline constexpr int kAccAndGyro = 2;
+
+class AgGes {
+ public:
+  // Loads the model at model_path (+ ".xml"), with "/usr/share/" as the process's
+  // working directory meanwhile. Ends the process with exit status 0, after messages
+  // to log and standard output, when it cannot be loaded. A length below 1 means its
+  // default: sample_rate / 2, sample_rate * 5 and sample_rate / 5.
+  AgGes(const char* model_path, int work_mode, int sample_rate, Point3Df gyro_bias,
+        int min_motion_len, int history_len, int static_window,
+        double strength_threshold);
+  ~AgGes();
+  AgGes(const AgGes&) = delete;
+  AgGes& operator=(const AgGes&) = delete;
+
+  // Sets the parameters, as the constructor does, and nothing else.
+  void init(int work_mode, int sample_rate, Point3Df gyro_bias, int min_motion_len,
+            int history_len, int static_window, double strength_threshold);
+
+  // Takes one sample of both sensors, gyro with its bias still in it. A motion that
+  // this sample ends is recognised at once. Refused, with a message on standard
+  // output, in mode 1.
+  void update(Point3Df acc, Point3Df gyro);
+
+  // The same from the accelerometer alone. Refused in modes 2 and 3.
+  void update(Point3Df acc);
+
+  // Cuts the histories to their newest static_window entries.
+  void clear_buf();
+
+  // Whether the wrist is at rest over the newest static_window samples. With both
+  // sensors it moves only while both show motion.
+  bool is_static();
+
+  // Names the collected motion: sets gesture_class and, with both sensors,
+  // motion_strength.
+  void run();
+
+  // Step one: motion_acc and motion_gyro to trace and gravity.
+  void acc_correct();
+
+  // Step two: trace to its active stretch, trace_velocity and trace_position.
+  void trace_reconstruction();
+
+  // See rotation.h and orientation.h; R is 3x3, row-major.
+  void cal_rotation_matrix(Point3Df w, double* R);
+  void cal_rotation_theta(const double* R, Point3Df& w);
+  void cal_first_rot_matrix(double* R);
+
+  int work_mode;              // 1: accelerometer only, 2: accelerometer and gyroscope
+  int sample_rate;            // samples per second
+  int static_window;          // samples of the rest test; half of it is the margin
+  int min_motion_len;         // shortest motion that is recognised, samples
+  int history_len;            // capacity of the histories, samples
+  double strength_threshold;  // least motion strength accepted, m/s²
+  Point3Df gyro_bias;         // deg/s
+  Point3Df gravity = {0.0, 0.0, 0.0};    // of the last motion, in its mean frame, m/s²
+  Point3Df aux_point = {0.0, 0.0, 0.0};  // unused
+  std::deque<Point3Df> motion_acc;       // the motion being collected, m/s²
+  std::deque<Point3Df> motion_gyro;      // in step with it, bias taken off, deg/s
+  std::deque<Point3Df> last_motion_acc;  // motion_acc when a motion was last closed
+  std::vector<Point3Df> trace;           // the last motion without gravity, m/s²
+  std::vector<Point3Df> trace_velocity;  // of the active stretch, m/s
+  std::vector<Point3Df> trace_position;  // of the active stretch, m
+  std::vector<Point3Df> aux_points_a;    // unused
+  std::vector<Point3Df> aux_points_b;    // unused
+  std::deque<Point3Df> acc_history;      // newest samples, m/s²
+  std::deque<Point3Df> gyro_history;     // in step with it, bias taken off, deg/s
+  std::deque<bool> static_history;       // in step with it; true: at rest
+  int gesture_class = kNoGesture;        // of the last recognition
+  double motion_strength = 0.0;          // of the last two-sensor recognition, m/s²
+  double recog_cost_time = 0.0;          // duration of the last trace, ms
+  HGR* hgr = nullptr;                    // owned
+
+ private:
+  // What the two intakes share; see intake.cpp.
+  int margin() const;
+  bool mark_newest();
+};

@@ -1,0 +1,168 @@
+// Takes samples in, marks each as rest or motion, and cuts the motions out.
+//
+// A change between rest and motion is noticed late, because the rest test looks at a
+// window of samples. The flags around a change are therefore rewritten: the change is
+// dated back by nearly half a window, the margin, and a motion begins with as many
+// samples from before the change and ends without as many from before the end.
+#include <sys/time.h>
+
+#include <algorithm>
+#include <cstdio>
+
+#include "engine/agGes.h"
+#include "engine/rest.h"
+
+static constexpr char kWrongMode[] = "Error : gesture mode setting do not match!\n";
+static constexpr double kMsPerSecond = 1000.0;
+
+template <class Queue>
+static long long length(const Queue& queue) {
+  return static_cast<long long>(queue.size());
+}
+
+template <class Queue>
+static void drop_oldest(Queue& queue) {
+  if (!queue.empty()) queue.pop_front();
+}
+
+static void drop_newest(Samples& queue, long long count) {
+  const long long kept = length(queue) - std::max(count, 0LL);
+  queue.resize(static_cast<size_t>(std::max(kept, 0LL)));
+}
+
+// Appends entries begin to end - 1 of a history; those it does not hold, because only
+// the other sensor was fed, count as zeros.
+static void append(const Samples& history, long long begin, long long end, Samples& to) {
+  for (long long i = std::max(begin, 0LL); i < end; ++i) {
+    to.push_back(i < length(history) ? history[static_cast<size_t>(i)]
+                                     : Point3Df{0.0, 0.0, 0.0});
+  }
+}
+
+static void set_flags(std::deque<bool>& flags, long long begin, long long end,
+                      bool value) {
+  end = std::min(end, length(flags));
+  for (long long i = std::max(begin, 0LL); i < end; ++i) {
+    flags[static_cast<size_t>(i)] = value;
+  }
+}
+
+bool AgGes::is_static() {
+  const long long count = length(acc_history);
+  if (static_window < 0 || count < static_window) return true;
+
+  const size_t end = acc_history.size();
+  const size_t begin = end - static_cast<size_t>(static_window);
+  const bool acc_rests = acc_at_rest(window_stats(acc_history, begin, end));
+  if (work_mode == kAccOnly || gyro_history.size() < end) return acc_rests;
+  // Either sensor at rest is enough: the wrist moves while both show motion.
+  return acc_rests || gyro_at_rest(window_stats(gyro_history, begin, end));
+}
+
+// Half the window; rounded down, for a negative one too.
+int AgGes::margin() const { return static_window >> 1; }
+
+// Marks the newest sample, rewrites the marks around a change, and returns the new one.
+bool AgGes::mark_newest() {
+  const bool at_rest = is_static();
+  static_history.push_back(at_rest);
+  const long long marks = length(static_history);
+  if (marks < margin() || marks < 2) return at_rest;
+  if (at_rest == static_history[static_cast<size_t>(marks - 2)]) return at_rest;
+
+  const long long newest = length(acc_history) - 1;
+  const long long moved = length(motion_acc);
+  if (at_rest && moved < min_motion_len) {
+    // Too short to have been a motion: it was rest all along. One mark more than it has
+    // samples is rewritten while the history reaches that far back.
+    set_flags(static_history, newest - moved, newest, true);
+  } else {
+    set_flags(static_history, newest + 1 - margin(), newest, at_rest);
+  }
+  return at_rest;
+}
+
+void AgGes::update(Point3Df acc, Point3Df gyro) {
+  if (work_mode == kAccOnly) {
+    std::fputs(kWrongMode, stdout);
+    return;
+  }
+  const Point3Df rate = gyro - gyro_bias;
+  // Only at this very length: a history that was made longer before keeps growing.
+  if (length(acc_history) == history_len) {
+    drop_oldest(acc_history);
+    drop_oldest(gyro_history);
+    drop_oldest(static_history);
+  }
+  acc_history.push_back(acc);
+  gyro_history.push_back(rate);
+
+  if (!mark_newest()) {
+    if (motion_acc.empty()) {
+      const long long newest = length(acc_history) - 1;
+      append(acc_history, newest + 1 - margin(), newest, motion_acc);
+      append(gyro_history, newest + 1 - margin(), newest, motion_gyro);
+    }
+    motion_acc.push_back(acc);
+    motion_gyro.push_back(rate);
+    return;
+  }
+
+  if (length(motion_acc) >= min_motion_len) {
+    drop_newest(motion_acc, margin());
+    drop_newest(motion_gyro, margin());
+    // The clock is read around the run, but what is reported as its cost is the
+    // duration of the trace at the nominal rate.
+    timeval before;
+    timeval after;
+    gettimeofday(&before, nullptr);
+    run();
+    gettimeofday(&after, nullptr);
+    recog_cost_time = static_cast<double>(trace.size()) * kMsPerSecond /
+                      static_cast<double>(sample_rate);
+  }
+  last_motion_acc = motion_acc;
+  motion_acc.clear();
+  motion_gyro.clear();
+}
+
+void AgGes::update(Point3Df acc) {
+  if (work_mode == kAccAndGyro || work_mode == kAccAndGyro + 1) {
+    std::fputs(kWrongMode, stdout);
+    return;
+  }
+  // These histories do not slide: they grow to their length and are then cut back.
+  if (length(acc_history) == history_len) clear_buf();
+  acc_history.push_back(acc);
+
+  if (!mark_newest()) {
+    if (motion_acc.empty()) {
+      const long long newest = length(acc_history) - 1;
+      append(acc_history, newest + 1 - margin(), newest, motion_acc);
+    }
+    motion_acc.push_back(acc);
+    return;
+  }
+
+  if (length(motion_acc) >= min_motion_len) {
+    drop_newest(motion_acc, margin());
+    run();
+  }
+  motion_acc.clear();
+}
+
+// Entries end - kept to end - 1 of a queue, counting those it does not have as zero.
+template <class Queue>
+static void keep_newest(Queue& queue, size_t end, size_t kept) {
+  queue.resize(end);
+  queue.erase(queue.begin(), queue.begin() + static_cast<std::ptrdiff_t>(end - kept));
+}
+
+void AgGes::clear_buf() {
+  if (static_window < 0 || length(acc_history) <= static_window) return;
+  const size_t end = acc_history.size();
+  const size_t kept = static_cast<size_t>(static_window);
+  keep_newest(acc_history, end, kept);
+  if (!gyro_history.empty()) keep_newest(gyro_history, end, kept);
+  keep_newest(static_history, end, kept);
+}

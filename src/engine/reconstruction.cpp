@@ -1,0 +1,90 @@
+#include "engine/reconstruction.h"
+
+#include <new>
+
+// The active stretch runs while the squared speed reaches this share of its mean.
+static constexpr double kActiveShare = 0.1;
+
+namespace {
+
+// The state at the end of every step between two samples.
+struct Motion {
+  std::vector<double> squared_speed;  // (m/s)²
+  Points velocity;                    // m/s
+  Points position;                    // m
+  double sum_of_squared_speeds = 0.0;
+};
+
+struct Stretch {
+  size_t begin;
+  size_t end;  // exclusive
+};
+
+}  // namespace
+
+static Motion integrate(const Points& acc, int sample_rate) {
+  // A float division on purpose: at 50 Hz the step is 0.01999999955 s, not 0.02 s, and
+  // every velocity and position inherits the difference.
+  const double dt = 1.0f / static_cast<float>(sample_rate);
+  const double half = dt * 0.5;
+  const double sixth = (dt * dt) / 6.0;
+
+  const size_t steps = acc.size() - 1;
+  Motion motion;
+  motion.squared_speed.reserve(steps);
+  motion.velocity.reserve(steps);
+  motion.position.reserve(steps);
+  Point3Df v = {0.0, 0.0, 0.0};
+  Point3Df p = {0.0, 0.0, 0.0};
+  for (size_t i = 0; i < steps; ++i) {
+    const Point3Df& a0 = acc[i];
+    const Point3Df& a1 = acc[i + 1];
+    // Position before velocity: it needs the speed at the start of the step. The later
+    // sample weighs double here but not in the velocity, as intended.
+    p = p + (sixth * (2.0 * a1 + a0) + dt * v);
+    v = v + half * (a1 + a0);
+    motion.squared_speed.push_back(squared_length(v));
+    motion.velocity.push_back(v);
+    motion.position.push_back(p);
+    motion.sum_of_squared_speeds += motion.squared_speed.back();
+  }
+  return motion;
+}
+
+// From the first to the last step that is fast; empty when the first or the last step
+// is fast itself: such a motion was cut in its middle.
+static Stretch active_stretch(const Motion& motion) {
+  const std::vector<double>& speed = motion.squared_speed;
+  const size_t steps = speed.size();
+  if (steps == 0) return {0, 0};
+  const double threshold =
+      (motion.sum_of_squared_speeds / static_cast<double>(steps)) * kActiveShare;
+  // Written so that a speed or a threshold that is not a number counts as fast.
+  const auto fast = [&](size_t i) { return !(speed[i] < threshold); };
+
+  if (fast(0) || fast(steps - 1)) return {0, 0};
+  size_t begin = 1;
+  while (begin < steps && !fast(begin)) ++begin;
+  size_t end = steps;
+  while (end > begin && !fast(end - 1)) --end;
+  return {begin, end};
+}
+
+void reconstruct(Points& trace, int sample_rate, Points& velocity, Points& position) {
+  velocity.clear();
+  position.clear();
+  // One step fewer than points: without any point that is no number of steps at all.
+  if (trace.empty()) throw std::bad_alloc();
+
+  const Motion motion = integrate(trace, sample_rate);
+  const Stretch kept = active_stretch(motion);
+  Points stretch;
+  stretch.reserve(kept.end - kept.begin);
+  for (size_t k = kept.begin; k < kept.end; ++k) {
+    // The acceleration at a step's start goes with the state at its end, as intended.
+    stretch.push_back(trace[k - 1]);
+    velocity.push_back(motion.velocity[k]);
+    position.push_back(motion.position[k]);
+  }
+  trace = std::move(stretch);
+}

@@ -1,0 +1,22 @@
+// Tells a wrist at rest from a wrist in motion, from a window of samples alone.
+//
+// Each sensor is judged by two figures over the window: the length of the mean
+// vector and the spread around it. Accelerations are m/s² with gravity in them;
+// angular rates are deg/s with the bias taken off. Nothing is kept between calls.
+#pragma once
+
+#include <cstddef>
+
+#include "classifier/points.h"
+
+struct WindowStats {
+  double mean_squared;  // squared length of the mean vector
+  double spread;        // mean squared distance from the mean vector
+};
+
+// Over samples begin to end - 1. An empty window has figures that are not a number,
+// which no test below accepts.
+WindowStats window_stats(const Samples& samples, size_t begin, size_t end);
+
+bool acc_at_rest(const WindowStats& stats);
+bool gyro_at_rest(const WindowStats& stats);
