@@ -1,13 +1,14 @@
 // The subcommands of wgr; each is one file and adds itself to the command line.
 //
-// A subcommand's callback throws UsageError for what the user must mend; main() prints
-// it and ends with kExitBadInput.
+// A subcommand's callback throws UsageError, or RecordingError, for what the user must
+// mend; main() prints it and ends with kExitBadInput.
 #pragma once
 
 #include <CLI/CLI.hpp>
 #include <stdexcept>
 
 inline constexpr int kExitOk = 0;
+inline constexpr int kExitFailure = 1;   // the machine's fault: memory, disk
 inline constexpr int kExitBadInput = 2;  // wrong arguments, unreadable or malformed input
 
 // Something the user gave cannot be used; what() is a whole message for a person.
