@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <deque>
 #include <vector>
 
 #include "WgrTypes.h"
@@ -17,11 +18,21 @@ inline bool same_bits(const Point3Df& a, const Point3Df& b) {
   return same_bits(a.x, b.x) && same_bits(a.y, b.y) && same_bits(a.z, b.z);
 }
 
-template <class T>
-bool same_bits(const std::vector<T>& a, const std::vector<T>& b) {
+template <class Sequence>
+bool same_elements(const Sequence& a, const Sequence& b) {
   if (a.size() != b.size()) return false;
   for (size_t i = 0; i < a.size(); ++i) {
     if (!same_bits(a[i], b[i])) return false;
   }
   return true;
+}
+
+template <class T>
+bool same_bits(const std::vector<T>& a, const std::vector<T>& b) {
+  return same_elements(a, b);
+}
+
+template <class T>
+bool same_bits(const std::deque<T>& a, const std::deque<T>& b) {
+  return same_elements(a, b);
 }
