@@ -1,8 +1,10 @@
 #include "classifier/HGR.h"
 
 #include <algorithm>
-#include <limits>
+#include <memory>
+#include <tuple>
 
+#include "classifier/best_match.h"
 #include "classifier/similarity.h"
 #include "context/WgrLog.h"
 
@@ -47,45 +49,29 @@ int HGR::predict(std::vector<Point3Df>& trace, double* strength, double* score,
   WgrLogAt(kLogPredict, model->nTemplate, model->nclasses, model->normalize,
            model->havegravity);
 
-  // Nothing beats the start value when there are no templates, or when every score is
-  // minus infinity or not a number.
-  double best = std::numeric_limits<double>::lowest();
-  const std::pair<int, Points>* winner = nullptr;
-  const size_t templates = std::min(static_cast<size_t>(std::max(model->nTemplate, 0)),
-                                    model->templates.size());
-  for (size_t t = 0; t < templates; ++t) {
-    const double s = static_cast<double>(
-        dtw_similarity(trace, model->templates[t].second, model->havegravity));
-    if (s > best) {
-      best = s;
-      winner = &model->templates[t];
-    }
-  }
-  if (score != nullptr) *score = best;
-  if (winner == nullptr) {
+  const Match best =
+      best_match(trace, model->templates,
+                 static_cast<size_t>(std::max(model->nTemplate, 0)), model->havegravity);
+  if (score != nullptr) *score = best.score;
+  if (best.winner == nullptr) {
     if (reject_flag != nullptr && model->class_thresholds.empty()) *reject_flag = 0;
     return kNoGesture;
   }
   if (reject_flag != nullptr) {
-    *reject_flag = fails_threshold(*model, winner->first, best, *reject_flag);
+    *reject_flag = fails_threshold(*model, best.winner->first, best.score, *reject_flag);
   }
-  return winner->first;
+  return best.winner->first;
 }
 
-// Both orders of a pair are computed: how ties go depends on the order, so the paths'
-// lengths may differ.
 float* HGR::cal_sim_matrix(const std::vector<std::vector<Point3Df>>& traces, int k) {
   const size_t n = traces.size();
-  float* matrix = new float[n * n];
-  try {
-    for (size_t i = 0; i < n; ++i) {
-      for (size_t j = 0; j < n; ++j) {
-        matrix[i * n + j] = i == j ? 0.0f : dtw_similarity(traces[i], traces[j], k);
-      }
+  auto matrix = std::make_unique<float[]>(n * n);
+  for (size_t i = 0; i < n; ++i) {
+    matrix[i * n + i] = 0.0f;
+    for (size_t j = i + 1; j < n; ++j) {
+      std::tie(matrix[i * n + j], matrix[j * n + i]) =
+          dtw_similarity_both_ways(traces[i], traces[j], k);
     }
-  } catch (...) {
-    delete[] matrix;
-    throw;
   }
-  return matrix;
+  return matrix.release();
 }

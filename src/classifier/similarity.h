@@ -4,11 +4,28 @@
 // a trace are not part of the motion; the first of them is its gravity vector.
 #pragma once
 
+#include <utility>
+
 #include "classifier/points.h"
+#include "classifier/warping.h"
 
 // See HGR::normalize.
 double scale_to_unit_rms(Points& trace, int k);
 
-// See HGR::cal_simlarity. Dynamic time warping after Sakoe and Chiba (1978), with
-// unit steps and no window.
+// See HGR::cal_simlarity.
 float dtw_similarity(const Points& a, const Points& b, int k);
+
+// The similarities of (a, b) and of (b, a), at hardly more than the price of one.
+std::pair<float, float> dtw_similarity_both_ways(const Points& a, const Points& b, int k);
+
+// The pieces of a score, for those who compare one trace with many.
+
+// Number of motion points; 0 when there are none, or k is negative.
+size_t motion_points(const Points& trace, int k);
+
+// Squared distance of the two gravity directions, 0 to 4; 0 when k is 0. Not a number
+// for a gravity vector without length. Both traces have more than k points.
+double gravity_distance(const Points& a, const Points& b, int k);
+
+// Minus the mean cost of the path's points, less the gravity distance.
+float score_of(const WarpingPath& path, double gravity, int k);
