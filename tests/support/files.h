@@ -33,10 +33,10 @@ inline std::string read_log() {
   return std::filesystem::exists(kLogPath) ? read_file(kLogPath) : std::string();
 }
 
-// Makes the log's directory anew, with nothing in it.
+// Empties the log's directory. The directory itself stays: it is a mount.
 inline void clear_log() {
-  std::filesystem::remove_all(kLogDirectory);
-  std::filesystem::create_directories(kLogDirectory);
+  for (const auto& entry : std::filesystem::directory_iterator(kLogDirectory))
+    std::filesystem::remove_all(entry.path());
 }
 
 // A directory of its own for one test, removed with all that is in it.
@@ -54,6 +54,7 @@ class TempDirectory {
   TempDirectory(const TempDirectory&) = delete;
   TempDirectory& operator=(const TempDirectory&) = delete;
 
+  const std::string& path() const { return path_; }
   std::string file(const std::string& name) const { return path_ + "/" + name; }
 
  private:

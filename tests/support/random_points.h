@@ -44,8 +44,10 @@ class RandomPoints {
                                  -kInfinity,
                                  0.0,
                                  1e200,
-                                 -1e30};
-      return specials[integer(0, 5)];
+                                 -1e30,
+                                 1.5e308,
+                                 -1.5e308};
+      return specials[integer(0, 7)];
     }
     return gaussian();
   }
