@@ -140,6 +140,28 @@ RecordingReader::RecordingReader(const std::string& path)
 RecordingReader::~RecordingReader() = default;
 
 bool RecordingReader::next(RecordedSample& sample) {
+  if (!ahead_.empty()) {
+    sample = ahead_.front();
+    ahead_.pop_front();
+    return true;
+  }
+  if (error_behind_) std::rethrow_exception(error_behind_);
+  return parse_next(sample);
+}
+
+const std::deque<RecordedSample>& RecordingReader::read_ahead(size_t count) {
+  try {
+    RecordedSample sample;
+    while (!error_behind_ && ahead_.size() < count && parse_next(sample)) {
+      ahead_.push_back(sample);
+    }
+  } catch (const RecordingError&) {
+    error_behind_ = std::current_exception();
+  }
+  return ahead_;
+}
+
+bool RecordingReader::parse_next(RecordedSample& sample) {
   std::string_view text;
   if (!source_->next_line(text)) return false;
 

@@ -6,6 +6,8 @@
 #pragma once
 
 #include <cstddef>
+#include <deque>
+#include <exception>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -42,13 +44,21 @@ class RecordingReader {
   // the sensor does not have, reads as 0 and is counted; the time may not be empty.
   bool next(RecordedSample& sample);
 
+  // Up to `count` samples from here on, without using them: next() hands them out as if
+  // they had not been seen, and throws at a malformed line behind them in its turn.
+  const std::deque<RecordedSample>& read_ahead(size_t count);
+
   size_t line() const;              // number of the line last read, from 1
   size_t absent_fields() const;     // empty fields so far
   std::string absent_axes() const;  // the axes they belong to, as "gx, gy"; may be ""
 
  private:
   struct Source;
+  bool parse_next(RecordedSample& sample);
+
   std::unique_ptr<Source> source_;
+  std::deque<RecordedSample> ahead_;
+  std::exception_ptr error_behind_;  // what stopped reading ahead
 };
 
 // A whole recording at once.

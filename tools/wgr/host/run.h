@@ -1,0 +1,21 @@
+// Runs a host over a recording from its first sample to its last.
+#pragma once
+
+#include <functional>
+
+#include "host/report.h"
+#include "host/session.h"
+#include "recording/recording.h"
+
+// What happened to one sample; `event` is null when it completed no gesture.
+struct Step {
+  const RecordedSample& sample;
+  bool at_rest;
+  int wearer;
+  const GestureEvent* event;
+};
+
+// Feeds every sample of the recording to the host, counts into `totals`, and shows each
+// step to the observer. A RecordingError leaves with `totals` up to date.
+void run_session(Session& session, RecordingReader& reader, Totals& totals,
+                 const std::function<void(const Step&)>& observe);

@@ -1,0 +1,63 @@
+#include "host/session.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "errors.h"
+#include "host/fixed_paths.h"
+
+// One second at the rate that the wrist detector's built-in parameters are made for.
+static constexpr int kHandWindow = 50;
+static constexpr int kLibraryChooses = -1;
+
+static bool creating = false;
+
+// The library ends the process with status 0 when it cannot load its default model.
+static void report_end_while_creating() {
+  if (!creating) return;
+  std::fflush(nullptr);
+  const std::string model = model_file(kInstalledModels, kDefaultWearer, kDefaultMode);
+  std::fprintf(stderr, "wgr: %s: the library cannot load it: not a model file\n",
+               model.c_str());
+  _exit(kExitBadInput);
+}
+
+static WgrHandle create() {
+  static const bool registered = std::atexit(report_end_while_creating) == 0;
+  creating = registered;
+  const WgrHandle handle = create_gesture_handle();
+  creating = false;
+  return handle;
+}
+
+Session::Session(const SessionOptions& options) : handle_(create()) {
+  init_gesture_handle(handle_, options.rate, options.gyro_bias, kLibraryChooses,
+                      kLibraryChooses, kLibraryChooses, kHandWindow);
+  set_gesture_model(handle_, static_cast<WgWatchWearer>(options.wearer),
+                    static_cast<WgWorkMode>(options.mode));
+  if (options.sensitivity) set_gesture_rec_sensitivity(handle_, *options.sensitivity);
+  register_gesture_event_cb(handle_, on_gesture, this);
+}
+
+Session::~Session() { destroy_gesture_handle(&handle_); }
+
+void Session::on_gesture(void* handle, int gesture, void* session) {
+  Session& self = *static_cast<Session*>(session);
+  self.event_ = GestureEvent{self.now_, gesture, get_motion_strength(handle),
+                             get_recog_cost_time(handle)};
+}
+
+std::optional<GestureEvent> Session::feed(const RecordedSample& sample) {
+  now_ = sample.t;
+  event_.reset();
+  update_gesture(handle_, sample.acc, sample.gyro);
+  return event_;
+}
+
+bool Session::at_rest() const { return get_movement_status(handle_) == 1; }
+
+int Session::ask_wearer(const RecordedSample& sample) {
+  return get_wearer_type(handle_, sample.acc);
+}
