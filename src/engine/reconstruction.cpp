@@ -81,7 +81,7 @@ void reconstruct(Points& trace, int sample_rate, Points& velocity, Points& posit
   Points stretch;
   stretch.reserve(kept.end - kept.begin);
   for (size_t k = kept.begin; k < kept.end; ++k) {
-    // The acceleration at a step's start goes with the state at its end, as intended.
+    // With a step's state goes the acceleration one sample before its start, as intended.
     stretch.push_back(trace[k - 1]);
     velocity.push_back(motion.velocity[k]);
     position.push_back(motion.position[k]);
