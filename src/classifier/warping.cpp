@@ -7,16 +7,7 @@
 
 #include <algorithm>
 
-// On x86-64 the loader picks the version for the widest vectors the CPU has; each gives
-// the same bits. The sanitizers cannot do with functions that are chosen before they run.
-#if defined(__x86_64__) && defined(__gnu_linux__) && !defined(__SANITIZE_ADDRESS__) && \
-    !defined(__SANITIZE_THREAD__) && !defined(__clang__)
-#define WGR_FOR_EACH_CPU __attribute__((target_clones("avx512f", "avx2", "default")))
-#else
-#define WGR_FOR_EACH_CPU
-#endif
-
-#define WGR_INLINE __attribute__((always_inline)) static inline
+#include "each_cpu.h"
 
 // How often, in anti-diagonals, a sweep looks whether it may give up.
 static constexpr size_t kCheckInterval = 8;

@@ -1,11 +1,14 @@
 #include "cluster/apcluster.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
 #include <new>
 #include <vector>
+
+#include "each_cpu.h"
 
 // Each is printed with one line break more.
 static constexpr char kBadMaxits[] = "\tERROR: maxits must be a positive integer";
@@ -65,18 +68,98 @@ static float median_similarity(const float* s, size_t n) {
 }
 
 // The difference is rounded to float, the product and the sum are not.
-static float damped(float fresh, float old, double lambda) {
+WGR_INLINE float damped(float fresh, float old, double lambda) {
   return static_cast<float>(static_cast<double>(fresh) +
                             static_cast<double>(old - fresh) * lambda);
 }
 
-// Column of a row's largest entry; the first of equals.
-static size_t largest(const float* row, size_t n) {
-  size_t best = 0;
-  for (size_t j = 1; j < n; ++j) {
-    if (row[j] > row[best]) best = j;
+namespace {
+
+// The largest entry of a row, its column (the first of equals), and the largest of the
+// others, which is never below the lowest float.
+struct TopTwo {
+  float first;
+  float second;
+  size_t column;
+};
+
+// The two largest of some values; what does not compare is passed over.
+struct TwoValues {
+  float first = -std::numeric_limits<float>::infinity();
+  float second = -std::numeric_limits<float>::infinity();
+};
+
+}  // namespace
+
+WGR_INLINE void take(float& first, float& second, float value) {
+  const float less = value > second ? value : second;
+  second = value > first ? first : less;
+  first = value > first ? value : first;
+}
+
+// Of the sums a + s, column by column. Kept in lanes, so that the compiler takes several
+// columns at once.
+WGR_INLINE TwoValues two_largest(const float* a, const float* s, size_t n) {
+  constexpr size_t kLanes = 16;
+  float first[kLanes];
+  float second[kLanes];
+  TwoValues top;
+  std::fill_n(first, kLanes, top.first);
+  std::fill_n(second, kLanes, top.second);
+  size_t j = 0;
+  for (; j + kLanes <= n; j += kLanes) {
+    for (size_t lane = 0; lane < kLanes; ++lane) {
+      take(first[lane], second[lane], a[j + lane] + s[j + lane]);
+    }
   }
-  return best;
+  for (; j < n; ++j) take(top.first, top.second, a[j] + s[j]);
+  for (size_t lane = 0; lane < kLanes; ++lane) {
+    take(top.first, top.second, first[lane]);
+    take(top.first, top.second, second[lane]);
+  }
+  return top;
+}
+
+WGR_INLINE TopTwo top_two(const float* a, const float* s, size_t n) {
+  const TwoValues values = two_largest(a, s, n);
+  const float start = a[0] + s[0];
+  // Nothing compares as larger than a first entry that is not a number.
+  if (std::isnan(start)) return {start, std::max(values.first, kLowest), 0};
+  size_t column = 0;
+  while (a[column] + s[column] != values.first) ++column;
+  return {values.first, std::max(values.second, kLowest), column};
+}
+
+// What a responsibility adds to its column: only support counts, but for the point's
+// own.
+WGR_INLINE float support(float responsibility) {
+  return responsibility > 0.0f ? responsibility : 0.0f;
+}
+
+// Row i of the responsibilities, and what it adds to the columns' sums.
+WGR_FOR_EACH_CPU static void update_responsibilities(const float* s, const float* a,
+                                                     float* r, float* column_sums,
+                                                     size_t i, size_t n, double damping) {
+  const TopTwo top = top_two(a, s, n);
+  const float chosen = damped(s[top.column] - top.second, r[top.column], damping);
+  for (size_t j = 0; j < n; ++j) r[j] = damped(s[j] - top.first, r[j], damping);
+  r[top.column] = chosen;
+
+  const float own_sum = column_sums[i] + r[i];
+  for (size_t j = 0; j < n; ++j) column_sums[j] += support(r[j]);
+  column_sums[i] = own_sum;
+}
+
+// Row i of the availabilities.
+WGR_FOR_EACH_CPU static void update_availabilities(const float* r,
+                                                   const float* column_sums, float* a,
+                                                   size_t i, size_t n, double damping) {
+  const float own = damped(column_sums[i] - r[i], a[i], damping);
+  for (size_t j = 0; j < n; ++j) {
+    const float fresh = column_sums[j] - support(r[j]);
+    a[j] = damped(fresh >= 0.0f ? 0.0f : fresh, a[j], damping);
+  }
+  a[i] = own;
 }
 
 namespace {
@@ -92,11 +175,9 @@ class Messages {
         damping(lambda),
         responsibility(n * n),
         availability(n * n),
-        row(n),
         column_sums(n) {}
 
-  void update_responsibilities();
-  void update_availabilities();
+  void update();
 
   // Evidence that the point is an exemplar; positive: it is.
   float self_evidence(size_t i) const {
@@ -104,7 +185,7 @@ class Messages {
   }
 
   // The point that i chooses by the present messages.
-  size_t choice(size_t i);
+  size_t choice(size_t i) const;
 
  private:
   const float* s;
@@ -112,57 +193,30 @@ class Messages {
   const double damping;
   std::vector<float> responsibility;
   std::vector<float> availability;
-  std::vector<float> row;          // scratch
-  std::vector<float> column_sums;  // scratch
+  std::vector<float> column_sums;  // of the support in the responsibilities
 };
 
-void Messages::update_responsibilities() {
-  for (size_t i = 0; i < n; ++i) {
-    const float* s_row = &s[i * n];
-    const float* a_row = &availability[i * n];
-    float* r_row = &responsibility[i * n];
-
-    for (size_t j = 0; j < n; ++j) row[j] = a_row[j] + s_row[j];
-    const size_t first = largest(row.data(), n);
-    const float first_value = row[first];
-    row[first] = kLowest;
-    const float second_value = row[largest(row.data(), n)];
-
-    for (size_t j = 0; j < n; ++j) {
-      const float rival = j == first ? second_value : first_value;
-      r_row[j] = damped(s_row[j] - rival, r_row[j], damping);
-    }
-  }
-}
-
-// What a responsibility adds to its column: only support counts, but for the point's
-// own.
-static float support(float responsibility, bool own) {
-  return own || responsibility > 0.0f ? responsibility : 0.0f;
-}
-
-void Messages::update_availabilities() {
+void Messages::update() {
   std::fill(column_sums.begin(), column_sums.end(), 0.0f);
   for (size_t i = 0; i < n; ++i) {
-    const float* r_row = &responsibility[i * n];
-    for (size_t j = 0; j < n; ++j) column_sums[j] += support(r_row[j], i == j);
+    update_responsibilities(&s[i * n], &availability[i * n], &responsibility[i * n],
+                            column_sums.data(), i, n, damping);
   }
   for (size_t i = 0; i < n; ++i) {
-    const float* r_row = &responsibility[i * n];
-    float* a_row = &availability[i * n];
-    for (size_t j = 0; j < n; ++j) {
-      float fresh = column_sums[j] - support(r_row[j], i == j);
-      if (i != j && fresh >= 0.0f) fresh = 0.0f;
-      a_row[j] = damped(fresh, a_row[j], damping);
-    }
+    update_availabilities(&responsibility[i * n], column_sums.data(),
+                          &availability[i * n], i, n, damping);
   }
 }
 
-size_t Messages::choice(size_t i) {
-  for (size_t j = 0; j < n; ++j) {
-    row[j] = availability[i * n + j] + responsibility[i * n + j];
+// First of the largest in row i.
+size_t Messages::choice(size_t i) const {
+  const float* a = &availability[i * n];
+  const float* r = &responsibility[i * n];
+  size_t best = 0;
+  for (size_t j = 1; j < n; ++j) {
+    if (a[j] + r[j] > a[best] + r[best]) best = j;
   }
-  return largest(row.data(), n);
+  return best;
 }
 
 // Which points were exemplars in the last iterations, kept as the iteration of each
@@ -210,7 +264,7 @@ bool Decisions::stable(int iteration, int span) const {
 
 // The exemplar of each point. Returns the number of points that are exemplars, 0 with
 // `idx` untouched when there are none.
-static int assign(Messages& messages, int* idx, size_t n) {
+static int assign(const Messages& messages, int* idx, size_t n) {
   int exemplars = 0;
   for (size_t i = 0; i < n; ++i) {
     if (messages.self_evidence(i) > 0.0f) ++exemplars;
@@ -234,8 +288,7 @@ int AP::cluster(float* s, int* idx, int n) {
   Messages messages(s, points, dampfact);
   Decisions decisions(points);
   for (int iteration = 0;; ++iteration) {
-    messages.update_responsibilities();
-    messages.update_availabilities();
+    messages.update();
     const int exemplars = decisions.note(messages, iteration);
     // The numbers count from 0, so one iteration more than each limit runs.
     if (iteration < maxits && iteration < convits) continue;
