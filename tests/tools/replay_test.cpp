@@ -1,0 +1,452 @@
+// wgr replay as its users run it: arguments and recordings in, printed text and exit
+// status out.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "WgrInterface.h"
+#include "host/fixed_paths.h"
+#include "host/session.h"
+#include "recording/recording.h"
+#include "support/files.h"
+#include "support/motions.h"
+#include "support/private_paths.h"
+
+using nlohmann::json;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+static constexpr int kRate = 50;  // samples per second
+static constexpr int kClass = 3;
+
+struct Outcome {
+  int status;
+  std::string out;
+  std::string err;
+};
+
+static Outcome run_wgr(const std::string& arguments,
+                       const std::string& input = "/dev/null") {
+  TempDirectory directory;
+  const std::string out = directory.file("out");
+  const std::string err = directory.file("err");
+  const std::string command = std::string(WGR_PROGRAM) + " " + arguments + " <" + input +
+                              " >" + out + " 2>" + err;
+  const int status = std::system(command.c_str());
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(out), read_file(err)};
+}
+
+static std::vector<json> json_lines(const std::string& text) {
+  std::vector<json> objects;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    objects.push_back(json::parse(line));
+  }
+  return objects;
+}
+
+static std::vector<RecordedSample> recorded(const Stream& stream, int rate = kRate) {
+  std::vector<RecordedSample> samples;
+  for (const Pair& pair : stream) {
+    samples.push_back({static_cast<double>(samples.size()) / rate, pair.acc, pair.gyro});
+  }
+  return samples;
+}
+
+// A second of rest, a gesture of 40 samples, more rest. The tenth resting sample behind
+// the gesture, number 99 of the stream, ends it.
+static Stream one_gesture() { return rest(50) + gesture(20, 6.0) + rest(50); }
+static constexpr size_t kLastSample = 99;
+
+// A folder of models with one gesture in it, recognised however unlike it is.
+static void write_model(const std::string& folder, int wearer, int mode, int label) {
+  const std::filesystem::path file = model_file(folder, wearer, mode);
+  std::filesystem::create_directories(file.parent_path());
+  std::filesystem::path stem = file;
+  ASSERT_TRUE(small_model(label, -1e6).write(stem.replace_extension().c_str()));
+}
+
+class Replay : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    for (const auto& entry : std::filesystem::directory_iterator(kInstalledModels)) {
+      std::filesystem::remove_all(entry);
+    }
+    clear_log();
+    write_recording(recording_, recorded(one_gesture()));
+  }
+
+  static void install_model() { write_model(kInstalledModels, 0, 1, kClass); }
+
+  TempDirectory directory_;
+  const std::string recording_ = directory_.file("one gesture.csv");
+  const std::string quoted_ = "'" + recording_ + "'";
+};
+
+TEST_F(Replay, OneMotionIsOneEventOfItsClass) {
+  install_model();
+  const Outcome outcome = run_wgr("replay " + quoted_);
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  // 40 samples of motion; the first and last slow ones are not compared.
+  EXPECT_THAT(outcome.out,
+              StartsWith("    t (s)  class  strength (m/s²)  duration (ms)\n"
+                         "    1.980      3             5.99            680\n"
+                         "\n"
+                         "samples   150 (3.0 s at 50 samples/s)\n"
+                         "at rest   67.3 %\n"
+                         "events    1: class 3 x 1\n"
+                         "wearer    undecided (answers: 0 left, 0 right, 150 undecided)\n"
+                         "clock     regular\n"
+                         "speed     "));
+  EXPECT_THAT(outcome.out, ::testing::EndsWith(" x real time\n"));
+  EXPECT_THAT(outcome.err, HasSubstr(": 50 samples/s by the time stamps\n"));
+}
+
+static void collect(void* handle, int gesture, void* events) {
+  static_cast<std::vector<GestureEvent>*>(events)->push_back(
+      {0.0, gesture, get_motion_strength(handle), get_recog_cost_time(handle)});
+}
+
+TEST_F(Replay, JsonHasTheVeryNumbersThatTheLibraryGivesAHost) {
+  install_model();
+  const Outcome outcome =
+      run_wgr("replay --json --bias 0.5,0.25,-0.75 --sensitivity -12 " + quoted_);
+  ASSERT_EQ(outcome.status, 0) << outcome.err;
+  const std::vector<json> lines = json_lines(outcome.out);
+  ASSERT_EQ(lines.size(), 2u) << outcome.out;
+
+  std::vector<GestureEvent> events;
+  size_t resting = 0;
+  {
+    Capture quiet;
+    WgrHandle h = create_gesture_handle();
+    init_gesture_handle(h, kRate, {0.5, 0.25, -0.75}, -1, -1, -1, 50);
+    set_gesture_rec_sensitivity(h, -12);
+    register_gesture_event_cb(h, collect, &events);
+    for (const Pair& pair : one_gesture()) {
+      update_gesture(h, pair.acc, pair.gyro);
+      resting += static_cast<size_t>(get_movement_status(h));
+    }
+    destroy_gesture_handle(&h);
+  }
+  ASSERT_EQ(events.size(), 1u);
+  EXPECT_EQ(lines[0]["type"], "event");
+  EXPECT_EQ(lines[0]["class"], kClass);
+  EXPECT_EQ(events[0].gesture, kClass);
+  EXPECT_EQ(lines[0]["t"].get<double>(), static_cast<double>(kLastSample) / kRate);
+  EXPECT_EQ(lines[0]["strength"].get<double>(), events[0].strength);
+  EXPECT_EQ(lines[0]["duration_ms"].get<double>(), events[0].duration_ms);
+
+  const json& summary = lines[1];
+  EXPECT_EQ(summary["type"], "summary");
+  EXPECT_EQ(summary["samples"], 150);
+  EXPECT_EQ(summary["seconds"].get<double>(), 3.0);
+  EXPECT_EQ(summary["rate"], kRate);
+  EXPECT_EQ(summary["rest_share"].get<double>(), static_cast<double>(resting) / 150.0);
+  EXPECT_EQ(summary["events"], json::parse(R"({"3": 1})"));
+  EXPECT_EQ(summary["wearer"], "undecided");
+  EXPECT_GT(summary["real_time_factor"].get<double>(), 0.0);
+}
+
+TEST_F(Replay, WhatTheLibraryPrintsGoesToStandardError) {
+  install_model();
+  const Outcome outcome = run_wgr("replay " + quoted_);
+  EXPECT_THAT(outcome.out, Not(HasSubstr("Load file")));
+  EXPECT_THAT(outcome.err, HasSubstr("Load file \"/usr/share/GestureModel/"));
+}
+
+TEST_F(Replay, WearerAndModeChooseTheModel) {
+  for (int wearer = 0; wearer < 2; ++wearer) {
+    for (int mode = 0; mode < 3; ++mode) {
+      write_model(kInstalledModels, wearer, mode, 20 + 3 * wearer + mode);
+    }
+  }
+  for (int wearer = 0; wearer < 2; ++wearer) {
+    for (int mode = 0; mode < 3; ++mode) {
+      const Outcome outcome = run_wgr("replay --json --wearer " + std::to_string(wearer) +
+                                      " --mode " + std::to_string(mode) + " " + quoted_);
+      ASSERT_EQ(outcome.status, 0) << outcome.err;
+      EXPECT_EQ(json_lines(outcome.out)[0]["class"], 20 + 3 * wearer + mode);
+    }
+  }
+}
+
+TEST_F(Replay, ModelsMayComeFromAnyFolder) {
+  write_model(directory_.file("my models"), 0, 1, 7);
+  const Outcome outcome =
+      run_wgr("replay --json --models '" + directory_.file("my models") + "' -", quoted_);
+  ASSERT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_EQ(json_lines(outcome.out)[0]["class"], 7);
+  // Here, outside of that run, nothing was left.
+  EXPECT_TRUE(std::filesystem::is_empty(kInstalledModels));
+  EXPECT_EQ(read_log(), "");
+}
+
+TEST_F(Replay, AMissingDefaultModelIsSaidBeforeTheLibraryEndsTheProcess) {
+  const Outcome outcome = run_wgr("replay " + quoted_);
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_EQ(outcome.err,
+            "wgr: /usr/share/GestureModel/olvo_model_5_fb/hgr_olvo.xml: cannot be read: "
+            "No such file or directory. It is the model that the library cannot start "
+            "without; name a folder that holds it with --models DIR, or install it.\n");
+  EXPECT_EQ(read_log(), "") << "the library was not even asked";
+}
+
+TEST_F(Replay, AMissingChosenModelIsSaid) {
+  install_model();
+  const Outcome outcome = run_wgr("replay --wearer 1 --mode 2 " + quoted_);
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_THAT(outcome.err,
+              StartsWith("wgr: /usr/share/GestureModel/olvo_model_5r_mix/hgr_olvo.xml: "
+                         "cannot be read: No such file or directory. It is the model for "
+                         "wearer 1, mode 2; "));
+}
+
+TEST_F(Replay, AFolderWithoutModelsIsSaidByItsName) {
+  const std::string folder =
+      std::filesystem::canonical(std::filesystem::path(recording_).parent_path());
+  const Outcome empty = run_wgr("replay --models '" + folder + "' " + quoted_);
+  EXPECT_EQ(empty.status, 2);
+  EXPECT_THAT(empty.err,
+              StartsWith("wgr: " + folder + "/olvo_model_5_fb/hgr_olvo.xml: "));
+  const Outcome missing = run_wgr("replay --models /no/such " + quoted_);
+  EXPECT_EQ(missing.status, 2);
+  EXPECT_EQ(missing.err, "wgr: /no/such: No such file or directory\n");
+}
+
+TEST_F(Replay, ADefaultModelThatTheLibraryRefusesIsNoSuccess) {
+  install_model();
+  write_file(model_file(kInstalledModels, 0, 1), "-1 0 0 0\n");
+  const Outcome outcome = run_wgr("replay " + quoted_);
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_THAT(outcome.err, HasSubstr("wgr: /usr/share/GestureModel/olvo_model_5_fb/"
+                                     "hgr_olvo.xml: the library cannot load it"));
+}
+
+TEST_F(Replay, WhatCameBeforeAMalformedLineIsUsed) {
+  install_model();
+  std::string content = read_file(recording_);
+  write_file(recording_, content + "3.0,not,a,sample,0,0,0\n3.02,0,0,0,0,0,0\n");
+  for (const std::string how : {"", "--rate 50 "}) {
+    const Outcome outcome = run_wgr("replay --json " + how + quoted_);
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_THAT(outcome.err,
+                HasSubstr("wgr: " + recording_ + ":152: ax is not a number: \"not\"\n"));
+    const std::vector<json> lines = json_lines(outcome.out);
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[1]["samples"], 150);
+    EXPECT_EQ(lines[1]["events"], json::parse(R"({"3": 1})"));
+  }
+}
+
+TEST_F(Replay, WhatIsNoRecordingIsRefused) {
+  install_model();
+  write_file(recording_, "");
+  const Outcome empty = run_wgr("replay " + quoted_);
+  EXPECT_EQ(empty.status, 2);
+  EXPECT_EQ(empty.out, "");
+  EXPECT_THAT(empty.err, StartsWith("wgr: " + recording_ + ":1: empty; "));
+  EXPECT_EQ(run_wgr("replay /no/such/file").status, 2);
+  const Outcome input = run_wgr("replay -", quoted_);
+  EXPECT_EQ(input.status, 2);
+  EXPECT_THAT(input.err, HasSubstr("wgr: standard input:1: empty; "));
+}
+
+TEST_F(Replay, ARecordingOfNoSamplesIsNoError) {
+  install_model();
+  write_recording(recording_, {});
+  const Outcome outcome = run_wgr("replay --json " + quoted_);
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.err, HasSubstr("the time stamps give no rate"));
+  const std::vector<json> lines = json_lines(outcome.out);
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_EQ(lines[0]["samples"], 0);
+  EXPECT_EQ(lines[0]["rest_share"].get<double>(), 0.0);
+}
+
+TEST_F(Replay, TheRateIsTheOptionElseTheStampsElseFifty) {
+  install_model();
+  write_recording(recording_, recorded(rest(200), 100));
+  const auto rate = [](const std::string& arguments, const std::string& input) {
+    return json_lines(run_wgr("replay --json " + arguments, input).out).back()["rate"];
+  };
+  EXPECT_EQ(rate(quoted_, "/dev/null"), 100);
+  EXPECT_EQ(rate("--rate 25 " + quoted_, "/dev/null"), 25);
+  EXPECT_EQ(rate("-", quoted_), 50);
+  EXPECT_EQ(rate("--rate 100 -", quoted_), 100);
+  EXPECT_THAT(run_wgr("replay --rate 50 " + quoted_).out,
+              HasSubstr("clock     100.0 samples/s by the time stamps\n"));
+}
+
+TEST_F(Replay, AbsentAxesAndAnIrregularClockAreReportedNotRefused) {
+  install_model();
+  write_file(recording_,
+             "t,ax,ay,az,gx,gy,gz\n"
+             "0,0,0,10,,,\n0.02,0,0,10,,,\n0.04,0,0,10,,,\n0.04,0,0,10,,,\n"
+             "0.5,0,0,10,,,\n0.4,0,0,10,,,\n");
+  const Outcome outcome = run_wgr("replay --rate 50 " + quoted_);
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.err, HasSubstr("wgr: " + recording_ +
+                                     ": the axes gx, gy, gz are empty and read as 0\n"));
+  EXPECT_THAT(outcome.out,
+              HasSubstr("\nclock     1 gap (longest 0.460 s), 1 step back, 1 repeated "
+                        "time, 12.5 samples/s by the time stamps\n"
+                        "absent    gx, gy, gz: 18 empty fields read as 0\n"));
+}
+
+TEST_F(Replay, TheLogOfARunCanBeKept) {
+  install_model();
+  write_file(kLogPath, "of an earlier run\n");
+  const std::string kept = directory_.file("kept.txt");
+  ASSERT_EQ(run_wgr("replay --log '" + kept + "' " + quoted_).status, 0);
+  const std::string log = read_file(kept);
+  EXPECT_THAT(log, StartsWith("WgrContext 36: WgrConstruct start\n"));
+  EXPECT_THAT(log, HasSubstr("update_gesture 123: ---gestype---:3\n"));
+  EXPECT_EQ("of an earlier run\n" + log, read_log());
+
+  write_model(directory_.file("models"), 0, 1, 7);
+  ASSERT_EQ(run_wgr("replay --models '" + directory_.file("models") + "' --log '" + kept +
+                    "' " + quoted_)
+                .status,
+            0);
+  EXPECT_THAT(read_file(kept), HasSubstr("update_gesture 123: ---gestype---:7\n"));
+}
+
+TEST_F(Replay, ALogThatCannotBeKeptIsSaid) {
+  install_model();
+  EXPECT_EQ(run_wgr("replay --log /no/such/folder/log " + quoted_).status, 2);
+  std::filesystem::create_directory(kLogPath);  // in the way
+  const Outcome outcome =
+      run_wgr("replay --log '" + directory_.file("kept") + "' " + quoted_);
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.err, HasSubstr("/home/app/WgrLog.txt cannot be written"));
+}
+
+TEST_F(Replay, ResultsThatCannotBeWrittenAreNoSuccess) {
+  install_model();
+  const std::string command =
+      std::string(WGR_PROGRAM) + " replay " + quoted_ + " >/dev/full 2>/dev/null";
+  const int status = std::system(command.c_str());
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 1);
+}
+
+TEST_F(Replay, WrongArgumentsEndWithStatusTwo) {
+  install_model();
+  for (const std::string wrong :
+       {"", "dance", "replay", "replay --wearer 2", "replay --mode -1", "replay --mode x",
+        "replay --rate 0", "replay --rate 1.5", "replay --bias 1,2",
+        "replay --bias 1,2,3,", "replay --bias 1,2,3,4", "replay --bias 1,,3",
+        "replay --bias 1,2,inf", "replay --sensitivity high",
+        "replay --no-such-option"}) {
+    const std::string recording = wrong.size() > 8 ? " " + quoted_ : "";
+    const Outcome outcome = run_wgr(wrong + recording);
+    EXPECT_EQ(outcome.status, 2) << wrong;
+    EXPECT_EQ(outcome.out, "") << wrong;
+    EXPECT_NE(outcome.err, "") << wrong;
+  }
+}
+
+TEST_F(Replay, HelpAndVersionAreOnStandardOutput) {
+  const Outcome help = run_wgr("replay --help");
+  EXPECT_EQ(help.status, 0);
+  EXPECT_THAT(help.out, HasSubstr("t,ax,ay,az,gx,gy,gz"));
+  EXPECT_THAT(help.out, HasSubstr("Examples:"));
+  EXPECT_EQ(run_wgr("--help").status, 0);
+  const Outcome version = run_wgr("--version");
+  EXPECT_EQ(version.status, 0);
+  EXPECT_EQ(version.out, "wgr 0.1\n");
+}
+
+// A running wgr replay with both ends in the test's hands.
+class LiveReplay {
+ public:
+  LiveReplay() {
+    int in[2];
+    int out[2];
+    if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0) std::abort();
+    child_ = fork();
+    if (child_ == 0) {
+      alarm(20);
+      dup2(in[0], STDIN_FILENO);
+      dup2(out[1], STDOUT_FILENO);
+      execl(WGR_PROGRAM, "wgr", "replay", "--json", "-", static_cast<char*>(nullptr));
+      _exit(127);
+    }
+    close(in[0]);
+    close(out[1]);
+    in_ = in[1];
+    out_ = fdopen(out[0], "r");
+  }
+  ~LiveReplay() {
+    end_input();
+    wait();
+    std::fclose(out_);
+  }
+  LiveReplay(const LiveReplay&) = delete;
+  LiveReplay& operator=(const LiveReplay&) = delete;
+
+  void write(const std::string& text) {
+    EXPECT_EQ(::write(in_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  }
+  void end_input() {
+    if (in_ >= 0) close(in_);
+    in_ = -1;
+  }
+  void interrupt() { kill(child_, SIGINT); }
+  std::string line() {
+    char text[4096] = {};
+    return std::fgets(text, sizeof text, out_) != nullptr ? text : "";
+  }
+  int wait() {
+    if (child_ < 0) return -1;
+    int status = 0;
+    waitpid(child_, &status, 0);
+    child_ = -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+  }
+
+ private:
+  pid_t child_;
+  int in_;
+  std::FILE* out_;
+};
+
+TEST_F(Replay, ALiveStreamsEventsComeAsTheyHappen) {
+  install_model();
+  const std::string content = read_file(recording_);
+  // Up to the sample that ends the gesture, its line's end included: header, 0 to 99.
+  size_t end = 0;
+  for (size_t line = 0; line < kLastSample + 2; ++line) end = content.find('\n', end) + 1;
+
+  LiveReplay live;
+  live.write(content.substr(0, end));
+  const std::string event = live.line();  // the input is still open
+  ASSERT_THAT(event, StartsWith("{\"type\":\"event\","));
+  EXPECT_EQ(json::parse(event)["t"].get<double>(),
+            static_cast<double>(kLastSample) / kRate);
+  live.write(content.substr(end));
+  live.end_input();
+  EXPECT_EQ(json::parse(live.line())["samples"], 150);
+  EXPECT_EQ(live.wait(), 0);
+}
+
+TEST_F(Replay, AnInterruptEndsALiveStreamWithItsSummary) {
+  install_model();
+  LiveReplay live;
+  live.write(read_file(recording_));
+  ASSERT_THAT(live.line(), StartsWith("{\"type\":\"event\","));
+  live.interrupt();
+  const std::string summary = live.line();  // the input is still open
+  ASSERT_THAT(summary, StartsWith("{\"type\":\"summary\","));
+  EXPECT_EQ(live.wait(), 0);
+}
