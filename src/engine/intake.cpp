@@ -121,7 +121,7 @@ void AgGes::update(Point3Df acc, Point3Df gyro) {
     recog_cost_time = static_cast<double>(trace.size()) * kMsPerSecond /
                       static_cast<double>(sample_rate);
   }
-  last_motion_acc = motion_acc;
+  last_motion_acc.swap(motion_acc);
   motion_acc.clear();
   motion_gyro.clear();
 }
