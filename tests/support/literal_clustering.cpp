@@ -49,7 +49,7 @@ static void damp(Matrix& now, const Matrix& previous, double lambda) {
 
 Clustering propagate(const std::vector<float>& s, int n, int maxits, int convits,
                      double dampfact) {
-  Clustering answer = {0, {}, "", 0};
+  Clustering answer = {0, {}, "", 0, false};
   Matrix r(n * n, 0.0f);
   Matrix a(n * n, 0.0f);
   std::vector<int> history(n * convits, 0);  // n rows, convits columns
@@ -134,6 +134,9 @@ Clustering propagate(const std::vector<float>& s, int n, int maxits, int convits
     return answer;
   }
   row_maxima(sum, n, y, answer.idx);
+  for (const int chosen : answer.idx) {
+    if (!(sum[chosen * n + chosen] > 0.0f)) answer.odd_choice = true;
+  }
   return answer;
 }
 

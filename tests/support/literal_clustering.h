@@ -12,6 +12,7 @@ struct Clustering {
   std::vector<int> idx;  // empty unless the result is positive
   std::string printed;   // on standard output
   int iterations;        // how many ran
+  bool odd_choice;       // some point chose one that is no exemplar itself
 };
 
 // The value of rank (size - 1) / 2. No value may be NaN.
