@@ -7,6 +7,7 @@
 #include "support/literal_rotation.h"
 #include "support/quiet_engine.h"
 #include "support/same_bits.h"
+#include "support/text.h"
 
 static constexpr double kAcceptAll = -1e9;  // a threshold that nothing falls below
 static constexpr double kRejectAll = 0.0;   // no similarity is above zero

@@ -25,10 +25,3 @@ inline void feed(AgGes& engine, const Stream& stream) {
 inline void feed_acc(AgGes& engine, const Stream& stream) {
   for (const Pair& pair : stream) engine.update(pair.acc);
 }
-
-inline size_t count_of(const std::string& text, const std::string& part) {
-  size_t count = 0;
-  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
-    ++count;
-  return count;
-}
