@@ -1,0 +1,53 @@
+# What scripts/demo and scripts/test share; they source it from the project's root.
+
+cores=$(nproc)
+kBuildPackages="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev zlib1g-dev"
+
+say() {
+  printf '\n== %s\n' "$*"
+}
+
+# install_missing PACKAGE...: installs what is not there yet; quick and offline otherwise.
+install_missing() {
+  local package missing=()
+  for package in "$@"; do
+    dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q ' installed$' ||
+      missing+=("$package")
+  done
+  [ ${#missing[@]} -gt 0 ] || return 0
+  if ! command -v apt-get >/dev/null; then
+    echo "$0: this is not a Debian system: install the like of ${missing[*]}" >&2
+    return 1
+  fi
+  local as_root=(env DEBIAN_FRONTEND=noninteractive)
+  if [ "$(id -u)" != 0 ]; then
+    if ! command -v sudo >/dev/null; then
+      echo "$0: as root, run: apt-get install ${missing[*]}" >&2
+      return 1
+    fi
+    as_root=(sudo "${as_root[@]}")
+  fi
+  say "Installing with apt-get: ${missing[*]}"
+  local log
+  log=$(mktemp)
+  if ! { "${as_root[@]}" apt-get -q update &&
+         "${as_root[@]}" apt-get -q -y --no-install-recommends install "${missing[@]}"; } \
+       >"$log" 2>&1 </dev/null; then
+    cat "$log" >&2
+    rm -f "$log"
+    echo "$0: apt-get could not install ${missing[*]}; see above" >&2
+    return 1
+  fi
+  rm -f "$log"
+}
+
+# build_preset NAME [CMAKE_OPTION...]: configures and builds into build/NAME.
+build_preset() {
+  local preset=$1
+  shift
+  # Ninja for a new folder; one that is there keeps its generator.
+  local generator=()
+  [ -e "build/$preset/CMakeCache.txt" ] || generator=(-G Ninja)
+  cmake --preset "$preset" "${generator[@]}" "$@" --log-level=WARNING >/dev/null &&
+    cmake --build "build/$preset" -j "$cores"
+}
