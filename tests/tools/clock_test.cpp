@@ -30,8 +30,8 @@ TEST(Clock, TheRateNeedsAStepForward) {
 }
 
 TEST(Clock, CountsGapsRepeatsAndStepsBack) {
-  Clock clock(4);  // a period of 0.25 s; from 0.4375 s on a sample is missing
-  for (const double t : {0.0, 0.25, 0.6875, 1.25, 1.25, 1.0, 1.25, 1.5, 3.5, 3.75}) {
+  Clock clock(4);  // a period of 0.25 s; steps over 0.4375 s miss a sample
+  for (const double t : {0.0, 0.25, 0.6875, 1.1875, 1.1875, 1.0, 1.25, 1.5, 3.5, 3.75}) {
     clock.add(t);
   }
   EXPECT_EQ(clock.gaps(), 2u);

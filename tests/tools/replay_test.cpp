@@ -12,6 +12,7 @@
 
 #include "WgrInterface.h"
 #include "host/fixed_paths.h"
+#include "host/report.h"
 #include "host/session.h"
 #include "recording/recording.h"
 #include "support/files.h"
@@ -49,6 +50,13 @@ static std::vector<json> json_lines(const std::string& text) {
   for (std::string line; std::getline(lines, line);) {
     objects.push_back(json::parse(line));
   }
+  return objects;
+}
+
+// The lines without the one figure that differs from run to run.
+static std::vector<json> without_speed(const std::string& text) {
+  std::vector<json> objects = json_lines(text);
+  if (!objects.empty()) objects.back().erase("real_time_factor");
   return objects;
 }
 
@@ -187,6 +195,51 @@ TEST_F(Replay, ModelsMayComeFromAnyFolder) {
   // Here, outside of that run, nothing was left.
   EXPECT_TRUE(std::filesystem::is_empty(kInstalledModels));
   EXPECT_EQ(read_log(), "");
+}
+
+TEST_F(Replay, TheOptionsHoldWithModelsFromAnyFolder) {
+  const std::string models = directory_.file("models");
+  for (const int wearer : {0, 1}) {
+    write_model(models, wearer, 1, 7 + wearer);
+    write_model(kInstalledModels, wearer, 1, 7 + wearer);
+  }
+  std::filesystem::copy(recording_, "--odd name.csv",
+                        std::filesystem::copy_options::overwrite_existing);
+  for (const std::string options :
+       {"--rate 60", "--bias 20,-30,40", "--sensitivity -49", "--wearer 1"}) {
+    const std::string rest = "--json " + options + " -- '--odd name.csv'";
+    const Outcome plain = run_wgr("replay --rate 50 --json " + quoted_);
+    const Outcome installed = run_wgr("replay " + rest);
+    const Outcome elsewhere = run_wgr("replay --models '" + models + "' " + rest);
+    ASSERT_EQ(installed.status, 0) << installed.err;
+    ASSERT_EQ(elsewhere.status, 0) << elsewhere.err;
+    EXPECT_EQ(without_speed(elsewhere.out), without_speed(installed.out)) << options;
+    EXPECT_NE(without_speed(installed.out), without_speed(plain.out)) << options;
+  }
+  std::filesystem::remove("--odd name.csv");
+}
+
+TEST_F(Replay, SensitivityDecidesHowShortAMotionMayBe) {
+  install_model();
+  // The gesture is 40 samples; what is compared of it 34.
+  for (const auto& [level, events] : {std::pair("-34", 1), std::pair("-35", 0)}) {
+    const Outcome outcome =
+        run_wgr(std::string("replay --json --sensitivity ") + level + " " + quoted_);
+    EXPECT_EQ(json_lines(outcome.out).size(), static_cast<size_t>(events + 1)) << level;
+  }
+}
+
+TEST(Totals, AWearerIsNamedByMoreThanTwiceTheAnswersOfTheOther) {
+  const struct {
+    std::array<size_t, 3> answers;  // left, right, undecided
+    int wearer;
+  } cases[] = {{{0, 0, 9}, 2}, {{1, 0, 9}, 0}, {{0, 1, 9}, 1}, {{4, 2, 0}, 2},
+               {{5, 2, 0}, 0}, {{2, 4, 0}, 2}, {{2, 5, 0}, 1}};
+  for (const auto& c : cases) {
+    Totals totals(kRate);
+    totals.wearer_answers = c.answers;
+    EXPECT_EQ(totals.wearer(), c.wearer) << c.answers[0] << " " << c.answers[1];
+  }
 }
 
 TEST_F(Replay, AMissingDefaultModelIsSaidBeforeTheLibraryEndsTheProcess) {

@@ -6,12 +6,14 @@
 using Json = nlohmann::ordered_json;
 
 static constexpr const char* kWearerNames[] = {"left", "right", "undecided"};
+static constexpr size_t kClearMajority = 2;     // times the other wrist's answers
 static constexpr double kRateTolerance = 0.02;  // of the rate; beyond, people are told
 
 int Totals::wearer() const {
   const auto& [left, right, undecided] = wearer_answers;
-  if (left == right) return WG_WEARER_UNDECIDED;
-  return left > right ? WG_WEARER_LEFT : WG_WEARER_RIGHT;
+  if (left > kClearMajority * right) return WG_WEARER_LEFT;
+  if (right > kClearMajority * left) return WG_WEARER_RIGHT;
+  return WG_WEARER_UNDECIDED;
 }
 
 static double rest_share(const Totals& totals) {

@@ -18,7 +18,8 @@ struct Totals {
 
   double seconds() const { return static_cast<double>(samples) / rate; }
 
-  // The wrist that the detector named more often: 0, 1, or 2 for neither.
+  // The wrist that the detector named more than twice as often as the other: 0 or 1;
+  // 2 when it named neither so clearly.
   int wearer() const;
 
   int rate;  // samples per second
