@@ -1,0 +1,97 @@
+// Similarities against the literal version, on a great many small random traces.
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "classifier/HGR.h"
+#include "classifier/similarity.h"
+#include "support/awkward_points.h"
+#include "support/cases.h"
+#include "support/literal_similarity.h"
+#include "support/random_points.h"
+#include "support/same_bits.h"
+
+// Motion points of one trace: none or one often enough, now and then so many that an
+// anti-diagonal fills several vectors.
+static int random_length(RandomPoints& random) {
+  const int kind = random.integer(1, 64);
+  if (kind == 1) return random.integer(12, 40);
+  return kind <= 8 ? random.integer(0, 1) : random.integer(1, 9);
+}
+
+static int random_k(RandomPoints& random) {
+  const int kind = random.integer(1, 64);
+  if (kind == 1) return random.integer(-1, 3);
+  return kind % 2;
+}
+
+static Points random_trace(RandomPoints& random, AwkwardPoints& awkward, int k) {
+  Points trace = awkward.trace(random_length(random));
+  for (int i = 0; i < k; ++i) trace.push_back(awkward.gravity());
+  return trace;
+}
+
+TEST(SimilarityProperty, OneWayHasTheBitsOfTheLiteralVersion) {
+  const std::uint64_t cases = property_cases();
+  for (std::uint64_t seed = 1; seed <= cases; ++seed) {
+    RandomPoints random(seed);
+    AwkwardPoints awkward(random);
+    const int k = random_k(random);
+    const Points a = random_trace(random, awkward, k);
+    const Points b = random_trace(random, awkward, k);
+    const float found = dtw_similarity(a, b, k);
+    const float expected = literal::similarity(a, b, k);
+    ASSERT_TRUE(same_bits(found, expected))
+        << "seed " << seed << ", k " << k << ", sizes " << a.size() << " and " << b.size()
+        << ": " << found << " for " << expected;
+  }
+}
+
+TEST(SimilarityProperty, BothWaysAtOnceHaveTheBitsOfTheLiteralVersion) {
+  const std::uint64_t cases = property_cases();
+  std::uint64_t different = 0;
+  for (std::uint64_t seed = 1; seed <= cases; ++seed) {
+    RandomPoints random(seed);
+    AwkwardPoints awkward(random);
+    const int k = random_k(random);
+    const Points a = random_trace(random, awkward, k);
+    const Points b = random_trace(random, awkward, k);
+    const auto [forth, back] = dtw_similarity_both_ways(a, b, k);
+    const float expected_forth = literal::similarity(a, b, k);
+    const float expected_back = literal::similarity(b, a, k);
+    ASSERT_TRUE(same_bits(forth, expected_forth) && same_bits(back, expected_back))
+        << "seed " << seed << ", k " << k << ", sizes " << a.size() << " and " << b.size()
+        << ": " << forth << " for " << expected_forth << ", " << back << " for "
+        << expected_back;
+    different += !same_bits(expected_forth, expected_back);
+  }
+  // Or nothing would tell one way from the other.
+  if (enough_cases()) {
+    EXPECT_GT(different, cases / 2000);
+  }
+}
+
+// A case is one entry of a matrix. The number of traces varies, and so do the lengths
+// within one matrix.
+TEST(SimilarityProperty, EveryMatrixEntryHasTheBitsOfTheLiteralVersion) {
+  const std::uint64_t cases = property_cases();
+  HGR classifier(0);
+  std::uint64_t entries = 0;
+  for (std::uint64_t seed = 1; entries < cases; ++seed) {
+    RandomPoints random(seed);
+    AwkwardPoints awkward(random);
+    const int k = random_k(random);
+    const int n =
+        random.integer(1, 20) == 1 ? random.integer(0, 40) : random.integer(2, 9);
+    std::vector<Points> traces;
+    for (int i = 0; i < n; ++i) traces.push_back(random_trace(random, awkward, k));
+    const std::unique_ptr<float[]> found(classifier.cal_sim_matrix(traces, k));
+    const std::vector<float> expected = literal::similarity_matrix(traces, k);
+    for (size_t e = 0; e < expected.size(); ++e) {
+      ASSERT_TRUE(same_bits(found[e], expected[e]))
+          << "seed " << seed << ", k " << k << ", " << n << " traces, entry " << e << ": "
+          << found[e] << " for " << expected[e];
+    }
+    entries += expected.size();
+  }
+}
