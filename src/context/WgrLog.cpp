@@ -34,6 +34,8 @@ void WgrLogAt(const WgrLogSite& site, ...) {
   va_end(arguments);
 
   char line[kLineSize] = {};
-  std::snprintf(line, sizeof line, "%s %d: %s", site.function, site.tag, message);
-  WgrLog(line);
+  if (std::snprintf(line, sizeof line, "%s %d: %s", site.function, site.tag, message) >
+      0) {
+    WgrLog(line);
+  }
 }
