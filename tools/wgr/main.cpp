@@ -24,9 +24,9 @@ int main(int argc, char** argv) {
   wgr.set_version_flag("--version", std::string("wgr ") + WGR_VERSION);
   wgr.require_subcommand(0, 1);
   add_replay(wgr);
-  // add_synth(wgr);
-  // add_cut(wgr);
-  // add_build(wgr);
+  add_synth(wgr);
+  add_cut(wgr);
+  add_build(wgr);
 
   try {
     wgr.parse(argc, argv);

@@ -1,0 +1,194 @@
+// wgr synth: makes recordings of people who never lived, with a script of what they do.
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "recording/clock.h"
+#include "subcommands.h"
+#include "synthesis/performance.h"
+#include "table.h"
+#include "training/labels.h"
+
+static constexpr char kFooter[] =
+    R"(One recording goes to -o, what happens in it to --plan (a script, with everything) and
+--labels (the gestures' spans alone, as wgr cut reads them). With --script the wrist does
+what a file says: CSV with the header t_start,t_end,what; seconds, and one of swing,
+raise, twist, push, circle (labels 0 to 4), rest, walk, reach, fidget, type. A gesture
+needs a rest before it. Without one, --gestures takes of each gesture and --distractors
+seconds of everyday movement come in random order.
+
+With --training DIR there is one recording for each of --persons people, with index.csv
+and labels.csv beside them.
+
+The same arguments give the same bytes.
+
+Examples:
+  wgr synth --person 7 --gestures 2 --distractors 30 -o out.csv --labels out.labels.csv
+  wgr synth --script recordings/demo.script.csv --person 501 -o demo.csv
+  wgr synth --training set --persons 12 --style mixed --wearer 1)";
+
+namespace {
+
+struct SynthArguments {
+  int seed = 1;
+  int person = 1;
+  std::string style = "free";
+  PlanOptions plan = {4, 120.0};
+  PerformanceOptions performance;
+  std::string script;    // file; empty: a random plan
+  std::string out;       // file; "-": standard output
+  std::string labels;    // file; empty: none
+  std::string plan_out;  // file; empty: none
+  std::string training;  // folder; empty: a single recording
+  int persons = 12;
+};
+
+struct NamedStyle {
+  const char* name;
+  Style style;
+};
+
+}  // namespace
+
+static constexpr NamedStyle kStyles[] = {{"calm", Style::kCalm}, {"free", Style::kFree}};
+static constexpr char kMixed[] = "mixed";
+
+// The take of one person that a seed stands for.
+static Random take(int seed, int person, const std::string& style) {
+  const uint64_t manner = style == kStyles[0].name ? 0 : 1;
+  return Random(static_cast<uint64_t>(seed))
+      .fork(2 * static_cast<uint64_t>(person) + manner);
+}
+
+static Style style_named(const std::string& name) {
+  for (const NamedStyle& style : kStyles) {
+    if (name == style.name) return style.style;
+  }
+  throw UsageError("--style mixed: one recording is calm or free; sets can be mixed");
+}
+
+struct Take {
+  Plan plan;
+  std::vector<RecordedSample> samples;
+};
+
+static Take make_take(const SynthArguments& given, int person_number,
+                      const std::string& style) {
+  const Person person = make_person(person_number, style_named(style));
+  const Random random = take(given.seed, person_number, style);
+  Random planning = random.fork(1);
+  Plan plan = given.script.empty() ? random_plan(given.plan, person, planning)
+                                   : read_script(given.script);
+  std::vector<RecordedSample> samples =
+      record(plan, person, given.performance, random.fork(2));
+  return {std::move(plan), std::move(samples)};
+}
+
+static void append_spans(const Plan& plan, const std::string& file,
+                         std::vector<LabelledSpan>& spans) {
+  for (const PlannedActivity& activity : plan) {
+    if (const std::optional<int> label = label_of(activity.what)) {
+      spans.push_back({file, activity.begin, activity.end, *label});
+    }
+  }
+}
+
+static void make_recording(const SynthArguments& given) {
+  if (given.out.empty()) throw UsageError("-o FILE or --training DIR is wanted");
+  const Take made = make_take(given, given.person, given.style);
+  write_recording(given.out, made.samples);
+  if (!given.plan_out.empty()) write_script(given.plan_out, made.plan);
+  if (!given.labels.empty()) {
+    std::vector<LabelledSpan> spans;
+    append_spans(made.plan, std::filesystem::path(given.out).filename(), spans);
+    write_labels(given.labels, spans);
+  }
+}
+
+static std::string file_of(int person, const std::string& style) {
+  char name[40];
+  std::snprintf(name, sizeof name, "p%03d_%s.csv", person, style.c_str());
+  return name;
+}
+
+static void make_training_set(const SynthArguments& given) {
+  std::error_code failed;
+  std::filesystem::create_directories(given.training, failed);
+  if (failed) throw UsageError(given.training + ": " + failed.message());
+  const std::string folder = given.training + "/";
+
+  std::string index = "file,label,subject,rate_hz\n";
+  std::vector<LabelledSpan> spans;
+  for (int i = 0; i < given.persons; ++i) {
+    const int person = given.person + i;
+    for (const NamedStyle& style : kStyles) {
+      if (given.style != kMixed && given.style != style.name) continue;
+      const std::string file = file_of(person, style.name);
+      const Take made = make_take(given, person, style.name);
+      write_recording(folder + file, made.samples);
+      append_spans(made.plan, file, spans);
+      // No label of its own: the spans hold them.
+      index += file + ",,p" + std::to_string(person) + "," +
+               std::to_string(given.performance.rate) + "\n";
+    }
+  }
+  write_labels(folder + "labels.csv", spans);
+  write_text(folder + "index.csv", index);
+}
+
+static void synthesise(const SynthArguments& given) {
+  if (given.training.empty()) {
+    make_recording(given);
+  } else {
+    make_training_set(given);
+  }
+}
+
+void add_synth(CLI::App& wgr) {
+  CLI::App* const command =
+      wgr.add_subcommand("synth", "Make recordings of wrists that gesture and do not.");
+  const auto given = std::make_shared<SynthArguments>();
+  command->add_option("-o,--out", given->out, "The recording; - is standard output")
+      ->option_text("FILE");
+  command->add_option("--labels", given->labels, "Where the gestures' spans go")
+      ->option_text("FILE");
+  command->add_option("--plan", given->plan_out, "Where the script of it all goes")
+      ->option_text("FILE");
+  command->add_option("--script", given->script, "What happens; otherwise random")
+      ->option_text("FILE");
+  command->add_option("--seed", given->seed, "Another number, another take")
+      ->check(CLI::NonNegativeNumber)
+      ->option_text("N (1)");
+  command->add_option("--person", given->person, "Who; in a set, the first")
+      ->check(CLI::NonNegativeNumber)
+      ->option_text("N (1)");
+  command
+      ->add_option("--style", given->style, "How the person gestures; mixed: both ways")
+      ->check(CLI::IsMember({kStyles[0].name, kStyles[1].name, kMixed}))
+      ->option_text("calm|free|mixed (free)");
+  command
+      ->add_option("--wearer", given->performance.wearer, "0: left wrist, 1: right wrist")
+      ->check(CLI::Range(0, 1))
+      ->option_text("0|1 (0)");
+  command->add_option("--rate", given->performance.rate, "Samples per second")
+      ->check(CLI::Range(10, 1000))
+      ->option_text("HZ (50)");
+  command->add_option("--gestures", given->plan.gestures, "Takes of each gesture")
+      ->check(CLI::Range(0, 1000))
+      ->option_text("N (4)");
+  command
+      ->add_option("--distractors", given->plan.distractors,
+                   "Seconds of everyday movement")
+      ->check(CLI::Range(0.0, 36000.0))
+      ->option_text("S (120)");
+  command->add_option("--training", given->training, "Folder to make a whole set in")
+      ->option_text("DIR");
+  command->add_option("--persons", given->persons, "How many people a set has")
+      ->check(CLI::Range(1, 999))
+      ->option_text("N (12)");
+  command->footer(kFooter);
+  command->callback([given] { synthesise(*given); });
+}

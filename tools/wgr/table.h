@@ -1,0 +1,30 @@
+// Small CSV tables, such as scripts and labels: a fixed header, plain fields without
+// quotes, and whole texts written so that nobody ever sees half of one.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+struct TableRow {
+  size_t line;  // in the file, from 1
+  std::vector<std::string> fields;
+};
+
+// The rows of a table that starts with the line `header`; each has as many fields as it.
+// Empty lines are skipped. Throws UsageError with file and line for anything else.
+std::vector<TableRow> read_table(const std::string& path, const std::string& header);
+
+// Field `index` of a row as a finite number; throws UsageError with file and line.
+double number_in(const TableRow& row, size_t index, const std::string& path);
+
+[[noreturn]] void refuse_row(const TableRow& row, const std::string& path,
+                             const std::string& reason);
+
+// Seconds to the millisecond, and other numbers of a fixed number of decimals, the same
+// in every locale.
+std::string fixed(double value, int decimals);
+
+// Writes a whole file beside its place and moves it there; "-" is standard output.
+// Throws UsageError when that cannot be done.
+void write_text(const std::string& path, const std::string& text);

@@ -1,0 +1,20 @@
+// Picks the few samples that stand for all of a class.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "classifier/points.h"
+
+struct Exemplars {
+  std::vector<size_t> chosen;  // indices of traces, ascending
+  std::string how;             // in words, for the report
+};
+
+// Exemplars of traces that are alike in kind: normalised, with k trailing points.
+// Affinity propagation finds them; the preference is lowered until there are at most
+// `most`. Where it does not converge however strong the damping, the `most` traces that
+// are picked one by one, each to raise the sum of all traces' best similarities the
+// most, are taken instead. most >= 1.
+Exemplars choose_exemplars(const std::vector<Points>& traces, int k, size_t most);

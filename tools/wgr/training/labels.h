@@ -1,0 +1,19 @@
+// Which gesture is where in which recording: labels.csv.
+//
+// CSV with the header file,t_start,t_end,label: the recording's path, relative to the
+// table's folder, a span in s, and the gesture's label, a whole number from 0.
+#pragma once
+
+#include <string>
+#include <vector>
+
+struct LabelledSpan {
+  std::string file;
+  double begin;  // s
+  double end;    // s
+  int label;
+};
+
+// Throws UsageError with file and line for what is no such table.
+std::vector<LabelledSpan> read_labels(const std::string& path);
+void write_labels(const std::string& path, const std::vector<LabelledSpan>& spans);
