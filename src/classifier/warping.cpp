@@ -63,7 +63,7 @@ WGR_INLINE void fill(const double* __restrict a, size_t na, const double* __rest
   double* __restrict cost = next.cost + j;
   Count* __restrict forth = next.forth + j;
   Count* __restrict back = next.back + j;
-#pragma GCC ivdep
+  WGR_INDEPENDENT_TURNS
   for (size_t k = 0; k < count; ++k) {
     const double dx = a[k] - b[k];
     const double dy = a[na + k] - b[nb + k];

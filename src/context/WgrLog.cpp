@@ -26,7 +26,7 @@ void WgrLog(char* line) {
   close(fd);
 }
 
-void WgrLogAt(const WgrLogSite& site, ...) {
+void WgrLogAt(WgrLogSite site, ...) {
   char message[kLineSize] = {};
   std::va_list arguments;
   va_start(arguments, site);

@@ -42,4 +42,4 @@ void WgrLog(char* line);
 
 // Formats one line of the table and appends it. The message and the whole line are
 // each cut to 255 characters.
-void WgrLogAt(const WgrLogSite& site, ...);
+void WgrLogAt(WgrLogSite site, ...);
