@@ -33,7 +33,7 @@ void add_gesture(int label, double begin, double end, const Person& person,
       begin + (end - begin) * 0.5 * jitter(0.5 * person.unevenness, random);
   switch (label) {
     case 0:
-      motion.add(kYaw, Shape::kSine, begin, end, 0.38 * size, 2.0);
+      motion.add(kYaw, Shape::kSine, begin, end, 0.26 * size, 2.0);
       motion.add(kElbowY, Shape::kSine, begin, end, 0.015 * elbow, 2.0);
       break;
     case 1:
