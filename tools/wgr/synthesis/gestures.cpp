@@ -3,8 +3,8 @@
 static constexpr double kUsualLength[kGestures] = {1.15, 1.00, 1.10, 1.05, 1.15};  // s
 
 // What each take adds that is not the gesture, as shares of its size.
-static constexpr double kStrayAngle = 0.05;      // rad
-static constexpr double kStrayDistance = 0.008;  // m
+static constexpr double kStrayAngle = 0.08;      // rad
+static constexpr double kStrayDistance = 0.012;  // m
 
 static double jitter(double spread, Random& random) {
   return 1.0 + spread * random.uniform(-1.7, 1.7);

@@ -16,10 +16,10 @@ struct Spread {
 
 }  // namespace
 
-static constexpr Spread kCalmSpread = {0.95, 1.10, 0.85, 1.05, 0.03,
-                                       0.6,  1.0,  0.12, 0.03};
-static constexpr Spread kFreeSpread = {0.88, 1.18, 0.90, 1.30, 0.06,
-                                       0.8,  1.5,  0.22, 0.06};
+static constexpr Spread kCalmSpread = {0.92, 1.12, 0.82, 1.08, 0.05,
+                                       0.6,  1.0,  0.18, 0.05};
+static constexpr Spread kFreeSpread = {0.82, 1.22, 0.85, 1.35, 0.08,
+                                       0.8,  1.5,  0.30, 0.09};
 
 // The arm that waits for a gesture: forearm ahead, just above level, the thumb's side a
 // little up.
