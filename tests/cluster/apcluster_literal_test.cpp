@@ -159,6 +159,24 @@ TEST(ApAgainstLiteral, OnMatricesWithInfinitiesAndHugeValues) {
   EXPECT_GT(ends.exemplars, 20);
 }
 
+// Whole rows of minus infinity occur, where the largest and the next to it are no more
+// than the value that stands for what was taken out.
+TEST(ApAgainstLiteral, OnSmallMatricesOfInfinities) {
+  Ends ends;
+  const float infinity = std::numeric_limits<float>::infinity();
+  const float values[] = {-infinity, -infinity, -infinity, -1.0f, -3.0f, infinity};
+  for (std::uint64_t seed = 1; seed <= 3000; ++seed) {
+    Case c(seed);
+    c.n = c.random.integer(2, 5);
+    c.s.resize(static_cast<size_t>(c.n) * static_cast<size_t>(c.n));
+    const int most = c.random.integer(0, 5);
+    for (float& value : c.s) value = values[c.random.integer(0, most)];
+    ASSERT_NO_FATAL_FAILURE(compare(c, false, ends, "seed " + std::to_string(seed)));
+  }
+  EXPECT_GT(ends.exemplars, 20);
+  EXPECT_GT(ends.none, 20);
+}
+
 TEST(ApAgainstLiteral, OnMatricesWithNans) {
   Ends ends;
   for (std::uint64_t seed = 1; seed <= 700; ++seed) {
