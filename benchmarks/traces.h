@@ -1,0 +1,26 @@
+// Traces to measure with, all of unit root mean square, followed by a gravity vector.
+//
+// Noise: every point on its own, so nothing foretells which way a warping path turns.
+// Gestures: smooth curves of a few classes, each time performed a little differently,
+// with some noise on them; the processor foresees much of their paths, which helps the
+// literal versions alone.
+#pragma once
+
+#include "classifier/best_match.h"
+#include "classifier/points.h"
+#include "support/random_points.h"
+
+inline constexpr int kClasses = 8;
+
+// All with `points` points before the gravity vector.
+Points noise(RandomPoints& random, int points);
+Points gesture(RandomPoints& random, int kind, int points);
+Points any_gesture(RandomPoints& random, int points);
+
+// Templates of all classes in turn, 40 to 80 points each.
+Templates templates(RandomPoints& random, int count);
+
+// Templates for `trace`, none of which can be given up: all start and end where the trace
+// does, as far as can be told beforehand the first is the best, and each in truth is
+// better than those before it.
+Templates deceptive_templates(RandomPoints& random, const Points& trace, int count);
