@@ -1,0 +1,94 @@
+# What a host's build finds the installed library with, and the Debian packages:
+# `cpack` in a build folder configured with -DCMAKE_INSTALL_PREFIX=/usr.
+include(CMakePackageConfigHelpers)
+set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/WearableInteraction)
+write_basic_package_version_file(
+  ${CMAKE_CURRENT_BINARY_DIR}/WearableInteractionConfigVersion.cmake
+  VERSION ${PROJECT_VERSION} COMPATIBILITY SameMinorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/WearableInteractionConfigVersion.cmake
+        DESTINATION ${config_dir} COMPONENT development)
+
+# Relative, so that a staged or moved tree works as well.
+file(RELATIVE_PATH WGR_PREFIX_FROM_PKGCONFIG
+     /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+string(REGEX REPLACE "/$" "" WGR_PREFIX_FROM_PKGCONFIG "${WGR_PREFIX_FROM_PKGCONFIG}")
+configure_file(cmake/WearableInteraction.pc.in WearableInteraction.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/WearableInteraction.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME wearableinteraction)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_CONTACT
+    "WearableInteraction maintainers <maintainers@wearableinteraction.invalid>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "wrist gestures on a smartwatch")
+# The library looks for its models in /usr/share, wherever it lies itself.
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE
+    GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_COMPONENTS_ALL library development models)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+if(CMAKE_LIBRARY_ARCHITECTURE STREQUAL arm-linux-gnueabihf)
+  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf)
+elseif(CMAKE_LIBRARY_ARCHITECTURE STREQUAL arm-linux-gnueabi)
+  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armel)
+elseif(CMAKE_LIBRARY_ARCHITECTURE STREQUAL aarch64-linux-gnu)
+  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE arm64)
+endif()  # else CPack asks dpkg
+
+# wgr_package(COMPONENT PACKAGE SUMMARY DESCRIPTION): one Debian package. Its changelog
+# and copyright, which every package carries, are made from ours.
+function(wgr_package component package summary description)
+  string(TOUPPER ${component} key)
+  set(CPACK_DEBIAN_${key}_PACKAGE_NAME ${package} PARENT_SCOPE)
+  set(CPACK_COMPONENT_${key}_DESCRIPTION "${summary}\n${description}" PARENT_SCOPE)
+  set(doc ${CMAKE_INSTALL_DATADIR}/doc/${package})
+  install(FILES ${PROJECT_SOURCE_DIR}/cmake/debian-copyright RENAME copyright
+          DESTINATION ${doc} COMPONENT ${component})
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz DESTINATION ${doc}
+          COMPONENT ${component})
+endfunction()
+
+wgr_package(library libwearableinteraction "wrist gestures on a smartwatch - library"
+  "Recognises wrist gestures, and the wrist that wears the watch, from a stream of
+ accelerometer and gyroscope samples. Runs inside the process of its host.")
+wgr_package(development libwearableinteraction-dev
+  "wrist gestures on a smartwatch - development files"
+  "The C header files, and what CMake and pkg-config find the library with.")
+wgr_package(models wearableinteraction-models
+  "wrist gestures on a smartwatch - gesture models"
+  "The six models that the library reads, one for each wrist and mode. It does not
+ start without them.")
+if(WGR_BUILD_TOOLS)
+  list(APPEND CPACK_COMPONENTS_ALL tools)
+  wgr_package(tools wearableinteraction-tools
+    "wrist gestures on a smartwatch - command line tool"
+    "The program wgr, which replays recordings of motion through the library and
+ makes recordings and models.")
+endif()
+
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR})
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_RECOMMENDS wearableinteraction-models)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
+    "libwearableinteraction (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_MODELS_PACKAGE_SECTION misc)
+set(CPACK_DEBIAN_MODELS_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS
+    "libwearableinteraction (= ${PROJECT_VERSION}), util-linux")
+
+# A Debian changelog of one entry; gzip without a time, so that it is the same bytes.
+file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/changelog
+  "wearableinteraction (${PROJECT_VERSION}) unstable; urgency=medium\n\n"
+  "  * See CHANGELOG.md of the sources.\n\n"
+  " -- ${CPACK_PACKAGE_CONTACT}  Thu, 01 Jan 2026 00:00:00 +0000\n")
+execute_process(COMMAND gzip -9nkf changelog
+                WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
+include(CPack)

@@ -1,0 +1,54 @@
+#!/bin/sh
+# Makes the Debian packages and checks what is in them, by hand and with lintian.
+#
+# packages_test.sh BUILD LIBDIR ARCHITECTURE; ends with 77, skipped, without the tools.
+set -eu
+build=$1 libdir=$2 architecture=$3
+for tool in dpkg-shlibdeps dpkg-deb lintian; do
+  command -v $tool >/dev/null || {
+    echo "skipped: $tool is missing: apt-get install dpkg-dev lintian"
+    exit 77
+  }
+done
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+
+# So that dependencies are those of the target.
+export DEB_HOST_ARCH="$architecture"
+(cd "$build" && cpack -G DEB -B "$scratch") >"$scratch/log" 2>&1 || {
+  cat "$scratch/log" >&2
+  exit 1
+}
+
+# expect PACKAGE ARCHITECTURE FILE...: the package is there and holds the files.
+expect() {
+  package=$1
+  file=$scratch/$1_0.1_$2.deb
+  shift 2
+  dpkg-deb --contents "$file" >"$scratch/contents"
+  for path in "$@"; do
+    grep -q " \./$path$" "$scratch/contents" || {
+      echo "$package has no $path:" >&2
+      cat "$scratch/contents" >&2
+      exit 1
+    }
+  done
+}
+
+expect libwearableinteraction "$architecture" "usr/$libdir/libWearableInteraction.so"
+dpkg-deb --field "$scratch/libwearableinteraction_0.1_$architecture.deb" Depends |
+  grep 'libc6 (>=.*libstdc++6 (>=' || {
+  echo "the library's package does not depend on the C and C++ libraries" >&2
+  exit 1
+}
+expect libwearableinteraction-dev "$architecture" usr/include/WgrInterface.h \
+  usr/include/WgrTypes.h "usr/$libdir/pkgconfig/WearableInteraction.pc" \
+  "usr/$libdir/cmake/WearableInteraction/WearableInteractionConfig.cmake"
+models=usr/share/GestureModel
+expect wearableinteraction-models all \
+  $models/olvo_model_5_ow/hgr_olvo.xml $models/olvo_model_5_fb/hgr_olvo.xml \
+  $models/olvo_model_5_mix/hgr_olvo.xml $models/olvo_model_5r_ow/hgr_olvo.xml \
+  $models/olvo_model_5r_fb/hgr_olvo.xml $models/olvo_model_5r_mix/hgr_olvo.xml
+expect wearableinteraction-tools "$architecture" usr/bin/wgr
+
+lintian --allow-root --fail-on error "$scratch"/*.deb
