@@ -5,24 +5,7 @@
 // The active stretch runs while the squared speed reaches this share of its mean.
 static constexpr double kActiveShare = 0.1;
 
-namespace {
-
-// The state at the end of every step between two samples.
-struct Motion {
-  std::vector<double> squared_speed;  // (m/s)²
-  Points velocity;                    // m/s
-  Points position;                    // m
-  double sum_of_squared_speeds = 0.0;
-};
-
-struct Stretch {
-  size_t begin;
-  size_t end;  // exclusive
-};
-
-}  // namespace
-
-static Motion integrate(const Points& acc, int sample_rate) {
+Kinematics integrate(const Points& acc, int sample_rate) {
   // A float division on purpose: at 50 Hz the step is 0.01999999955 s, not 0.02 s, and
   // every velocity and position inherits the difference.
   const double dt = 1.0f / static_cast<float>(sample_rate);
@@ -30,7 +13,7 @@ static Motion integrate(const Points& acc, int sample_rate) {
   const double sixth = (dt * dt) / 6.0;
 
   const size_t steps = acc.size() - 1;
-  Motion motion;
+  Kinematics motion;
   motion.squared_speed.reserve(steps);
   motion.velocity.reserve(steps);
   motion.position.reserve(steps);
@@ -51,16 +34,18 @@ static Motion integrate(const Points& acc, int sample_rate) {
   return motion;
 }
 
-// From the first to the last step that is fast; empty when the first or the last step
-// is fast itself: such a motion was cut in its middle.
-static Stretch active_stretch(const Motion& motion) {
+double fast_from(const Kinematics& motion) {
+  return (motion.sum_of_squared_speeds /
+          static_cast<double>(motion.squared_speed.size())) *
+         kActiveShare;
+}
+
+Stretch active_stretch(const Kinematics& motion) {
   const std::vector<double>& speed = motion.squared_speed;
   const size_t steps = speed.size();
   if (steps == 0) return {0, 0};
-  const double threshold =
-      (motion.sum_of_squared_speeds / static_cast<double>(steps)) * kActiveShare;
-  // Written so that a speed or a threshold that is not a number counts as fast.
-  const auto fast = [&](size_t i) { return !(speed[i] < threshold); };
+  const double threshold = fast_from(motion);
+  const auto fast = [&](size_t i) { return is_fast(speed[i], threshold); };
 
   if (fast(0) || fast(steps - 1)) return {0, 0};
   size_t begin = 1;
@@ -76,7 +61,7 @@ void reconstruct(Points& trace, int sample_rate, Points& velocity, Points& posit
   // One step fewer than points: without any point that is no number of steps at all.
   if (trace.empty()) throw std::bad_alloc();
 
-  const Motion motion = integrate(trace, sample_rate);
+  const Kinematics motion = integrate(trace, sample_rate);
   const Stretch kept = active_stretch(motion);
   Points stretch;
   stretch.reserve(kept.end - kept.begin);
