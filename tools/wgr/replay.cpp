@@ -4,9 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <charconv>
 #include <chrono>
-#include <cmath>
 #include <csignal>
 #include <cstring>
 #include <exception>
@@ -15,19 +13,16 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "host/fixed_paths.h"
 #include "host/own_stdout.h"
 #include "host/report.h"
 #include "host/run.h"
 #include "host/session.h"
-#include "recording/clock.h"
+#include "host/session_arguments.h"
 #include "recording/recording.h"
 #include "subcommands.h"
-
-static constexpr char kStandardInput[] = "-";
-static constexpr int kAssumedRate = 50;          // samples per second
-static constexpr size_t kSamplesForRate = 4096;  // that a recording's rate is taken from
 
 static constexpr char kFooter[] =
     R"(A recording is CSV, plain or gzip, with the header t,ax,ay,az,gx,gy,gz: seconds,
@@ -54,14 +49,9 @@ Exit status: 0 done; 2 when the recording, the models or an argument cannot be u
 
 namespace {
 
-struct ReplayArguments {
-  std::string recording;
-  std::string models;  // folder; empty: the installed ones
-  std::string bias;    // X,Y,Z
-  std::string log;     // file; empty: not kept
-  std::optional<int> rate;
+struct ReplayArguments : SessionArguments {
+  std::string log;  // file; empty: not kept
   bool json = false;
-  SessionOptions session;
 };
 
 // Copies what the library logs during this object's life to a file of the user's.
@@ -100,62 +90,6 @@ class KeptLog {
 
 }  // namespace
 
-static Point3Df parse_bias(const std::string& text) {
-  double values[3] = {};
-  const char* next = text.data();
-  const char* const end = next + text.size();
-  for (double& value : values) {
-    const auto [stop, error] = std::from_chars(next, end, value);
-    const bool last = &value == &values[2];
-    if (error != std::errc() || !std::isfinite(value) ||
-        (last ? stop != end : stop == end || *stop != ',')) {
-      throw UsageError("--bias: three numbers X,Y,Z in deg/s are wanted, not \"" + text +
-                       "\"");
-    }
-    next = stop + 1;
-  }
-  return {values[0], values[1], values[2]};
-}
-
-// The user's arguments without --models, for the run inside the launcher.
-static std::vector<std::string> without_models(const ReplayArguments& given) {
-  std::vector<std::string> words = {"replay",
-                                    "--wearer=" + std::to_string(given.session.wearer),
-                                    "--mode=" + std::to_string(given.session.mode)};
-  if (given.rate) words.push_back("--rate=" + std::to_string(*given.rate));
-  if (!given.bias.empty()) words.push_back("--bias=" + given.bias);
-  if (given.session.sensitivity) {
-    words.push_back("--sensitivity=" + std::to_string(*given.session.sensitivity));
-  }
-  if (!given.log.empty()) words.push_back("--log=" + given.log);
-  if (given.json) words.push_back("--json");
-  words.push_back("--");
-  words.push_back(given.recording);
-  return words;
-}
-
-static int choose_rate(const ReplayArguments& given, RecordingReader& reader) {
-  if (given.rate) return *given.rate;
-  if (given.recording == kStandardInput) {
-    std::fprintf(
-        stderr,
-        "wgr: taking %d samples/s for the live stream; --rate HZ says otherwise\n",
-        kAssumedRate);
-    return kAssumedRate;
-  }
-  const std::optional<int> rate = estimate_rate(reader.read_ahead(kSamplesForRate));
-  if (!rate) {
-    std::fprintf(stderr,
-                 "wgr: %s: the time stamps give no rate: taking %d samples/s; --rate HZ "
-                 "says otherwise\n",
-                 given.recording.c_str(), kAssumedRate);
-    return kAssumedRate;
-  }
-  std::fprintf(stderr, "wgr: %s: %d samples/s by the time stamps\n",
-               given.recording.c_str(), *rate);
-  return *rate;
-}
-
 // An interrupt ends a live stream rather than the program: the summary still comes. A
 // second one ends the program.
 static void end_standard_input(int) {
@@ -174,16 +108,11 @@ static void let_interrupts_end_the_stream() {
 }
 
 static void replay(ReplayArguments& given) {
-  if (!given.bias.empty()) given.session.gyro_bias = parse_bias(given.bias);
-  const SessionOptions& chosen = given.session;
-  if (!given.models.empty()) {
-    std::error_code missing;
-    const std::string folder = std::filesystem::canonical(given.models, missing);
-    if (missing) throw UsageError(given.models + ": " + missing.message());
-    require_models(folder, chosen.wearer, chosen.mode);
-    run_again_with_models(folder, without_models(given));
-  }
-  require_models(kInstalledModels, chosen.wearer, chosen.mode);
+  std::vector<std::string> words = session_words(given);
+  words.insert(words.begin(), "replay");
+  if (!given.log.empty()) words.push_back("--log=" + given.log);
+  if (given.json) words.push_back("--json");
+  prepare_session(given, words);
 
   if (given.recording == kStandardInput) let_interrupts_end_the_stream();
   RecordingReader reader(given.recording);
@@ -237,32 +166,7 @@ void add_replay(CLI::App& wgr) {
   CLI::App* const command = wgr.add_subcommand(
       "replay", "Run the library over a recording and tell what it reports.");
   const auto given = std::make_shared<ReplayArguments>();
-  command->add_option("RECORDING", given->recording, "The recording; - is standard input")
-      ->required()
-      ->option_text(" ");
-  command
-      ->add_option("--models", given->models,
-                   "Folder of models, holding olvo_model_5_fb/hgr_olvo.xml\nand so on; "
-                   "otherwise /usr/share/GestureModel")
-      ->option_text("DIR");
-  command->add_option("--wearer", given->session.wearer, "0: left wrist, 1: right wrist")
-      ->check(CLI::Range(0, 1))
-      ->option_text("0|1 (0)");
-  command->add_option("--mode", given->session.mode, "Which of the wearer's three models")
-      ->check(CLI::Range(0, 2))
-      ->option_text("0|1|2 (1)");
-  command
-      ->add_option("--rate", given->rate,
-                   "Samples per second; otherwise what the time stamps of\na file say, "
-                   "and 50 for standard input")
-      ->check(CLI::Range(1, kHighestRate))
-      ->option_text("HZ");
-  command->add_option("--bias", given->bias, "Gyroscope bias X,Y,Z in deg/s")
-      ->option_text("X,Y,Z");
-  command
-      ->add_option("--sensitivity", given->session.sensitivity,
-                   "1 permissive to 3 strict, -N for motions of N samples and more")
-      ->option_text("LEVEL");
+  add_session_arguments(*command, *given);
   command->add_flag("--json", given->json, "Print JSON lines");
   command->add_option("--log", given->log, "File to keep the diagnostic log in")
       ->option_text("FILE");

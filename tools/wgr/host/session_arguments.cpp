@@ -1,0 +1,109 @@
+#include "host/session_arguments.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+
+#include "errors.h"
+#include "host/fixed_paths.h"
+#include "recording/clock.h"
+
+static constexpr int kAssumedRate = 50;          // samples per second
+static constexpr size_t kSamplesForRate = 4096;  // that a recording's rate is taken from
+
+static Point3Df parse_bias(const std::string& text) {
+  double values[3] = {};
+  const char* next = text.data();
+  const char* const end = next + text.size();
+  for (double& value : values) {
+    const auto [stop, error] = std::from_chars(next, end, value);
+    const bool last = &value == &values[2];
+    if (error != std::errc() || !std::isfinite(value) ||
+        (last ? stop != end : stop == end || *stop != ',')) {
+      throw UsageError("--bias: three numbers X,Y,Z in deg/s are wanted, not \"" + text +
+                       "\"");
+    }
+    next = stop + 1;
+  }
+  return {values[0], values[1], values[2]};
+}
+
+void add_session_arguments(CLI::App& command, SessionArguments& given) {
+  command.add_option("RECORDING", given.recording, "The recording; - is standard input")
+      ->required()
+      ->option_text(" ");
+  command
+      .add_option("--models", given.models,
+                  "Folder of models, holding olvo_model_5_fb/hgr_olvo.xml\nand so on; "
+                  "otherwise /usr/share/GestureModel")
+      ->option_text("DIR");
+  command.add_option("--wearer", given.session.wearer, "0: left wrist, 1: right wrist")
+      ->check(CLI::Range(0, 1))
+      ->option_text("0|1 (0)");
+  command.add_option("--mode", given.session.mode, "Which of the wearer's three models")
+      ->check(CLI::Range(0, 2))
+      ->option_text("0|1|2 (1)");
+  command
+      .add_option("--rate", given.rate,
+                  "Samples per second; otherwise what the time stamps of\na file say, "
+                  "and 50 for standard input")
+      ->check(CLI::Range(1, kHighestRate))
+      ->option_text("HZ");
+  command.add_option("--bias", given.bias, "Gyroscope bias X,Y,Z in deg/s")
+      ->option_text("X,Y,Z");
+  command
+      .add_option("--sensitivity", given.session.sensitivity,
+                  "1 permissive to 3 strict, -N for motions of N samples and more")
+      ->option_text("LEVEL");
+}
+
+std::vector<std::string> session_words(const SessionArguments& given) {
+  std::vector<std::string> words = {"--wearer=" + std::to_string(given.session.wearer),
+                                    "--mode=" + std::to_string(given.session.mode)};
+  if (given.rate) words.push_back("--rate=" + std::to_string(*given.rate));
+  if (!given.bias.empty()) words.push_back("--bias=" + given.bias);
+  if (given.session.sensitivity) {
+    words.push_back("--sensitivity=" + std::to_string(*given.session.sensitivity));
+  }
+  return words;
+}
+
+void prepare_session(SessionArguments& given, const std::vector<std::string>& words) {
+  if (!given.bias.empty()) given.session.gyro_bias = parse_bias(given.bias);
+  const SessionOptions& chosen = given.session;
+  if (given.models.empty()) {
+    require_models(kInstalledModels, chosen.wearer, chosen.mode);
+    return;
+  }
+  std::error_code missing;
+  const std::string folder = std::filesystem::canonical(given.models, missing);
+  if (missing) throw UsageError(given.models + ": " + missing.message());
+  require_models(folder, chosen.wearer, chosen.mode);
+  std::vector<std::string> again = words;
+  again.push_back("--");
+  again.push_back(given.recording);
+  run_again_with_models(folder, again);
+}
+
+int choose_rate(const SessionArguments& given, RecordingReader& reader) {
+  if (given.rate) return *given.rate;
+  if (given.recording == kStandardInput) {
+    std::fprintf(
+        stderr,
+        "wgr: taking %d samples/s for the live stream; --rate HZ says otherwise\n",
+        kAssumedRate);
+    return kAssumedRate;
+  }
+  const std::optional<int> rate = estimate_rate(reader.read_ahead(kSamplesForRate));
+  if (!rate) {
+    std::fprintf(stderr,
+                 "wgr: %s: the time stamps give no rate: taking %d samples/s; --rate HZ "
+                 "says otherwise\n",
+                 given.recording.c_str(), kAssumedRate);
+    return kAssumedRate;
+  }
+  std::fprintf(stderr, "wgr: %s: %d samples/s by the time stamps\n",
+               given.recording.c_str(), *rate);
+  return *rate;
+}

@@ -1,0 +1,34 @@
+// The command line arguments of the subcommands that run a host over a recording.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/session.h"
+#include "recording/recording.h"
+
+inline constexpr char kStandardInput[] = "-";
+
+struct SessionArguments {
+  std::string recording;  // file; "-": standard input
+  std::string models;     // folder; empty: the installed ones
+  std::string bias;       // X,Y,Z
+  std::optional<int> rate;
+  SessionOptions session;
+};
+
+// Adds RECORDING, --models, --wearer, --mode, --rate, --bias and --sensitivity.
+void add_session_arguments(CLI::App& command, SessionArguments& given);
+
+// The words of the command line that stand for `given`, without --models and RECORDING.
+std::vector<std::string> session_words(const SessionArguments& given);
+
+// Sets the gyroscope bias and sees that the models are there. With --models this process
+// is replaced by a run of the same program that has them in place: of the command line
+// `words`, then "--" and the recording.
+void prepare_session(SessionArguments& given, const std::vector<std::string>& words);
+
+// The rate that was given, or else the recording's; said on standard error.
+int choose_rate(const SessionArguments& given, RecordingReader& reader);
