@@ -24,6 +24,7 @@ int main(int argc, char** argv) {
   wgr.set_version_flag("--version", std::string("wgr ") + WGR_VERSION);
   wgr.require_subcommand(0, 1);
   add_replay(wgr);
+  add_explain(wgr);
   add_synth(wgr);
   add_cut(wgr);
   add_build(wgr);

@@ -9,6 +9,7 @@
 #include "errors.h"
 
 void add_replay(CLI::App& wgr);
+void add_explain(CLI::App& wgr);
 void add_synth(CLI::App& wgr);
 void add_cut(CLI::App& wgr);
 void add_build(CLI::App& wgr);

@@ -33,8 +33,10 @@ static WgrHandle create() {
 }
 
 Session::Session(const SessionOptions& options) : handle_(create()) {
-  init_gesture_handle(handle_, options.rate, options.gyro_bias, kLibraryChooses,
-                      kLibraryChooses, kLibraryChooses, kHandWindow);
+  if (options.initialise) {
+    init_gesture_handle(handle_, options.rate, options.gyro_bias, kLibraryChooses,
+                        kLibraryChooses, kLibraryChooses, kHandWindow);
+  }
   set_gesture_model(handle_, static_cast<WgWatchWearer>(options.wearer),
                     static_cast<WgWorkMode>(options.mode));
   if (options.sensitivity) set_gesture_rec_sensitivity(handle_, *options.sensitivity);

@@ -13,6 +13,7 @@ struct SessionOptions {
   int rate = 50;                         // samples per second
   Point3Df gyro_bias = {0.0, 0.0, 0.0};  // deg/s
   std::optional<int> sensitivity;        // the library's own default when absent
+  bool initialise = true;                // false: a host that forgets to
 };
 
 struct GestureEvent {
@@ -41,6 +42,9 @@ class Session {
   // What the wrist detector, fed with this sample too, says: 0 left, 1 right, 2
   // undecided.
   int ask_wearer(const RecordedSample& sample);
+
+  // For those who look behind the interface while the host runs.
+  WgrHandle handle() const { return handle_; }
 
  private:
   static void on_gesture(void* handle, int gesture, void* session);

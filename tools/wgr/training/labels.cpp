@@ -3,23 +3,35 @@
 #include "table.h"
 
 static constexpr char kHeader[] = "file,t_start,t_end,label";
+static constexpr char kSpansHeader[] = "t_start,t_end,label";
 static constexpr int kTimeDecimals = 3;
 static constexpr double kHighestLabel = 1000.0;
 
-std::vector<LabelledSpan> read_labels(const std::string& path) {
+// The three columns from `first` on, and the file from the one before, if there is one.
+static std::vector<LabelledSpan> read_columns(const std::string& path,
+                                              const std::string& header, size_t first) {
   std::vector<LabelledSpan> spans;
-  for (const TableRow& row : read_table(path, kHeader)) {
-    const double begin = number_in(row, 1, path);
-    const double end = number_in(row, 2, path);
+  for (const TableRow& row : read_table(path, header)) {
+    const double begin = number_in(row, first, path);
+    const double end = number_in(row, first + 1, path);
     if (!(end > begin)) refuse_row(row, path, "the span ends before it starts");
-    const double label = number_in(row, 3, path);
+    const double label = number_in(row, first + 2, path);
     if (!(label >= 0.0 && label <= kHighestLabel) ||
         label != static_cast<double>(static_cast<int>(label))) {
       refuse_row(row, path, "the label must be a whole number from 0");
     }
-    spans.push_back({row.fields[0], begin, end, static_cast<int>(label)});
+    spans.push_back(
+        {first > 0 ? row.fields[0] : "", begin, end, static_cast<int>(label)});
   }
   return spans;
+}
+
+std::vector<LabelledSpan> read_labels(const std::string& path) {
+  return read_columns(path, kHeader, 1);
+}
+
+std::vector<LabelledSpan> read_spans(const std::string& path) {
+  return read_columns(path, kSpansHeader, 0);
 }
 
 void write_labels(const std::string& path, const std::vector<LabelledSpan>& spans) {

@@ -16,4 +16,8 @@ struct LabelledSpan {
 
 // Throws UsageError with file and line for what is no such table.
 std::vector<LabelledSpan> read_labels(const std::string& path);
+
+// The same for a table of one recording, t_start,t_end,label: the spans have no file.
+std::vector<LabelledSpan> read_spans(const std::string& path);
+
 void write_labels(const std::string& path, const std::vector<LabelledSpan>& spans);

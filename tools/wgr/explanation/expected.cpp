@@ -1,0 +1,149 @@
+#include "explanation/expected.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+#include "explanation/words.h"
+#include "table.h"
+#include "training/labels.h"
+
+static constexpr char kSpansHeader[] = "t_start,t_end,label";
+static constexpr double kMuchLonger = 2.0;  // motion, in lengths of what was expected
+
+// Whether the path ends in all parts of `file`.
+static bool is_file(const std::filesystem::path& path,
+                    const std::filesystem::path& file) {
+  const std::vector<std::filesystem::path> parts(path.begin(), path.end());
+  const std::vector<std::filesystem::path> tail(file.begin(), file.end());
+  return tail.size() <= parts.size() &&
+         std::equal(tail.rbegin(), tail.rend(), parts.rbegin());
+}
+
+static bool has_files(const std::string& path) {
+  std::ifstream file(path);
+  std::string header;
+  std::getline(file, header);
+  return header.substr(0, sizeof kSpansHeader - 1) != kSpansHeader;
+}
+
+std::vector<Expected> read_expected(const std::string& path,
+                                    const std::string& recording) {
+  std::vector<Expected> expected;
+  const bool with_files = has_files(path);
+  for (const LabelledSpan& span : with_files ? read_labels(path) : read_spans(path)) {
+    if (with_files && !is_file(recording, span.file)) continue;
+    expected.push_back({span.begin, span.end, span.label, Cause::kReported, {}, ""});
+  }
+  return expected;
+}
+
+static double overlap(const MotionAccount& m, double begin, double end) {
+  return std::min(m.end, end) - std::max(m.begin, begin);
+}
+
+// The motion that overlaps the most.
+static std::optional<size_t> nearest_motion(const Explanation& e, const Expected& x) {
+  std::optional<size_t> nearest;
+  double most = 0.0;
+  for (size_t i = 0; i < e.motions.size(); ++i) {
+    const double common = overlap(e.motions[i], x.begin, x.end);
+    if (common <= most) continue;
+    most = common;
+    nearest = i;
+  }
+  return nearest;
+}
+
+// Whether another expectation of the same motion covers more of it.
+static bool belongs_to_another(const Explanation& e, const Expected& x, size_t motion) {
+  const MotionAccount& m = e.motions[motion];
+  const double own = overlap(m, x.begin, x.end);
+  for (const Expected& other : e.expected) {
+    if (&other == &x || other.label != x.label) continue;
+    const double theirs = overlap(m, other.begin, other.end);
+    if (theirs > own || (theirs == own && &other < &x)) return true;
+  }
+  return false;
+}
+
+static bool has_class(const Gmodel& model, int label) {
+  return std::any_of(model.templates.begin(), model.templates.end(),
+                     [label](const auto& entry) { return entry.first == label; });
+}
+
+// No motion was there at all: why the wrist counted as resting.
+static void explain_rest(const Explanation& e, Expected& x) {
+  RestStretch seen;
+  for (size_t i = 0; i < e.samples.size(); ++i) {
+    if (e.samples[i].t < x.begin || e.samples[i].t > x.end) continue;
+    ++seen.count;
+    ++seen.judged[static_cast<size_t>(e.judgements[i])];
+  }
+  const auto count = [&seen](Judgement j) { return seen.judged[static_cast<size_t>(j)]; };
+  if (seen.count == 0) {
+    x.cause = Cause::kNoSamples;
+    x.sentence = "The recording has no sample there.";
+    return;
+  }
+  const size_t blind = count(Judgement::kWindowNotFull);
+  if (2 * blind >= seen.count) {
+    const bool after_report =
+        std::any_of(e.events.begin(), e.events.end(),
+                    [&x](const GestureEvent& event) { return event.t <= x.end; });
+    x.cause = after_report ? Cause::kCutByReport : Cause::kAtRest;
+    x.sentence = after_report
+                     ? "It fell into the pause after a report, in which the wrist counts "
+                       "as resting until the window is full again."
+                     : "It fell into the recording's first samples, in which the wrist "
+                       "counts as resting until the window is full.";
+    return;
+  }
+  x.cause = Cause::kAtRest;
+  x.sentence = "The wrist counted as resting all the while: ";
+  if (count(Judgement::kBothRest) >=
+      count(Judgement::kGyroRests) + count(Judgement::kAccRests)) {
+    x.sentence += "both sensors said so.";
+  } else if (count(Judgement::kGyroRests) >= count(Judgement::kAccRests)) {
+    x.sentence += "the gyroscope alone said so, and one sensor at rest is enough.";
+  } else {
+    x.sentence += "the accelerometer alone said so, and one sensor at rest is enough.";
+  }
+}
+
+static void explain_motion(const Explanation& e, Expected& x) {
+  const MotionAccount& m = e.motions[*x.motion];
+  x.cause = m.cause;
+  x.sentence = sentence_for(m, e.settings);
+  if (m.cause == Cause::kReported) {
+    if (m.reported != x.label) {
+      x.cause = Cause::kOtherClass;
+      x.sentence = "Another class was found more like it. " + x.sentence;
+    } else if (belongs_to_another(e, x, *x.motion)) {
+      x.cause = Cause::kSharedMotion;
+      x.sentence =
+          "The wrist did not rest between two gestures, so they were one motion, "
+          "which was reported once.";
+    }
+  }
+  const double length = m.end - m.begin;
+  if (x.cause != Cause::kReported && length > kMuchLonger * (x.end - x.begin)) {
+    x.sentence += " The motion lasted " + fixed(length, 2) +
+                  " s, far longer than what was expected: there was no rest around it.";
+  }
+}
+
+void find_expected(Explanation& e) {
+  for (Expected& x : e.expected) {
+    x.motion = nearest_motion(e, x);
+    if (x.motion) {
+      explain_motion(e, x);
+    } else {
+      explain_rest(e, x);
+    }
+    if (x.cause != Cause::kReported && !has_class(e.model, x.label)) {
+      x.sentence +=
+          " The model has no template of class " + std::to_string(x.label) + ".";
+    }
+  }
+}
