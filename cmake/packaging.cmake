@@ -75,6 +75,9 @@ set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_RECOMMENDS wearableinteraction-models)
+# CPack takes the file's own name for that of the control file.
+configure_file(cmake/debian-triggers triggers COPYONLY)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_BINARY_DIR}/triggers)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
     "libwearableinteraction (= ${PROJECT_VERSION})")
@@ -82,7 +85,7 @@ set(CPACK_DEBIAN_MODELS_PACKAGE_SECTION misc)
 set(CPACK_DEBIAN_MODELS_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS
-    "libwearableinteraction (= ${PROJECT_VERSION}), util-linux")
+    "libwearableinteraction (= ${PROJECT_VERSION})")
 
 # A Debian changelog of one entry; gzip without a time, so that it is the same bytes.
 file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/changelog
