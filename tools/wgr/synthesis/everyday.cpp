@@ -102,6 +102,6 @@ void add_typing(double begin, double end, const Person& person, Random& random,
 }
 
 void add_tremor(double begin, double end, Random& random, WristMotion& motion) {
-  add_waves(begin, end, 0.0008, 0.00004, 6.0, 10.0, random, motion);
+  add_waves(begin, end, 0.0002, 0.00001, 6.0, 10.0, random, motion);
   add_waves(begin, end, 0.004, 0.002, 0.15, 0.4, random, motion);
 }

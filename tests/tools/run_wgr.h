@@ -1,0 +1,29 @@
+// Runs the program as its users do. The including test defines WGR_PROGRAM.
+#pragma once
+
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "support/files.h"
+
+struct Outcome {
+  int status;
+  std::string out;
+  std::string err;
+};
+
+// `command` goes to the shell, with nothing on standard input.
+inline Outcome run_command(const std::string& command) {
+  TempDirectory directory;
+  const std::string out = directory.file("out");
+  const std::string err = directory.file("err");
+  const int status =
+      std::system(("( " + command + " ) </dev/null >" + out + " 2>" + err).c_str());
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(out), read_file(err)};
+}
+
+inline Outcome run_wgr(const std::string& arguments) {
+  return run_command(std::string(WGR_PROGRAM) + " " + arguments);
+}

@@ -1,0 +1,216 @@
+// Plans, scripts, and the program that carries them out.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <set>
+
+#include "classifier/points.h"
+#include "errors.h"
+#include "synthesis/performance.h"
+#include "tools/run_wgr.h"
+#include "training/labels.h"
+
+using ::testing::HasSubstr;
+
+static const Person kSomebody = make_person(5, Style::kFree);
+
+TEST(SynthRandom, IsTheKnownSequence) {
+  // The first outputs of SplitMix64 from 1234567, as its author publishes them.
+  Random random(1234567);
+  EXPECT_EQ(random.next(), 6457827717110365317u);
+  EXPECT_EQ(random.next(), 3203168211198807973u);
+  EXPECT_EQ(random.next(), 9817491932198370423u);
+}
+
+TEST(SynthRandom, GaussianHasTheMomentsOfOne) {
+  Random random(3);
+  double sum = 0.0;
+  double squares = 0.0;
+  constexpr int kDraws = 100000;
+  for (int i = 0; i < kDraws; ++i) {
+    const double x = random.gaussian();
+    sum += x;
+    squares += x * x;
+  }
+  EXPECT_NEAR(sum / kDraws, 0.0, 0.01);
+  EXPECT_NEAR(squares / kDraws, 1.0, 0.02);
+}
+
+TEST(SynthPlan, ARandomPlanHoldsWhatWasAskedFor) {
+  Random random(1);
+  const Plan plan = random_plan({3, 60.0}, kSomebody, random);
+  int takes[kGestures] = {};
+  double everyday = 0.0;
+  double t = 0.0;
+  for (size_t i = 0; i < plan.size(); ++i) {
+    EXPECT_EQ(plan[i].begin, t) << "activities follow each other";
+    t = plan[i].end;
+    if (const auto label = label_of(plan[i].what)) {
+      ++takes[*label];
+      ASSERT_GT(i, 0u);
+      EXPECT_EQ(plan[i - 1].what, Activity::kRest);
+      EXPECT_GE(plan[i - 1].end - plan[i - 1].begin, kReadyTime);
+      EXPECT_GE(plan[i].end - plan[i].begin, 0.7);
+      EXPECT_LE(plan[i].end - plan[i].begin, 1.7);
+    } else if (plan[i].what != Activity::kRest) {
+      everyday += plan[i].end - plan[i].begin;
+    }
+  }
+  for (const int count : takes) EXPECT_EQ(count, 3);
+  EXPECT_NEAR(everyday, 60.0, 0.05);
+}
+
+TEST(SynthPlan, AGestureMovesTheWristInItsSpanAndNotBeforeIt) {
+  for (int label = 0; label < kGestures; ++label) {
+    const Plan plan = {{0.0, 3.0, Activity::kRest},
+                       {3.0, 4.1, static_cast<Activity>(label)},
+                       {4.1, 5.0, Activity::kRest}};
+    double inside = 0.0;
+    double before = 0.0;
+    for (const RecordedSample& s : record(plan, kSomebody, {0, 50}, Random(2))) {
+      const double off = std::abs(std::sqrt(squared_length(s.acc)) - 10.08);
+      if (s.t > 2.75 && s.t < 3.0) before = std::max(before, off);
+      if (s.t > 3.0 && s.t < 4.1) inside = std::max(inside, off);
+    }
+    EXPECT_LT(before, 0.35) << kGestureNames[static_cast<size_t>(label)];
+    EXPECT_GT(inside, 1.5) << kGestureNames[static_cast<size_t>(label)];
+  }
+}
+
+TEST(SynthPlan, AScriptIsReadBackAsItWasWritten) {
+  TempDirectory directory;
+  Random random(6);
+  const Plan plan = random_plan({2, 40.0}, kSomebody, random);
+  write_script(directory.file("script.csv"), plan);
+  const Plan read = read_script(directory.file("script.csv"));
+  ASSERT_EQ(read.size(), plan.size());
+  for (size_t i = 0; i < plan.size(); ++i) {
+    EXPECT_EQ(read[i].begin, plan[i].begin);
+    EXPECT_EQ(read[i].end, plan[i].end);
+    EXPECT_EQ(read[i].what, plan[i].what);
+  }
+}
+
+TEST(SynthPlan, WhatAScriptLeavesOutIsRest) {
+  TempDirectory directory;
+  write_file(directory.file("s"), "t_start,t_end,what\r\n2,3,push\r\n");
+  const Plan plan = read_script(directory.file("s"));
+  ASSERT_EQ(plan.size(), 2u);
+  EXPECT_EQ(plan[0].what, Activity::kRest);
+  EXPECT_EQ(plan[0].end, 2.0);
+  EXPECT_EQ(plan[1].what, Activity::kPush);
+}
+
+TEST(SynthPlan, AScriptThatCannotBeIsRefusedWithItsLine) {
+  const struct {
+    const char* text;
+    const char* message;
+  } cases[] = {
+      {"", ": holds no activity"},
+      {"t,what\n", ":1: the first line must be t_start,t_end,what"},
+      {"t_start,t_end,what\n", ": holds no activity"},
+      {"t_start,t_end,what\n0,1\n", ":2: 2 fields instead of 3"},
+      {"t_start,t_end,what\n0,x,rest\n", ":2: field 2 is not a number"},
+      {"t_start,t_end,what\n0,inf,rest\n", ":2: field 2 is not a number"},
+      {"t_start,t_end,what\n0,2,rest\n\n2,3,dance\n",
+       ":4: the last field must be one of"},
+      {"t_start,t_end,what\n0,2,rest\n1,3,walk\n", ":3: starts before the line above"},
+      {"t_start,t_end,what\n2,2,walk\n", ":2: ends before it starts"},
+      {"t_start,t_end,what\n1,2,push\n", ":2: a gesture needs a rest of at least 1.2 s"},
+      {"t_start,t_end,what\n0,2,walk\n2,3,push\n", ":3: a gesture needs a rest"},
+      {"t_start,t_end,what\n2,2.3,push\n", ":2: a gesture takes at least 0.5 s"},
+  };
+  TempDirectory directory;
+  for (const auto& c : cases) {
+    const std::string path = directory.file("script.csv");
+    write_file(path, c.text);
+    try {
+      read_script(path);
+      ADD_FAILURE() << "accepted: " << c.text;
+    } catch (const UsageError& error) {
+      EXPECT_THAT(error.what(), HasSubstr(path + c.message));
+    }
+  }
+}
+
+TEST(SynthProgram, TheSameArgumentsGiveTheSameBytesAndASeedOthers) {
+  TempDirectory directory;
+  const auto bytes = [&](const std::string& who) {
+    const std::string out = directory.file("r.csv");
+    const Outcome outcome =
+        run_wgr("synth --gestures 1 --distractors 10 -o " + out + " " + who);
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    return read_file(out);
+  };
+  const std::string once = bytes("--person 7");
+  EXPECT_GT(once.size(), 10000u);
+  EXPECT_EQ(once, bytes("--person 7 --seed 1 --style free --wearer 0"));
+  EXPECT_NE(once, bytes("--person 7 --seed 2"));
+  EXPECT_NE(once, bytes("--person 8"));
+  EXPECT_NE(once, bytes("--person 7 --style calm"));
+  EXPECT_NE(once, bytes("--person 7 --wearer 1"));
+}
+
+TEST(SynthProgram, LabelsAreThePlansGestures) {
+  TempDirectory directory;
+  const Outcome outcome = run_wgr(
+      "synth --gestures 1 --distractors 20 -o " + directory.file("r.csv") + " --labels " +
+      directory.file("labels.csv") + " --plan " + directory.file("plan.csv"));
+  ASSERT_EQ(outcome.status, 0) << outcome.err;
+  const auto spans = read_labels(directory.file("labels.csv"));
+  std::vector<LabelledSpan> planned;
+  for (const PlannedActivity& activity : read_script(directory.file("plan.csv"))) {
+    if (const auto label = label_of(activity.what)) {
+      planned.push_back({"r.csv", activity.begin, activity.end, *label});
+    }
+  }
+  ASSERT_EQ(spans.size(), 5u);
+  ASSERT_EQ(planned.size(), 5u);
+  for (size_t i = 0; i < spans.size(); ++i) {
+    EXPECT_EQ(spans[i].file, planned[i].file);
+    EXPECT_EQ(spans[i].begin, planned[i].begin);
+    EXPECT_EQ(spans[i].end, planned[i].end);
+    EXPECT_EQ(spans[i].label, planned[i].label);
+  }
+}
+
+TEST(SynthProgram, ATrainingSetIsRecordingsIndexAndLabels) {
+  TempDirectory directory;
+  const Outcome outcome =
+      run_wgr("synth --training " + directory.file("set") +
+              " --persons 2 --style mixed --gestures 1 --distractors 0 --person 40");
+  ASSERT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_EQ(read_file(directory.file("set/index.csv")),
+            "file,label,subject,rate_hz\n"
+            "p040_calm.csv,,p40,50\n"
+            "p040_free.csv,,p40,50\n"
+            "p041_calm.csv,,p41,50\n"
+            "p041_free.csv,,p41,50\n");
+  std::set<std::string> files;
+  for (const LabelledSpan& span : read_labels(directory.file("set/labels.csv"))) {
+    files.insert(span.file);
+    EXPECT_TRUE(std::filesystem::exists(directory.file("set/" + span.file)));
+  }
+  EXPECT_EQ(files.size(), 4u);
+}
+
+TEST(SynthProgram, SaysWhatCannotBeDoneAndEndsWithStatus2) {
+  const struct {
+    const char* arguments;
+    const char* message;
+  } cases[] = {
+      {"synth", "-o FILE or --training DIR"},
+      {"synth -o /nowhere/x.csv", "/nowhere/x.csv"},
+      {"synth -o /dev/null --style mixed", "sets can be mixed"},
+      {"synth -o /dev/null --style wild", "--style"},
+      {"synth -o /dev/null --rate 0", "--rate"},
+      {"synth -o /dev/null --script /nowhere/s", "/nowhere/s: cannot be read"},
+  };
+  for (const auto& c : cases) {
+    const Outcome outcome = run_wgr(c.arguments);
+    EXPECT_EQ(outcome.status, 2) << c.arguments;
+    EXPECT_THAT(outcome.err, HasSubstr(c.message)) << c.arguments;
+  }
+}
