@@ -29,7 +29,7 @@ class KeptWorkingDirectory {
   KeptWorkingDirectory() : known_(getcwd(path_, sizeof path_) != nullptr) {}
   ~KeptWorkingDirectory() {
     // Nothing can be done about a directory that is gone by now.
-    if (known_ && chdir(path_) != 0) known_ = false;
+    [[maybe_unused]] const int returned = known_ ? chdir(path_) : 0;
   }
   KeptWorkingDirectory(const KeptWorkingDirectory&) = delete;
   KeptWorkingDirectory& operator=(const KeptWorkingDirectory&) = delete;
@@ -71,7 +71,7 @@ static std::unique_ptr<HGR> load_classifier(const char* model_path) {
   const KeptWorkingDirectory before;
   std::printf("-current path: %s\n", before.path());
   // Model paths are absolute, so loading goes on where this fails.
-  if (chdir(kModelRoot) != 0) std::fflush(stdout);
+  [[maybe_unused]] const int entered = chdir(kModelRoot);
   log_working_directory();
   std::printf("current path: %s\n", before.path());
 
