@@ -13,3 +13,4 @@ void add_explain(CLI::App& wgr);
 void add_synth(CLI::App& wgr);
 void add_cut(CLI::App& wgr);
 void add_build(CLI::App& wgr);
+void add_selfcheck(CLI::App& wgr);
