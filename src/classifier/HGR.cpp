@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <memory>
-#include <tuple>
 
 #include "classifier/best_match.h"
 #include "classifier/similarity.h"
+#include "classifier/similarity_matrix.h"
 #include "context/WgrLog.h"
 
 HGR::HGR(int n) : model(new Gmodel()) { model->normalize = n > 0 ? 1 : 0; }
@@ -64,14 +64,7 @@ int HGR::predict(std::vector<Point3Df>& trace, double* strength, double* score,
 }
 
 float* HGR::cal_sim_matrix(const std::vector<std::vector<Point3Df>>& traces, int k) {
-  const size_t n = traces.size();
-  auto matrix = std::make_unique<float[]>(n * n);
-  for (size_t i = 0; i < n; ++i) {
-    matrix[i * n + i] = 0.0f;
-    for (size_t j = i + 1; j < n; ++j) {
-      std::tie(matrix[i * n + j], matrix[j * n + i]) =
-          dtw_similarity_both_ways(traces[i], traces[j], k);
-    }
-  }
+  auto matrix = std::make_unique<float[]>(traces.size() * traces.size());
+  similarity_matrix(traces, k, matrix.get());
   return matrix.release();
 }

@@ -53,23 +53,3 @@ float dtw_similarity(const Points& a, const Points& b, int k) {
   const WarpingPath path = warper_of(a, na).warp(b.data(), nb);
   return score_of(path, gravity_distance(a, b, k), k);
 }
-
-static bool all_finite(const Point3Df* points, size_t count) {
-  return std::all_of(points, points + count, [](const Point3Df& p) {
-    return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
-  });
-}
-
-std::pair<float, float> dtw_similarity_both_ways(const Points& a, const Points& b,
-                                                 int k) {
-  const size_t na = motion_points(a, k);
-  const size_t nb = motion_points(b, k);
-  if (na == 0 || nb == 0) return {kNotAlike, kNotAlike};
-  // Infinities can cancel to costs that do not compare; then the two ways differ.
-  if (!all_finite(a.data(), na) || !all_finite(b.data(), nb)) {
-    return {dtw_similarity(a, b, k), dtw_similarity(b, a, k)};
-  }
-  const Warper::BothWays paths = warper_of(a, na).warp_both_ways(b.data(), nb);
-  return {score_of(paths.forth, gravity_distance(a, b, k), k),
-          score_of(paths.back, gravity_distance(b, a, k), k)};
-}

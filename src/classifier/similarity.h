@@ -4,8 +4,6 @@
 // a trace are not part of the motion; the first of them is its gravity vector.
 #pragma once
 
-#include <utility>
-
 #include "classifier/points.h"
 #include "classifier/warping.h"
 
@@ -14,9 +12,6 @@ double scale_to_unit_rms(Points& trace, int k);
 
 // See HGR::cal_simlarity.
 float dtw_similarity(const Points& a, const Points& b, int k);
-
-// The similarities of (a, b) and of (b, a), at hardly more than the price of one.
-std::pair<float, float> dtw_similarity_both_ways(const Points& a, const Points& b, int k);
 
 // The pieces of a score, for those who compare one trace with many.
 

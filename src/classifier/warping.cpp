@@ -20,8 +20,7 @@ using Count = std::ptrdiff_t;
 // first cell starts at -1.
 struct Diagonal {
   double* cost;  // of the path into the cell
-  Count* forth;  // its diagonal steps, seen from (i, j)
-  Count* back;   // and from (j, i)
+  Count* steps;  // its diagonal steps
 };
 
 // What a sweep works on: the trace backwards, so that along an anti-diagonal its points
@@ -37,8 +36,7 @@ struct Table {
 
 struct Result {
   double cost;
-  Count forth;
-  Count back;
+  Count steps;
 };
 
 }  // namespace
@@ -50,19 +48,15 @@ WGR_INLINE Count choose(bool condition, Count yes, Count no) {
 
 // Cells j to j + count - 1 of an anti-diagonal, none of them on the table's border; a and
 // b start at the first cell's points.
-template <bool kBothWays>
 WGR_INLINE void fill(const double* __restrict a, size_t na, const double* __restrict b,
                      size_t nb, const Diagonal& older, const Diagonal& last,
                      const Diagonal& next, size_t j, size_t count) {
   const double* __restrict last_cost = last.cost + (j - 1);
-  const Count* __restrict last_forth = last.forth + (j - 1);
-  const Count* __restrict last_back = last.back + (j - 1);
+  const Count* __restrict last_steps = last.steps + (j - 1);
   const double* __restrict older_cost = older.cost + (j - 1);
-  const Count* __restrict older_forth = older.forth + (j - 1);
-  const Count* __restrict older_back = older.back + (j - 1);
+  const Count* __restrict older_steps = older.steps + (j - 1);
   double* __restrict cost = next.cost + j;
-  Count* __restrict forth = next.forth + j;
-  Count* __restrict back = next.back + j;
+  Count* __restrict steps = next.steps + j;
   WGR_INDEPENDENT_TURNS
   for (size_t k = 0; k < count; ++k) {
     const double dx = a[k] - b[k];
@@ -76,13 +70,8 @@ WGR_INLINE void fill(const double* __restrict a, size_t na, const double* __rest
     const double best = side < diagonal ? side : diagonal;
     cost[k] = best + (dy * dy + dx * dx + dz * dz);
 
-    const Count side_forth = choose(up < left, last_forth[k], last_forth[k + 1]);
-    forth[k] = choose(side < diagonal, side_forth, older_forth[k] + 1);
-    if (kBothWays) {
-      // Seen from (j, i), `up` is on the left.
-      const Count side_back = choose(left < up, last_back[k + 1], last_back[k]);
-      back[k] = choose(side < diagonal, side_back, older_back[k] + 1);
-    }
+    const Count side_steps = choose(up < left, last_steps[k], last_steps[k + 1]);
+    steps[k] = choose(side < diagonal, side_steps, older_steps[k] + 1);
   }
 }
 
@@ -94,8 +83,7 @@ WGR_INLINE double distance(const Table& t, size_t i, size_t j) {
 
 WGR_INLINE void border_cell(const Diagonal& next, size_t j, double cost) {
   next.cost[j] = cost;
-  next.forth[j] = 0;
-  next.back[j] = 0;
+  next.steps[j] = 0;
 }
 
 WGR_INLINE double least(const double* costs, size_t first, size_t last) {
@@ -104,14 +92,12 @@ WGR_INLINE double least(const double* costs, size_t first, size_t last) {
   return value;
 }
 
-template <bool kBothWays>
-WGR_INLINE Result sweep_table(Table t, double limit) {
+WGR_FOR_EACH_CPU static Result sweep(const Table& t, double limit) {
   Diagonal older = t.diagonals[0];
   Diagonal last = t.diagonals[1];
   Diagonal next = t.diagonals[2];
   last.cost[0] = distance(t, 0, 0);
-  last.forth[0] = -1;
-  last.back[0] = -1;
+  last.steps[0] = -1;
   double least_last = last.cost[0];
 
   const size_t end = t.na + t.nb - 1;
@@ -127,8 +113,8 @@ WGR_INLINE Result sweep_table(Table t, double limit) {
     const size_t first_j = d < t.na ? 1 : d - t.na + 1;
     const size_t end_j = std::min(d, t.nb);
     if (first_j < end_j) {
-      fill<kBothWays>(t.a + (t.na - 1 - d + first_j), t.na, t.b + first_j, t.nb, older,
-                      last, next, first_j, end_j - first_j);
+      fill(t.a + (t.na - 1 - d + first_j), t.na, t.b + first_j, t.nb, older, last, next,
+           first_j, end_j - first_j);
     }
 
     // A path crosses at least one of two neighbouring anti-diagonals, and its cost never
@@ -137,7 +123,7 @@ WGR_INLINE Result sweep_table(Table t, double limit) {
       const double least_next =
           least(next.cost, d < t.na ? 0 : first_j, std::min(d, t.nb - 1));
       if (d % kCheckInterval == 1 && least_last > limit && least_next > limit) {
-        return {Warper::kNoLimit, 0, 0};
+        return {Warper::kNoLimit, 0};
       }
       least_last = least_next;
     }
@@ -147,15 +133,7 @@ WGR_INLINE Result sweep_table(Table t, double limit) {
     next = freed;
   }
   const size_t corner = t.nb - 1;
-  return {last.cost[corner], last.forth[corner], last.back[corner]};
-}
-
-WGR_FOR_EACH_CPU static Result sweep(const Table& table, double limit) {
-  return sweep_table<false>(table, limit);
-}
-
-WGR_FOR_EACH_CPU static Result sweep_both_ways(const Table& table) {
-  return sweep_table<true>(table, Warper::kNoLimit);
+  return {last.cost[corner], last.steps[corner]};
 }
 
 template <class T>
@@ -179,15 +157,15 @@ static Table lay_out(const std::vector<double>& trace, size_t na, const Point3Df
                      std::vector<Count>& steps) {
   need(b, 3 * nb);
   need(costs, 3 * nb);
-  need(steps, 6 * nb);
+  need(steps, 3 * nb);
   Table table = {trace.data(), na, other, b.data(), nb, {}};
   for (size_t i = 0; i < 3; ++i) {
-    table.diagonals[i] = {&costs[i * nb], &steps[2 * i * nb], &steps[(2 * i + 1) * nb]};
+    table.diagonals[i] = {&costs[i * nb], &steps[i * nb]};
   }
   return table;
 }
 
-static WarpingPath path(double cost, size_t na, size_t nb, Count diagonal_steps) {
+WarpingPath warping_path(double cost, size_t na, size_t nb, Count diagonal_steps) {
   // A single cell has no first step that could be diagonal.
   if (na == 1 && nb == 1) diagonal_steps = 0;
   return {cost, na + nb - 1 - static_cast<size_t>(diagonal_steps)};
@@ -196,12 +174,5 @@ static WarpingPath path(double cost, size_t na, size_t nb, Count diagonal_steps)
 WarpingPath Warper::warp(const Point3Df* other, size_t count, double limit) {
   const Table table = lay_out(trace_, count_, other, count, other_, costs_, steps_);
   const Result result = sweep(table, limit);
-  return path(result.cost, count_, count, result.forth);
-}
-
-Warper::BothWays Warper::warp_both_ways(const Point3Df* other, size_t count) {
-  const Table table = lay_out(trace_, count_, other, count, other_, costs_, steps_);
-  const Result result = sweep_both_ways(table);
-  return {path(result.cost, count_, count, result.forth),
-          path(result.cost, count_, count, result.back)};
+  return warping_path(result.cost, count_, count, result.steps);
 }

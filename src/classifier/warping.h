@@ -20,6 +20,11 @@ struct WarpingPath {
   size_t length;  // pairs on it, and one more if its first step is diagonal
 };
 
+// The path of a table of na x nb pairs. A first step that is diagonal does not count
+// among its diagonal steps: they start at -1.
+WarpingPath warping_path(double cost, size_t na, size_t nb,
+                         std::ptrdiff_t diagonal_steps);
+
 // Warps one trace onto others. Holds the work space, which only ever grows: nothing is
 // allocated once it has seen traces as long.
 class Warper {
@@ -33,18 +38,10 @@ class Warper {
   // an infinite cost, once no path can cost `limit` or less.
   WarpingPath warp(const Point3Df* other, size_t count, double limit = kNoLimit);
 
-  struct BothWays {
-    WarpingPath forth;  // of the trace and `other`
-    WarpingPath back;   // of `other` and the trace
-  };
-  // Both from one pass: they are equal in cost, but not always in length. Every
-  // coordinate must be finite.
-  BothWays warp_both_ways(const Point3Df* other, size_t count);
-
  private:
   std::vector<double> trace_;  // all x, all y, all z, the last point first
   size_t count_ = 0;
   std::vector<double> other_;          // all x, all y, all z
   std::vector<double> costs_;          // three anti-diagonals of the table
-  std::vector<std::ptrdiff_t> steps_;  // diagonal steps of their paths, both ways
+  std::vector<std::ptrdiff_t> steps_;  // diagonal steps of their paths
 };

@@ -1,0 +1,46 @@
+// Warps one trace onto several others at once, one in each lane of the CPU's vectors: for
+// those who compare many with many. Both ways, for the price of one.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "classifier/points.h"
+#include "classifier/warping.h"
+
+// The first points of a trace.
+struct Motion {
+  const Point3Df* points;
+  size_t count;
+};
+
+// Holds the others and the work space, which only ever grows.
+class WarpingLanes {
+ public:
+  // How many others there is room for on this CPU.
+  static size_t width();
+
+  // The others, at most width() of them; they are copied. No motion is empty, and every
+  // coordinate, here and below, is finite: infinities can cancel to costs that do not
+  // compare, and then the two ways differ in cost.
+  void set_others(const std::vector<Motion>& others);
+
+  void warp(const Motion& trace);
+
+  // What the last warp() found for one of the others: equal in cost, but not always in
+  // length.
+  WarpingPath forth(size_t lane) const;  // of the trace (index i) and the other (index j)
+  WarpingPath back(size_t lane) const;   // of the other and the trace
+
+ private:
+  WarpingPath path(size_t lane, const std::vector<std::int64_t>& steps) const;
+
+  size_t trace_points_ = 0;
+  std::vector<size_t> points_;  // of each other
+  // Point by point, all lanes beside each other; x, y and z, and one row of the table.
+  std::vector<double> others_;
+  std::vector<double> cost_;
+  std::vector<std::int64_t> forth_;  // diagonal steps
+  std::vector<std::int64_t> back_;
+};
