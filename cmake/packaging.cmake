@@ -32,13 +32,7 @@ set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
-if(CMAKE_LIBRARY_ARCHITECTURE STREQUAL arm-linux-gnueabihf)
-  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf)
-elseif(CMAKE_LIBRARY_ARCHITECTURE STREQUAL arm-linux-gnueabi)
-  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armel)
-elseif(CMAKE_LIBRARY_ARCHITECTURE STREQUAL aarch64-linux-gnu)
-  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE arm64)
-endif()  # else CPack asks dpkg
+# The architecture is set by the toolchain file; without one CPack asks dpkg.
 
 # wgr_package(COMPONENT PACKAGE SUMMARY DESCRIPTION): one Debian package. Its changelog
 # and copyright, which every package carries, are made from ours.
@@ -86,6 +80,18 @@ set(CPACK_DEBIAN_MODELS_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS
     "libwearableinteraction (= ${PROJECT_VERSION})")
+
+# dpkg-shlibdeps needs the target's libraries installed; a cross build says what it needs
+# itself: the release that its compiler comes from.
+if(CMAKE_CROSSCOMPILING)
+  set(runtime "libc6 (>= 2.36), libgcc-s1 (>= 12), libstdc++6 (>= 12)")
+  set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS OFF)
+  set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS OFF)
+  set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "${runtime}")
+  string(APPEND CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS ", ${runtime}")
+  install(FILES cmake/debian-tools-overrides RENAME wearableinteraction-tools
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides COMPONENT tools)
+endif()
 
 # A Debian changelog of one entry; gzip without a time, so that it is the same bytes.
 file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/changelog

@@ -13,8 +13,6 @@ done
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
-# So that dependencies are those of the target.
-export DEB_HOST_ARCH="$architecture"
 (cd "$build" && cpack -G DEB -B "$scratch") >"$scratch/log" 2>&1 || {
   cat "$scratch/log" >&2
   exit 1
@@ -37,7 +35,7 @@ expect() {
 
 expect libwearableinteraction "$architecture" "usr/$libdir/libWearableInteraction.so"
 dpkg-deb --field "$scratch/libwearableinteraction_0.1_$architecture.deb" Depends |
-  grep 'libc6 (>=.*libstdc++6 (>=' || {
+  grep -q 'libc6 (>=.*libstdc++6 (>=' || {
   echo "the library's package does not depend on the C and C++ libraries" >&2
   exit 1
 }

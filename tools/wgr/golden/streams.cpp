@@ -124,7 +124,7 @@ static std::vector<Point3Df> clean_trace(int kind, double length, double size,
   return trace;
 }
 
-Gmodel golden_model(int index) {
+static Gmodel make_model(int index) {
   Gmodel model;
   model.nclasses = kKinds;
   model.havegravity = index == 3 ? 0 : 1;
@@ -151,4 +151,11 @@ Gmodel golden_model(int index) {
   }
   model.nTemplate = static_cast<int>(model.templates.size());
   return model;
+}
+
+const Gmodel& golden_model(int index) {
+  // Made once: that takes longer than to run a stream.
+  static const Gmodel models[kGoldenModels] = {make_model(0), make_model(1),
+                                               make_model(2), make_model(3)};
+  return models[index];
 }

@@ -26,4 +26,4 @@ GoldenStream golden_stream(int index);
 // gravity, scaling and thresholds. Every template stands twice in it, so that there
 // are ties.
 inline constexpr int kGoldenModels = 4;
-Gmodel golden_model(int index);
+const Gmodel& golden_model(int index);
