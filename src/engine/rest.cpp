@@ -10,13 +10,16 @@ static constexpr double kMostRateSpread = 110.0;   // (deg/s)²
 
 WindowStats window_stats(const Samples& samples, size_t begin, size_t end) {
   const double count = static_cast<double>(end - begin);
+  // By iterator: a queue finds an entry by its number only by division.
+  const auto first = samples.begin() + static_cast<std::ptrdiff_t>(begin);
+  const auto last = samples.begin() + static_cast<std::ptrdiff_t>(end);
   Point3Df sum = {0.0, 0.0, 0.0};
-  for (size_t i = begin; i < end; ++i) sum = sum + samples[i];
+  for (auto sample = first; sample != last; ++sample) sum = sum + *sample;
   const Point3Df mean = sum / count;
 
   double squares = 0.0;
-  for (size_t i = begin; i < end; ++i) {
-    squares += squared_length(samples[i] - mean);
+  for (auto sample = first; sample != last; ++sample) {
+    squares += squared_length(*sample - mean);
   }
   return {squared_length(mean), squares / count};
 }
