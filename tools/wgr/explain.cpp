@@ -13,6 +13,8 @@
 #include "subcommands.h"
 #include "table.h"
 
+static constexpr char kStandardOutput[] = "-";
+
 static constexpr char kFooter[] =
     R"(Tells, motion by motion, from when to when it went, how it was trimmed, whether it was
 long, whole and strong enough, which templates it resembles and by how much, and in one
@@ -56,6 +58,7 @@ static std::vector<std::string> words_of(const ExplainArguments& given) {
 }
 
 static void explain_recording(ExplainArguments& given) {
+  if (given.page == kStandardOutput) throw UsageError("-o: a file is wanted, not -");
   if (!given.page.empty()) require_page();
   prepare_session(given, words_of(given));
   given.session.initialise = !given.forgets_init;
