@@ -1,108 +1,169 @@
-// wgr build: training file in, gesture model out.
+// wgr build: training file or recordings in, gesture model out.
 #include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <string>
 
-#include "classifier/Gdata.h"
-#include "classifier/Gmodel.h"
 #include "host/own_stdout.h"
+#include "recording/recording.h"
 #include "subcommands.h"
+#include "table.h"
+#include "training/build_arguments.h"
+#include "training/cut_arguments.h"
 #include "training/model_builder.h"
+#include "training/model_output.h"
+#include "training/training_file.h"
 
 static constexpr char kFooter[] =
-    R"(Affinity propagation picks each class's templates; each class's threshold comes from
-the scores of right, wrong and background samples, every sample compared with all
-templates but itself. Samples of negative labels are background. The same training file
-gives the same model.
+    R"(INPUT is a training file (see wgr cut) or a folder of recordings, which is cut first.
+Affinity propagation picks each class's templates. A sweep over its preference finds the
+smallest set of templates whose accuracy, every sample compared with all templates but
+itself, is within --margin of the best; no class gets more templates than a third of its
+samples. Where it does not converge it is tried with more damping; then templates are
+picked one by one. Each class's threshold comes from the scores of right, wrong and
+background samples; with --false-per-hour no more background samples are accepted than
+that many in the background's duration. Labels below 0 are background.
 
-Example:
-  wgr build set.txt -o models/olvo_model_5_fb/hgr_olvo.xml)";
+Beside the model go a report (.report.txt) and a manifest (.json). The same input gives
+the same bytes. --slots builds several models: FILE has the header slot,input; a slot is
+the name of a model's folder, such as olvo_model_5_fb, an input is relative to FILE.
 
-static constexpr char kSuffix[] = ".xml";  // Gmodel::write appends it
+Examples:
+  wgr build set -o models/olvo_model_5_fb/hgr_olvo.xml --background walks \
+    --false-per-hour 1
+  wgr build set.txt -o m.xml --templates 6
+  wgr build --slots slots.csv -o models)";
+
+static constexpr char kSlotsHeader[] = "slot,input";
+static constexpr char kModelName[] = "hgr_olvo.xml";  // within each slot
+static constexpr double kSecondsPerHour = 3600.0;
 
 namespace {
 
-struct BuildArguments {
-  std::string training;
+struct Arguments {
+  std::string input;
+  std::string slots;
   std::string out;
+  std::optional<double> background_hours;
+  bool model_only = false;
   BuildOptions options;
+  CutArguments cut;
 };
 
 }  // namespace
 
-static void print(const BuildReport& report) {
-  size_t samples = 0;
-  size_t named = 0;
-  size_t right = 0;
-  for (const ClassReport& c : report.classes) {
-    std::fprintf(stderr,
-                 "class %d: %zu samples, %zu templates (%s), threshold %.4f: %zu right, "
-                 "%zu confused, %zu refused\n",
-                 c.label, c.samples, c.templates, c.chosen_by.c_str(), c.threshold,
-                 c.right, c.confused, c.refused);
-    samples += c.samples;
-    named += c.right + c.refused;
-    right += c.right;
+// The description beside a training file, if it is of that file.
+static Provenance description_of(const std::string& training, bool gravity) {
+  Provenance p;
+  p.gravity = gravity;
+  const std::string path = description_path(training);
+  if (path != training && std::filesystem::exists(path)) {
+    const nlohmann::ordered_json json = read_json(path);
+    const std::string told = json.value("training_file_sha256", "");
+    if (told == sha256_of_file(training)) {
+      p = provenance_from(json, path);
+    } else {
+      std::fprintf(stderr, "%s: describes another training file; it does not count\n",
+                   path.c_str());
+    }
   }
-  const double percent = 100.0 / static_cast<double>(samples);
-  std::fprintf(stderr,
-               "leaving one out: %.1f %% of %zu named right, %.1f %% accepted as well; "
-               "%zu of %zu background samples accepted\n",
-               percent * static_cast<double>(named), samples,
-               percent * static_cast<double>(right), report.background_accepted,
-               report.background);
+  p.inputs.push_back(
+      {std::filesystem::path(training).filename(), sha256_of_file(training)});
+  return p;
 }
 
-// Writes beside the place and moves it there, so that no half a model is ever seen.
-static void write_model(const Gmodel& model, const std::string& path) {
-  const std::string beside = path + ".part";
-  std::error_code failed;
-  const std::filesystem::path folder = std::filesystem::path(path).parent_path();
-  if (!folder.empty()) std::filesystem::create_directories(folder, failed);
-  if (failed || !model.write(beside.c_str())) {
-    throw UsageError(path + ": cannot be written");
+static void build_one(const Arguments& given, const std::string& input,
+                      const std::string& out) {
+  Gdata data;
+  Provenance provenance;
+  if (std::filesystem::is_directory(input)) {
+    const CutSet set = cut_given(input, given.cut);
+    std::fputs(summary_of(set).c_str(), stderr);
+    provenance = set.provenance;
+    data = parse_training_text(training_text(kept_motions(set), provenance.gravity));
+  } else {
+    if (!given.cut.background.empty()) {
+      throw UsageError(
+          "--background goes with a folder of recordings; to a training "
+          "file it is added by wgr cut");
+    }
+    data = read_training_file(input);
+    provenance = description_of(input, data.kind == 1);
   }
-  std::filesystem::rename(beside + kSuffix, path, failed);
-  if (failed) throw UsageError(path + ": " + failed.message());
+  BuildOptions options = given.options;
+  options.background_hours =
+      given.background_hours.value_or(provenance.background_seconds / kSecondsPerHour);
+  if (options.false_per_hour && !(options.background_hours > 0.0)) {
+    throw UsageError(
+        "--false-per-hour needs background: recordings of everyday movement "
+        "(--background), or --background-hours for a training file");
+  }
+
+  BuildReport report;
+  const Gmodel model = build_model(data, options, report);
+  const std::string text = report_text(report, options, provenance);
+  std::fputs(text.c_str(), stderr);
+  write_model(model, out);
+  if (given.model_only) return;
+  const std::filesystem::path path(out);
+  write_text(std::filesystem::path(path).replace_extension(".report.txt"), text);
+  write_text(description_path(out),
+             as_text(manifest(report, options, provenance, sha256_of_file(out))));
 }
 
-static void build(const BuildArguments& given) {
-  // The clustering's warnings are for people.
-  std::FILE* const out = take_standard_output();
+static void build_slots(const Arguments& given) {
+  const std::filesystem::path folder = std::filesystem::path(given.slots).parent_path();
+  const std::vector<TableRow> rows = read_table(given.slots, kSlotsHeader);
+  if (rows.empty()) throw UsageError(given.slots + ": names no slot");
+  for (const TableRow& row : rows) {
+    const std::string& slot = row.fields[0];
+    if (slot.empty() || slot.find('/') != std::string::npos || slot[0] == '.') {
+      refuse_row(row, given.slots, "the slot must be the name of a folder");
+    }
+    if (!std::filesystem::exists(folder / row.fields[1])) {
+      refuse_row(row, given.slots, (folder / row.fields[1]).string() + " is not there");
+    }
+  }
+  for (const TableRow& row : rows) {
+    std::fprintf(stderr, "== %s\n", row.fields[0].c_str());
+    build_one(given, folder / row.fields[1],
+              std::filesystem::path(given.out) / row.fields[0] / kModelName);
+  }
+}
+
+static void build(const Arguments& given) {
+  std::FILE* const out = take_standard_output_and_hush();
   if (out == nullptr) throw std::runtime_error("standard output cannot be used");
   std::fclose(out);
-
-  Gdata data;
-  if (!data.load(given.training.c_str())) {
-    throw UsageError(given.training + ": cannot be read");
+  if (given.input.empty() == given.slots.empty()) {
+    throw UsageError("build: either INPUT or --slots is wanted");
   }
-  BuildReport report;
-  const Gmodel model = build_model(data, given.options, report);
-  print(report);
-  write_model(model, given.out);
+  if (given.slots.empty()) {
+    build_one(given, given.input, given.out);
+  } else {
+    build_slots(given);
+  }
 }
 
 void add_build(CLI::App& wgr) {
-  CLI::App* const command =
-      wgr.add_subcommand("build", "Build a gesture model from a training file.");
-  const auto given = std::make_shared<BuildArguments>();
-  command->add_option("TRAINING", given->training, "The training file")
-      ->required()
+  CLI::App* const command = wgr.add_subcommand(
+      "build", "Build gesture models from recordings or a training file.");
+  const auto given = std::make_shared<Arguments>();
+  command->add_option("INPUT", given->input, "The training file, or recordings")
       ->option_text(" ");
-  command->add_option("-o,--out", given->out, "The model")
+  command->add_option("-o,--out", given->out, "The model; with --slots their folder")
       ->required()
       ->option_text("FILE");
+  command->add_option("--slots", given->slots, "Table of several models to build")
+      ->option_text("FILE");
+  add_build_options(*command, given->options);
   command
-      ->add_option("--templates", given->options.most_templates,
-                   "Templates per class, at most")
-      ->check(CLI::Range(1, 100))
-      ->option_text("N (6)");
-  command
-      ->add_option("--false-cost", given->options.false_cost,
-                   "What an accepted wrong sample costs, in refused right ones")
+      ->add_option("--background-hours", given->background_hours,
+                   "Duration of the background in a training file")
       ->check(CLI::PositiveNumber)
-      ->option_text("COST (3)");
+      ->option_text("H");
+  command->add_flag("--model-only", given->model_only, "Write no report and no manifest");
+  add_cut_arguments(*command, given->cut);
   command->footer(kFooter);
   command->callback([given] { build(*given); });
 }

@@ -9,13 +9,24 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <string_view>
 
 #include "errors.h"
 
+static constexpr size_t kLongestLine = 4096;  // characters
+static constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+// The fields of a line; one in double quotes may hold commas, and "" for a quote.
 static std::vector<std::string> split(const std::string& line) {
   std::vector<std::string> fields(1);
-  for (const char c : line) {
-    if (c == ',') {
+  bool quoted = false;
+  for (size_t i = 0; i < line.size(); ++i) {
+    const char c = line[i];
+    if (c == '"' && quoted && i + 1 < line.size() && line[i + 1] == '"') {
+      fields.back() += line[++i];
+    } else if (c == '"') {
+      quoted = !quoted;
+    } else if (c == ',' && !quoted) {
       fields.emplace_back();
     } else {
       fields.back() += c;
@@ -24,31 +35,79 @@ static std::vector<std::string> split(const std::string& line) {
   return fields;
 }
 
+// How many bytes the UTF-8 character at `text` takes; 0 when it is none.
+static size_t character(const char* text, const char* end) {
+  const auto byte = [=](size_t i) { return static_cast<unsigned char>(text[i]); };
+  const unsigned char first = byte(0);
+  size_t length = 0;
+  if (first < 0x80) return 1;
+  if (first >= 0xc2 && first < 0xe0) length = 2;
+  if (first >= 0xe0 && first < 0xf0) length = 3;
+  if (first >= 0xf0 && first < 0xf5) length = 4;
+  if (length == 0 || static_cast<size_t>(end - text) < length) return 0;
+  for (size_t i = 1; i < length; ++i) {
+    if ((byte(i) & 0xc0) != 0x80) return 0;
+  }
+  // Longer forms than needed, halves of pairs, and what lies behind the last character.
+  if ((first == 0xe0 && byte(1) < 0xa0) || (first == 0xed && byte(1) > 0x9f) ||
+      (first == 0xf0 && byte(1) < 0x90) || (first == 0xf4 && byte(1) > 0x8f)) {
+    return 0;
+  }
+  return length;
+}
+
+bool is_utf8(const std::string& text) {
+  const char* const end = text.data() + text.size();
+  for (const char* at = text.data(); at < end;) {
+    const size_t length = character(at, end);
+    if (length == 0) return false;
+    at += length;
+  }
+  return true;
+}
+
 void refuse_row(const TableRow& row, const std::string& path, const std::string& reason) {
   throw UsageError(path + ":" + std::to_string(row.line) + ": " + reason);
 }
 
-std::vector<TableRow> read_table(const std::string& path, const std::string& header) {
+std::vector<TableRow> read_table(const std::string& path, const std::string& header,
+                                 const std::string& also) {
   std::ifstream file(path, std::ios::binary);
   if (!file) throw UsageError(path + ": cannot be read: " + std::strerror(errno));
   const size_t columns = split(header).size();
+  const std::string longer = also.empty() ? header : header + "," + also;
+  const size_t most_columns = split(longer).size();
+  size_t fields = columns;
 
   std::vector<TableRow> rows;
   std::string text;
   for (size_t line = 1; std::getline(file, text); ++line) {
     if (!text.empty() && text.back() == '\r') text.pop_back();
     TableRow row = {line, {}};
+    if (text.size() > kLongestLine) {
+      refuse_row(row, path,
+                 "longer than " + std::to_string(kLongestLine) + " characters");
+    }
+    if (!is_utf8(text)) refuse_row(row, path, "is not UTF-8");
     if (line == 1) {
-      if (text != header) refuse_row(row, path, "the first line must be " + header);
+      if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
+        text.erase(0, kByteOrderMark.size());
+      }
+      if (text != header && text != longer) {
+        refuse_row(row, path, "the first line must be " + header);
+      }
+      if (text == longer) fields = most_columns;
       continue;
     }
     if (text.empty()) continue;
     row.fields = split(text);
-    if (row.fields.size() != columns) {
+    if (row.fields.size() != fields) {
       refuse_row(row, path,
                  std::to_string(row.fields.size()) + " fields instead of " +
-                     std::to_string(columns) + " (" + header + ")");
+                     std::to_string(fields) + " (" +
+                     (fields == columns ? header : longer) + ")");
     }
+    row.fields.resize(most_columns);
     rows.push_back(std::move(row));
   }
   if (file.bad()) throw UsageError(path + ": cannot be read to its end");

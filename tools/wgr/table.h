@@ -1,4 +1,4 @@
-// Small CSV tables, such as scripts and labels: a fixed header, plain fields without
+// Small CSV tables, such as scripts and labels: a fixed header, fields that may stand in
 // quotes, and whole texts written so that nobody ever sees half of one.
 #pragma once
 
@@ -12,8 +12,13 @@ struct TableRow {
 };
 
 // The rows of a table that starts with the line `header`; each has as many fields as it.
-// Empty lines are skipped. Throws UsageError with file and line for anything else.
-std::vector<TableRow> read_table(const std::string& path, const std::string& header);
+// The columns `also`, comma separated, may follow in the file; their fields follow in any
+// case, empty where the file has none. Empty lines are skipped. Throws UsageError with
+// file and line for anything else.
+std::vector<TableRow> read_table(const std::string& path, const std::string& header,
+                                 const std::string& also = "");
+
+bool is_utf8(const std::string& text);
 
 // Field `index` of a row as a finite number; throws UsageError with file and line.
 double number_in(const TableRow& row, size_t index, const std::string& path);

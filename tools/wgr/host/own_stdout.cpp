@@ -11,3 +11,13 @@ std::FILE* take_standard_output() {
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
   return fdopen(kept, "w");
 }
+
+std::FILE* take_standard_output_and_hush() {
+  std::FILE* const out = take_standard_output();
+  const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+  if (nowhere >= 0) {
+    dup2(nowhere, STDOUT_FILENO);
+    close(nowhere);
+  }
+  return out;
+}

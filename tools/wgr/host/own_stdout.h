@@ -7,3 +7,7 @@
 // standard error. Returns the stream that leads to the real standard output; the caller
 // closes it. Null, with errno, when it cannot be had.
 std::FILE* take_standard_output();
+
+// The same for work in which what the library prints is of no use to anybody: it goes
+// nowhere.
+std::FILE* take_standard_output_and_hush();

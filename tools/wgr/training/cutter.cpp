@@ -7,27 +7,28 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "engine/reconstruction.h"
+
 static constexpr int kOwnDefault = -1;             // a length that the engine chooses
 static constexpr double kStrengthThreshold = 2.0;  // m/s², as after initialisation
-static constexpr double kActiveShare = 0.1;  // of the mean squared speed, as the engine's
 static constexpr double kInsideShare = 0.5;  // of motion and span: the motion is its own
 
 // An engine that cuts and measures as with a model of ours, but recognises nothing.
-static std::unique_ptr<AgGes> make_engine(int rate) {
+static std::unique_ptr<AgGes> make_engine(int rate, int shortest, bool gravity) {
   std::string folder = (std::filesystem::temp_directory_path() / "wgr-XXXXXX").string();
   if (mkdtemp(folder.data()) == nullptr) {
     throw std::runtime_error(folder + ": a temporary folder cannot be made");
   }
   Gmodel empty;
   empty.normalize = 1;
-  empty.havegravity = 1;
+  empty.havegravity = gravity ? 1 : 0;
   const std::string path = folder + "/empty";
   const bool written = empty.write(path.c_str());
   std::unique_ptr<AgGes> engine;
   if (written) {
-    engine = std::make_unique<AgGes>(path.c_str(), kAccAndGyro, rate,
-                                     Point3Df{0.0, 0.0, 0.0}, kOwnDefault, kOwnDefault,
-                                     kOwnDefault, kStrengthThreshold);
+    engine =
+        std::make_unique<AgGes>(path.c_str(), kAccAndGyro, rate, Point3Df{0.0, 0.0, 0.0},
+                                shortest, kOwnDefault, kOwnDefault, kStrengthThreshold);
   }
   std::error_code ignored;
   std::filesystem::remove_all(folder, ignored);
@@ -35,7 +36,8 @@ static std::unique_ptr<AgGes> make_engine(int rate) {
   return engine;
 }
 
-Cutter::Cutter(int rate) : engine_(make_engine(rate)) {}
+Cutter::Cutter(int rate, int shortest, bool gravity)
+    : engine_(make_engine(rate, shortest, gravity)) {}
 Cutter::~Cutter() = default;
 
 void Cutter::clear_histories() {
@@ -53,42 +55,52 @@ void Cutter::restart() {
 
 static bool has_nan(const Point3Df& p) { return !(squared_length(p) >= 0.0); }
 
-// Whether the motion's first step, rather than its last, is too fast. The engine only
-// tells that one of them is.
-bool Cutter::starts_fast(size_t first, size_t count) {
+void Cutter::refill(size_t first, size_t count) {
   for (size_t i = first; i < first + count; ++i) {
     engine_->motion_acc.push_back(seen_[i].acc);
     engine_->motion_gyro.push_back(seen_[i].gyro);
   }
+}
+
+// Whether the motion's first step, rather than its last, is too fast. The engine only
+// tells that one of them is.
+bool Cutter::starts_fast(size_t first, size_t count) {
+  refill(first, count);
   engine_->acc_correct();
   engine_->motion_acc.clear();
   engine_->motion_gyro.clear();
 
-  const Points& acc = engine_->trace;
-  std::vector<double> speeds;
-  Point3Df v = {0.0, 0.0, 0.0};
-  double sum = 0.0;
-  for (size_t i = 0; i + 1 < acc.size(); ++i) {
-    v = v + 0.5 * (acc[i] + acc[i + 1]);
-    speeds.push_back(squared_length(v));
-    sum += speeds.back();
-  }
-  if (speeds.empty()) return true;
-  return speeds.front() >= sum / static_cast<double>(speeds.size()) * kActiveShare;
+  const Kinematics motion = integrate(engine_->trace, engine_->sample_rate);
+  return motion.squared_speed.empty() ||
+         is_fast(motion.squared_speed.front(), fast_from(motion));
 }
 
-Verdict Cutter::judge(size_t first, size_t count) {
+// Of the motion that the engine has just run on, or not: samples `first` to
+// first + kept - 1.
+Verdict Cutter::judge(size_t first, size_t collected, size_t kept) {
   const AgGes& engine = *engine_;
   const long long least = engine.min_motion_len;
-  if (static_cast<long long>(count) < least) return Verdict::kTooShort;
+  if (static_cast<long long>(collected) < least) return Verdict::kTooShort;
   if (has_nan(engine.gravity)) return Verdict::kNotANumber;
   if (engine.trace.empty()) {
-    const size_t margin = static_cast<size_t>(engine.static_window / 2);
-    return starts_fast(first, count - margin) ? Verdict::kStartsFast : Verdict::kEndsFast;
+    return starts_fast(first, kept) ? Verdict::kStartsFast : Verdict::kEndsFast;
   }
   if (static_cast<long long>(engine.trace.size()) < least) return Verdict::kTooShort;
   if (engine.motion_strength < engine.strength_threshold) return Verdict::kTooWeak;
   return Verdict::kKept;
+}
+
+Motion Cutter::take(size_t first, size_t collected, size_t kept) {
+  Motion motion = {seen_[first].t,
+                   seen_[first + collected - 1].t,
+                   judge(first, collected, kept),
+                   kBackground,
+                   {}};
+  if (motion.verdict == Verdict::kKept) {
+    motion.trace = engine_->trace;
+    motion.trace.push_back(engine_->gravity);
+  }
+  return motion;
 }
 
 bool Cutter::feed(const RecordedSample& sample, Motion& motion) {
@@ -97,20 +109,39 @@ bool Cutter::feed(const RecordedSample& sample, Motion& motion) {
   seen_.push_back(sample);
   if (collected == 0 || !engine_->motion_acc.empty()) return false;
 
-  const size_t first = seen_.size() - 1 - collected;
-  motion.begin = seen_[first].t;
-  motion.end = seen_[seen_.size() - 2].t;
-  motion.label = kBackground;
-  motion.trace.clear();
-  // Lengths that are tested against what the engine has just made of the motion.
-  motion.verdict = judge(first, collected);
-  if (motion.verdict == Verdict::kKept) {
-    motion.trace = engine_->trace;
-    motion.trace.push_back(engine_->gravity);
-    // On the watch such a motion is reported, and all histories start afresh.
-    clear_histories();
-  }
+  const size_t margin = static_cast<size_t>(engine_->static_window / 2);
+  motion = take(seen_.size() - 1 - collected, collected,
+                collected - std::min(margin, collected));
+  // On the watch such a motion is reported, and all histories start afresh.
+  if (motion.verdict == Verdict::kKept) clear_histories();
   return true;
+}
+
+Motion Cutter::take_whole(const std::vector<RecordedSample>& samples) {
+  restart();
+  seen_ = samples;
+  refill(0, samples.size());
+  engine_->run();
+  engine_->motion_acc.clear();
+  engine_->motion_gyro.clear();
+  return take(0, samples.size(), samples.size());
+}
+
+bool Cutter::rests_around(const std::vector<RecordedSample>& samples) {
+  const size_t window = static_cast<size_t>(engine_->static_window);
+  if (samples.size() < 2 * window) return false;
+  restart();
+  bool rests = true;
+  for (const size_t begin : {size_t{0}, samples.size() - window}) {
+    clear_histories();
+    for (size_t i = begin; i < begin + window; ++i) {
+      engine_->acc_history.push_back(samples[i].acc);
+      engine_->gyro_history.push_back(samples[i].gyro);
+    }
+    rests = rests && engine_->is_static();
+  }
+  clear_histories();
+  return rests;
 }
 
 void label_motion(const std::vector<LabelledSpan>& spans, Motion& motion) {

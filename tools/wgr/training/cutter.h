@@ -3,6 +3,8 @@
 //
 // A motion's trace is what the classifier is given there: freed of gravity, turned into
 // its mean frame, cut to its active stretch, the gravity vector as its last point; m/s².
+// Without gravity in the data that vector is nearly zero, and the classifier of a model
+// without gravity takes it for one more point of the motion.
 #pragma once
 
 #include <array>
@@ -42,8 +44,10 @@ struct Motion {
 
 class Cutter {
  public:
-  // Throws std::runtime_error when no temporary file can be written.
-  explicit Cutter(int rate);
+  // `shortest`: motion that is kept, samples; below 1 means the engine's own choice.
+  // `gravity`: whether the data has gravity in it. Throws std::runtime_error when no
+  // temporary file can be written.
+  explicit Cutter(int rate, int shortest = -1, bool gravity = true);
   ~Cutter();
 
   // Forgets what it has seen: the next sample starts another recording.
@@ -53,9 +57,20 @@ class Cutter {
   // background unless the engine dropped it.
   bool feed(const RecordedSample& sample, Motion& motion);
 
+  // Takes all samples for one motion that was cut out beforehand: the same steps from
+  // there on. There is at least one sample.
+  Motion take_whole(const std::vector<RecordedSample>& samples);
+
+  // Whether the first and the last samples, as many as the engine looks at, are at rest.
+  bool rests_around(const std::vector<RecordedSample>& samples);
+
+  const AgGes& engine() const { return *engine_; }
+
  private:
   void clear_histories();
-  Verdict judge(size_t first, size_t count);
+  void refill(size_t first, size_t count);
+  Motion take(size_t first, size_t collected, size_t kept);
+  Verdict judge(size_t first, size_t collected, size_t kept);
   bool starts_fast(size_t first, size_t count);
 
   std::unique_ptr<AgGes> engine_;

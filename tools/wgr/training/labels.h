@@ -17,7 +17,14 @@ struct LabelledSpan {
 // Throws UsageError with file and line for what is no such table.
 std::vector<LabelledSpan> read_labels(const std::string& path);
 
-// The same for a table of one recording, t_start,t_end,label: the spans have no file.
+// The same with labels of any kind, as they are written; `label` is 0.
+struct WordedSpan {
+  LabelledSpan span;
+  std::string word;
+};
+std::vector<WordedSpan> read_worded_labels(const std::string& path);
+
+// The spans of a table of one recording, t_start,t_end,label: they have no file.
 std::vector<LabelledSpan> read_spans(const std::string& path);
 
 void write_labels(const std::string& path, const std::vector<LabelledSpan>& spans);

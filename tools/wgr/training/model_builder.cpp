@@ -1,127 +1,331 @@
 #include "training/model_builder.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
+#include <locale>
+#include <sstream>
 
 #include "classifier/HGR.h"
 #include "errors.h"
+#include "table.h"
 #include "training/exemplars.h"
+#include "training/recording_set.h"
 #include "training/thresholds.h"
 
-namespace {
+static constexpr size_t kLongestModelLine = 4095;  // characters that the reader takes
+static constexpr size_t kMostTemplatesShare = 3;   // of a class's samples, one in so many
+static constexpr double kMostBackgroundCost = 1e9;
 
-struct Template {
+struct Workshop::Template {
   size_t sample;
-  int label;
+  size_t class_index;
 };
 
-struct Naming {
-  size_t class_index;  // of the template that is most similar
+struct Workshop::Naming {
+  size_t class_index;  // of the template that is most similar; none: number of classes
   double score;
 };
 
-}  // namespace
+// One model in the making.
+struct Workshop::Job {
+  std::vector<int> classes;
+  std::vector<std::vector<size_t>> own;  // samples of each class
+  std::vector<size_t> background;
+  std::vector<Template> templates;
+};
 
-static std::vector<int> labels_of(const Gdata& data) {
-  std::vector<int> labels;
-  for (const auto& [label, count] : data.class_counts) {
-    if (label >= 0 && count > 0) labels.push_back(label);
+size_t BuildReport::samples() const {
+  size_t sum = 0;
+  for (const ClassReport& c : classes) sum += c.samples;
+  return sum;
+}
+
+size_t BuildReport::named() const {
+  size_t sum = 0;
+  for (const ClassReport& c : classes) sum += c.right + c.refused;
+  return sum;
+}
+
+size_t BuildReport::accepted() const {
+  size_t sum = 0;
+  for (const ClassReport& c : classes) sum += c.right;
+  return sum;
+}
+
+size_t BuildReport::templates() const {
+  size_t sum = 0;
+  for (const ClassReport& c : classes) sum += c.templates;
+  return sum;
+}
+
+// Characters of the longest line of a template in a model file.
+static size_t longest_line(const Points& trace) {
+  size_t longest = 0;
+  for (const auto axis : {&Point3Df::x, &Point3Df::y, &Point3Df::z}) {
+    std::ostringstream line;
+    line.imbue(std::locale::classic());
+    for (const Point3Df& p : trace) line << p.*axis << ' ';
+    longest = std::max(longest, line.str().size());
   }
-  std::sort(labels.begin(), labels.end());
-  return labels;
+  return longest;
 }
 
-static size_t index_of(const std::vector<int>& labels, int label) {
-  return static_cast<size_t>(std::find(labels.begin(), labels.end(), label) -
-                             labels.begin());
+// Every second motion point; the k trailing points stay.
+static void thin(Points& trace, int k) {
+  const size_t trailing = static_cast<size_t>(k);
+  Points thinner;
+  for (size_t i = 0; i + trailing < trace.size(); i += 2) thinner.push_back(trace[i]);
+  thinner.insert(thinner.end(), trace.end() - k, trace.end());
+  trace = std::move(thinner);
 }
 
-static Naming name(size_t sample, const std::vector<Points>& traces,
-                   const std::vector<Template>& templates, const std::vector<int>& labels,
-                   int k) {
-  HGR classifier(0);
-  Naming best = {labels.size(), std::numeric_limits<double>::lowest()};
+Workshop::Workshop(const Gdata& data, unsigned threads, bool quiet)
+    : k_(data.kind == 1 ? 1 : 0) {
+  HGR scaler(1);
+  size_t gestures = 0;
+  for (const bool background : {false, true}) {
+    for (size_t i = 0; i < data.samples.size(); ++i) {
+      const Gsample& sample = data.samples[i];
+      if ((sample.label < 0) != background) continue;
+      const std::string name = "sample " + std::to_string(i + 1) + " (class " +
+                               std::to_string(sample.label) + ")";
+      if (!background && is_taken(sample.label)) {
+        throw UsageError(name +
+                         ": this class cannot be a gesture's, the interface "
+                         "uses it for something else");
+      }
+      Points trace = sample.trace;
+      scaler.normalize(trace, k_);
+      const size_t points = trace.size() - static_cast<size_t>(k_);
+      while (!background && longest_line(trace) > kLongestModelLine) thin(trace, k_);
+      const size_t left = trace.size() - static_cast<size_t>(k_);
+      if (left < points) {
+        notes_.push_back(name + ": thinned from " + std::to_string(points) + " to " +
+                         std::to_string(left) +
+                         " points, for a model's line has at most 4095 characters");
+      }
+      for (const Point3Df& p : trace) {
+        if (std::isfinite(squared_length(p))) continue;
+        throw UsageError(name + ": without any motion in it, nothing can be compared");
+      }
+      origin_.push_back(i);
+      labels_.push_back(sample.label);
+      traces_.push_back(std::move(trace));
+      gestures += background ? 0 : 1;
+    }
+  }
+  if (gestures == 0) throw UsageError("there is no sample of any gesture");
+  similarities_.emplace(traces_, gestures, k_, threads, quiet);
+}
+
+std::vector<size_t> Workshop::members(const std::vector<bool>& taken, int label) const {
+  std::vector<size_t> found;
+  for (size_t i = 0; i < labels_.size(); ++i) {
+    const bool is_it = label < 0 ? labels_[i] < 0 : labels_[i] == label;
+    if (is_it && taken[origin_[i]]) found.push_back(i);
+  }
+  return found;
+}
+
+Workshop::Naming Workshop::name(size_t sample,
+                                const std::vector<Template>& templates) const {
+  Naming best = {std::numeric_limits<size_t>::max(),
+                 std::numeric_limits<double>::lowest()};
   for (const Template& t : templates) {
     if (t.sample == sample) continue;
-    const double score = classifier.cal_simlarity(traces[sample], traces[t.sample], k);
-    if (score > best.score) best = {index_of(labels, t.label), score};
+    const double score = (*similarities_)(sample, t.sample);
+    if (score > best.score) best = {t.class_index, score};
   }
   return best;
 }
 
-Gmodel build_model(const Gdata& data, const BuildOptions& options, BuildReport& report) {
-  Gmodel model;
-  model.normalize = 1;
-  model.havegravity = data.kind == 1 ? 1 : 0;
-  const int k = model.havegravity;
-  model.class_labels = labels_of(data);
-  model.nclasses = static_cast<int>(model.class_labels.size());
-  if (model.class_labels.empty()) throw UsageError("there is no sample of any gesture");
-
-  HGR scaler(1);
-  std::vector<Points> traces;
-  for (const Gsample& sample : data.samples) {
-    traces.push_back(sample.trace);
-    scaler.normalize(traces.back(), k);
+static ClassMatrix matrix_of(const Similarities& all, const std::vector<size_t>& own) {
+  ClassMatrix matrix = {own.size(), {}};
+  matrix.scores.reserve(own.size() * own.size());
+  for (const size_t i : own) {
+    for (const size_t j : own) matrix.scores.push_back(all(i, j));
   }
+  return matrix;
+}
 
-  std::vector<Template> templates;
-  report = BuildReport();
-  for (const int label : model.class_labels) {
-    std::vector<size_t> own;
-    std::vector<Points> own_traces;
-    for (size_t i = 0; i < traces.size(); ++i) {
-      if (data.samples[i].label != label) continue;
-      own.push_back(i);
-      own_traces.push_back(traces[i]);
+void Workshop::choose(Job& job, const BuildOptions& options, BuildReport& report) const {
+  for (size_t c = 0; c < job.classes.size(); ++c) {
+    const Exemplars exemplars =
+        choose_exemplars(matrix_of(*similarities_, job.own[c]), *options.most_templates);
+    for (const size_t i : exemplars.chosen) job.templates.push_back({job.own[c][i], c});
+    report.classes[c].chosen_by = exemplars.how;
+  }
+}
+
+void Workshop::sweep(Job& job, const BuildOptions& options, BuildReport& report) const {
+  const std::vector<double> preferences = swept_preferences();
+  std::vector<std::vector<Exemplars>> swept;  // class, preference
+  for (const std::vector<size_t>& own : job.own) {
+    swept.push_back(sweep_exemplars(matrix_of(*similarities_, own)));
+  }
+  std::vector<std::vector<Template>> sets;
+  size_t samples = 0;
+  for (const std::vector<size_t>& own : job.own) samples += own.size();
+  for (size_t p = 0; p < preferences.size(); ++p) {
+    std::vector<Template> set;
+    bool few = true;
+    for (size_t c = 0; c < job.classes.size(); ++c) {
+      const std::vector<size_t>& chosen = swept[c][p].chosen;
+      few = few &&
+            chosen.size() <= std::max<size_t>(1, job.own[c].size() / kMostTemplatesShare);
+      for (const size_t i : chosen) set.push_back({job.own[c][i], c});
     }
-    const Exemplars exemplars = choose_exemplars(own_traces, k, options.most_templates);
-    for (const size_t i : exemplars.chosen) templates.push_back({own[i], label});
-    ClassReport entry;
-    entry.label = label;
-    entry.samples = own.size();
-    entry.templates = exemplars.chosen.size();
-    entry.chosen_by = exemplars.how;
-    report.classes.push_back(entry);
+    size_t right = 0;
+    for (size_t c = 0; c < job.classes.size(); ++c) {
+      for (const size_t i : job.own[c]) right += name(i, set).class_index == c ? 1 : 0;
+    }
+    report.sweep.push_back({preferences[p], set.size(),
+                            static_cast<double>(right) / static_cast<double>(samples),
+                            few, false});
+    sets.push_back(std::move(set));
   }
 
-  std::vector<Naming> namings;
-  const size_t classes = model.class_labels.size();
+  // With few samples a class every set may have too many templates; then all count.
+  const bool any = std::any_of(report.sweep.begin(), report.sweep.end(),
+                               [](const SweepStep& s) { return s.in_question; });
+  double best = 0.0;
+  for (SweepStep& step : report.sweep) {
+    step.in_question = step.in_question || !any;
+    if (step.in_question) best = std::max(best, step.accuracy);
+  }
+  size_t chosen = sets.size();
+  for (size_t p = 0; p < sets.size(); ++p) {
+    const SweepStep& step = report.sweep[p];
+    if (!step.in_question || step.accuracy < best - options.margin) continue;
+    if (chosen == sets.size() || step.templates < report.sweep[chosen].templates ||
+        (step.templates == report.sweep[chosen].templates &&
+         step.accuracy > report.sweep[chosen].accuracy)) {
+      chosen = p;
+    }
+  }
+  report.sweep[chosen].chosen = true;
+  job.templates = sets[chosen];
+  for (size_t c = 0; c < job.classes.size(); ++c) {
+    report.classes[c].chosen_by = swept[c][chosen].how;
+  }
+}
+
+// Thresholds that accept no more background than allowed: what accepting a background
+// sample costs is doubled until they do.
+static std::vector<double> choose_thresholds(
+    const std::vector<std::vector<double>>& right,
+    const std::vector<std::vector<double>>& wrong,
+    const std::vector<std::vector<double>>& background, const BuildOptions& options,
+    std::optional<size_t> allowed) {
+  std::vector<double> thresholds(right.size());
+  for (double cost = options.false_cost;; cost *= 2.0) {
+    size_t accepted = 0;
+    for (size_t c = 0; c < right.size(); ++c) {
+      const double t =
+          choose_threshold(right[c], wrong[c], options.false_cost, background[c], cost);
+      thresholds[c] = t;
+      accepted +=
+          static_cast<size_t>(std::count_if(background[c].begin(), background[c].end(),
+                                            [t](double score) { return score > t; }));
+    }
+    if (!allowed || accepted <= *allowed || cost > kMostBackgroundCost) break;
+  }
+  return thresholds;
+}
+
+static std::optional<size_t> allowed_background(const BuildOptions& options) {
+  if (!options.false_per_hour) return std::nullopt;
+  return static_cast<size_t>(
+      std::floor(*options.false_per_hour * options.background_hours));
+}
+
+Gmodel Workshop::build(const std::vector<bool>& taken, const BuildOptions& options,
+                       BuildReport& report) const {
+  report = BuildReport();
+  report.notes = notes_;
+  Job job;
+  job.classes = labels_;
+  std::sort(job.classes.begin(), job.classes.end());
+  job.classes.erase(std::unique(job.classes.begin(), job.classes.end()),
+                    job.classes.end());
+  const auto useless = [&](int label) {
+    return label < 0 || members(taken, label).empty();
+  };
+  job.classes.erase(std::remove_if(job.classes.begin(), job.classes.end(), useless),
+                    job.classes.end());
+  if (job.classes.empty()) throw UsageError("there is no sample of any gesture");
+  for (const int label : job.classes) job.own.push_back(members(taken, label));
+  job.background = members(taken, -1);
+
+  const size_t classes = job.classes.size();
+  for (size_t c = 0; c < classes; ++c) {
+    report.classes.emplace_back();
+    report.classes.back().label = job.classes[c];
+    report.classes.back().samples = job.own[c].size();
+  }
+  if (options.most_templates) {
+    choose(job, options, report);
+  } else {
+    sweep(job, options, report);
+  }
+  for (const Template& t : job.templates) ++report.classes[t.class_index].templates;
+
   std::vector<std::vector<double>> right(classes);
   std::vector<std::vector<double>> wrong(classes);
-  for (size_t i = 0; i < traces.size(); ++i) {
-    namings.push_back(name(i, traces, templates, model.class_labels, k));
-    const size_t named = namings.back().class_index;
-    if (named == classes) continue;
-    const bool is_right = model.class_labels[named] == data.samples[i].label;
-    (is_right ? right : wrong)[named].push_back(namings.back().score);
-  }
+  std::vector<std::vector<double>> background(classes);
   for (size_t c = 0; c < classes; ++c) {
-    report.classes[c].threshold =
-        choose_threshold(right[c], wrong[c], options.false_cost);
-    model.class_thresholds.push_back(report.classes[c].threshold);
+    for (const size_t i : job.own[c]) {
+      const Naming naming = name(i, job.templates);
+      if (naming.class_index >= classes) continue;
+      (naming.class_index == c ? right : wrong)[naming.class_index].push_back(
+          naming.score);
+    }
   }
+  for (const size_t i : job.background) {
+    const Naming naming = name(i, job.templates);
+    if (naming.class_index < classes) {
+      background[naming.class_index].push_back(naming.score);
+    }
+  }
+  report.background_allowed = allowed_background(options);
+  const std::vector<double> thresholds =
+      choose_thresholds(right, wrong, background, options, report.background_allowed);
 
-  for (size_t i = 0; i < traces.size(); ++i) {
-    const auto [named, score] = namings[i];
-    const bool accepted = named < classes && score > model.class_thresholds[named];
-    const int label = data.samples[i].label;
-    if (label < 0) {
-      ++report.background;
-      if (accepted) ++report.background_accepted;
-      continue;
+  for (size_t c = 0; c < classes; ++c) {
+    ClassReport& entry = report.classes[c];
+    entry.threshold = thresholds[c];
+    for (const size_t i : job.own[c]) {
+      const Naming naming = name(i, job.templates);
+      if (naming.class_index != c) {
+        ++entry.confused;
+      } else {
+        ++(naming.score > thresholds[c] ? entry.right : entry.refused);
+      }
     }
-    const size_t own = index_of(model.class_labels, label);
-    ClassReport& entry = report.classes[own];
-    if (named != own) {
-      ++entry.confused;
-    } else {
-      ++(accepted ? entry.right : entry.refused);
+    for (const double score : background[c]) {
+      report.background_accepted += score > thresholds[c] ? 1 : 0;
     }
   }
-  for (const Template& t : templates) {
-    model.templates.emplace_back(t.label, traces[t.sample]);
+  report.background = job.background.size();
+
+  Gmodel model;
+  model.normalize = 1;
+  model.havegravity = k_;
+  model.class_labels = job.classes;
+  model.nclasses = static_cast<int>(classes);
+  model.class_thresholds = thresholds;
+  for (const Template& t : job.templates) {
+    model.templates.emplace_back(job.classes[t.class_index], traces_[t.sample]);
   }
   model.nTemplate = static_cast<int>(model.templates.size());
   return model;
+}
+
+Gmodel Workshop::build(const BuildOptions& options, BuildReport& report) const {
+  return build(std::vector<bool>(labels_.size(), true), options, report);
+}
+
+Gmodel build_model(const Gdata& data, const BuildOptions& options, BuildReport& report) {
+  return Workshop(data, options.threads).build(options, report);
 }

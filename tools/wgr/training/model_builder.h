@@ -1,15 +1,25 @@
 // Makes a model from training samples, by the library's own routines.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "classifier/Gdata.h"
 #include "classifier/Gmodel.h"
+#include "training/similarities.h"
 
 struct BuildOptions {
-  size_t most_templates = 6;  // per class
-  double false_cost = 3.0;    // of an accepted wrong sample, in refused right ones
+  // Templates per class, at most. Without it a sweep finds the smallest set of all
+  // classes' templates that names nearly as many samples rightly as the best.
+  std::optional<size_t> most_templates;
+  double false_cost = 3.0;  // of an accepted wrong sample, in refused right ones
+  double margin = 0.01;     // share of samples by which the smallest set may be worse
+  // Accepted background samples an hour that are aimed at; needs the background's
+  // duration. Without it a background sample costs what another wrong one does.
+  std::optional<double> false_per_hour;
+  double background_hours = 0.0;
+  unsigned threads = 0;  // 0: one for each processor
 };
 
 struct ClassReport {
@@ -23,13 +33,59 @@ struct ClassReport {
   size_t refused = 0;   // own samples that are named rightly but refused
 };
 
+struct SweepStep {
+  double preference = 0.0;
+  size_t templates = 0;
+  double accuracy = 0.0;     // share of samples named rightly, leaving one out
+  bool in_question = false;  // no class has too many templates
+  bool chosen = false;
+};
+
 struct BuildReport {
   std::vector<ClassReport> classes;
+  std::vector<SweepStep> sweep;    // empty with most_templates
+  std::vector<std::string> notes;  // fallbacks and thinned samples
   size_t background = 0;           // samples
   size_t background_accepted = 0;  // of them, taken for a gesture
+  std::optional<size_t> background_allowed;
+
+  size_t samples() const;
+  size_t named() const;     // rightly
+  size_t accepted() const;  // named rightly and accepted
+  size_t templates() const;
 };
 
 // A sample is compared with every template but itself. Labels below 0 are background.
 // Gravity is used when the samples have it; traces are normalised. Throws UsageError
-// when there is nothing to build a model from.
+// when there is nothing to build a model from, and for labels that cannot be reported.
 Gmodel build_model(const Gdata& data, const BuildOptions& options, BuildReport& report);
+
+// Samples made ready, and compared once for any number of models from parts of them.
+class Workshop {
+ public:
+  // Throws as build_model() does. `quiet`: without progress.
+  Workshop(const Gdata& data, unsigned threads, bool quiet = false);
+
+  // The model of those samples of the data for which `taken` is true.
+  Gmodel build(const std::vector<bool>& taken, const BuildOptions& options,
+               BuildReport& report) const;
+  Gmodel build(const BuildOptions& options, BuildReport& report) const;
+
+ private:
+  struct Template;
+  struct Naming;
+  struct Job;
+
+  std::vector<size_t> members(const std::vector<bool>& taken, int label) const;
+  Naming name(size_t sample, const std::vector<Template>& templates) const;
+  void choose(Job& job, const BuildOptions& options, BuildReport& report) const;
+  void sweep(Job& job, const BuildOptions& options, BuildReport& report) const;
+
+  int k_;
+  // Gestures first, so that the similarities need columns for them alone.
+  std::vector<size_t> origin_;  // index in the data
+  std::vector<int> labels_;
+  std::vector<Points> traces_;  // normalised
+  std::vector<std::string> notes_;
+  std::optional<Similarities> similarities_;
+};

@@ -9,35 +9,41 @@ static double lower(double score) {
   return std::min(score * kSlack, score - kLeastSlack);
 }
 
-static double loss(const std::vector<double>& right, const std::vector<double>& wrong,
-                   double threshold, double false_cost) {
-  const auto misses = std::count_if(right.begin(), right.end(),
-                                    [=](double s) { return !(s > threshold); });
-  const auto falses =
-      std::count_if(wrong.begin(), wrong.end(), [=](double s) { return s > threshold; });
-  return static_cast<double>(misses) + false_cost * static_cast<double>(falses);
-}
+namespace {
+
+struct Scored {
+  double score;
+  double cost;  // of accepting it; that of refusing a right one is negative
+};
+
+}  // namespace
 
 double choose_threshold(std::vector<double> right, std::vector<double> wrong,
-                        double false_cost) {
-  std::vector<double> scores = right;
-  scores.insert(scores.end(), wrong.begin(), wrong.end());
+                        double false_cost, const std::vector<double>& background,
+                        double background_cost) {
+  std::vector<Scored> scores;
+  for (const double s : right) scores.push_back({s, -1.0});
+  for (const double s : wrong) scores.push_back({s, false_cost});
+  for (const double s : background) scores.push_back({s, background_cost});
   if (scores.empty()) return lower(0.0);
-  std::sort(scores.begin(), scores.end());
-  scores.insert(scores.begin(), lower(lower(scores.front())));
+  std::sort(scores.begin(), scores.end(),
+            [](const Scored& a, const Scored& b) { return a.score < b.score; });
 
-  // Between neighbouring scores nothing changes: the middle stands for the gap. Above
-  // the best score everything is refused.
+  // Above the best score everything is refused: the loss of 0 that others are held
+  // against. From there the threshold goes down gap by gap. Between neighbouring scores
+  // nothing changes: the middle stands for the gap.
   double best_threshold = 0.0;
-  double best_loss = loss(right, wrong, best_threshold, false_cost);
+  double best_loss = 0.0;
   double best_gap = 0.0;
-  for (size_t i = 0; i + 1 < scores.size(); ++i) {
-    const double gap = scores[i + 1] - scores[i];
-    const double threshold = scores[i] + 0.5 * gap;
-    const double cost = loss(right, wrong, threshold, false_cost);
-    if (gap > 0.0 && (cost < best_loss || (cost == best_loss && gap > best_gap))) {
-      best_threshold = threshold;
-      best_loss = cost;
+  double loss = 0.0;
+  for (size_t i = scores.size(); i-- > 0;) {
+    loss += scores[i].cost;
+    const double below = i > 0 ? scores[i - 1].score : lower(lower(scores.front().score));
+    const double gap = scores[i].score - below;
+    // Equally good gaps: the widest, and of these the lowest.
+    if (gap > 0.0 && (loss < best_loss || (loss == best_loss && gap >= best_gap))) {
+      best_threshold = below + 0.5 * gap;
+      best_loss = loss;
       best_gap = gap;
     }
   }

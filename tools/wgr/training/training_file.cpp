@@ -1,7 +1,17 @@
 #include "training/training_file.h"
 
+#include <stdlib.h>
+
 #include <array>
 #include <charconv>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string_view>
+
+#include "errors.h"
+#include "table.h"
 
 // Enough for any sensor, and few enough to hide that mathematical libraries differ in a
 // number's last digit.
@@ -15,13 +25,14 @@ static void append_number(std::string& text, double value) {
   text.append(digits.data(), end);
 }
 
-std::string training_text(const std::vector<Motion>& motions) {
+std::string training_text(const std::vector<Motion>& motions, bool gravity) {
   std::string text;
   for (const Motion& motion : motions) {
-    const size_t count = motion.trace.size() - 1;
-    const Point3Df& gravity = motion.trace.back();
+    const size_t count = motion.trace.size() - (gravity ? 1 : 0);
     text += std::to_string(motion.label) + " " + std::to_string(count);
-    for (const double value : {gravity.x, gravity.y, gravity.z}) {
+    const Point3Df& last = motion.trace.back();
+    for (const double value : {last.x, last.y, last.z}) {
+      if (!gravity) break;
       text += ' ';
       append_number(text, value);
     }
@@ -35,4 +46,144 @@ std::string training_text(const std::vector<Motion>& motions) {
     }
   }
   return text;
+}
+
+static constexpr size_t kLinesPerRecord = 4;
+static constexpr size_t kMostPoints = 1000000;
+static constexpr std::string_view kSpaces = " \t\r\f\v";
+
+namespace {
+
+// The lines of a training file, one after the other.
+class Checker {
+ public:
+  explicit Checker(const std::string& path) : path_(path), file_(path, std::ios::binary) {
+    if (!file_) throw UsageError(path + ": cannot be read");
+  }
+
+  // False at the end of the file.
+  bool next_line() {
+    if (!std::getline(file_, text_)) {
+      if (file_.bad()) throw UsageError(path_ + ": cannot be read to its end");
+      return false;
+    }
+    ++line_;
+    rest_ = text_;
+    return true;
+  }
+
+  // The next number of the line; false when there is none.
+  bool next_number(double& value) {
+    const size_t begin = rest_.find_first_not_of(kSpaces);
+    if (begin == std::string_view::npos) return false;
+    rest_.remove_prefix(begin);
+    const std::string_view word = rest_.substr(0, rest_.find_first_of(kSpaces));
+    const auto [stop, error] =
+        std::from_chars(word.data(), word.data() + word.size(), value);
+    if (error != std::errc() || stop != word.data() + word.size() ||
+        !std::isfinite(value)) {
+      refuse(is_utf8(std::string(word)) && word.size() < 40
+                 ? "\"" + std::string(word) + "\" is not a number"
+                 : "holds something that is not a number");
+    }
+    rest_.remove_prefix(word.size());
+    return true;
+  }
+
+  int whole_number(const char* what, double least, double most) {
+    double value = 0.0;
+    if (!next_number(value)) refuse(std::string("has no ") + what);
+    if (!(value >= least && value <= most) || value != std::floor(value)) {
+      refuse(std::string("the ") + what + " is not a whole number from " +
+             fixed(least, 0) + " to " + fixed(most, 0));
+    }
+    return static_cast<int>(value);
+  }
+
+  // The numbers that are left on the line.
+  size_t count_numbers() {
+    size_t count = 0;
+    for (double value; next_number(value);) ++count;
+    return count;
+  }
+
+  [[noreturn]] void refuse(const std::string& reason) const {
+    throw UsageError(path_ + ":" + std::to_string(line_) + ": " + reason);
+  }
+
+ private:
+  const std::string path_;
+  std::ifstream file_;
+  std::string text_;
+  std::string_view rest_;
+  size_t line_ = 0;
+};
+
+}  // namespace
+
+static void check(const std::string& path) {
+  Checker file(path);
+  size_t records = 0;
+  size_t vectors = 0;  // numbers behind the count of the first record
+  while (file.next_line()) {
+    file.whole_number("label", -1000.0, 1000.0);
+    const size_t points = static_cast<size_t>(
+        file.whole_number("number of points", 1.0, static_cast<double>(kMostPoints)));
+    const size_t more = file.count_numbers();
+    if (more != 0 && more != 3) {
+      file.refuse(std::to_string(more) +
+                  " numbers behind the number of points instead of three or none");
+    }
+    if (records == 0) vectors = more;
+    if (more != vectors) {
+      file.refuse("a gravity vector must be in all records or in none");
+    }
+    for (size_t i = 1; i < kLinesPerRecord; ++i) {
+      if (!file.next_line()) file.refuse("the file ends within this record");
+      const size_t count = file.count_numbers();
+      if (count != points) {
+        file.refuse(std::to_string(count) + " numbers instead of " +
+                    std::to_string(points));
+      }
+    }
+    ++records;
+  }
+  if (records == 0) throw UsageError(path + ":1: holds no sample");
+}
+
+static Gdata load(const std::string& path) {
+  Gdata data;
+  if (!data.load(path.c_str())) throw UsageError(path + ": cannot be read");
+  return data;
+}
+
+Gdata read_training_file(const std::string& path) {
+  if (std::filesystem::is_directory(path)) {
+    throw UsageError(path + ": is a folder, not a training file");
+  }
+  check(path);
+  Gdata data = load(path);
+  for (size_t i = 0; i < data.samples.size() && data.kind == 1; ++i) {
+    if (squared_length(data.samples[i].trace.back()) > 0.0) continue;
+    throw UsageError(path + ":" + std::to_string(kLinesPerRecord * i + 1) +
+                     ": the gravity vector has no length");
+  }
+  return data;
+}
+
+Gdata parse_training_text(const std::string& text) {
+  std::string folder = (std::filesystem::temp_directory_path() / "wgr-XXXXXX").string();
+  if (mkdtemp(folder.data()) == nullptr) {
+    throw std::runtime_error(folder + ": a temporary folder cannot be made");
+  }
+  const std::string path = folder + "/training";
+  std::ofstream file(path, std::ios::binary);
+  file << text;
+  file.close();
+  Gdata data;
+  const bool loaded = file && data.load(path.c_str());
+  std::error_code ignored;
+  std::filesystem::remove_all(folder, ignored);
+  if (!loaded) throw std::runtime_error(path + ": cannot be written and read");
+  return data;
 }

@@ -1,0 +1,9 @@
+// The command line arguments of the subcommands that build models.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include "training/model_builder.h"
+
+// Adds --templates, --margin, --false-cost, --false-per-hour and --threads.
+void add_build_options(CLI::App& command, BuildOptions& options);

@@ -1,0 +1,34 @@
+#include "training/cut_arguments.h"
+
+void add_cut_arguments(CLI::App& command, CutArguments& given) {
+  command
+      .add_option("--background", given.background,
+                  "Folder of recordings, or one, without gestures;\nmay be repeated")
+      ->option_text("PATH")
+      ->allow_extra_args(false);
+  command
+      .add_option("--rate", given.options.rate,
+                  "Samples per second of the model; otherwise that of\nmost recordings")
+      ->check(CLI::Range(10, 1000))
+      ->option_text("HZ");
+  command
+      .add_option("--shortest", given.options.shortest,
+                  "Shortest motion, in samples; otherwise half a second")
+      ->check(CLI::Range(2, 10000))
+      ->option_text("N");
+  command.add_flag("--no-gravity", given.no_gravity,
+                   "The recordings have no gravity in them");
+}
+
+CutSet cut_given(const std::string& folder, const CutArguments& given,
+                 const Classes& classes) {
+  CutOptions options = given.options;
+  options.gravity = !given.no_gravity;
+  std::vector<SetEntry> background;
+  for (const std::string& path : given.background) {
+    for (SetEntry& entry : read_background(path)) background.push_back(std::move(entry));
+  }
+  const std::vector<SetEntry> set =
+      folder.empty() ? std::vector<SetEntry>() : read_recording_set(folder);
+  return cut_set(set, background, options, classes);
+}

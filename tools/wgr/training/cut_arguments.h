@@ -1,0 +1,21 @@
+// The command line arguments of the subcommands that cut recordings.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+#include "training/cut_set.h"
+
+struct CutArguments {
+  CutOptions options;
+  std::vector<std::string> background;  // folders or recordings
+  bool no_gravity = false;
+};
+
+// Adds --background, --rate, --shortest and --no-gravity.
+void add_cut_arguments(CLI::App& command, CutArguments& given);
+
+// Reads and cuts a folder, and the background that was given.
+CutSet cut_given(const std::string& folder, const CutArguments& given,
+                 const Classes& classes = {});

@@ -1,0 +1,47 @@
+// Cuts all recordings of a set: every motion with its verdict, and what is to be told of
+// the recordings.
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "recording/clock.h"
+#include "training/cutter.h"
+#include "training/provenance.h"
+#include "training/recording_set.h"
+
+struct CutOptions {
+  std::optional<int> rate;  // samples per second; otherwise that of most recordings
+  int shortest = -1;        // motion that is kept, samples; below 1: half a second
+  bool gravity = true;      // whether the data has gravity in it
+};
+
+// One recording at the set's rate.
+struct CutRecording {
+  SetEntry entry;
+  std::vector<RecordedSample> samples;
+  std::vector<LabelledSpan> spans;  // of gestures; the whole recording if it is one take
+  bool whole = false;               // a take cut beforehand, with no rest around it
+  std::vector<Motion> motions;
+  std::vector<int> span_of;  // of each motion, which span it fills; -1: none
+  double background_seconds = 0.0;
+};
+
+struct CutSet {
+  std::vector<CutRecording> recordings;
+  Provenance provenance;
+  std::string notes;  // what people should know, a line each
+};
+
+// Reads and cuts a set, with background recordings besides. `classes` may hold numbers of
+// labels already. Throws UsageError or RecordingError for what cannot be read, and
+// UsageError when the recordings do not have, or do have, the gravity they should.
+CutSet cut_set(const std::vector<SetEntry>& set, const std::vector<SetEntry>& background,
+               const CutOptions& options, const Classes& classes = {});
+
+std::vector<Motion> kept_motions(const CutSet& set);
+
+// How many of which verdict and label.
+std::string summary_of(const CutSet& set);

@@ -1,0 +1,139 @@
+#include "training/model_output.h"
+
+#include <cmath>
+#include <filesystem>
+
+#include "errors.h"
+#include "table.h"
+
+static constexpr char kSuffix[] = ".xml";  // Gmodel::write appends it
+static constexpr double kRuleOfThree = 3.0;
+
+void write_model(const Gmodel& model, const std::string& path) {
+  const std::string beside = path + ".part";
+  std::error_code failed;
+  const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+  if (!folder.empty()) std::filesystem::create_directories(folder, failed);
+  if (failed || !model.write(beside.c_str())) {
+    throw UsageError(path + ": cannot be written");
+  }
+  // What the library wrote, read back: a full disk shows here.
+  const auto size = std::filesystem::file_size(beside + kSuffix, failed);
+  Gmodel again;
+  const bool whole =
+      !failed && size > 0 && again.read(beside.c_str()) &&
+      again.templates.size() == model.templates.size() &&
+      (again.templates.empty() ||
+       again.templates.back().second.size() == model.templates.back().second.size());
+  if (whole) std::filesystem::rename(beside + kSuffix, path, failed);
+  if (!whole || failed) {
+    std::error_code ignored;
+    std::filesystem::remove(beside + kSuffix, ignored);
+    throw UsageError(path + ": cannot be written" +
+                     (failed ? ": " + failed.message() : ""));
+  }
+}
+
+static std::string name_of(int label, const Provenance& provenance) {
+  for (const auto& [word, number] : provenance.classes) {
+    if (number == label && word != std::to_string(label)) return " " + word;
+  }
+  return "";
+}
+
+static double share(size_t part, size_t whole) {
+  return whole == 0 ? 0.0 : static_cast<double>(part) / static_cast<double>(whole);
+}
+
+static std::string percent(size_t part, size_t whole) {
+  return fixed(100.0 * share(part, whole), 1) + " %";
+}
+
+std::string report_text(const BuildReport& report, const BuildOptions& options,
+                        const Provenance& provenance) {
+  std::string text;
+  if (!report.sweep.empty()) {
+    text += "preference  templates  right, leaving one out\n";
+    for (const SweepStep& step : report.sweep) {
+      char line[80];
+      std::snprintf(line, sizeof line, "%10s  %9zu  %6s %%%s\n",
+                    fixed(step.preference, 2).c_str(), step.templates,
+                    fixed(100.0 * step.accuracy, 1).c_str(),
+                    step.chosen         ? "  <- chosen"
+                    : !step.in_question ? "  too many"
+                                        : "");
+      text += line;
+    }
+    text += "the smallest set within " + fixed(100.0 * options.margin, 1) +
+            " % of the best, with at most a third of each class's samples\n";
+  }
+  for (const ClassReport& c : report.classes) {
+    text += "class " + std::to_string(c.label) + name_of(c.label, provenance) + ": " +
+            std::to_string(c.samples) + " samples, " + std::to_string(c.templates) +
+            " templates (" + c.chosen_by + "), threshold " + fixed(c.threshold, 4) +
+            ": " + std::to_string(c.right) + " right, " + std::to_string(c.confused) +
+            " confused, " + std::to_string(c.refused) + " refused\n";
+  }
+  for (const std::string& note : report.notes) text += note + "\n";
+  text += "leaving one out: " + percent(report.named(), report.samples()) + " of " +
+          std::to_string(report.samples()) + " named right, " +
+          percent(report.accepted(), report.samples()) + " accepted as well; " +
+          std::to_string(report.background_accepted) + " of " +
+          std::to_string(report.background) + " background samples accepted\n";
+  if (report.background_allowed) {
+    const double hours = options.background_hours;
+    text += "false events: " + fixed(*options.false_per_hour, 2) + " an hour aimed at, " +
+            std::to_string(*report.background_allowed) + " allowed in " +
+            fixed(hours, 2) + " h of background, " +
+            std::to_string(report.background_accepted) + " accepted\n";
+    if (hours * *options.false_per_hour < kRuleOfThree) {
+      text += "so little background cannot show that: none in " + fixed(hours, 2) +
+              " h means no more than " + fixed(kRuleOfThree / hours, 1) +
+              " an hour, with 95 % confidence\n";
+    }
+    if (report.background_accepted > *report.background_allowed) {
+      text += "the aim was missed: background and gestures score alike\n";
+    }
+  }
+  return text;
+}
+
+// Six digits, so that machines whose last digits differ write the same.
+static double rounded(double value) { return std::round(value * 1e6) / 1e6; }
+
+nlohmann::ordered_json manifest(const BuildReport& report, const BuildOptions& options,
+                                const Provenance& provenance,
+                                const std::string& model_sha256) {
+  nlohmann::ordered_json json;
+  json["tool"] = std::string("wgr ") + WGR_VERSION;
+  json["model_sha256"] = model_sha256;
+  nlohmann::ordered_json& build = json["build"];
+  build["false_cost"] = options.false_cost;
+  if (options.most_templates) {
+    build["most_templates"] = *options.most_templates;
+  } else {
+    build["margin"] = options.margin;
+  }
+  if (options.false_per_hour) build["false_per_hour"] = *options.false_per_hour;
+  build["background_hours"] = rounded(options.background_hours);
+  nlohmann::ordered_json& accuracy = json["accuracy_leaving_one_out"];
+  accuracy["samples"] = report.samples();
+  accuracy["named_right"] = rounded(share(report.named(), report.samples()));
+  accuracy["accepted_as_well"] = rounded(share(report.accepted(), report.samples()));
+  accuracy["background_samples"] = report.background;
+  accuracy["background_accepted"] = report.background_accepted;
+  json["model_classes"] = nlohmann::ordered_json::array();
+  for (const ClassReport& c : report.classes) {
+    json["model_classes"].push_back({{"label", c.label},
+                                     {"samples", c.samples},
+                                     {"templates", c.templates},
+                                     {"chosen_by", c.chosen_by},
+                                     {"threshold", rounded(c.threshold)},
+                                     {"right", c.right},
+                                     {"confused", c.confused},
+                                     {"refused", c.refused}});
+  }
+  json["notes"] = report.notes;
+  json["samples"] = to_json(provenance);
+  return json;
+}

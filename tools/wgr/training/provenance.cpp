@@ -1,0 +1,66 @@
+#include "training/provenance.h"
+
+#include <filesystem>
+#include <fstream>
+
+#include "errors.h"
+
+using Json = nlohmann::ordered_json;
+
+Json to_json(const Provenance& p) {
+  Json json;
+  json["samples_per_second"] = p.rate;
+  json["units"] = {{"acceleration", "m/s²"}, {"angular_rate", "deg/s"}, {"time", "s"}};
+  json["gravity"] = p.gravity;
+  json["engine"] = {{"shortest_motion", p.shortest},
+                    {"static_window", p.static_window},
+                    {"strength_threshold", p.strength_threshold}};
+  json["background_seconds"] = p.background_seconds;
+  json["classes"] = p.classes;
+  json["verdicts"] = p.verdicts;
+  Json inputs = Json::array();
+  for (const InputFile& input : p.inputs) {
+    inputs.push_back({{"file", input.file}, {"sha256", input.sha256}});
+  }
+  json["inputs"] = inputs;
+  return json;
+}
+
+Provenance provenance_from(const Json& json, const std::string& path) {
+  Provenance p;
+  try {
+    p.rate = json.at("samples_per_second");
+    p.gravity = json.at("gravity");
+    const Json& engine = json.at("engine");
+    p.shortest = engine.at("shortest_motion");
+    p.static_window = engine.at("static_window");
+    p.strength_threshold = engine.at("strength_threshold");
+    p.background_seconds = json.at("background_seconds");
+    json.at("classes").get_to(p.classes);
+    json.at("verdicts").get_to(p.verdicts);
+    for (const Json& input : json.at("inputs")) {
+      p.inputs.push_back({input.at("file"), input.at("sha256")});
+    }
+  } catch (const nlohmann::json::exception& error) {
+    throw UsageError(path + ": does not describe samples: " + error.what());
+  }
+  return p;
+}
+
+std::string as_text(const Json& json) {
+  return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+Json read_json(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) throw UsageError(path + ": cannot be read");
+  try {
+    return Json::parse(file);
+  } catch (const nlohmann::json::exception& error) {
+    throw UsageError(path + ": is not JSON: " + error.what());
+  }
+}
+
+std::string description_path(const std::string& path) {
+  return std::filesystem::path(path).replace_extension(".json");
+}

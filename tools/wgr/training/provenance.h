@@ -1,0 +1,41 @@
+// Where training samples come from: what a training file has no room for, kept beside it
+// as JSON.
+#pragma once
+
+#include <map>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct InputFile {
+  std::string file;
+  std::string sha256;
+};
+
+struct Provenance {
+  int rate = 0;                            // samples per second; 0: not known
+  bool gravity = true;                     // whether the samples have a gravity vector
+  int shortest = 0;                        // motion that was kept, samples; 0: not known
+  int static_window = 0;                   // samples of the rest test; 0: not known
+  double strength_threshold = 0.0;         // m/s²
+  double background_seconds = 0.0;         // that the background samples come from
+  std::map<std::string, int> classes;      // words to labels
+  std::map<std::string, size_t> verdicts;  // motions
+  std::vector<InputFile> inputs;
+};
+
+nlohmann::ordered_json to_json(const Provenance& provenance);
+
+// Throws UsageError naming `path` for what is no such description.
+Provenance provenance_from(const nlohmann::ordered_json& json, const std::string& path);
+
+// JSON as a text for a file.
+std::string as_text(const nlohmann::ordered_json& json);
+
+// The JSON of a file, and its SHA-256 entry if it has one; throws UsageError.
+nlohmann::ordered_json read_json(const std::string& path);
+
+// The description beside a training file or a model: its path with ".json" for the
+// extension, or behind a name without one.
+std::string description_path(const std::string& path);
