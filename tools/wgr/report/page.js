@@ -4,6 +4,8 @@
 const kJudgements = ['moving', 'blind', 'acc', 'gyro', 'both'];  // as they are numbered
 const kAxes = ['x', 'y', 'z'];
 const kStep = 0.25;  // of the view, that a key moves it
+const kEventsWithLines = 60;  // more of them would hide the curves
+const kManyShort = 20;        // motions that are too short: out of the way at first
 const kZoom = 0.6;   // of the view, that is left after zooming in
 
 const el = (name, attributes = {}, ...children) => {
@@ -40,6 +42,16 @@ function unpack(series) {
 const outcome = (cause) => cause === 'reported' || cause === 'rejected' ? cause : 'dropped';
 const chip = (cause, text) => el('span', {class: 'chip ' + outcome(cause)}, text);
 
+const kButShort = '-too-short';
+function applyFilter() {
+  const {value} = $('#filter');
+  for (const item of document.querySelectorAll('.motion')) {
+    const {cause} = item.dataset;
+    item.hidden = value === kButShort ? cause === 'too-short'
+                                      : value !== '' && cause !== value;
+  }
+}
+
 function showHeader(e) {
   const s = e.settings;
   const name = e.recording.split('/').pop();
@@ -54,15 +66,17 @@ function showHeader(e) {
   for (const m of e.motions) counts.set(m.cause, (counts.get(m.cause) ?? 0) + 1);
   const filter = $('#filter');
   filter.append(el('option', {value: ''}, `all ${e.motions.length} motions`));
+  const short = counts.get('too-short') ?? 0;
+  if (short > 0) {
+    filter.append(el('option', {value: kButShort},
+        `all but too-short (${e.motions.length - short})`));
+  }
   for (const [cause, count] of [...counts].sort((a, b) => b[1] - a[1])) {
     $('#counts').append(el('li', {}, chip(cause, `${count} ${cause}`)));
     filter.append(el('option', {value: cause}, `${cause} (${count})`));
   }
-  filter.addEventListener('change', () => {
-    for (const item of document.querySelectorAll('.motion')) {
-      item.hidden = filter.value !== '' && item.dataset.cause !== filter.value;
-    }
-  });
+  if (short > kManyShort) filter.value = kButShort;
+  filter.addEventListener('change', applyFilter);
 }
 
 function showMissing(e, openMotion) {
@@ -96,7 +110,6 @@ function makeStream(data) {
   const colour = (name) => getComputedStyle(document.documentElement)
       .getPropertyValue(name);
   let charts = [];
-  let linking = false;
 
   const drawBands = (u) => {
     const {ctx, bbox} = u;
@@ -109,8 +122,8 @@ function makeStream(data) {
     for (const b of stream.bands) {
       if (b.end < min || b.begin > max) continue;
       ctx.fillStyle = colour('--band-' + outcome(b.cause));
-      ctx.fillRect(left(b.begin), bbox.top, Math.max(left(b.end) - left(b.begin), 1),
-          bbox.height);
+      // Parts of a pixel tint it in part, so that many narrow bands do not add up to one.
+      ctx.fillRect(left(b.begin), bbox.top, left(b.end) - left(b.begin), bbox.height);
     }
     const height = 7 * devicePixelRatio;
     const strips = kJudgements.map((name) => colour('--strip-' + name));
@@ -120,7 +133,7 @@ function makeStream(data) {
       if (to < min || from > max) continue;
       ctx.fillStyle = strips[judgement];
       const x = left(from);
-      ctx.fillRect(x, bbox.top, Math.max(left(to) - x, 1), height);
+      ctx.fillRect(x, bbox.top, left(to) - x, height);
     }
     ctx.restore();
   };
@@ -131,12 +144,16 @@ function makeStream(data) {
     const paper = colour('--paper');
     ctx.font = `${12 * devicePixelRatio}px system-ui, sans-serif`;
     ctx.textAlign = 'right';
+    const {min, max} = u.scales.x;
+    const shown = stream.events.filter((event) => event.t >= min && event.t <= max);
+    const crowded = shown.length > kEventsWithLines;
     let free = -Infinity;  // where the last label ends: labels do not overlap
-    for (const event of stream.events) {
-      if (event.t < u.scales.x.min || event.t > u.scales.x.max) continue;
+    for (const event of shown) {
       const x = u.valToPos(event.t, 'x', true);
       ctx.fillStyle = ink;
-      ctx.fillRect(x, bbox.top, 1.5 * devicePixelRatio, bbox.height);
+      ctx.fillRect(x, bbox.top, 1.5 * devicePixelRatio,
+          crowded ? 14 * devicePixelRatio : bbox.height);
+      if (crowded) continue;
       const label = String(event.class);
       const start = x - ctx.measureText(label).width - 4 * devicePixelRatio;
       if (start < free) continue;
@@ -150,20 +167,12 @@ function makeStream(data) {
     ctx.restore();
   };
 
-  // Both charts show the same time.
+  // Both charts show the same time; uPlot's synchronised cursors see to it when the
+  // mouse zooms.
   const setView = (min, max) => {
     const width = Math.min(Math.max(max - min, 10 / explanation.settings.rate), end - t[0]);
     min = Math.max(Math.min(min, end - width), t[0]);
-    linking = true;
     for (const chart of charts) chart.setScale('x', {min, max: min + width});
-    linking = false;
-  };
-  const link = (u, key) => {
-    if (key !== 'x' || linking) return;
-    const {min, max} = u.scales.x;
-    linking = true;
-    for (const chart of charts) if (chart !== u) chart.setScale('x', {min, max});
-    linking = false;
   };
   const view = (how) => {
     const {min, max} = charts[0].scales.x;
@@ -188,7 +197,7 @@ function makeStream(data) {
       cursor: {sync: {key: 'stream', setSeries: false}, drag: {x: true, y: false}},
       axes: [
         {...axis, size: 32, values: (u, marks) => marks.map((m) => m + ' s')},
-        {...axis, size: 44},
+        {...axis, size: 52, values: (u, marks) => marks.map(String)},
       ],
       series: [
         {label: 't', value: (u, v) => v === null ? '–' : seconds(v)},
@@ -196,7 +205,7 @@ function makeStream(data) {
           stroke: colour('--' + name), width: 1.25, points: {show: false},
           value: (u, v) => v === null || v === undefined ? '–' : v.toFixed(2)})),
       ],
-      hooks: {drawAxes: [drawBands], draw: [drawEvents], setScale: [link]},
+      hooks: {drawAxes: [drawBands], draw: [drawEvents]},
     }, [t, ...channels], holder);
   };
   const draw = () => {
@@ -409,6 +418,7 @@ function showMotions(data, stream) {
     return item;
   });
   list.append(...items);
+  applyFilter();
   if (items.length === 0) list.append(el('p', {}, 'There was no motion.'));
   return (i) => {
     items[i].hidden = false;
