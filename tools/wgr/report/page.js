@@ -385,7 +385,7 @@ function fillMotion(body, m, series, data, zoomTo) {
         lineFigure(unpack(series.compared_t), [
           ...series.compared.map((s, i) => [unpack(s), kAxes[i]]),
           ...series.template.map((s, i) => [unpack(s), kAxes[i] + ' template']),
-        ], {unit: data.normalised ? 'parts of the strength' : 'm/s²'})));
+        ], {unit: data.normalised ? 'times the strength' : 'm/s²'})));
   }
   if (m.best_templates.length > 0) {
     figures.append(figure('The best templates: shorter is more alike; a bar that reaches ' +
