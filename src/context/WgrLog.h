@@ -6,6 +6,8 @@
 // without a word: the log must never disturb the host.
 #pragma once
 
+inline constexpr char kWgrLogPath[] = "/home/app/WgrLog.txt";
+
 // One place that logs. `tag` is printed where a source line number would be. It
 // belongs to the line's text, so it stays as it is when the code around it moves.
 struct WgrLogSite {

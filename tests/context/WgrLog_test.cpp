@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <cstring>
 #include <sstream>
 #include <string>
@@ -47,6 +48,17 @@ TEST_F(WgrLogTest, KeepsWhatTheFileHeld) {
   write_file(kLogPath, "no line break");
   log("a");
   EXPECT_EQ(read_log(), "no line breaka\n");
+}
+
+// Also where offsets have 32 bits unless a program says otherwise.
+TEST_F(WgrLogTest, GoesOnBehindTwoGigabytes) {
+  constexpr std::uintmax_t kHuge = std::uintmax_t{5} << 30;
+  write_file(kLogPath, "");
+  std::error_code refused;
+  fs::resize_file(kLogPath, kHuge, refused);
+  if (refused) GTEST_SKIP() << "no file of 5 GiB: " << refused.message();
+  log("a");
+  EXPECT_EQ(fs::file_size(kLogPath), kHuge + 2);
 }
 
 TEST_F(WgrLogTest, TakesALineAsItIs) {
