@@ -14,7 +14,6 @@ const char c_GmodelPath[kWearers * kModes][100] = {
     "/usr/share/GestureModel/olvo_model_5r_mix/hgr_olvo",
 };
 
-static constexpr int kDefaultModel = 1;           // left wrist, mode 1
 static constexpr int kDefaultRate = 50;           // samples per second
 static constexpr int kDefaultHandWindow = 50;     // samples
 static constexpr double kDefaultThreshold = 2.0;  // m/s²

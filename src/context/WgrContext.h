@@ -7,6 +7,7 @@
 
 inline constexpr int kWearers = 2;
 inline constexpr int kModes = 3;
+inline constexpr int kDefaultModel = 1;  // of every new handle: left wrist, mode 1
 
 // Where the gesture models are, without their ".xml"; entry 3 * wearer + mode.
 extern const char c_GmodelPath[kWearers * kModes][100];

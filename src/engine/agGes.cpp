@@ -13,7 +13,6 @@
 #include "engine/orientation.h"
 
 static constexpr char kModelRoot[] = "/usr/share/";  // working directory of the loading
-static constexpr size_t kPathSize = 256;             // characters, terminator included
 
 // Lengths that the caller leaves to the engine, as parts of a second.
 static constexpr int kMotionsPerSecond = 2;

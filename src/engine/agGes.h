@@ -4,6 +4,7 @@
 // its caller; operations return nothing and leave their results in fields.
 #pragma once
 
+#include <cstddef>
 #include <deque>
 #include <vector>
 
@@ -17,6 +18,9 @@ inline constexpr int kRejected = 13;  // a strong motion that no template matche
 // Values of AgGes::work_mode.
 inline constexpr int kAccOnly = 1;
 inline constexpr int kAccAndGyro = 2;
+
+// Of the working directory that is put back, characters, terminator included.
+inline constexpr std::size_t kPathSize = 256;
 
 class AgGes {
  public:

@@ -1,4 +1,6 @@
-/* The public header needs nothing before it, and is plain C11. */
+/* The public headers need nothing before them, and are plain C11. */
+#include "WgrPreflight.h"
+
 #include "WgrInterface.h"
 
 _Static_assert(sizeof(Point3Df) == 3 * sizeof(double), "three doubles");
@@ -23,3 +25,4 @@ double (*const strength)(WgrHandle) = get_motion_strength;
 int (*const destroy)(WgrHandle*) = destroy_gesture_handle;
 WgVersion (*const version)(void) = get_version;
 WgVersion* const version_object = &WearableVersion;
+int (*const preflight)(WgPreflightCb, void*) = preflight_gesture_library;

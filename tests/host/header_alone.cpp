@@ -1,4 +1,6 @@
-// The public header needs nothing before it, and is C++17 as well.
+// The public headers need nothing before them, and are C++17 as well.
+#include "WgrPreflight.h"
+
 #include "WgrInterface.h"
 
 static_assert(sizeof(Point3Df) == 3 * sizeof(double));

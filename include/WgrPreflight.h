@@ -1,0 +1,52 @@
+/*
+ * A look around before a host uses the library: will it find what it needs?
+ *
+ * Creating a handle ends the process when the default model cannot be loaded, a model
+ * with a fault recognises less without a word, and a log that cannot be written is
+ * dropped. This function finds all that first, changes nothing and ends nothing.
+ */
+#ifndef WGR_PREFLIGHT_H
+#define WGR_PREFLIGHT_H
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/*
+ * What a finding means for the host. They are ints, in the order of their weight.
+ */
+enum {
+  WG_PREFLIGHT_CLEAN = 0, /* nothing to tell; an answer, never a finding's weight */
+  WG_PREFLIGHT_NOTE = 1,  /* everything works, but the log is dropped */
+  WG_PREFLIGHT_FAULT = 2, /* handles work, but something will not do what it should */
+  WG_PREFLIGHT_FATAL = 3  /* creating a handle would end the process */
+};
+
+/**
+ * Told of one finding.
+ *
+ * weight     WG_PREFLIGHT_NOTE, _FAULT or _FATAL
+ * text       one line without its end, as "PATH:LINE: what is wrong"; valid during the
+ *            call only
+ * user_data  the word given to preflight_gesture_library()
+ */
+typedef void (*WgPreflightCb)(int weight, const char* text, void* user_data);
+
+/**
+ * Checks the six model files, the diagnostic log and the working directory, as this
+ * process finds them: with its user, its file system and its working directory.
+ *
+ * Writes no file, prints nothing, and needs no handle. Call it before
+ * create_gesture_handle(), and refuse to start on WG_PREFLIGHT_FATAL.
+ *
+ * tell       called once per finding, on this thread; may be null
+ * user_data  handed to it as it is
+ * return     the heaviest finding's weight; WG_PREFLIGHT_CLEAN when there is none
+ */
+int preflight_gesture_library(WgPreflightCb tell, void* user_data);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

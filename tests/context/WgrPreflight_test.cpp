@@ -1,0 +1,191 @@
+#include "WgrPreflight.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "WgrInterface.h"
+#include "context/WgrLog.h"
+#include "support/child.h"
+#include "support/installed_models.h"
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+
+using Findings = std::vector<std::pair<int, std::string>>;
+
+static void collect(int weight, const char* text, void* findings) {
+  static_cast<Findings*>(findings)->emplace_back(weight, text);
+}
+
+static std::string model_path(int index) {
+  return std::string(c_GmodelPath[index]) + ".xml";
+}
+
+// A model without a fault: one class, whose template is a unit trace with its gravity.
+static Gmodel faultless(int label) {
+  Gmodel model;
+  model.nclasses = 1;
+  model.nTemplate = 1;
+  model.normalize = 1;
+  model.havegravity = 1;
+  model.class_labels = {label};
+  model.class_thresholds = {-0.5};
+  model.templates = {{label, {{1, 0, 0}, {0, -1, 0}, {0, 0, 9.8}}}};
+  return model;
+}
+
+class Preflight : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    clear_log();
+    for (int i = 0; i < kWearers * kModes; ++i) install_model(i, faultless(20 + i));
+  }
+
+  int check() {
+    findings_.clear();
+    return preflight_gesture_library(collect, &findings_);
+  }
+
+  Findings findings_;
+};
+
+TEST_F(Preflight, FindsNothingWhereEverythingIsInPlaceAndMakesNoLog) {
+  EXPECT_EQ(check(), WG_PREFLIGHT_CLEAN);
+  EXPECT_THAT(findings_, IsEmpty());
+  EXPECT_FALSE(std::filesystem::exists(kWgrLogPath));
+}
+
+TEST_F(Preflight, NeedsNobodyToTell) {
+  EXPECT_EQ(preflight_gesture_library(nullptr, nullptr), WG_PREFLIGHT_CLEAN);
+  std::filesystem::remove(model_path(kDefaultModel));
+  EXPECT_EQ(preflight_gesture_library(nullptr, nullptr), WG_PREFLIGHT_FATAL);
+}
+
+TEST_F(Preflight, AMissingDefaultModelIsFatalAndAnyOtherAFault) {
+  for (int i = 0; i < kWearers * kModes; ++i) {
+    SetUp();
+    std::filesystem::remove(model_path(i));
+    EXPECT_EQ(check(), i == kDefaultModel ? WG_PREFLIGHT_FATAL : WG_PREFLIGHT_FAULT);
+    ASSERT_FALSE(findings_.empty());
+    EXPECT_EQ(findings_[0].second,
+              model_path(i) + ": cannot be read: No such file or directory");
+    EXPECT_EQ(findings_.size(), i == kDefaultModel ? 2u : 1u);
+  }
+}
+
+// What it calls fatal ends the process, what it does not, does not.
+TEST_F(Preflight, FatalIsWhatEndsTheProcess) {
+  const char* const files[] = {"-1 0 0 0\n", "1 1 1 1\n3\n0\n3 -1\n", "", "nonsense\n"};
+  for (const char* text : files) {
+    write_file(model_path(kDefaultModel), text);
+    const bool fatal = check() == WG_PREFLIGHT_FATAL;
+    const int status = in_child([] {
+      Capture printing;
+      create_gesture_handle();
+      return 7;
+    });
+    EXPECT_EQ(status, fatal ? 0 : 7) << text;
+  }
+}
+
+TEST_F(Preflight, AFaultOfAModelComesWithFileAndLine) {
+  Gmodel model = faultless(13);
+  install_model(4, model);
+  EXPECT_EQ(check(), WG_PREFLIGHT_FAULT);
+  ASSERT_EQ(findings_.size(), 1u);
+  EXPECT_EQ(findings_[0].first, WG_PREFLIGHT_FAULT);
+  EXPECT_THAT(findings_[0].second, StartsWith(model_path(4) + ":2: the label 13 is"));
+}
+
+TEST_F(Preflight, ALogThatIsDroppedIsANote) {
+  std::filesystem::create_directory(kWgrLogPath);
+  EXPECT_EQ(check(), WG_PREFLIGHT_NOTE);
+  ASSERT_EQ(findings_.size(), 1u);
+  EXPECT_THAT(findings_[0].second, HasSubstr("cannot be written: Is a directory"));
+
+  clear_log();
+  ASSERT_EQ(mkfifo(kWgrLogPath, 0600), 0);
+  EXPECT_EQ(check(), WG_PREFLIGHT_NOTE);
+  EXPECT_THAT(findings_[0].second, HasSubstr("it is not a regular file"));
+  clear_log();
+}
+
+TEST_F(Preflight, ALogThatIsThereAndWritableStaysAsItIs) {
+  write_file(kWgrLogPath, "a line\n");
+  EXPECT_EQ(check(), WG_PREFLIGHT_CLEAN);
+  EXPECT_EQ(read_file(kWgrLogPath), "a line\n");
+}
+
+TEST_F(Preflight, ADirectoryThatForbidsTheLogIsANote) {
+  ASSERT_EQ(chmod("/home/app", 0555), 0);
+  const int status = in_child([this] {
+    if (!drop_capabilities()) return kChildCannot;
+    if (check() != WG_PREFLIGHT_NOTE || findings_.size() != 1) return 1;
+    return findings_[0].second.find("/home/app: Permission denied") != std::string::npos
+               ? 0
+               : 2;
+  });
+  chmod("/home/app", 0755);
+  if (status == kChildCannot) GTEST_SKIP() << "capabilities cannot be dropped here";
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(Preflight, WithoutItsPlacesTheLibraryCannotStart) {
+  TempDirectory empty;
+  const int status = in_child([&] {
+    if (!enter_empty_root(empty.path())) return kChildCannot;
+    if (check() != WG_PREFLIGHT_FATAL) return 1;
+    // Six models, one more word on the default, and the log.
+    return findings_.size() == 8 ? 0 : 2;
+  });
+  if (status == kChildCannot) GTEST_SKIP() << "another root cannot be entered here";
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(Preflight, AWorkingDirectoryThatIsGoneCannotBeRestored) {
+  const int status = in_child([this] {
+    TempDirectory directory;
+    if (chdir(directory.path().c_str()) != 0) return 3;
+    std::filesystem::remove(directory.path());
+    if (check() != WG_PREFLIGHT_FAULT || findings_.size() != 1) return 1;
+    return findings_[0].second.find("No such file or directory") != std::string::npos ? 0
+                                                                                      : 2;
+  });
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(Preflight, AWorkingDirectoryWithALongPathCannotBeRestored) {
+  const int status = in_child([this] {
+    TempDirectory directory;
+    std::string path = directory.path();
+    while (path.size() < 300) path += "/" + std::string(50, 'd');
+    std::filesystem::create_directories(path);
+    if (chdir(path.c_str()) != 0) return 3;
+    const bool found = check() == WG_PREFLIGHT_FAULT && findings_.size() == 1;
+    // And indeed it is not.
+    Capture printing;
+    create_gesture_handle();
+    const bool stayed = std::filesystem::current_path() == "/usr/share";
+    return found ? (stayed ? 0 : 2) : 1;
+  });
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(Preflight, AWorkingDirectoryThatMayNotBeEnteredAgainCannotBeRestored) {
+  TempDirectory directory;
+  const int status = in_child([&] {
+    if (chdir(directory.path().c_str()) != 0 || chmod(directory.path().c_str(), 0) != 0) {
+      return 3;
+    }
+    if (!drop_capabilities()) return kChildCannot;
+    return check() == WG_PREFLIGHT_FAULT && findings_.size() == 1 ? 0 : 1;
+  });
+  chmod(directory.path().c_str(), 0700);
+  if (status == kChildCannot) GTEST_SKIP() << "capabilities cannot be dropped here";
+  EXPECT_EQ(status, 0);
+}
