@@ -28,12 +28,17 @@ int main(int argc, char** argv) {
   add_synth(wgr);
   add_cut(wgr);
   add_build(wgr);
+  add_doctor(wgr);
+  add_preflight(wgr);
+  add_log(wgr);
   add_selfcheck(wgr);
 
   try {
     wgr.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return wgr.exit(error) == 0 ? kExitOk : kExitBadInput;
+  } catch (const EndWithStatus& end) {
+    return end.status;
   } catch (const UsageError& error) {
     return complain(error, kExitBadInput);
   } catch (const RecordingError& error) {

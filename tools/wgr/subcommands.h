@@ -13,4 +13,7 @@ void add_explain(CLI::App& wgr);
 void add_synth(CLI::App& wgr);
 void add_cut(CLI::App& wgr);
 void add_build(CLI::App& wgr);
+void add_doctor(CLI::App& wgr);
+void add_preflight(CLI::App& wgr);
+void add_log(CLI::App& wgr);
 void add_selfcheck(CLI::App& wgr);

@@ -12,7 +12,7 @@
 static constexpr int kAssumedRate = 50;          // samples per second
 static constexpr size_t kSamplesForRate = 4096;  // that a recording's rate is taken from
 
-static Point3Df parse_bias(const std::string& text) {
+Point3Df parse_bias(const std::string& text) {
   double values[3] = {};
   const char* next = text.data();
   const char* const end = next + text.size();

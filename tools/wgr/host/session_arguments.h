@@ -19,6 +19,9 @@ struct SessionArguments {
   SessionOptions session;
 };
 
+// The value of --bias, X,Y,Z in deg/s. Throws UsageError for anything else.
+Point3Df parse_bias(const std::string& text);
+
 // Adds RECORDING, --models, --wearer, --mode, --rate, --bias and --sensitivity.
 void add_session_arguments(CLI::App& command, SessionArguments& given);
 

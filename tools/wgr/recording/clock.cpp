@@ -2,17 +2,15 @@
 
 #include <algorithm>
 #include <cmath>
-#include <vector>
+#include <utility>
 
 static constexpr double kNearMedian = 1.5;   // times the median, and its inverse
 static constexpr double kGapPeriods = 1.75;  // a missing sample, however jittered
 
-std::optional<int> estimate_rate(const std::deque<RecordedSample>& samples) {
-  std::vector<double> steps;
-  for (size_t i = 1; i < samples.size(); ++i) {
-    const double step = samples[i].t - samples[i - 1].t;
-    if (step > 0.0) steps.push_back(step);
-  }
+std::optional<double> mean_rate(std::vector<double> steps) {
+  steps.erase(std::remove_if(steps.begin(), steps.end(),
+                             [](double step) { return !(step > 0.0); }),
+              steps.end());
   if (steps.empty()) return std::nullopt;
 
   std::sort(steps.begin(), steps.end());
@@ -24,7 +22,17 @@ std::optional<int> estimate_rate(const std::deque<RecordedSample>& samples) {
     sum += step;
     count += 1.0;
   }
-  const double rate = std::round(count / sum);
+  return count / sum;
+}
+
+std::optional<int> estimate_rate(const std::deque<RecordedSample>& samples) {
+  std::vector<double> steps;
+  for (size_t i = 1; i < samples.size(); ++i) {
+    steps.push_back(samples[i].t - samples[i - 1].t);
+  }
+  const std::optional<double> mean = mean_rate(std::move(steps));
+  if (!mean) return std::nullopt;
+  const double rate = std::round(*mean);
   if (!(rate >= 1.0 && rate <= kHighestRate)) return std::nullopt;
   return static_cast<int>(rate);
 }

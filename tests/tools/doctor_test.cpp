@@ -1,0 +1,457 @@
+// The doctor finds what was planted in a sound stream, and nothing in a sound one.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <functional>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "diagnosis/agreement.h"
+#include "diagnosis/diagnosis.h"
+#include "diagnosis/measures.h"
+#include "recording/recording.h"
+#include "support/files.h"
+#include "synthesis/performance.h"
+#include "tools/run_wgr.h"
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+using Recorded = std::vector<RecordedSample>;
+
+// A minute or so: each gesture twice, some everyday movement, the ways between.
+static Recorded take(int number, int rate = 50, int wearer = 0,
+                     Style style = Style::kFree) {
+  const Person person = make_person(number, style);
+  const Random random(static_cast<uint64_t>(1000 + number));
+  Random planning = random.fork(1);
+  const Plan plan = random_plan({2, 20.0}, person, planning);
+  return record(plan, person, {wearer, rate}, random.fork(2));
+}
+
+static std::string ids(const Diagnosis& diagnosis) {
+  std::vector<std::string> found;
+  for (const Finding& finding : diagnosis.findings) found.push_back(finding.id);
+  std::sort(found.begin(), found.end());
+  std::string text;
+  for (const std::string& id : found) text += (text.empty() ? "" : " ") + id;
+  return text;
+}
+
+static std::string told(const Diagnosis& diagnosis) {
+  std::string text;
+  for (const Finding& finding : diagnosis.findings) {
+    text += finding.id + ": " + finding.what + " | " + finding.remedy + " | " +
+            finding.call + "\n";
+  }
+  return text;
+}
+
+TEST(Doctor, FindsNothingInSoundStreams) {
+  for (int person = 1; person <= 40; ++person) {
+    const int rates[] = {50, 100, 25, 64};
+    const int rate = rates[person % 4];
+    const Style style = person % 3 == 0 ? Style::kCalm : Style::kFree;
+    const Diagnosis diagnosis = diagnose(take(person, rate, person % 2, style), {});
+    EXPECT_EQ(told(diagnosis), "") << "person " << person << " at " << rate;
+    ASSERT_TRUE(diagnosis.facts.rate);
+    EXPECT_NEAR(*diagnosis.facts.rate, rate, 0.05);
+    EXPECT_GT(diagnosis.facts.turns, 1u);
+    EXPECT_LT(diagnosis.facts.turn_error, 10.0);
+  }
+}
+
+// The device's own bias is measured from the stream.
+TEST(Doctor, MeasuresTheBiasToATenthOfADegree) {
+  for (int person = 1; person <= 10; ++person) {
+    const Diagnosis diagnosis = diagnose(take(person), {});
+    const Point3Df bias = make_person(person, Style::kFree).sensors.gyro_bias;
+    ASSERT_TRUE(diagnosis.facts.bias);
+    EXPECT_LT(std::sqrt(squared_length(*diagnosis.facts.bias - bias)), 0.35) << person;
+  }
+}
+
+namespace {
+
+struct Fault {
+  const char* name;
+  const char* ids;
+  std::function<void(Recorded&)> plant;
+  const char* says = "";  // in a finding's words
+  std::optional<int> told_rate = {};
+};
+
+}  // namespace
+
+static std::function<void(Recorded&)> each(std::function<void(RecordedSample&)> change) {
+  return [change](Recorded& samples) {
+    for (RecordedSample& sample : samples) change(sample);
+  };
+}
+
+static double limited(double value, double limit) {
+  return std::clamp(value, -limit, limit);
+}
+
+static Point3Df limited(const Point3Df& p, double limit) {
+  return {limited(p.x, limit), limited(p.y, limit), limited(p.z, limit)};
+}
+
+static std::function<void(Recorded&)> noise(Point3Df RecordedSample::*sensor,
+                                            double deviation) {
+  return [=](Recorded& samples) {
+    Random random(7);
+    for (RecordedSample& s : samples) {
+      const double x = random.gaussian();
+      const double y = random.gaussian();
+      const double z = random.gaussian();
+      s.*sensor = s.*sensor + deviation * Point3Df{x, y, z};
+    }
+  };
+}
+
+static std::function<void(Recorded&)> every_second_held(
+    Point3Df RecordedSample::*sensor) {
+  return [=](Recorded& samples) {
+    for (size_t i = 1; i < samples.size(); i += 2) {
+      samples[i].*sensor = samples[i - 1].*sensor;
+    }
+  };
+}
+
+static void take_gravity_out(Recorded& samples) {
+  const Recorded given = samples;
+  for (size_t i = 0; i < samples.size(); ++i) {
+    const size_t begin = i < 40 ? 0 : i - 40;
+    const size_t end = std::min(i + 40, given.size());
+    Point3Df sum = {0.0, 0.0, 0.0};
+    for (size_t k = begin; k < end; ++k) sum = sum + given[k].acc;
+    samples[i].acc = given[i].acc - sum / static_cast<double>(end - begin);
+  }
+}
+
+static const std::vector<Fault>& faults() {
+  using S = RecordedSample;
+  static const std::vector<Fault> all = {
+      {"acceleration in g", "acc-unit",
+       each([](S& s) { s.acc = (1.0 / 9.80665) * s.acc; }), "it is in g, not in m/s²"},
+      {"acceleration in thousandths of g", "acc-unit",
+       each([](S& s) { s.acc = (1000.0 / 9.80665) * s.acc; }), "0.00980665"},
+      {"rates in rad/s", "gyro-unit",
+       each([](S& s) { s.gyro = s.gyro / kDegreesPerRadian; }), "57.29578"},
+      {"both units", "acc-unit gyro-unit", each([](S& s) {
+         s.acc = s.acc / 9.80665;
+         s.gyro = s.gyro / kDegreesPerRadian;
+       })},
+      {"sensors swapped", "swapped-sensors", each([](S& s) { std::swap(s.acc, s.gyro); }),
+       "accelerometer first"},
+      {"x and y of the accelerometer swapped", "axes",
+       each([](S& s) { std::swap(s.acc.x, s.acc.y); }), "accelerometer as (ay, ax, az)"},
+      {"y and z of the gyroscope swapped", "axes",
+       each([](S& s) { std::swap(s.gyro.y, s.gyro.z); }), "gyroscope as (gx, gz, gy)"},
+      {"z of the accelerometer flipped", "axes", each([](S& s) { s.acc.z = -s.acc.z; }),
+       "accelerometer as (ax, ay, -az)"},
+      {"x of the gyroscope flipped", "axes", each([](S& s) { s.gyro.x = -s.gyro.x; }),
+       "gyroscope as (-gx, gy, gz)"},
+      {"the gyroscope the other way round", "axes",
+       each([](S& s) { s.gyro = -1.0 * s.gyro; }), "gyroscope as (-gx, -gy, -gz)"},
+      {"the accelerometer's axes turned", "axes", each([](S& s) {
+         s.acc = {s.acc.y, s.acc.z, s.acc.x};
+       }),
+       "the accelerometer's as (az, ax, ay)"},
+      {"rad/s and a flipped axis", "axes gyro-unit", each([](S& s) {
+         s.gyro = s.gyro / kDegreesPerRadian;
+         s.gyro.y = -s.gyro.y;
+       }),
+       "gyroscope as (gx, -gy, gz)"},
+      {"stamps in ms", "stamps-unit", each([](S& s) { s.t *= 1000.0; }), "milliseconds"},
+      {"stamps in ns", "stamps-unit", each([](S& s) { s.t *= 1e9; }), "nanoseconds"},
+      {"stamps that stand still", "stamps", each([](S& s) { s.t = 3.0; })},
+      {"a rate that is not so", "rate", [](Recorded&) {},
+       "at 50.00 a second, not at the 100", 100},
+      {"jitter", "jitter",
+       [](Recorded& samples) {
+         Random random(5);
+         for (S& s : samples) s.t += random.uniform(-0.008, 0.008);
+       }},
+      {"a gap", "gap",
+       [](Recorded& samples) {
+         samples.erase(samples.begin() + 1000, samples.begin() + 1025);
+       },
+       "1 gaps in the samples, the longest of 0.520 s, the first at 19.980 s"},
+      {"a sample twice", "repeated",
+       [](Recorded& samples) { samples.insert(samples.begin() + 1000, samples[999]); },
+       "1 stamps repeat the one before, the first at 19.980 s"},
+      {"two samples in the wrong order", "order",
+       [](Recorded& samples) { std::swap(samples[1000], samples[1001]); },
+       "1 stamps lie before the one they follow"},
+      {"bias", "bias", each([](S& s) {
+         s.gyro = s.gyro + Point3Df{4.0, -3.0, 0.0};
+       }),
+       "--bias="},
+      {"noise of the accelerometer", "acc-noise", noise(&S::acc, 0.22)},
+      {"noise of the gyroscope", "gyro-noise", noise(&S::gyro, 4.0)},
+      {"clipping of the gyroscope", "gyro-clipping",
+       each([](S& s) { s.gyro = limited(s.gyro, 125.0); }), "125.00 deg/s"},
+      {"clipping of the accelerometer", "acc-clipping",
+       each([](S& s) { s.acc = limited(s.acc, 11.5); }), "1.17 g"},
+      {"a rate of zero", "zero-rate",
+       [](Recorded& samples) {
+         samples[1000].gyro = {0.0, 0.0, 0.0};
+       },
+       "1 samples have a rate of exactly zero on all axes, the first at 20.000 s"},
+      {"gravity below the band", "gravity-band",
+       each([](S& s) { s.acc = 0.965 * s.acc; }), "multiply the acceleration"},
+      {"gravity above the band", "gravity-band",
+       each([](S& s) { s.acc = 1.06 * s.acc; })},
+      {"no gravity", "no-gravity", take_gravity_out, "linear acceleration"},
+      {"an axis that sticks", "stuck", each([](S& s) { s.gyro.y = 0.25; }),
+       "gy never changes"},
+      {"a gyroscope at half the rate", "held", every_second_held(&S::gyro),
+       "the gyroscope repeats"},
+      {"an accelerometer at half the rate", "held", every_second_held(&S::acc),
+       "the accelerometer repeats"},
+      {"a gyroscope scaled for another range", "turn-scale",
+       each([](S& s) { s.gyro = 0.5 * s.gyro; })},
+      {"stamps that go half as fast", "turn-scale", each([](S& s) { s.t *= 0.5; })},
+      {"a machine that shakes", "no-rest", each([](S& s) {
+         s.acc.x += 3.0 * std::sin(20.0 * s.t);
+         s.gyro.x += 40.0 * std::sin(20.0 * s.t);
+       })},
+  };
+  return all;
+}
+
+TEST(Doctor, FindsEveryPlantedFaultAndNothingElse) {
+  EXPECT_GE(faults().size(), 20u);
+  for (int person = 1; person <= 6; ++person) {
+    const Recorded sound = take(person, 50, person % 2);
+    for (const Fault& fault : faults()) {
+      Recorded samples = sound;
+      fault.plant(samples);
+      DiagnosisOptions options;
+      options.rate = fault.told_rate;
+      const Diagnosis diagnosis = diagnose(samples, options);
+      EXPECT_EQ(ids(diagnosis), fault.ids) << fault.name << ", person " << person << "\n"
+                                           << told(diagnosis);
+      EXPECT_THAT(told(diagnosis), HasSubstr(fault.says)) << fault.name << " " << person;
+    }
+  }
+}
+
+TEST(Doctor, ABiasThatIsPassedIsNoFault) {
+  Recorded samples = take(1);
+  for (RecordedSample& s : samples) s.gyro = s.gyro + Point3Df{10.0, 0.0, 0.0};
+  DiagnosisOptions options;
+  options.gyro_bias = *diagnose(samples, {}).facts.bias;
+  EXPECT_EQ(told(diagnose(samples, options)), "");
+  // And the rate that it makes zero is one.
+  samples[500].gyro = options.gyro_bias;
+  EXPECT_EQ(ids(diagnose(samples, options)), "zero-rate");
+}
+
+// Turning what both sensors share is a watch worn another way round, not a fault.
+TEST(Doctor, AWatchThatIsTurnedAsAWholeIsSound) {
+  Recorded samples = take(2);
+  for (RecordedSample& s : samples) {
+    s.acc = {-s.acc.y, s.acc.x, s.acc.z};
+    s.gyro = {-s.gyro.y, s.gyro.x, s.gyro.z};
+  }
+  EXPECT_EQ(told(diagnose(samples, {})), "");
+}
+
+TEST(Doctor, SaysOfAFewSamplesThatTheyAreTooFew) {
+  const Recorded whole = take(1);
+  for (size_t count : {size_t{0}, size_t{1}, size_t{9}, size_t{10}, size_t{50}}) {
+    const Recorded part(whole.begin(),
+                        whole.begin() + static_cast<std::ptrdiff_t>(count));
+    EXPECT_EQ(ids(diagnose(part, {})), "short") << count;
+  }
+}
+
+TEST(Doctor, SurvivesStreamsOfNothingAndOfEverything) {
+  Recorded nothing(500);
+  for (size_t i = 0; i < nothing.size(); ++i) {
+    nothing[i] = {0.02 * static_cast<double>(i), {0, 0, 0}, {0, 0, 0}};
+  }
+  EXPECT_THAT(ids(diagnose(nothing, {})), HasSubstr("stuck"));
+  Random random(3);
+  Recorded wild(500);
+  for (RecordedSample& s : wild) {
+    const auto huge = [&] { return random.uniform(-1e300, 1e300); };
+    s = {huge(), {huge(), huge(), huge()}, {huge(), huge(), huge()}};
+  }
+  EXPECT_FALSE(diagnose(wild, {}).findings.empty());
+}
+
+// ---- pieces --------------------------------------------------------------------------
+
+TEST(AxisMaps, ComposeWithTheirInverseToWhatWas) {
+  const AxisMap map = {{2, 0, 1}, {1, -1, 1}};  // (z, -x, y)
+  const Point3Df p = {1.0, 2.0, 3.0};
+  const Point3Df moved = mapped(map, p);
+  EXPECT_THAT((std::array{moved.x, moved.y, moved.z}), ElementsAre(3.0, -1.0, 2.0));
+  const Point3Df back = mapped(inverse(map), moved);
+  EXPECT_THAT((std::array{back.x, back.y, back.z}), ElementsAre(1.0, 2.0, 3.0));
+  EXPECT_EQ(as_text(map, 'g'), "(gz, -gx, gy)");
+  EXPECT_EQ(changes(map), 4);
+  EXPECT_EQ(determinant(map), -1);
+  EXPECT_EQ(determinant(AxisMap{{1, 0, 2}, {1, 1, 1}}), -1);
+  EXPECT_EQ(determinant(AxisMap{{1, 2, 0}, {1, 1, 1}}), 1);
+  EXPECT_EQ(determinant(negated(AxisMap())), -1);
+}
+
+TEST(Clipping, NeedsSteepSidesAndAFlatTop) {
+  const auto along_x = [](std::initializer_list<double> values) {
+    Samples samples;
+    for (const double value : values) samples.push_back({value, 0.0, 0.0});
+    return samples;
+  };
+  EXPECT_EQ(clipping_of(along_x({0, 3, 5, 5, 5, 5, 2, 0, -4}), &Point3Df::x).samples, 4u);
+  EXPECT_EQ(clipping_of(along_x({0, -3, -5, -5, -5, -5, -2, 4}), &Point3Df::x).limit,
+            -5.0);
+  // Peaks of one sample, and a plateau at the recording's end, are none.
+  EXPECT_EQ(clipping_of(along_x({0, 5, 0, 5, 0, 5, 0, 5, 0}), &Point3Df::x).samples, 0u);
+  EXPECT_EQ(clipping_of(along_x({0, 3, 5, 5, 5, 5}), &Point3Df::x).samples, 0u);
+  EXPECT_EQ(clipping_of(along_x({1, 1, 1, 1, 1}), &Point3Df::x).samples, 0u);
+}
+
+// ---- the program ---------------------------------------------------------------------
+
+class DoctorCommand : public ::testing::Test {
+ protected:
+  std::string recording(const Recorded& samples) {
+    const std::string path = directory_.file("recording.csv");
+    write_recording(path, samples);
+    return path;
+  }
+
+  TempDirectory directory_;
+};
+
+TEST_F(DoctorCommand, EndsWithZeroWhenItFindsNothing) {
+  const Outcome outcome = run_wgr("doctor " + recording(take(1)));
+  EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+  EXPECT_THAT(outcome.out, HasSubstr("rate      50.00 samples/s"));
+  EXPECT_THAT(outcome.out, HasSubstr("pass      init_gesture_handle(h, 50, (Point3Df){"));
+  EXPECT_THAT(outcome.out, HasSubstr("\nnothing found\n"));
+}
+
+TEST_F(DoctorCommand, EndsWithOneWhenItFindsSomething) {
+  Recorded samples = take(1);
+  for (RecordedSample& s : samples) s.gyro = s.gyro / kDegreesPerRadian;
+  const std::string path = recording(samples);
+  const Outcome text = run_wgr("doctor " + path);
+  EXPECT_EQ(text.status, 1);
+  EXPECT_THAT(text.out, HasSubstr("gyro-unit (certain): "));
+  EXPECT_THAT(text.out, HasSubstr("\n  do: multiply the rates by 57.29578"));
+
+  const Outcome lines = run_wgr("doctor --json " + path);
+  EXPECT_EQ(lines.status, 1);
+  std::istringstream in(lines.out);
+  std::string line;
+  std::getline(in, line);
+  EXPECT_EQ(nlohmann::json::parse(line)["id"], "gyro-unit");
+  std::getline(in, line);
+  EXPECT_EQ(nlohmann::json::parse(line)["findings"], 1);
+  EXPECT_FALSE(std::getline(in, line));
+}
+
+TEST_F(DoctorCommand, EndsWithTwoWhenItCannotRead) {
+  EXPECT_EQ(run_wgr("doctor " + directory_.file("missing.csv")).status, 2);
+  write_file(directory_.file("bad.csv"), "t,ax,ay,az,gx,gy,gz\n0,1,2\n");
+  EXPECT_EQ(run_wgr("doctor " + directory_.file("bad.csv")).status, 2);
+  EXPECT_EQ(run_wgr("doctor --bias 1,2 " + recording(take(1))).status, 2);
+  EXPECT_EQ(run_wgr("doctor").status, 2);
+}
+
+TEST_F(DoctorCommand, ReadsNoMoreThanItIsToldTo) {
+  const std::string path = recording(take(1));
+  EXPECT_THAT(run_wgr("doctor --seconds 10 " + path).out, HasSubstr("samples   500 in"));
+  // Of a live stream a minute is enough, though more would come.
+  const Recorded part = take(1);
+  ASSERT_GT(part.back().t, 61.0);
+  const Outcome live = run_command(std::string(WGR_PROGRAM) + " doctor - <" + path);
+  EXPECT_THAT(live.out, HasSubstr("samples   3000 in 59.98 s"));
+}
+
+TEST_F(DoctorCommand, NamesAxesThatHaveNoValues) {
+  std::string text = "t,ax,ay,az,gx,gy,gz\n";
+  for (const RecordedSample& s : take(1)) {
+    std::ostringstream line;
+    line << s.t << ',' << s.acc.x << ',' << s.acc.y << ',' << s.acc.z << ',' << s.gyro.x
+         << ',' << s.gyro.y << ",\n";
+    text += line.str();
+  }
+  write_file(directory_.file("absent.csv"), text);
+  const Outcome outcome = run_wgr("doctor " + directory_.file("absent.csv"));
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.out, HasSubstr("absent (certain): the axes gz have no value"));
+}
+
+// ---- recordings of real people, where they are at hand -------------------------------
+
+// The doctor's findings of each recording of a set; empty where it is not at hand.
+static std::vector<Diagnosis> diagnose_set(const std::string& set) {
+  const std::string folder = std::string(WGR_ROOT) + "/../shared/data/" + set + "/rec";
+  std::vector<Diagnosis> found;
+  if (!std::filesystem::is_directory(folder)) return found;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    found.push_back(diagnose(read_recording(entry.path()), {}));
+  }
+  return found;
+}
+
+static size_t count(const std::vector<Diagnosis>& all, const std::string& id) {
+  return static_cast<size_t>(
+      std::count_if(all.begin(), all.end(), [&](const Diagnosis& diagnosis) {
+        return std::any_of(diagnosis.findings.begin(), diagnosis.findings.end(),
+                           [&](const Finding& finding) { return finding.id == id; });
+      }));
+}
+
+// Nobody says of any of these sets that units, axes or sensors are mixed up.
+static void expect_nothing_mixed_up(const std::vector<Diagnosis>& all) {
+  for (const char* id : {"acc-unit", "gyro-unit", "axes", "swapped-sensors", "turn-scale",
+                         "stamps-unit", "stamps", "rate", "absent"}) {
+    EXPECT_EQ(count(all, id), 0u) << id;
+  }
+}
+
+TEST(RealRecordings, WatchesOfWalkersHaveHolesAndHardlyRest) {
+  const std::vector<Diagnosis> all = diagnose_set("geotec_watch");
+  if (all.empty()) GTEST_SKIP() << "../shared/data/geotec_watch is not at hand";
+  expect_nothing_mixed_up(all);
+  EXPECT_GT(count(all, "gap"), all.size() * 9 / 10);
+  double rest = 0.0;
+  for (const Diagnosis& diagnosis : all) {
+    rest += diagnosis.facts.rest_share;
+    ASSERT_TRUE(diagnosis.facts.rate);
+    EXPECT_NEAR(*diagnosis.facts.rate, 100.0, 3.0);
+  }
+  EXPECT_LT(rest / static_cast<double>(all.size()), 0.15);
+}
+
+TEST(RealRecordings, PhonesWithoutGravityAreKnownByIt) {
+  const std::vector<Diagnosis> all = diagnose_set("uhh_imu");
+  if (all.empty()) GTEST_SKIP() << "../shared/data/uhh_imu is not at hand";
+  expect_nothing_mixed_up(all);
+  EXPECT_EQ(count(all, "no-gravity"), all.size());
+}
+
+TEST(RealRecordings, ClipsOfASecondAreTooShort) {
+  for (const char* set : {"wand_nano33", "nano_gestures"}) {
+    const std::vector<Diagnosis> all = diagnose_set(set);
+    if (all.empty()) GTEST_SKIP() << "../shared/data/" << set << " is not at hand";
+    expect_nothing_mixed_up(all);
+    EXPECT_EQ(count(all, "short"), all.size());
+    EXPECT_EQ(count(all, "no-gravity"), 0u);
+    for (const Diagnosis& diagnosis : all) {
+      EXPECT_NEAR(*diagnosis.facts.rate, 119.0, 1.0);
+    }
+  }
+}

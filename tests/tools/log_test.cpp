@@ -1,0 +1,326 @@
+// wgr log: what it tells of a log that the library wrote, and of one that is damaged.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "WgrInterface.h"
+#include "host/fixed_paths.h"
+#include "log/line_stream.h"
+#include "support/child.h"
+#include "support/files.h"
+#include "support/installed_models.h"
+#include "tools/run_wgr.h"
+
+using nlohmann::json;
+using ::testing::HasSubstr;
+
+static std::vector<json> lines_of(const std::string& text) {
+  std::vector<json> objects;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) objects.push_back(json::parse(line));
+  return objects;
+}
+
+static std::string start_lines() {
+  return "WgrContext 36: WgrConstruct start\n"
+         "WHD 623: WHD start\n"
+         "WHD 647: pp is NON NULL\n"
+         "WHD 658: WHD end\n"
+         "AgGes 14: AgGes start\n"
+         "AgGes 40: /usr/share\n"
+         "AgGes 50: Load model success!\n"
+         "AgGes 70: AgGes end\n"
+         "WgrContext 44: WgrConstruct end\n"
+         "init_gesture_handle 68: ---init_gesture_handle success\n";
+}
+
+static std::string samples(int count) {
+  std::string text;
+  for (int i = 0; i < count; ++i) {
+    text +=
+        "update_gesture 115: update_gesture start\n"
+        "update_gesture 123: ---gestype---:14\n";
+  }
+  return text;
+}
+
+static std::string closing(int answer, int templates = 25) {
+  return "update_gesture 115: update_gesture start\npredict 336: nTemplate:" +
+         std::to_string(templates) +
+         ", nclasses:5, normalize:1, havegravity:1\nupdate_gesture 123: ---gestype---:" +
+         std::to_string(answer) + "\n";
+}
+
+static std::string set_model(int wearer, int mode) {
+  return "set_gesture_model 81: ---setmode----hand type:" + std::to_string(wearer) +
+         ", mode:" + std::to_string(mode) +
+         ", path:/usr/share/x\nset_gesture_model 87: ---set_hand_model success\n";
+}
+
+class Log : public ::testing::Test {
+ protected:
+  json summary(const std::string& text, const std::string& options = "") {
+    write_file(path_, text);
+    const Outcome outcome = run_wgr("log --json " + options + " " + path_);
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    objects_ = lines_of(outcome.out);
+    return objects_.empty() ? json() : objects_.back();
+  }
+
+  TempDirectory directory_;
+  const std::string path_ = directory_.file("log.txt");
+  std::vector<json> objects_;
+};
+
+TEST_F(Log, CountsSessionsSamplesAndGesturesByClass) {
+  const json sum = summary(start_lines() + set_model(1, 2) + samples(3) + closing(2) +
+                           closing(2) + closing(0) + closing(13) + closing(14) +
+                           samples(1) + start_lines() + samples(2) + closing(4));
+  EXPECT_EQ(sum["sessions"], 2);
+  EXPECT_EQ(sum["restarts"], 1);
+  EXPECT_EQ(sum["model_changes"], 1);
+  EXPECT_EQ(sum["samples"], 3 + 5 + 1 + 2 + 1);
+  EXPECT_EQ(sum["compared"], 6);
+  EXPECT_EQ(sum["gestures"], 4);
+  EXPECT_EQ(sum["by_class"], json({{"0", 1}, {"2", 2}, {"4", 1}}));
+  EXPECT_EQ(sum["rejected"], 1);
+  EXPECT_EQ(sum["too_weak"], 1);
+  EXPECT_EQ(sum["unanswered"], 0);
+  EXPECT_EQ(sum["foreign"], 0);
+  EXPECT_EQ(sum["torn"], 0);
+  ASSERT_EQ(objects_.size(), 3u);
+  EXPECT_EQ(objects_[0]["model"], "wearer 1, mode 2");
+  EXPECT_EQ(objects_[0]["line"], 1);
+  EXPECT_EQ(objects_[1]["line"], 10 + 2 + 6 + 15 + 2 + 1);
+  EXPECT_EQ(objects_[1]["model"], "");
+  EXPECT_EQ(objects_[1]["samples"], 3);
+}
+
+TEST_F(Log, TellsWhatTheLibraryItselfWrote) {
+  clear_log();
+  install_all_models();
+  {
+    Capture printing;
+    WgrHandle handle = create_gesture_handle();
+    init_gesture_handle(handle, 50, {0, 0, 0}, -1, -1, -1, 50);
+    set_gesture_model(handle, WG_WEARER_RIGHT, WG_MODE_OW);
+    for (const Pair& pair : rest(50) + gesture(20, 6.0) + rest(50)) {
+      update_gesture(handle, pair.acc, pair.gyro);
+    }
+    destroy_gesture_handle(&handle);
+  }
+  const json sum = summary(read_log());
+  EXPECT_EQ(sum["sessions"], 1);
+  EXPECT_EQ(sum["samples"], 150);
+  EXPECT_EQ(sum["compared"], 1);
+  EXPECT_EQ(sum["by_class"], json({{std::to_string(kFirstInstalledLabel + 3), 1}}));
+  EXPECT_EQ(sum["foreign"], 0);
+  EXPECT_EQ(sum["torn"], 0);
+
+  // The default place is read when no file is named.
+  const Outcome outcome = run_wgr("log");
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.out, HasSubstr("samples     150, 0 of them unanswered"));
+  clear_log();
+}
+
+TEST_F(Log, TheHostsEndForWantOfItsModelIsASessionOfItsOwn) {
+  clear_log();
+  std::filesystem::remove(model_file(kInstalledModels, 0, 1));
+  EXPECT_EQ(in_child([] {
+              Capture printing;
+              create_gesture_handle();
+              return 1;
+            }),
+            0);
+  const json sum = summary(read_log());
+  EXPECT_EQ(sum["sessions"], 1);
+  EXPECT_EQ(sum["without_default_model"], 1);
+  EXPECT_EQ(sum["never_ready"], 0);
+  EXPECT_EQ(sum["foreign"], 0);
+  clear_log();
+}
+
+TEST_F(Log, ALogMayBeginInTheMiddleOfASession) {
+  const json sum = summary("update_gesture 123: ---gestype---:3\n" + samples(1));
+  EXPECT_EQ(sum["samples"], 2);
+  EXPECT_EQ(sum["sessions"], 1);
+  EXPECT_EQ(sum["restarts"], 0);
+  EXPECT_EQ(objects_[0]["from_before"], true);
+}
+
+TEST_F(Log, ComparingWithAnEmptyModelIsTold) {
+  const json sum = summary(start_lines() + set_model(0, 2) + closing(14, 0));
+  EXPECT_EQ(sum["compared_with_empty_model"], 1);
+  EXPECT_THAT(run_wgr("log " + path_).out, HasSubstr("with an EMPTY model"));
+}
+
+TEST_F(Log, ClassSixCountsOnlyWhereAMotionWasCompared) {
+  // The engine keeps the class, and the log repeats it with every sample.
+  const json sum = summary(
+      start_lines() + closing(6) +
+      "update_gesture 115: update_gesture start\nupdate_gesture 123: ---gestype---:6\n");
+  EXPECT_EQ(sum["unreported"], 1);
+  EXPECT_EQ(sum["gestures"], 0);
+}
+
+TEST_F(Log, AnUpdateWithoutItsSecondLineIsUnanswered) {
+  const std::string half = "update_gesture 115: update_gesture start\n";
+  EXPECT_EQ(summary(start_lines() + half + start_lines() + samples(1))["unanswered"], 1);
+  EXPECT_EQ(summary(start_lines() + samples(2) + half)["unanswered"], 1);
+  EXPECT_EQ(summary(start_lines() + half + half + samples(1))["unanswered"], 2);
+  EXPECT_EQ(summary(start_lines() + samples(5))["unanswered"], 0);
+}
+
+TEST_F(Log, AHandleThatWasNeverReadyIsTold) {
+  const json sum =
+      summary("WgrContext 36: WgrConstruct start\nWHD 623: WHD start\n" + start_lines());
+  EXPECT_EQ(sum["never_ready"], 1);
+  EXPECT_EQ(sum["sessions"], 2);
+}
+
+TEST_F(Log, ForeignAndTornLinesAreToldWithTheirNumbers) {
+  const json sum = summary(samples(1) +
+                           "kernel: oops\n"
+                           "update_gesture 115: upda\n"
+                           "update_gesture 123: ---gestype---:1x\n"
+                           "update_gesture 115update_gesture 123: ---gestype---:14\n" +
+                           std::string(40, '\0') +
+                           "\n"
+                           "\n"
+                           "predict 336: nTemplate:25, nclasses:\n"
+                           "update_gesture 115: update_gest");
+  EXPECT_EQ(sum["samples"], 1);
+  EXPECT_EQ(sum["foreign"], 2);
+  EXPECT_EQ(sum["torn"], 6);
+  const struct {
+    int line;
+    const char* kind;
+  } odd[] = {{3, "foreign"}, {4, "torn"},    {5, "torn"}, {6, "torn"},
+             {7, "torn"},    {8, "foreign"}, {9, "torn"}, {10, "torn"}};
+  ASSERT_EQ(sum["odd_lines"].size(), std::size(odd));
+  for (size_t i = 0; i < std::size(odd); ++i) {
+    EXPECT_EQ(sum["odd_lines"][i]["line"], odd[i].line);
+    EXPECT_EQ(sum["odd_lines"][i]["kind"], odd[i].kind) << odd[i].line;
+  }
+  EXPECT_EQ(sum["odd_lines"][0]["text"], "kernel: oops");
+  EXPECT_THAT(run_wgr("log " + path_).out,
+              HasSubstr(path_ + ":3: foreign: \"kernel: oops\""));
+}
+
+TEST_F(Log, OddLinesAreCountedWithoutEndButListedWithOne) {
+  std::string text;
+  for (int i = 0; i < 1000; ++i) text += "what is this\n";
+  const json sum = summary(text);
+  EXPECT_EQ(sum["foreign"], 1000);
+  EXPECT_EQ(sum["odd_lines"].size(), 20u);
+}
+
+TEST_F(Log, RatesNeedAWordFromOutside) {
+  const std::string text = start_lines() + samples(100);
+  EXPECT_FALSE(summary(text).contains("effective_rate"));
+  EXPECT_EQ(summary(text, "--seconds 4")["effective_rate"], 25.0);
+  EXPECT_EQ(summary(text, "--rate 50")["hours_by_rate"], 100.0 / 50 / 3600);
+  EXPECT_THAT(run_wgr("log --rate 50 --seconds 4 " + path_).out,
+              HasSubstr("25.00 samples/s over 4 s, 50.0 % missing"));
+  EXPECT_THAT(run_wgr("log " + path_).out, HasSubstr("the log holds no times"));
+}
+
+TEST_F(Log, WithARateGesturesAreCountedByHour) {
+  // At one sample a second an hour has 3600 of them.
+  const json sum = summary(start_lines() + samples(3599) + closing(1) + closing(2) +
+                               samples(3599) + closing(13),
+                           "--rate 1");
+  ASSERT_EQ(sum["hours"].size(), 3u);
+  EXPECT_EQ(sum["hours"][0]["by_class"], json({{"1", 1}}));
+  EXPECT_EQ(sum["hours"][0]["samples"], 3600);
+  EXPECT_EQ(sum["hours"][1]["by_class"], json({{"2", 1}}));
+  EXPECT_EQ(sum["hours"][2]["rejected"], 1);
+}
+
+TEST_F(Log, SeveralFilesAreOneLogAndGzipIsUnpacked) {
+  const std::string packed = directory_.file("old.gz");
+  const std::string text = start_lines() + samples(10);
+  gzFile file = gzopen(packed.c_str(), "wb");
+  gzwrite(file, text.data(), static_cast<unsigned>(text.size()));
+  gzclose(file);
+  const json sum = summary(samples(5) + closing(3), packed);
+  EXPECT_EQ(sum["sessions"], 1);
+  EXPECT_EQ(sum["samples"], 16);
+  EXPECT_EQ(sum["bytes"], text.size() + std::filesystem::file_size(path_));
+}
+
+TEST_F(Log, StandardInputIsReadToo) {
+  write_file(path_, samples(7));
+  const Outcome outcome = run_command(std::string(WGR_PROGRAM) + " log - <" + path_);
+  EXPECT_THAT(outcome.out, HasSubstr("samples     7,"));
+}
+
+TEST_F(Log, WhatCannotBeReadEndsWithTwo) {
+  EXPECT_EQ(run_wgr("log " + directory_.file("missing")).status, 2);
+  EXPECT_EQ(run_wgr("log " + directory_.path()).status, 2);
+  EXPECT_EQ(run_wgr("log --rate 0 " + path_).status, 2);
+  write_file(path_, "\x1f\x8b\x08 this is not gzip");
+  const Outcome outcome = run_wgr("log " + path_);
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_THAT(outcome.err, HasSubstr("the gzip data is broken"));
+}
+
+TEST_F(Log, AnEmptyLogHasNoSessions) {
+  const json sum = summary("");
+  EXPECT_EQ(sum["sessions"], 0);
+  EXPECT_EQ(sum["lines"], 0);
+}
+
+TEST_F(Log, ManySessionsAreListedByJsonAlone) {
+  std::string text;
+  for (int i = 0; i < 100; ++i) text += start_lines();
+  EXPECT_EQ(summary(text)["restarts"], 99);
+  EXPECT_EQ(objects_.size(), 101u);
+  const std::string printed = run_wgr("log " + path_).out;
+  EXPECT_THAT(printed, HasSubstr("... and 80 more; --json lists them all"));
+}
+
+TEST(LineStreams, LinesAreTheSameWhereverABufferEnds) {
+  const TempDirectory directory;
+  const std::string path = directory.file("lines");
+  std::string text;
+  std::vector<size_t> lengths;
+  for (size_t i = 0; text.size() < 900000; ++i) {
+    lengths.push_back(i * 7919 % 5000);
+    text += std::string(lengths.back(), static_cast<char>('a' + i % 26)) + "\n";
+  }
+  text += "the end";
+  write_file(path, text);
+  LineStream stream(path);
+  LineStream::Line line;
+  for (size_t i = 0; i < lengths.size(); ++i) {
+    ASSERT_TRUE(stream.next(line));
+    ASSERT_EQ(stream.number(), i + 1);
+    ASSERT_TRUE(line.ended);
+    ASSERT_EQ(line.text.substr(0, LineStream::kMostKept),
+              std::string(std::min(lengths[i], LineStream::kMostKept),
+                          static_cast<char>('a' + i % 26)));
+    if (line.cut) {
+      ASSERT_GT(lengths[i], LineStream::kMostKept);
+    } else {
+      ASSERT_EQ(line.text.size(), lengths[i]);
+    }
+  }
+  ASSERT_TRUE(stream.next(line));
+  EXPECT_EQ(line.text, "the end");
+  EXPECT_FALSE(line.ended);
+  EXPECT_FALSE(stream.next(line));
+  EXPECT_EQ(stream.bytes(), text.size());
+}
+
+// A power cut can leave megabytes of nothing.
+TEST_F(Log, ALineOfAnyLengthIsOneTornLine) {
+  const json sum = summary(samples(1) + std::string(20000000, '\0') + "\n" + samples(1));
+  EXPECT_EQ(sum["samples"], 2);
+  EXPECT_EQ(sum["torn"], 1);
+}
