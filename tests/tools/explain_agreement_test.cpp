@@ -5,6 +5,7 @@
 #include "classifier/HGR.h"
 #include "explain_support.h"
 #include "explanation/warping_table.h"
+#include "support/cases.h"
 #include "support/random_points.h"
 #include "support/same_bits.h"
 
@@ -77,7 +78,8 @@ TEST(Agreement, OnRandomStreams) {
   const TempDirectory directory;
   const std::string path = directory.file("random.csv");
   size_t events = 0;
-  for (int round = 0; round < 30; ++round) {
+  const int rounds = enough_cases() ? 30 : 2;
+  for (int round = 0; round < rounds; ++round) {
     write_recording(path, recorded(random_stream(random, 1500, false)));
     for (const int level : {1, 3, -10}) {
       SessionOptions options;
@@ -86,7 +88,7 @@ TEST(Agreement, OnRandomStreams) {
       events += expect_agreement(path, options);
     }
   }
-  EXPECT_GT(events, 50u);
+  EXPECT_GT(events, static_cast<size_t>(rounds));
 }
 
 TEST(Agreement, OnTheDemoRecordingWithEveryModel) {
@@ -109,17 +111,23 @@ TEST(Agreement, OnRecordingsFromElsewhere) {
     GTEST_SKIP() << folder << " is not there: nothing to compare on";
   }
   install_shipped_models();
+  size_t seen = 0;
   size_t recordings = 0;
   size_t events = 0;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
     if (entry.path().extension() != ".gz") continue;
+    // Where every step is slow, one in twenty.
+    if (seen++ % 20 != 0 && !enough_cases()) continue;
     SessionOptions options;
     options.rate = entry.path().string().find("nano") != std::string::npos ? 119 : 100;
     events += expect_agreement(entry.path(), options);
     ++recordings;
   }
   std::printf("%zu recordings, %zu events\n", recordings, events);
-  EXPECT_GT(events, 0u);
+  if (enough_cases()) {
+    EXPECT_GT(events, 0u);
+  }
+  EXPECT_GT(recordings, 0u);
 }
 
 // Small integers make many equal costs, where the tie rules decide.

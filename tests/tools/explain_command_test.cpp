@@ -8,6 +8,7 @@
 #include "explain_support.h"
 #include "report/page_parts.h"
 #include "run_wgr.h"
+#include "support/cases.h"
 
 using nlohmann::json;
 using ::testing::EndsWith;
@@ -126,6 +127,7 @@ TEST_F(Explain, APageIsOneFileThatAsksForNothing) {
 // worst.
 TEST_F(Explain, AnHourGivesASmallPage) {
   if (kUplotScript.empty()) GTEST_SKIP() << "built without the page: nothing to measure";
+  if (!enough_cases()) GTEST_SKIP() << "too slow here";
   RandomPoints random(11);
   std::vector<RecordedSample> samples = recorded(random_stream(random, 360000, false));
   for (size_t i = 0; i < samples.size(); ++i) {
