@@ -17,3 +17,4 @@ void add_doctor(CLI::App& wgr);
 void add_preflight(CLI::App& wgr);
 void add_log(CLI::App& wgr);
 void add_selfcheck(CLI::App& wgr);
+void add_eval(CLI::App& wgr);

@@ -34,7 +34,7 @@ static WgrHandle create() {
 
 Session::Session(const SessionOptions& options) : handle_(create()) {
   if (options.initialise) {
-    init_gesture_handle(handle_, options.rate, options.gyro_bias, kLibraryChooses,
+    init_gesture_handle(handle_, options.rate, options.gyro_bias, options.shortest,
                         kLibraryChooses, kLibraryChooses, kHandWindow);
   }
   set_gesture_model(handle_, static_cast<WgWatchWearer>(options.wearer),

@@ -14,6 +14,7 @@ struct SessionOptions {
   Point3Df gyro_bias = {0.0, 0.0, 0.0};  // deg/s
   std::optional<int> sensitivity;        // the library's own default when absent
   bool initialise = true;                // false: a host that forgets to
+  int shortest = -1;                     // motion, samples; below 1: the library's own
 };
 
 struct GestureEvent {

@@ -12,6 +12,11 @@ void add_build_options(CLI::App& command, BuildOptions& options) {
       ->check(CLI::Range(0.0, 1.0))
       ->option_text("SHARE (0.01)");
   command
+      .add_option("--share", options.most_share,
+                  "Of a class's samples, how many may be templates")
+      ->check(CLI::Range(0.0, 1.0))
+      ->option_text("SHARE (0.33)");
+  command
       .add_option("--false-cost", options.false_cost,
                   "What an accepted wrong sample costs, in refused right ones")
       ->check(CLI::PositiveNumber)

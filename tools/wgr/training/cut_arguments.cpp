@@ -16,6 +16,8 @@ void add_cut_arguments(CLI::App& command, CutArguments& given) {
                   "Shortest motion, in samples; otherwise half a second")
       ->check(CLI::Range(2, 10000))
       ->option_text("N");
+  command.add_flag("--spans", given.options.whole_spans,
+                   "Take marked spans whole, not the motions between\nrests in them");
   command.add_flag("--no-gravity", given.no_gravity,
                    "The recordings have no gravity in them");
 }

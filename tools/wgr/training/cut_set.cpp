@@ -150,6 +150,30 @@ static void cut_take(int label, Cutter& cutter, CutRecording& recording) {
   }
 }
 
+// Takes every marked span for a motion, with as much around it as the engine would add.
+static void cut_spans(Cutter& cutter, CutRecording& recording) {
+  const std::vector<RecordedSample>& samples = recording.samples;
+  const double margin = 0.5 * cutter.engine().static_window / cutter.engine().sample_rate;
+  recording.whole = true;
+  for (size_t i = 0; i < recording.spans.size(); ++i) {
+    const LabelledSpan& span = recording.spans[i];
+    std::vector<RecordedSample> inside;
+    for (const RecordedSample& sample : samples) {
+      if (sample.t >= span.begin - margin && sample.t <= span.end + margin) {
+        inside.push_back(sample);
+      }
+    }
+    if (inside.empty()) {
+      throw UsageError(recording.entry.path + ": has no sample in the span from " +
+                       fixed(span.begin, 3) + " to " + fixed(span.end, 3) + " s");
+    }
+    recording.motions.push_back(cutter.take_whole(inside));
+    const bool kept = recording.motions.back().verdict == Verdict::kKept;
+    if (kept) recording.motions.back().label = span.label;
+    recording.span_of.push_back(kept ? static_cast<int>(i) : -1);
+  }
+}
+
 static void cut_stream(Cutter& cutter, CutRecording& recording) {
   recording.motions = cut_recording(recording.samples, recording.spans, cutter);
   for (const Motion& motion : recording.motions) {
@@ -239,6 +263,8 @@ CutSet cut_set(const std::vector<SetEntry>& set, const std::vector<SetEntry>& ba
       cut_take(cut.provenance.classes.at(entry.word), cutter, recording);
       ++takes;
       whole += recording.whole ? 1 : 0;
+    } else if (options.whole_spans && !recording.spans.empty()) {
+      cut_spans(cutter, recording);
     } else {
       cut_stream(cutter, recording);
     }
@@ -265,6 +291,11 @@ CutSet cut_set(const std::vector<SetEntry>& set, const std::vector<SetEntry>& ba
                  " without rest around it taken whole, through the same turning and "
                  "trimming; " +
                  std::to_string(takes - whole) + " cut\n";
+  }
+  if (options.whole_spans) {
+    cut.notes +=
+        "marked spans taken whole, through the same turning and trimming; what lies "
+        "between them does not count\n";
   }
   if (!options.gravity) {
     cut.notes += "without gravity: the attitude does not count\n";

@@ -13,9 +13,10 @@
 #include "training/recording_set.h"
 
 struct CutOptions {
-  std::optional<int> rate;  // samples per second; otherwise that of most recordings
-  int shortest = -1;        // motion that is kept, samples; below 1: half a second
-  bool gravity = true;      // whether the data has gravity in it
+  std::optional<int> rate;   // samples per second; otherwise that of most recordings
+  int shortest = -1;         // motion that is kept, samples; below 1: half a second
+  bool gravity = true;       // whether the data has gravity in it
+  bool whole_spans = false;  // marked spans are takes as they are marked
 };
 
 // One recording at the set's rate.
@@ -23,7 +24,8 @@ struct CutRecording {
   SetEntry entry;
   std::vector<RecordedSample> samples;
   std::vector<LabelledSpan> spans;  // of gestures; the whole recording if it is one take
-  bool whole = false;               // a take cut beforehand, with no rest around it
+  // Its motions are takes that were cut beforehand, not by the rest around them.
+  bool whole = false;
   std::vector<Motion> motions;
   std::vector<int> span_of;  // of each motion, which span it fills; -1: none
   double background_seconds = 0.0;

@@ -14,7 +14,6 @@
 #include "training/thresholds.h"
 
 static constexpr size_t kLongestModelLine = 4095;  // characters that the reader takes
-static constexpr size_t kMostTemplatesShare = 3;   // of a class's samples, one in so many
 static constexpr double kMostBackgroundCost = 1e9;
 
 struct Workshop::Template {
@@ -158,6 +157,91 @@ void Workshop::choose(Job& job, const BuildOptions& options, BuildReport& report
   }
 }
 
+// Templates that a class of so many samples may have.
+static size_t most_of(size_t samples, const BuildOptions& options) {
+  return std::max<size_t>(
+      1, static_cast<size_t>(static_cast<double>(samples) * options.most_share));
+}
+
+// Of the steps in question, the one with the fewest templates whose accuracy is within
+// the margin of the best.
+static size_t smallest_good(const std::vector<SweepStep>& sweep, double margin) {
+  double best = 0.0;
+  for (const SweepStep& step : sweep) {
+    if (step.in_question) best = std::max(best, step.accuracy);
+  }
+  size_t chosen = sweep.size();
+  for (size_t p = 0; p < sweep.size(); ++p) {
+    const SweepStep& step = sweep[p];
+    if (!step.in_question || step.accuracy < best - margin) continue;
+    if (chosen == sweep.size() || step.templates < sweep[chosen].templates ||
+        (step.templates == sweep[chosen].templates &&
+         step.accuracy > sweep[chosen].accuracy)) {
+      chosen = p;
+    }
+  }
+  return chosen;
+}
+
+// Adds, one at a time, the template that puts the most samples right, while there is one
+// and its class may have more.
+void Workshop::grow(const Job& job, const BuildOptions& options,
+                    std::vector<Template>& set) const {
+  const Similarities& all = *similarities_;
+  struct Standing {
+    size_t sample;
+    size_t class_index;
+    float own;    // best score among templates of its class
+    float other;  // and among the rest
+    bool right() const { return own > other; }
+  };
+  constexpr float kNone = -std::numeric_limits<float>::infinity();
+  std::vector<Standing> standings;
+  std::vector<size_t> room;
+  for (size_t c = 0; c < job.classes.size(); ++c) {
+    for (const size_t i : job.own[c]) standings.push_back({i, c, kNone, kNone});
+    room.push_back(most_of(job.own[c].size(), options));
+  }
+  const auto with = [&](Standing s, const Template& t) {
+    if (s.sample == t.sample) return s;
+    float& best = s.class_index == t.class_index ? s.own : s.other;
+    best = std::max(best, all(s.sample, t.sample));
+    return s;
+  };
+  std::vector<bool> used(labels_.size(), false);
+  const auto take = [&](const Template& t) {
+    for (Standing& s : standings) s = with(s, t);
+    used[t.sample] = true;
+    if (room[t.class_index] > 0) --room[t.class_index];
+  };
+  for (const Template& t : set) take(t);
+
+  for (;;) {
+    std::optional<Template> best;
+    int most = 0;
+    for (size_t c = 0; c < job.classes.size(); ++c) {
+      if (room[c] == 0) continue;
+      for (const size_t j : job.own[c]) {
+        const Template t = {j, c};
+        const auto helped = [&](const Standing& s) {
+          return s.class_index == c && !s.right() && with(s, t).right();
+        };
+        if (used[j] || std::none_of(standings.begin(), standings.end(), helped)) continue;
+        int gain = 0;
+        for (const Standing& s : standings) {
+          gain += (with(s, t).right() ? 1 : 0) - (s.right() ? 1 : 0);
+        }
+        if (gain <= most) continue;
+        most = gain;
+        best = t;
+      }
+    }
+    if (!best) return;
+    take(*best);
+    set.push_back(*best);
+  }
+}
+
 void Workshop::sweep(Job& job, const BuildOptions& options, BuildReport& report) const {
   const std::vector<double> preferences = swept_preferences();
   std::vector<std::vector<Exemplars>> swept;  // class, preference
@@ -165,49 +249,59 @@ void Workshop::sweep(Job& job, const BuildOptions& options, BuildReport& report)
     swept.push_back(sweep_exemplars(matrix_of(*similarities_, own)));
   }
   std::vector<std::vector<Template>> sets;
-  size_t samples = 0;
-  for (const std::vector<size_t>& own : job.own) samples += own.size();
+  const auto judge = [&](double preference, std::vector<Template> set, bool few) {
+    size_t samples = 0;
+    size_t right = 0;
+    for (size_t c = 0; c < job.classes.size(); ++c) {
+      samples += job.own[c].size();
+      for (const size_t i : job.own[c]) right += name(i, set).class_index == c ? 1 : 0;
+    }
+    report.sweep.push_back({preference, set.size(),
+                            static_cast<double>(right) / static_cast<double>(samples),
+                            few, false, false});
+    sets.push_back(std::move(set));
+  };
   for (size_t p = 0; p < preferences.size(); ++p) {
     std::vector<Template> set;
     bool few = true;
     for (size_t c = 0; c < job.classes.size(); ++c) {
       const std::vector<size_t>& chosen = swept[c][p].chosen;
-      few = few &&
-            chosen.size() <= std::max<size_t>(1, job.own[c].size() / kMostTemplatesShare);
+      few = few && chosen.size() <= most_of(job.own[c].size(), options);
       for (const size_t i : chosen) set.push_back({job.own[c][i], c});
     }
-    size_t right = 0;
-    for (size_t c = 0; c < job.classes.size(); ++c) {
-      for (const size_t i : job.own[c]) right += name(i, set).class_index == c ? 1 : 0;
-    }
-    report.sweep.push_back({preferences[p], set.size(),
-                            static_cast<double>(right) / static_cast<double>(samples),
-                            few, false});
-    sets.push_back(std::move(set));
+    judge(preferences[p], std::move(set), few);
   }
 
   // With few samples a class every set may have too many templates; then all count.
   const bool any = std::any_of(report.sweep.begin(), report.sweep.end(),
                                [](const SweepStep& s) { return s.in_question; });
-  double best = 0.0;
-  for (SweepStep& step : report.sweep) {
-    step.in_question = step.in_question || !any;
-    if (step.in_question) best = std::max(best, step.accuracy);
+  for (SweepStep& step : report.sweep) step.in_question = step.in_question || !any;
+  // Some samples lie between clusters: the chosen set, and the best, are grown to name
+  // them as well, and then compared with all.
+  const size_t smallest = smallest_good(report.sweep, options.margin);
+  const size_t best = smallest_good(report.sweep, 0.0);
+  for (const size_t start : {smallest, best}) {
+    std::vector<Template> grown = sets[start];
+    grow(job, options, grown);
+    if (grown.size() == sets[start].size()) continue;
+    judge(report.sweep[start].preference, std::move(grown), true);
+    report.sweep.back().grown = true;
+    if (best == smallest) break;
   }
-  size_t chosen = sets.size();
-  for (size_t p = 0; p < sets.size(); ++p) {
-    const SweepStep& step = report.sweep[p];
-    if (!step.in_question || step.accuracy < best - options.margin) continue;
-    if (chosen == sets.size() || step.templates < report.sweep[chosen].templates ||
-        (step.templates == report.sweep[chosen].templates &&
-         step.accuracy > report.sweep[chosen].accuracy)) {
-      chosen = p;
-    }
-  }
+  const size_t chosen = smallest_good(report.sweep, options.margin);
   report.sweep[chosen].chosen = true;
   job.templates = sets[chosen];
   for (size_t c = 0; c < job.classes.size(); ++c) {
-    report.classes[c].chosen_by = swept[c][chosen].how;
+    const auto p = std::find(preferences.begin(), preferences.end(),
+                             report.sweep[chosen].preference);
+    const Exemplars& start = swept[c][static_cast<size_t>(p - preferences.begin())];
+    const auto count =
+        std::count_if(job.templates.begin(), job.templates.end(),
+                      [c](const Template& t) { return t.class_index == c; });
+    const size_t more = static_cast<size_t>(count) - start.chosen.size();
+    report.classes[c].chosen_by =
+        start.how +
+        (more > 0 ? ", and " + std::to_string(more) + " for the confused" : "");
   }
 }
 
@@ -219,6 +313,17 @@ static std::vector<double> choose_thresholds(
     const std::vector<std::vector<double>>& background, const BuildOptions& options,
     std::optional<size_t> allowed) {
   std::vector<double> thresholds(right.size());
+  const bool any_background =
+      std::any_of(background.begin(), background.end(),
+                  [](const std::vector<double>& scores) { return !scores.empty(); });
+  if (!any_background) {
+    // Nothing is known of what must be refused; to refuse a take instead of taking it for
+    // another helps nobody.
+    for (size_t c = 0; c < right.size(); ++c) {
+      thresholds[c] = choose_threshold(right[c], {}, options.false_cost);
+    }
+    return thresholds;
+  }
   for (double cost = options.false_cost;; cost *= 2.0) {
     size_t accepted = 0;
     for (size_t c = 0; c < right.size(); ++c) {

@@ -15,6 +15,7 @@ struct BuildOptions {
   std::optional<size_t> most_templates;
   double false_cost = 3.0;  // of an accepted wrong sample, in refused right ones
   double margin = 0.01;     // share of samples by which the smallest set may be worse
+  double most_share = 1.0 / 3.0;  // of a class's samples that may become templates
   // Accepted background samples an hour that are aimed at; needs the background's
   // duration. Without it a background sample costs what another wrong one does.
   std::optional<double> false_per_hour;
@@ -39,6 +40,7 @@ struct SweepStep {
   double accuracy = 0.0;     // share of samples named rightly, leaving one out
   bool in_question = false;  // no class has too many templates
   bool chosen = false;
+  bool grown = false;  // by templates for samples that were confused
 };
 
 struct BuildReport {
@@ -79,6 +81,8 @@ class Workshop {
   std::vector<size_t> members(const std::vector<bool>& taken, int label) const;
   Naming name(size_t sample, const std::vector<Template>& templates) const;
   void choose(Job& job, const BuildOptions& options, BuildReport& report) const;
+  void grow(const Job& job, const BuildOptions& options,
+            std::vector<Template>& set) const;
   void sweep(Job& job, const BuildOptions& options, BuildReport& report) const;
 
   int k_;

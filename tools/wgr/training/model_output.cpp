@@ -55,17 +55,19 @@ std::string report_text(const BuildReport& report, const BuildOptions& options,
   if (!report.sweep.empty()) {
     text += "preference  templates  right, leaving one out\n";
     for (const SweepStep& step : report.sweep) {
-      char line[80];
-      std::snprintf(line, sizeof line, "%10s  %9zu  %6s %%%s\n",
+      char line[120];
+      std::snprintf(line, sizeof line, "%10s  %9zu  %6s %%%s%s\n",
                     fixed(step.preference, 2).c_str(), step.templates,
                     fixed(100.0 * step.accuracy, 1).c_str(),
+                    step.grown ? "  with more for the confused" : "",
                     step.chosen         ? "  <- chosen"
                     : !step.in_question ? "  too many"
                                         : "");
       text += line;
     }
     text += "the smallest set within " + fixed(100.0 * options.margin, 1) +
-            " % of the best, with at most a third of each class's samples\n";
+            " % of the best, with at most " + fixed(100.0 * options.most_share, 1) +
+            " % of each class's samples\n";
   }
   for (const ClassReport& c : report.classes) {
     text += "class " + std::to_string(c.label) + name_of(c.label, provenance) + ": " +
@@ -73,6 +75,11 @@ std::string report_text(const BuildReport& report, const BuildOptions& options,
             " templates (" + c.chosen_by + "), threshold " + fixed(c.threshold, 4) +
             ": " + std::to_string(c.right) + " right, " + std::to_string(c.confused) +
             " confused, " + std::to_string(c.refused) + " refused\n";
+  }
+  if (report.background == 0) {
+    text +=
+        "no background: thresholds lie half again below each class's least alike "
+        "sample, and what they keep out of everyday movement is not known\n";
   }
   for (const std::string& note : report.notes) text += note + "\n";
   text += "leaving one out: " + percent(report.named(), report.samples()) + " of " +

@@ -1,0 +1,164 @@
+// wgr eval: how good a model is on labelled recordings.
+#include <stdlib.h>
+
+#include <charconv>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "evaluation/evaluation.h"
+#include "evaluation/output.h"
+#include "host/fixed_paths.h"
+#include "host/own_stdout.h"
+#include "subcommands.h"
+#include "training/build_arguments.h"
+#include "training/cut_arguments.h"
+#include "training/model_output.h"
+
+static constexpr char kFooter[] =
+    R"(FOLDER is as for wgr cut; all streams are fed to the library through its C interface,
+with the model in place. A take that was cut beforehand, without rest around it, is no
+stream: it goes through the same steps as wgr cut and the library's classifier. With
+--leave-out a model is built for each subject, each recording (session), or each of
+--folds parts of the takes, from all the others, and played what was left out.
+
+--require ends with status 1 unless a figure is good enough: accuracy, kept_accuracy,
+named at least; false_per_hour, latency at most.
+
+Examples:
+  wgr eval set --model models/olvo_model_5_fb/hgr_olvo.xml --require accuracy=0.95
+  wgr eval set --leave-out subject --background walks --false-per-hour 1 --json)";
+
+namespace {
+
+struct Arguments {
+  std::string folder;
+  std::vector<std::string> requirements;
+  bool json = false;
+  CutArguments cut;
+  EvaluationOptions options;
+};
+
+// A folder of its own, gone at the end.
+class Scratch {
+ public:
+  explicit Scratch(std::string path) : path_(std::move(path)) {}
+  ~Scratch() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+  Scratch(const Scratch&) = delete;
+  Scratch& operator=(const Scratch&) = delete;
+
+ private:
+  const std::string path_;
+};
+
+}  // namespace
+
+static std::vector<std::string> own_words() {
+  std::ifstream file("/proc/self/cmdline", std::ios::binary);
+  std::vector<std::string> words;
+  for (std::string word; std::getline(file, word, '\0');) words.push_back(word);
+  if (!words.empty()) words.erase(words.begin());
+  return words;
+}
+
+// The same run with a folder of its own at the library's fixed place.
+[[noreturn]] static void run_again() {
+  std::string scratch = (std::filesystem::temp_directory_path() / "wgr-XXXXXX").string();
+  if (mkdtemp(scratch.data()) == nullptr) {
+    throw std::runtime_error(scratch + ": a temporary folder cannot be made");
+  }
+  std::vector<std::string> words = own_words();
+  words.push_back("--scratch=" + scratch);
+  try {
+    run_again_with_models(scratch, words);
+  } catch (...) {
+    std::error_code ignored;
+    std::filesystem::remove_all(scratch, ignored);
+    throw;
+  }
+}
+
+static void check(const Arguments& given) {
+  const bool leaves_out = given.options.leave_out != LeaveOut::kNothing;
+  if (given.options.model.empty() == !leaves_out) {
+    throw UsageError("eval: either --model or --leave-out is wanted");
+  }
+  if (given.folder.empty() && given.cut.background.empty()) {
+    throw UsageError("eval: FOLDER or --background is wanted");
+  }
+  if (!leaves_out && !std::filesystem::is_regular_file(given.options.model)) {
+    throw UsageError(given.options.model + ": cannot be read");
+  }
+  for (const std::string& requirement : given.requirements) parse(requirement);
+}
+
+static void eval(const Arguments& given) {
+  check(given);
+  if (given.options.scratch.empty()) run_again();
+  const Scratch scratch(given.options.scratch);
+  std::FILE* const out = take_standard_output_and_hush();
+  if (out == nullptr) throw std::runtime_error("standard output cannot be used");
+
+  Classes classes;
+  if (!given.options.model.empty()) {
+    const std::string description = description_path(given.options.model);
+    if (std::filesystem::exists(description)) {
+      classes = provenance_from(
+                    read_json(description).value("samples", nlohmann::ordered_json()),
+                    description)
+                    .classes;
+    }
+  }
+  const CutSet set = cut_given(given.folder, given.cut, classes);
+  std::fputs(summary_of(set).c_str(), stderr);
+  const Evaluation result = evaluate(set, given.options);
+  const std::string text = given.json ? as_text(to_json(result, set.provenance))
+                                      : text_of(result, set.provenance);
+  std::fwrite(text.data(), 1, text.size(), out);
+  if (std::fclose(out) != 0) throw std::runtime_error("standard output: not all written");
+
+  bool good = true;
+  for (const std::string& requirement : given.requirements) {
+    const std::string failure = failure_of(parse(requirement), result);
+    if (failure.empty()) continue;
+    std::fprintf(stderr, "wgr: %s\n", failure.c_str());
+    good = false;
+  }
+  if (!good) throw EndWithStatus{kExitFindings};
+}
+
+void add_eval(CLI::App& wgr) {
+  CLI::App* const command =
+      wgr.add_subcommand("eval", "Tell how good a model is on labelled recordings.");
+  const auto given = std::make_shared<Arguments>();
+  command->add_option("FOLDER", given->folder, "Recordings with labels.csv or index.csv")
+      ->option_text(" ");
+  command->add_option("--model", given->options.model, "The model")->option_text("FILE");
+  command
+      ->add_option("--leave-out", given->options.leave_out,
+                   "Build models from the rest of the recordings instead")
+      ->transform(CLI::CheckedTransformer(
+          std::map<std::string, LeaveOut>{{"subject", LeaveOut::kSubject},
+                                          {"take", LeaveOut::kTake},
+                                          {"session", LeaveOut::kSession}}))
+      ->option_text("subject|take|session");
+  command->add_option("--folds", given->options.folds, "Parts that takes are left out in")
+      ->check(CLI::Range(2, 1000))
+      ->option_text("N (10)");
+  command->add_option("--require", given->requirements, "What must be reached")
+      ->option_text("FIGURE=VALUE")
+      ->allow_extra_args(false);
+  command->add_flag("--json", given->json, "Print JSON");
+  command->add_option("--scratch", given->options.scratch)->group("");
+  add_build_options(*command, given->options.build);
+  add_cut_arguments(*command, given->cut);
+  command->footer(kFooter);
+  command->callback([given] { eval(*given); });
+}

@@ -1,0 +1,363 @@
+#include "evaluation/evaluation.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <functional>
+
+#include "classifier/HGR.h"
+#include "errors.h"
+#include "explanation/motion_account.h"
+#include "host/fixed_paths.h"
+#include "host/session.h"
+#include "progress.h"
+#include "training/model_output.h"
+#include "training/training_file.h"
+
+static constexpr double kSecondsPerHour = 3600.0;
+static constexpr double kDoubt = 0.05;        // that the bound does not hold
+static constexpr double kEventPeriods = 1.5;  // from a motion's end to its event, at most
+
+static double share(size_t part, size_t whole) {
+  return whole == 0 ? 0.0 : static_cast<double>(part) / static_cast<double>(whole);
+}
+
+double Evaluation::accuracy() const { return share(right, takes); }
+double Evaluation::kept_accuracy() const { return share(kept_right, kept); }
+double Evaluation::named() const { return share(kept_named, kept); }
+
+std::optional<double> Evaluation::false_per_hour() const {
+  if (!(background_hours > 0.0)) return std::nullopt;
+  return static_cast<double>(false_events) / background_hours;
+}
+
+// How likely at most n events are where `mean` are expected (Poisson).
+static double likelihood(size_t n, double mean) {
+  double term = std::exp(-mean);
+  double sum = term;
+  for (size_t i = 1; i <= n; ++i) {
+    term *= mean / static_cast<double>(i);
+    sum += term;
+  }
+  return sum;
+}
+
+std::optional<double> Evaluation::false_per_hour_bound() const {
+  if (!(background_hours > 0.0)) return std::nullopt;
+  double low = 0.0;
+  double high = 10.0 + 3.0 * static_cast<double>(false_events);
+  for (int i = 0; i < 60; ++i) {
+    const double middle = 0.5 * (low + high);
+    (likelihood(false_events, middle) > kDoubt ? low : high) = middle;
+  }
+  return high / background_hours;
+}
+
+std::optional<double> Evaluation::recall(int label) const {
+  const auto row = confusion.find(label);
+  if (row == confusion.end()) return std::nullopt;
+  size_t all = 0;
+  for (const auto& [what, count] : row->second) all += count;
+  const auto own = row->second.find(std::to_string(label));
+  return share(own == row->second.end() ? 0 : own->second, all);
+}
+
+std::optional<double> Evaluation::precision(int label) const {
+  const auto all = events.find(label);
+  const auto row = confusion.find(label);
+  if (all == events.end() || all->second == 0 || row == confusion.end()) {
+    return std::nullopt;
+  }
+  const auto own = row->second.find(std::to_string(label));
+  return share(own == row->second.end() ? 0 : own->second, all->second);
+}
+
+std::optional<double> Evaluation::latency(double quantile) const {
+  if (latencies.empty()) return std::nullopt;
+  const double last = static_cast<double>(latencies.size() - 1);
+  return latencies[static_cast<size_t>(std::lround(quantile * last))];
+}
+
+namespace {
+
+// Which fold each take, and the background of each recording, is left out in.
+struct Division {
+  std::vector<std::string> names;
+  std::vector<std::vector<size_t>> takes;  // recording, span
+  std::vector<size_t> background;          // recording
+};
+
+}  // namespace
+
+static size_t index_of(const std::string& name, std::vector<std::string>& names) {
+  const auto found = std::find(names.begin(), names.end(), name);
+  if (found != names.end()) return static_cast<size_t>(found - names.begin());
+  names.push_back(name);
+  return names.size() - 1;
+}
+
+static Division divide(const CutSet& set, const EvaluationOptions& options) {
+  Division division;
+  const size_t folds = static_cast<size_t>(options.folds);
+  std::map<int, size_t> takes_of;  // of each class so far
+  for (size_t r = 0; r < set.recordings.size(); ++r) {
+    const CutRecording& recording = set.recordings[r];
+    const SetEntry& entry = recording.entry;
+    size_t fold = 0;
+    if (options.leave_out == LeaveOut::kSubject) {
+      if (entry.subject.empty()) {
+        throw UsageError(entry.path + ": index.csv names no subject to be left out");
+      }
+      fold = index_of(entry.subject, division.names);
+    } else if (options.leave_out == LeaveOut::kSession) {
+      fold = index_of(entry.file, division.names);
+    } else if (options.leave_out == LeaveOut::kTake) {
+      fold = r % folds;
+    }
+    division.background.push_back(fold);
+    division.takes.emplace_back();
+    for (const LabelledSpan& span : recording.spans) {
+      division.takes.back().push_back(
+          options.leave_out == LeaveOut::kTake ? takes_of[span.label]++ % folds : fold);
+    }
+  }
+  if (options.leave_out == LeaveOut::kNothing) division.names = {"nothing"};
+  if (options.leave_out == LeaveOut::kTake) {
+    for (size_t f = 0; f < folds; ++f) {
+      division.names.push_back("every " + std::to_string(folds) + "th take, from " +
+                               std::to_string(f + 1));
+    }
+  } else if (options.leave_out != LeaveOut::kNothing && division.names.size() < 2) {
+    throw UsageError("leaving out needs at least two subjects or sessions");
+  }
+  return division;
+}
+
+// What the library says to each motion of a recording: the class that is reported, and
+// when.
+using Answers = std::vector<std::optional<GestureEvent>>;
+
+static Answers play_stream(const CutRecording& recording, const Provenance& provenance) {
+  SessionOptions options;
+  options.wearer = kDefaultWearer;
+  options.mode = kDefaultMode;
+  options.rate = provenance.rate;
+  options.shortest = provenance.shortest;
+  Session session(options);
+  Answers answers(recording.motions.size());
+  const double longest = kEventPeriods / provenance.rate;
+  size_t motion = 0;
+  const RecordedSample* before = nullptr;
+  for (const RecordedSample& sample : recording.samples) {
+    const std::optional<GestureEvent> event = session.feed(sample);
+    // A motion's last sample is the one before that which completes it.
+    while (motion < recording.motions.size() && before != nullptr &&
+           recording.motions[motion].end < before->t) {
+      ++motion;
+    }
+    if (event) {
+      if (motion == recording.motions.size() ||
+          recording.motions[motion].end > sample.t + longest || answers[motion]) {
+        throw std::logic_error(recording.entry.path +
+                               ": the library cut another motion than wgr cut");
+      }
+      answers[motion] = event;
+    }
+    before = &sample;
+  }
+  return answers;
+}
+
+static Answers ask_classifier(HGR& classifier, const CutRecording& recording) {
+  Answers answers;
+  for (const Motion& motion : recording.motions) {
+    answers.emplace_back();
+    if (motion.verdict != Verdict::kKept) continue;
+    Points trace = motion.trace;
+    int reject = 0;
+    double strength = 0.0;
+    const int named = classifier.predict(trace, &strength, nullptr, &reject);
+    const std::optional<int> reported = report_of(reject != 0 ? kRejected : named);
+    if (reported) answers.back() = GestureEvent{motion.end, *reported, strength, 0.0};
+  }
+  return answers;
+}
+
+static double overlap(const Motion& motion, const LabelledSpan& span) {
+  return std::min(span.end, motion.end) - std::max(span.begin, motion.begin);
+}
+
+// The span that a motion overlaps most, or the motion that a span does; -1: none.
+template <class Items>
+static int most_overlapped(
+    const Items& items,
+    const std::function<double(const typename Items::value_type&)>& common) {
+  int best = -1;
+  double most = 0.0;
+  for (size_t i = 0; i < items.size(); ++i) {
+    const double here = common(items[i]);
+    if (here <= most) continue;
+    most = here;
+    best = static_cast<int>(i);
+  }
+  return best;
+}
+
+// The class of the nearest template, whatever its threshold.
+static int name_of(HGR& classifier, const Motion& motion) {
+  Points trace = motion.trace;
+  return classifier.predict(trace, nullptr, nullptr, nullptr);
+}
+
+static void score_take(const CutRecording& recording, size_t take, const Answers& answers,
+                       HGR& classifier, Fold& fold, Evaluation& result) {
+  const LabelledSpan& span = recording.spans[take];
+  ++result.takes;
+  ++fold.takes;
+  result.whole += recording.whole ? 1 : 0;
+  const auto own = std::find(recording.span_of.begin(), recording.span_of.end(),
+                             static_cast<int>(take));
+  const bool kept = own != recording.span_of.end();
+  const int nearest = most_overlapped<std::vector<Motion>>(
+      recording.motions, [&](const Motion& m) { return overlap(m, span); });
+  const size_t m = kept ? static_cast<size_t>(own - recording.span_of.begin())
+                        : static_cast<size_t>(std::max(nearest, 0));
+  std::string outcome = kNothing;
+  std::string cause = "no motion: the wrist counted as resting";
+  if (kept || nearest >= 0) {
+    const Motion& motion = recording.motions[m];
+    const bool shared = most_overlapped<std::vector<LabelledSpan>>(
+                            recording.spans, [&](const LabelledSpan& s) {
+                              return overlap(motion, s);
+                            }) != static_cast<int>(take);
+    if (shared) {
+      cause = "one motion with another take";
+    } else if (!answers[m]) {
+      cause = motion.verdict == Verdict::kKept
+                  ? "not reported"
+                  : kVerdictNames[static_cast<size_t>(motion.verdict)];
+    } else {
+      const int reported = answers[m]->gesture;
+      const bool refused = reported == report_of(kRejected);
+      outcome = refused ? kRefused : std::to_string(reported);
+      cause = refused ? "refused: less alike than the threshold" : "taken for another";
+      if (!kept) {
+        cause +=
+            std::string(" (") + kVerdictNames[static_cast<size_t>(motion.verdict)] + ")";
+      }
+      if (reported == span.label && !recording.whole) {
+        result.latencies.push_back(answers[m]->t - span.end);
+      }
+    }
+  }
+  ++result.confusion[span.label][outcome];
+  const bool right = outcome == std::to_string(span.label);
+  result.right += right ? 1 : 0;
+  fold.right += right ? 1 : 0;
+  if (!right) ++result.misses[cause];
+  if (kept) {
+    ++result.kept;
+    result.kept_right += right ? 1 : 0;
+    result.kept_named += name_of(classifier, recording.motions[m]) == span.label ? 1 : 0;
+  }
+}
+
+static void play(const CutSet& set, const Division& division, size_t f, HGR& classifier,
+                 Fold& fold, Evaluation& result, Progress& progress) {
+  for (size_t r = 0; r < set.recordings.size(); ++r) {
+    const CutRecording& recording = set.recordings[r];
+    const std::vector<size_t>& folds = division.takes[r];
+    const bool background = division.background[r] == f;
+    if (!background && std::count(folds.begin(), folds.end(), f) == 0) continue;
+    const Answers answers = recording.whole ? ask_classifier(classifier, recording)
+                                            : play_stream(recording, set.provenance);
+    if (background) progress.add(1);
+    for (size_t take = 0; take < folds.size(); ++take) {
+      if (folds[take] == f) {
+        score_take(recording, take, answers, classifier, fold, result);
+      }
+    }
+    if (background) result.background_hours += recording.background_seconds;
+    for (size_t m = 0; m < answers.size(); ++m) {
+      if (!answers[m]) continue;
+      const int span = most_overlapped<std::vector<LabelledSpan>>(
+          recording.spans,
+          [&](const LabelledSpan& s) { return overlap(recording.motions[m], s); });
+      const bool counts = span < 0 ? background : folds[static_cast<size_t>(span)] == f;
+      if (!counts) continue;
+      const bool refused = answers[m]->gesture == report_of(kRejected);
+      if (!refused) ++result.events[answers[m]->gesture];
+      if (span < 0) ++(refused ? result.refused_outside : result.false_events);
+    }
+  }
+}
+
+static std::vector<bool> taken_in(const CutSet& set, const Division& division,
+                                  size_t fold) {
+  std::vector<bool> taken;
+  for (size_t r = 0; r < set.recordings.size(); ++r) {
+    const CutRecording& recording = set.recordings[r];
+    for (size_t m = 0; m < recording.motions.size(); ++m) {
+      if (recording.motions[m].verdict != Verdict::kKept) continue;
+      const int span = recording.span_of[m];
+      const size_t out = span < 0 ? division.background[r]
+                                  : division.takes[r][static_cast<size_t>(span)];
+      taken.push_back(out != fold);
+    }
+  }
+  return taken;
+}
+
+// Of the model's background, in hours.
+static double hours_in(const CutSet& set, const Division& division, size_t fold) {
+  double seconds = 0.0;
+  for (size_t r = 0; r < set.recordings.size(); ++r) {
+    if (division.background[r] == fold) continue;
+    seconds += set.recordings[r].background_seconds;
+  }
+  return seconds / kSecondsPerHour;
+}
+
+Evaluation evaluate(const CutSet& set, const EvaluationOptions& options) {
+  const Division division = divide(set, options);
+  const std::string place = model_file(options.scratch, kDefaultWearer, kDefaultMode);
+  std::optional<Workshop> workshop;
+  if (options.leave_out == LeaveOut::kNothing) {
+    std::error_code failed;
+    std::filesystem::create_directories(std::filesystem::path(place).parent_path(),
+                                        failed);
+    std::filesystem::copy_file(options.model, place, failed);
+    if (failed) throw UsageError(options.model + ": " + failed.message());
+  } else {
+    workshop.emplace(
+        parse_training_text(training_text(kept_motions(set), set.provenance.gravity)),
+        options.build.threads);
+  }
+
+  Evaluation result;
+  Progress progress("playing " + std::to_string(set.recordings.size()) + " recordings",
+                    set.recordings.size());
+  for (size_t f = 0; f < division.names.size(); ++f) {
+    Fold fold;
+    fold.left_out = division.names[f];
+    if (workshop) {
+      BuildOptions build = options.build;
+      build.background_hours = hours_in(set, division, f);
+      BuildReport report;
+      write_model(workshop->build(taken_in(set, division, f), build, report), place);
+      fold.samples = report.samples();
+      fold.templates = report.templates();
+    }
+    HGR classifier(0);
+    classifier.model->read(std::filesystem::path(place).replace_extension("").c_str());
+    if (!workshop) fold.templates = classifier.model->templates.size();
+    play(set, division, f, classifier, fold, result, progress);
+    result.folds.push_back(fold);
+    // Only the newest lines of the library's log would be of use, and it grows fast.
+    std::error_code ignored;
+    std::filesystem::remove(kLogFile, ignored);
+  }
+  result.background_hours /= kSecondsPerHour;
+  std::sort(result.latencies.begin(), result.latencies.end());
+  return result;
+}
