@@ -29,6 +29,7 @@ int main(int argc, char** argv) {
   add_cut(wgr);
   add_build(wgr);
   add_eval(wgr);
+  add_model(wgr);
   add_doctor(wgr);
   add_preflight(wgr);
   add_log(wgr);

@@ -18,3 +18,4 @@ void add_preflight(CLI::App& wgr);
 void add_log(CLI::App& wgr);
 void add_selfcheck(CLI::App& wgr);
 void add_eval(CLI::App& wgr);
+void add_model(CLI::App& wgr);
