@@ -1,16 +1,20 @@
-// The table is filled along its anti-diagonals: cell (i, j) needs (i, j - 1) and
-// (i - 1, j) from the last one and (i - 1, j - 1) from the one before, and cells of one
-// anti-diagonal do not need each other, so the compiler works on several at once. Of the
-// path only the number of diagonal steps is wanted; it is carried along with the cost,
-// and three anti-diagonals are all that is kept.
+// A cell of the table needs its neighbours (i, j - 1), (i - 1, j) and (i - 1, j - 1), so
+// it can be filled row by row, i by i, and only the last row is kept. Along its
+// anti-diagonals the cells do not need each other, and the compiler works on several at
+// once; three anti-diagonals are kept then. That pays where the CPU has vectors of
+// doubles.
+//
+// Of the path only the number of diagonal steps is wanted; it is carried along with the
+// cost. Nothing branches on costs: which way a path turns cannot be foreseen.
 #include "classifier/warping.h"
 
 #include <algorithm>
 
 #include "each_cpu.h"
 
-// How often, in anti-diagonals, a sweep looks whether it may give up.
-static constexpr size_t kCheckInterval = 8;
+// How often a sweep looks whether it may give up.
+static constexpr size_t kCheckedRows = 4;
+static constexpr size_t kCheckedDiagonals = 8;
 
 namespace {
 
@@ -41,7 +45,7 @@ struct Result {
 
 }  // namespace
 
-// `yes` or `no` without a branch: which way a path turns cannot be foreseen.
+// `yes` or `no`, in a way that compilers make vectors of.
 WGR_INLINE Count choose(bool condition, Count yes, Count no) {
   return no ^ ((no ^ yes) & -static_cast<Count>(condition));
 }
@@ -92,7 +96,7 @@ WGR_INLINE double least(const double* costs, size_t first, size_t last) {
   return value;
 }
 
-WGR_FOR_EACH_CPU static Result sweep(const Table& t, double limit) {
+WGR_FOR_EACH_CPU static Result sweep_diagonals(const Table& t, double limit) {
   Diagonal older = t.diagonals[0];
   Diagonal last = t.diagonals[1];
   Diagonal next = t.diagonals[2];
@@ -119,10 +123,10 @@ WGR_FOR_EACH_CPU static Result sweep(const Table& t, double limit) {
 
     // A path crosses at least one of two neighbouring anti-diagonals, and its cost never
     // falls: sums of terms that are not negative are rounded in order.
-    if (limit < Warper::kNoLimit && d % kCheckInterval < 2) {
+    if (limit < Warper::kNoLimit && d % kCheckedDiagonals < 2) {
       const double least_next =
           least(next.cost, d < t.na ? 0 : first_j, std::min(d, t.nb - 1));
-      if (d % kCheckInterval == 1 && least_last > limit && least_next > limit) {
+      if (d % kCheckedDiagonals == 1 && least_last > limit && least_next > limit) {
         return {Warper::kNoLimit, 0};
       }
       least_last = least_next;
@@ -136,10 +140,55 @@ WGR_FOR_EACH_CPU static Result sweep(const Table& t, double limit) {
   return {last.cost[corner], last.steps[corner]};
 }
 
+static Result sweep_rows(const Table& t, double limit) {
+  double* const __restrict cost = t.diagonals[0].cost;
+  Count* const __restrict steps = t.diagonals[0].steps;
+  double left = 0.0;
+  for (size_t j = 0; j < t.nb; ++j) {
+    left += distance(t, 0, j);
+    cost[j] = left;
+    steps[j] = 0;
+  }
+  steps[0] = -1;
+
+  for (size_t i = 1; i < t.na; ++i) {
+    const double* const a = t.a + (t.na - 1 - i);
+    const Point3Df p = {a[0], a[t.na], a[2 * t.na]};
+    double diagonal = cost[0];
+    Count diagonal_steps = steps[0];
+    left = cost[0] + squared_length(p - t.other[0]);
+    Count left_steps = 0;
+    cost[0] = left;
+    steps[0] = 0;
+    for (size_t j = 1; j < t.nb; ++j) {
+      const double up = cost[j];  // (i - 1, j)
+      const Count up_steps = steps[j];
+      // Ties go to the diagonal; between the other two, to `up`.
+      const double side = left < up ? left : up;
+      const Count side_steps = choose(left < up, left_steps, up_steps);
+      const double best = side < diagonal ? side : diagonal;
+      left_steps = choose(side < diagonal, side_steps, diagonal_steps + 1);
+      left = best + squared_length(p - t.other[j]);
+      cost[j] = left;
+      steps[j] = left_steps;
+      diagonal = up;
+      diagonal_steps = up_steps;
+    }
+    // A path crosses every row.
+    if (limit < Warper::kNoLimit && i % kCheckedRows == 0 &&
+        least(cost, 0, t.nb - 1) > limit) {
+      return {Warper::kNoLimit, 0};
+    }
+  }
+  return {cost[t.nb - 1], steps[t.nb - 1]};
+}
+
 template <class T>
 static void need(std::vector<T>& space, size_t size) {
   if (space.size() < size) space.resize(size);
 }
+
+Warper::Warper() : Warper(has_vectors_of_doubles() ? Order::kDiagonals : Order::kRows) {}
 
 void Warper::set_trace(const Point3Df* points, size_t count) {
   count_ = count;
@@ -173,6 +222,7 @@ WarpingPath warping_path(double cost, size_t na, size_t nb, Count diagonal_steps
 
 WarpingPath Warper::warp(const Point3Df* other, size_t count, double limit) {
   const Table table = lay_out(trace_, count_, other, count, other_, costs_, steps_);
-  const Result result = sweep(table, limit);
+  const Result result =
+      order_ == Order::kRows ? sweep_rows(table, limit) : sweep_diagonals(table, limit);
   return warping_path(result.cost, count_, count, result.steps);
 }

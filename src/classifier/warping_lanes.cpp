@@ -12,7 +12,7 @@
 
 #include "each_cpu.h"
 
-using Count = std::int64_t;
+using Count = std::ptrdiff_t;
 
 namespace {
 
@@ -21,6 +21,11 @@ template <size_t kLanes>
 struct Vectors {
   typedef double Doubles __attribute__((vector_size(kLanes * sizeof(double))));
   typedef Count Counts __attribute__((vector_size(kLanes * sizeof(Count))));
+};
+template <>
+struct Vectors<1> {
+  using Doubles = double;
+  using Counts = Count;
 };
 
 struct Table {
@@ -194,8 +199,7 @@ void WarpingLanes::warp(const Motion& trace) {
 
 WarpingPath WarpingLanes::path(size_t lane, const std::vector<Count>& steps) const {
   const size_t corner = (points_[lane] - 1) * width() + lane;
-  return warping_path(cost_[corner], trace_points_, points_[lane],
-                      static_cast<std::ptrdiff_t>(steps[corner]));
+  return warping_path(cost_[corner], trace_points_, points_[lane], steps[corner]);
 }
 
 WarpingPath WarpingLanes::forth(size_t lane) const { return path(lane, forth_); }

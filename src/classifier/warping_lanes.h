@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <vector>
 
 #include "classifier/points.h"
@@ -34,13 +33,13 @@ class WarpingLanes {
   WarpingPath back(size_t lane) const;   // of the other and the trace
 
  private:
-  WarpingPath path(size_t lane, const std::vector<std::int64_t>& steps) const;
+  WarpingPath path(size_t lane, const std::vector<std::ptrdiff_t>& steps) const;
 
   size_t trace_points_ = 0;
   std::vector<size_t> points_;  // of each other
   // Point by point, all lanes beside each other; x, y and z, and one row of the table.
   std::vector<double> others_;
   std::vector<double> cost_;
-  std::vector<std::int64_t> forth_;  // diagonal steps
-  std::vector<std::int64_t> back_;
+  std::vector<std::ptrdiff_t> forth_;  // diagonal steps
+  std::vector<std::ptrdiff_t> back_;
 };

@@ -1,6 +1,8 @@
 // Similarities against the literal version, on a great many small random traces.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <memory>
 
 #include "classifier/HGR.h"
@@ -44,6 +46,40 @@ TEST(SimilarityProperty, OneWayHasTheBitsOfTheLiteralVersion) {
     ASSERT_TRUE(same_bits(found, expected))
         << "seed " << seed << ", k " << k << ", sizes " << a.size() << " and " << b.size()
         << ": " << found << " for " << expected;
+  }
+}
+
+// Whatever the CPU: both orders of filling a table are compared, with a limit and
+// without.
+TEST(SimilarityProperty, TheOrderOfFillingATableDoesNotShow) {
+  const std::uint64_t cases = property_cases();
+  Warper by_rows(Warper::Order::kRows);
+  Warper by_diagonals(Warper::Order::kDiagonals);
+  std::uint64_t given_up = 0;
+  for (std::uint64_t seed = 1; seed <= cases; ++seed) {
+    RandomPoints random(seed);
+    AwkwardPoints awkward(random);
+    const Points a = awkward.trace(std::max(random_length(random), 1));
+    const Points b = awkward.trace(std::max(random_length(random), 1));
+    const float expected = literal::similarity(a, b, 0);
+    double cost = 0.0;
+    for (Warper* warper : {&by_rows, &by_diagonals}) {
+      warper->set_trace(a.data(), a.size());
+      const WarpingPath path = warper->warp(b.data(), b.size());
+      ASSERT_TRUE(same_bits(score_of(path, 0.0, 0), expected)) << "seed " << seed;
+      cost = path.cost;
+    }
+    // A path that costs the limit or less is found; what is given up costs more.
+    const double limit = cost * (random.integer(0, 1) == 0 ? 1.0 : random.uniform());
+    for (Warper* warper : {&by_rows, &by_diagonals}) {
+      const double found = warper->warp(b.data(), b.size(), limit).cost;
+      const bool gave_up = std::isinf(found) && !std::isinf(cost);
+      ASSERT_TRUE(gave_up ? !(cost <= limit) : same_bits(found, cost)) << "seed " << seed;
+      given_up += gave_up;
+    }
+  }
+  if (enough_cases()) {
+    EXPECT_GT(given_up, cases / 200);
   }
 }
 
