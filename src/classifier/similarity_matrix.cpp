@@ -3,16 +3,9 @@
 #include "classifier/similarity_matrix.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "classifier/similarity.h"
 #include "classifier/warping_lanes.h"
-
-static bool all_finite(const Motion& motion) {
-  return std::all_of(motion.points, motion.points + motion.count, [](const Point3Df& p) {
-    return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
-  });
-}
 
 void similarity_matrix(const std::vector<Points>& traces, int k, float* matrix) {
   const size_t n = traces.size();
@@ -20,11 +13,11 @@ void similarity_matrix(const std::vector<Points>& traces, int k, float* matrix) 
     return Motion{traces[i].data(), motion_points(traces[i], k)};
   };
 
-  std::vector<size_t> plain;
+  std::vector<size_t> moving;
   for (size_t i = 0; i < n; ++i) {
     matrix[i * n + i] = 0.0f;
-    if (motion(i).count > 0 && all_finite(motion(i))) {
-      plain.push_back(i);
+    if (motion(i).count > 0) {
+      moving.push_back(i);
       continue;
     }
     for (size_t j = 0; j < n; ++j) {
@@ -34,21 +27,21 @@ void similarity_matrix(const std::vector<Points>& traces, int k, float* matrix) 
     }
   }
   // Those that are compared at once should end together.
-  std::sort(plain.begin(), plain.end(),
+  std::sort(moving.begin(), moving.end(),
             [&](size_t a, size_t b) { return motion(a).count < motion(b).count; });
 
   WarpingLanes lanes;
   std::vector<Motion> others;
-  for (size_t first = 0; first < plain.size(); first += others.size()) {
-    const size_t end = std::min(first + WarpingLanes::width(), plain.size());
+  for (size_t first = 0; first < moving.size(); first += others.size()) {
+    const size_t end = std::min(first + WarpingLanes::width(), moving.size());
     others.clear();
-    for (size_t at = first; at < end; ++at) others.push_back(motion(plain[at]));
+    for (size_t at = first; at < end; ++at) others.push_back(motion(moving[at]));
     lanes.set_others(others);
     for (size_t before = 0; before + 1 < end; ++before) {
-      const size_t a = plain[before];
+      const size_t a = moving[before];
       lanes.warp(motion(a));
       for (size_t at = std::max(first, before + 1); at < end; ++at) {
-        const size_t b = plain[at];
+        const size_t b = moving[at];
         const double gravity = gravity_distance(traces[a], traces[b], k);
         matrix[a * n + b] = score_of(lanes.forth(at - first), gravity, k);
         matrix[b * n + a] = score_of(lanes.back(at - first), gravity, k);

@@ -20,15 +20,14 @@ class WarpingLanes {
   // How many others there is room for on this CPU.
   static size_t width();
 
-  // The others, at most width() of them; they are copied. No motion is empty, and every
-  // coordinate, here and below, is finite: infinities can cancel to costs that do not
-  // compare, and then the two ways differ in cost.
+  // The others, at most width() of them, none empty; they are copied.
   void set_others(const std::vector<Motion>& others);
 
   void warp(const Motion& trace);
 
   // What the last warp() found for one of the others: equal in cost, but not always in
-  // length.
+  // length. (Infinite coordinates can make costs that do not compare, and then the two
+  // orders choose differently; but from there on all costs are infinite or no numbers.)
   WarpingPath forth(size_t lane) const;  // of the trace (index i) and the other (index j)
   WarpingPath back(size_t lane) const;   // of the other and the trace
 
