@@ -208,15 +208,10 @@ TEST_F(WholeRoad, AModelIsCheckedLineByLine) {
     const char* text;
     const char* message;
   } cases[] = {
-      {"", ":1: the file ends before the counts"},
-      {"1 1 1\n", ":1: 3 numbers instead of 4"},
-      {"1 1 1 0\n5\n0\n5 1\n1\n1\n1\n", ":2: class 5: the interface uses this number"},
-      {"1 1 1 0\n3\n1 0\n3 1\n1\n1\n1\n", ":3: the threshold of class 3 is not below 0"},
-      {"2 1 1 0\n3 4\n0\n3 1\n1\n1\n1\n", ":2: class 4 has no template"},
-      {"1 1 1 1\n3\n0\n3 1\n1\n1\n1\n", ":4: template 1 has no points of motion"},
-      {"1 1 1 1\n3\n0\n3 2\n1 0\n1 0\n1 0\n", ":4: template 1: its gravity point has no"},
-      {"1 1 1 0\n3\n0\n3 2\n1 2\n", ":6: the file ends before template 1's y"},
-      {"1 1 1 0\n3\n0\n3 1\n1\nx\n1\n", ":6: something is not a number"},
+      {"", ":1: the file ends where the header should be"},
+      {"1 1 1 0\n5\n0\n5 1\n1\n0\n0\n", ":2: the label 5 is a code of the interface"},
+      {"1 1 1 0\n3\n1 0\n3 1\n1\n0\n0\n", ":3: the threshold of label 3 is not below 0"},
+      {"1 1 1 0\n3\n0\n3 1\n1\nx\n1\n", ":6: template 1, its y: value 1 is not a number"},
   };
   for (const auto& c : cases) {
     write_file(path("m.xml"), c.text);
@@ -224,7 +219,7 @@ TEST_F(WholeRoad, AModelIsCheckedLineByLine) {
     EXPECT_EQ(outcome.status, 1) << c.text;
     EXPECT_THAT(outcome.out, HasSubstr(path("m.xml") + c.message));
   }
-  write_file(path("m.xml"), "1 1 1 0\n3\n0\n3 1\n1\n1\n1\n");
+  write_file(path("m.xml"), "1 1 1 0\n3\n0\n3 1\n1\n0\n0\n");
   EXPECT_EQ(run_wgr("model check " + path("m.xml")).out,
             path("m.xml") + ": nothing is wrong\n");
   EXPECT_EQ(run_wgr("model check /nowhere.xml").status, 2);

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "classifier/Gmodel.h"
-#include "model/model_check.h"
+#include "classifier/model_check.h"
 #include "subcommands.h"
 #include "table.h"
 
@@ -35,14 +35,18 @@ struct OfClass {
 
 }  // namespace
 
+// "FILE:LINE: what is wrong", or without the line where the whole file is meant.
+static std::string line_about(const std::string& path, const ModelFinding& finding) {
+  const std::string line = finding.line == 0 ? "" : ":" + std::to_string(finding.line);
+  return path + line + ": " + finding.text;
+}
+
 static Gmodel read_model(const std::string& path) {
   if (std::filesystem::path(path).extension() != kSuffix) {
     throw UsageError(path + ": a model's name ends in .xml");
   }
-  for (const ModelFinding& finding : check_model_file(path)) {
-    if (!finding.fatal) continue;
-    throw UsageError(path + ":" + std::to_string(finding.line) + ": " + finding.words);
-  }
+  const ModelCheck check = check_model_file(path);
+  if (!check.loads) throw UsageError(line_about(path, check.findings.front()));
   Gmodel model;
   if (!model.read(std::filesystem::path(path).replace_extension("").c_str())) {
     throw UsageError(path + ": cannot be read");
@@ -90,9 +94,11 @@ static void show(const std::string& path) {
 static void check(const std::vector<std::string>& paths) {
   bool good = true;
   for (const std::string& path : paths) {
-    const std::vector<ModelFinding> findings = check_model_file(path);
+    if (!std::filesystem::exists(path))
+      throw UsageError(path + ": there is no such file");
+    const std::vector<ModelFinding> findings = check_model_file(path).findings;
     for (const ModelFinding& finding : findings) {
-      std::printf("%s:%zu: %s\n", path.c_str(), finding.line, finding.words.c_str());
+      std::printf("%s\n", line_about(path, finding).c_str());
     }
     if (findings.empty()) std::printf("%s: nothing is wrong\n", path.c_str());
     good = good && findings.empty();

@@ -97,7 +97,10 @@ Workshop::Workshop(const Gdata& data, unsigned threads, bool quiet)
       Points trace = sample.trace;
       scaler.normalize(trace, k_);
       const size_t points = trace.size() - static_cast<size_t>(k_);
-      while (!background && longest_line(trace) > kLongestModelLine) thin(trace, k_);
+      while (!background && longest_line(trace) > kLongestModelLine) {
+        thin(trace, k_);
+        scaler.normalize(trace, k_);  // what is left has another root mean square
+      }
       const size_t left = trace.size() - static_cast<size_t>(k_);
       if (left < points) {
         notes_.push_back(name + ": thinned from " + std::to_string(points) + " to " +
