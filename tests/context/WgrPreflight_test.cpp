@@ -113,7 +113,8 @@ TEST_F(Preflight, FatalIsWhatEndsTheProcess) {
     const bool fatal = check() == WG_PREFLIGHT_FATAL;
     const int status = in_child([] {
       Capture printing;
-      create_gesture_handle();
+      WgrHandle handle = create_gesture_handle();
+      destroy_gesture_handle(&handle);
       return 7;
     });
     EXPECT_EQ(status, fatal ? 0 : 7) << text;
@@ -192,7 +193,8 @@ TEST_F(Preflight, AWorkingDirectoryWithALongPathCannotBeRestored) {
   // And indeed it is not.
   EXPECT_EQ(in_child([] {
               Capture printing;
-              create_gesture_handle();
+              WgrHandle handle = create_gesture_handle();
+              destroy_gesture_handle(&handle);
               return std::filesystem::current_path() == "/usr/share" ? 0 : 1;
             }),
             0);
