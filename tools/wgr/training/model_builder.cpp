@@ -314,7 +314,7 @@ static std::vector<double> choose_thresholds(
     const std::vector<std::vector<double>>& right,
     const std::vector<std::vector<double>>& wrong,
     const std::vector<std::vector<double>>& background, const BuildOptions& options,
-    std::optional<size_t> allowed) {
+    size_t allowed) {
   std::vector<double> thresholds(right.size());
   const bool any_background =
       std::any_of(background.begin(), background.end(),
@@ -337,10 +337,12 @@ static std::vector<double> choose_thresholds(
           static_cast<size_t>(std::count_if(background[c].begin(), background[c].end(),
                                             [t](double score) { return score > t; }));
     }
-    if (!allowed || accepted <= *allowed || cost > kMostBackgroundCost) break;
+    if (accepted <= allowed || cost > kMostBackgroundCost) break;
   }
   return thresholds;
 }
+
+static constexpr size_t kNoLimit = std::numeric_limits<size_t>::max();
 
 static std::optional<size_t> allowed_background(const BuildOptions& options) {
   if (!options.false_per_hour) return std::nullopt;
@@ -397,8 +399,8 @@ Gmodel Workshop::build(const std::vector<bool>& taken, const BuildOptions& optio
     }
   }
   report.background_allowed = allowed_background(options);
-  const std::vector<double> thresholds =
-      choose_thresholds(right, wrong, background, options, report.background_allowed);
+  const std::vector<double> thresholds = choose_thresholds(
+      right, wrong, background, options, report.background_allowed.value_or(kNoLimit));
 
   for (size_t c = 0; c < classes; ++c) {
     ClassReport& entry = report.classes[c];
