@@ -155,7 +155,7 @@ static Result sweep_rows(const Table& t, double limit) {
     const double* const a = t.a + (t.na - 1 - i);
     const Point3Df p = {a[0], a[t.na], a[2 * t.na]};
     double diagonal = cost[0];
-    Count diagonal_steps = steps[0];
+    Count diagonal_steps = steps[0] + 1;  // of a path that comes diagonally
     left = cost[0] + squared_length(p - t.other[0]);
     Count left_steps = 0;
     cost[0] = left;
@@ -165,14 +165,15 @@ static Result sweep_rows(const Table& t, double limit) {
       const Count up_steps = steps[j];
       // Ties go to the diagonal; between the other two, to `up`.
       const double side = left < up ? left : up;
-      const Count side_steps = choose(left < up, left_steps, up_steps);
+      const Count side_steps = left < up ? left_steps : up_steps;
       const double best = side < diagonal ? side : diagonal;
-      left_steps = choose(side < diagonal, side_steps, diagonal_steps + 1);
+      // Told by a condition alone, compilers branch on it.
+      left_steps = choose(side < diagonal, side_steps, diagonal_steps);
       left = best + squared_length(p - t.other[j]);
       cost[j] = left;
       steps[j] = left_steps;
       diagonal = up;
-      diagonal_steps = up_steps;
+      diagonal_steps = up_steps + 1;
     }
     // A path crosses every row.
     if (limit < Warper::kNoLimit && i % kCheckedRows == 0 &&
