@@ -1,0 +1,72 @@
+// Does one kind of work a given number of times, for scripts/count-instructions: the
+// instructions of two runs differ by those of the work alone.
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include "classifier/HGR.h"
+#include "classifier/best_match.h"
+#include "classifier/similarity.h"
+#include "context/WgrLog.h"
+#include "resting_engine.h"
+#include "support/literal_similarity.h"
+#include "traces.h"
+
+static constexpr int kPoints = 50;
+static constexpr int kTracePoints = 60;
+static constexpr int kTemplates = 20;
+static constexpr int kMatrixTraces = 4;
+
+static int usage() {
+  std::fputs(
+      "usage: steps WORK TIMES\n"
+      "WORK: similarity, literal_similarity, predict, literal_predict, matrix, rest, "
+      "log\n",
+      stderr);
+  return 2;
+}
+
+int main(int argc, char** argv) {
+  if (argc != 3) return usage();
+  const std::string work = argv[1];
+  const int times = std::atoi(argv[2]);
+
+  RandomPoints random(1);
+  const Points a = noise(random, kPoints);
+  const Points b = noise(random, kPoints);
+  Points trace = gesture(random, 3, kTracePoints);
+  Gmodel model;
+  model.havegravity = 1;
+  model.templates = templates(random, kTemplates);
+  model.nTemplate = kTemplates;
+  std::vector<Points> traces;
+  for (int i = 0; i < kMatrixTraces; ++i) traces.push_back(any_gesture(random, kPoints));
+  HGR classifier(0);
+  std::unique_ptr<RestingEngine> engine;
+  if (work == "rest") engine = std::make_unique<RestingEngine>();
+
+  double sum = 0.0;
+  for (int i = 0; i < times; ++i) {
+    if (work == "similarity") {
+      sum += static_cast<double>(dtw_similarity(a, b, 1));
+    } else if (work == "literal_similarity") {
+      sum += static_cast<double>(literal::similarity(a, b, 1));
+    } else if (work == "predict") {
+      sum += best_match(trace, model.templates, kTemplates, 1).score;
+    } else if (work == "literal_predict") {
+      sum += literal::predict(model, trace, 0).score;
+    } else if (work == "matrix") {
+      const std::unique_ptr<float[]> matrix(classifier.cal_sim_matrix(traces, 1));
+      sum += static_cast<double>(matrix[1]);
+    } else if (work == "rest") {
+      engine->feed();
+    } else if (work == "log") {
+      WgrLogAt(kLogGestureType, 14);
+    } else {
+      return usage();
+    }
+  }
+  std::fprintf(stderr, "%g\n", sum);  // or the work could be left out
+  return 0;
+}
