@@ -226,6 +226,13 @@ cat /home/app/log
 END
   expect "places that the machine has are hidden, and stay as they are" "old old" \
     "$(echo $("$launcher" sh "$scratch/present.sh" "$launcher"))"
+  cat >"$scratch/link.sh" <<'END'
+mount -n -t tmpfs tmpfs /home && ln -s /nowhere /home/app || exit 1
+"$1" sh -c 'echo new >/home/app/log; ls /home/app'
+readlink /home/app
+END
+  expect "so is a link in a place's way" "log /nowhere" \
+    "$(echo $("$launcher" sh "$scratch/link.sh" "$launcher"))"
 fi
 
 # Root checks the fallback below private parents where it can: real places that come and
