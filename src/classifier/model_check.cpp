@@ -248,9 +248,8 @@ void Checker::check_end() {
 
 ModelCheck Checker::check() {
   check_header();
-  const bool countable = in_range(header_.classes, "the number of classes") &&
-                         in_range(header_.templates, "the number of templates");
-  if (!countable) return check_;
+  if (!in_range(header_.classes, "the number of classes")) return check_;
+  if (!in_range(header_.templates, "the number of templates")) return check_;
   check_labels();
   const size_t labels_line = line_;
   check_thresholds();

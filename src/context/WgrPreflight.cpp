@@ -41,8 +41,8 @@ static void check_models(Teller& teller) {
     const ModelCheck check = check_model_file(path);
     const bool fatal = i == kDefaultModel && !check.loads;
     for (const ModelFinding& finding : check.findings) {
-      const std::string place =
-          finding.line == 0 ? path : path + ":" + std::to_string(finding.line);
+      std::string place = path;
+      if (finding.line != 0) place += ":" + std::to_string(finding.line);
       teller.tell(fatal ? WG_PREFLIGHT_FATAL : WG_PREFLIGHT_FAULT,
                   place + ": " + finding.text);
     }
@@ -90,10 +90,11 @@ static void check_working_directory(Teller& teller) {
   const char* const left =
       "; after create_gesture_handle() the process stays in /usr/share";
   if (getcwd(path, sizeof path) == nullptr) {
-    const std::string reason =
-        errno == ERANGE
-            ? "its path has more than " + std::to_string(kPathSize - 1) + " characters"
-            : std::strerror(errno);
+    const int error = errno;
+    std::string reason = std::strerror(error);
+    if (error == ERANGE) {
+      reason = "its path has more than " + std::to_string(kPathSize - 1) + " characters";
+    }
     teller.tell(WG_PREFLIGHT_FAULT,
                 "the working directory cannot be restored: " + reason + left);
   } else if (faccessat(AT_FDCWD, path, X_OK, AT_EACCESS) != 0) {

@@ -376,3 +376,9 @@ TEST_F(HgrTest, MatrixGivesTheBitsOfTheLiteralVersion) {
     }
   }
 }
+
+TEST(Hgr, CanBeDestroyedWithoutItsModel) {
+  HGR hgr(1);
+  delete hgr.model;
+  hgr.model = nullptr;
+}

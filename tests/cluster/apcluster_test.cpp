@@ -7,6 +7,7 @@
 #include <climits>
 #include <cmath>
 #include <limits>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -107,6 +108,26 @@ TEST(ApDeathTest, ReturnsForParametersInRangeAndWarnsOfLargeDamping) {
                 ::testing::StrEq(c.printed))
         << c.maxits << ' ' << c.convits << ' ' << c.preference << ' ' << c.dampfact;
   }
+}
+
+TEST(Ap, ADampingAboveNineTenthsIsWarnedOf) {
+  Capture usual;
+  AP(1, 1, 1.0, 0.9);
+  EXPECT_EQ(usual.finish(), "");
+  Capture large;
+  AP(1, 1, 1.0, 0.91);
+  EXPECT_EQ(large.finish(), "\tWarning: Large damping factor in use\n\n");
+}
+
+// 46342 * 46341 similarities are more than an int counts; none of them is looked at.
+TEST(Ap, MoreSimilaritiesThanCanBeCountedAreRefusedAsTooManyToAllocate) {
+  float s = 0.0f;
+  int idx = kUntouched;
+  Capture printing;
+  EXPECT_THROW(AP(1, 1, 1.0, 0.5).cluster(&s, &idx, 46342), std::bad_alloc);
+  printing.finish();
+  EXPECT_EQ(s, 0.0f);
+  EXPECT_EQ(idx, kUntouched);
 }
 
 TEST(Ap, KeepsItsParameters) {

@@ -261,6 +261,14 @@ TEST_F(Context, WithoutAClassifierNothingIsLoadedButTheLinesAreLogged) {
   EXPECT_EQ(count_of(read_log(), "\n"), 2u);
 }
 
+TEST_F(Context, CanBeDestroyedWithoutItsParts) {
+  const auto context = make();
+  delete context->whd;
+  delete context->ages;
+  context->whd = nullptr;
+  context->ages = nullptr;
+}
+
 TEST_F(Context, TheDetectorsVerdictsAreTheWearersAndTwo) {
   const auto context = make();
   context->init_gesture_handle(50, {0, 0, 0}, -1, -1, -1, 20);

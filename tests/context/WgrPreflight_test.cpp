@@ -2,9 +2,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <thread>
 
@@ -14,7 +17,6 @@
 #include "support/installed_models.h"
 
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
@@ -39,6 +41,18 @@ static Gmodel faultless(int label) {
   model.class_thresholds = {-0.5};
   model.templates = {{label, {{1, 0, 0}, {0, -1, 0}, {0, 0, 9.8}}}};
   return model;
+}
+
+// What is said of a log that cannot be written.
+static std::string dropped(const std::string& reason) {
+  return "/home/app/WgrLog.txt: cannot be written: " + reason +
+         "; the diagnostic log is dropped";
+}
+
+// What is said of a working directory that cannot be restored.
+static std::string not_restored(const std::string& reason) {
+  return "the working directory cannot be restored: " + reason +
+         "; after create_gesture_handle() the process stays in /usr/share";
 }
 
 // Runs `body` on a thread to which file modes hold even when it is root's; false where
@@ -101,7 +115,13 @@ TEST_F(Preflight, AMissingDefaultModelIsFatalAndAnyOtherAFault) {
     ASSERT_FALSE(findings_.empty());
     EXPECT_EQ(findings_[0].second,
               model_path(i) + ": cannot be read: No such file or directory");
-    EXPECT_EQ(findings_.size(), i == kDefaultModel ? 2u : 1u);
+    ASSERT_EQ(findings_.size(), i == kDefaultModel ? 2u : 1u);
+    EXPECT_EQ(findings_.back().first,
+              i == kDefaultModel ? WG_PREFLIGHT_FATAL : WG_PREFLIGHT_FAULT);
+    if (i != kDefaultModel) continue;
+    EXPECT_EQ(
+        findings_[1].second,
+        model_path(i) + ": create_gesture_handle() would end the process, with status 0");
   }
 }
 
@@ -130,16 +150,27 @@ TEST_F(Preflight, AFaultOfAModelComesWithFileAndLine) {
   EXPECT_THAT(findings_[0].second, StartsWith(model_path(4) + ":2: the label 13 is"));
 }
 
+TEST_F(Preflight, AModelThatMayNotBeReadIsAFault) {
+  ASSERT_EQ(chmod(model_path(4).c_str(), 0), 0);
+  int heaviest = -1;
+  const bool ran = without_capabilities([&] { heaviest = check(); });
+  chmod(model_path(4).c_str(), 0644);
+  if (!ran) GTEST_SKIP() << "capabilities cannot be dropped here";
+  EXPECT_EQ(heaviest, WG_PREFLIGHT_FAULT);
+  ASSERT_EQ(findings_.size(), 1u);
+  EXPECT_EQ(findings_[0].second, model_path(4) + ": cannot be read: Permission denied");
+}
+
 TEST_F(Preflight, ALogThatIsDroppedIsANote) {
   std::filesystem::create_directory(kWgrLogPath);
   EXPECT_EQ(check(), WG_PREFLIGHT_NOTE);
   ASSERT_EQ(findings_.size(), 1u);
-  EXPECT_THAT(findings_[0].second, HasSubstr("cannot be written: Is a directory"));
+  EXPECT_EQ(findings_[0].second, dropped("Is a directory"));
 
   clear_log();
   ASSERT_EQ(mkfifo(kWgrLogPath, 0600), 0);
   EXPECT_EQ(check(), WG_PREFLIGHT_NOTE);
-  EXPECT_THAT(findings_[0].second, HasSubstr("it is not a regular file"));
+  EXPECT_EQ(findings_[0].second, dropped("it is not a regular file"));
   clear_log();
 }
 
@@ -157,7 +188,31 @@ TEST_F(Preflight, ADirectoryThatForbidsTheLogIsANote) {
   if (!ran) GTEST_SKIP() << "capabilities cannot be dropped here";
   EXPECT_EQ(heaviest, WG_PREFLIGHT_NOTE);
   ASSERT_EQ(findings_.size(), 1u);
-  EXPECT_THAT(findings_[0].second, HasSubstr("/home/app: Permission denied"));
+  EXPECT_EQ(findings_[0].second, dropped("/home/app: Permission denied"));
+}
+
+// For a thread: a file system of one page, without a free one, in the log's place.
+static bool fill_the_logs_disk() {
+  if (unshare(CLONE_NEWNS) != 0 ||
+      mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+      mount("tmpfs", "/home/app", "tmpfs", 0, "size=4k") != 0) {
+    return false;
+  }
+  std::ofstream("/home/app/other") << "one byte takes the page";
+  return true;
+}
+
+TEST_F(Preflight, ADiskWithoutSpaceForTheLogIsANote) {
+  bool full = false;
+  int heaviest = -1;
+  std::thread([&] {
+    full = fill_the_logs_disk();
+    if (full) heaviest = check();
+  }).join();
+  if (!full) GTEST_SKIP() << "nothing can be mounted here";
+  EXPECT_EQ(heaviest, WG_PREFLIGHT_NOTE);
+  ASSERT_EQ(findings_.size(), 1u);
+  EXPECT_EQ(findings_[0].second, dropped("no space is left on its file system"));
 }
 
 TEST_F(Preflight, WithoutItsPlacesTheLibraryCannotStart) {
@@ -178,7 +233,7 @@ TEST_F(Preflight, AWorkingDirectoryThatIsGoneCannotBeRestored) {
   std::filesystem::remove(directory.path());
   EXPECT_EQ(check(), WG_PREFLIGHT_FAULT);
   ASSERT_EQ(findings_.size(), 1u);
-  EXPECT_THAT(findings_[0].second, HasSubstr("No such file or directory"));
+  EXPECT_EQ(findings_[0].second, not_restored("No such file or directory"));
 }
 
 TEST_F(Preflight, AWorkingDirectoryWithALongPathCannotBeRestored) {
@@ -189,7 +244,7 @@ TEST_F(Preflight, AWorkingDirectoryWithALongPathCannotBeRestored) {
   const Inside inside(path);
   EXPECT_EQ(check(), WG_PREFLIGHT_FAULT);
   ASSERT_EQ(findings_.size(), 1u);
-  EXPECT_THAT(findings_[0].second, HasSubstr("more than 255 characters"));
+  EXPECT_EQ(findings_[0].second, not_restored("its path has more than 255 characters"));
   // And indeed it is not.
   EXPECT_EQ(in_child([] {
               Capture printing;
@@ -210,5 +265,6 @@ TEST_F(Preflight, AWorkingDirectoryThatMayNotBeEnteredAgainCannotBeRestored) {
   if (!ran) GTEST_SKIP() << "capabilities cannot be dropped here";
   EXPECT_EQ(heaviest, WG_PREFLIGHT_FAULT);
   ASSERT_EQ(findings_.size(), 1u);
-  EXPECT_THAT(findings_[0].second, HasSubstr("Permission denied"));
+  EXPECT_EQ(findings_[0].second,
+            directory.path() + ": " + not_restored("Permission denied"));
 }

@@ -193,3 +193,9 @@ TEST(WHDDetect, ABufferTooShortLeavesTheVotesAlone) {
   EXPECT_EQ(whd.detect(votes), -1);
   EXPECT_EQ(votes[0], 10);
 }
+
+TEST(WHD, CanBeDestroyedWithoutItsRecord) {
+  WHD whd(50, 40, nullptr);
+  delete whd.params;
+  whd.params = nullptr;
+}

@@ -2,11 +2,14 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <climits>
 #include <cstdlib>
 #include <filesystem>
+#include <thread>
 
 #include "support/quiet_engine.h"
 #include "support/same_bits.h"
@@ -181,6 +184,30 @@ TEST_F(ConstructionDeathTest, AWorkingDirectoryThatCannotBeReadIsNotPutBack) {
                                "-current path: \n"
                                "current path: \n"
                                "    OK\n\n|/usr/share"));
+}
+
+// For a thread: an empty root, and in it a working directory that is gone.
+static bool lose_every_directory(const std::string& root) {
+  if (unshare(CLONE_FS) != 0 || chroot(root.c_str()) != 0 || chdir("/") != 0)
+    return false;
+  return mkdir("gone", 0700) == 0 && chdir("gone") == 0 && rmdir("/gone") == 0;
+}
+
+TEST_F(Construction, WithoutAnyDirectoryItLoadsAllTheSame) {
+  std::unique_ptr<AgGes> made;
+  Capture printing;
+  std::thread([&] {
+    if (!lose_every_directory(directory_.path())) return;
+    made = std::make_unique<AgGes>("/model", 1, 50, Point3Df{0, 0, 0}, -1, -1, -1, 2.0);
+  }).join();
+  const std::string printed = printing.finish();
+  if (made == nullptr) GTEST_SKIP() << "this machine forbids a root of its own";
+  EXPECT_EQ(printed,
+            "Load file \"/model\"...\n"
+            "-current path: \n"
+            "current path: \n"
+            "    OK\n\n");
+  EXPECT_EQ(made->hgr->model->class_labels, std::vector<int>{3});
 }
 
 TEST(Init, ReplacesTheParametersAndNothingElse) {

@@ -94,6 +94,18 @@ TEST(Reconstruction, ASpeedThatIsNotANumberCountsAsFast) {
   expect_empty(reconstructed(trace, 1));
 }
 
+// Each speed is finite and below the bound, which is not.
+TEST(Reconstruction, WhereOnlyTheSumOfSpeedsIsInfiniteNoStepIsFast) {
+  Kinematics motion;
+  motion.squared_speed = {1e308, 1e308, 1e308};
+  motion.sum_of_squared_speeds = std::numeric_limits<double>::infinity();
+  const Stretch kept = active_stretch(motion);
+  EXPECT_EQ(kept.begin, 3u);
+  EXPECT_EQ(kept.end, 3u);
+  // Speeds 0, 1.1e154, 1.1e154, 0 and 0 m/s.
+  expect_empty(reconstructed(along_x({0, 0, 2.2e154, -2.2e154, 0, 0}), 1));
+}
+
 TEST(Reconstruction, AnEmptyTraceIsRefusedAsTooLargeToAllocate) {
   const auto engine = quiet_engine();
   EXPECT_THROW(engine->trace_reconstruction(), std::bad_alloc);
