@@ -13,7 +13,7 @@
 
 struct TracedPath {
   std::vector<std::pair<size_t, size_t>> pairs;  // (i, j), from both starts to both ends
-  WarpingPath path;                              // its figures, as Warper finds them
+  WarpingPath path = {0.0, 0};                   // its figures, as Warper finds them
 };
 
 // The cheapest path of a's first na and b's first nb points; na, nb >= 1.
