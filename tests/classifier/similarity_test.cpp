@@ -70,6 +70,20 @@ TEST(ScaleToUnitRms, TurnsAMotionOfZerosIntoNan) {
   EXPECT_TRUE(std::isnan(trace[0].x) && std::isnan(trace[1].z));
 }
 
+// As a model file may ask for: the mean is taken over more points than there are.
+TEST(ScaleToUnitRms, TouchesNoPointBeyondTheTraceForANegativeK) {
+  Points trace = {{3, 0, 0}};
+  EXPECT_EQ(scale_to_unit_rms(trace, -8), 1.0);  // sqrt(9 / 9)
+  EXPECT_TRUE(same_bits(trace, Points{{3, 0, 0}}));
+
+  trace = {{6, 0, 0}, {0, 8, 0}};
+  EXPECT_EQ(scale_to_unit_rms(trace, -2), 5.0);  // sqrt(100 / 4)
+  EXPECT_TRUE(same_bits(trace, Points{{6 * 0.2, 0, 0}, {0, 8 * 0.2, 0}}));
+  Points literal_trace = {{6, 0, 0}, {0, 8, 0}};
+  EXPECT_EQ(literal::normalize(literal_trace, -2), 5.0);
+  EXPECT_TRUE(same_bits(trace, literal_trace));
+}
+
 TEST(ScaleToUnitRms, GivesTheBitsOfTheLiteralVersion) {
   for (const RandomPoints::Kind kind : kEveryKind) {
     for (std::uint64_t seed = 1; seed <= 1500; ++seed) {

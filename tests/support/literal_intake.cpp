@@ -1,5 +1,6 @@
 #include "support/literal_intake.h"
 
+#include <climits>
 #include <cstddef>
 
 #include "support/literal_rest.h"
@@ -14,15 +15,20 @@ Point3Df at_or_zero(const std::deque<Point3Df>& queue, long i) {
   return queue[(size_t)i];
 }
 
+// As far as an int goes.
+int five_times(int rate) {
+  if (rate > INT_MAX / 5) return INT_MAX;
+  if (rate < INT_MIN / 5) return INT_MIN;
+  return rate * 5;
+}
+
 template <class Queue>
 void drop_oldest(Queue& queue) {
   if (!queue.empty()) queue.pop_front();
 }
 
 void drop_newest(std::deque<Point3Df>& queue, int count) {
-  for (int i = 0; i < count; ++i) {
-    if (!queue.empty()) queue.pop_back();
-  }
+  for (int i = 0; i < count && !queue.empty(); ++i) queue.pop_back();
 }
 }  // namespace
 
@@ -32,7 +38,7 @@ void Intake::init(int mode, int rate, Point3Df bias, int min_len, int hist_len,
   sample_rate = rate;
   gyro_bias = bias;
   min_motion_len = min_len < 1 ? rate / 2 : min_len;
-  history_len = hist_len < 1 ? rate * 5 : hist_len;
+  history_len = hist_len < 1 ? five_times(rate) : hist_len;
   static_window = window < 1 ? rate / 5 : window;
 }
 

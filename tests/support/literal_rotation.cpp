@@ -8,7 +8,7 @@ namespace literal {
 namespace {
 const double kPi = 3.141592653589793;
 
-double angle_factor(int sample_rate) { return kPi / (double)(sample_rate * 180); }
+double angle_factor(int sample_rate) { return kPi / (double)(sample_rate * 180LL); }
 
 void set_identity(double M[9]) {
   M[0] = 1, M[1] = 0, M[2] = 0;

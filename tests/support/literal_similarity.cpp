@@ -1,15 +1,18 @@
 #include "support/literal_similarity.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
 namespace literal {
 
 double normalize(Sequence& sequence, int k) {
-  const int c = static_cast<int>(sequence.size()) - k;
+  const long long c = static_cast<long long>(sequence.size()) - k;
   if (c < 1) return 1.0 / (1.0 / std::sqrt(0.0 / static_cast<double>(c)));
+  // With a negative k there are fewer points than are counted.
+  const long long points = std::min(c, static_cast<long long>(sequence.size()));
   double s = 0.0;
-  for (int i = 0; i < c; ++i) {
+  for (int i = 0; i < points; ++i) {
     const double x = sequence[i].x;
     const double y = sequence[i].y;
     const double z = sequence[i].z;
@@ -17,7 +20,7 @@ double normalize(Sequence& sequence, int k) {
   }
   const double r = std::sqrt(s / static_cast<double>(c));
   const double f = 1.0 / r;
-  for (int i = 0; i < c; ++i) {
+  for (int i = 0; i < points; ++i) {
     sequence[i].x *= f;
     sequence[i].y *= f;
     sequence[i].z *= f;
@@ -39,9 +42,10 @@ static Point3Df unit(const Point3Df& g) {
 }
 
 float similarity(const Sequence& a, const Sequence& b, int k) {
+  if (k < 0) return -std::numeric_limits<float>::infinity();
   const int na = static_cast<int>(a.size()) - k;
   const int nb = static_cast<int>(b.size()) - k;
-  if (k < 0 || na < 1 || nb < 1) return -std::numeric_limits<float>::infinity();
+  if (na < 1 || nb < 1) return -std::numeric_limits<float>::infinity();
 
   // Cell (i, j) is entry j * na + i.
   std::vector<double> cost(na * nb, 0.0);

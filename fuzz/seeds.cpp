@@ -1,0 +1,355 @@
+// Makes the inputs that the search for others starts from: fuzz/seeds DIRECTORY writes
+// DIRECTORY/HARNESS/*, the same bytes each time.
+//
+// They are cut small from what the project makes itself: models, recordings and gestures
+// in their files' formats, scripts of calls, matrices of distances. Run it in the
+// project's root: it reads models/ and recordings/.
+#include <zlib.h>
+
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "classifier/Gmodel.h"
+#include "input.h"
+#include "support/motions.h"
+
+using Bytes = std::string;
+
+static std::string root;
+
+static void save(const std::string& harness, const std::string& name,
+                 const Bytes& content) {
+  const std::string directory = root + "/" + harness;
+  std::filesystem::create_directories(directory);
+  std::ofstream(directory + "/seed-" + name, std::ios::binary) << content;
+}
+
+static char as_byte(int value) {
+  return static_cast<char>(static_cast<unsigned char>(value));
+}
+
+// ---- values, as class Input reads them ----------------------------------------------
+
+static Bytes raw(const void* value, size_t size) {
+  return Bytes(static_cast<const char*>(value), size);
+}
+
+static Bytes integer(int value) {
+  if (value >= kFirstSmallInt - kSmallIntBias && value < kFirstInt - kSmallIntBias) {
+    return Bytes(1, as_byte(value + kSmallIntBias));
+  }
+  return Bytes(1, as_byte(kFirstInt)) + raw(&value, sizeof value);
+}
+
+static Bytes number(double value) {
+  const double word = value * 256.0;
+  if (std::fabs(word) < 32768.0 && word == std::floor(word)) {
+    const int bits = static_cast<int>(word);
+    return {as_byte(kFirstWord), as_byte(bits & 255), as_byte((bits >> 8) & 255)};
+  }
+  return Bytes(1, as_byte(kFirstDouble)) + raw(&value, sizeof value);
+}
+
+static Bytes single(float value) {
+  return Bytes(1, as_byte(kFirstDouble)) + raw(&value, sizeof value);
+}
+
+static Bytes point(const Point3Df& p) { return number(p.x) + number(p.y) + number(p.z); }
+
+// ---- model files --------------------------------------------------------------------
+
+static Bytes text_of(const Gmodel& model) {
+  const std::string path = root + "/model";
+  model.write(path.c_str());
+  std::ifstream file(path + ".xml", std::ios::binary);
+  const Bytes content{std::istreambuf_iterator<char>(file), {}};
+  file.close();
+  std::filesystem::remove(path + ".xml");
+  return content;
+}
+
+// The first templates of a model, every fourth point and the gravity behind them.
+static Gmodel cut(Gmodel model, size_t templates) {
+  model.templates.resize(std::min(templates, model.templates.size()));
+  model.nTemplate = static_cast<int>(model.templates.size());
+  for (auto& [label, points] : model.templates) {
+    Points kept;
+    for (size_t i = 0; i + 1 < points.size(); i += 4) kept.push_back(points[i]);
+    if (!points.empty()) kept.push_back(points.back());
+    points = kept;
+  }
+  return model;
+}
+
+static void make_models() {
+  const char* const names[] = {"olvo_model_5_fb", "olvo_model_5r_ow"};
+  for (const char* name : names) {
+    Gmodel model;
+    model.read(("models/" + std::string(name) + "/hgr_olvo").c_str());
+    save("model_file", name, text_of(cut(model, 2)));
+    Bytes trace(1, as_byte(255));
+    const Points own = cut(model, 1).templates.at(0).second;
+    for (const Point3Df& p : own) {
+      // In 256ths, which take less room.
+      trace += point({std::floor(p.x * 256) / 256, std::floor(p.y * 256) / 256,
+                      std::floor(p.z * 256) / 256});
+    }
+    save("model_file", std::string(name) + "-trace", text_of(cut(model, 3)) + trace);
+  }
+  save("model_file", "plain", text_of(small_model(3, -1.0)));
+  save("model_file", "scaled", text_of(small_model(3, -1.0, 1, 0)));
+  save("model_file", "empty", text_of(Gmodel()));
+  Gmodel many = small_model(3, -1.0);
+  many.templates.push_back({4, {}});
+  many.templates.push_back({3, {{1, 0, 0}, {-1, 0, 0}, {0, 0, 10}}});
+  many.nTemplate = 3;
+  many.class_thresholds.clear();
+  save("model_file", "ties", text_of(many));
+  Gmodel wide = small_model(3, -1.0);
+  wide.templates[0].second.assign(440, Point3Df{-1.25e-10, 1, 2});
+  save("model_file", "too-long-a-line", text_of(wide));
+}
+
+// ---- training files -----------------------------------------------------------------
+
+static Bytes record(int label, const Stream& stream, bool with_gravity) {
+  Bytes text = std::to_string(label) + " " + std::to_string(stream.size());
+  if (with_gravity) text += " 0.5 0 9.75";
+  text += "\n";
+  for (double Point3Df::*axis : {&Point3Df::x, &Point3Df::y, &Point3Df::z}) {
+    for (const Pair& pair : stream) text += std::to_string(pair.acc.*axis) + " ";
+    text += "\n";
+  }
+  return text;
+}
+
+static void make_training() {
+  const Bytes with = record(3, gesture(2, 4.5), true) + record(5, rest(2), true);
+  const Bytes without = record(3, rest(3), false) + record(4, rest(1), false);
+  const Bytes other = Bytes(1, as_byte(255));
+  save("training_file", "with-gravity", with);
+  save("training_file", "without-gravity", without);
+  save("training_file", "alike", with + other + record(7, rest(1), true));
+  save("training_file", "unlike", with + other + without);
+  save("training_file", "no-last-line-break", with.substr(0, with.size() - 1));
+  save("training_file", "cut-off", with.substr(0, with.size() / 2));
+  save("training_file", "long-line", "3 2000\n" + Bytes(6000, '1') + "\n2\n3\n");
+}
+
+// ---- recordings ---------------------------------------------------------------------
+
+static Bytes packed(const Bytes& content) {
+  const std::string path = root + "/packed.gz";
+  const gzFile file = gzopen(path.c_str(), "wb9");
+  gzwrite(file, content.data(), static_cast<unsigned>(content.size()));
+  gzclose(file);
+  std::ifstream in(path, std::ios::binary);
+  const Bytes bytes{std::istreambuf_iterator<char>(in), {}};
+  in.close();
+  std::filesystem::remove(path);
+  return bytes;
+}
+
+static void make_recordings() {
+  std::ifstream demo("recordings/demo.csv");
+  Bytes text;
+  Bytes line;
+  for (int i = 0; i < 8 && std::getline(demo, line); ++i) text += line + "\n";
+  save("recording_file", "plain", text);
+  save("recording_file", "packed", packed(text));
+  save("recording_file", "two-members", packed(text) + packed("0.2,1,2,3,4,5,6\n"));
+  save("recording_file", "packed-cut-off", packed(text).substr(0, 60));
+  save("recording_file", "marked",
+       "\xEF\xBB\xBFt,ax,ay,az,gx,gy,gz\r\n0,1,2,3,4,5,6\r\n");
+  save("recording_file", "one-sensor", "t,ax,ay,az,gx,gy,gz\n0,1,2,3,,,\n0.02,1,2,3,,,");
+  save("recording_file", "numbers",
+       "t,ax,ay,az,gx,gy,gz\n-0,1e308,-5e-324,.5,1.,1E+2,0e-999\n"
+       "1,1e999,0,0,0,0,0\n");
+  save("recording_file", "long-line",
+       "t,ax,ay,az,gx,gy,gz\n0,1,2,3,4,5," + Bytes(4084, '1') + "\n");
+}
+
+// ---- scripts of calls ---------------------------------------------------------------
+
+// Steps as interface_calls.cpp numbers them.
+enum Step {
+  kCreateOrDestroy,
+  kInit,
+  kSensitivity,
+  kModel,
+  kRegister,
+  kSample,
+  kRest,
+  kGesture,
+  kMotion,
+  kRandom,
+  kCompact,
+  kHand = 12,
+  kHandle,
+  kInstall,
+  kAccelerometer,
+  kInitEngine,
+  kPreflight
+};
+
+static Bytes init(int rate, int motion, int history, int window, int hand) {
+  return Bytes(1, kInit) + integer(rate) + point({0.5, -0.25, 1}) + integer(motion) +
+         integer(history) + integer(window) + integer(hand);
+}
+
+static Bytes gesture_step(int half, double strength) {
+  return Bytes{kGesture, as_byte(2 * half)} + number(strength);
+}
+
+static Bytes rest_step(int samples) { return {kRest, as_byte(samples)}; }
+
+// A moving stretch of the demo, a byte an axis, as Script::compact_stream() reads it.
+static Bytes compact_demo(int first, int samples) {
+  std::ifstream demo("recordings/demo.csv");
+  Bytes line;
+  for (int i = 0; i <= first; ++i) std::getline(demo, line);
+  Bytes bytes;
+  for (int i = 0; i < samples && std::getline(demo, line); ++i) {
+    if (i % 63 == 0) bytes += {kCompact, as_byte(std::min(63, samples - i))};
+    size_t at = line.find(',');
+    for (int axis = 0; axis < 6; ++axis) {
+      const double value = std::stod(line.substr(at + 1));
+      const double scaled = axis < 3 ? value * 4.0 : value / 4.0;
+      bytes += as_byte(static_cast<int>(std::fmin(127, std::fmax(-128, scaled))));
+      at = line.find(',', at + 1);
+    }
+  }
+  return bytes;
+}
+
+static void make_calls() {
+  const Bytes log_nowhere(1, 0);
+  const Bytes log_file(1, 1);
+  const Bytes usual = init(50, -1, -1, -1, 50);
+  const Bytes one_gesture = rest_step(20) + gesture_step(20, 8.0) + rest_step(15);
+  save("interface_calls", "before-init", log_file + one_gesture);
+  save("interface_calls", "gesture",
+       log_file + Bytes{kRegister, 0} + usual + one_gesture);
+  for (int kind = 0; kind < 4; ++kind) {
+    save("interface_calls", "callback-" + std::to_string(kind),
+         log_nowhere + Bytes{kRegister, as_byte(kind)} + usual + one_gesture +
+             one_gesture);
+  }
+  for (int model = 0; model < 6; ++model) {
+    save("interface_calls", "model-" + std::to_string(model),
+         log_nowhere + usual +
+             Bytes{kModel, 1, as_byte(model / 3), 1, as_byte(model % 3)} + one_gesture);
+  }
+  save("interface_calls", "short-windows",
+       log_nowhere + init(50, 1, 8, 4, 5) + Bytes{kSensitivity} + integer(-3) +
+           one_gesture + gesture_step(3, 5));
+  save("interface_calls", "no-window",
+       log_nowhere + init(4, 2, 30, 0, 0) + one_gesture + init(0, 0, 0, 0, 0) +
+           one_gesture + init(-50, 0, 0, 0, -1) + one_gesture);
+  save("interface_calls", "history-lowered",
+       log_nowhere + usual + rest_step(60) + init(50, 5, 30, 7, 9) + one_gesture +
+           init(50, 5, 30, 200, 9) + one_gesture);
+  Bytes levels = log_nowhere + usual;
+  for (const int level : {1, 2, 3, 0, -10, -49, -50, 2147483647, -2147483647}) {
+    levels += Bytes(1, kSensitivity) + integer(level);
+  }
+  save("interface_calls", "sensitivity", levels + one_gesture);
+  save("interface_calls", "two-handles",
+       log_file + usual + rest_step(15) + Bytes{kHandle, 1, kCreateOrDestroy} +
+           init(100, -1, -1, -1, 20) + one_gesture + Bytes{kHandle, 2} + one_gesture +
+           usual + Bytes{kHandle, 0} + one_gesture + Bytes{kCreateOrDestroy});
+  save("interface_calls", "installed-models",
+       log_nowhere + usual + Bytes{kInstall, 3, 6, kModel, 1, 1, 1, 0} + one_gesture +
+           Bytes{kPreflight});
+  save("interface_calls", "wearer",
+       log_nowhere + usual + Bytes{kHand, as_byte(255)} + point({4, 5, 9}) +
+           Bytes{kHand, as_byte(255)} + point({-4, 5, 9}));
+  const Bytes acc_gesture = Bytes{kAccelerometer, 0, 0} + number(0.01) +
+                            Bytes{kAccelerometer, 0, 40} + number(8.0) +
+                            Bytes{kAccelerometer, 0, 40} + number(0.01);
+  save("interface_calls", "accelerometer-alone", log_nowhere + acc_gesture + one_gesture);
+  for (int mode = 0; mode < 5; ++mode) {
+    save("interface_calls", "mode-" + std::to_string(mode),
+         log_nowhere + Bytes{kInitEngine, as_byte(mode)} + integer(50) + integer(12) +
+             integer(40) + integer(6) + number(0.5) + acc_gesture + one_gesture +
+             acc_gesture);
+  }
+  save("interface_calls", "motion",
+       log_nowhere + usual + rest_step(12) + Bytes{kMotion, 30} + rest_step(12));
+  save("interface_calls", "random",
+       log_nowhere + usual + Bytes{kRandom, 1, 2, 3, 4, as_byte(250), 1} +
+           Bytes{kRandom, 5, 6, 7, 8, as_byte(250), 0});
+  save("interface_calls", "samples",
+       log_nowhere + usual + Bytes{kSample} + point({0, 0, 10}) + point({1, 2, 3}) +
+           Bytes{kSample, 2, 3, 4, 5, 6, 7});
+  save("interface_calls", "demo", log_nowhere + usual + compact_demo(80, 120));
+}
+
+// ---- matrices -----------------------------------------------------------------------
+
+static Bytes parameters(int maxits, int convits, double preference, int dampfact) {
+  return Bytes{as_byte(maxits - 1), as_byte(convits - 1)} + number(preference) +
+         Bytes(1, as_byte(dampfact));
+}
+
+static void make_matrices() {
+  for (const int n : {0, 1, 2, 5, 17}) {
+    Bytes distances;
+    Bytes ties;
+    RandomPoints random(static_cast<std::uint64_t>(n) + 1);
+    const Points points = random.trace(n, RandomPoints::Kind::kGaussian);
+    for (const Point3Df& a : points) {
+      for (const Point3Df& b : points) {
+        distances += single(static_cast<float>(-squared_length(a - b)));
+        ties += as_byte(180 - 8 * random.integer(0, 3));
+      }
+    }
+    const Bytes size(1, as_byte(n));
+    const std::string name = std::to_string(n);
+    save("clustering", "distances-" + name,
+         parameters(20, 5, 1.0, 128) + size + distances);
+    save("clustering", "ties-" + name, parameters(9, 3, 0.5, 0) + size + ties);
+  }
+}
+
+// ---- hand detector ------------------------------------------------------------------
+
+static void make_hands() {
+  const Bytes own = Bytes(1, 0) + integer(50) + integer(50);
+  const Bytes scales = integer(2) + Bytes(1, 2) + integer(10) + integer(4) + Bytes(1, 2) +
+                       number(0) + number(1) + Bytes(1, 2) + number(12) + number(2) +
+                       Bytes(1, 2) + number(100) + number(5);
+  const Bytes given = Bytes(1, 1) + integer(50) + integer(20) + scales;
+  const Bytes swing_acc = Bytes{2, 100} + point({4, 5, 9});
+  const Bytes swing_both = Bytes{3, 100} + point({4, 5, 9}) + point({0, 0, -60});
+  const Bytes votes =
+      Bytes(1, 4) + integer(10) + integer(0) + Bytes(1, 5) + integer(-3) + integer(7);
+  save("hand_detector", "own", own + swing_acc + votes);
+  save("hand_detector", "own-both", own + swing_both + votes);
+  save("hand_detector", "given", given + swing_acc + swing_both + votes);
+  save("hand_detector", "mixed", given + swing_both + swing_acc + swing_both + votes);
+  save("hand_detector", "init",
+       own + swing_acc + Bytes(1, 6) + integer(20) + integer(5) + swing_acc + votes);
+  save("hand_detector", "samples",
+       own + Bytes{0} + point({1, 2, 3}) + Bytes{1, 2, 3, 4, 5, 6, 7} + votes);
+}
+
+int main(int argc, char** argv) {
+  if (argc != 2 || !std::filesystem::exists("models")) {
+    std::fputs("usage, in the project's root: seeds DIRECTORY\n", stderr);
+    return 2;
+  }
+  root = argv[1];
+  std::filesystem::create_directories(root);
+  make_models();
+  make_training();
+  make_recordings();
+  make_calls();
+  make_matrices();
+  make_hands();
+  return 0;
+}
