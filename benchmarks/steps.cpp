@@ -2,6 +2,7 @@
 // instructions of two runs differ by those of the work alone.
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -11,18 +12,23 @@
 #include "context/WgrLog.h"
 #include "resting_engine.h"
 #include "support/literal_similarity.h"
+#include "support/motions.h"
 #include "traces.h"
 
 static constexpr int kPoints = 50;
 static constexpr int kTracePoints = 60;
 static constexpr int kTemplates = 20;
 static constexpr int kMatrixTraces = 4;
+static constexpr char kModel[] = "models/olvo_model_5_mix/hgr_olvo";
+static constexpr int kRate = 50;  // samples/s
+static constexpr Point3Df kNoBias = {0.0, 0.0, 0.0};
 
 static int usage() {
   std::fputs(
       "usage: steps WORK TIMES\n"
       "WORK: similarity, literal_similarity, predict, literal_predict, matrix, rest, "
-      "log\n",
+      "motion, log\n"
+      "Run it in the project's root: motion takes one of the models there.\n",
       stderr);
   return 2;
 }
@@ -46,6 +52,10 @@ int main(int argc, char** argv) {
   std::unique_ptr<RestingEngine> engine;
   if (work == "rest") engine = std::make_unique<RestingEngine>();
 
+  const std::string model_path = std::filesystem::absolute(kModel).string();
+  AgGes motion_engine(model_path.c_str(), kAccAndGyro, kRate, kNoBias, -1, -1, -1, 2.0);
+  const Stream motion = rest(2 * kSettle) + gesture(30, 20.0);
+
   double sum = 0.0;
   for (int i = 0; i < times; ++i) {
     if (work == "similarity") {
@@ -61,6 +71,9 @@ int main(int argc, char** argv) {
       sum += static_cast<double>(matrix[1]);
     } else if (work == "rest") {
       engine->feed();
+    } else if (work == "motion") {
+      for (const Pair& pair : motion) motion_engine.update(pair.acc, pair.gyro);
+      sum += static_cast<double>(motion_engine.trace.size());
     } else if (work == "log") {
       WgrLogAt(kLogGestureType, 14);
     } else {
