@@ -125,3 +125,7 @@ double held_share(const Samples& samples) {
              ? 0.0
              : static_cast<double>(held) / static_cast<double>(samples.size() - 1);
 }
+
+void scale(Samples& samples, double factor) {
+  for (Point3Df& p : samples) p = factor * p;
+}

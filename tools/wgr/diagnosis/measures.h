@@ -47,3 +47,5 @@ bool is_stuck(const Samples& samples, double Point3Df::*axis);
 
 // The share of samples that are the very same as the one before.
 double held_share(const Samples& samples);
+
+void scale(Samples& samples, double factor);

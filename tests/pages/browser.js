@@ -1,0 +1,134 @@
+// Opens pages in a headless Chromium, at every width and in light and dark, and lets checks
+// use them. Ends with status 77 and a message where the browser or playwright-core is
+// missing.
+'use strict';
+
+const assert = require('node:assert/strict');
+const fs = require('node:fs');
+const os = require('node:os');
+const path = require('node:path');
+
+const kSkipped = 77;
+const kBrowser = process.env.CHROMIUM ?? '/usr/bin/chromium';
+const kFlags = ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic',
+  '--no-first-run', '--disable-background-networking', '--disable-component-update',
+  '--disable-sync'];
+const kWidths = [1280, 400];
+const kSchemes = ['light', 'dark'];
+
+function skip(reason) {
+  console.log(`skipped: ${reason}`);
+  process.exit(kSkipped);
+}
+
+// playwright-core's Chromium, from the folder that npm installed it in.
+function browserFrom(packages) {
+  if (!fs.existsSync(kBrowser)) skip(`${kBrowser} is not there: apt-get install chromium`);
+  const playwright = path.join(packages, 'node_modules/playwright-core');
+  if (!fs.existsSync(playwright)) skip(`playwright-core is not in ${packages}: npm ci`);
+  return require(playwright).chromium;
+}
+
+// What holds for every page.
+const always = {
+  async 'nothing is wider than the window'(page) {
+    const [content, window_] = await page.evaluate(
+        () => [document.scrollingElement.scrollWidth, innerWidth]);
+    assert.ok(content <= window_, `${content} > ${window_}`);
+  },
+
+  async 'every control and text has enough contrast'(page) {
+    const low = await page.evaluate(() => {
+      // Mixed colours come as "color(srgb 0.1 0.2 0.3)".
+      const channels = (c) => c.match(/[\d.]+/g).map(Number)
+          .map((v, i) => c.startsWith('color(') && i < 3 ? 255 * v : v);
+      const light = ([r, g, b]) => [r, g, b].map((v) => v / 255)
+          .map((v) => v <= 0.04045 ? v / 12.92 : ((v + 0.055) / 1.055) ** 2.4)
+          .reduce((sum, v, i) => sum + v * [0.2126, 0.7152, 0.0722][i], 0);
+      const behind = (node) => {
+        for (; node; node = node.parentElement) {
+          const colour = channels(getComputedStyle(node).backgroundColor);
+          if (colour.length < 4 || colour[3] > 0.99) return colour;
+        }
+        return [255, 255, 255];
+      };
+      const found = [];
+      for (const node of document.querySelectorAll(
+          'p, h1, h2, h3, .chip, button, dt, dd, li, td, th, output, figcaption')) {
+        if (node.textContent.trim() === '' || !node.checkVisibility()) continue;
+        const [a, b] = [light(channels(getComputedStyle(node).color)), light(behind(node))];
+        const contrast = (Math.max(a, b) + 0.05) / (Math.min(a, b) + 0.05);
+        if (contrast < 4.5) found.push(`${node.tagName} ${node.className} ${contrast}`);
+      }
+      return found;
+    });
+    assert.deepEqual(low, []);
+  },
+};
+
+// Opens one page in one way, and returns how many checks failed.
+async function checkPage(browser, file, checks, width, colorScheme) {
+  const page = await browser.newPage();
+  await page.setViewportSize({width, height: 900});
+  await page.emulateMedia({colorScheme});
+  let failures = 0;
+  const tell = (good, text) => {
+    failures += good ? 0 : 1;
+    const name = path.basename(file, '.html');
+    console.log(`${good ? 'ok     ' : 'FAILED '} ${name} ${width} ${colorScheme}: ${text}`);
+  };
+  const complaints = [];
+  page.on('console', (m) => complaints.push(`${m.type()}: ${m.text()}`));
+  page.on('pageerror', (e) => complaints.push(`error: ${e.message}`));
+  page.on('request', (r) => {
+    if (r.url() !== 'file://' + file && !r.url().startsWith('data:')) {
+      complaints.push(`request: ${r.url()}`);
+    }
+  });
+  await page.goto('file://' + file);
+  await page.waitForSelector('html[data-ready]', {timeout: 20000});
+  for (const [name, check] of Object.entries({...checks, ...always})) {
+    try {
+      await check(page, width);
+      tell(true, name);
+    } catch (error) {
+      tell(false, `${name}: ${error.message}`);
+    }
+  }
+  tell(complaints.length === 0, complaints.join('; ') || 'no complaint, no request');
+  if (process.env.WGR_SCREENSHOTS) {
+    const name = `${path.basename(file, '.html')}-${width}-${colorScheme}.png`;
+    await page.screenshot({path: path.join(process.env.WGR_SCREENSHOTS, name),
+      fullPage: true});
+  }
+  await page.close();
+  return failures;
+}
+
+// Runs `make` in a folder of its own; it returns [page, checks] pairs. Ends the process.
+// With WGR_SCREENSHOTS=FOLDER a picture of every page stays there.
+async function testPages(packages, make) {
+  const chromium = browserFrom(packages);
+  const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'wgr-pages-'));
+  let failures = 0;
+  try {
+    const pages = make(folder);
+    const browser = await chromium.launchPersistentContext(path.join(folder, 'profile'),
+        {executablePath: kBrowser, args: kFlags, offline: true});
+    for (const [file, checks] of pages) {
+      for (const width of kWidths) {
+        for (const scheme of kSchemes) {
+          failures += await checkPage(browser, file, checks, width, scheme);
+        }
+      }
+    }
+    await browser.close();
+  } catch (error) {
+    console.error(error);
+    failures = 1;
+  }
+  fs.rmSync(folder, {recursive: true});
+  process.exit(failures === 0 ? 0 : 1);
+}
+
+module.exports = {skip, testPages};

@@ -1,0 +1,174 @@
+// Uses the pages of wgr build and wgr eval as a reader does:
+// node model_page_test.js WGR FOLDER
+//
+// WGR is the tool; FOLDER holds the npm package playwright-core.
+'use strict';
+
+const assert = require('node:assert/strict');
+const {execFileSync} = require('node:child_process');
+const fs = require('node:fs');
+const path = require('node:path');
+const {testPages} = require('./browser.js');
+
+const [, , kTool, kPackages] = process.argv;
+let told;  // by wgr eval --json
+
+const texts = (locator) => locator.allTextContents();
+
+// The numbers of a table's row, without its first cell.
+const rowNumbers = async (row) =>
+  (await texts(row.locator('td'))).map((text) => Number(text.replaceAll(',', '')));
+
+const common = {
+  async 'the takes of a number in the table are listed, by keyboard'(page) {
+    const buttons = page.locator('#outcomes td button');
+    assert.ok(await buttons.count() >= 5, 'every class has a number');
+    const button = buttons.nth(1);
+    await button.focus();
+    await page.keyboard.press('Enter');
+    assert.equal(await page.locator('.take').count(), Number(await button.textContent()));
+    assert.equal(await page.evaluate(() => document.activeElement.id), 'filter');
+    await page.locator('#filter').selectOption('outstanding');
+  },
+
+  async 'all takes of a class are drawn, and its templates over them'(page) {
+    const card = page.locator('.class').first();
+    assert.equal(await card.locator('figure').count(), 4);
+    const facts = await texts(card.locator('dd'));
+    for (const axis of ['x', 'y', 'z']) {
+      const takes = card.locator(`path[class="${axis} all"]`);
+      assert.equal(await takes.count(), Number(facts[0]));
+      const d = await takes.first().getAttribute('d');
+      assert.ok(d.length > 100 && !d.includes('NaN'), d.slice(0, 80));
+    }
+    assert.equal(await card.locator('path.exemplar').count(), 3 * Number(facts[2]));
+  },
+
+  async 'a threshold can be tried with the keyboard'(page) {
+    const card = page.locator('.class').first();
+    const slider = card.locator('input[type=range]');
+    const accepted = async () => {
+      const words = await card.locator('output').textContent();
+      assert.match(words, /^With -?\d\.\d{4}: .* accepted\.$/);
+      return [...words.matchAll(/(\d+) of (\d+)/g)].map(([, some, all]) => [+some, +all]);
+    };
+    await slider.focus();
+    await page.keyboard.press('End');
+    assert.ok((await accepted()).every(([some]) => some === 0), 'nothing is above 0');
+    const before = await card.locator('line.tried').getAttribute('x1');
+    await page.keyboard.press('Home');
+    assert.ok(Number(await card.locator('line.tried').getAttribute('x1')) < before);
+    const [[right, all]] = await accepted();
+    assert.equal(right, all, 'the lowest threshold accepts what is right');
+  },
+
+  async 'another class unfolds with the keyboard'(page) {
+    const card = page.locator('.class').nth(2);
+    if (await card.getAttribute('open') === null) {
+      await card.locator('summary').focus();
+      await page.keyboard.press('Enter');
+    }
+    await card.locator('path.exemplar').first().waitFor();
+  },
+
+  async 'a take that stands out is beside its nearest template'(page, width) {
+    const take = page.locator('.take').last();
+    await take.locator('summary').focus();
+    await page.keyboard.press('Enter');
+    await take.locator('figure').first().waitFor();
+    assert.ok(await take.locator('figure').count() >= 2);
+    const captions = await texts(take.locator('figcaption'));
+    assert.match(captions[0], /^This take/);
+    assert.match(captions[1], /^The nearest template, .* score -\d/);
+    const boxes = [];
+    for (const i of [0, 1]) boxes.push(await take.locator('svg').nth(i).boundingBox());
+    if (width > 1000) {
+      assert.equal(boxes[0].y, boxes[1].y);
+      assert.ok(boxes[1].x >= boxes[0].x + boxes[0].width);
+    } else {
+      assert.ok(boxes[1].y >= boxes[0].y + boxes[0].height);
+    }
+    for (const d of await take.locator('path').evaluateAll((all) =>
+      all.map((p) => p.getAttribute('d')))) {
+      assert.ok(d.length > 100 && !d.includes('NaN'), d.slice(0, 80));
+    }
+  },
+
+  async 'the costs of the classes add up'(page) {
+    const rows = page.locator('#cost tbody tr');
+    const count = await rows.count();
+    assert.equal(count, 6);
+    const sums = [0, 0, 0];
+    for (let i = 0; i + 1 < count; ++i) {
+      (await rowNumbers(rows.nth(i))).forEach((value, k) => { sums[k] += value; });
+    }
+    assert.deepEqual(await rowNumbers(rows.nth(count - 1)), sums);
+    assert.equal(sums[2], 45 * sums[1]);
+  },
+};
+
+const ofBuild = {
+  ...common,
+  async 'the sets that were tried are drawn, one of them chosen'(page) {
+    assert.equal(await page.locator('#cost circle.chosen').count(), 1);
+    assert.ok(await page.locator('#cost circle').count() > 10);
+  },
+};
+
+const ofEval = {
+  ...common,
+  async 'the table has the numbers that --json prints'(page) {
+    const heads = await texts(page.locator('#outcomes thead th'));
+    const rows = page.locator('#outcomes tbody tr');
+    const labels = Object.keys(told.confusion);
+    assert.ok(Object.values(told.misses).reduce((sum, n) => sum + n, 0) > 0);
+    for (let i = 0; i < labels.length; ++i) {
+      const cells = await texts(rows.nth(i).locator('td'));
+      heads.forEach((outcome, k) => {
+        if (outcome === 'recall' || outcome === 'precision') {
+          const share = told.classes[labels[i]][outcome];
+          assert.equal(cells[k], share === null ? '–' : (100 * share).toFixed(1) + ' %');
+        } else {
+          const count = told.confusion[labels[i]][outcome] ?? 0;
+          assert.equal(cells[k], count === 0 ? '·' : String(count));
+        }
+      });
+    }
+  },
+
+  async 'misses, latency and false events are told'(page) {
+    const names = await texts(page.locator('#measured dt'));
+    assert.ok(names.includes('false events') && names.includes('latency'), String(names));
+    const figures = page.locator('#measured figure');
+    assert.equal(await figures.count(), 2);
+    assert.match(await figures.nth(0).textContent(), /by cause/);
+    assert.ok(await figures.nth(0).locator('rect.bar').count() >= 1);
+    assert.ok(await figures.nth(1).locator('rect.bar').count() >= 1);
+  },
+};
+
+// Two people's recordings make a model; one more is played to it, who wears the watch on
+// the other wrist for half of the time, so that much goes wrong.
+function makePages(folder) {
+  const wgr = (...words) => execFileSync(kTool, words, {cwd: folder,
+    stdio: ['ignore', 'pipe', 'pipe']});
+  const set = (name, ...words) => wgr('synth', '--training', name, '--gestures', '3',
+      '--distractors', '20', ...words);
+  set('set', '--persons', '3');
+  set('others', '--person', '900', '--persons', '1');
+  set('wrong wrist', '--person', '901', '--persons', '1', '--wearer', '1');
+  fs.copyFileSync(path.join(folder, 'wrong wrist/p901_free.csv'),
+      path.join(folder, 'others/p901_free.csv'));
+  for (const table of ['index.csv', 'labels.csv']) {
+    const rows = fs.readFileSync(path.join(folder, 'wrong wrist', table), 'utf8')
+        .split('\n').slice(1).join('\n');
+    fs.appendFileSync(path.join(folder, 'others', table), rows);
+  }
+  wgr('build', 'set', '-o', 'model/hgr_olvo.xml', '--report', 'build.html');
+  told = JSON.parse(wgr('eval', 'others', '--model', 'model/hgr_olvo.xml', '--json',
+      '--report', 'eval.html'));
+  return [[path.join(folder, 'build.html'), ofBuild],
+    [path.join(folder, 'eval.html'), ofEval]];
+}
+
+testPages(kPackages, makePages);

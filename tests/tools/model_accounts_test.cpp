@@ -1,0 +1,171 @@
+// The report pages of wgr build and wgr eval: what they tell is what was counted.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+
+#include "report/model_accounts.h"
+#include "run_wgr.h"
+#include "support/private_paths.h"
+#include "support/random_points.h"
+
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+// Three classes of noise around a shape of their own, so that some samples are confused
+// and some are refused, and background that is like none.
+static Gdata noisy_samples() {
+  RandomPoints random(3);
+  Gdata data;
+  data.kind = 1;
+  for (int i = 0; i < 60; ++i) {
+    const int label = i % 4 == 3 ? -1 : i % 4;
+    Points trace = random.trace(30, RandomPoints::Kind::kGaussian);
+    for (size_t k = 0; label >= 0 && k < trace.size(); ++k) {
+      trace[k].x += label == 0 ? 1.0 : -0.5 * label;
+      trace[k].y += k < 15 ? 0.8 * label : -0.8 * label;
+    }
+    trace.push_back({0.0, 0.0, 10.0});
+    data.samples.push_back({label, trace});
+  }
+  return data;
+}
+
+struct Built {
+  Built() : workshop(noisy_samples(), 1, true) {
+    Capture hushed;
+    options.most_templates = 3;
+    model = workshop.build(options, report);
+    account = account_of_build(workshop, model, report, options, Provenance(), {});
+  }
+  Workshop workshop;
+  BuildOptions options;
+  BuildReport report;
+  Gmodel model;
+  ModelAccount account;
+};
+
+TEST(AccountOfBuild, CountsEverySampleAsTheBuilderDoes) {
+  const Built built;
+  size_t confused = 0;
+  size_t refused = 0;
+  for (const ClassReport& c : built.report.classes) {
+    std::map<std::string, size_t> counts;
+    for (const AccountedTake& take : built.account.takes) {
+      if (take.label != c.label || !take.best) continue;
+      const int named = built.account.exemplars[take.best->exemplar].label;
+      const bool accepted = take.outcome == std::to_string(named);
+      EXPECT_EQ(accepted, take.outcome != kRefused);
+      ++counts[named != c.label ? "confused" : accepted ? "right" : "refused"];
+    }
+    EXPECT_EQ(counts["right"], c.right);
+    EXPECT_EQ(counts["confused"], c.confused);
+    EXPECT_EQ(counts["refused"], c.refused);
+    confused += c.confused;
+    refused += c.refused;
+  }
+  EXPECT_GT(confused, 0u) << "these samples are too easy to tell anything";
+  EXPECT_GT(refused, 0u);
+  size_t accepted = 0;
+  for (const AccountedTake& take : built.account.takes) {
+    accepted += take.label < 0 && take.outcome != kRefused ? 1 : 0;
+  }
+  EXPECT_EQ(accepted, built.report.background_accepted);
+}
+
+TEST(AccountOfBuild, ATemplateDoesNotMeetItself) {
+  const Built built;
+  ASSERT_EQ(built.report.template_samples.size(), built.model.templates.size());
+  for (size_t i = 0; i < built.model.templates.size(); ++i) {
+    const AccountedTake& take = built.account.takes[built.report.template_samples[i]];
+    EXPECT_EQ(built.account.exemplars[i].name, take.name);
+    ASSERT_TRUE(take.best);
+    EXPECT_NE(take.best->exemplar, i);
+    EXPECT_LT(take.best->score, 0.0);
+    EXPECT_THAT(take.why, HasSubstr("template itself"));
+  }
+}
+
+TEST(ModelPage, ManyLongTakesStillMakeASmallPage) {
+  RandomPoints random(4);
+  ModelAccount account;
+  account.provenance.rate = 100;
+  account.classes = {{1, {-0.5}, ""}};
+  account.exemplars = {{"a", 1, random.trace(1000, RandomPoints::Kind::kGaussian)}};
+  account.model.templates = {{1, account.exemplars[0].trace}};
+  for (int i = 0; i < 500; ++i) {
+    AccountedTake take;
+    take.name = std::to_string(i);
+    take.label = 1;
+    take.outcome = i % 2 == 0 ? "1" : kRefused;
+    take.trace = random.trace(1000, RandomPoints::Kind::kGaussian);
+    account.takes.push_back(take);
+  }
+  const std::string page = model_page(account);
+  EXPECT_LT(page.size(), 5'000'000u);
+  EXPECT_GT(page.size(), 500'000u);
+}
+
+class ModelPages : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    directory_ = new TempDirectory();
+    ASSERT_EQ(run_wgr("synth --training " + path("set") +
+                      " --persons 2 --gestures 3 --distractors 10")
+                  .status,
+              0);
+  }
+  static void TearDownTestSuite() { delete directory_; }
+  static std::string path(const std::string& name) { return directory_->file(name); }
+
+  static TempDirectory* directory_;
+};
+TempDirectory* ModelPages::directory_ = nullptr;
+
+TEST_F(ModelPages, OfBuildAndEvalAreFilesThatAskForNothing) {
+  const std::string model = path("m/hgr_olvo.xml");
+  const Outcome built = run_wgr("build " + path("set") + " -o " + model + " --report " +
+                                path("build.html"));
+  ASSERT_EQ(built.status, 0) << built.err;
+  const Outcome played = run_wgr("eval " + path("set") + " --model " + model +
+                                 " --report " + path("eval.html"));
+  ASSERT_EQ(played.status, 0) << played.err;
+  EXPECT_THAT(played.out, StartsWith("accuracy ")) << "the text comes all the same";
+  for (const char* name : {"build.html", "eval.html"}) {
+    const std::string text = read_file(path(name));
+    EXPECT_THAT(text, StartsWith("<!DOCTYPE html>"));
+    EXPECT_THAT(text, EndsWith("</html>\n"));
+    EXPECT_THAT(text, HasSubstr("default-src 'none'"));
+    EXPECT_THAT(text, Not(HasSubstr("@@")));
+    EXPECT_THAT(text, Not(HasSubstr("src=\"")));
+    EXPECT_THAT(text, Not(HasSubstr(directory_->file("")))) << "no way to this machine";
+  }
+}
+
+TEST_F(ModelPages, AreTheSameBytesOnAnyThreads) {
+  const std::string common = " -o " + path("t/m.xml") + " --report ";
+  ASSERT_EQ(run_wgr("build " + path("set") + " --threads 1" + common + path("1")).status,
+            0);
+  ASSERT_EQ(run_wgr("build " + path("set") + " --threads 3" + common + path("3")).status,
+            0);
+  EXPECT_EQ(read_file(path("1")), read_file(path("3")));
+
+  const std::string folds = "eval " + path("set") + " --leave-out subject --report ";
+  ASSERT_EQ(run_wgr(folds + path("f1")).status, 0);
+  ASSERT_EQ(run_wgr(folds + path("f2")).status, 0);
+  EXPECT_EQ(read_file(path("f1")), read_file(path("f2")));
+}
+
+TEST_F(ModelPages, ThatCannotBeWrittenAreSaid) {
+  const Outcome folder = run_wgr("build " + path("set") + " -o " + path("n/m.xml") +
+                                 " --report /no/such/page.html");
+  EXPECT_EQ(folder.status, 2);
+  EXPECT_THAT(folder.err, HasSubstr("/no/such/page.html: cannot be written"));
+  write_file(path("slots.csv"), "slot,input\none,set\n");
+  const Outcome slots = run_wgr("build --slots " + path("slots.csv") + " -o " +
+                                path("slots") + " --report " + path("page.html"));
+  EXPECT_EQ(slots.status, 2);
+  EXPECT_THAT(slots.err, HasSubstr("--report is of one model"));
+}

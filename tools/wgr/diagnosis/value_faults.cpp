@@ -1,0 +1,149 @@
+// What the values of one sensor tell: axes that are absent, stuck, held or clipped, rates
+// of exactly zero, bias and noise.
+#include <algorithm>
+#include <cmath>
+
+#include "diagnosis/examination.h"
+#include "engine/rest.h"
+#include "table.h"
+
+static constexpr double kMostBias = 1.5;       // deg/s
+static constexpr double kMostAccNoise = 0.15;  // m/s², an axis; rest ends at 0.27
+static constexpr double kMostGyroNoise = 2.5;  // deg/s, an axis; rest ends at 6
+static constexpr double kMostHeld = 0.1;       // of the samples
+
+void Examination::examine_values() {
+  if (!options_.absent_axes.empty()) {
+    find("absent", Sureness::kCertain,
+         "the axes " + options_.absent_axes +
+             " have no value in some samples; they read "
+             "as 0",
+         "the library needs all three axes of both sensors");
+  }
+  const struct {
+    Samples& samples;
+    const char* name;
+    const char* letter;
+  } sensors[] = {{acc_, "accelerometer", "a"}, {gyro_, "gyroscope", "g"}};
+  for (const auto& sensor : sensors) {
+    std::string stuck;
+    for (const auto& [axis, name] : kAxes) {
+      if (!is_stuck(sensor.samples, axis)) continue;
+      const std::string full = std::string(sensor.letter) + name;
+      if (options_.absent_axes.find(full) != std::string::npos) continue;
+      stuck += (stuck.empty() ? "" : ", ") + full;
+    }
+    if (!stuck.empty()) {
+      find("stuck", Sureness::kCertain, stuck + " never changes",
+           std::string("look at the driver of the ") + sensor.name +
+               ": is the axis switched on, is the field filled in?");
+      continue;
+    }
+    const double held = held_share(sensor.samples);
+    if (held > kMostHeld) {
+      find("held", Sureness::kLikely,
+           std::string("the ") + sensor.name + " repeats its last value in " +
+               fixed(100.0 * held, 0) + " % of the samples",
+           "it is read more often than it measures: pass pairs at the slower sensor's "
+           "rate, or raise its own");
+    }
+  }
+}
+
+void Examination::examine_clipping() {
+  static constexpr double kAccRanges[] = {2, 4, 8, 16};                 // g
+  static constexpr double kGyroRanges[] = {125, 250, 500, 1000, 2000};  // deg/s
+  const auto tell = [this](const Samples& samples, char letter, double unit,
+                           const auto& ranges, const char* unit_name) {
+    std::string axes;
+    size_t count = 0;
+    double limit = 0.0;
+    for (const auto& [axis, name] : kAxes) {
+      const Clipping clipping = clipping_of(samples, axis);
+      if (clipping.samples == 0) continue;
+      axes += (axes.empty() ? "" : ", ") + std::string(1, letter) + name;
+      count += clipping.samples;
+      limit = std::max(limit, std::fabs(clipping.limit) / unit);
+    }
+    if (count == 0) return;
+    const bool known =
+        std::any_of(std::begin(ranges), std::end(ranges),
+                    [&](double range) { return std::fabs(limit / range - 1.0) < 0.03; });
+    find(letter == 'a' ? "acc-clipping" : "gyro-clipping",
+         known ? Sureness::kCertain : Sureness::kLikely,
+         axes + ": " + std::to_string(count) +
+             " samples stand at the end of the range, " + fixed(limit, 2) + " " +
+             unit_name,
+         "set the sensor to a wider range; what is cut off is lost to the comparison");
+  };
+  tell(acc_, 'a', kStandardGravity, kAccRanges, "g");
+  tell(gyro_, 'g', 1.0, kGyroRanges, "deg/s");
+}
+
+static std::string as_text(const Point3Df& p) {
+  return fixed(p.x, 2) + "," + fixed(p.y, 2) + "," + fixed(p.z, 2);
+}
+
+void Examination::examine_bias() {
+  Point3Df bias = {0.0, 0.0, 0.0};
+  for (const auto& [axis, name] : kAxes) {
+    std::vector<double> means;
+    for (const size_t i : quiet_) {
+      if (gyro_at_rest({0.0, gyro_windows_[i].spread})) {
+        means.push_back(gyro_windows_[i].mean.*axis);
+      }
+    }
+    // Moments of rest agree; of a hand that turns slowly they do not.
+    const double spread = percentile(means, 0.75) - percentile(means, 0.25);
+    if (means.size() < 3 || spread > 1.0) return;
+    bias.*axis = median(means);
+  }
+  result_.facts.bias = bias;
+  const Point3Df left = bias - options_.gyro_bias;
+  if (!(squared_length(left) > kMostBias * kMostBias)) return;
+  find("bias", Sureness::kCertain,
+       "at rest the gyroscope shows " + as_text(left) + " deg/s that are not taken off",
+       "pass the bias; a second of it turns a motion by as many degrees",
+       "init_gesture_handle(h, rate, (Point3Df){" + as_text(bias) +
+           "}, ...); --bias=" + as_text(bias));
+}
+
+void Examination::examine_noise() {
+  StreamFacts& facts = result_.facts;
+  facts.acc_noise = std::sqrt(noise_variance(acc_, acc_windows_, quiet_) / 3.0);
+  facts.gyro_noise = std::sqrt(noise_variance(gyro_, gyro_windows_, quiet_) / 3.0);
+  if (facts.acc_noise > kMostAccNoise) {
+    find("acc-noise", Sureness::kLikely,
+         "at its quietest the accelerometer's axes vary by " + fixed(facts.acc_noise, 2) +
+             " m/s²",
+         "switch the sensor's low-pass filter on: from about 0.27 on it never reports "
+         "rest");
+  }
+  if (facts.gyro_noise > kMostGyroNoise) {
+    find("gyro-noise", Sureness::kLikely,
+         "at its quietest the gyroscope's axes vary by " + fixed(facts.gyro_noise, 1) +
+             " deg/s",
+         "switch the sensor's low-pass filter on: from about 6 on it never reports rest");
+  }
+}
+
+void Examination::examine_zeros() {
+  if (options_.absent_axes.find('g') != std::string::npos) return;
+  size_t count = 0;
+  std::optional<double> first;
+  for (size_t i = 0; i < gyro_.size(); ++i) {
+    if (squared_length(gyro_[i] - options_.gyro_bias) != 0.0) continue;
+    ++count;
+    if (!first) first = times_[i];
+  }
+  if (count == 0 || count == gyro_.size()) return;
+  find(
+      "zero-rate", Sureness::kCertain,
+      std::to_string(count) +
+          " samples have a rate of exactly zero on all axes, the first "
+          "at " +
+          fixed(*first, 3) + " s",
+      "one at the start of a motion makes the whole motion not-a-number, and no gesture: "
+      "pass a bias that no sample equals",
+      "init_gesture_handle(h, rate, (Point3Df){1e-6, 0, 0}, ...); --bias=1e-6,0,0");
+}

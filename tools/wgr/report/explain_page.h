@@ -1,0 +1,11 @@
+// The explanation as one HTML page that needs no network.
+#pragma once
+
+#include <string>
+
+#include "explanation/explanation.h"
+
+// Throws UsageError, with what to do, when this program was built without the page.
+void require_page();
+
+std::string explain_page(const Explanation& explanation);

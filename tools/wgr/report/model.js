@@ -1,0 +1,283 @@
+// Draws the report of a model: what became of takes that were held against its templates.
+'use strict';
+
+const kMostListed = 200;  // takes at a time
+const kFarthest = 3;      // right takes of each class that are listed for being least alike
+const kBinMs = 20;        // of the latencies
+const kRefused = 'refused';
+
+const isNumber = (text) => /^-?\d+$/.test(text);
+const plural = (n, word) => `${n} ${word}${n === 1 ? '' : 's'}`;
+const percent = (share) => (100 * share).toFixed(1) + ' %';
+
+// Background is right when nothing is made of it.
+const isRight = (take) => take.label < 0 ? !isNumber(take.outcome)
+                                         : take.outcome === String(take.label);
+const nameOf = (data, label) => {
+  if (label < 0) return 'background';
+  const name = data.classes.find((c) => c.label === label)?.name;
+  return name ? `class ${label} ${name}` : `class ${label}`;
+};
+const outcomeText = (take) => isNumber(take.outcome) ? `reported ${take.outcome}`
+                                                     : take.outcome;
+const chip = (good, text) => el('span', {class: 'chip ' + (good ? 'right' : 'wrong')}, text);
+
+// The times of a trace: seconds, or its points where the rate is not known. Fewer of its
+// points may be drawn than it has.
+const lengthOf = (data, trace) => (trace.points - 1) / (data.rate > 0 ? data.rate : 1);
+const timesOf = (data, trace) => Float64Array.from(trace[0],
+    (_, i) => lengthOf(data, trace) * i / Math.max(trace[0].length - 1, 1));
+const timeText = (data) => data.rate > 0 ? seconds : (t) => `point ${t + 1}`;
+
+function showHeader(data) {
+  document.title = data.title;
+  $('#title').textContent = data.title;
+  $('#facts').textContent = data.facts.join(' ');
+  const counts = new Map();
+  for (const take of data.takes) {
+    const what = isRight(take) ? take.label < 0 ? 'background kept out' : 'right'
+        : take.label < 0 ? 'background taken for a gesture'
+        : isNumber(take.outcome) ? 'taken for another' : take.outcome;
+    const entry = counts.get(what) ?? {good: isRight(take), count: 0};
+    ++entry.count;
+    counts.set(what, entry);
+  }
+  for (const [what, {good, count}] of [...counts].sort((a, b) => b[1].count - a[1].count)) {
+    $('#counts').append(el('li', {}, chip(good, `${count} ${what}`)));
+  }
+}
+
+// ---- what became of the takes ----------------------------------------------------------
+
+function showMatrix(data, showTakes) {
+  const {columns, rows} = data.matrix;
+  const share = (value) => value === null ? '–' : percent(value);
+  const table = el('table', {}, el('thead', {}, el('tr', {},
+      el('td', {}), ...[...columns, 'recall', 'precision'].map((c) =>
+        el('th', {scope: 'col'}, c)))));
+  const body = el('tbody');
+  for (const row of rows) {
+    const all = row.counts.reduce((sum, n) => sum + n, 0);
+    const cells = row.counts.map((count, i) => {
+      if (count === 0) return el('td', {}, el('span', {}, '·'));
+      const outcome = columns[i];
+      const right = isRight({label: row.label, outcome});
+      const button = el('button', {type: 'button', 'aria-label':
+        `${plural(count, 'take')} of ${nameOf(data, row.label)}, reported as ${outcome}`},
+      String(count));
+      button.style.setProperty('--share', `${Math.round(12 + 28 * count / all)}%`);
+      button.addEventListener('click', () => showTakes(row.label, outcome));
+      return el('td', right ? {class: 'right'} : {}, button);
+    });
+    body.append(el('tr', {}, el('th', {scope: 'row'}, nameOf(data, row.label)), ...cells,
+        ...[row.recall, row.precision].map((v) => el('td', {}, el('span', {}, share(v))))));
+  }
+  table.append(body);
+  $('#outcomes .wide').append(table);
+}
+
+// Bars of counts: [name, count] each.
+function barFigure(bars) {
+  const row = 26, width = pictureWidth();
+  const most = Math.max(...bars.map(([, count]) => count));
+  const picture = svg('svg', {viewBox: `0 0 ${width} ${bars.length * row * 1.5}`,
+    role: 'img'});
+  bars.forEach(([name, count], i) => {
+    const y = i * row * 1.5;
+    picture.append(svg('text', {x: 0, y: y + 13, class: 'strong'}, `${count}  ${name}`),
+        svg('rect', {class: 'bar', x: 0, y: y + 19, height: 8, rx: 2,
+          width: Math.max(width * count / most, 2)}));
+  });
+  return picture;
+}
+
+function latencyFigure(latencies) {
+  const bins = new Map();
+  for (const v of latencies) {
+    const bin = Math.floor(v * 1000 / kBinMs);
+    bins.set(bin, (bins.get(bin) ?? 0) + 1);
+  }
+  const first = Math.min(...bins.keys()), last = Math.max(...bins.keys()) + 1;
+  const most = Math.max(...bins.values());
+  const f = frame(pictureWidth(), 170, [first, last], [0, most]);
+  addLevels(f, 0, most);
+  addFooter(f, `${first * kBinMs} ms`, `takes in each ${kBinMs} ms`, `${last * kBinMs} ms`);
+  for (const [bin, count] of bins) {
+    f.picture.append(svg('rect', {class: 'bar', x: f.x(bin) + 1, y: f.y(count),
+      width: Math.max(f.x(bin + 1) - f.x(bin) - 2, 1), height: f.bottom - f.y(count)}));
+  }
+  return f.picture;
+}
+
+function showMeasured(data) {
+  const m = data.measured;
+  $('#measured').append(el('dl', {}, ...m.facts.map(([name, value]) =>
+    el('div', {}, el('dt', {}, name), el('dd', {}, value)))));
+  const figures = el('div', {class: 'figures'});
+  if (m.misses.length > 0) {
+    figures.append(figure('Takes that were not reported as their class, by cause',
+        barFigure(m.misses)));
+  }
+  if (m.latencies.length > 0) {
+    figures.append(figure('Latency: from the labelled end of a take to its event',
+        latencyFigure(m.latencies)));
+  }
+  $('#measured').append(figures);
+  if (m.folds.length > 1) {
+    $('#measured').append(el('div', {class: 'wide', tabindex: 0, role: 'region',
+      'aria-label': 'What was left out'}, el('table', {class: 'plain'},
+    el('thead', {}, el('tr', {}, ...['Left out', 'Takes', 'Right', 'Templates',
+      'From samples'].map((name) => el('th', {scope: 'col'}, name)))),
+    el('tbody', {}, ...m.folds.map((fold) => el('tr', {},
+        ...fold.map((cell) => el('td', {}, String(cell)))))))));
+  }
+}
+
+// ---- takes -----------------------------------------------------------------------------
+
+function takeFigures(data, take) {
+  const figures = el('div', {class: 'figures'});
+  if (take.trace === null) return figures;
+  const shown = [[`This take, x, y, z`, take.trace]];
+  const add = (title, place, score) => {
+    const e = data.exemplars[place];
+    shown.push([`${title}, ${e.name} of ${nameOf(data, e.label)}: x, y, z` +
+        (score === null ? '' : `, score ${score.toFixed(4)}`), e.trace]);
+  };
+  if (take.nearest !== null) add('The nearest template', take.nearest, take.score);
+  if (take.own !== null && take.own !== take.nearest) {
+    add('The nearest of its own class', take.own, take.own_score);
+  }
+  const range = rangeOf(shown.flatMap(([, trace]) => trace.map((values) => [values])));
+  const end = Math.max(...shown.map(([, trace]) => lengthOf(data, trace)));
+  for (const [caption, trace] of shown) {
+    figures.append(figure(caption, lineFigure(timesOf(data, trace),
+        trace.map((values, i) => [values, kAxes[i]]),
+        {range, end, unit: data.normalised ? 'times the strength' : 'm/s²',
+          time: timeText(data)})));
+  }
+  return figures;
+}
+
+function takeItem(data, take) {
+  const body = el('div', {class: 'body'});
+  const words = [];
+  if (take.score !== null) {
+    words.push(`Nearest to ${nameOf(data, take.named)} with ${take.score.toFixed(4)}` +
+        (take.threshold === null ? '.' : `; more than ${take.threshold.toFixed(4)} is accepted.`));
+  }
+  if (take.why) words.push(take.why[0].toUpperCase() + take.why.slice(1) + '.');
+  const item = el('details', {class: 'card take'}, el('summary', {},
+      el('span', {class: 'when'}, take.name),
+      el('span', {}, nameOf(data, take.label)),
+      chip(isRight(take), outcomeText(take)),
+      el('p', {class: 'why'}, words.join(' '))), body);
+  item.addEventListener('toggle', () => {
+    if (item.open && body.childElementCount === 0) body.append(takeFigures(data, take));
+  });
+  return item;
+}
+
+const kOutstanding = 'outstanding';
+
+// Wrong takes, the worst first; then the least alike of each class that are right.
+function outstanding(data) {
+  const score = (take) => take.score ?? -Infinity;
+  const wrong = data.takes.filter((take) => !isRight(take));
+  const far = data.classes.flatMap((c) =>
+    data.takes.filter((take) => take.label === c.label && isRight(take) && take.score !== null)
+        .sort((a, b) => a.score - b.score).slice(0, kFarthest));
+  const byScore = (a, b) => score(a) - score(b);
+  return [...wrong.sort(byScore), ...far.sort(byScore)];
+}
+
+function showTakes(data) {
+  const filter = $('#filter');
+  const lists = new Map([[kOutstanding, outstanding(data)]]);
+  filter.append(el('option', {value: kOutstanding},
+      `wrong ones, and the ${kFarthest} least alike of each class ` +
+      `(${lists.get(kOutstanding).length})`));
+  for (const row of data.matrix.rows) {
+    data.matrix.columns.forEach((outcome, i) => {
+      if (row.counts[i] === 0) return;
+      const key = `${row.label} ${outcome}`;
+      const list = data.takes.filter((take) =>
+        take.label === row.label && take.outcome === outcome);
+      lists.set(key, list);
+      filter.append(el('option', {value: key}, `${nameOf(data, row.label)}, ` +
+          `${isNumber(outcome) ? 'reported ' : ''}${outcome} (${list.length})`));
+    });
+  }
+  const show = () => {
+    const list = lists.get(filter.value);
+    $('#list').replaceChildren(...list.slice(0, kMostListed).map((take) =>
+      takeItem(data, take)));
+    if (list.length === 0) $('#list').append(el('p', {}, 'There is none.'));
+    $('#left-out').hidden = list.length <= kMostListed;
+    $('#left-out').textContent = `The first ${kMostListed} of ${list.length}.`;
+  };
+  filter.addEventListener('change', show);
+  show();
+  return (label, outcome) => {
+    filter.value = `${label} ${outcome}`;
+    show();
+    $('#takes').scrollIntoView({block: 'start'});
+    filter.focus({preventScroll: true});
+  };
+}
+
+// ---- cost ------------------------------------------------------------------------------
+
+// Accuracy over templates, for every set that was tried.
+function sweepFigure(sweep) {
+  const most = Math.max(...sweep.map((step) => step.templates));
+  const least = Math.floor(Math.min(...sweep.map((step) => 100 * step.accuracy), 99) / 5) * 5;
+  const f = frame(pictureWidth(), 200, [0, most * 1.05], [least, 100]);
+  addLevels(f, least, 100);
+  addFooter(f, '0', 'templates', String(Math.round(most * 1.05)));
+  for (const step of [...sweep].sort((a, b) => a.chosen - b.chosen)) {
+    f.picture.append(svg('circle', {cx: f.x(step.templates), cy: f.y(100 * step.accuracy),
+      r: step.chosen ? 6 : 4,
+      class: step.chosen ? 'chosen' : step.in_question ? 'in' : ''}));
+  }
+  return f.picture;
+}
+
+function showCost(data) {
+  const {cost} = data;
+  const cells = (points) => (points * cost.usual_points).toLocaleString('en');
+  const rows = cost.classes.map((c) => [nameOf(data, c.label), c.templates, c.points,
+    cells(c.points)]);
+  rows.push(['all', cost.templates, cost.points, cells(cost.points)]);
+  $('#cost').append(
+      el('p', {class: 'hint'}, `A recognition fills, at most, a table cell for each pair of ` +
+        `a motion's point and a template's point; here for a motion of ` +
+        `${cost.usual_points} points.` + (cost.note ? ' ' + cost.note : '')),
+      el('div', {class: 'wide', tabindex: 0, role: 'region', 'aria-label': 'The cost'},
+          el('table', {class: 'plain'},
+              el('thead', {}, el('tr', {}, ...['', 'Templates', 'Points',
+                'Cells for each recognition'].map((name) => el('th', {scope: 'col'}, name)))),
+              el('tbody', {}, ...rows.map(([name, ...figures]) => el('tr', {},
+                  el('th', {scope: 'row'}, name),
+                  ...figures.map((v) => el('td', {}, String(v)))))))));
+  if (cost.sweep.length > 0) {
+    $('#cost').append(el('div', {class: 'figures'}, figure(
+        'Named right, leaving one out, in percent, for each set of templates that was ' +
+        'tried: the chosen one is larger, hollow ones have too many for a class',
+        sweepFigure(cost.sweep))));
+  }
+}
+
+start((data) => {
+  for (const one of [...data.takes, ...data.exemplars]) {
+    if (one.trace === null) continue;
+    one.trace = one.trace.map(unpack);
+    one.trace.points = one.points;
+  }
+  showHeader(data);
+  const show = showTakes(data);
+  showMatrix(data, show);
+  showMeasured(data);
+  showClasses(data);
+  showCost(data);
+});

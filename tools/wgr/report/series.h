@@ -1,0 +1,24 @@
+// Numbers as a page holds them to be drawn: whole multiples of a unit, and no more of
+// them than a screen can show.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <vector>
+
+#include "classifier/points.h"
+
+// {"unit", "d"}: each number but the first as its difference to the one before. What is
+// not a number is drawn as 0.
+nlohmann::ordered_json series(const std::vector<double>& values, double unit);
+
+// The least and the greatest of every `bucket` values, in the order they came in, as the
+// values at the bucket's first and middle place.
+std::vector<double> extremes(const std::vector<double>& values, size_t bucket);
+std::vector<double> times_of_extremes(const std::vector<double>& t, size_t bucket);
+
+// How many values share a bucket where `count` are drawn as `most`.
+size_t bucket_for(size_t count, size_t most);
+
+// The series of x, y and z of the first `count` points.
+nlohmann::ordered_json axes_json(const Points& points, size_t count, size_t bucket,
+                                 double unit);
