@@ -1,12 +1,8 @@
 // wgr replay as its users run it: arguments and recordings in, printed text and exit
 // status out.
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <csignal>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -14,7 +10,9 @@
 #include "host/fixed_paths.h"
 #include "host/report.h"
 #include "host/session.h"
+#include "live_replay.h"
 #include "recording/recording.h"
+#include "run_wgr.h"
 #include "support/files.h"
 #include "support/motions.h"
 #include "support/private_paths.h"
@@ -26,23 +24,6 @@ using ::testing::StartsWith;
 
 static constexpr int kRate = 50;  // samples per second
 static constexpr int kClass = 3;
-
-struct Outcome {
-  int status;
-  std::string out;
-  std::string err;
-};
-
-static Outcome run_wgr(const std::string& arguments,
-                       const std::string& input = "/dev/null") {
-  TempDirectory directory;
-  const std::string out = directory.file("out");
-  const std::string err = directory.file("err");
-  const std::string command = std::string(WGR_PROGRAM) + " " + arguments + " <" + input +
-                              " >" + out + " 2>" + err;
-  const int status = std::system(command.c_str());
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(out), read_file(err)};
-}
 
 static std::vector<json> json_lines(const std::string& text) {
   std::vector<json> objects;
@@ -386,11 +367,7 @@ TEST_F(Replay, ALogThatCannotBeKeptIsSaid) {
 
 TEST_F(Replay, ResultsThatCannotBeWrittenAreNoSuccess) {
   install_model();
-  const std::string command =
-      std::string(WGR_PROGRAM) + " replay " + quoted_ + " >/dev/full 2>/dev/null";
-  const int status = std::system(command.c_str());
-  ASSERT_TRUE(WIFEXITED(status));
-  EXPECT_EQ(WEXITSTATUS(status), 1);
+  EXPECT_EQ(run_wgr("replay " + quoted_ + " >/dev/full").status, 1);
 }
 
 TEST_F(Replay, WrongArgumentsEndWithStatusTwo) {
@@ -419,60 +396,6 @@ TEST_F(Replay, HelpAndVersionAreOnStandardOutput) {
   EXPECT_EQ(version.status, 0);
   EXPECT_EQ(version.out, "wgr 0.1\n");
 }
-
-// A running wgr replay with both ends in the test's hands.
-class LiveReplay {
- public:
-  LiveReplay() {
-    int in[2];
-    int out[2];
-    if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0) std::abort();
-    child_ = fork();
-    if (child_ == 0) {
-      alarm(20);
-      dup2(in[0], STDIN_FILENO);
-      dup2(out[1], STDOUT_FILENO);
-      execl(WGR_PROGRAM, "wgr", "replay", "--json", "-", static_cast<char*>(nullptr));
-      _exit(127);
-    }
-    close(in[0]);
-    close(out[1]);
-    in_ = in[1];
-    out_ = fdopen(out[0], "r");
-  }
-  ~LiveReplay() {
-    end_input();
-    wait();
-    std::fclose(out_);
-  }
-  LiveReplay(const LiveReplay&) = delete;
-  LiveReplay& operator=(const LiveReplay&) = delete;
-
-  void write(const std::string& text) {
-    EXPECT_EQ(::write(in_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
-  }
-  void end_input() {
-    if (in_ >= 0) close(in_);
-    in_ = -1;
-  }
-  void interrupt() { kill(child_, SIGINT); }
-  std::string line() {
-    char text[4096] = {};
-    return std::fgets(text, sizeof text, out_) != nullptr ? text : "";
-  }
-  int wait() {
-    if (child_ < 0) return -1;
-    int status = 0;
-    waitpid(child_, &status, 0);
-    child_ = -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-  }
-
- private:
-  pid_t child_;
-  int in_;
-  std::FILE* out_;
-};
 
 TEST_F(Replay, ALiveStreamsEventsComeAsTheyHappen) {
   install_model();

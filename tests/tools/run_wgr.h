@@ -14,16 +14,18 @@ struct Outcome {
   std::string err;
 };
 
-// `command` goes to the shell, with nothing on standard input.
-inline Outcome run_command(const std::string& command) {
+// `command` goes to the shell, with the file `input`, quoted for it, on standard input.
+inline Outcome run_command(const std::string& command,
+                           const std::string& input = "/dev/null") {
   TempDirectory directory;
   const std::string out = directory.file("out");
   const std::string err = directory.file("err");
   const int status =
-      std::system(("( " + command + " ) </dev/null >" + out + " 2>" + err).c_str());
+      std::system(("( " + command + " ) <" + input + " >" + out + " 2>" + err).c_str());
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(out), read_file(err)};
 }
 
-inline Outcome run_wgr(const std::string& arguments) {
-  return run_command(std::string(WGR_PROGRAM) + " " + arguments);
+inline Outcome run_wgr(const std::string& arguments,
+                       const std::string& input = "/dev/null") {
+  return run_command(std::string(WGR_PROGRAM) + " " + arguments, input);
 }
