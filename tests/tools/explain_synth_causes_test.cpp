@@ -56,8 +56,8 @@ class SynthCauses : public ::testing::Test {
 
   void expect_expected(double begin, double end, int label, Cause cause) {
     Explanation e = explained_synth(kOneGesture, "--person 501");
-    // The first half of the gesture is always expected.
-    e.expected.push_back({2.0, 2.5, kClass, Cause::kReported, {}, ""});
+    // The first part of the gesture is always expected.
+    e.expected.push_back({2.0, 2.8, kClass, Cause::kReported, {}, ""});
     e.expected.push_back({begin, end, label, Cause::kReported, {}, ""});
     find_expected(e);
     EXPECT_STREQ(name_of(e.expected.back().cause), name_of(cause));
@@ -124,7 +124,7 @@ void SynthCauses::causes_of_the_host() {
 void SynthCauses::causes_of_what_was_expected() {
   expect_expected(0.2, 0.9, kClass, Cause::kAtRest);
   expect_expected(2.0, 3.1, kClass + 1, Cause::kOtherClass);
-  expect_expected(2.5, 3.1, kClass, Cause::kSharedMotion);
+  expect_expected(2.8, 3.1, kClass, Cause::kSharedMotion);
   expect_expected(100.0, 101.0, kClass, Cause::kNoSamples);
 }
 

@@ -23,6 +23,8 @@ seconds of everyday movement come in random order.
 With --training DIR there is one recording for each of --persons people, with index.csv
 and labels.csv beside them.
 
+--from and --dead-band make recordings as faulty as those of real watches are.
+
 The same arguments give the same bytes.
 
 Examples:
@@ -176,6 +178,15 @@ void add_synth(CLI::App& wgr) {
   command->add_option("--rate", given->performance.rate, "Samples per second")
       ->check(CLI::Range(10, 1000))
       ->option_text("HZ (50)");
+  RecordingFaults& faults = given->performance.faults;
+  command->add_option("--from", faults.from, "Begin later, whatever moves then")
+      ->check(CLI::NonNegativeNumber)
+      ->option_text("S (0)");
+  command
+      ->add_option("--dead-band", faults.gyro_dead_band,
+                   "Slower turns about an axis read as exactly zero")
+      ->check(CLI::NonNegativeNumber)
+      ->option_text("DEG/S (0)");
   command->add_option("--gestures", given->plan.gestures, "Takes of each gesture")
       ->check(CLI::Range(0, 1000))
       ->option_text("N (4)");

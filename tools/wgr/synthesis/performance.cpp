@@ -108,5 +108,6 @@ std::vector<RecordedSample> record(const Plan& plan, const Person& person,
     const Reading reading = options.wearer == 1 ? mirrored(left) : left;
     samples.push_back({rounded(t), rounded(reading.acc), rounded(reading.gyro)});
   }
+  apply(options.faults, samples);
   return samples;
 }
