@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "explain_support.h"
-#include "report/page_parts.h"
+#include "report/parts.h"
 #include "run_wgr.h"
 #include "support/cases.h"
 

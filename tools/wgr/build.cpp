@@ -6,6 +6,7 @@
 
 #include "host/own_stdout.h"
 #include "recording/recording.h"
+#include "report/model_accounts.h"
 #include "subcommands.h"
 #include "table.h"
 #include "training/build_arguments.h"
@@ -24,9 +25,10 @@ picked one by one. Each class's threshold comes from the scores of right, wrong 
 background samples; with --false-per-hour no more background samples are accepted than
 that many in the background's duration. Labels below 0 are background.
 
-Beside the model go a report (.report.txt) and a manifest (.json). The same input gives
-the same bytes. --slots builds several models: FILE has the header slot,input; a slot is
-the name of a model's folder, such as olvo_model_5_fb, an input is relative to FILE.
+Beside the model go a report (.report.txt) and a manifest (.json); --report draws it as a
+page for a browser. The same input gives the same bytes. --slots builds several models:
+FILE has the header slot,input; a slot is the name of a model's folder, such as
+olvo_model_5_fb, an input is relative to FILE.
 
 Examples:
   wgr build set -o models/olvo_model_5_fb/hgr_olvo.xml --background walks \
@@ -44,6 +46,7 @@ struct Arguments {
   std::string input;
   std::string slots;
   std::string out;
+  std::string page;  // file; empty: none
   std::optional<double> background_hours;
   bool model_only = false;
   BuildOptions options;
@@ -76,8 +79,10 @@ static void build_one(const Arguments& given, const std::string& input,
                       const std::string& out) {
   Gdata data;
   Provenance provenance;
+  std::vector<std::string> names;
   if (std::filesystem::is_directory(input)) {
     const CutSet set = cut_given(input, given.cut);
+    names = names_of_kept(set);
     std::fputs(summary_of(set).c_str(), stderr);
     provenance = set.provenance;
     data = parse_training_text(training_text(kept_motions(set), provenance.gravity));
@@ -100,10 +105,17 @@ static void build_one(const Arguments& given, const std::string& input,
   }
 
   BuildReport report;
-  const Gmodel model = build_model(data, options, report);
+  const Workshop workshop(data, options.threads);
+  const Gmodel model = workshop.build(options, report);
   const std::string text = report_text(report, options, provenance);
   std::fputs(text.c_str(), stderr);
   write_model(model, out);
+  if (!given.page.empty()) {
+    ModelAccount account =
+        account_of_build(workshop, model, report, options, provenance, names);
+    account.title = "Built from " + name_of_path(input);
+    write_text(given.page, model_page(account));
+  }
   if (given.model_only) return;
   const std::filesystem::path path(out);
   write_text(std::filesystem::path(path).replace_extension(".report.txt"), text);
@@ -138,6 +150,9 @@ static void build(const Arguments& given) {
   if (given.input.empty() == given.slots.empty()) {
     throw UsageError("build: either INPUT or --slots is wanted");
   }
+  if (!given.slots.empty() && !given.page.empty()) {
+    throw UsageError("build: --report is of one model, and goes without --slots");
+  }
   if (given.slots.empty()) {
     build_one(given, given.input, given.out);
   } else {
@@ -156,6 +171,7 @@ void add_build(CLI::App& wgr) {
       ->option_text("FILE");
   command->add_option("--slots", given->slots, "Table of several models to build")
       ->option_text("FILE");
+  add_report_option(*command, given->page);
   add_build_options(*command, given->options);
   command
       ->add_option("--background-hours", given->background_hours,

@@ -14,7 +14,9 @@
 #include "evaluation/output.h"
 #include "host/fixed_paths.h"
 #include "host/own_stdout.h"
+#include "report/model_accounts.h"
 #include "subcommands.h"
+#include "table.h"
 #include "training/build_arguments.h"
 #include "training/cut_arguments.h"
 #include "training/model_output.h"
@@ -27,7 +29,8 @@ stream: it goes through the same steps as wgr cut and the library's classifier. 
 --folds parts of the takes, from all the others, and played what was left out.
 
 --require ends with status 1 unless a figure is good enough: accuracy, kept_accuracy,
-named at least; false_per_hour, latency at most.
+named at least; false_per_hour, latency at most. --report draws it all as a page for a
+browser.
 
 Examples:
   wgr eval set --model models/olvo_model_5_fb/hgr_olvo.xml --require accuracy=0.95
@@ -37,6 +40,7 @@ namespace {
 
 struct Arguments {
   std::string folder;
+  std::string page;  // file; empty: none
   std::vector<std::string> requirements;
   bool json = false;
   CutArguments cut;
@@ -99,6 +103,16 @@ static void check(const Arguments& given) {
   for (const std::string& requirement : given.requirements) parse(requirement);
 }
 
+static std::string title_of(const Arguments& given) {
+  const std::string played =
+      name_of_path(given.folder.empty() ? given.cut.background.front() : given.folder);
+  const std::string& model = given.options.model;
+  if (model.empty()) return played + ", left out part by part";
+  // All models have one name; their folders tell them apart.
+  const std::string folder = name_of_path(std::filesystem::absolute(model).parent_path());
+  return played + ", played to " + folder + "/" + name_of_path(model);
+}
+
 static void eval(const Arguments& given) {
   check(given);
   if (given.options.scratch.empty()) run_again();
@@ -123,6 +137,12 @@ static void eval(const Arguments& given) {
                                       : text_of(result, set.provenance);
   std::fwrite(text.data(), 1, text.size(), out);
   if (std::fclose(out) != 0) throw std::runtime_error("standard output: not all written");
+
+  if (!given.page.empty()) {
+    ModelAccount account = account_of_evaluation(set, result);
+    account.title = title_of(given);
+    write_text(given.page, model_page(account));
+  }
 
   bool good = true;
   for (const std::string& requirement : given.requirements) {
@@ -156,6 +176,7 @@ void add_eval(CLI::App& wgr) {
       ->option_text("FIGURE=VALUE")
       ->allow_extra_args(false);
   command->add_flag("--json", given->json, "Print JSON");
+  add_report_option(*command, given->page);
   command->add_option("--scratch", given->options.scratch)->group("");
   add_build_options(*command, given->options.build);
   add_cut_arguments(*command, given->cut);

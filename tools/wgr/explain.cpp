@@ -9,7 +9,7 @@
 #include "explanation/output.h"
 #include "host/own_stdout.h"
 #include "host/session_arguments.h"
-#include "report/page.h"
+#include "report/explain_page.h"
 #include "subcommands.h"
 #include "table.h"
 
@@ -91,7 +91,7 @@ static void explain_recording(ExplainArguments& given) {
   if (std::fclose(out) != 0 || !written) {
     throw std::runtime_error("standard output: not everything could be written");
   }
-  if (!given.page.empty()) write_text(given.page, page_of(explanation));
+  if (!given.page.empty()) write_text(given.page, explain_page(explanation));
   if (malformed) std::rethrow_exception(malformed);
 }
 

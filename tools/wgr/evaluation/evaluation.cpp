@@ -209,8 +209,15 @@ static int name_of(HGR& classifier, const Motion& motion) {
   return classifier.predict(trace, nullptr, nullptr, nullptr);
 }
 
-static void score_take(const CutRecording& recording, size_t take, const Answers& answers,
-                       HGR& classifier, Fold& fold, Evaluation& result) {
+static std::string outcome_of(const std::optional<GestureEvent>& answer) {
+  if (!answer) return kNothing;
+  return answer->gesture == report_of(kRejected) ? kRefused
+                                                 : std::to_string(answer->gesture);
+}
+
+static Played score_take(const CutRecording& recording, size_t take,
+                         const Answers& answers, HGR& classifier, Fold& fold,
+                         Evaluation& result) {
   const LabelledSpan& span = recording.spans[take];
   ++result.takes;
   ++fold.takes;
@@ -238,8 +245,8 @@ static void score_take(const CutRecording& recording, size_t take, const Answers
                   : kVerdictNames[static_cast<size_t>(motion.verdict)];
     } else {
       const int reported = answers[m]->gesture;
-      const bool refused = reported == report_of(kRejected);
-      outcome = refused ? kRefused : std::to_string(reported);
+      outcome = outcome_of(answers[m]);
+      const bool refused = outcome == kRefused;
       cause = refused ? "refused: less alike than the threshold" : "taken for another";
       if (!kept) {
         cause +=
@@ -260,6 +267,12 @@ static void score_take(const CutRecording& recording, size_t take, const Answers
     result.kept_right += right ? 1 : 0;
     result.kept_named += name_of(classifier, recording.motions[m]) == span.label ? 1 : 0;
   }
+  Played played;
+  played.take = take;
+  if (kept || nearest >= 0) played.motion = m;
+  played.outcome = outcome;
+  if (!right) played.cause = cause;
+  return played;
 }
 
 static void play(const CutSet& set, const Division& division, size_t f, HGR& classifier,
@@ -272,19 +285,26 @@ static void play(const CutSet& set, const Division& division, size_t f, HGR& cla
     const Answers answers = recording.whole ? ask_classifier(classifier, recording)
                                             : play_stream(recording, set.provenance);
     if (background) progress.add(1);
+    const auto note = [&](Played played) {
+      played.recording = r;
+      played.fold = f;
+      result.played.push_back(std::move(played));
+    };
     for (size_t take = 0; take < folds.size(); ++take) {
-      if (folds[take] == f) {
-        score_take(recording, take, answers, classifier, fold, result);
-      }
+      if (folds[take] != f) continue;
+      note(score_take(recording, take, answers, classifier, fold, result));
     }
     if (background) result.background_hours += recording.background_seconds;
     for (size_t m = 0; m < answers.size(); ++m) {
-      if (!answers[m]) continue;
+      const bool asked = recording.motions[m].verdict == Verdict::kKept;
+      if (!answers[m] && !asked) continue;
       const int span = most_overlapped<std::vector<LabelledSpan>>(
           recording.spans,
           [&](const LabelledSpan& s) { return overlap(recording.motions[m], s); });
       const bool counts = span < 0 ? background : folds[static_cast<size_t>(span)] == f;
       if (!counts) continue;
+      if (span < 0) note({0, {}, m, 0, outcome_of(answers[m]), ""});
+      if (!answers[m]) continue;
       const bool refused = answers[m]->gesture == report_of(kRejected);
       if (!refused) ++result.events[answers[m]->gesture];
       if (span < 0) ++(refused ? result.refused_outside : result.false_events);
@@ -351,6 +371,7 @@ Evaluation evaluate(const CutSet& set, const EvaluationOptions& options) {
     HGR classifier(0);
     classifier.model->read(std::filesystem::path(place).replace_extension("").c_str());
     if (!workshop) fold.templates = classifier.model->templates.size();
+    result.models.push_back(*classifier.model);
     play(set, division, f, classifier, fold, result, progress);
     result.folds.push_back(fold);
     // Only the newest lines of the library's log would be of use, and it grows fast.

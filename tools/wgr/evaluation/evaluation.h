@@ -34,6 +34,16 @@ struct Fold {
   size_t right = 0;
 };
 
+// A take, or a motion outside all takes that a model was asked about.
+struct Played {
+  size_t recording = 0;          // of the set
+  std::optional<size_t> take;    // of the recording's spans
+  std::optional<size_t> motion;  // of the recording's motions
+  size_t fold = 0;
+  std::string outcome;  // a class's number, or one of the words above
+  std::string cause;    // why it was not reported as its class
+};
+
 struct Evaluation {
   size_t takes = 0;       // labelled
   size_t right = 0;       // reported as their class
@@ -50,6 +60,8 @@ struct Evaluation {
   double background_hours = 0.0;
   std::vector<double> latencies;  // s, from the end of a take to its event; sorted
   std::vector<Fold> folds;
+  std::vector<Gmodel> models;  // of the folds, as the library read them
+  std::vector<Played> played;
 
   double accuracy() const;
   double kept_accuracy() const;

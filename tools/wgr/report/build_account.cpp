@@ -50,7 +50,7 @@ static void measure(const BuildReport& report, const BuildOptions& options,
                                   std::to_string(report.background)}};
   if (report.background_allowed) {
     account.measured.emplace_back("background allowed",
-                                  std::to_string(*report.background_allowed) + ", " +
+                                  std::to_string(*report.background_allowed) + ", for " +
                                       fixed(*options.false_per_hour, 2) + " an hour");
   }
   if (options.background_hours > 0.0) {

@@ -1,6 +1,6 @@
 # Writes a C++ source with the content of files: cmake -DOUT=FILE "-DPARTS=name=path;..."
 # -P embed.cmake. Each part becomes a std::string_view of its name.
-set(text "#include \"report/page_parts.h\"\n")
+set(text "#include \"report/parts.h\"\n")
 foreach(part IN LISTS PARTS)
   string(REGEX MATCH "^([^=]+)=(.*)$" _ "${part}")
   set(name ${CMAKE_MATCH_1})

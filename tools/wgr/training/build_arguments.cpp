@@ -32,3 +32,9 @@ void add_build_options(CLI::App& command, BuildOptions& options) {
       ->check(CLI::Range(1, 256))
       ->option_text("N");
 }
+
+void add_report_option(CLI::App& command, std::string& page) {
+  command
+      .add_option("--report", page, "Draw every take and its score, a page for a browser")
+      ->option_text("FILE.html");
+}

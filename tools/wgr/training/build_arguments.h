@@ -2,8 +2,12 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <string>
 
 #include "training/model_builder.h"
 
 // Adds --templates, --margin, --false-cost, --false-per-hour and --threads.
 void add_build_options(CLI::App& command, BuildOptions& options);
+
+// Adds --report, which names a page for a browser.
+void add_report_option(CLI::App& command, std::string& page);

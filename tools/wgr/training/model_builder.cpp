@@ -427,6 +427,7 @@ Gmodel Workshop::build(const std::vector<bool>& taken, const BuildOptions& optio
   model.class_thresholds = thresholds;
   for (const Template& t : job.templates) {
     model.templates.emplace_back(job.classes[t.class_index], traces_[t.sample]);
+    report.template_samples.push_back(t.sample);
   }
   model.nTemplate = static_cast<int>(model.templates.size());
   return model;

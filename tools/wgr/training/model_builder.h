@@ -50,6 +50,7 @@ struct BuildReport {
   size_t background = 0;           // samples
   size_t background_accepted = 0;  // of them, taken for a gesture
   std::optional<size_t> background_allowed;
+  std::vector<size_t> template_samples;  // of each template of the model, its Workshop's
 
   size_t samples() const;
   size_t named() const;     // rightly
@@ -72,6 +73,11 @@ class Workshop {
   Gmodel build(const std::vector<bool>& taken, const BuildOptions& options,
                BuildReport& report) const;
   Gmodel build(const BuildOptions& options, BuildReport& report) const;
+
+  // The samples made ready, those of gestures first.
+  const std::vector<Points>& traces() const { return traces_; }
+  const std::vector<int>& labels() const { return labels_; }
+  const std::vector<size_t>& origin() const { return origin_; }  // index in the data
 
  private:
   struct Template;
