@@ -51,6 +51,19 @@ class GdataTest : public ::testing::Test {
   Gdata data;
 };
 
+TEST_F(GdataTest, StartsEmptyAndOfNoKind) {
+  EXPECT_EQ(data.kind, -1);
+  EXPECT_THAT(data.samples, IsEmpty());
+  EXPECT_THAT(data.class_counts, IsEmpty());
+}
+
+TEST_F(GdataTest, ARecordThatNamesNoLabelHasLabelZero) {
+  load("\n\n\n\n");
+  ASSERT_EQ(data.samples.size(), 1u);
+  EXPECT_EQ(label(0), 0);
+  EXPECT_THAT(data.class_counts, ElementsAre(Pair(0, 1)));
+}
+
 TEST_F(GdataTest, LoadsRecordsWithTheirGravityVectors) {
   load(kTwoRecords);
   EXPECT_EQ(data.kind, 1);

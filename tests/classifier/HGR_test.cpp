@@ -66,6 +66,17 @@ TEST_F(HgrTest, NamesTheMostSimilarTemplate) {
   EXPECT_EQ(score, -4.0);
 }
 
+// The count decides, where it is less than there are.
+TEST_F(HgrTest, ComparesNoMoreTemplatesThanTheModelCounts) {
+  set_templates({{3, at(5)}, {5, at(0)}});
+  const std::pair<int, int> cases[] = {{-1, 14}, {0, 14}, {1, 3}, {2, 5}, {3, 5}};
+  for (const auto& [count, label] : cases) {
+    hgr.model->nTemplate = count;
+    Points trace = at(0);
+    EXPECT_EQ(hgr.predict(trace, nullptr, nullptr, nullptr), label) << count;
+  }
+}
+
 TEST_F(HgrTest, NamesTheFirstOfEquallySimilarTemplates) {
   set_templates({{8, at(5)}, {3, at(1)}, {5, at(-1)}, {4, at(1)}});
   Points trace = at(0);
@@ -357,6 +368,16 @@ TEST_F(HgrTest, MatrixHasZerosOnItsDiagonalWhateverTheTraces) {
   EXPECT_TRUE(same_bits(matrix[0], 0.0f));
   EXPECT_TRUE(same_bits(matrix[3], 0.0f));
   EXPECT_EQ(matrix[1], -std::numeric_limits<float>::infinity());
+}
+
+TEST_F(HgrTest, MatrixSetsATraceWithoutMotionApartFromAll) {
+  const float apart = -std::numeric_limits<float>::infinity();
+  const std::unique_ptr<float[]> matrix(hgr.cal_sim_matrix({{}, at(1), {}, at(3)}, 0));
+  const std::vector<float> expected = {0,     apart, apart, apart,  //
+                                       apart, 0,     apart, -4,     //
+                                       apart, apart, 0,     apart,  //
+                                       apart, -4,    apart, 0};
+  EXPECT_EQ(std::vector<float>(matrix.get(), matrix.get() + 16), expected);
 }
 
 TEST_F(HgrTest, MatrixGivesTheBitsOfTheLiteralVersion) {

@@ -123,6 +123,7 @@ TEST_F(ModelChecking, EachFaultIsNamedOnceWithItsLine) {
       {4, "3 3 9",
        "4: template 1, its label and number of points: more than 2 values" THE_SURPLUS},
       {5, "1 0 ", "5: template 1, its x: 2 values instead of 3" THE_REST},
+      {5, "", "5: template 1, its x: 0 values instead of 3" THE_REST},
       {6, "0 0.6 0 1 ", "6: template 1, its y: more than 3 values" THE_SURPLUS},
       {7, "0 0.8 1e999 ", "7: template 1, its z: value 3" NO_NUMBER},
       {7, "0 0.8 0 ",
