@@ -194,7 +194,7 @@ TEST_F(Preflight, ADirectoryThatForbidsTheLogIsANote) {
 // For a thread: a file system of one page, without a free one, in the log's place.
 static bool fill_the_logs_disk() {
   if (unshare(CLONE_NEWNS) != 0 ||
-      mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+      mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) != 0 ||
       mount("tmpfs", "/home/app", "tmpfs", 0, "size=4k") != 0) {
     return false;
   }

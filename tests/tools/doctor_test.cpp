@@ -12,6 +12,7 @@
 #include "diagnosis/agreement.h"
 #include "diagnosis/diagnosis.h"
 #include "recording/recording.h"
+#include "support/cases.h"
 #include "support/files.h"
 #include "synthesis/performance.h"
 #include "tools/run_wgr.h"
@@ -50,7 +51,8 @@ static std::string told(const Diagnosis& diagnosis) {
 }
 
 TEST(Doctor, FindsNothingInSoundStreams) {
-  for (int person = 1; person <= 40; ++person) {
+  const int people = enough_cases() ? 40 : 4;
+  for (int person = 1; person <= people; ++person) {
     const int rates[] = {50, 100, 25, 64};
     const int rate = rates[person % 4];
     const Style style = person % 3 == 0 ? Style::kCalm : Style::kFree;
@@ -226,7 +228,8 @@ static const std::vector<Fault>& faults() {
 
 TEST(Doctor, FindsEveryPlantedFaultAndNothingElse) {
   EXPECT_GE(faults().size(), 20u);
-  for (int person = 1; person <= 6; ++person) {
+  const int people = enough_cases() ? 6 : 1;
+  for (int person = 1; person <= people; ++person) {
     const Recorded sound = take(person, 50, person % 2);
     for (const Fault& fault : faults()) {
       Recorded samples = sound;
