@@ -27,9 +27,10 @@ async function readData() {
   return JSON.parse(await new Response(plain).text());
 }
 function unpack(series) {
-  const values = new Float64Array(series.d.length);
+  const steps = series.d === '' ? [] : series.d.split(' ');
+  const values = new Float64Array(steps.length);
   let sum = 0;
-  for (let i = 0; i < values.length; ++i) values[i] = (sum += series.d[i]) * series.unit;
+  for (let i = 0; i < values.length; ++i) values[i] = (sum += Number(steps[i])) * series.unit;
   return values;
 }
 

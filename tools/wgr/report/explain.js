@@ -186,7 +186,7 @@ function showRests(e) {
 
 start((data) => {
   showHeader(data.explanation);
-  const stream = data.stream.t.d.length > 1 ? makeStream(data) :
+  const stream = unpack(data.stream.t).length > 1 ? makeStream(data) :
     {setView() {}, charts: () => []};
   window.report = stream;  // for those who look into it with the browser's console
   const openMotion = showMotions(data, stream);

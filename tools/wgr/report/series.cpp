@@ -2,18 +2,21 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string>
 
 using Json = nlohmann::ordered_json;
 
 static constexpr double kLargest = 1e9;  // units; what overflows is drawn at the rim
 
 Json series(const std::vector<double>& values, double unit) {
-  Json steps = Json::array();
+  // One text: an array of as many numbers takes JSON many times as long.
+  std::string steps;
   long long last = 0;
   for (const double value : values) {
     const double scaled = std::isnan(value) ? 0.0 : value / unit;
     const long long whole = std::llround(std::clamp(scaled, -kLargest, kLargest));
-    steps.push_back(whole - last);
+    if (!steps.empty()) steps += ' ';
+    steps += std::to_string(whole - last);
     last = whole;
   }
   return {{"unit", unit}, {"d", steps}};

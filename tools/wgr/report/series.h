@@ -7,8 +7,8 @@
 
 #include "classifier/points.h"
 
-// {"unit", "d"}: each number but the first as its difference to the one before. What is
-// not a number is drawn as 0.
+// {"unit", "d"}: a text of whole numbers with blanks between them, each but the first the
+// difference to the one before. What is not a number is drawn as 0.
 nlohmann::ordered_json series(const std::vector<double>& values, double unit);
 
 // The least and the greatest of every `bucket` values, in the order they came in, as the
