@@ -1,4 +1,5 @@
-// For every cause a small recording that it decides, and an explanation that names it.
+// For every cause a small recording that it decides, sample by sample, so that its edges
+// are met exactly; recordings of whole wrists are in explain_synth_causes_test.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -6,6 +6,7 @@
 
 #include "report/model_accounts.h"
 #include "run_wgr.h"
+#include "support/cases.h"
 #include "support/private_paths.h"
 #include "support/random_points.h"
 
@@ -89,6 +90,7 @@ TEST(AccountOfBuild, ATemplateDoesNotMeetItself) {
 }
 
 TEST(ModelPage, ManyLongTakesStillMakeASmallPage) {
+  if (!enough_cases()) GTEST_SKIP() << "too slow here";
   RandomPoints random(4);
   ModelAccount account;
   account.provenance.rate = 100;
