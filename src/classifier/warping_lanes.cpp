@@ -29,7 +29,7 @@ struct Vectors<1> {
 };
 
 struct Table {
-  Motion trace;          // i: rows
+  MotionPoints trace;    // i: rows
   const double* others;  // j: columns
   size_t columns;
   // The row that was filled last.
@@ -168,11 +168,11 @@ static const Filler& filler() {
 
 size_t WarpingLanes::width() { return filler().lanes; }
 
-void WarpingLanes::set_others(const std::vector<Motion>& others) {
+void WarpingLanes::set_others(const std::vector<MotionPoints>& others) {
   const size_t lanes = width();
   size_t columns = 0;
   points_.clear();
-  for (const Motion& other : others) {
+  for (const MotionPoints& other : others) {
     points_.push_back(other.count);
     columns = std::max(columns, other.count);
   }
@@ -191,7 +191,7 @@ void WarpingLanes::set_others(const std::vector<Motion>& others) {
   }
 }
 
-void WarpingLanes::warp(const Motion& trace) {
+void WarpingLanes::warp(const MotionPoints& trace) {
   trace_points_ = trace.count;
   filler().fill({trace, others_.data(), cost_.size() / width(), cost_.data(),
                  forth_.data(), back_.data()});

@@ -9,7 +9,7 @@
 #include "classifier/warping.h"
 
 // The first points of a trace.
-struct Motion {
+struct MotionPoints {
   const Point3Df* points;
   size_t count;
 };
@@ -21,9 +21,9 @@ class WarpingLanes {
   static size_t width();
 
   // The others, at most width() of them, none empty; they are copied.
-  void set_others(const std::vector<Motion>& others);
+  void set_others(const std::vector<MotionPoints>& others);
 
-  void warp(const Motion& trace);
+  void warp(const MotionPoints& trace);
 
   // What the last warp() found for one of the others: equal in cost, but not always in
   // length. (Infinite coordinates can make costs that do not compare, and then the two
