@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "hold_signals.h"
 #include "host/own_stdout.h"
 #include "recording/recording.h"
 #include "report/model_accounts.h"
@@ -109,13 +110,16 @@ static void build_one(const Arguments& given, const std::string& input,
   const Gmodel model = workshop.build(options, report);
   const std::string text = report_text(report, options, provenance);
   std::fputs(text.c_str(), stderr);
-  write_model(model, out);
+  std::string page;
   if (!given.page.empty()) {
     ModelAccount account =
         account_of_build(workshop, model, report, options, provenance, names);
     account.title = "Built from " + name_of_path(input);
-    write_text(given.page, model_page(account));
+    page = model_page(account);
   }
+  const HoldSignals hold;  // all that is written, or nothing
+  write_model(model, out);
+  if (!given.page.empty()) write_text(given.page, page);
   if (given.model_only) return;
   const std::filesystem::path path(out);
   write_text(std::filesystem::path(path).replace_extension(".report.txt"), text);

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "hold_signals.h"
 #include "host/own_stdout.h"
 #include "recording/recording.h"
 #include "sha256.h"
@@ -46,6 +47,7 @@ static void cut(const Arguments& given) {
   if (given.out != "-") {
     auto description = to_json(set.provenance);
     description["training_file_sha256"] = sha256(text);
+    const HoldSignals hold;  // both, or neither
     write_text(description_path(given.out), as_text(description));
     write_text(given.out, text);
   } else {

@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "engine/reconstruction.h"
+#include "hold_signals.h"
 
 static constexpr int kOwnDefault = -1;             // a length that the engine chooses
 static constexpr double kStrengthThreshold = 2.0;  // m/s², as after initialisation
@@ -15,6 +16,7 @@ static constexpr double kInsideShare = 0.5;  // of motion and span: the motion i
 
 // An engine that cuts and measures as with a model of ours, but recognises nothing.
 static std::unique_ptr<AgGes> make_engine(int rate, int shortest, bool gravity) {
+  const HoldSignals hold;  // an interruption would leave the folder behind
   std::string folder = (std::filesystem::temp_directory_path() / "wgr-XXXXXX").string();
   if (mkdtemp(folder.data()) == nullptr) {
     throw std::runtime_error(folder + ": a temporary folder cannot be made");
