@@ -21,15 +21,18 @@ static constexpr char kFooter[] =
 Affinity propagation picks each class's templates. A sweep over its preference finds the
 smallest set of templates whose accuracy, every sample compared with all templates but
 itself, is within --margin of the best; no class gets more templates than a third of its
-samples. Where it does not converge it is tried with more damping; then templates are
-picked one by one. Each class's threshold comes from the scores of right, wrong and
-background samples; with --false-per-hour no more background samples are accepted than
-that many in the background's duration. Labels below 0 are background.
+samples (--share). For wearers who recorded nothing, --strangers compares every sample
+with the templates of other subjects alone. Where affinity propagation does not converge
+it is tried with more damping; then templates are picked one by one. Each class's
+threshold comes from the scores of right, wrong and background samples; with
+--false-per-hour no more background samples are accepted than that many in the
+background's duration, and no threshold lies lower than it would without background.
+Labels below 0 are background.
 
 Beside the model go a report (.report.txt) and a manifest (.json); --report draws it as a
-page for a browser. The same input gives the same bytes. --slots builds several models:
-FILE has the header slot,input; a slot is the name of a model's folder, such as
-olvo_model_5_fb, an input is relative to FILE.
+page for a browser. The same input gives the same bytes; Ctrl-C leaves all as it was.
+--slots builds several models: FILE has the header slot,input; a slot is the name of a
+model's folder, such as olvo_model_5_fb, an input is relative to FILE.
 
 Examples:
   wgr build set -o models/olvo_model_5_fb/hgr_olvo.xml --background walks \
@@ -106,7 +109,7 @@ static void build_one(const Arguments& given, const std::string& input,
   }
 
   BuildReport report;
-  const Workshop workshop(data, options.threads);
+  const Workshop workshop(data, options.threads, false, provenance.subjects);
   const Gmodel model = workshop.build(options, report);
   const std::string text = report_text(report, options, provenance);
   std::fputs(text.c_str(), stderr);

@@ -26,6 +26,11 @@ double Evaluation::accuracy() const { return share(right, takes); }
 double Evaluation::kept_accuracy() const { return share(kept_right, kept); }
 double Evaluation::named() const { return share(kept_named, kept); }
 
+std::optional<double> Evaluation::named_by_all() const {
+  if (by_all.samples == 0) return std::nullopt;
+  return share(by_all.right, by_all.samples);
+}
+
 std::optional<double> Evaluation::false_per_hour() const {
   if (!(background_hours > 0.0)) return std::nullopt;
   return static_cast<double>(false_events) / background_hours;
@@ -351,7 +356,7 @@ Evaluation evaluate(const CutSet& set, const EvaluationOptions& options) {
   } else {
     workshop.emplace(
         parse_training_text(training_text(kept_motions(set), set.provenance.gravity)),
-        options.build.threads);
+        options.build.threads, false, set.provenance.subjects);
   }
 
   Evaluation result;
@@ -364,7 +369,11 @@ Evaluation evaluate(const CutSet& set, const EvaluationOptions& options) {
       BuildOptions build = options.build;
       build.background_hours = hours_in(set, division, f);
       BuildReport report;
-      write_model(workshop->build(taken_in(set, division, f), build, report), place);
+      const std::vector<bool> taken = taken_in(set, division, f);
+      write_model(workshop->build(taken, build, report), place);
+      const Tally by_all = workshop->named_by_all(taken);
+      result.by_all.samples += by_all.samples;
+      result.by_all.right += by_all.right;
       fold.samples = report.samples();
       fold.templates = report.templates();
     }

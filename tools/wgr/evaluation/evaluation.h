@@ -51,6 +51,7 @@ struct Evaluation {
   size_t kept_right = 0;  // of these, reported as their class
   size_t kept_named = 0;  // of these, nearest to a template of their class
   size_t whole = 0;       // takes cut beforehand
+  Tally by_all;  // with models from the rest: samples left out, by all of the rest
   // What was reported for the takes of each class, by number, or one of the words above.
   std::map<int, std::map<std::string, size_t>> confusion;
   std::map<int, size_t> events;          // of each class, anywhere
@@ -66,6 +67,7 @@ struct Evaluation {
   double accuracy() const;
   double kept_accuracy() const;
   double named() const;
+  std::optional<double> named_by_all() const;
   std::optional<double> false_per_hour() const;
   // No more than this an hour, with 95 % confidence.
   std::optional<double> false_per_hour_bound() const;

@@ -85,7 +85,11 @@ std::string text_of(const Evaluation& result, const Provenance& provenance) {
     }
     text += "\nof kept takes  " + percent(result.kept_accuracy()) + " of " +
             std::to_string(result.kept) + "; " + percent(result.named()) +
-            " are nearest to a template of their class\n\n";
+            " are nearest to a template of their class";
+    if (const auto all = result.named_by_all()) {
+      text += "; " + percent(*all) + " with every kept take of the rest as a template";
+    }
+    text += "\n\n";
     text += confusion_text(result, provenance) + "\n";
     for (const auto& [cause, count] : result.misses) {
       text += "missed" + padded(std::to_string(count)) + "  " + cause + "\n";
@@ -129,6 +133,7 @@ Json to_json(const Evaluation& result, const Provenance& provenance) {
   json["kept"] = result.kept;
   json["kept_accuracy"] = result.kept > 0 ? Json(result.kept_accuracy()) : Json(nullptr);
   json["named"] = result.kept > 0 ? Json(result.named()) : Json(nullptr);
+  json["named_by_all"] = or_null(result.named_by_all());
   json["cut_beforehand"] = result.whole;
   json["confusion"] = Json::object();
   json["classes"] = Json::object();

@@ -76,8 +76,10 @@ ModelAccount account_of_build(const Workshop& workshop, const Gmodel& model,
       std::to_string(report.samples()) + " samples of " +
           std::to_string(report.classes.size()) + " classes and " +
           std::to_string(report.background) + " of background.",
-      "Each was compared with all templates but itself, so that what a template is like "
-      "does not count for it."};
+      options.strangers
+          ? "Each was compared with the templates of other subjects alone."
+          : "Each was compared with all templates but itself, so that what a template is "
+            "like does not count for it."};
   for (const std::string& note : report.notes) account.facts.push_back(note + ".");
   for (const ClassReport& c : report.classes) {
     account.classes.push_back({c.label, {c.threshold}, c.chosen_by});
@@ -95,10 +97,13 @@ ModelAccount account_of_build(const Workshop& workshop, const Gmodel& model,
     take.trace = workshop.traces()[i];
     std::vector<size_t> met;
     for (size_t t = 0; t < report.template_samples.size(); ++t) {
-      if (report.template_samples[t] != i) met.push_back(t);
+      if (workshop.judges(report.template_samples[t], i, options.strangers)) {
+        met.push_back(t);
+      }
     }
     if (met.size() < report.template_samples.size()) {
-      take.why = "it is a template itself, and met the others";
+      take.why = options.strangers ? "it met the templates of other subjects"
+                                   : "it is a template itself, and met the others";
     }
     judge(model, account.exemplars, met, take);
     account.takes.push_back(std::move(take));

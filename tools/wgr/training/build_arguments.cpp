@@ -16,6 +16,9 @@ void add_build_options(CLI::App& command, BuildOptions& options) {
                   "Of a class's samples, how many may be templates")
       ->check(CLI::Range(0.0, 1.0))
       ->option_text("SHARE (0.33)");
+  command.add_flag("--strangers", options.strangers,
+                   "Judge every sample by the templates of other\nsubjects, for wearers "
+                   "who recorded nothing");
   command
       .add_option("--false-cost", options.false_cost,
                   "What an accepted wrong sample costs, in refused right ones")

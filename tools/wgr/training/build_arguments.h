@@ -6,7 +6,8 @@
 
 #include "training/model_builder.h"
 
-// Adds --templates, --margin, --false-cost, --false-per-hour and --threads.
+// Adds --templates, --margin, --share, --strangers, --false-cost, --false-per-hour and
+// --threads.
 void add_build_options(CLI::App& command, BuildOptions& options);
 
 // Adds --report, which names a page for a browser.

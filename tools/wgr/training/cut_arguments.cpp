@@ -20,12 +20,16 @@ void add_cut_arguments(CLI::App& command, CutArguments& given) {
                    "Take marked spans whole, not the motions between\nrests in them");
   command.add_flag("--no-gravity", given.no_gravity,
                    "The recordings have no gravity in them");
+  command.add_flag(
+      "--no-attitude", given.no_attitude,
+      "Which way is down does not count; gravity is one\nmore point of the motion");
 }
 
 CutSet cut_given(const std::string& folder, const CutArguments& given,
                  const Classes& classes) {
   CutOptions options = given.options;
   options.gravity = !given.no_gravity;
+  options.attitude = !given.no_attitude;
   std::vector<SetEntry> background;
   for (const std::string& path : given.background) {
     for (SetEntry& entry : read_background(path)) background.push_back(std::move(entry));

@@ -11,9 +11,10 @@ struct CutArguments {
   CutOptions options;
   std::vector<std::string> background;  // folders or recordings
   bool no_gravity = false;
+  bool no_attitude = false;
 };
 
-// Adds --background, --rate, --shortest and --no-gravity.
+// Adds --background, --rate, --shortest, --spans, --no-gravity and --no-attitude.
 void add_cut_arguments(CLI::App& command, CutArguments& given);
 
 // Reads and cuts a folder, and the background that was given.

@@ -220,6 +220,20 @@ static void check_gravity(const CutSet& set, bool gravity) {
   }
 }
 
+// Whose the kept motions are, if the index tells that of any.
+static void note_subjects(CutSet& set) {
+  bool told = false;
+  std::vector<std::string> subjects;
+  for (const CutRecording& recording : set.recordings) {
+    for (const Motion& motion : recording.motions) {
+      if (motion.verdict != Verdict::kKept) continue;
+      subjects.push_back(recording.entry.subject);
+      told = told || !recording.entry.subject.empty();
+    }
+  }
+  if (told) set.provenance.subjects = std::move(subjects);
+}
+
 CutSet cut_set(const std::vector<SetEntry>& set, const std::vector<SetEntry>& background,
                const CutOptions& options, const Classes& classes) {
   CutSet cut;
@@ -248,7 +262,8 @@ CutSet cut_set(const std::vector<SetEntry>& set, const std::vector<SetEntry>& ba
                      " samples/s is too low for gestures; give --rate");
   }
 
-  Cutter cutter(rate, options.shortest, options.gravity);
+  const bool attitude = options.gravity && options.attitude;
+  Cutter cutter(rate, options.shortest, attitude);
   size_t whole = 0;
   size_t takes = 0;
   for (size_t i = 0; i < cut.recordings.size(); ++i) {
@@ -278,11 +293,12 @@ CutSet cut_set(const std::vector<SetEntry>& set, const std::vector<SetEntry>& ba
       std::round(cut.provenance.background_seconds * kMsPerSecond) / kMsPerSecond;
   const AgGes& engine = cutter.engine();
   cut.provenance.rate = rate;
-  cut.provenance.gravity = options.gravity;
+  cut.provenance.gravity = attitude;
   cut.provenance.shortest = engine.min_motion_len;
   cut.provenance.static_window = engine.static_window;
   cut.provenance.strength_threshold = engine.strength_threshold;
   check_gravity(cut, options.gravity);
+  note_subjects(cut);
 
   cut.notes = text_of(notes, rate);
   if (takes > 0) {
@@ -299,6 +315,8 @@ CutSet cut_set(const std::vector<SetEntry>& set, const std::vector<SetEntry>& ba
   }
   if (!options.gravity) {
     cut.notes += "without gravity: the attitude does not count\n";
+  } else if (!options.attitude) {
+    cut.notes += "the attitude does not count; gravity is one more point\n";
   }
   return cut;
 }

@@ -16,6 +16,7 @@ struct CutOptions {
   std::optional<int> rate;   // samples per second; otherwise that of most recordings
   int shortest = -1;         // motion that is kept, samples; below 1: half a second
   bool gravity = true;       // whether the data has gravity in it
+  bool attitude = true;      // whether gravity's direction is to count
   bool whole_spans = false;  // marked spans are takes as they are marked
 };
 

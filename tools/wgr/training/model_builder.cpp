@@ -3,26 +3,25 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <locale>
-#include <sstream>
+#include <set>
 
 #include "classifier/HGR.h"
 #include "errors.h"
 #include "table.h"
 #include "training/exemplars.h"
 #include "training/recording_set.h"
+#include "training/thinning.h"
 #include "training/thresholds.h"
 
-static constexpr size_t kLongestModelLine = 4095;  // characters that the reader takes
-static constexpr double kMostBackgroundCost = 1e9;
+static constexpr size_t kNoLimit = std::numeric_limits<size_t>::max();
 
 struct Workshop::Template {
   size_t sample;
   size_t class_index;
 };
 
-struct Workshop::Naming {
-  size_t class_index;  // of the template that is most similar; none: number of classes
+struct Workshop::Nearest {
+  size_t class_index;  // of the template that is most similar
   double score;
 };
 
@@ -58,30 +57,14 @@ size_t BuildReport::templates() const {
   return sum;
 }
 
-// Characters of the longest line of a template in a model file.
-static size_t longest_line(const Points& trace) {
-  size_t longest = 0;
-  for (const auto axis : {&Point3Df::x, &Point3Df::y, &Point3Df::z}) {
-    std::ostringstream line;
-    line.imbue(std::locale::classic());
-    for (const Point3Df& p : trace) line << p.*axis << ' ';
-    longest = std::max(longest, line.str().size());
-  }
-  return longest;
-}
-
-// Every second motion point; the k trailing points stay.
-static void thin(Points& trace, int k) {
-  const size_t trailing = static_cast<size_t>(k);
-  Points thinner;
-  for (size_t i = 0; i + trailing < trace.size(); i += 2) thinner.push_back(trace[i]);
-  thinner.insert(thinner.end(), trace.end() - k, trace.end());
-  trace = std::move(thinner);
-}
-
-Workshop::Workshop(const Gdata& data, unsigned threads, bool quiet)
+Workshop::Workshop(const Gdata& data, unsigned threads, bool quiet,
+                   const std::vector<std::string>& subjects)
     : k_(data.kind == 1 ? 1 : 0) {
   HGR scaler(1);
+  if (!subjects.empty() && subjects.size() != data.samples.size()) {
+    throw UsageError("there are " + std::to_string(data.samples.size()) +
+                     " samples, but subjects of " + std::to_string(subjects.size()));
+  }
   size_t gestures = 0;
   for (const bool background : {false, true}) {
     for (size_t i = 0; i < data.samples.size(); ++i) {
@@ -97,7 +80,7 @@ Workshop::Workshop(const Gdata& data, unsigned threads, bool quiet)
       Points trace = sample.trace;
       scaler.normalize(trace, k_);
       const size_t points = trace.size() - static_cast<size_t>(k_);
-      while (!background && longest_line(trace) > kLongestModelLine) {
+      while (!background && !fits_a_line(trace)) {
         thin(trace, k_);
         scaler.normalize(trace, k_);  // what is left has another root mean square
       }
@@ -112,6 +95,7 @@ Workshop::Workshop(const Gdata& data, unsigned threads, bool quiet)
         throw UsageError(name + ": without any motion in it, nothing can be compared");
       }
       origin_.push_back(i);
+      if (!subjects.empty()) subjects_.push_back(subjects.at(i));
       labels_.push_back(sample.label);
       traces_.push_back(std::move(trace));
       gestures += background ? 0 : 1;
@@ -130,12 +114,28 @@ std::vector<size_t> Workshop::members(const std::vector<bool>& taken, int label)
   return found;
 }
 
-Workshop::Naming Workshop::name(size_t sample,
-                                const std::vector<Template>& templates) const {
-  Naming best = {std::numeric_limits<size_t>::max(),
-                 std::numeric_limits<double>::lowest()};
+bool Workshop::judges(size_t as_template, size_t sample, bool strangers) const {
+  if (as_template == sample) return false;
+  return !strangers || labels_[sample] < 0 || subjects_[as_template] != subjects_[sample];
+}
+
+void Workshop::check_subjects(const Job& job) const {
+  std::set<std::string> found;
+  for (const std::vector<size_t>& own : job.own) {
+    for (const size_t i : own) found.insert(subjects_.empty() ? "" : subjects_[i]);
+  }
+  if (found.size() > 1 && found.count("") == 0) return;
+  throw UsageError(
+      "--strangers needs to know whose every sample is, of two subjects at least: by "
+      "index.csv, or by the description beside a training file");
+}
+
+Workshop::Nearest Workshop::name(size_t sample, const std::vector<Template>& templates,
+                                 bool strangers) const {
+  Nearest best = {std::numeric_limits<size_t>::max(),
+                  std::numeric_limits<double>::lowest()};
   for (const Template& t : templates) {
-    if (t.sample == sample) continue;
+    if (!judges(t.sample, sample, strangers)) continue;
     const double score = (*similarities_)(sample, t.sample);
     if (score > best.score) best = {t.class_index, score};
   }
@@ -206,7 +206,7 @@ void Workshop::grow(const Job& job, const BuildOptions& options,
     room.push_back(most_of(job.own[c].size(), options));
   }
   const auto with = [&](Standing s, const Template& t) {
-    if (s.sample == t.sample) return s;
+    if (!judges(t.sample, s.sample, options.strangers)) return s;
     float& best = s.class_index == t.class_index ? s.own : s.other;
     best = std::max(best, all(s.sample, t.sample));
     return s;
@@ -257,7 +257,9 @@ void Workshop::sweep(Job& job, const BuildOptions& options, BuildReport& report)
     size_t right = 0;
     for (size_t c = 0; c < job.classes.size(); ++c) {
       samples += job.own[c].size();
-      for (const size_t i : job.own[c]) right += name(i, set).class_index == c ? 1 : 0;
+      for (const size_t i : job.own[c]) {
+        right += name(i, set, options.strangers).class_index == c ? 1 : 0;
+      }
     }
     report.sweep.push_back({preference, set.size(),
                             static_cast<double>(right) / static_cast<double>(samples),
@@ -308,42 +310,6 @@ void Workshop::sweep(Job& job, const BuildOptions& options, BuildReport& report)
   }
 }
 
-// Thresholds that accept no more background than allowed: what accepting a background
-// sample costs is doubled until they do.
-static std::vector<double> choose_thresholds(
-    const std::vector<std::vector<double>>& right,
-    const std::vector<std::vector<double>>& wrong,
-    const std::vector<std::vector<double>>& background, const BuildOptions& options,
-    size_t allowed) {
-  std::vector<double> thresholds(right.size());
-  const bool any_background =
-      std::any_of(background.begin(), background.end(),
-                  [](const std::vector<double>& scores) { return !scores.empty(); });
-  if (!any_background) {
-    // Nothing is known of what must be refused; to refuse a take instead of taking it for
-    // another helps nobody.
-    for (size_t c = 0; c < right.size(); ++c) {
-      thresholds[c] = choose_threshold(right[c], {}, options.false_cost);
-    }
-    return thresholds;
-  }
-  for (double cost = options.false_cost;; cost *= 2.0) {
-    size_t accepted = 0;
-    for (size_t c = 0; c < right.size(); ++c) {
-      const double t =
-          choose_threshold(right[c], wrong[c], options.false_cost, background[c], cost);
-      thresholds[c] = t;
-      accepted +=
-          static_cast<size_t>(std::count_if(background[c].begin(), background[c].end(),
-                                            [t](double score) { return score > t; }));
-    }
-    if (accepted <= allowed || cost > kMostBackgroundCost) break;
-  }
-  return thresholds;
-}
-
-static constexpr size_t kNoLimit = std::numeric_limits<size_t>::max();
-
 static std::optional<size_t> allowed_background(const BuildOptions& options) {
   if (!options.false_per_hour) return std::nullopt;
   return static_cast<size_t>(
@@ -367,6 +333,7 @@ Gmodel Workshop::build(const std::vector<bool>& taken, const BuildOptions& optio
   if (job.classes.empty()) throw UsageError("there is no sample of any gesture");
   for (const int label : job.classes) job.own.push_back(members(taken, label));
   job.background = members(taken, -1);
+  if (options.strangers) check_subjects(job);
 
   const size_t classes = job.classes.size();
   for (size_t c = 0; c < classes; ++c) {
@@ -386,27 +353,33 @@ Gmodel Workshop::build(const std::vector<bool>& taken, const BuildOptions& optio
   std::vector<std::vector<double>> background(classes);
   for (size_t c = 0; c < classes; ++c) {
     for (const size_t i : job.own[c]) {
-      const Naming naming = name(i, job.templates);
+      const Nearest naming = name(i, job.templates, options.strangers);
       if (naming.class_index >= classes) continue;
       (naming.class_index == c ? right : wrong)[naming.class_index].push_back(
           naming.score);
     }
   }
   for (const size_t i : job.background) {
-    const Naming naming = name(i, job.templates);
+    const Nearest naming = name(i, job.templates, options.strangers);
     if (naming.class_index < classes) {
       background[naming.class_index].push_back(naming.score);
     }
   }
   report.background_allowed = allowed_background(options);
-  const std::vector<double> thresholds = choose_thresholds(
-      right, wrong, background, options, report.background_allowed.value_or(kNoLimit));
+  std::vector<double> thresholds =
+      choose_thresholds(right, wrong, options.false_cost, background,
+                        report.background_allowed.value_or(kNoLimit));
+  // Background that came nowhere near a class allows nothing: more of it might.
+  for (size_t c = 0; c < classes && options.false_per_hour; ++c) {
+    const double without = choose_threshold(right[c], {}, options.false_cost);
+    thresholds[c] = std::max(thresholds[c], without);
+  }
 
   for (size_t c = 0; c < classes; ++c) {
     ClassReport& entry = report.classes[c];
     entry.threshold = thresholds[c];
     for (const size_t i : job.own[c]) {
-      const Naming naming = name(i, job.templates);
+      const Nearest naming = name(i, job.templates, options.strangers);
       if (naming.class_index != c) {
         ++entry.confused;
       } else {
@@ -433,10 +406,26 @@ Gmodel Workshop::build(const std::vector<bool>& taken, const BuildOptions& optio
   return model;
 }
 
+Tally Workshop::named_by_all(const std::vector<bool>& taken) const {
+  std::vector<Template> all;
+  for (size_t i = 0; i < labels_.size(); ++i) {
+    const bool used = labels_[i] >= 0 && taken[origin_[i]];
+    if (used) all.push_back({i, static_cast<size_t>(labels_[i])});
+  }
+  Tally tally;
+  for (size_t i = 0; i < labels_.size(); ++i) {
+    if (labels_[i] < 0 || taken[origin_[i]]) continue;
+    ++tally.samples;
+    tally.right += name(i, all, false).class_index == static_cast<size_t>(labels_[i]);
+  }
+  return tally;
+}
+
 Gmodel Workshop::build(const BuildOptions& options, BuildReport& report) const {
   return build(std::vector<bool>(labels_.size(), true), options, report);
 }
 
-Gmodel build_model(const Gdata& data, const BuildOptions& options, BuildReport& report) {
-  return Workshop(data, options.threads).build(options, report);
+Gmodel build_model(const Gdata& data, const BuildOptions& options, BuildReport& report,
+                   const std::vector<std::string>& subjects) {
+  return Workshop(data, options.threads, false, subjects).build(options, report);
 }

@@ -16,6 +16,7 @@ struct BuildOptions {
   double false_cost = 3.0;  // of an accepted wrong sample, in refused right ones
   double margin = 0.01;     // share of samples by which the smallest set may be worse
   double most_share = 1.0 / 3.0;  // of a class's samples that may become templates
+  bool strangers = false;  // a sample is judged by templates of other subjects alone
   // Accepted background samples an hour that are aimed at; needs the background's
   // duration. Without it a background sample costs what another wrong one does.
   std::optional<double> false_per_hour;
@@ -59,20 +60,35 @@ struct BuildReport {
 };
 
 // A sample is compared with every template but itself. Labels below 0 are background.
-// Gravity is used when the samples have it; traces are normalised. Throws UsageError
-// when there is nothing to build a model from, and for labels that cannot be reported.
-Gmodel build_model(const Gdata& data, const BuildOptions& options, BuildReport& report);
+// Gravity is used when the samples have it; traces are normalised. `subjects` says whose
+// each sample is, where that is known. Throws UsageError when there is nothing to build a
+// model from, for labels that cannot be reported, and for strangers without subjects.
+Gmodel build_model(const Gdata& data, const BuildOptions& options, BuildReport& report,
+                   const std::vector<std::string>& subjects = {});
+
+struct Tally {
+  size_t samples = 0;
+  size_t right = 0;
+};
 
 // Samples made ready, and compared once for any number of models from parts of them.
 class Workshop {
  public:
   // Throws as build_model() does. `quiet`: without progress.
-  Workshop(const Gdata& data, unsigned threads, bool quiet = false);
+  Workshop(const Gdata& data, unsigned threads, bool quiet = false,
+           const std::vector<std::string>& subjects = {});
 
   // The model of those samples of the data for which `taken` is true.
   Gmodel build(const std::vector<bool>& taken, const BuildOptions& options,
                BuildReport& report) const;
   Gmodel build(const BuildOptions& options, BuildReport& report) const;
+
+  // Whether the one judges the other; background is judged by all templates.
+  bool judges(size_t as_template, size_t sample, bool strangers) const;
+
+  // How many of the gestures' samples that are not taken are named rightly when all that
+  // are taken are templates: what templates chosen among them are to be held against.
+  Tally named_by_all(const std::vector<bool>& taken) const;
 
   // The samples made ready, those of gestures first.
   const std::vector<Points>& traces() const { return traces_; }
@@ -81,11 +97,13 @@ class Workshop {
 
  private:
   struct Template;
-  struct Naming;
+  struct Nearest;
   struct Job;
 
   std::vector<size_t> members(const std::vector<bool>& taken, int label) const;
-  Naming name(size_t sample, const std::vector<Template>& templates) const;
+  void check_subjects(const Job& job) const;
+  Nearest name(size_t sample, const std::vector<Template>& templates,
+               bool strangers) const;
   void choose(Job& job, const BuildOptions& options, BuildReport& report) const;
   void grow(const Job& job, const BuildOptions& options,
             std::vector<Template>& set) const;
@@ -95,7 +113,8 @@ class Workshop {
   // Gestures first, so that the similarities need columns for them alone.
   std::vector<size_t> origin_;  // index in the data
   std::vector<int> labels_;
-  std::vector<Points> traces_;  // normalised
+  std::vector<std::string> subjects_;  // empty when not known
+  std::vector<Points> traces_;         // normalised
   std::vector<std::string> notes_;
   std::optional<Similarities> similarities_;
 };

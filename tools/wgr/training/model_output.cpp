@@ -51,9 +51,11 @@ static std::string percent(size_t part, size_t whole) {
 
 std::string report_text(const BuildReport& report, const BuildOptions& options,
                         const Provenance& provenance) {
+  const std::string left_out =
+      options.strangers ? "leaving each one's own takes out" : "leaving one out";
   std::string text;
   if (!report.sweep.empty()) {
-    text += "preference  templates  right, leaving one out\n";
+    text += "preference  templates  right, " + left_out + "\n";
     for (const SweepStep& step : report.sweep) {
       char line[120];
       std::snprintf(line, sizeof line, "%10s  %9zu  %6s %%%s%s\n",
@@ -82,7 +84,7 @@ std::string report_text(const BuildReport& report, const BuildOptions& options,
         "sample, and what they keep out of everyday movement is not known\n";
   }
   for (const std::string& note : report.notes) text += note + "\n";
-  text += "leaving one out: " + percent(report.named(), report.samples()) + " of " +
+  text += left_out + ": " + percent(report.named(), report.samples()) + " of " +
           std::to_string(report.samples()) + " named right, " +
           percent(report.accepted(), report.samples()) + " accepted as well; " +
           std::to_string(report.background_accepted) + " of " +
@@ -121,6 +123,8 @@ nlohmann::ordered_json manifest(const BuildReport& report, const BuildOptions& o
   } else {
     build["margin"] = options.margin;
   }
+  build["share"] = rounded(options.most_share);
+  build["judged_by"] = options.strangers ? "other subjects" : "other samples";
   if (options.false_per_hour) build["false_per_hour"] = *options.false_per_hour;
   build["background_hours"] = rounded(options.background_hours);
   nlohmann::ordered_json& accuracy = json["accuracy_leaving_one_out"];

@@ -7,6 +7,16 @@
 
 using Json = nlohmann::ordered_json;
 
+// Equal names in a row as one entry: the name, and how often it stands there.
+static Json runs_of(const std::vector<std::string>& names) {
+  Json runs = Json::array();
+  for (size_t i = 0; i < names.size(); ++i) {
+    if (i == 0 || names[i] != names[i - 1]) runs.push_back({names[i], 0});
+    runs.back()[1] = runs.back()[1].get<size_t>() + 1;
+  }
+  return runs;
+}
+
 Json to_json(const Provenance& p) {
   Json json;
   json["samples_per_second"] = p.rate;
@@ -23,6 +33,7 @@ Json to_json(const Provenance& p) {
     inputs.push_back({{"file", input.file}, {"sha256", input.sha256}});
   }
   json["inputs"] = inputs;
+  if (!p.subjects.empty()) json["subjects"] = runs_of(p.subjects);
   return json;
 }
 
@@ -40,6 +51,10 @@ Provenance provenance_from(const Json& json, const std::string& path) {
     json.at("verdicts").get_to(p.verdicts);
     for (const Json& input : json.at("inputs")) {
       p.inputs.push_back({input.at("file"), input.at("sha256")});
+    }
+    for (const Json& run : json.value("subjects", Json::array())) {
+      p.subjects.insert(p.subjects.end(), run.at(1).get<size_t>(),
+                        run.at(0).get<std::string>());
     }
   } catch (const nlohmann::json::exception& error) {
     throw UsageError(path + ": does not describe samples: " + error.what());

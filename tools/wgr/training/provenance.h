@@ -23,6 +23,7 @@ struct Provenance {
   std::map<std::string, int> classes;      // words to labels
   std::map<std::string, size_t> verdicts;  // motions
   std::vector<InputFile> inputs;
+  std::vector<std::string> subjects;  // whose each sample is; empty: not known
 };
 
 nlohmann::ordered_json to_json(const Provenance& provenance);

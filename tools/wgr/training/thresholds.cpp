@@ -4,6 +4,7 @@
 
 static constexpr double kSlack = 1.5;        // of the outermost score, for what is open
 static constexpr double kLeastSlack = 0.01;  // below a perfect score
+static constexpr double kMostBackgroundCost = 1e9;
 
 static double lower(double score) {
   return std::min(score * kSlack, score - kLeastSlack);
@@ -48,4 +49,36 @@ double choose_threshold(std::vector<double> right, std::vector<double> wrong,
     }
   }
   return best_threshold;
+}
+
+std::vector<double> choose_thresholds(const std::vector<std::vector<double>>& right,
+                                      const std::vector<std::vector<double>>& wrong,
+                                      double false_cost,
+                                      const std::vector<std::vector<double>>& background,
+                                      size_t allowed) {
+  std::vector<double> thresholds(right.size());
+  const bool any_background =
+      std::any_of(background.begin(), background.end(),
+                  [](const std::vector<double>& scores) { return !scores.empty(); });
+  if (!any_background) {
+    // Nothing is known of what must be refused; to refuse a take instead of taking it for
+    // another helps nobody.
+    for (size_t c = 0; c < right.size(); ++c) {
+      thresholds[c] = choose_threshold(right[c], {}, false_cost);
+    }
+    return thresholds;
+  }
+  for (double cost = false_cost;; cost *= 2.0) {
+    size_t accepted = 0;
+    for (size_t c = 0; c < right.size(); ++c) {
+      const double t =
+          choose_threshold(right[c], wrong[c], false_cost, background[c], cost);
+      thresholds[c] = t;
+      accepted +=
+          static_cast<size_t>(std::count_if(background[c].begin(), background[c].end(),
+                                            [t](double score) { return score > t; }));
+    }
+    if (accepted <= allowed || cost > kMostBackgroundCost) break;
+  }
+  return thresholds;
 }

@@ -1,6 +1,7 @@
 // Where a class's similarity stops being good enough.
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 // The threshold that separates the scores of the class's own samples from those of all
@@ -13,3 +14,13 @@
 double choose_threshold(std::vector<double> right, std::vector<double> wrong,
                         double false_cost, const std::vector<double>& background = {},
                         double background_cost = 0.0);
+
+// The same for all classes: what accepting a background sample costs is doubled until no
+// more than `allowed` are accepted. Without any background nothing is known of what must
+// be refused, and to refuse a take instead of taking it for another helps nobody: then
+// the wrong scores do not count.
+std::vector<double> choose_thresholds(const std::vector<std::vector<double>>& right,
+                                      const std::vector<std::vector<double>>& wrong,
+                                      double false_cost,
+                                      const std::vector<std::vector<double>>& background,
+                                      size_t allowed);

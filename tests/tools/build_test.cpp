@@ -1,0 +1,184 @@
+// What wgr build promises besides its models: scores that do not depend on how they are
+// shared out, whole files or none, and figures for wearers who recorded nothing.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <random>
+#include <set>
+#include <thread>
+
+#include "classifier/HGR.h"
+#include "hold_signals.h"
+#include "support/child.h"
+#include "support/files.h"
+#include "tools/run_wgr.h"
+#include "training/similarities.h"
+
+using nlohmann::json;
+using ::testing::HasSubstr;
+
+// As many points as the index says, less the trailing ones: 0 too.
+static std::vector<Points> random_traces(size_t count, int k) {
+  std::mt19937 random(1);
+  const auto number = [&] { return 1e-9 * static_cast<double>(random()) - 2.0; };
+  std::vector<Points> traces(count);
+  for (size_t i = 0; i < count; ++i) {
+    for (size_t p = 0; p < i % 9 + static_cast<size_t>(k); ++p) {
+      traces[i].push_back({number(), number(), number()});
+    }
+  }
+  return traces;
+}
+
+TEST(Similarities, AreTheClassifiersOnAnyThreads) {
+  for (const int k : {0, 1}) {
+    const std::vector<Points> traces = random_traces(40, k);
+    for (const size_t columns : {size_t{1}, size_t{23}, size_t{40}}) {
+      for (const unsigned threads : {1u, 3u}) {
+        const Similarities scores(traces, columns, k, threads, true);
+        HGR classifier(0);
+        for (size_t i = 0; i < traces.size(); ++i) {
+          for (size_t j = 0; j < columns; ++j) {
+            const float expected =
+                i == j ? 0.0f : classifier.cal_simlarity(traces[i], traces[j], k);
+            ASSERT_EQ(scores(i, j), expected) << i << ", " << j << ", k = " << k;
+          }
+        }
+      }
+    }
+  }
+}
+
+TEST(HoldSignals, EndsTheProgramOnlyWhenWhatBelongsTogetherIsDone) {
+  for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
+    TempDirectory directory;
+    const int outcome = in_child([&] {
+      std::signal(signal, SIG_DFL);
+      {
+        const HoldSignals hold;
+        raise(signal);
+        write_file(directory.file("done"), "");
+      }
+      write_file(directory.file("later"), "");
+      return 0;
+    });
+    EXPECT_EQ(outcome, -signal);
+    EXPECT_TRUE(std::filesystem::exists(directory.file("done")));
+    EXPECT_FALSE(std::filesystem::exists(directory.file("later")));
+  }
+}
+
+// Ten samples a class that nobody could tell apart, long enough to keep it busy.
+static std::string busy_training_text() {
+  std::mt19937 random(1);
+  std::string text;
+  for (int sample = 0; sample < 300; ++sample) {
+    text += std::to_string(1 + sample % 3) + " 150 0.1 0.2 9.9\n";
+    for (int axis = 0; axis < 3; ++axis) {
+      for (int i = 0; i < 150; ++i) text += std::to_string(random() % 1000) + " ";
+      text += "\n";
+    }
+  }
+  return text;
+}
+
+static std::set<std::string> names_in(const std::string& folder) {
+  std::set<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    names.insert(entry.path().filename());
+  }
+  return names;
+}
+
+TEST(Build, WhenInterruptedLeavesAllAsItWas) {
+  TempDirectory directory;
+  const std::string training = directory.file("training.txt");
+  const std::string said = directory.file("said");
+  const std::string temporary = directory.file("temporary");
+  const std::string models = directory.file("models");
+  write_file(training, busy_training_text());
+  write_file(said, "");
+  std::filesystem::create_directory(temporary);
+  std::filesystem::create_directory(models);
+  const std::set<std::string> before = {"m.json", "m.report.txt", "m.xml"};
+  for (const std::string& name : before) write_file(models + "/" + name, "old " + name);
+
+  const pid_t build = fork();
+  if (build == 0) {
+    alarm(kChildSeconds);
+    std::signal(SIGINT, SIG_DFL);
+    setenv("TMPDIR", temporary.c_str(), 1);
+    dup2(open(said.c_str(), O_WRONLY), STDERR_FILENO);
+    const std::string model = models + "/m.xml";
+    execl(WGR_PROGRAM, WGR_PROGRAM, "build", training.c_str(), "-o", model.c_str(),
+          nullptr);
+    _exit(kChildCannot);
+  }
+  ASSERT_GT(build, 0);
+  int status = 0;
+  pid_t ended = 0;
+  while (ended == 0 &&
+         read_file(said).find("comparing 300 samples: ") == std::string::npos) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    ended = waitpid(build, &status, WNOHANG);
+  }
+  ASSERT_EQ(ended, 0) << read_file(said);
+  kill(build, SIGINT);
+  ASSERT_EQ(waitpid(build, &status, 0), build);
+  ASSERT_TRUE(WIFSIGNALED(status)) << read_file(said);
+  EXPECT_EQ(WTERMSIG(status), SIGINT) << "a shell makes that 130";
+  EXPECT_EQ(names_in(models), before);
+  for (const std::string& name : before) {
+    EXPECT_EQ(read_file(models + "/" + name), "old " + name);
+  }
+  EXPECT_TRUE(std::filesystem::is_empty(temporary));
+}
+
+class Strangers : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    const Outcome made =
+        run_wgr("synth --training " + set_ + " --persons 2 --gestures 3 --distractors 0");
+    ASSERT_EQ(made.status, 0) << made.err;
+  }
+  Outcome build(const std::string& input) const {
+    return run_wgr("build " + input + " --strangers -o " + model_);
+  }
+
+  TempDirectory directory_;
+  const std::string set_ = directory_.file("set");
+  const std::string training_ = directory_.file("set.txt");
+  const std::string model_ = directory_.file("m.xml");
+};
+
+// Two people: whoever is no template's owner is judged by the other one's, so each class
+// that knows both needs a template of both.
+TEST_F(Strangers, NeedTemplatesOfTwoPeopleInEveryClass) {
+  const Outcome built = build(set_);
+  ASSERT_EQ(built.status, 0) << built.err;
+  EXPECT_THAT(built.err, HasSubstr("leaving each one's own takes out"));
+  const json manifest = json::parse(read_file(directory_.file("m.json")));
+  EXPECT_EQ(manifest["build"]["judged_by"], "other subjects");
+  for (const json& c : manifest["model_classes"]) {
+    if (c["confused"] == 0) {
+      EXPECT_GE(c["templates"], 2) << c["label"];
+    }
+  }
+}
+
+TEST_F(Strangers, AreToldByTheDescriptionBesideATrainingFileToo) {
+  ASSERT_EQ(run_wgr("cut " + set_ + " -o " + training_).status, 0);
+  ASSERT_EQ(build(set_).status, 0);
+  const std::string direct = read_file(model_);
+  ASSERT_EQ(build(training_).status, 0);
+  EXPECT_EQ(read_file(model_), direct);
+
+  std::filesystem::remove(directory_.file("set.json"));
+  const Outcome unknown = build(training_);
+  EXPECT_EQ(unknown.status, 2);
+  EXPECT_THAT(unknown.err, HasSubstr("needs to know whose every sample is"));
+}
