@@ -41,13 +41,17 @@ install_missing() {
   rm -f "$log"
 }
 
-# build_preset NAME [CMAKE_OPTION...]: configures and builds into build/NAME.
-build_preset() {
+# configure_preset NAME [CMAKE_OPTION...]: configures build/NAME.
+configure_preset() {
   local preset=$1
   shift
   # Ninja for a new folder; one that is there keeps its generator.
   local generator=()
   [ -e "build/$preset/CMakeCache.txt" ] || generator=(-G Ninja)
-  cmake --preset "$preset" "${generator[@]}" "$@" --log-level=WARNING >/dev/null &&
-    cmake --build "build/$preset" -j "$cores"
+  cmake --preset "$preset" "${generator[@]}" "$@" --log-level=WARNING >/dev/null
+}
+
+# build_preset NAME [CMAKE_OPTION...]: configures and builds into build/NAME.
+build_preset() {
+  configure_preset "$@" && cmake --build "build/$1" -j "$cores"
 }

@@ -26,7 +26,7 @@ static size_t count_reads(std::istream& file) {
   size_t reads = 0;
   std::string line;
   do {
-    std::getline(file, line);
+    read_line(file, line);
     ++reads;
   } while (file.good());
   return reads;

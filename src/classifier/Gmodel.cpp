@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <fstream>
 #include <locale>
+#include <new>
+#include <stdexcept>
 #include <string>
 
 #include "classifier/line_reader.h"
@@ -44,35 +46,78 @@ bool Gmodel::write(const char* path) const {
   return true;
 }
 
-// A negative count becomes a size that no array can have, and resize() throws.
-static size_t as_size(int count) { return static_cast<size_t>(count); }
+namespace {
 
-bool Gmodel::read(const char* path) {
-  std::ifstream file(std::string(path) + kSuffix);
-  if (!file.is_open()) return false;
+// The counts of a file, as sizes, and what they announce in all.
+class Counts {
+ public:
+  size_t follow(int count) {
+    if (count < 0 || count > kMostEntries) throw std::length_error("Gmodel::read");
+    announced_ += static_cast<size_t>(count);
+    return static_cast<size_t>(count);
+  }
+  size_t announced() const { return announced_; }
+
+ private:
+  size_t announced_ = 0;
+};
+
+}  // namespace
+
+// Values beyond one that cannot be read are as if they were missing, so each line is left
+// there: a count may be far beyond what its line holds.
+static void read_record(std::istream& file, Gmodel& model, Counts& counts) {
   LineReader lines(file, LineReader::LongLines::kEndTheFile);
 
-  lines.next() >> nclasses >> nTemplate >> normalize >> havegravity;
+  lines.next() >> model.nclasses >> model.nTemplate >> model.normalize >>
+      model.havegravity;
 
-  class_labels.resize(as_size(nclasses));
+  model.class_labels.resize(counts.follow(model.nclasses));
   std::istringstream& labels = lines.next();
-  for (int& label : class_labels) labels >> label;
+  for (int& label : model.class_labels) {
+    if (!(labels >> label)) break;
+  }
 
   std::istringstream& thresholds = lines.next();
   int have_thresholds = 0;
   thresholds >> have_thresholds;
-  class_thresholds.resize(have_thresholds == 0 ? 0 : as_size(nclasses));
-  for (double& threshold : class_thresholds) thresholds >> threshold;
+  model.class_thresholds.resize(have_thresholds == 0 ? 0 : model.class_labels.size());
+  for (double& threshold : model.class_thresholds) {
+    if (!(thresholds >> threshold)) break;
+  }
 
-  templates.resize(as_size(nTemplate));
-  for (auto& [label, points] : templates) {
+  model.templates.resize(counts.follow(model.nTemplate));
+  for (auto& [label, points] : model.templates) {
     int count = 0;
     lines.next() >> label >> count;
-    points.resize(as_size(count));
+    points.resize(counts.follow(count));
     for (const Axis axis : kAxes) {
       std::istringstream& values = lines.next();
-      for (Point3Df& p : points) values >> p.*axis;
+      for (Point3Df& p : points) {
+        if (!(values >> p.*axis)) break;
+      }
     }
+  }
+}
+
+// Whether a file has room for so many numbers.
+static bool can_hold(std::istream& file, size_t numbers) {
+  file.clear();
+  file.seekg(0, std::ios::end);
+  const std::streamoff size = file.tellg();
+  return size >= 0 && numbers <= static_cast<size_t>(size);
+}
+
+bool Gmodel::read(const char* path) {
+  std::ifstream file(std::string(path) + kSuffix);
+  if (!file.is_open()) return false;
+  Counts counts;
+  try {
+    read_record(file, *this, counts);
+  } catch (const std::bad_alloc&) {
+    // The memory is short, or the file announces far more than it holds.
+    if (can_hold(file, counts.announced())) throw;
+    throw std::bad_array_new_length();
   }
   return true;
 }

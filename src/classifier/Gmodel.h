@@ -6,6 +6,10 @@
 
 #include "classifier/points.h"
 
+// Of classes, of templates and of the points of one. A model has a few hundred; files
+// that announce more than this are no models, and would take the host's memory.
+inline constexpr int kMostEntries = 10000000;
+
 class Gmodel {
  public:
   // Writes path + ".xml". Numbers get 6 significant digits, so what is read back
@@ -15,8 +19,9 @@ class Gmodel {
 
   // Fills the record from path + ".xml". Returns false, with the record unchanged,
   // when the file cannot be opened; true otherwise, whatever the file holds: the
-  // content is not checked. Throws std::length_error or std::bad_alloc for counts
-  // that no array can have; the record is then partly overwritten.
+  // content is not checked. Throws std::length_error for counts that are negative or
+  // above kMostEntries, std::bad_array_new_length for counts beyond file and memory, and
+  // std::bad_alloc where memory runs out. The record is then partly overwritten.
   bool read(const char* path);
 
   int nclasses = 0;

@@ -58,10 +58,10 @@ static std::vector<Candidate> candidates(const Points& trace, size_t na,
 }
 
 Match best_match(const Points& trace, const Templates& templates, size_t count, int k) {
-  static thread_local Warper warper;
   Match best = {nullptr, std::numeric_limits<double>::lowest()};
   const size_t na = motion_points(trace, k);
   if (na == 0) return best;
+  Warper warper;
   warper.set_trace(trace.data(), na);
 
   double farthest = std::numeric_limits<double>::infinity();  // that could still win

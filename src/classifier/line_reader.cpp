@@ -1,19 +1,31 @@
 #include "classifier/line_reader.h"
 
 #include <locale>
-#include <string>
 
 static constexpr std::streamsize kLineSize = 4096;  // characters, terminator included
 
 LineReader::LineReader(std::istream& file, LongLines long_lines)
     : file_(file), long_lines_(long_lines) {
   line_.imbue(std::locale::classic());
+  // Else a stream keeps it to itself when memory runs out within an extraction.
+  line_.exceptions(std::ios::badbit);
+}
+
+void read_line(std::istream& file, std::string& text) {
+  try {
+    file.exceptions(
+        std::ios::badbit);  // or want of memory would look like the file's end
+    std::getline(file, text);
+  } catch (const std::ios_base::failure&) {
+    // What cannot be read on has ended.
+  }
+  file.exceptions(std::ios::goodbit);
 }
 
 std::istringstream& LineReader::next() {
   std::string text;
   if (long_lines_ == LongLines::kReadInFull) {
-    std::getline(file_, text);
+    read_line(file_, text);
   } else {
     // A line that does not fit fails the stream, which then reads nothing more.
     char buffer[kLineSize] = {};

@@ -2,11 +2,16 @@
 //
 // Values never run over from one line into the next, and the host's locale changes
 // nothing. Extraction is the C++ stream's: a value that is missing leaves its target
-// as it was, one that cannot be read stores 0 and ends the line.
+// as it was, one that cannot be read stores 0 and ends the line. A file that cannot be
+// read on has ended; memory that runs out leaves as std::bad_alloc.
 #pragma once
 
 #include <istream>
 #include <sstream>
+#include <string>
+
+// The rest of the line, without its break; empty at the end of the file.
+void read_line(std::istream& file, std::string& text);
 
 class LineReader {
  public:

@@ -12,11 +12,11 @@
 #include <locale>
 #include <sstream>
 
+#include "classifier/Gmodel.h"
 #include "classifier/points.h"
 
-static constexpr size_t kLongestLine = 4095;   // characters that the reader takes
-static constexpr int kMostEntries = 10000000;  // of anything; a model has thousands
-static constexpr size_t kMostFindings = 100;   // then the file is something else
+static constexpr std::streamsize kLongestLine = 4095;  // characters that the reader takes
+static constexpr size_t kMostFindings = 100;           // then the file is something else
 // Files hold 6 digits, so a trace of root mean square 1 is off by a few millionths.
 static constexpr double kRmsTolerance = 1e-3;
 
@@ -37,6 +37,7 @@ class Checker {
  public:
   explicit Checker(std::istream& file) : file_(file) {
     values_.imbue(std::locale::classic());
+    values_.exceptions(std::ios::badbit);  // where memory runs out
   }
 
   ModelCheck check();
@@ -63,26 +64,36 @@ class Checker {
   std::istream& file_;
   std::istringstream values_;  // of the line that was read last
   size_t line_ = 0;
-  bool reader_goes_on_ = true;  // no line was too long for the library's reader
+  bool too_long_ = false;       // that line, for the library's reader
+  bool reader_goes_on_ = true;  // no line before it was
   Header header_;
   std::vector<int> labels_;
   std::vector<bool> has_template_;  // in step with the labels
   ModelCheck check_;
 };
 
-// Goes to the next line; false, with a finding, where the file has none.
+// Goes to the next line; false, with a finding, where the file has none. Of a line that
+// is too long it keeps what the reader takes.
 bool Checker::next_line(const std::string& what) {
-  std::string text;
   ++line_;
-  if (!std::getline(file_, text)) {
+  reader_goes_on_ = reader_goes_on_ && !too_long_;
+  char text[kLongestLine + 1] = {};
+  file_.getline(text, sizeof text);
+  std::streamsize size = file_.gcount();
+  too_long_ = file_.fail() && size == kLongestLine;
+  if (file_.fail() && !too_long_) {
     find("the file ends where " + what + " should be: it was cut off");
     return false;
   }
+  if (too_long_) {
+    file_.clear();
+    file_.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+    size += file_.gcount() - (file_.eof() ? 0 : 1);
+  }
   if (file_.eof()) find("the last line has no end: the file was cut off");
-  if (text.size() > kLongestLine) {
-    find("the line has " + std::to_string(text.size()) + " characters; those after " +
+  if (too_long_) {
+    find("the line has " + std::to_string(size) + " characters; those after " +
          std::to_string(kLongestLine) + " and all later lines are lost");
-    reader_goes_on_ = false;
   }
   values_.clear();
   values_.str(text);
@@ -124,7 +135,7 @@ bool Checker::in_range(int count, const std::string& what) {
   if (count >= 0 && count <= kMostEntries) return true;
   find(what + ": " + std::to_string(count) +
        (count < 0 ? " is negative: the model is refused"
-                  : " is more than any model has: memory runs out"));
+                  : " is more than any model has: it is refused"));
   if (reader_goes_on_) check_.loads = false;
   return false;
 }
@@ -240,8 +251,7 @@ void Checker::check_template(int number) {
 }
 
 void Checker::check_end() {
-  std::string text;
-  if (std::getline(file_, text)) {
+  if (file_.peek() != std::istream::traits_type::eof()) {
     find(line_ + 1, "more lines than the header announces; they are ignored");
   }
 }

@@ -14,12 +14,11 @@ struct ModelFinding {
 };
 
 struct ModelCheck {
-  // Whether Gmodel::read() ends without an exception; false as well for counts so large
-  // that the memory would not do.
+  // Whether Gmodel::read() ends without an exception.
   bool loads = true;
   std::vector<ModelFinding> findings;  // in the order of the lines
 };
 
 // Checks the file at `path` as it is, ".xml" included. Reads regular files only, and
-// needs no more memory than the file's longest line and what it says about it.
+// needs no more memory than one line that fits the reader and what it says about it.
 ModelCheck check_model_file(const std::string& path);

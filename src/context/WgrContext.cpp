@@ -1,6 +1,7 @@
 #include "context/WgrContext.h"
 
 #include <memory>
+#include <new>
 #include <stdexcept>
 
 #include "context/WgrLog.h"
@@ -54,8 +55,11 @@ static HGR* load_classifier(const char* path) {
   auto classifier = std::make_unique<HGR>(0);
   try {
     classifier->model->read(path);
-  } catch (const std::exception&) {
-    // Counts that no array can have: the half-read record goes.
+  } catch (const std::length_error&) {
+    // Counts that no model has: the half-read record goes.
+    *classifier->model = Gmodel();
+  } catch (const std::bad_array_new_length&) {
+    // Nor has the file what it announces, so it is not the memory that is to blame.
     *classifier->model = Gmodel();
   }
   return classifier.release();

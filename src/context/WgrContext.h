@@ -29,7 +29,8 @@ class WgrContext {
 
   // Replaces the classifier by a new one with the chosen model. A file that cannot
   // be read, or whose counts make no sense, leaves the empty model. Returns 0, or 1
-  // without any effect when an argument is out of range.
+  // without any effect when an argument is out of range. Where memory runs out the
+  // classifier stays as it was.
   int set_gesture_model(WgWatchWearer wearer, WgWorkMode mode);
 
   // One accelerometer sample (m/s²) into the wrist detector. Returns 0 or 1 for a

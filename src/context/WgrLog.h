@@ -2,8 +2,8 @@
 //
 // A line reads "FUNCTION TAG: MESSAGE". Every line opens the file, writes and
 // closes it again, so it has reached the file when the call returns, and a file
-// that was renamed away is made anew. A line that cannot be written is dropped
-// without a word: the log must never disturb the host.
+// that was renamed away is made anew. A line that cannot be written is dropped as a whole
+// and without a word: the log must never disturb the host.
 #pragma once
 
 inline constexpr char kWgrLogPath[] = "/home/app/WgrLog.txt";

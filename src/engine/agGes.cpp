@@ -55,7 +55,7 @@ static void log_working_directory() {
   std::exit(0);
 }
 
-// A file whose counts no array can have is as good as none.
+// A file whose counts no model has is as good as none.
 static bool read_model(Gmodel& model, const char* model_path) {
   try {
     return model.read(model_path);

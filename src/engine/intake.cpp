@@ -82,6 +82,31 @@ bool AgGes::mark_newest() {
   return at_rest;
 }
 
+// Where memory does not do for the newest entry of all of them, none has it: queues that
+// go in step stay in step.
+template <class... Queues>
+static void cut_to_shortest(Queues&... queues) {
+  const size_t kept = std::min({queues.size()...});
+  (queues.resize(kept), ...);
+}
+
+namespace {
+
+// Empties a queue of the collected motion in the end, also when memory does not do for
+// recognising it: its last samples are off by then, and it must not be tried again.
+class Emptying {
+ public:
+  explicit Emptying(Samples& motion) : motion_(motion) {}
+  ~Emptying() { motion_.clear(); }
+  Emptying(const Emptying&) = delete;
+  Emptying& operator=(const Emptying&) = delete;
+
+ private:
+  Samples& motion_;
+};
+
+}  // namespace
+
 void AgGes::update(Point3Df acc, Point3Df gyro) {
   if (work_mode == kAccOnly) {
     std::fputs(kWrongMode, stdout);
@@ -94,20 +119,34 @@ void AgGes::update(Point3Df acc, Point3Df gyro) {
     drop_oldest(gyro_history);
     drop_oldest(static_history);
   }
-  acc_history.push_back(acc);
-  gyro_history.push_back(rate);
+  bool at_rest = true;
+  try {
+    acc_history.push_back(acc);
+    gyro_history.push_back(rate);
+    at_rest = mark_newest();
+  } catch (...) {
+    cut_to_shortest(acc_history, gyro_history, static_history);
+    throw;
+  }
 
-  if (!mark_newest()) {
-    if (motion_acc.empty()) {
-      const long long newest = length(acc_history) - 1;
-      append(acc_history, newest + 1 - margin(), newest, motion_acc);
-      append(gyro_history, newest + 1 - margin(), newest, motion_gyro);
+  if (!at_rest) {
+    try {
+      if (motion_acc.empty()) {
+        const long long newest = length(acc_history) - 1;
+        append(acc_history, newest + 1 - margin(), newest, motion_acc);
+        append(gyro_history, newest + 1 - margin(), newest, motion_gyro);
+      }
+      motion_acc.push_back(acc);
+      motion_gyro.push_back(rate);
+    } catch (...) {
+      cut_to_shortest(motion_acc, motion_gyro);
+      throw;
     }
-    motion_acc.push_back(acc);
-    motion_gyro.push_back(rate);
     return;
   }
 
+  const Emptying acc_end(motion_acc);
+  const Emptying gyro_end(motion_gyro);
   if (length(motion_acc) >= min_motion_len) {
     drop_newest(motion_acc, margin());
     drop_newest(motion_gyro, margin());
@@ -122,8 +161,6 @@ void AgGes::update(Point3Df acc, Point3Df gyro) {
                       static_cast<double>(sample_rate);
   }
   last_motion_acc.swap(motion_acc);
-  motion_acc.clear();
-  motion_gyro.clear();
 }
 
 void AgGes::update(Point3Df acc) {
@@ -133,9 +170,16 @@ void AgGes::update(Point3Df acc) {
   }
   // These histories do not slide: they grow to their length and are then cut back.
   if (length(acc_history) == history_len) clear_buf();
-  acc_history.push_back(acc);
+  bool at_rest = true;
+  try {
+    acc_history.push_back(acc);
+    at_rest = mark_newest();
+  } catch (...) {
+    cut_to_shortest(acc_history, static_history);
+    throw;
+  }
 
-  if (!mark_newest()) {
+  if (!at_rest) {
     if (motion_acc.empty()) {
       const long long newest = length(acc_history) - 1;
       append(acc_history, newest + 1 - margin(), newest, motion_acc);
@@ -143,12 +187,11 @@ void AgGes::update(Point3Df acc) {
     motion_acc.push_back(acc);
     return;
   }
-
+  const Emptying end(motion_acc);
   if (length(motion_acc) >= min_motion_len) {
     drop_newest(motion_acc, margin());
     run();
   }
-  motion_acc.clear();
 }
 
 // Entries end - kept to end - 1 of a queue, counting those it does not have as zero.

@@ -65,6 +65,8 @@ void reconstruct(Points& trace, int sample_rate, Points& velocity, Points& posit
   const Stretch kept = active_stretch(motion);
   Points stretch;
   stretch.reserve(kept.end - kept.begin);
+  velocity.reserve(kept.end - kept.begin);
+  position.reserve(kept.end - kept.begin);
   for (size_t k = kept.begin; k < kept.end; ++k) {
     // With a step's state goes the acceleration one sample before its start, as intended.
     stretch.push_back(trace[k - 1]);

@@ -207,7 +207,7 @@ TEST_F(Context, AModelWhoseCountsMakeNoSenseLeavesTheEmptyModel) {
   }
 }
 
-// Two thousand million templates, in a process that cannot have that much memory.
+// In a process that cannot have so much memory.
 static void load_absurd_model(WgrContext& context) {
   const rlimit limit = {512u << 20, 512u << 20};
   if (setrlimit(RLIMIT_AS, &limit) != 0) std::_Exit(3);
@@ -230,8 +230,14 @@ static bool memory_is_checked() {
 TEST_F(Context, AModelTooLargeForTheMemoryLeavesTheEmptyModel) {
   if (memory_is_checked()) GTEST_SKIP() << "not under a memory checker";
   const auto context = make();
-  write_file(std::string(c_GmodelPath[0]) + ".xml", "1 2000000000 0 0\n3 \n0 \n");
-  EXPECT_EXIT(load_absurd_model(*context), ::testing::ExitedWithCode(7), "");
+  // Two thousand million templates; and a hundred of a million points, of which it has
+  // none.
+  std::string points = "1 100 0 0\n3 \n0 \n";
+  for (int t = 0; t < 100; ++t) points += "3 1000000\n\n\n\n";
+  for (const std::string& text : {std::string("1 2000000000 0 0\n3 \n0 \n"), points}) {
+    write_file(std::string(c_GmodelPath[0]) + ".xml", text);
+    EXPECT_EXIT(load_absurd_model(*context), ::testing::ExitedWithCode(7), "");
+  }
 }
 
 TEST_F(Context, AWearerOrModeOutOfRangeIsRefusedWithoutATrace) {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -272,6 +273,61 @@ TEST_F(WgrLogTest, DropsLinesWhenTheDiskIsFull) {
 TEST_F(WgrLogTest, DropsLinesWhenTheLinkLeadsNowhere) {
   fs::create_symlink(kLogPath, kLogPath);  // a loop
   EXPECT_EQ(log_in_child([] { return true; }), 0);
+  fs::remove(kLogPath);
+  fs::create_symlink(kLogDirectory + "/missing/log.txt", kLogPath);
+  EXPECT_EQ(log_in_child([] { return true; }), 0);
+  EXPECT_FALSE(fs::exists(kLogDirectory + "/missing"));
+}
+
+// Lines of one length, and how many of them the log holds; -1 where it holds anything
+// else.
+static std::string numbered(int i) {
+  return "AgGes 40: " + std::string(90, 'd') + std::to_string(1000000 + i);
+}
+
+static int whole_lines() {
+  std::istringstream lines(read_log());
+  int count = 0;
+  for (std::string line; std::getline(lines, line); ++count) {
+    if (line != numbered(count)) return -1;
+  }
+  return read_log().size() == static_cast<size_t>(count) * (numbered(0).size() + 1)
+             ? count
+             : -1;
+}
+
+static constexpr int kRoom = 65536;                // bytes, a number of whole pages
+static constexpr int kLinesThatFit = kRoom / 108;  // and a part of another
+
+static void log_too_many() {
+  for (int i = 0; i < 2 * kLinesThatFit; ++i) log(numbered(i));
+}
+
+TEST_F(WgrLogTest, TheDiskBecomesFullBetweenTwoLines) {
+  const int status = in_child([] {
+    if (mount("tmpfs", kLogDirectory.c_str(), "tmpfs", 0,
+              ("size=" + std::to_string(kRoom)).c_str()) != 0) {
+      return kChildCannot;
+    }
+    log_too_many();
+    const bool full = whole_lines() == kLinesThatFit;
+    umount(kLogDirectory.c_str());
+    return full ? 0 : 1;
+  });
+  if (status == kChildCannot) GTEST_SKIP() << "no file system can be mounted here";
+  EXPECT_EQ(status, 0);
+}
+
+// Where the process may make no larger files, a write beyond would end it.
+TEST_F(WgrLogTest, ALimitOfTheProcessIsNotPassed) {
+  EXPECT_EQ(in_child([] {
+              const rlimit limit = {kRoom, kRoom};
+              if (setrlimit(RLIMIT_FSIZE, &limit) != 0) return kChildCannot;
+              log_too_many();
+              return 0;
+            }),
+            0);
+  EXPECT_EQ(whole_lines(), kLinesThatFit);
 }
 
 TEST_F(WgrLogTest, DropsLinesWhenNoMoreFilesCanBeOpened) {
