@@ -80,7 +80,7 @@ TEST_F(WholeRoad, LeadsFromRecordingsToAModelThatKnowsOtherPeople) {
   EXPECT_EQ(figures["takes"], 30);
   EXPECT_EQ(figures["kept"], 30);
   EXPECT_GE(figures["named"], 0.95);
-  EXPECT_LE(figures["false_events"], 1);
+  EXPECT_EQ(figures["false_events"], 0);
   EXPECT_LT(figures["latency_worst"], 0.5);
   size_t missed = 0;
   for (const auto& [cause, count] : figures["misses"].items()) {
