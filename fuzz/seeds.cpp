@@ -169,8 +169,11 @@ static void make_recordings() {
   save("recording_file", "numbers",
        "t,ax,ay,az,gx,gy,gz\n-0,1e308,-5e-324,.5,1.,1E+2,0e-999\n"
        "1,1e999,0,0,0,0,0\n");
-  save("recording_file", "long-line",
-       "t,ax,ay,az,gx,gy,gz\n0,1,2,3,4,5," + Bytes(4084, '1') + "\n");
+  // 4096 characters, which are read, and one more, which are not.
+  const Bytes longest = "t,ax,ay,az,gx,gy,gz\n0,1,2,3,4,5," + Bytes(4084, '0') + "\n";
+  save("recording_file", "longest-line", longest + "0.02,1,2,3,4,5,6\n");
+  save("recording_file", "too-long-a-line",
+       "t,ax,ay,az,gx,gy,gz\n0,1,2,3,4,5," + Bytes(4085, '0') + "\n");
 }
 
 // ---- scripts of calls ---------------------------------------------------------------
@@ -278,6 +281,8 @@ static void make_calls() {
              integer(40) + integer(6) + number(0.5) + acc_gesture + one_gesture +
              acc_gesture);
   }
+  save("interface_calls", "short-motion",
+       log_nowhere + usual + rest_step(12) + Bytes{kMotion, 2} + rest_step(12));
   save("interface_calls", "motion",
        log_nowhere + usual + rest_step(12) + Bytes{kMotion, 30} + rest_step(12));
   save("interface_calls", "random",
@@ -334,6 +339,11 @@ static void make_hands() {
   save("hand_detector", "mixed", given + swing_both + swing_acc + swing_both + votes);
   save("hand_detector", "init",
        own + swing_acc + Bytes(1, 6) + integer(20) + integer(5) + swing_acc + votes);
+  // Thresholds that no change at all exceeds.
+  const Bytes passing = Bytes{1} + integer(50) + integer(20) + integer(1) + Bytes{1} +
+                        integer(10) + Bytes{1} + number(-1) + Bytes{1} + number(-1) +
+                        Bytes{1} + number(-1);
+  save("hand_detector", "negative-thresholds", passing + swing_acc + swing_both + votes);
   save("hand_detector", "samples",
        own + Bytes{0} + point({1, 2, 3}) + Bytes{1, 2, 3, 4, 5, 6, 7} + votes);
 }
