@@ -22,7 +22,7 @@
 
 static const std::string kPath = std::string(kModelRootDirectory) + "/fuzzed";
 static const std::string kWrittenPath = std::string(kModelRootDirectory) + "/written";
-static constexpr std::size_t kMemory = 1 << 20;    // bytes for a model
+static constexpr std::size_t kMemory = 1 << 18;    // bytes for a model
 static constexpr std::size_t kMostCells = 200000;  // of all warping tables together
 static constexpr std::size_t kLongestLine = 4095;  // characters that the reader takes
 static constexpr std::size_t kLongestTrace = 40;   // points

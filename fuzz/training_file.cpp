@@ -18,7 +18,7 @@
 
 static const std::string kPaths[] = {std::string(kModelRootDirectory) + "/first",
                                      std::string(kModelRootDirectory) + "/second"};
-static constexpr std::size_t kMemory = 1 << 20;  // bytes for each step
+static constexpr std::size_t kMemory = 1 << 18;  // bytes for each step
 static constexpr std::size_t kMostPoints = 300;  // that are compared with one another
 
 static void require_same(const Gdata& a, const Gdata& b) {
