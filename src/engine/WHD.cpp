@@ -11,6 +11,8 @@ static constexpr double kDefaultThresholdY = 12.0;  // m/s² summed
 static constexpr double kDefaultThresholdGyro = 400.0;  // deg/s summed
 
 static Hparams default_params(int sample_rate) {
+  // Truncated toward zero, as intended: -0.9 gives 0.
+  // NOLINTNEXTLINE(bugprone-incorrect-roundings)
   const int lag = static_cast<int>(sample_rate / kLagsPerSecond + 0.5);
   return {1, {lag}, {kDefaultThresholdX}, {kDefaultThresholdY}, {kDefaultThresholdGyro}};
 }
