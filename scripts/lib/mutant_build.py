@@ -1,0 +1,123 @@
+"""Builds the library and its tests once, and anew what a mutant changes."""
+
+import json
+import os
+import re
+import shlex
+import shutil
+import subprocess
+import sys
+from pathlib import Path
+
+LIBRARY = "libWearableInteraction.so"
+FLAGS = "-O0"
+PORTABLE = ["-DWGR_PORTABLE"]  # without vector code
+
+
+def run(command, **more):
+    return subprocess.run(command, capture_output=True, text=True, check=True, **more).stdout
+
+
+def copy_tree(root, target):
+    """Copies the project, but only the files that changed: the build then is small."""
+    listed = run(["git", "ls-files", "-co", "--exclude-standard", "-z"], cwd=root)
+    names = [n for n in listed.split("\0") if n and (root / n).is_file()]
+    for name in names:
+        source, copy = root / name, target / name
+        if copy.is_file() and copy.read_bytes() == source.read_bytes():
+            continue
+        copy.parent.mkdir(parents=True, exist_ok=True)
+        shutil.copyfile(source, copy)
+        shutil.copymode(source, copy)
+
+
+class Build:
+    """The library and its tests as they are, and the commands that make them."""
+
+    def __init__(self, root, folder, jobs):
+        self.source, self.folder = folder / "source", folder / "build"
+        copy_tree(root, self.source)
+        run(["cmake", "-G", "Ninja", "-S", self.source, "-B", self.folder,
+             "-DCMAKE_BUILD_TYPE=None", f"-DCMAKE_CXX_FLAGS={FLAGS}",
+             "-DCMAKE_SKIP_RPATH=ON", "-DWGR_BUILD_TOOLS=OFF"])
+        built = subprocess.run(["ninja", "-C", self.folder, f"-j{jobs}"],
+                               capture_output=True, text=True, check=False)
+        if built.returncode != 0:
+            sys.exit(built.stdout)
+        self.compilations = {}
+        for entry in json.loads((self.folder / "compile_commands.json").read_text()):
+            words = shlex.split(entry["command"])
+            self.compilations[words[words.index("-o") + 1]] = words
+        self.depends = {}  # object file: paths of the sources that it is made from
+        for line in run(["ninja", "-C", self.folder, "-t", "deps"]).splitlines():
+            if line.startswith("    "):
+                path = Path(os.path.normpath(self.folder / line.strip()))
+                if path.is_relative_to(self.source):
+                    self.depends[last].add(str(path.relative_to(self.source)))
+            elif ": #deps" in line:
+                last = line.split(":")[0]
+                self.depends[last] = set()
+        self.links = {}
+        self.objects = [w for w in self.link(LIBRARY) if w.endswith(".o")]
+        self.tests = self.find_tests()
+        self.check_tests_use_the_library()
+        for name in self.objects:
+            if self.has_vectors(name):
+                self.compile(name, self.folder / "portable" / name, [], PORTABLE)
+
+    def link(self, target):
+        if target not in self.links:
+            line = run(["ninja", "-C", self.folder, "-t", "commands", "-s", target])
+            words = shlex.split(line)
+            self.links[target] = words[words.index("&&") + 1:-2]
+        return self.links[target]
+
+    def find_tests(self):
+        """Name, folder and command of every test that runs a program."""
+        shown = json.loads(run(["ctest", "--show-only=json-v1"], cwd=self.folder))
+        tests = []
+        for test in shown["tests"]:
+            program = Path(test["command"][-1])
+            if program.parent == self.folder / "tests":
+                objects = [w for w in self.link(f"tests/{program.name}") if w.endswith(".o")]
+                folder = Path(objects[0]).parts[1]
+                tests.append((test["name"], folder, test["command"]))
+        return tests
+
+    def check_tests_use_the_library(self):
+        """A test program that held a part of the library itself would never fail."""
+        own = re.compile(r" T (\S+)$", re.M)
+        library = set(own.findall(run(["nm", "-D", "--defined-only", LIBRARY],
+                                      cwd=self.folder)))
+        for name, _, _ in self.tests:
+            program = f"tests/{name}"
+            both = library & set(own.findall(run(["nm", "--defined-only", program],
+                                                 cwd=self.folder)))
+            if both - {"_init", "_fini"}:
+                sys.exit(f"scripts/mutate: {program} has code of the library: {both}")
+
+    def has_vectors(self, name):
+        return "src/each_cpu.h" in self.depends[name]
+
+    def compile(self, name, to, overlay, flags=()):
+        """Compiles object file `name` anew, with the folders of `overlay` before src/."""
+        words = list(self.compilations[name])
+        source = Path(words[words.index("-c") + 1])
+        for folder in overlay:
+            changed = folder / source.relative_to(self.source)
+            if changed.is_file():
+                source = changed
+        words[words.index("-c") + 1] = str(source)
+        words[words.index("-o") + 1] = str(to)
+        to.parent.mkdir(parents=True, exist_ok=True)
+        first = next(i for i, w in enumerate(words) if w.startswith("-I"))
+        words[first:first] = [f"-I{folder / 'src'}" for folder in overlay]
+        return subprocess.run(words + ["-w", *flags], cwd=self.folder, capture_output=True,
+                              check=False).returncode == 0
+
+    def link_anew(self, target, to, replaced, flags=()):
+        words = [str(replaced.get(w, w)) for w in self.link(target)] + list(flags)
+        words[words.index("-o") + 1] = str(to)
+        to.parent.mkdir(parents=True, exist_ok=True)
+        return subprocess.run(words, cwd=self.folder, capture_output=True,
+                              check=False).returncode == 0
