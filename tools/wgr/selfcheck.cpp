@@ -10,7 +10,8 @@ void add_selfcheck(CLI::App& wgr) {
       "selfcheck", "Check that the library computes here what it does everywhere.");
   command->footer(
       "Runs recordings that are made in memory and compares every outcome with the one\n"
-      "recorded in the program. Prints what differs, and at which stage first; ends with\n"
+      "recorded in the program. Prints what differs, and at which stage first; ends "
+      "with\n"
       "status 1 when anything does.");
   const auto record = std::make_shared<bool>(false);
   command->add_flag("--record", *record,

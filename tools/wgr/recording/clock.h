@@ -12,11 +12,12 @@
 inline constexpr int kHighestRate = 100000;  // samples per second, far above any watch
 
 // The rate in samples per second: from the mean of the time steps (s) that are near their
-// median, so that neither gaps nor stamps rounded to milliseconds mislead it. Nothing when
-// no step is forward.
+// median, so that neither gaps nor stamps rounded to milliseconds mislead it. Nothing
+// when no step is forward.
 std::optional<double> mean_rate(std::vector<double> steps);
 
-// The same from stamped samples, in whole samples per second. Nothing when fewer than two samples or no step forward lead to a rate.
+// The same from stamped samples, in whole samples per second. Nothing when fewer than two
+// samples or no step forward lead to a rate.
 std::optional<int> estimate_rate(const std::deque<RecordedSample>& samples);
 
 // Counts what is irregular in a stream of time stamps.
