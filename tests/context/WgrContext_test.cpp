@@ -350,6 +350,21 @@ TEST_F(Context, AnyClassButThreeIsReportedAsItStandsAndTheBuffersAreEmptied) {
   }
 }
 
+// The engine itself empties the motion that has ended; one in the wrong mode does
+// nothing.
+TEST_F(Context, AReportEmptiesWhatAnEngineThatDidNotRunHolds) {
+  const auto context = ready();
+  listen(*context);
+  AgGes& engine = *context->ages;
+  fill_all_buffers(engine);
+  engine.motion_acc = engine.motion_gyro = engine.acc_history;
+  engine.work_mode = kAccOnly;
+  engine.gesture_class = 4;
+  const Capture printing;
+  EXPECT_EQ(context->update_gesture({0, 0, 10}, {1, 2, 3}), 4);
+  EXPECT_TRUE(all_buffers_empty(engine));
+}
+
 TEST_F(Context, ARejectedMotionIsReportedAsFive) {
   const auto context = ready();
   listen(*context);
