@@ -11,7 +11,7 @@
 #include <string>
 
 inline std::uint64_t property_cases() {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(WGR_SANITIZED)
   constexpr std::uint64_t kUsual = 50'000;
 #else
   constexpr std::uint64_t kUsual = 1'000'000;

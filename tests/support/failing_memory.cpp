@@ -60,7 +60,7 @@ void operator delete(void* block, std::size_t) noexcept { operator delete(block)
 void operator delete[](void* block) noexcept { operator delete(block); }
 void operator delete[](void* block, std::size_t) noexcept { operator delete(block); }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#if !defined(WGR_SANITIZED)
 
 // What the C library itself has behind the name.
 extern "C" void* __libc_calloc(std::size_t count, std::size_t size);

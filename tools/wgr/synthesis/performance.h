@@ -10,7 +10,7 @@
 struct PerformanceOptions {
   int wearer = 0;  // 0: left wrist, 1: right wrist
   int rate = 50;   // samples per second
-  RecordingFaults faults;
+  RecordingFaults faults = {};
 };
 
 // The movement of the left wrist; arms go where each activity wants them at the start of
