@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <sstream>
 #include <string>
@@ -304,7 +305,7 @@ static void log_too_many() {
 }
 
 TEST_F(WgrLogTest, TheDiskBecomesFullBetweenTwoLines) {
-  const int status = in_child([] {
+  const int status = in_child([]() -> int {
     if (mount("tmpfs", kLogDirectory.c_str(), "tmpfs", 0,
               ("size=" + std::to_string(kRoom)).c_str()) != 0) {
       return kChildCannot;
@@ -312,7 +313,7 @@ TEST_F(WgrLogTest, TheDiskBecomesFullBetweenTwoLines) {
     log_too_many();
     const bool full = whole_lines() == kLinesThatFit;
     umount(kLogDirectory.c_str());
-    return full ? 0 : 1;
+    std::exit(full ? 0 : 1);
   });
   if (status == kChildCannot) GTEST_SKIP() << "no file system can be mounted here";
   EXPECT_EQ(status, 0);
@@ -320,11 +321,11 @@ TEST_F(WgrLogTest, TheDiskBecomesFullBetweenTwoLines) {
 
 // Where the process may make no larger files, a write beyond would end it.
 TEST_F(WgrLogTest, ALimitOfTheProcessIsNotPassed) {
-  EXPECT_EQ(in_child([] {
+  EXPECT_EQ(in_child([]() -> int {
               const rlimit limit = {kRoom, kRoom};
               if (setrlimit(RLIMIT_FSIZE, &limit) != 0) return kChildCannot;
               log_too_many();
-              return 0;
+              std::exit(0);
             }),
             0);
   EXPECT_EQ(whole_lines(), kLinesThatFit);

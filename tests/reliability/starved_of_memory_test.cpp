@@ -2,6 +2,7 @@
 // std::bad_alloc, the handle goes on, and nothing is leaked.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <memory>
 #include <new>
 #include <set>
@@ -14,6 +15,7 @@
 #include "support/child.h"
 #include "support/failing_memory.h"
 #include "support/installed_models.h"
+#include "support/quiet_engine.h"
 #include "support/same_bits.h"
 
 namespace {
@@ -138,7 +140,7 @@ class StarvedOfMemory : public ::testing::Test {
 
   static int starve_quietly(long n, bool warm, double strength) {
     const Capture printing;
-    return in_child([&] { return starve(n, warm, strength); });
+    return in_child([&]() -> int { std::exit(starve(n, warm, strength)); });
   }
 };
 
@@ -179,6 +181,28 @@ TEST_F(StarvedOfMemory, EveryAllocationMayFailAndNothingLeaksOrChanges) {
       EXPECT_EQ(lines.count(line), 1u) << "allocation " << n << ": " << line;
     }
   }
+}
+
+TEST_F(StarvedOfMemory, AnEngineOfOneSensorLosesOneSampleAndKeepsItsQueuesInStep) {
+  const Stream stream = rest(12) + gesture(20, 6.0) + rest(80);
+  long n = 1;
+  for (bool reached = true; reached; ++n) {
+    const std::unique_ptr<AgGes> engine = quiet_engine(kAccOnly);
+    int failures = 0;
+    fail_allocation(n);
+    for (const Pair& pair : stream) {
+      try {
+        engine->update(pair.acc);
+      } catch (const std::bad_alloc&) {
+        ++failures;
+      }
+      ASSERT_EQ(engine->acc_history.size(), engine->static_history.size()) << n;
+    }
+    reached = allocations() >= n;
+    fail_allocation(0);
+    EXPECT_EQ(failures, reached ? 1 : 0) << "allocation " << n;
+  }
+  EXPECT_GT(n, 5);
 }
 
 // What a model is built from: training data read and merged, all similarities, a

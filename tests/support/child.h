@@ -15,7 +15,8 @@ inline constexpr unsigned kChildSeconds = 60;  // then the child is ended: it ha
 inline constexpr int kChildCannot = 99;        // the machine forbids what a child needs
 
 // Runs `body` in a child and returns what it returned, 0 to 255; minus the signal that
-// ended it. Leaks are not looked for in the child.
+// ended it. Leaks are not looked for in the child. A body that calls exit() itself lets a
+// library that counts what is reached write its counts.
 inline int in_child(const std::function<int()>& body) {
   std::fflush(nullptr);
   const pid_t child = fork();
