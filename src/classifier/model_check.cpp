@@ -133,10 +133,15 @@ std::vector<T> Checker::values(size_t wanted, const std::string& what) {
 // Whether a count can be followed any further.
 bool Checker::in_range(int count, const std::string& what) {
   if (count >= 0 && count <= kMostEntries) return true;
-  find(what + ": " + std::to_string(count) +
-       (count < 0 ? " is negative: the model is refused"
-                  : " is more than any model has: it is refused"));
-  if (reader_goes_on_) check_.loads = false;
+  const std::string text = what + ": " + std::to_string(count) +
+                           (count < 0 ? " is negative: the model is refused"
+                                      : " is more than any model has: it is refused");
+  if (reader_goes_on_) {
+    check_.loads = false;
+    check_.findings.push_back({line_, text});  // however much was found before
+  } else {
+    find(text);
+  }
   return false;
 }
 
@@ -263,8 +268,9 @@ ModelCheck Checker::check() {
   check_labels();
   const size_t labels_line = line_;
   check_thresholds();
-  for (int i = 0; i < header_.templates && file_ && !full(); ++i) check_template(i);
-  if (!file_ || full()) return check_;
+  // To the end, also when no more is told: the last template may be what is refused.
+  for (int i = 0; i < header_.templates && file_; ++i) check_template(i);
+  if (!file_) return check_;
   for (size_t i = 0; i < labels_.size(); ++i) {
     if (has_template_[i]) continue;
     find(labels_line,

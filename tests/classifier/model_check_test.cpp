@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <sstream>
+#include <stdexcept>
 
 #include "classifier/Gmodel.h"
 #include "support/comma_locale.h"
@@ -292,4 +293,19 @@ TEST_F(ModelChecking, AnotherKindOfFileIsNotComplainedAboutWithoutEnd) {
   other << "1000000 1000000 1 1\n\n\n";
   for (int i = 0; i < 5000; ++i) other << "<a/>\n";
   EXPECT_EQ(check(other.str()).findings.size(), 100u);
+}
+
+// The reader does not stop at the hundredth fault.
+TEST_F(ModelChecking, ACountThatIsRefusedBehindAHundredFaultsIsTold) {
+  std::string text = "1 151 0 0\n3 \n0 \n";
+  for (int t = 0; t < 150; ++t) text += "4 0\n\n\n\n";  // of no class
+  const std::string refused = text + "3 -1\n\n\n\n";
+  EXPECT_TRUE(check(text + "3 1\n1 \n2 \n3 \n").loads);
+  const ModelCheck result = check(refused);
+  EXPECT_FALSE(result.loads);
+  EXPECT_EQ(result.findings.size(), 101u);
+  EXPECT_EQ(result.findings.back().line, 604u);
+  EXPECT_THAT(result.findings.back().text, HasSubstr("the model is refused"));
+  Gmodel model;
+  EXPECT_THROW(model.read(directory_.file("model").c_str()), std::length_error);
 }
