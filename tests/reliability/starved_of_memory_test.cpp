@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <map>
 #include <memory>
 #include <new>
 #include <set>
@@ -259,4 +260,38 @@ TEST_F(StarvedOfMemory, TheOfflineRoutinesFailOrGiveTheSameAnswer) {
                         << " instead of " << expected;
     EXPECT_EQ(live_blocks(), blocks) << "allocation " << n;
   }
+}
+
+// How often each kind of exception leaves, over every allocation that reading may fail
+// at.
+static std::map<std::string, int> ways_out(const std::string& path) {
+  std::map<std::string, int> ways;
+  for (long n = 1;; ++n) {
+    Gmodel model;
+    fail_allocation(n);
+    try {
+      model.read(path.c_str());
+    } catch (const std::bad_array_new_length&) {
+      ++ways["the file"];
+    } catch (const std::bad_alloc&) {
+      ++ways["the memory"];
+    }
+    const bool reached = allocations() >= n;
+    fail_allocation(0);
+    if (!reached) return ways;
+  }
+}
+
+// A file of eight characters that ends where its templates should be: it has room for one
+// class and seven templates, and not for one more.
+TEST_F(StarvedOfMemory, AFileIsToBlameWhenItAnnouncesMoreNumbersThanItHasCharacters) {
+  const TempDirectory directory;
+  const std::string path = directory.file("model");
+  write_file(path + ".xml", "1 7 0 0\n");
+  std::map<std::string, int> ways = ways_out(path);
+  EXPECT_GT(ways["the memory"], 2);
+  EXPECT_EQ(ways["the file"], 0);
+  write_file(path + ".xml", "1 8 0 0\n");
+  ways = ways_out(path);
+  EXPECT_EQ(ways["the file"], 1);  // the templates themselves
 }
