@@ -85,6 +85,7 @@ void WgrLogAt(WgrLogSite site, ...) {
   char message[kLineSize] = {};
   std::va_list arguments;
   va_start(arguments, site);
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the line before, it overlooks
   std::vsnprintf(message, sizeof message, site.message, arguments);
   va_end(arguments);
 

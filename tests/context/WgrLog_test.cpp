@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -297,8 +298,9 @@ static int whole_lines() {
              : -1;
 }
 
-static constexpr int kRoom = 65536;                // bytes, a number of whole pages
-static constexpr int kLinesThatFit = kRoom / 108;  // and a part of another
+static constexpr int kNumberedSize = 108;  // bytes of such a line, its break included
+static constexpr int kRoom = 65536;        // bytes, a number of whole pages
+static constexpr int kLinesThatFit = kRoom / kNumberedSize;  // and a part of another
 
 static void log_too_many() {
   for (int i = 0; i < 2 * kLinesThatFit; ++i) log(numbered(i));
@@ -319,16 +321,33 @@ TEST_F(WgrLogTest, TheDiskBecomesFullBetweenTwoLines) {
   EXPECT_EQ(status, 0);
 }
 
-// Where the process may make no larger files, a write beyond would end it.
+// Where the process may make no larger files, a write beyond would end it: above all
+// where the last line has filled the file up to the limit.
 TEST_F(WgrLogTest, ALimitOfTheProcessIsNotPassed) {
-  EXPECT_EQ(in_child([]() -> int {
-              const rlimit limit = {kRoom, kRoom};
-              if (setrlimit(RLIMIT_FSIZE, &limit) != 0) return kChildCannot;
-              log_too_many();
-              std::exit(0);
+  for (const rlim_t room : {kRoom, kLinesThatFit * kNumberedSize}) {
+    clear_log();
+    EXPECT_EQ(in_child([room]() -> int {
+                const rlimit limit = {room, room};
+                if (setrlimit(RLIMIT_FSIZE, &limit) != 0) return kChildCannot;
+                log_too_many();
+                std::exit(0);
+              }),
+              0)
+        << room;
+    EXPECT_EQ(whole_lines(), kLinesThatFit) << room;
+  }
+}
+
+// The first descriptor is 0 then; what failed long before does not matter.
+TEST_F(WgrLogTest, WritesOnceAndClosesWhenTheHostHasClosedItsInput) {
+  EXPECT_EQ(in_child([] {
+              close(STDIN_FILENO);
+              errno = EINTR;
+              log("line");
+              return fcntl(STDIN_FILENO, F_GETFD) < 0 ? 0 : 1;
             }),
             0);
-  EXPECT_EQ(whole_lines(), kLinesThatFit);
+  EXPECT_EQ(read_log(), "line\n");
 }
 
 TEST_F(WgrLogTest, DropsLinesWhenNoMoreFilesCanBeOpened) {
