@@ -6,6 +6,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <type_traits>
 
 #include "support/child.h"
 #include "support/files.h"
@@ -56,6 +57,12 @@ TEST_F(HgrTest, StartsWithAnEmptyModelThatNormalisesOnlyForAPositiveNumber) {
     EXPECT_TRUE(fresh.model->class_thresholds.empty());
     EXPECT_TRUE(fresh.model->templates.empty());
   }
+}
+
+// Two owners of one model would both delete it.
+TEST_F(HgrTest, IsNeverCopied) {
+  EXPECT_FALSE(std::is_copy_constructible_v<HGR>);
+  EXPECT_FALSE(std::is_copy_assignable_v<HGR>);
 }
 
 TEST_F(HgrTest, NamesTheMostSimilarTemplate) {

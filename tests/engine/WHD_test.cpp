@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <type_traits>
 
 #include "support/files.h"
 #include "support/private_paths.h"
@@ -48,6 +49,12 @@ TEST(WHDConstruction, ARecordIsCopied) {
   EXPECT_EQ(whd.params->thr_x, (std::vector<double>{1.0, 2.0}));
   EXPECT_EQ(whd.params->thr_y, (std::vector<double>{3.0, 4.0}));
   EXPECT_EQ(whd.params->thr_gyro, (std::vector<double>{5.0, 6.0}));
+}
+
+// Two owners of one record would both delete it.
+TEST(WHDConstruction, IsNeverACopy) {
+  EXPECT_FALSE(std::is_copy_constructible_v<WHD>);
+  EXPECT_FALSE(std::is_copy_assignable_v<WHD>);
 }
 
 TEST(WHDConstruction, LogsTheSameWordsWithARecordAndWithout) {

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <thread>
+#include <type_traits>
 
 #include "support/quiet_engine.h"
 #include "support/same_bits.h"
@@ -47,6 +48,12 @@ TEST_F(Construction, KeepsItsArguments) {
   EXPECT_EQ(made->history_len, 70);
   EXPECT_EQ(made->static_window, 9);
   EXPECT_EQ(made->strength_threshold, 2.5);
+}
+
+// Two owners of one classifier would both delete it.
+TEST_F(Construction, IsNeverACopy) {
+  EXPECT_FALSE(std::is_copy_constructible_v<AgGes>);
+  EXPECT_FALSE(std::is_copy_assignable_v<AgGes>);
 }
 
 TEST_F(Construction, LengthsBelowOneBecomePartsOfTheRate) {

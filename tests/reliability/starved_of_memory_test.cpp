@@ -184,26 +184,39 @@ TEST_F(StarvedOfMemory, EveryAllocationMayFailAndNothingLeaksOrChanges) {
   }
 }
 
-TEST_F(StarvedOfMemory, AnEngineOfOneSensorLosesOneSampleAndKeepsItsQueuesInStep) {
-  const Stream stream = rest(12) + gesture(20, 6.0) + rest(80);
-  long n = 1;
-  for (bool reached = true; reached; ++n) {
-    const std::unique_ptr<AgGes> engine = quiet_engine(kAccOnly);
-    int failures = 0;
-    fail_allocation(n);
-    for (const Pair& pair : stream) {
-      try {
-        engine->update(pair.acc);
-      } catch (const std::bad_alloc&) {
-        ++failures;
+// Long enough for each queue to need memory more than once, also those of single bits.
+TEST_F(StarvedOfMemory, AnEngineLosesOneSampleAndKeepsItsQueuesInStep) {
+  constexpr int kHistory = 1200;
+  const Stream stream = rest(12) + gesture(20, 6.0) + rest(80) + motion(1000);
+  for (const int work_mode : {kAccOnly, kAccAndGyro}) {
+    long n = 1;
+    for (bool reached = true; reached; ++n) {
+      const std::unique_ptr<AgGes> engine = quiet_engine(work_mode);
+      engine->init(work_mode, 50, {0, 0, 0}, -1, kHistory, -1, 2.0);
+      int failures = 0;
+      fail_allocation(n);
+      for (const Pair& pair : stream) {
+        try {
+          if (work_mode == kAccOnly) {
+            engine->update(pair.acc);
+          } else {
+            engine->update(pair.acc, pair.gyro);
+          }
+        } catch (const std::bad_alloc&) {
+          ++failures;
+        }
+        ASSERT_EQ(engine->static_history.size(), engine->acc_history.size()) << n;
+        if (work_mode == kAccAndGyro) {
+          ASSERT_EQ(engine->gyro_history.size(), engine->acc_history.size()) << n;
+          ASSERT_EQ(engine->motion_gyro.size(), engine->motion_acc.size()) << n;
+        }
       }
-      ASSERT_EQ(engine->acc_history.size(), engine->static_history.size()) << n;
+      reached = allocations() >= n;
+      fail_allocation(0);
+      EXPECT_EQ(failures, reached ? 1 : 0) << "allocation " << n;
     }
-    reached = allocations() >= n;
-    fail_allocation(0);
-    EXPECT_EQ(failures, reached ? 1 : 0) << "allocation " << n;
+    EXPECT_GT(n, 50);
   }
-  EXPECT_GT(n, 5);
 }
 
 // What a model is built from: training data read and merged, all similarities, a
