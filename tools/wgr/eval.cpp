@@ -1,6 +1,4 @@
 // wgr eval: how good a model is on labelled recordings.
-#include <stdlib.h>
-
 #include <charconv>
 #include <cstdio>
 #include <filesystem>
@@ -21,6 +19,7 @@
 #include "training/cut_arguments.h"
 #include "training/model_output.h"
 
+static constexpr char kInPlace[] = "--in-place";
 static constexpr char kFooter[] =
     R"(FOLDER is as for wgr cut; all streams are fed to the library through its C interface,
 with the model in place. A take that was cut beforehand, without rest around it, is no
@@ -43,23 +42,9 @@ struct Arguments {
   std::string page;  // file; empty: none
   std::vector<std::string> requirements;
   bool json = false;
+  bool in_place = false;  // run with the library's places to itself
   CutArguments cut;
   EvaluationOptions options;
-};
-
-// A folder of its own, gone at the end.
-class Scratch {
- public:
-  explicit Scratch(std::string path) : path_(std::move(path)) {}
-  ~Scratch() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  Scratch(const Scratch&) = delete;
-  Scratch& operator=(const Scratch&) = delete;
-
- private:
-  const std::string path_;
 };
 
 }  // namespace
@@ -72,21 +57,11 @@ static std::vector<std::string> own_words() {
   return words;
 }
 
-// The same run with a folder of its own at the library's fixed place.
+// The same run, with the library's fixed places to itself: models can be put there.
 [[noreturn]] static void run_again() {
-  std::string scratch = (std::filesystem::temp_directory_path() / "wgr-XXXXXX").string();
-  if (mkdtemp(scratch.data()) == nullptr) {
-    throw std::runtime_error(scratch + ": a temporary folder cannot be made");
-  }
   std::vector<std::string> words = own_words();
-  words.push_back("--scratch=" + scratch);
-  try {
-    run_again_with_models(scratch, words);
-  } catch (...) {
-    std::error_code ignored;
-    std::filesystem::remove_all(scratch, ignored);
-    throw;
-  }
+  words.push_back(kInPlace);
+  run_again_with_own_places(words);
 }
 
 static void check(const Arguments& given) {
@@ -115,8 +90,7 @@ static std::string title_of(const Arguments& given) {
 
 static void eval(const Arguments& given) {
   check(given);
-  if (given.options.scratch.empty()) run_again();
-  const Scratch scratch(given.options.scratch);
+  if (!given.in_place) run_again();
   std::FILE* const out = take_standard_output_and_hush();
   if (out == nullptr) throw std::runtime_error("standard output cannot be used");
 
@@ -177,7 +151,7 @@ void add_eval(CLI::App& wgr) {
       ->allow_extra_args(false);
   command->add_flag("--json", given->json, "Print JSON");
   add_report_option(*command, given->page);
-  command->add_option("--scratch", given->options.scratch)->group("");
+  command->add_flag(kInPlace, given->in_place)->group("");
   add_build_options(*command, given->options.build);
   add_cut_arguments(*command, given->cut);
   command->footer(kFooter);

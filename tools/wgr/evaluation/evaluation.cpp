@@ -345,7 +345,7 @@ static double hours_in(const CutSet& set, const Division& division, size_t fold)
 
 Evaluation evaluate(const CutSet& set, const EvaluationOptions& options) {
   const Division division = divide(set, options);
-  const std::string place = model_file(options.scratch, kDefaultWearer, kDefaultMode);
+  const std::string place = model_file(kInstalledModels, kDefaultWearer, kDefaultMode);
   std::optional<Workshop> workshop;
   if (options.leave_out == LeaveOut::kNothing) {
     std::error_code failed;

@@ -18,9 +18,8 @@ enum class LeaveOut { kNothing, kSubject, kTake, kSession };
 struct EvaluationOptions {
   std::string model;  // file; with LeaveOut::kNothing
   LeaveOut leave_out = LeaveOut::kNothing;
-  int folds = 10;       // of takes
-  BuildOptions build;   // of the folds' models
-  std::string scratch;  // the folder that the library sees as its models
+  int folds = 10;      // of takes
+  BuildOptions build;  // of the folds' models
 };
 
 inline constexpr char kRefused[] = "refused";  // reported as like no gesture
@@ -76,6 +75,6 @@ struct Evaluation {
   std::optional<double> latency(double quantile) const;
 };
 
-// The library must see `options.scratch` at its fixed place. Throws UsageError for
-// recordings that cannot be divided as asked.
+// Puts models at the library's fixed place, which must be there to be written to. Throws
+// UsageError for recordings that cannot be divided as asked.
 Evaluation evaluate(const CutSet& set, const EvaluationOptions& options);

@@ -45,24 +45,36 @@ void require_models(const std::string& folder, int wearer, int mode) {
                                                       std::to_string(mode));
 }
 
-[[noreturn]] void run_again_with_models(const std::string& folder,
-                                        const std::vector<std::string>& arguments) {
+// Runs this program again through the launcher, told to do so by `options`.
+[[noreturn]] static void run_again(const std::vector<std::string>& options,
+                                   const std::vector<std::string>& arguments) {
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
   const std::filesystem::path beside = program.parent_path() / kLauncher;
   const std::filesystem::path installed =
       (program.parent_path() / kInstalledLauncher).lexically_normal();
   const bool is_beside = access(beside.c_str(), X_OK) == 0;
   if (!is_beside && access(installed.c_str(), X_OK) != 0) {
-    throw UsageError("--models needs the launcher, which is neither at " +
-                     beside.string() + " nor at " + installed.string());
+    throw UsageError("the launcher is missing: it is neither at " + beside.string() +
+                     " nor at " + installed.string());
   }
   const std::string launcher = is_beside ? beside : installed;
 
-  std::vector<std::string> words = {launcher, "--models", folder, program};
+  std::vector<std::string> words = {launcher};
+  words.insert(words.end(), options.begin(), options.end());
+  words.push_back(program);
   words.insert(words.end(), arguments.begin(), arguments.end());
   std::vector<char*> argv;
   for (std::string& word : words) argv.push_back(word.data());
   argv.push_back(nullptr);
   execv(launcher.c_str(), argv.data());
   throw UsageError(launcher + ": cannot be run: " + std::strerror(errno));
+}
+
+[[noreturn]] void run_again_with_models(const std::string& folder,
+                                        const std::vector<std::string>& arguments) {
+  run_again({"--models", folder}, arguments);
+}
+
+[[noreturn]] void run_again_with_own_places(const std::vector<std::string>& arguments) {
+  run_again({}, arguments);
 }

@@ -24,3 +24,6 @@ void require_models(const std::string& folder, int wearer, int mode);
 // the launcher cannot be found or run.
 [[noreturn]] void run_again_with_models(const std::string& folder,
                                         const std::vector<std::string>& arguments);
+
+// The same with both places empty, to be written to, and gone when the program ends.
+[[noreturn]] void run_again_with_own_places(const std::vector<std::string>& arguments);

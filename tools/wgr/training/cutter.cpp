@@ -1,14 +1,11 @@
 #include "training/cutter.h"
 
-#include <stdlib.h>
-
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <stdexcept>
 
 #include "engine/reconstruction.h"
-#include "hold_signals.h"
+#include "temporary_folder.h"
 
 static constexpr int kOwnDefault = -1;             // a length that the engine chooses
 static constexpr double kStrengthThreshold = 2.0;  // m/s², as after initialisation
@@ -16,26 +13,14 @@ static constexpr double kInsideShare = 0.5;  // of motion and span: the motion i
 
 // An engine that cuts and measures as with a model of ours, but recognises nothing.
 static std::unique_ptr<AgGes> make_engine(int rate, int shortest, bool gravity) {
-  const HoldSignals hold;  // an interruption would leave the folder behind
-  std::string folder = (std::filesystem::temp_directory_path() / "wgr-XXXXXX").string();
-  if (mkdtemp(folder.data()) == nullptr) {
-    throw std::runtime_error(folder + ": a temporary folder cannot be made");
-  }
+  const TemporaryFolder folder;
   Gmodel empty;
   empty.normalize = 1;
   empty.havegravity = gravity ? 1 : 0;
-  const std::string path = folder + "/empty";
-  const bool written = empty.write(path.c_str());
-  std::unique_ptr<AgGes> engine;
-  if (written) {
-    engine =
-        std::make_unique<AgGes>(path.c_str(), kAccAndGyro, rate, Point3Df{0.0, 0.0, 0.0},
-                                shortest, kOwnDefault, kOwnDefault, kStrengthThreshold);
-  }
-  std::error_code ignored;
-  std::filesystem::remove_all(folder, ignored);
-  if (!written) throw std::runtime_error(path + ": cannot be written");
-  return engine;
+  const std::string path = folder.file("empty");
+  if (!empty.write(path.c_str())) throw std::runtime_error(path + ": cannot be written");
+  return std::make_unique<AgGes>(path.c_str(), kAccAndGyro, rate, Point3Df{0.0, 0.0, 0.0},
+                                 shortest, kOwnDefault, kOwnDefault, kStrengthThreshold);
 }
 
 Cutter::Cutter(int rate, int shortest, bool gravity)

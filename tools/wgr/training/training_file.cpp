@@ -1,7 +1,5 @@
 #include "training/training_file.h"
 
-#include <stdlib.h>
-
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -12,6 +10,7 @@
 
 #include "errors.h"
 #include "table.h"
+#include "temporary_folder.h"
 
 // Enough for any sensor, and few enough to hide that mathematical libraries differ in a
 // number's last digit.
@@ -172,18 +171,14 @@ Gdata read_training_file(const std::string& path) {
 }
 
 Gdata parse_training_text(const std::string& text) {
-  std::string folder = (std::filesystem::temp_directory_path() / "wgr-XXXXXX").string();
-  if (mkdtemp(folder.data()) == nullptr) {
-    throw std::runtime_error(folder + ": a temporary folder cannot be made");
-  }
-  const std::string path = folder + "/training";
+  const TemporaryFolder folder;
+  const std::string path = folder.file("training");
   std::ofstream file(path, std::ios::binary);
   file << text;
   file.close();
   Gdata data;
-  const bool loaded = file && data.load(path.c_str());
-  std::error_code ignored;
-  std::filesystem::remove_all(folder, ignored);
-  if (!loaded) throw std::runtime_error(path + ": cannot be written and read");
+  if (!file || !data.load(path.c_str())) {
+    throw std::runtime_error(path + ": cannot be written and read");
+  }
   return data;
 }
