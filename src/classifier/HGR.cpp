@@ -64,7 +64,7 @@ int HGR::predict(std::vector<Point3Df>& trace, double* strength, double* score,
 }
 
 float* HGR::cal_sim_matrix(const std::vector<std::vector<Point3Df>>& traces, int k) {
-  auto matrix = std::make_unique<float[]>(traces.size() * traces.size());
+  std::unique_ptr<float[]> matrix(new float[traces.size() * traces.size()]);
   similarity_matrix(traces, k, matrix.get());
   return matrix.release();
 }

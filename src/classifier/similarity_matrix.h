@@ -11,7 +11,7 @@
 #include "classifier/similarity.h"
 #include "classifier/warping_lanes.h"
 
-// See HGR::cal_sim_matrix; `matrix` has room for n x n scores.
+// See HGR::cal_sim_matrix; `matrix` has room for n x n scores, all of which are put.
 void similarity_matrix(const std::vector<Points>& traces, int k, float* matrix);
 
 // One group of a matrix: scores the traces order[first] to order[end - 1], at most

@@ -357,11 +357,17 @@ TEST_F(HgrTest, MatrixOfOneTraceIsASingleZero) {
 
 TEST_F(HgrTest, MatrixOfNoTracesCanBeFreed) { delete[] hgr.cal_sim_matrix({}, 1); }
 
-// The pair whose score depends on the order: -5/6 one way, -1 the other.
+// A pair whose score depends on the order: -5/6 one way, -1 the other.
+static const Points kOneWay = {{0, 0, 0}, {2, 0, 0}, {0, 0, 0}};
+static const Points kOther = {{0, 0, 0}, {0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {2, 0, 0}};
+
+TEST_F(HgrTest, TheOrderOfAPairCounts) {
+  EXPECT_EQ(hgr.cal_simlarity(kOneWay, kOther, 0), static_cast<float>(-5.0 / 6.0));
+  EXPECT_EQ(hgr.cal_simlarity(kOther, kOneWay, 0), -1.0f);
+}
+
 TEST_F(HgrTest, MatrixHoldsBothOrdersOfAPairRowByRow) {
-  const Points a = {{0, 0, 0}, {2, 0, 0}, {0, 0, 0}};
-  const Points b = {{0, 0, 0}, {0, 0, 0}, {1, 0, 0}, {0, 0, 0}, {2, 0, 0}};
-  const std::unique_ptr<float[]> matrix(hgr.cal_sim_matrix({a, b}, 0));
+  const std::unique_ptr<float[]> matrix(hgr.cal_sim_matrix({kOneWay, kOther}, 0));
   EXPECT_TRUE(same_bits(matrix[0], 0.0f));
   EXPECT_EQ(matrix[1], static_cast<float>(-5.0 / 6.0));
   EXPECT_EQ(matrix[2], -1.0f);

@@ -204,6 +204,11 @@ TEST_F(ModelChecking, TheFirstLineThatIsMissingIsNamed) {
     EXPECT_THAT("\n" + told(result), HasSubstr("\n" + expected));
     EXPECT_TRUE(result.loads) << kept;
   }
+  // Of classes whose templates are missing with the rest nothing is said.
+  std::vector<std::string> lines = sound();
+  lines.resize(7);
+  EXPECT_EQ(told(check(joined(lines))),
+            "8: the file ends where template 2 should be: it was cut off\n");
   EXPECT_THAT(
       told(check("")),
       StartsWith("1: the file ends where the header should be: it was cut off\n"));
