@@ -44,8 +44,9 @@ class Checker {
 
  private:
   bool full() const { return check_.findings.size() >= kMostFindings; }
+  void keep(size_t line, const std::string& text);
   void find(size_t line, const std::string& text) {
-    if (!full()) check_.findings.push_back({line, text});
+    if (!full()) keep(line, text);
   }
   void find(const std::string& text) { find(line_, text); }
 
@@ -68,9 +69,17 @@ class Checker {
   bool reader_goes_on_ = true;  // no line before it was
   Header header_;
   std::vector<int> labels_;
-  std::vector<bool> has_template_;  // in step with the labels
+  std::vector<char> has_template_;  // whether, in step with the labels
   ModelCheck check_;
 };
+
+// Behind all that were found up to that line: what is found later may stand before.
+void Checker::keep(size_t line, const std::string& text) {
+  std::vector<ModelFinding>& findings = check_.findings;
+  auto at = findings.end();
+  while (at != findings.begin() && (at - 1)->line > line) --at;
+  findings.insert(at, {line, text});
+}
 
 // Goes to the next line; false, with a finding, where the file has none. Of a line that
 // is too long it keeps what the reader takes.
@@ -138,7 +147,7 @@ bool Checker::in_range(int count, const std::string& what) {
                                       : " is more than any model has: it is refused");
   if (reader_goes_on_) {
     check_.loads = false;
-    check_.findings.push_back({line_, text});  // however much was found before
+    keep(line_, text);  // however much was found before
   } else {
     find(text);
   }
@@ -166,7 +175,7 @@ void Checker::check_header() {
 void Checker::check_labels() {
   if (!next_line("the class labels")) return;
   labels_ = values<int>(static_cast<size_t>(header_.classes), "the class labels");
-  has_template_.assign(labels_.size(), false);
+  has_template_.assign(labels_.size(), 0);
   for (size_t i = 0; i < labels_.size(); ++i) {
     if (std::find(std::begin(kCodes), std::end(kCodes), labels_[i]) != std::end(kCodes)) {
       find("the label " + std::to_string(labels_[i]) +
@@ -228,7 +237,7 @@ void Checker::check_template(int number) {
     find(name + ": its label " + std::to_string(about[0]) +
          " is not in the list of classes");
   } else {
-    has_template_[static_cast<size_t>(label - labels_.begin())] = true;
+    has_template_[static_cast<size_t>(label - labels_.begin())] = 1;
   }
   if (!in_range(about[1], name + ", its number of points")) {
     file_.setstate(std::ios::failbit);
@@ -272,14 +281,11 @@ ModelCheck Checker::check() {
   for (int i = 0; i < header_.templates && file_; ++i) check_template(i);
   if (!file_) return check_;
   for (size_t i = 0; i < labels_.size(); ++i) {
-    if (has_template_[i]) continue;
+    if (has_template_[i] != 0) continue;
     find(labels_line,
          "no template has the label " + std::to_string(labels_[i]) + ": it never wins");
   }
   check_end();
-  std::stable_sort(
-      check_.findings.begin(), check_.findings.end(),
-      [](const ModelFinding& a, const ModelFinding& b) { return a.line < b.line; });
   return check_;
 }
 

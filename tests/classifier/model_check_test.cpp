@@ -145,6 +145,15 @@ TEST_F(ModelChecking, EachFaultIsNamedOnceWithItsLine) {
   }
 }
 
+// Not in that of their discovery; two of one line in the order in which they stand there.
+TEST_F(ModelChecking, FindingsAreInTheOrderOfTheirLines) {
+  EXPECT_EQ(told(with(7, "0 0.8 0 1 ")),
+            "4: template 1: its gravity, the last point, has no length: it never wins\n"
+            "7: template 1, its z: more than 3 values; the surplus is ignored\n");
+  EXPECT_THAT(told(with(1, "2 2 3 2")), StartsWith("1: normalize: 3 is neither 0 nor 1\n"
+                                                   "1: havegravity: 2 is neither"));
+}
+
 TEST_F(ModelChecking, RoundingToSixDigitsIsNoFault) {
   EXPECT_EQ(told(with(5, "1.00001 0 0 ")), "");
   // The root mean square of 1.0019 and 1 is 1.00095, that of 1.0022 and 1 is 1.0011.
