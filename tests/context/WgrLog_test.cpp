@@ -324,10 +324,11 @@ TEST_F(WgrLogTest, TheDiskBecomesFullBetweenTwoLines) {
 // Where the process may make no larger files, a write beyond would end it: above all
 // where the last line has filled the file up to the limit.
 TEST_F(WgrLogTest, ALimitOfTheProcessIsNotPassed) {
-  for (const rlim_t room : {kRoom, kLinesThatFit * kNumberedSize}) {
+  for (const int room : {kRoom, kLinesThatFit * kNumberedSize}) {
     clear_log();
     EXPECT_EQ(in_child([room]() -> int {
-                const rlimit limit = {room, room};
+                const rlim_t most = static_cast<rlim_t>(room);
+                const rlimit limit = {most, most};
                 if (setrlimit(RLIMIT_FSIZE, &limit) != 0) return kChildCannot;
                 log_too_many();
                 std::exit(0);

@@ -1,0 +1,1 @@
+// Stands for all tests when their common headers are compiled in advance.
