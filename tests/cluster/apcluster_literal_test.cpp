@@ -8,6 +8,7 @@
 
 #include "classifier/points.h"
 #include "cluster/apcluster.h"
+#include "support/cases.h"
 #include "support/files.h"
 #include "support/literal_clustering.h"
 #include "support/random_points.h"
@@ -99,8 +100,8 @@ static void compare(Case& c, bool with_nan, Ends& ends, const std::string& name)
 
 TEST(ApAgainstLiteral, OnSimilaritiesOfPoints) {
   Ends ends;
-  for (std::uint64_t seed = 1; seed <= 700; ++seed) {
-    Case c(seed);
+  for (int seed = 1; seed <= affordable(700); ++seed) {
+    Case c(static_cast<std::uint64_t>(seed));
     const Points points = c.random.trace(c.n, RandomPoints::Kind::kGaussian);
     for (size_t i = 0; i < points.size(); ++i) {
       for (size_t j = 0; j < points.size(); ++j)
@@ -109,46 +110,46 @@ TEST(ApAgainstLiteral, OnSimilaritiesOfPoints) {
     }
     ASSERT_NO_FATAL_FAILURE(compare(c, false, ends, "seed " + std::to_string(seed)));
   }
-  EXPECT_GT(ends.exemplars, 100);
+  EXPECT_GT(ends.exemplars, affordable(100));
   EXPECT_GT(ends.none, 0);
-  EXPECT_GT(ends.not_converged, 100);
+  EXPECT_GT(ends.not_converged, affordable(100));
 }
 
 // Nothing is symmetric, and similarities above zero occur. Some points choose one that
 // is no exemplar itself; that is an answer too.
 TEST(ApAgainstLiteral, OnArbitraryMatrices) {
   Ends ends;
-  for (std::uint64_t seed = 1; seed <= 700; ++seed) {
-    Case c(seed);
+  for (int seed = 1; seed <= affordable(700); ++seed) {
+    Case c(static_cast<std::uint64_t>(seed));
     const double shift = c.random.integer(-3, 1);
     for (float& value : c.s) value = static_cast<float>(c.random.gaussian() + shift);
     ASSERT_NO_FATAL_FAILURE(compare(c, false, ends, "seed " + std::to_string(seed)));
   }
-  EXPECT_GT(ends.exemplars, 100);
-  EXPECT_GT(ends.not_converged, 100);
+  EXPECT_GT(ends.exemplars, affordable(100));
+  EXPECT_GT(ends.not_converged, affordable(100));
   EXPECT_GT(ends.odd_choices, 0);
 }
 
 TEST(ApAgainstLiteral, OnMatricesFullOfTies) {
   Ends ends;
-  for (std::uint64_t seed = 1; seed <= 1000; ++seed) {
-    Case c(seed);
+  for (int seed = 1; seed <= affordable(1000); ++seed) {
+    Case c(static_cast<std::uint64_t>(seed));
     const int least = c.random.integer(-4, -1);
     const int most = c.random.integer(least, 2);
     for (float& value : c.s) value = static_cast<float>(c.random.integer(least, most));
     ASSERT_NO_FATAL_FAILURE(compare(c, false, ends, "seed " + std::to_string(seed)));
   }
-  EXPECT_GT(ends.exemplars, 100);
-  EXPECT_GT(ends.none, 20);
-  EXPECT_GT(ends.not_converged, 100);
+  EXPECT_GT(ends.exemplars, affordable(100));
+  EXPECT_GT(ends.none, affordable(20));
+  EXPECT_GT(ends.not_converged, affordable(100));
 }
 
 TEST(ApAgainstLiteral, OnMatricesWithInfinitiesAndHugeValues) {
   Ends ends;
   const float infinity = std::numeric_limits<float>::infinity();
   const float specials[] = {-infinity, infinity, 3e38f, -3.4028235e+38f, 1e-42f};
-  for (std::uint64_t seed = 1; seed <= 700; ++seed) {
-    Case c(seed);
+  for (int seed = 1; seed <= affordable(700); ++seed) {
+    Case c(static_cast<std::uint64_t>(seed));
     const int one_in = c.random.integer(2, 60);
     for (float& value : c.s) {
       value = static_cast<float>(-1.0 - c.random.uniform());
@@ -156,7 +157,7 @@ TEST(ApAgainstLiteral, OnMatricesWithInfinitiesAndHugeValues) {
     }
     ASSERT_NO_FATAL_FAILURE(compare(c, false, ends, "seed " + std::to_string(seed)));
   }
-  EXPECT_GT(ends.exemplars, 20);
+  EXPECT_GT(ends.exemplars, affordable(20));
 }
 
 // Whole rows of minus infinity occur, where the largest and the next to it are no more
@@ -165,22 +166,22 @@ TEST(ApAgainstLiteral, OnSmallMatricesOfInfinities) {
   Ends ends;
   const float infinity = std::numeric_limits<float>::infinity();
   const float values[] = {-infinity, -infinity, -infinity, -1.0f, -3.0f, infinity};
-  for (std::uint64_t seed = 1; seed <= 3000; ++seed) {
-    Case c(seed);
+  for (int seed = 1; seed <= affordable(3000); ++seed) {
+    Case c(static_cast<std::uint64_t>(seed));
     c.n = c.random.integer(2, 5);
     c.s.resize(static_cast<size_t>(c.n) * static_cast<size_t>(c.n));
     const int most = c.random.integer(0, 5);
     for (float& value : c.s) value = values[c.random.integer(0, most)];
     ASSERT_NO_FATAL_FAILURE(compare(c, false, ends, "seed " + std::to_string(seed)));
   }
-  EXPECT_GT(ends.exemplars, 20);
-  EXPECT_GT(ends.none, 20);
+  EXPECT_GT(ends.exemplars, affordable(20));
+  EXPECT_GT(ends.none, affordable(20));
 }
 
 TEST(ApAgainstLiteral, OnMatricesWithNans) {
   Ends ends;
-  for (std::uint64_t seed = 1; seed <= 700; ++seed) {
-    Case c(seed);
+  for (int seed = 1; seed <= affordable(700); ++seed) {
+    Case c(static_cast<std::uint64_t>(seed));
     const int one_in = c.random.integer(1, 3) == 1 ? 2 : c.n * c.n;
     for (float& value : c.s) {
       value = static_cast<float>(-1.0 - c.random.uniform());
@@ -189,19 +190,19 @@ TEST(ApAgainstLiteral, OnMatricesWithNans) {
     }
     ASSERT_NO_FATAL_FAILURE(compare(c, true, ends, "seed " + std::to_string(seed)));
   }
-  EXPECT_GT(ends.none, 20);
+  EXPECT_GT(ends.none, affordable(20));
 }
 
 // Long runs: one bit lost in a message would have time to grow.
 TEST(ApAgainstLiteral, OnLongRuns) {
   Ends ends;
-  for (std::uint64_t seed = 1; seed <= 20; ++seed) {
-    Case c(seed);
+  for (int seed = 1; seed <= affordable(20); ++seed) {
+    Case c(static_cast<std::uint64_t>(seed));
     c.maxits = 1000;
     c.convits = 400;
     for (float& value : c.s) value = static_cast<float>(c.random.gaussian() - 2.0);
     ASSERT_NO_FATAL_FAILURE(compare(c, false, ends, "seed " + std::to_string(seed)));
   }
-  EXPECT_GT(ends.exemplars, 3);
+  EXPECT_GT(ends.exemplars, affordable(3));
   EXPECT_EQ(ends.most_iterations, 1001);
 }

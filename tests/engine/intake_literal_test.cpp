@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "support/cases.h"
 #include "support/literal_intake.h"
 #include "support/literal_recognition.h"
 #include "support/quiet_engine.h"
@@ -152,21 +153,21 @@ static Seen compare_on_streams(std::uint64_t seed, Feeding feeding, int rounds) 
 }
 
 TEST(IntakeLiteral, TwoSensorsAgreeInEveryFieldAfterEverySample) {
-  const Seen seen = compare_on_streams(2301, Feeding::kBothSensors, 25);
-  EXPECT_GT(seen.recognitions, 1000);
-  EXPECT_GT(seen.refused, 100);
-  EXPECT_GT(seen.named, 100);
-  EXPECT_GT(seen.rejected, 100);
+  const Seen seen = compare_on_streams(2301, Feeding::kBothSensors, affordable(25));
+  EXPECT_GT(seen.recognitions, affordable(1000));
+  EXPECT_GT(seen.refused, affordable(100));
+  EXPECT_GT(seen.named, affordable(100));
+  EXPECT_GT(seen.rejected, affordable(100));
 }
 
 TEST(IntakeLiteral, TheAccelerometerAloneAgreesInEveryFieldAfterEverySample) {
-  const Seen seen = compare_on_streams(2401, Feeding::kAccelerometer, 25);
-  EXPECT_GT(seen.recognitions, 1000);
-  EXPECT_GT(seen.refused, 100);
-  EXPECT_GT(seen.named, 100);
+  const Seen seen = compare_on_streams(2401, Feeding::kAccelerometer, affordable(25));
+  EXPECT_GT(seen.recognitions, affordable(1000));
+  EXPECT_GT(seen.refused, affordable(100));
+  EXPECT_GT(seen.named, affordable(100));
 }
 
 TEST(IntakeLiteral, OneEngineFedThroughBothIntakesAgreesToo) {
-  const Seen seen = compare_on_streams(2402, Feeding::kMixed, 25);
-  EXPECT_GT(seen.recognitions, 500);
+  const Seen seen = compare_on_streams(2402, Feeding::kMixed, affordable(25));
+  EXPECT_GT(seen.recognitions, affordable(500));
 }

@@ -6,6 +6,7 @@
 #include <limits>
 #include <new>
 
+#include "support/cases.h"
 #include "support/literal_reconstruction.h"
 #include "support/quiet_engine.h"
 #include "support/random_points.h"
@@ -132,7 +133,7 @@ TEST(Reconstruction, TheEngineHandsItsOwnFieldsOver) {
 TEST(ReconstructionLiteral, AgreesToTheBit) {
   RandomPoints random(3301);
   int kept = 0;
-  for (int round = 0; round < 20000; ++round) {
+  for (int round = 0; round < affordable(20000); ++round) {
     const auto kind = kEveryKind[round % 3];
     Points trace = random.trace(random.integer(1, 50), kind);
     // Quiet ends, on most rounds, so that a stretch remains.
@@ -158,5 +159,5 @@ TEST(ReconstructionLiteral, AgreesToTheBit) {
     ASSERT_TRUE(same_bits(result.position, position)) << "round " << round;
     kept += !expected.empty();
   }
-  EXPECT_GT(kept, 1500);
+  EXPECT_GT(kept, affordable(1500));
 }

@@ -29,3 +29,7 @@ inline std::uint64_t property_cases() {
 
 // A test that counts how often something rare was met can expect so only of a full run.
 inline bool enough_cases() { return property_cases() >= 50'000; }
+
+// Of what a test has when a step takes its usual time, as much as it can afford: a
+// quarter where a step takes fifty times as long (valgrind).
+inline int affordable(int usual) { return property_cases() < 2'000 ? usual / 4 : usual; }
