@@ -25,15 +25,22 @@ typedef struct Point3Df {
   double z;
 } Point3Df;
 
+/* The formatter takes the macro for a call. */
+/* clang-format off */
 /** The wrist that wears the watch. */
-typedef WG_INT_ENUM(WgWatchWearer){
-    WG_WEARER_LEFT = 0, WG_WEARER_RIGHT = 1,
-    WG_WEARER_UNDECIDED = 2 /* an answer of get_wearer_type(), never an argument */
+typedef WG_INT_ENUM(WgWatchWearer) {
+  WG_WEARER_LEFT = 0,
+  WG_WEARER_RIGHT = 1,
+  WG_WEARER_UNDECIDED = 2 /* an answer of get_wearer_type(), never an argument */
 } WgWatchWearer;
 
 /** The variant of the gesture model: which of a wearer's three models is used. */
-typedef WG_INT_ENUM(WgWorkMode){WG_MODE_OW = 0, WG_MODE_FB = 1,
-                                WG_MODE_MIX = 2} WgWorkMode;
+typedef WG_INT_ENUM(WgWorkMode) {
+  WG_MODE_OW = 0,
+  WG_MODE_FB = 1,
+  WG_MODE_MIX = 2
+} WgWorkMode;
+/* clang-format on */
 
 /** One gesture context; made by create_gesture_handle(). */
 typedef void* WgrHandle;

@@ -20,7 +20,7 @@ namespace {
 
 // One random matrix and the parameters to cluster it with.
 struct Case {
-  explicit Case(std::uint64_t seed) : random(seed) {
+  explicit Case(int seed) : random(static_cast<std::uint64_t>(seed)) {
     n = random.integer(1, 3) == 1 ? random.integer(2, 4) : random.integer(2, 40);
     const int limits[] = {1, 2, 5, 20, 80};
     maxits = limits[random.integer(0, 4)];
@@ -101,7 +101,7 @@ static void compare(Case& c, bool with_nan, Ends& ends, const std::string& name)
 TEST(ApAgainstLiteral, OnSimilaritiesOfPoints) {
   Ends ends;
   for (int seed = 1; seed <= affordable(700); ++seed) {
-    Case c(static_cast<std::uint64_t>(seed));
+    Case c(seed);
     const Points points = c.random.trace(c.n, RandomPoints::Kind::kGaussian);
     for (size_t i = 0; i < points.size(); ++i) {
       for (size_t j = 0; j < points.size(); ++j)
@@ -120,7 +120,7 @@ TEST(ApAgainstLiteral, OnSimilaritiesOfPoints) {
 TEST(ApAgainstLiteral, OnArbitraryMatrices) {
   Ends ends;
   for (int seed = 1; seed <= affordable(700); ++seed) {
-    Case c(static_cast<std::uint64_t>(seed));
+    Case c(seed);
     const double shift = c.random.integer(-3, 1);
     for (float& value : c.s) value = static_cast<float>(c.random.gaussian() + shift);
     ASSERT_NO_FATAL_FAILURE(compare(c, false, ends, "seed " + std::to_string(seed)));
@@ -133,7 +133,7 @@ TEST(ApAgainstLiteral, OnArbitraryMatrices) {
 TEST(ApAgainstLiteral, OnMatricesFullOfTies) {
   Ends ends;
   for (int seed = 1; seed <= affordable(1000); ++seed) {
-    Case c(static_cast<std::uint64_t>(seed));
+    Case c(seed);
     const int least = c.random.integer(-4, -1);
     const int most = c.random.integer(least, 2);
     for (float& value : c.s) value = static_cast<float>(c.random.integer(least, most));
@@ -149,7 +149,7 @@ TEST(ApAgainstLiteral, OnMatricesWithInfinitiesAndHugeValues) {
   const float infinity = std::numeric_limits<float>::infinity();
   const float specials[] = {-infinity, infinity, 3e38f, -3.4028235e+38f, 1e-42f};
   for (int seed = 1; seed <= affordable(700); ++seed) {
-    Case c(static_cast<std::uint64_t>(seed));
+    Case c(seed);
     const int one_in = c.random.integer(2, 60);
     for (float& value : c.s) {
       value = static_cast<float>(-1.0 - c.random.uniform());
@@ -167,7 +167,7 @@ TEST(ApAgainstLiteral, OnSmallMatricesOfInfinities) {
   const float infinity = std::numeric_limits<float>::infinity();
   const float values[] = {-infinity, -infinity, -infinity, -1.0f, -3.0f, infinity};
   for (int seed = 1; seed <= affordable(3000); ++seed) {
-    Case c(static_cast<std::uint64_t>(seed));
+    Case c(seed);
     c.n = c.random.integer(2, 5);
     c.s.resize(static_cast<size_t>(c.n) * static_cast<size_t>(c.n));
     const int most = c.random.integer(0, 5);
@@ -181,7 +181,7 @@ TEST(ApAgainstLiteral, OnSmallMatricesOfInfinities) {
 TEST(ApAgainstLiteral, OnMatricesWithNans) {
   Ends ends;
   for (int seed = 1; seed <= affordable(700); ++seed) {
-    Case c(static_cast<std::uint64_t>(seed));
+    Case c(seed);
     const int one_in = c.random.integer(1, 3) == 1 ? 2 : c.n * c.n;
     for (float& value : c.s) {
       value = static_cast<float>(-1.0 - c.random.uniform());
@@ -197,7 +197,7 @@ TEST(ApAgainstLiteral, OnMatricesWithNans) {
 TEST(ApAgainstLiteral, OnLongRuns) {
   Ends ends;
   for (int seed = 1; seed <= affordable(20); ++seed) {
-    Case c(static_cast<std::uint64_t>(seed));
+    Case c(seed);
     c.maxits = 1000;
     c.convits = 400;
     for (float& value : c.s) value = static_cast<float>(c.random.gaussian() - 2.0);
