@@ -81,6 +81,8 @@ static void in_callback(void* handle, int gesture, void* user_data) {
   ++host.calls;
   host.told = gesture;
   host.told_handle = handle;
+  require(update_gesture(handle, {0, 0, 10}, {0, 0, 0}) == 6,
+          "in the callback no sample is taken in");
   switch (host.in_callback) {
     case InCallback::kModel:
       require(set_gesture_model(handle, WG_WEARER_RIGHT, WG_MODE_OW) == 0,

@@ -12,11 +12,16 @@
  * in the watch's frame; lengths in samples; times in milliseconds.
  *
  * Status values differ between the functions; each one's comment says what it
- * answers, for a null handle too. Nothing is thrown but std::bad_alloc.
+ * answers, for a null handle too. Nothing is thrown but std::bad_alloc, and what the
+ * host's own callback throws.
  *
  * Threads: the library starts none and locks nothing. Call one handle from one
  * thread at a time. Handles share the log file and the model files, which are only
  * read; creating a handle changes the process's working directory for a moment.
+ *
+ * Every call must return, or be left by an exception. Leaving one by longjmp(), in the
+ * callback or in a signal handler, or by cancelling its thread is not allowed: files
+ * stay open, memory is lost, and the handle is left between two states.
  */
 #ifndef WGR_INTERFACE_H
 #define WGR_INTERFACE_H
@@ -101,6 +106,9 @@ int set_gesture_model(WgrHandle h, WgWatchWearer wearer, WgWorkMode mode);
  * Registers the function that is told of each gesture; one at a time.
  *
  * The callback may call everything but destroy_gesture_handle() on its handle.
+ * update_gesture() on its own handle takes nothing in and answers 6 there; other handles
+ * can be fed. An exception that the callback throws passes through update_gesture(): the
+ * gesture counts as reported, and the next sample starts afresh.
  *
  * h          handle; may be null
  * cb         the callback; null is refused, and an earlier one stays
@@ -120,7 +128,8 @@ int register_gesture_event_cb(WgrHandle h, WgGestureEventCb cb, void* user_data)
  * h       handle; may be null
  * acc     acceleration with gravity in it, watch frame, m/s²
  * gyro    angular rate with its bias still in it, watch frame, deg/s
- * return  the class that was reported, or 6 when none was; 0 when h is null
+ * return  the class that was reported, or 6 when none was; 0 when h is null; 6 also while
+ *         h's own callback is running, when the sample is not taken in
  */
 int update_gesture(WgrHandle h, Point3Df acc, Point3Df gyro);
 

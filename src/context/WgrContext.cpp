@@ -97,7 +97,33 @@ static void empty_buffers(AgGes& engine) {
   engine.static_history.clear();
 }
 
+namespace {
+
+// The time of a report. In the end the engine starts afresh, however the callback is
+// left: a gesture is reported once.
+class Report {
+ public:
+  Report(AgGes& engine, bool& reporting) : engine_(engine), reporting_(reporting) {
+    reporting_ = true;
+  }
+  ~Report() {
+    // Strength and duration stay, for the host to ask for.
+    engine_.gesture_class = kNoGesture;
+    empty_buffers(engine_);
+    reporting_ = false;
+  }
+  Report(const Report&) = delete;
+  Report& operator=(const Report&) = delete;
+
+ private:
+  AgGes& engine_;
+  bool& reporting_;
+};
+
+}  // namespace
+
 int WgrContext::update_gesture(Point3Df acc, Point3Df gyro) {
+  if (reporting_) return kNothingReported;
   WgrLogAt(kLogUpdateStart);
   ages->update(acc, gyro);
   int gesture = ages->gesture_class;
@@ -109,9 +135,7 @@ int WgrContext::update_gesture(Point3Df acc, Point3Df gyro) {
     return kNothingReported;
   }
 
+  const Report report(*ages, reporting_);
   if (event_cb != nullptr) event_cb(this, gesture, user_data);
-  // Strength and duration stay, for the host to ask for.
-  ages->gesture_class = kNoGesture;
-  empty_buffers(*ages);
   return gesture;
 }

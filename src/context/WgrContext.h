@@ -38,12 +38,16 @@ class WgrContext {
   int update_handtype(Point3Df acc);
 
   // One sample pair (m/s², deg/s) into the engine. Reports a gesture that it
-  // completes to the callback and empties the engine's buffers. Returns the reported
-  // class, or 6.
+  // completes to the callback and empties the engine's buffers, also when the callback
+  // throws. Returns the reported class, or 6. While the callback runs nothing is taken
+  // in, nor logged.
   int update_gesture(Point3Df acc, Point3Df gyro);
 
   WHD* whd = nullptr;     // owned
   AgGes* ages = nullptr;  // owned
   WgGestureEventCb event_cb = nullptr;
   void* user_data = nullptr;
+
+ private:
+  bool reporting_ = false;  // the callback is running
 };

@@ -257,6 +257,104 @@ TEST_F(Interface, TheCallbackMayCallEverythingButDestroy) {
   EXPECT_EQ(seen.calls, 2);
 }
 
+namespace {
+// What a callback saw that feeds samples.
+struct Feeding {
+  WgrHandle other = nullptr;  // fed a whole gesture too
+  int calls = 0;
+  int answer = -1;        // to a sample for the handle itself
+  int other_answer = -1;  // to the last sample of the gesture
+  size_t samples = 0;     // that the engine held behind it
+  std::string log;        // what was logged meanwhile
+};
+}  // namespace
+
+static void feed_in_callback(void* handle, int, void* user_data) {
+  Feeding& seen = *static_cast<Feeding*>(user_data);
+  if (++seen.calls > 3) return;  // where each sample in here would report again
+  const std::string before = read_log();
+  seen.answer = feed(handle, motion(30) + rest(30));
+  seen.samples = engine_of(handle).acc_history.size();
+  seen.log = read_log().substr(before.size());
+  if (seen.other != nullptr) {
+    seen.other_answer = feed(seen.other, rest(12) + gesture(18, 6.0));
+  }
+}
+
+TEST_F(Interface, ASampleFedInTheCallbackIsNotTakenInAndAnswersSix) {
+  Feeding seen;
+  register_gesture_event_cb(h_, feed_in_callback, &seen);
+  const Stream whole = rest(12) + gesture(18, 6.0);
+  Stream before = whole;
+  before.pop_back();
+  feed(h_, before);
+  const size_t held = engine_of(h_).acc_history.size();
+  EXPECT_EQ(update_gesture(h_, whole.back().acc, whole.back().gyro), kDefaultLabel);
+  EXPECT_EQ(seen.calls, 1);
+  EXPECT_EQ(seen.answer, 6);
+  EXPECT_EQ(seen.samples, held + 1);
+  EXPECT_EQ(seen.log, "");
+  EXPECT_TRUE(engine_of(h_).acc_history.empty());
+
+  // Behind the report samples are taken in again.
+  EXPECT_EQ(update_gesture(h_, {0, 0, 10}, {0, 0, 0}), 6);
+  EXPECT_EQ(engine_of(h_).acc_history.size(), 1u);
+  EXPECT_EQ(feed(h_, rest(12) + gesture(18, 6.0)), kDefaultLabel);
+  EXPECT_EQ(seen.calls, 2);
+}
+
+// Of three handles each feeds the next; the last one meets the first, which is reporting.
+TEST_F(Interface, ACallbackFeedsOtherHandlesWhichReportToo) {
+  WgrHandle second = create(), third = create();
+  const WgrHandle handles[] = {h_, second, third};
+  Feeding seen[3];
+  for (int i = 0; i < 3; ++i) {
+    seen[i].other = handles[(i + 1) % 3];
+    init_gesture_handle(handles[i], 50, {0, 0, 0}, -1, -1, -1, 50);
+    register_gesture_event_cb(handles[i], feed_in_callback, &seen[i]);
+  }
+  set_gesture_model(second, WG_WEARER_LEFT, WG_MODE_OW);
+  EXPECT_EQ(feed(h_, rest(12) + gesture(18, 6.0)), kDefaultLabel);
+  EXPECT_EQ(seen[0].other_answer, kFirstInstalledLabel);
+  EXPECT_EQ(seen[1].other_answer, kDefaultLabel);
+  EXPECT_EQ(seen[2].other_answer, 6);
+  for (const Feeding& one : seen) {
+    EXPECT_EQ(one.calls, 1);
+    EXPECT_EQ(one.answer, 6);
+  }
+  for (const WgrHandle h : handles) EXPECT_TRUE(engine_of(h).acc_history.empty());
+  destroy_gesture_handle(&second);
+  destroy_gesture_handle(&third);
+}
+
+static void fail(void*, int gesture, void* calls) {
+  ++*static_cast<int*>(calls);
+  throw gesture;
+}
+
+TEST_F(Interface, AnExceptionOfTheCallbackPassesThroughBehindTheWholeReport) {
+  int calls = 0;
+  register_gesture_event_cb(h_, fail, &calls);
+  for (int round = 1; round <= 2; ++round) {
+    int thrown = -1;
+    try {
+      feed(h_, rest(12) + gesture(18, 6.0));
+    } catch (int gesture) {
+      thrown = gesture;
+    }
+    EXPECT_EQ(thrown, kDefaultLabel);
+    EXPECT_EQ(calls, round);
+    EXPECT_EQ(engine_of(h_).gesture_class, 14);
+    EXPECT_TRUE(engine_of(h_).acc_history.empty());
+    EXPECT_TRUE(engine_of(h_).trace.empty());
+    EXPECT_GT(get_motion_strength(h_), 2.0);
+    // It is not reported again.
+    EXPECT_EQ(feed(h_, rest(3)), 6);
+    EXPECT_EQ(engine_of(h_).acc_history.size(), 3u);
+    EXPECT_EQ(calls, round);
+  }
+}
+
 TEST_F(Interface, ARejectedGestureReachesTheHostAsFive) {
   Callback seen;
   register_gesture_event_cb(h_, use_everything, &seen);

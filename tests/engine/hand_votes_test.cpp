@@ -140,6 +140,10 @@ TEST(Votes, BeyondIntAMagnitudeStillCountsAndNotANumberNever) {
               (Votes{{0, 1}}));
   }
   EXPECT_EQ(acc_votes({{0, 0, 0}, {3e9, 5, 0}}, one_scale(2, 3.1e9, 0, 0)), Votes());
+  // There as well the fraction is dropped first: 3e9 does not exceed itself.
+  EXPECT_EQ(acc_votes({{0, 0, 0}, {-3e9 - 0.5, 5, 0}}, one_scale(2, 3e9, 0, 0)), Votes());
+  EXPECT_EQ(acc_votes({{0, 0, 0}, {-3e9 - 1, 5, 0}}, one_scale(2, 3e9, 0, 0)),
+            (Votes{{0, 1}}));
   EXPECT_EQ(acc_votes({{0, 0, 0}, {double(INT_MIN), 5, 0}}, one_scale(2, 2e9, 0, 0)),
             (Votes{{0, 1}}));
   EXPECT_EQ(acc_votes({{0, 0, 0}, {kNaN, 5, 0}}, one_scale(2, -1, -1, 0)), Votes());

@@ -43,7 +43,9 @@ struct heard {
 };
 
 static void on_gesture(void* handle, int gesture, void* user_data) {
+  const Point3Df sample = {0.0, 0.0, 10.0};
   struct heard* heard = user_data;
+  CHECK(update_gesture(handle, sample, sample) == 6); /* not taken in: it is reporting */
   heard->handle = handle;
   if (heard->count < 8) heard->gestures[heard->count] = gesture;
   ++heard->count;
