@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # For scripts that build for another processor; sourced from the project's root.
 
 # unpack_foreign TRIPLET ARCHITECTURE PACKAGE...: unpacks Debian packages of another

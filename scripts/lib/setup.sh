@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2034  # what is set here, those who source it use
 # What scripts/demo and scripts/test share; they source it from the project's root.
 
 cores=$(nproc)

@@ -2,6 +2,8 @@
 # Checks scripts/private-paths: what the program sees, and what it leaves behind.
 #
 # usage: private_paths_test.sh LAUNCHER
+# Words of lines are joined by echo, and programs are given texts to expand themselves.
+# shellcheck disable=SC2005,SC2010,SC2016,SC2046
 set -u
 launcher=$1
 models=/usr/share/GestureModel
