@@ -108,7 +108,7 @@ TEST(SynthPlan, AScriptThatCannotBeIsRefusedWithItsLine) {
     const char* text;
     const char* message;
   } cases[] = {
-      {"", ": holds no activity"},
+      {"", ":1: the file is empty"},
       {"t,what\n", ":1: the first line must be t_start,t_end,what"},
       {"t_start,t_end,what\n", ": holds no activity"},
       {"t_start,t_end,what\n0,1\n", ":2: 2 fields instead of 3"},

@@ -81,7 +81,8 @@ std::vector<TableRow> read_table(const std::string& path, const std::string& hea
 
   std::vector<TableRow> rows;
   std::string text;
-  for (size_t line = 1; std::getline(file, text); ++line) {
+  size_t line = 1;
+  for (; std::getline(file, text); ++line) {
     if (!text.empty() && text.back() == '\r') text.pop_back();
     TableRow row = {line, {}};
     if (text.size() > kLongestLine) {
@@ -111,6 +112,8 @@ std::vector<TableRow> read_table(const std::string& path, const std::string& hea
     rows.push_back(std::move(row));
   }
   if (file.bad()) throw UsageError(path + ": cannot be read to its end");
+  if (line == 1)
+    refuse_row({1, {}}, path, "the file is empty: the first line must be " + header);
   return rows;
 }
 
@@ -124,6 +127,17 @@ double number_in(const TableRow& row, size_t index, const std::string& path) {
     refuse_row(row, path, "field " + std::to_string(index + 1) + " is not a number");
   }
   return value;
+}
+
+std::string field(const std::string& text) {
+  if (text.find('\n') != std::string::npos || !is_utf8(text)) {
+    throw UsageError("a table cannot hold the name \"" + text +
+                     "\", which has a line break or is not UTF-8");
+  }
+  if (text.find_first_of(",\"") == std::string::npos) return text;
+  std::string quoted = "\"";
+  for (const char c : text) quoted += c == '"' ? "\"\"" : std::string(1, c);
+  return quoted + '"';
 }
 
 std::string fixed(double value, int decimals) {

@@ -26,6 +26,10 @@ double number_in(const TableRow& row, size_t index, const std::string& path);
 [[noreturn]] void refuse_row(const TableRow& row, const std::string& path,
                              const std::string& reason);
 
+// A text as a field of a row, in quotes where it needs them. Throws UsageError for what no
+// field can hold: a line break, or bytes that are not UTF-8.
+std::string field(const std::string& text);
+
 // Seconds to the millisecond, and other numbers of a fixed number of decimals, the same
 // in every locale.
 std::string fixed(double value, int decimals);

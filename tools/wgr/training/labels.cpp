@@ -52,7 +52,7 @@ std::vector<LabelledSpan> read_spans(const std::string& path) {
 void write_labels(const std::string& path, const std::vector<LabelledSpan>& spans) {
   std::string text = std::string(kHeader) + "\n";
   for (const LabelledSpan& span : spans) {
-    text += span.file + "," + fixed(span.begin, kTimeDecimals) + "," +
+    text += field(span.file) + "," + fixed(span.begin, kTimeDecimals) + "," +
             fixed(span.end, kTimeDecimals) + "," + std::to_string(span.label) + "\n";
   }
   write_text(path, text);
