@@ -122,13 +122,18 @@ class Report {
 
 }  // namespace
 
+// The engine's class after one more sample pair.
+int WgrContext::take_in(Point3Df acc, Point3Df gyro) {
+  wgr::HeldSignals held;  // over, before the callback runs
+  WgrLogAt(held, kLogUpdateStart);
+  ages->update(acc, gyro);
+  WgrLogAt(held, kLogGestureType, ages->gesture_class);
+  return ages->gesture_class;
+}
+
 int WgrContext::update_gesture(Point3Df acc, Point3Df gyro) {
   if (reporting_) return kNothingReported;
-  WgrLogAt(kLogUpdateStart);
-  ages->update(acc, gyro);
-  int gesture = ages->gesture_class;
-  WgrLogAt(kLogGestureType, gesture);
-
+  int gesture = take_in(acc, gyro);
   if (gesture == kRejected) {
     gesture = kReportedRejected;
   } else if (gesture == kNoGesture || gesture == kNothingReported) {

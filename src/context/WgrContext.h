@@ -49,5 +49,7 @@ class WgrContext {
   void* user_data = nullptr;
 
  private:
+  int take_in(Point3Df acc, Point3Df gyro);
+
   bool reporting_ = false;  // the callback is running
 };

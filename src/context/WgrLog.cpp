@@ -1,19 +1,22 @@
 #include "context/WgrLog.h"
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
-#include <atomic>
+#include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
+#include <limits>
 
-static constexpr size_t kLineSize = 256;        // characters, terminator included
-static constexpr unsigned kLinesPerLook = 256;  // at the limit on the size of files
+#include "base/held_signals.h"
+
+static constexpr size_t kLineSize = 256;  // characters, terminator included
 
 // Opening for reading too refuses a file that may only be written, as "a+" would; not
 // blocking keeps a pipe that nobody empties from stopping the host. At 50 samples/s the
@@ -29,30 +32,6 @@ static int open_log() {
   return fd;
 }
 
-// Whether the process may make no file larger than some size. Looked up now and then, and
-// for the first line: one more call of the system for every line would be dear.
-static bool sizes_are_limited() {
-  static std::atomic<unsigned> lines = 0;
-  static std::atomic<bool> limited = false;
-  if (lines.fetch_add(1, std::memory_order_relaxed) % kLinesPerLook == 0) {
-    rlimit64 limit = {};
-    limited = getrlimit64(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM64_INFINITY;
-  }
-  return limited;
-}
-
-// Whether the file may grow by so many bytes. Past the process's limit a write does not
-// just fail: the signal that comes with it ends the host.
-static bool may_grow(int fd, size_t size) {
-  rlimit64 limit = {};
-  struct stat64 about = {};
-  if (!sizes_are_limited() || getrlimit64(RLIMIT_FSIZE, &limit) != 0 ||
-      fstat64(fd, &about) != 0 || !S_ISREG(about.st_mode)) {
-    return true;
-  }
-  return static_cast<rlim64_t>(about.st_size) + size <= limit.rlim_cur;
-}
-
 // Takes the last bytes off again, unless somebody else has written behind them, or they
 // went where nothing can be taken back.
 static void take_back(int fd, off64_t size) {
@@ -63,35 +42,64 @@ static void take_back(int fd, off64_t size) {
 }
 
 // One write for the whole line, so that lines of several writers do not mix. Where the
-// disk is full after a part of it, no part stays: the next line would go on in its
-// middle.
-void WgrLog(char* line) {
+// disk, or the process's limit on the size of files, has room for a part of it, no part
+// stays: the next line would go on in its middle.
+static void write_line(const iovec* parts, int count, wgr::HeldSignals& held) {
   const int fd = open_log();
   if (fd < 0) return;
-  char newline = '\n';
-  const iovec parts[] = {{line, std::strlen(line)}, {&newline, 1}};
-  const size_t size = parts[0].iov_len + parts[1].iov_len;
-  if (may_grow(fd, size)) {
-    ssize_t written = 0;
-    do {
-      written = writev(fd, parts, 2);
-    } while (written < 0 && errno == EINTR);
-    if (written > 0 && static_cast<size_t>(written) < size) take_back(fd, written);
-  }
+  ssize_t size = 0;
+  for (int i = 0; i < count; ++i) size += static_cast<ssize_t>(parts[i].iov_len);
+  ssize_t written = 0;
+  do {
+    written = writev(fd, parts, count);
+  } while (written < 0 && errno == EINTR);
+  if (written < size) held.drop();
+  if (written > 0 && written < size) take_back(fd, written);
   close(fd);
 }
 
+void WgrLog(char* line) {
+  wgr::HeldSignals held;
+  char newline = '\n';
+  const iovec parts[] = {{line, std::strlen(line)}, {&newline, 1}};
+  write_line(parts, 2, held);
+}
+
+// Appends as much of `text` to a line of `length` characters as it has room for.
+static size_t append(char* line, size_t length, const char* text, size_t size) {
+  const size_t taken = std::min(size, kLineSize - 1 - length);
+  std::memcpy(line + length, text, taken);
+  return length + taken;
+}
+
+// Put together by hand: a sample writes two lines, and formatting them is dear.
+static void write_site(const WgrLogSite& site, wgr::HeldSignals& held,
+                       std::va_list arguments) {
+  char line[kLineSize] = {};
+  char tag[std::numeric_limits<int>::digits10 + 2];
+  const char* const tag_end = std::to_chars(tag, std::end(tag), site.tag).ptr;
+  size_t length = append(line, 0, site.function, std::strlen(site.function));
+  length = append(line, length, " ", 1);
+  length = append(line, length, tag, static_cast<size_t>(tag_end - tag));
+  length = append(line, length, ": ", 2);
+  std::vsnprintf(line + length, kLineSize - length, site.message, arguments);
+  length = std::strlen(line);
+  line[length] = '\n';  // in the terminator's place
+  const iovec whole = {line, length + 1};
+  write_line(&whole, 1, held);
+}
+
 void WgrLogAt(WgrLogSite site, ...) {
-  char message[kLineSize] = {};
+  wgr::HeldSignals held;
   std::va_list arguments;
   va_start(arguments, site);
-  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the line before, it overlooks
-  std::vsnprintf(message, sizeof message, site.message, arguments);
+  write_site(site, held, arguments);
   va_end(arguments);
+}
 
-  char line[kLineSize] = {};
-  if (std::snprintf(line, sizeof line, "%s %d: %s", site.function, site.tag, message) >
-      0) {
-    WgrLog(line);
-  }
+void WgrLogAt(wgr::HeldSignals& held, WgrLogSite site, ...) {
+  std::va_list arguments;
+  va_start(arguments, site);
+  write_site(site, held, arguments);
+  va_end(arguments);
 }

@@ -3,8 +3,10 @@
 // A line reads "FUNCTION TAG: MESSAGE". Every line opens the file, writes and
 // closes it again, so it has reached the file when the call returns, and a file
 // that was renamed away is made anew. A line that cannot be written is dropped as a whole
-// and without a word: the log must never disturb the host.
+// and without a word, and no signal ends the host: the log must never disturb it.
 #pragma once
+
+#include "base/held_signals.h"
 
 inline constexpr char kWgrLogPath[] = "/home/app/WgrLog.txt";
 
@@ -42,6 +44,8 @@ inline constexpr WgrLogSite kLogPredict        = {"predict",             336, "n
 // break to the log.
 void WgrLog(char* line);
 
-// Formats one line of the table and appends it. The message and the whole line are
-// each cut to 255 characters.
+// Formats one line of the table and appends it. The whole line is cut to 255 characters.
 void WgrLogAt(WgrLogSite site, ...);
+
+// The same for several lines behind each other, during which signals are held back once.
+void WgrLogAt(wgr::HeldSignals& held, WgrLogSite site, ...);

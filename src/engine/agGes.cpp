@@ -3,12 +3,12 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <limits>
 #include <memory>
 #include <stdexcept>
 
+#include "base/printing.h"
 #include "context/WgrLog.h"
 #include "engine/orientation.h"
 
@@ -51,7 +51,7 @@ static void log_working_directory() {
 // contract.
 [[noreturn]] static void end_without_model(const char* model_path) {
   WgrLogAt(kLogModelFailed, model_path);
-  std::printf("Error: can't load file \"%s\"\n", model_path);
+  wgr::print("Error: can't load file \"%s\"\n", model_path);
   std::exit(0);
 }
 
@@ -66,17 +66,17 @@ static bool read_model(Gmodel& model, const char* model_path) {
 
 // A classifier with the model at `model_path`; does not return without it.
 static std::unique_ptr<HGR> load_classifier(const char* model_path) {
-  std::printf("Load file \"%s\"...\n", model_path);
+  wgr::print("Load file \"%s\"...\n", model_path);
   const KeptWorkingDirectory before;
-  std::printf("-current path: %s\n", before.path());
+  wgr::print("-current path: %s\n", before.path());
   // Model paths are absolute, so loading goes on where this fails.
   [[maybe_unused]] const int entered = chdir(kModelRoot);
   log_working_directory();
-  std::printf("current path: %s\n", before.path());
+  wgr::print("current path: %s\n", before.path());
 
   auto classifier = std::make_unique<HGR>(0);
   if (!read_model(*classifier->model, model_path)) end_without_model(model_path);
-  std::printf("    OK\n\n");
+  wgr::print("    OK\n\n");
   WgrLogAt(kLogModelLoaded);
   return classifier;
 }

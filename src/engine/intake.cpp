@@ -7,8 +7,8 @@
 #include <sys/time.h>
 
 #include <algorithm>
-#include <cstdio>
 
+#include "base/printing.h"
 #include "engine/agGes.h"
 #include "engine/rest.h"
 
@@ -109,7 +109,7 @@ class Emptying {
 
 void AgGes::update(Point3Df acc, Point3Df gyro) {
   if (work_mode == kAccOnly) {
-    std::fputs(kWrongMode, stdout);
+    wgr::print(kWrongMode);
     return;
   }
   const Point3Df rate = gyro - gyro_bias;
@@ -165,7 +165,7 @@ void AgGes::update(Point3Df acc, Point3Df gyro) {
 
 void AgGes::update(Point3Df acc) {
   if (work_mode == kAccAndGyro || work_mode == kAccAndGyro + 1) {
-    std::fputs(kWrongMode, stdout);
+    wgr::print(kWrongMode);
     return;
   }
   // These histories do not slide: they grow to their length and are then cut back.

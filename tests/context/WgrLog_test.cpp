@@ -321,21 +321,75 @@ TEST_F(WgrLogTest, TheDiskBecomesFullBetweenTwoLines) {
   EXPECT_EQ(status, 0);
 }
 
-// Where the process may make no larger files, a write beyond would end it: above all
-// where the last line has filled the file up to the limit.
+// ---- a limit of the process on the size of its files: a write beyond brings a signal
+// ----
+
+static bool limit_files(rlim_t most) {
+  rlimit limit = {};
+  if (getrlimit(RLIMIT_FSIZE, &limit) != 0) return false;
+  limit.rlim_cur = most;
+  return setrlimit(RLIMIT_FSIZE, &limit) == 0;
+}
+
+// Above all where the last line has filled the file up to the limit.
 TEST_F(WgrLogTest, ALimitOfTheProcessIsNotPassed) {
   for (const int room : {kRoom, kLinesThatFit * kNumberedSize}) {
     clear_log();
     EXPECT_EQ(in_child([room]() -> int {
-                const rlim_t most = static_cast<rlim_t>(room);
-                const rlimit limit = {most, most};
-                if (setrlimit(RLIMIT_FSIZE, &limit) != 0) return kChildCannot;
+                if (!limit_files(static_cast<rlim_t>(room))) return kChildCannot;
                 log_too_many();
                 std::exit(0);
               }),
               0)
         << room;
     EXPECT_EQ(whole_lines(), kLinesThatFit) << room;
+  }
+}
+
+// Between any two lines, whatever the file's size by then.
+TEST_F(WgrLogTest, ALimitThatIsSetMeanwhileIsMetByTheNextLine) {
+  EXPECT_EQ(
+      in_child([]() -> int {
+        for (int i = 0; i < 5; ++i) log(numbered(i));
+        const auto size = static_cast<rlim_t>(fs::file_size(kLogPath));
+        const rlim_t without_room[] = {size, size + 1, size + kNumberedSize - 1, 1, 0};
+        for (const rlim_t most : without_room) {
+          if (!limit_files(most)) return kChildCannot;
+          log("dropped " + std::string(100, 'd'));
+          WgrLogAt(kLogPredict, 1, 2, 3, 4);  // as long as there is room for it
+        }
+        limit_files(RLIM_INFINITY);
+        log("again");
+        std::exit(0);
+      }),
+      0);
+  std::string expected;
+  for (int i = 0; i < 5; ++i) expected += numbered(i) + "\n";
+  const std::string predict =
+      "predict 336: nTemplate:1, nclasses:2, normalize:3, havegravity:4\n";
+  EXPECT_EQ(read_log(), expected + predict + "again\n");
+}
+
+TEST_F(WgrLogTest, ProcessesThatMeetTheLimitAtTheSameTimeAllGoOn) {
+  constexpr int kProcesses = 4;
+  for (int round = 0; round < 5; ++round) {
+    clear_log();
+    std::vector<std::thread> waiting;
+    int status[kProcesses] = {};
+    for (int& answer : status) {
+      waiting.emplace_back([&answer] {
+        answer = in_child([]() -> int {
+          if (!limit_files(kRoom)) return kChildCannot;
+          for (int i = 0; i < 4 * kLinesThatFit; ++i) log(numbered(0));
+          std::exit(0);
+        });
+      });
+    }
+    for (std::thread& thread : waiting) thread.join();
+    for (const int answer : status) EXPECT_EQ(answer, 0);
+    std::string expected;
+    for (int i = 0; i < kLinesThatFit; ++i) expected += numbered(0) + "\n";
+    EXPECT_EQ(read_log(), expected);
   }
 }
 
