@@ -2,6 +2,7 @@
 //
 // Samples, the line of the first fault, and the count of empty fields are compared with
 // a plain reading of the same text; what was read is written and read again.
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <optional>
@@ -26,7 +27,8 @@ namespace {
 struct Content {
   std::vector<RecordedSample> samples;
   std::size_t absent = 0;
-  std::size_t faulty_line = 0;  // from 1; 0 when there is none
+  bool last_axis_absent = false;  // in any sample
+  std::size_t faulty_line = 0;    // from 1; 0 when there is none
 };
 
 }  // namespace
@@ -79,6 +81,7 @@ static bool add_sample(const std::string& line, Content& content) {
   for (std::size_t i = 0; i < kFields; ++i) {
     if (fields[i].empty()) {
       ++content.absent;
+      content.last_axis_absent = content.last_axis_absent || i + 1 == kFields;
       values[i] = 0.0;
       continue;
     }
@@ -91,12 +94,25 @@ static bool add_sample(const std::string& line, Content& content) {
   return true;
 }
 
+// Whether a last line without its break is left out: all lines above it are in `content`.
+static bool is_torn(const std::string& line, const Content& content) {
+  const std::size_t kept = std::min(line.size(), kLongestLine);
+  if (line.find_first_not_of('\0', kept) != std::string::npos) return false;
+  Content with = content;
+  std::string text = line;
+  if (text.back() == '\r') text.pop_back();
+  if (line.size() > kLongestLine || !add_sample(text, with)) return true;
+  return text.back() == ',' && !content.last_axis_absent;
+}
+
 static Content plain_reading(const std::string& text) {
   std::vector<std::string> lines = literal::split_lines(text);
+  const bool unended = !lines.back().empty();
   if (lines.back().empty()) lines.pop_back();
   Content content;
   for (std::size_t i = 0; i < lines.size(); ++i) {
     std::string line = lines[i];
+    if (i > 0 && unended && i + 1 == lines.size() && is_torn(line, content)) break;
     bool good = line.size() <= kLongestLine;
     if (!line.empty() && line.back() == '\r') line.pop_back();
     if (i == 0) {

@@ -166,6 +166,10 @@ static void make_recordings() {
   save("recording_file", "marked",
        "\xEF\xBB\xBFt,ax,ay,az,gx,gy,gz\r\n0,1,2,3,4,5,6\r\n");
   save("recording_file", "one-sensor", "t,ax,ay,az,gx,gy,gz\n0,1,2,3,,,\n0.02,1,2,3,,,");
+  const std::string whole = "t,ax,ay,az,gx,gy,gz\n0,1,2,3,4,5,6\n";
+  save("recording_file", "torn-line", whole + "0.02,1,2");
+  save("recording_file", "torn-after-a-comma", whole + "0.02,1,2,3,4,5,");
+  save("recording_file", "torn-with-zeros", whole + std::string(5000, '\0'));
   save("recording_file", "numbers",
        "t,ax,ay,az,gx,gy,gz\n-0,1e308,-5e-324,.5,1.,1E+2,0e-999\n"
        "1,1e999,0,0,0,0,0\n");

@@ -270,6 +270,21 @@ TEST_F(Log, WhatCannotBeReadEndsWithTwo) {
   EXPECT_THAT(outcome.err, HasSubstr("the gzip data is broken"));
 }
 
+// A power cut while the log was packed: what is there counts, and the rest is missed.
+TEST_F(Log, PackedDataWithoutItsEndIsReadUpToThere) {
+  const std::string text = samples(50000);
+  const gzFile file = gzopen(path_.c_str(), "wb");
+  ASSERT_GT(gzwrite(file, text.data(), static_cast<unsigned>(text.size())), 0);
+  ASSERT_EQ(gzclose(file), Z_OK);
+  const std::string packed = read_file(path_);
+  write_file(path_, packed.substr(0, packed.size() / 2));
+  const Outcome outcome = run_wgr("log --json " + path_);
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.err, HasSubstr(": the gzip data ends too early; what came before"));
+  EXPECT_GT(json::parse(outcome.out.substr(outcome.out.rfind("{\"type\"")))["samples"],
+            10000);
+}
+
 TEST_F(Log, AnEmptyLogHasNoSessions) {
   const json sum = summary("");
   EXPECT_EQ(sum["sessions"], 0);

@@ -147,15 +147,16 @@ TEST(Recording, FieldsAreTimeAccelerationRate) {
 }
 
 TEST(Recording, WindowsAndUnixFilesReadTheSame) {
-  const std::vector<RecordedSample> samples = read_text(kTwoSamples);
-  std::string windows = "\xEF\xBB\xBF" + kTwoSamples;
+  const std::string unix_text = kTwoSamples + "0.04,1,2,3,4,5,6\n";
+  const std::vector<RecordedSample> samples = read_text(unix_text);
+  std::string windows = "\xEF\xBB\xBF" + unix_text;
   for (size_t at = 0; (at = windows.find('\n', at)) != std::string::npos; at += 2) {
     windows.replace(at, 1, "\r\n");
   }
   expect_same_bits(read_text(windows), samples);
   // Without the last line's end, and packed whatever the name.
   expect_same_bits(read_text(windows.substr(0, windows.size() - 2)), samples);
-  expect_same_bits(read_text(kTwoSamples.substr(0, kTwoSamples.size() - 1)), samples);
+  expect_same_bits(read_text(unix_text.substr(0, unix_text.size() - 1)), samples);
   expect_same_bits(read_text(gzip(windows)), samples);
 }
 
@@ -246,18 +247,138 @@ TEST(Recording, ALineLongerThanAnySampleIsRefusedWithoutReadingOn) {
   EXPECT_EQ(complaint(std::string(1 << 20, '\0')), ":1: longer than 4096 characters");
 }
 
-TEST(Recording, BrokenPackingIsNamed) {
+namespace {
+
+// What was read of a recording, and what standard error said of its end.
+struct Reading {
+  std::vector<RecordedSample> samples;
+  std::string said;  // without the file's path
+};
+
+}  // namespace
+
+static Reading reading_of(const std::string& content) {
+  TempDirectory directory;
+  const std::string path = directory.file("recording");
+  write_file(path, content);
+  Capture said(STDERR_FILENO);
+  Reading reading;
+  reading.samples = read_recording(path);
+  reading.said = said.finish();
+  const size_t at = reading.said.find(path);
+  if (at != std::string::npos) reading.said.erase(at, path.size());
+  return reading;
+}
+
+// Wherever a power cut ends the third line, the two samples before it are read.
+TEST(Recording, ATornLastLineIsLeftOutAndSaid) {
+  const std::string last = "0.04,1,2,3,4,5,-6.25";
+  const std::vector<RecordedSample> two = read_text(kTwoSamples);
+  const std::string before =
+      kTwoSamples.substr(0, kTwoSamples.find("0.02")) + "0.02,1,2,3,0,0,0\n";
+  for (size_t length = 1; length < last.size(); ++length) {
+    const std::string torn = last.substr(0, length);
+    const Reading reading = reading_of(before + torn);
+    // A cut within the last number leaves one that nobody can tell from a whole one.
+    const bool whole = length >= last.find("-6") + 2;
+    ASSERT_EQ(reading.samples.size(), whole ? 3u : 2u) << torn;
+    expect_same_bits({reading.samples[0], reading.samples[1]}, two);
+    EXPECT_EQ(reading.said, whole ? ""
+                                  : "wgr: :4: the last line is torn and left out (\"" +
+                                        torn + "\"); what came before is used\n");
+  }
+}
+
+TEST(Recording, AnEmptyLastFieldIsTornUnlessALineBeforeHasOneToo) {
+  const std::string last = "0.04,1,2,3,4,5,";
+  EXPECT_EQ(read_text(std::string(kHeader) + "0,1,2,3,4,5,6\n" + last).size(), 1u);
+  EXPECT_EQ(read_text(std::string(kHeader) + "0,1,2,3,4,5,\n" + last).size(), 2u);
+}
+
+// A line that is left out leaves no trace in the count of empty fields either.
+TEST(Recording, ATornLineCountsNoEmptyFields) {
+  TempDirectory directory;
+  const std::string path = directory.file("a.csv");
+  write_file(path, std::string(kHeader) + "0,1,2,3,4,5,6\n1,,2,-");
+  RecordingReader reader(path);
+  RecordedSample sample;
+  Capture quiet(STDERR_FILENO);
+  ASSERT_TRUE(reader.next(sample));
+  EXPECT_FALSE(reader.next(sample));
+  EXPECT_FALSE(reader.next(sample));
+  EXPECT_EQ(reader.absent_fields(), 0u);
+}
+
+TEST(Recording, ATornEndIsSaidOnceAndWhenItIsReached) {
+  TempDirectory directory;
+  const std::string path = directory.file("a.csv");
+  write_file(path, kTwoSamples + "0.0");
+  RecordingReader reader(path);
+  Capture ahead(STDERR_FILENO);
+  EXPECT_EQ(reader.read_ahead(100).size(), 2u);
+  EXPECT_EQ(ahead.finish(), "");
+  Capture behind(STDERR_FILENO);
+  RecordedSample sample;
+  for (int i = 0; i < 5; ++i) reader.next(sample);
+  EXPECT_EQ(behind.finish(), "wgr: " + path + ":4: the last line is torn and left out " +
+                                 "(\"0.0\"); what came before is used\n");
+}
+
+// Blocks that a file system has given to a file and not yet written read as zeros.
+TEST(Recording, ZeroBytesAtTheEndAreATornLine) {
+  for (const size_t zeros : {1u, 4096u, 100000u}) {
+    const Reading reading = reading_of(kTwoSamples + "0.04,1" + std::string(zeros, '\0'));
+    EXPECT_EQ(reading.samples.size(), 2u) << zeros;
+    EXPECT_THAT(reading.said,
+                HasSubstr(":4: the last line is torn and left out (\"0.04,1"));
+  }
+  const std::string behind = std::string(100000, '\0') + "\n0.04,1,2,3,4,5,6\n";
+  EXPECT_EQ(complaint(kTwoSamples + behind), ":4: longer than 4096 characters");
+}
+
+TEST(Recording, PackedDataWithoutItsEndIsUsedUpToItsLastWholeLine) {
   // Noise does not pack, so half of the bytes is half of the lines.
   TempDirectory directory;
   const std::string path = directory.file("a.gz");
-  write_recording(path, odd_samples());
+  const std::vector<RecordedSample> samples = odd_samples();
+  write_recording(path, samples);
   const std::string packed = read_file(path);
-  EXPECT_THAT(complaint(packed.substr(0, packed.size() / 2)),
-              HasSubstr(": the gzip data ends too early"));
+  for (const size_t length : {packed.size() / 2, packed.size() - 9, packed.size() - 1}) {
+    const Reading reading = reading_of(packed.substr(0, length));
+    ASSERT_GE(reading.samples.size(), length / 2 < packed.size() / 3 ? 500u : 1990u);
+    expect_same_bits(reading.samples,
+                     {samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(
+                                                             reading.samples.size())});
+    EXPECT_THAT(reading.said, HasSubstr(": the gzip data ends too early; "));
+    EXPECT_THAT(reading.said, HasSubstr("what came before is used\n"));
+  }
+  // Nothing is known of a last line without its break in such a file.
+  const std::string whole = gzip(kTwoSamples + "0.04,1,2,3,4,5,6");
+  EXPECT_EQ(reading_of(whole).samples.size(), 3u);
+  EXPECT_EQ(reading_of(whole.substr(0, whole.size() - 1)).samples.size(), 2u);
   EXPECT_EQ(complaint(packed.substr(0, 5)), ":1: the gzip data ends too early");
-  std::string damaged = packed;
+}
+
+TEST(Recording, BrokenPackingIsNamed) {
+  TempDirectory directory;
+  const std::string path = directory.file("a.gz");
+  write_recording(path, odd_samples());
+  std::string damaged = read_file(path);
   damaged[damaged.size() - 6] ^= 1;  // in the checksum behind the data
   EXPECT_THAT(complaint(damaged), HasSubstr(": the gzip data is broken"));
+}
+
+TEST(Recording, NoMoreIsReadThanTheLimitAllows) {
+  TempDirectory directory;
+  const std::string path = directory.file("a.gz");
+  write_file(path, gzip(kTwoSamples));
+  ReadingLimit enough = {2 * kTwoSamples.size()};
+  // All recordings that are kept count together.
+  EXPECT_EQ(read_recording(path, &enough).size(), 2u);
+  EXPECT_EQ(read_recording(path, &enough).size(), 2u);
+  EXPECT_THAT([&] { read_recording(path, &enough); },
+              ::testing::ThrowsMessage<RecordingError>(
+                  HasSubstr(path + ":1: more than 0 MB of recordings, unpacked, ")));
 }
 
 TEST(Recording, AFileThatCannotBeReadIsNamed) {

@@ -163,7 +163,7 @@ TEST_F(WholeRoad, RefusesWhatItCannotUseAndWritesNothing) {
       {"3 2 0 0 9.9\n1 2\n1 2\n1\n", ":4: 1 numbers instead of 2"},
       {"3 1 0 0 9.9\n1\n1\n", ":3: the file ends within this record"},
       {"3 1 0 0 9.9\n1\n1\n1\n3 1\n1\n1\n1\n", ":5: a gravity vector must be in all"},
-      {"3 1 0 0 9.9\n1\n\xff\n1\n", ":3: holds something that is not a number"},
+      {"3 1 0 0 9.9\n1\n\xff\n1\n", ":3: \"\\xff\" is not a number"},
       {"3 99999999999 0 0 9.9\n1\n1\n1\n", ":1: the number of points is not a whole"},
       {"5 1 0 0 9.9\n1\n1\n1\n", "cannot be a gesture's"},
   };

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "foreign_text.h"
 #include "host/fixed_paths.h"
 #include "log/line_stream.h"
 #include "log/log_reading.h"
@@ -229,6 +230,11 @@ static void read_file(const std::string& path, LogReading& reading,
       after_line();
     }
     reading.totals().bytes += lines.bytes();
+    if (lines.cut_off()) {
+      std::fprintf(
+          stderr, "wgr: %s:%zu: the gzip data ends too early; what came before is used\n",
+          shown(name).c_str(), lines.number());
+    }
   } catch (const ByteSourceError& error) {
     throw UsageError(name + ": " + error.what());
   }

@@ -27,7 +27,8 @@
 static constexpr char kFooter[] =
     R"(A recording is CSV, plain or gzip, with the header t,ax,ay,az,gx,gy,gz: seconds,
 m/s² with gravity, deg/s. An empty field is an axis that the sensor does not have; it
-reads as 0. The first malformed line ends the run: the summary is of what came before.
+reads as 0. The first malformed line ends the run: the summary is of what came before. A
+last line that is torn, as by a power cut, is left out, and the status is 0.
 
 Printed for each event: the time of the sample that completed it, the class (a label of
 the model, or 5 for a strong motion that resembles no gesture closely enough), the

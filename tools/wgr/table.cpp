@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "errors.h"
+#include "foreign_text.h"
 
 static constexpr size_t kLongestLine = 4096;  // characters
 static constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
@@ -33,37 +34,6 @@ static std::vector<std::string> split(const std::string& line) {
     }
   }
   return fields;
-}
-
-// How many bytes the UTF-8 character at `text` takes; 0 when it is none.
-static size_t character(const char* text, const char* end) {
-  const auto byte = [=](size_t i) { return static_cast<unsigned char>(text[i]); };
-  const unsigned char first = byte(0);
-  size_t length = 0;
-  if (first < 0x80) return 1;
-  if (first >= 0xc2 && first < 0xe0) length = 2;
-  if (first >= 0xe0 && first < 0xf0) length = 3;
-  if (first >= 0xf0 && first < 0xf5) length = 4;
-  if (length == 0 || static_cast<size_t>(end - text) < length) return 0;
-  for (size_t i = 1; i < length; ++i) {
-    if ((byte(i) & 0xc0) != 0x80) return 0;
-  }
-  // Longer forms than needed, halves of pairs, and what lies behind the last character.
-  if ((first == 0xe0 && byte(1) < 0xa0) || (first == 0xed && byte(1) > 0x9f) ||
-      (first == 0xf0 && byte(1) < 0x90) || (first == 0xf4 && byte(1) > 0x8f)) {
-    return 0;
-  }
-  return length;
-}
-
-bool is_utf8(const std::string& text) {
-  const char* const end = text.data() + text.size();
-  for (const char* at = text.data(); at < end;) {
-    const size_t length = character(at, end);
-    if (length == 0) return false;
-    at += length;
-  }
-  return true;
 }
 
 void refuse_row(const TableRow& row, const std::string& path, const std::string& reason) {

@@ -18,8 +18,6 @@ struct TableRow {
 std::vector<TableRow> read_table(const std::string& path, const std::string& header,
                                  const std::string& also = "");
 
-bool is_utf8(const std::string& text);
-
 // Field `index` of a row as a finite number; throws UsageError with file and line.
 double number_in(const TableRow& row, size_t index, const std::string& path);
 

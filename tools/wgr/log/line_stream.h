@@ -26,6 +26,7 @@ class LineStream {
   bool next(Line& line);
   size_t number() const { return number_; }            // of the line last read, from 1
   unsigned long long bytes() const { return bytes_; }  // read so far, unpacked
+  bool cut_off() const { return source_.cut_off(); }   // see there
 
  private:
   bool fill();

@@ -6,9 +6,10 @@
 #include <iterator>
 
 #include "context/WgrLog.h"
+#include "foreign_text.h"
 
 static constexpr double kSecondsPerHour = 3600.0;
-static constexpr size_t kLongestQuote = 60;  // characters of an odd line
+static constexpr size_t kLongestQuote = 60;  // bytes of an odd line
 
 // Engine classes that are no labels.
 static constexpr int kClassRejected = 13;
@@ -57,21 +58,6 @@ static bool take(std::string_view& text, std::string_view start) {
   if (!starts_with(text, start)) return false;
   text.remove_prefix(start.size());
   return true;
-}
-
-static std::string quoted(std::string_view text) {
-  std::string quote;
-  for (const char c : text.substr(0, kLongestQuote)) {
-    const unsigned char byte = static_cast<unsigned char>(c);
-    constexpr char kDigits[] = "0123456789abcdef";
-    if (byte >= 0x20 && byte < 0x7f) {
-      quote += c;
-    } else {
-      quote += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 15]};
-    }
-  }
-  if (text.size() > kLongestQuote) quote += "...";
-  return quote;
 }
 
 void Answers::add(int answer, bool compared) {
@@ -154,7 +140,7 @@ void LogReading::finish() { close_session(); }
 void LogReading::odd(std::string_view text, bool torn) {
   ++(torn ? totals_.torn : totals_.foreign);
   if (totals_.odd_lines.size() < LogTotals::kMostOddLines) {
-    totals_.odd_lines.push_back({file_, number_, torn, quoted(text)});
+    totals_.odd_lines.push_back({file_, number_, torn, shortened(text, kLongestQuote)});
   }
 }
 

@@ -68,10 +68,7 @@ size_t ByteSource::read_gzip(char* bytes, size_t size) {
   unpacker_.avail_out = static_cast<uInt>(size);
   while (unpacker_.avail_out == size) {
     if (begin_ == end_ && !ended_) fill();
-    if (begin_ == end_) {
-      if (inside_member_) throw ByteSourceError("the gzip data ends too early");
-      return 0;
-    }
+    if (begin_ == end_) return 0;
     if (!inside_member_) {
       inflateReset(&unpacker_);
       inside_member_ = true;

@@ -28,6 +28,10 @@ class ByteSource {
   // Stores 1 to `size` bytes and returns how many; 0 at the end.
   size_t read(char* bytes, size_t size);
 
+  // Whether the end was met within gzip data: what was read is right, but not all there
+  // was, as after a power cut.
+  bool cut_off() const { return ended_ && begin_ == end_ && inside_member_; }
+
  private:
   enum class Format { kUnknown, kPlain, kGzip };
 

@@ -7,9 +7,11 @@
 #include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <string_view>
 
+#include "foreign_text.h"
 #include "recording/byte_source.h"
 
 static constexpr std::string_view kHeader = "t,ax,ay,az,gx,gy,gz";
@@ -17,27 +19,14 @@ static constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 static constexpr std::string_view kAxisNames[] = {"ax", "ay", "az", "gx", "gy", "gz"};
 static constexpr size_t kFields = 7;
 static constexpr size_t kLongestLine = 4096;  // characters; a sample has far fewer
-static constexpr size_t kLongestQuote = 40;   // characters of the input in a message
-
-// What a line holds, fit for a message: short, and nothing that upsets a terminal.
-static std::string quoted(std::string_view text) {
-  std::string quote = "\"";
-  for (const char c : text.substr(0, kLongestQuote)) {
-    const unsigned char byte = static_cast<unsigned char>(c);
-    if (byte >= 0x20 && byte < 0x7f) {
-      quote += c;
-    } else {
-      constexpr char kDigits[] = "0123456789abcdef";
-      quote += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 15]};
-    }
-  }
-  quote += text.size() > kLongestQuote ? "\"..." : "\"";
-  return quote;
-}
+static constexpr char kCutOff[] = "the gzip data ends too early";
+static constexpr unsigned long long kMega = 1'000'000;
 
 struct RecordingReader::Source {
-  explicit Source(const std::string& path)
-      : name(path == "-" ? "standard input" : path), bytes(open(path)) {}
+  Source(const std::string& path, ReadingLimit* reading_limit)
+      : name(path == "-" ? "standard input" : path),
+        bytes(open(path)),
+        limit(reading_limit) {}
 
   std::unique_ptr<ByteSource> open(const std::string& path) const {
     try {
@@ -47,23 +36,65 @@ struct RecordingReader::Source {
     }
   }
 
+  std::string place() const { return name + ":" + std::to_string(line) + ": "; }
   [[noreturn]] void refuse(const std::string& reason) const {
-    throw RecordingError(name + ":" + std::to_string(line) + ": " + reason);
+    throw RecordingError(place() + reason);
   }
 
   // The next line without its end; false when there is none.
   bool next_line(std::string_view& text);
+  bool fill();
+  bool only_zeros_follow(size_t first);
+  void parse(std::string_view text, RecordedSample& sample);
   double number(std::string_view field, std::string_view what) const;
   double axis(std::string_view field, size_t index);
 
   const std::string name;
   const std::unique_ptr<ByteSource> bytes;
+  ReadingLimit* const limit;
   size_t line = 0;
+  bool ended = true;  // the line last read, by a line break
   std::array<size_t, std::size(kAxisNames)> absent = {};
   size_t begin = 0;  // of the characters in `buffer` that are not used yet
   size_t end = 0;
   std::array<char, 4 * kLongestLine> buffer;
 };
+
+// Adds bytes behind those that are not used yet; false at the end.
+bool RecordingReader::Source::fill() {
+  std::memmove(buffer.data(), buffer.data() + begin, end - begin);
+  end -= begin;
+  begin = 0;
+  size_t got = 0;
+  try {
+    got = bytes->read(buffer.data() + end, buffer.size() - end);
+  } catch (const ByteSourceError& error) {
+    refuse(error.what());
+  }
+  end += got;
+  if (limit == nullptr) return got > 0;
+  limit->read += got;
+  if (limit->read > limit->most) {
+    refuse("more than " + std::to_string(limit->most / kMega) +
+           " MB of recordings, unpacked, would be kept in memory: give --max-size MB to "
+           "allow more, or fewer and shorter recordings");
+  }
+  return got > 0;
+}
+
+// Whether nothing but zero bytes is there from `first` on, behind `begin`, to the file's
+// end: what a file system leaves of a block that was never written.
+bool RecordingReader::Source::only_zeros_follow(size_t first) {
+  const auto is_zero = [](char c) { return c == '\0'; };
+  const auto from = [this](size_t at) {
+    return buffer.begin() + static_cast<std::ptrdiff_t>(at);
+  };
+  do {
+    if (!std::all_of(from(begin + first), from(end), is_zero)) return false;
+    end = begin + first;
+  } while (fill());
+  return true;
+}
 
 bool RecordingReader::Source::next_line(std::string_view& text) {
   size_t searched = 0;
@@ -71,31 +102,23 @@ bool RecordingReader::Source::next_line(std::string_view& text) {
   for (;;) {
     const char* const first = buffer.data() + begin;
     const void* const found = std::memchr(first + searched, '\n', end - begin - searched);
+    ended = found != nullptr;
     size_t length = end - begin;
-    bool complete = found != nullptr;
-    if (complete) length = static_cast<size_t>(static_cast<const char*>(found) - first);
+    if (ended) length = static_cast<size_t>(static_cast<const char*>(found) - first);
     if (length > kLongestLine) {
-      refuse("longer than " + std::to_string(kLongestLine) + " characters");
-    }
-    if (!complete) {
+      const bool torn = !ended && line > 1 && only_zeros_follow(kLongestLine);
+      if (!torn) refuse("longer than " + std::to_string(kLongestLine) + " characters");
+      length = kLongestLine;
+    } else if (!ended) {
       searched = length;
-      std::memmove(buffer.data(), first, length);
-      begin = 0;
-      end = length;
-      try {
-        const size_t got = bytes->read(buffer.data() + end, buffer.size() - end);
-        end += got;
-        if (got > 0) continue;
-      } catch (const ByteSourceError& error) {
-        refuse(error.what());
-      }
+      if (fill()) continue;
       if (length == 0) {
         --line;
         return false;
       }
     }
     text = std::string_view(buffer.data() + begin, length);
-    begin += length + (complete ? 1 : 0);
+    begin += length + (ended ? 1 : 0);
     if (!text.empty() && text.back() == '\r') text.remove_suffix(1);
     return true;
   }
@@ -121,17 +144,36 @@ double RecordingReader::Source::axis(std::string_view field, size_t index) {
   return 0.0;
 }
 
-RecordingReader::RecordingReader(const std::string& path)
-    : source_(std::make_unique<Source>(path)) {
+void RecordingReader::Source::parse(std::string_view text, RecordedSample& sample) {
+  const size_t count = 1 + static_cast<size_t>(std::count(text.begin(), text.end(), ','));
+  if (count != kFields) {
+    refuse(std::to_string(count) + (count == 1 ? " field" : " fields") + " instead of " +
+           std::to_string(kFields) + ": " + quoted(text));
+  }
+  std::array<std::string_view, kFields> fields;
+  for (std::string_view& field : fields) {
+    field = text.substr(0, text.find(','));
+    text.remove_prefix(std::min(field.size() + 1, text.size()));
+  }
+  if (fields[0].empty()) refuse("the time is empty");
+  sample.t = number(fields[0], "t");
+  sample.acc = {axis(fields[1], 0), axis(fields[2], 1), axis(fields[3], 2)};
+  sample.gyro = {axis(fields[4], 3), axis(fields[5], 4), axis(fields[6], 5)};
+}
+
+RecordingReader::RecordingReader(const std::string& path, ReadingLimit* limit)
+    : source_(std::make_unique<Source>(path, limit)) {
   std::string_view header;
   if (!source_->next_line(header)) {
     source_->line = 1;
+    if (source_->bytes->cut_off()) source_->refuse(kCutOff);
     source_->refuse("empty; a recording starts with the line " + std::string(kHeader));
   }
   if (header.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
     header.remove_prefix(kByteOrderMark.size());
   }
   if (header != kHeader) {
+    if (!source_->ended && source_->bytes->cut_off()) source_->refuse(kCutOff);
     source_->refuse("a recording starts with the line " + std::string(kHeader) +
                     ", not with " + quoted(header));
   }
@@ -146,7 +188,11 @@ bool RecordingReader::next(RecordedSample& sample) {
     return true;
   }
   if (error_behind_) std::rethrow_exception(error_behind_);
-  return parse_next(sample);
+  if (parse_next(sample)) return true;
+  // Said when the end is used, not when it is met by reading ahead.
+  if (!note_.empty()) std::fprintf(stderr, "wgr: %s\n", shown(note_).c_str());
+  note_.clear();
+  return false;
 }
 
 const std::deque<RecordedSample>& RecordingReader::read_ahead(size_t count) {
@@ -162,26 +208,39 @@ const std::deque<RecordedSample>& RecordingReader::read_ahead(size_t count) {
 }
 
 bool RecordingReader::parse_next(RecordedSample& sample) {
+  if (at_end_) return false;
   std::string_view text;
-  if (!source_->next_line(text)) return false;
+  if (source_->next_line(text)) {
+    if (!source_->ended) return parse_last(text, sample);
+    source_->parse(text, sample);
+    return true;
+  }
+  at_end_ = true;
+  if (source_->bytes->cut_off()) {
+    note_ = source_->place() + std::string(kCutOff) + "; what came before is used";
+  }
+  return false;
+}
 
-  const size_t count = 1 + static_cast<size_t>(std::count(text.begin(), text.end(), ','));
-  if (count != kFields) {
-    source_->refuse(std::to_string(count) + (count == 1 ? " field" : " fields") +
-                    " instead of " + std::to_string(kFields) + ": " + quoted(text));
+// A line without its end: false when it is torn.
+bool RecordingReader::parse_last(std::string_view text, RecordedSample& sample) {
+  at_end_ = true;
+  const bool cut_off = source_->bytes->cut_off();
+  const auto absent = source_->absent;
+  if (!cut_off) {
+    try {
+      source_->parse(text, sample);
+      if (text.back() != ',' || absent.back() > 0) return true;
+    } catch (const RecordingError&) {
+      // The reason is of no use: the rest of the line is missing.
+    }
   }
-  std::array<std::string_view, kFields> fields;
-  for (std::string_view& field : fields) {
-    field = text.substr(0, text.find(','));
-    text.remove_prefix(std::min(field.size() + 1, text.size()));
-  }
-  if (fields[0].empty()) source_->refuse("the time is empty");
-  sample.t = source_->number(fields[0], "t");
-  sample.acc = {source_->axis(fields[1], 0), source_->axis(fields[2], 1),
-                source_->axis(fields[3], 2)};
-  sample.gyro = {source_->axis(fields[4], 3), source_->axis(fields[5], 4),
-                 source_->axis(fields[6], 5)};
-  return true;
+  source_->absent = absent;
+  while (!text.empty() && text.back() == '\0') text.remove_suffix(1);
+  note_ = source_->place() + (cut_off ? std::string(kCutOff) + "; " : "") +
+          "the last line is torn and left out (" + quoted(text) +
+          "); what came before is used";
+  return false;
 }
 
 size_t RecordingReader::line() const { return source_->line; }
@@ -202,8 +261,8 @@ std::string RecordingReader::absent_axes() const {
   return names;
 }
 
-std::vector<RecordedSample> read_recording(const std::string& path) {
-  RecordingReader reader(path);
+std::vector<RecordedSample> read_recording(const std::string& path, ReadingLimit* limit) {
+  RecordingReader reader(path, limit);
   std::vector<RecordedSample> samples;
   for (RecordedSample sample; reader.next(sample);) samples.push_back(sample);
   return samples;

@@ -11,6 +11,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "WgrTypes.h"
@@ -28,20 +29,36 @@ class RecordingError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Reads a recording sample by sample, so that a live stream is seen as it comes.
+// How much may be read of the recordings that a command keeps in memory, so that a small
+// gzip file of a huge recording does not take all of it. Counted over all its readers.
+struct ReadingLimit {
+  unsigned long long most;      // bytes, unpacked
+  unsigned long long read = 0;  // so far
+};
+
+// Reads a recording sample by sample, so that a live stream is seen as it comes. Its
+// memory does not grow with the recording.
 //
 // Whether a recording is compressed is seen from its content. Lines may end in CR LF,
 // the last one in nothing, and the file may start with a UTF-8 byte order mark.
+//
+// A writer that was stopped, as by a power cut, leaves a torn end: a last line without
+// its line break that is no whole sample, perhaps of zero bytes, or gzip data without its
+// end. What came before counts; the torn line is left out, and standard error says so.
+// A last line without its break whose last field is empty is whole only if a line before
+// left that field empty, too; one of gzip data without its end is never.
 class RecordingReader {
  public:
   // "-" is standard input. Throws RecordingError when the file cannot be opened or its
   // header is not a recording's.
-  explicit RecordingReader(const std::string& path);
+  // The limit, where there is one, outlives the reader.
+  explicit RecordingReader(const std::string& path, ReadingLimit* limit = nullptr);
   ~RecordingReader();
 
   // The next sample; false at the end. Throws RecordingError at a malformed line: not
-  // seven fields, or a field that is no finite number. An empty field, an axis that
-  // the sensor does not have, reads as 0 and is counted; the time may not be empty.
+  // seven fields, or a field that is no finite number; and at the limit. An empty field,
+  // an axis that the sensor does not have, reads as 0 and is counted; the time may not be
+  // empty.
   bool next(RecordedSample& sample);
 
   // Up to `count` samples from here on, without using them: next() hands them out as if
@@ -55,14 +72,18 @@ class RecordingReader {
  private:
   struct Source;
   bool parse_next(RecordedSample& sample);
+  bool parse_last(std::string_view text, RecordedSample& sample);
 
   std::unique_ptr<Source> source_;
   std::deque<RecordedSample> ahead_;
   std::exception_ptr error_behind_;  // what stopped reading ahead
+  bool at_end_ = false;
+  std::string note_;  // about a torn end; empty once it is said
 };
 
 // A whole recording at once.
-std::vector<RecordedSample> read_recording(const std::string& path);
+std::vector<RecordedSample> read_recording(const std::string& path,
+                                           ReadingLimit* limit = nullptr);
 
 // Writes a recording; gzip when the path ends in ".gz"; to standard output when it is
 // "-". The same samples give the same bytes. Throws RecordingError when it cannot be

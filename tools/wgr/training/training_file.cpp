@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "errors.h"
+#include "foreign_text.h"
 #include "table.h"
 #include "temporary_folder.h"
 
@@ -81,9 +82,7 @@ class Checker {
         std::from_chars(word.data(), word.data() + word.size(), value);
     if (error != std::errc() || stop != word.data() + word.size() ||
         !std::isfinite(value)) {
-      refuse(is_utf8(std::string(word)) && word.size() < 40
-                 ? "\"" + std::string(word) + "\" is not a number"
-                 : "holds something that is not a number");
+      refuse(quoted(word) + " is not a number");
     }
     rest_.remove_prefix(word.size());
     return true;
