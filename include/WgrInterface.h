@@ -19,6 +19,12 @@
  * thread at a time. Handles share the log file and the model files, which are only
  * read; creating a handle changes the process's working directory for a moment.
  *
+ * Floating-point environment: each thread that calls must round to nearest, trap no
+ * exception, and neither flush denormal numbers to zero nor read them as zero, which is
+ * how a process starts. Another rounding changes the bits of all results, denormals that
+ * become zeros those of a few, and a trap ends the process. The library changes none of
+ * this; exception flags are raised as results demand. See WgrPreflight.h.
+ *
  * Every call must return, or be left by an exception. Leaving one by longjmp(), in the
  * callback or in a signal handler, or by cancelling its thread is not allowed: files
  * stay open, memory is lost, and the handle is left between two states.

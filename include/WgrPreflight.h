@@ -2,8 +2,9 @@
  * A look around before a host uses the library: will it find what it needs?
  *
  * Creating a handle ends the process when the default model cannot be loaded, a model
- * with a fault recognises less without a word, and a log that cannot be written is
- * dropped. This function finds all that first, changes nothing and ends nothing.
+ * with a fault recognises less without a word, a log that cannot be written is dropped,
+ * and arithmetic that a host has changed changes results. This function finds all that
+ * first, changes nothing and ends nothing.
  */
 #ifndef WGR_PREFLIGHT_H
 #define WGR_PREFLIGHT_H
@@ -17,9 +18,10 @@ extern "C" {
  */
 enum {
   WG_PREFLIGHT_CLEAN = 0, /* nothing to tell; an answer, never a finding's weight */
-  WG_PREFLIGHT_NOTE = 1,  /* everything works, but the log is dropped */
+  WG_PREFLIGHT_NOTE = 1,  /* everything works, but the log is dropped, or others can
+                             lay hands on it */
   WG_PREFLIGHT_FAULT = 2, /* handles work, but something will not do what it should */
-  WG_PREFLIGHT_FATAL = 3  /* creating a handle would end the process */
+  WG_PREFLIGHT_FATAL = 3  /* creating a handle would end the process, or using it can */
 };
 
 /**
@@ -33,8 +35,9 @@ enum {
 typedef void (*WgPreflightCb)(int weight, const char* text, void* user_data);
 
 /**
- * Checks the six model files, the diagnostic log and the working directory, as this
- * process finds them: with its user, its file system and its working directory.
+ * Checks the six model files, the diagnostic log, the working directory and the
+ * floating-point environment, as this process finds them: with its user, its file system,
+ * its working directory, and on this thread: call it on the one that will feed samples.
  *
  * Writes no file, prints nothing, and needs no handle. Call it before
  * create_gesture_handle(), and refuse to start on WG_PREFLIGHT_FATAL.

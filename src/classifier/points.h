@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "WgrTypes.h"
+#include "base/exact_arithmetic.h"
 
 using Points = std::vector<Point3Df>;
 using Samples = std::deque<Point3Df>;

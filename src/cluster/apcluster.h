@@ -4,6 +4,7 @@
 // Science 315 (2007).
 #pragma once
 
+#include "base/exact_arithmetic.h"
 #include "cluster/vmedian.h"
 
 class AP {

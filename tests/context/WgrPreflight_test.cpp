@@ -6,6 +6,10 @@
 #include <sys/mount.h>
 #include <sys/stat.h>
 
+#include <cfenv>
+#include <cfloat>
+#include <cmath>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -15,6 +19,10 @@
 #include "context/WgrLog.h"
 #include "support/child.h"
 #include "support/installed_models.h"
+
+#ifdef __SSE2__
+#include <xmmintrin.h>
+#endif
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -195,7 +203,7 @@ TEST_F(Preflight, ADirectoryThatForbidsTheLogIsANote) {
 static bool fill_the_logs_disk() {
   if (unshare(CLONE_NEWNS) != 0 ||
       mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) != 0 ||
-      mount("tmpfs", "/home/app", "tmpfs", 0, "size=4k") != 0) {
+      mount("tmpfs", "/home/app", "tmpfs", 0, "size=4k,mode=755") != 0) {
     return false;
   }
   std::ofstream("/home/app/other") << "one byte takes the page";
@@ -268,3 +276,140 @@ TEST_F(Preflight, AWorkingDirectoryThatMayNotBeEnteredAgainCannotBeRestored) {
   EXPECT_EQ(findings_[0].second,
             directory.path() + ": " + not_restored("Permission denied"));
 }
+
+// ---- who else lays hands on the log --------------------------------------------------
+
+TEST_F(Preflight, ALogThatIsALinkIsANoteWhereverItLeads) {
+  const TempDirectory elsewhere;
+  for (const std::string name : {"there.txt", "not-yet.txt"}) {
+    clear_log();
+    write_file(elsewhere.file("there.txt"), "");
+    std::filesystem::create_symlink(elsewhere.file(name), kWgrLogPath);
+    EXPECT_EQ(check(), WG_PREFLIGHT_NOTE);
+    ASSERT_EQ(findings_.size(), 1u);
+    EXPECT_EQ(findings_[0].first, WG_PREFLIGHT_NOTE);
+    EXPECT_EQ(
+        findings_[0].second,
+        "/home/app/WgrLog.txt: is a link: lines are written to " + elsewhere.file(name));
+  }
+  clear_log();
+}
+
+TEST_F(Preflight, AFolderThatEveryUserCanWriteToIsANote) {
+  const struct {
+    mode_t mode;
+    bool open;
+  } cases[] = {{0777, true}, {01777, true}, {0702, true}, {0775, false}, {0755, false}};
+  for (const auto& c : cases) {
+    ASSERT_EQ(chmod("/home/app", c.mode), 0);
+    const int heaviest = check();
+    chmod("/home/app", 0755);
+    EXPECT_EQ(heaviest, c.open ? WG_PREFLIGHT_NOTE : WG_PREFLIGHT_CLEAN) << c.mode;
+    ASSERT_EQ(findings_.size(), c.open ? 1u : 0u);
+    if (!c.open) continue;
+    EXPECT_EQ(findings_[0].second,
+              "/home/app: every user can write here, and replace the log by a link");
+  }
+}
+
+// ---- the floating-point environment --------------------------------------------------
+
+// Runs `body` on a thread of its own, whose arithmetic ends with it.
+static void on_a_thread(const std::function<void()>& body) { std::thread(body).join(); }
+
+TEST_F(Preflight, AnotherRoundingIsAFaultAndStays) {
+#ifdef FE_UPWARD
+  for (const int mode : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
+    bool set = false, stayed = false;
+    int heaviest = -1;
+    on_a_thread([&] {
+      set = std::fesetround(mode) == 0 && std::fegetround() == mode;
+      heaviest = check();
+      stayed = std::fegetround() == mode;
+    });
+    if (!set) GTEST_SKIP() << "nothing but rounding to nearest can be had here";
+    EXPECT_EQ(heaviest, WG_PREFLIGHT_FAULT);
+    ASSERT_EQ(findings_.size(), 1u);
+    EXPECT_EQ(findings_[0].second,
+              "this thread does not round to nearest: all results differ in their bits");
+    EXPECT_TRUE(stayed);
+  }
+#else
+  GTEST_SKIP() << "nothing but rounding to nearest is known here";
+#endif
+}
+
+// Bits of the control word of SSE.
+TEST_F(Preflight, DenormalsThatAreZerosAreAFaultAsResultsAndAsOperands) {
+#ifdef __SSE2__
+  for (const unsigned bit : {0x8000u, 0x0040u}) {
+    bool set = false, stayed = false;
+    int heaviest = -1;
+    on_a_thread([&] {
+      _mm_setcsr(_mm_getcsr() | bit);
+      volatile double smallest = DBL_MIN, denormal = DBL_TRUE_MIN;
+      set = smallest / 2 == 0 || denormal / DBL_EPSILON == 0;
+      heaviest = check();
+      stayed = (_mm_getcsr() & bit) != 0;
+    });
+    if (!set) GTEST_SKIP() << "the bit has no effect here";
+    EXPECT_EQ(heaviest, WG_PREFLIGHT_FAULT);
+    ASSERT_EQ(findings_.size(), 1u);
+    EXPECT_EQ(
+        findings_[0].second,
+        "this thread takes denormal numbers for zeros: results that meet one differ");
+    EXPECT_TRUE(stayed);
+  }
+#else
+  GTEST_SKIP() << "how denormals are switched off is known here for SSE alone";
+#endif
+}
+
+TEST_F(Preflight, TheFlagsOfExceptionsStayAsTheyWere) {
+  std::feclearexcept(FE_ALL_EXCEPT);
+  std::feraiseexcept(FE_DIVBYZERO);
+  if (std::fetestexcept(FE_ALL_EXCEPT) != FE_DIVBYZERO) GTEST_SKIP() << "no flags here";
+  EXPECT_EQ(check(), WG_PREFLIGHT_CLEAN);
+  EXPECT_EQ(std::fetestexcept(FE_ALL_EXCEPT), FE_DIVBYZERO);
+  std::feclearexcept(FE_ALL_EXCEPT);
+}
+
+#ifdef __GLIBC__
+// Answers the signal that ends a host which traps `exceptions`, or 0.
+static int end_of_a_host_that_traps(int exceptions) {
+  const Capture printing;
+  return -in_child([&] {
+    feenableexcept(exceptions);
+    WgrHandle handle = create_gesture_handle();
+    init_gesture_handle(handle, 50, {0, 0, 0}, -1, -1, -1, 50);
+    const double nan = std::nan("");
+    for (int i = 0; i < 20; ++i) update_gesture(handle, {nan, 0, 10}, {0, 0, 0});
+    return 0;
+  });
+}
+
+// Preflight itself goes on.
+TEST_F(Preflight, TrappedExceptionsAreFatalAndEndAHost) {
+  for (const int exceptions : {FE_INVALID, FE_DIVBYZERO, FE_OVERFLOW, FE_UNDERFLOW,
+                               FE_INEXACT, FE_INVALID | FE_DIVBYZERO | FE_OVERFLOW}) {
+    bool set = false, stayed = false;
+    int heaviest = -1;
+    on_a_thread([&] {
+      feenableexcept(exceptions);
+      set = fegetexcept() == exceptions;
+      heaviest = check();
+      stayed = fegetexcept() == exceptions;
+    });
+    if (!set) GTEST_SKIP() << "nothing is trapped here";
+    EXPECT_EQ(heaviest, WG_PREFLIGHT_FATAL) << exceptions;
+    ASSERT_EQ(findings_.size(), 1u);
+    EXPECT_EQ(findings_[0].second,
+              "floating-point exceptions are trapped on this thread: a sample, or "
+              "creating a handle, can end the process by SIGFPE");
+    EXPECT_TRUE(stayed);
+  }
+  EXPECT_EQ(end_of_a_host_that_traps(FE_INVALID), SIGFPE);
+  EXPECT_EQ(end_of_a_host_that_traps(FE_INEXACT), SIGFPE);
+  EXPECT_EQ(end_of_a_host_that_traps(0), 0);
+}
+#endif

@@ -13,9 +13,10 @@ static constexpr char kFooter[] =
     R"(Checks, as the user and in the working directory that it is run with: that the six model
 files are there, readable, well-formed and free of faults; that the diagnostic log can be
 written; that the working directory can be restored after a handle was made. Prints a line
-per finding, and changes nothing. A host has the same as a function, in WgrPreflight.h.
+per finding, and changes nothing. A host has the same as a function, in WgrPreflight.h,
+which also looks at the arithmetic of the host's own thread.
 
-  note    everything works, but the log is dropped
+  note    everything works, but the log is dropped, is a link, or every user can replace it
   fault   the library runs, but something will not do what it should
   fatal   creating a handle would end the process
 
