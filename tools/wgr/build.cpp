@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "arguments/values.h"
 #include "hold_signals.h"
 #include "host/own_stdout.h"
 #include "recording/recording.h"
@@ -38,10 +39,14 @@ Examples:
   wgr build set -o models/olvo_model_5_fb/hgr_olvo.xml --background walks \
     --false-per-hour 1
   wgr build set.txt -o m.xml --templates 6
-  wgr build --slots slots.csv -o models)";
+  wgr build --slots slots.csv -o models
+
+Exit status: 0 done; 1 the machine failed (disk, memory); 2 the input or an argument cannot
+be used, or would make a model that accepts nothing.)";
 
 static constexpr char kSlotsHeader[] = "slot,input";
 static constexpr char kModelName[] = "hgr_olvo.xml";  // within each slot
+static constexpr double kMostHours = 1e5;             // of background
 static constexpr double kSecondsPerHour = 3600.0;
 
 namespace {
@@ -172,18 +177,21 @@ void add_build(CLI::App& wgr) {
       "build", "Build gesture models from recordings or a training file.");
   const auto given = std::make_shared<Arguments>();
   command->add_option("INPUT", given->input, "The training file, or recordings")
+      ->transform(path_name())
       ->option_text(" ");
   command->add_option("-o,--out", given->out, "The model; with --slots their folder")
       ->required()
+      ->transform(path_value())
       ->option_text("FILE");
   command->add_option("--slots", given->slots, "Table of several models to build")
+      ->transform(path_value())
       ->option_text("FILE");
   add_report_option(*command, given->page);
   add_build_options(*command, given->options);
   command
       ->add_option("--background-hours", given->background_hours,
                    "Duration of the background in a training file")
-      ->check(CLI::PositiveNumber)
+      ->transform(within(number_above(0, kMostHours)))
       ->option_text("H");
   command->add_flag("--model-only", given->model_only, "Write no report and no manifest");
   add_cut_arguments(*command, given->cut);

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "arguments/values.h"
 #include "hold_signals.h"
 #include "host/own_stdout.h"
 #include "recording/recording.h"
@@ -25,7 +26,10 @@ inputs, which wgr build takes up.
 
 Examples:
   wgr cut set -o set.txt
-  wgr cut set --background walks --rate 50 -o set.txt)";
+  wgr cut set --background walks --rate 50 -o set.txt
+
+Exit status: 0 done; 1 the machine failed (disk, memory); 2 the recordings or an argument
+cannot be used.)";
 
 namespace {
 
@@ -62,9 +66,11 @@ void add_cut(CLI::App& wgr) {
   const auto given = std::make_shared<Arguments>();
   command->add_option("FOLDER", given->folder, "Recordings with labels.csv or index.csv")
       ->required()
+      ->transform(path_name())
       ->option_text(" ");
   command->add_option("-o,--out", given->out, "The training file; - is standard output")
       ->required()
+      ->transform(path_value())
       ->option_text("FILE");
   add_cut_arguments(*command, given->cut);
   command->footer(kFooter);

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "arguments/values.h"
 #include "diagnosis/diagnosis.h"
 #include "host/session_arguments.h"
 #include "recording/clock.h"
@@ -34,7 +35,8 @@ Examples:
   wgr doctor --rate 50 --bias=0.4,-0.2,0.1 walk.csv     as the host passes them
   sensor-stream | wgr doctor -
 
-Exit status: 0 nothing found; 1 findings; 2 when the recording cannot be read.)";
+Exit status: 0 nothing found; 1 findings, or the machine failed (disk, memory); 2 the
+recording or an argument cannot be used.)";
 
 namespace {
 
@@ -159,19 +161,21 @@ void add_doctor(CLI::App& wgr) {
   const auto given = std::make_shared<DoctorArguments>();
   command->add_option("RECORDING", given->recording, "The recording; - is standard input")
       ->required()
+      ->transform(path_name())
       ->option_text(" ");
   command
       ->add_option("--rate", given->options.rate,
                    "Samples per second that the host passes to the library")
-      ->check(CLI::Range(1, kHighestRate))
+      ->transform(within(whole_from(1, kHighestRate)))
       ->option_text("HZ");
   command->add_option("--bias", given->bias, "Gyroscope bias that it passes, deg/s")
+      ->transform(gyro_bias())
       ->option_text("X,Y,Z");
   command
       ->add_option("--seconds", given->seconds,
                    "How much to read; otherwise a whole file, and a\nminute of standard "
                    "input")
-      ->check(CLI::PositiveNumber)
+      ->transform(within(number_above(0, kMostSeconds)))
       ->option_text("S");
   command->add_flag("--json", given->json, "Print JSON lines");
   command->footer(kFooter);

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "arguments/values.h"
 #include "evaluation/evaluation.h"
 #include "evaluation/output.h"
 #include "host/fixed_paths.h"
@@ -33,7 +34,10 @@ browser.
 
 Examples:
   wgr eval set --model models/olvo_model_5_fb/hgr_olvo.xml --require accuracy=0.95
-  wgr eval set --leave-out subject --background walks --false-per-hour 1 --json)";
+  wgr eval set --leave-out subject --background walks --false-per-hour 1 --json
+
+Exit status: 0 done; 1 a figure is not as required, or the machine failed (disk, memory);
+2 the recordings, the model or an argument cannot be used.)";
 
 namespace {
 
@@ -48,6 +52,10 @@ struct Arguments {
 };
 
 }  // namespace
+
+static CLI::Validator requirement() {
+  return CLI::Validator([](std::string& text) { return fault_in_requirement(text); }, "");
+}
 
 static std::vector<std::string> own_words() {
   std::ifstream file("/proc/self/cmdline", std::ios::binary);
@@ -75,7 +83,6 @@ static void check(const Arguments& given) {
   if (!leaves_out && !std::filesystem::is_regular_file(given.options.model)) {
     throw UsageError(given.options.model + ": cannot be read");
   }
-  for (const std::string& requirement : given.requirements) parse(requirement);
 }
 
 static std::string title_of(const Arguments& given) {
@@ -133,20 +140,23 @@ void add_eval(CLI::App& wgr) {
       wgr.add_subcommand("eval", "Tell how good a model is on labelled recordings.");
   const auto given = std::make_shared<Arguments>();
   command->add_option("FOLDER", given->folder, "Recordings with labels.csv or index.csv")
+      ->transform(path_name())
       ->option_text(" ");
-  command->add_option("--model", given->options.model, "The model")->option_text("FILE");
+  command->add_option("--model", given->options.model, "The model")
+      ->transform(path_value())
+      ->option_text("FILE");
   command
       ->add_option("--leave-out", given->options.leave_out,
                    "Build models from the rest of the recordings instead")
-      ->transform(CLI::CheckedTransformer(
-          std::map<std::string, LeaveOut>{{"subject", LeaveOut::kSubject},
-                                          {"take", LeaveOut::kTake},
-                                          {"session", LeaveOut::kSession}}))
+      ->transform(one_of<LeaveOut>({{"subject", LeaveOut::kSubject},
+                                    {"take", LeaveOut::kTake},
+                                    {"session", LeaveOut::kSession}}))
       ->option_text("subject|take|session");
   command->add_option("--folds", given->options.folds, "Parts that takes are left out in")
-      ->check(CLI::Range(2, 1000))
+      ->transform(within(whole_from(2, 1000)))
       ->option_text("N (10)");
   command->add_option("--require", given->requirements, "What must be reached")
+      ->check(requirement())
       ->option_text("FIGURE=VALUE")
       ->allow_extra_args(false);
   command->add_flag("--json", given->json, "Print JSON");

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "arguments/values.h"
 #include "explanation/expected.h"
 #include "explanation/explanation.h"
 #include "explanation/output.h"
@@ -34,7 +35,8 @@ Examples:
       recordings/demo.csv
   wgr explain --json walk.csv | jq -r '.motions[] | [.begin, .cause] | @tsv'
 
-Exit status: 0 done; 2 when the recording, the models or an argument cannot be used.)";
+Exit status: 0 done; 1 the machine failed (disk, memory); 2 the recording, the models or an
+argument cannot be used.)";
 
 namespace {
 
@@ -103,8 +105,10 @@ void add_explain(CLI::App& wgr) {
   command
       ->add_option("--expect", given->expect,
                    "Table of the gestures that should have come")
+      ->transform(path_value())
       ->option_text("FILE");
   command->add_option("-o,--out", given->page, "Write a page for a browser")
+      ->transform(path_value())
       ->option_text("FILE.html");
   command->add_flag("--json", given->json, "Print JSON instead of text");
   command->add_flag("--no-init", given->forgets_init,

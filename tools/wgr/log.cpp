@@ -7,10 +7,12 @@
 #include <string>
 #include <vector>
 
+#include "arguments/values.h"
 #include "foreign_text.h"
 #include "host/fixed_paths.h"
 #include "log/line_stream.h"
 #include "log/log_reading.h"
+#include "recording/clock.h"
 #include "subcommands.h"
 #include "table.h"
 
@@ -41,7 +43,8 @@ Examples:
   wgr log WgrLog.txt.2.gz WgrLog.txt.1 WgrLog.txt --rate 50
   wgr log --seconds 86400 --rate 50 --json WgrLog.txt.1
 
-Exit status: 0 read to its end; 2 when a file cannot be read.)";
+Exit status: 0 read to its end; 1 the machine failed (disk, memory); 2 a file cannot be read
+or is no log, or an argument cannot be used.)";
 
 namespace {
 
@@ -268,13 +271,15 @@ void add_log(CLI::App& wgr) {
       wgr.add_subcommand("log", "Read the diagnostic log and say what happened.");
   const auto given = std::make_shared<LogArguments>();
   given->files = {kLogFile};
-  command->add_option("FILE", given->files, "Logs, the oldest first")->option_text(" ");
+  command->add_option("FILE", given->files, "Logs, the oldest first")
+      ->transform(path_name())
+      ->option_text(" ");
   command
       ->add_option("--rate", given->rate, "Samples per second, as given to the library")
-      ->check(CLI::Range(1.0, 100000.0))
+      ->transform(within(number_from(1, kHighestRate)))
       ->option_text("HZ");
   command->add_option("--seconds", given->seconds, "The time that the log covers")
-      ->check(CLI::PositiveNumber)
+      ->transform(within(number_above(0, kMostSeconds)))
       ->option_text("S");
   command->add_flag("--json", given->json, "Print JSON lines");
   command->footer(kFooter);

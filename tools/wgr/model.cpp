@@ -8,19 +8,22 @@
 #include <string>
 #include <vector>
 
+#include "arguments/values.h"
 #include "classifier/Gmodel.h"
 #include "classifier/model_check.h"
 #include "subcommands.h"
 #include "table.h"
 
 static constexpr char kFooter[] =
-    R"(check tells what is wrong with each line, and ends with status 1 when something is. diff
-ends with status 1 when the models differ.
+    R"(check tells what is wrong with each line.
 
 Examples:
   wgr model show models/olvo_model_5_fb/hgr_olvo.xml
   wgr model check models/*/hgr_olvo.xml
-  wgr model diff old.xml new.xml)";
+  wgr model diff old.xml new.xml
+
+Exit status: 0 done; 1 check found something, or diff a difference; 2 a model or an argument
+cannot be used.)";
 
 static constexpr char kSuffix[] = ".xml";     // Gmodel::read appends it
 static constexpr double kUsualPoints = 45.0;  // of a motion, for the cost
@@ -176,20 +179,32 @@ void add_model(CLI::App& wgr) {
   CLI::App* const shown = command->add_subcommand("show", "What is in a model.");
   shown->add_option("MODEL", *paths, "The model")
       ->required()
+      ->transform(path_name())
       ->expected(1)
       ->option_text(" ");
+  shown->footer("Exit status: 0 done; 2 the model or an argument cannot be used.");
   shown->callback([paths] { show(paths->front()); });
 
   CLI::App* const checked =
       command->add_subcommand("check", "What is wrong with models.");
-  checked->add_option("MODEL", *paths, "The models")->required()->option_text(" ");
+  checked->add_option("MODEL", *paths, "The models")
+      ->required()
+      ->transform(path_name())
+      ->option_text(" ");
+  checked->footer(
+      "Exit status: 0 nothing is wrong; 1 something is; 2 a model or an argument cannot "
+      "be "
+      "used.");
   checked->callback([paths] { check(*paths); });
 
   CLI::App* const compared =
       command->add_subcommand("diff", "How the second model differs from the first.");
   compared->add_option("MODELS", *paths, "The two models")
       ->required()
+      ->transform(path_name())
       ->expected(2)
       ->option_text(" ");
+  compared->footer(
+      "Exit status: 0 no difference; 1 some; 2 a model or an argument cannot be used.");
   compared->callback([paths] { diff(paths->front(), paths->back()); });
 }

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "WgrPreflight.h"
+#include "arguments/values.h"
 #include "host/fixed_paths.h"
 #include "subcommands.h"
 
@@ -26,7 +27,8 @@ Examples:
   wgr preflight
   wgr preflight --models build/models      before they are installed
 
-Exit status: 0 clean, or notes alone; 1 faults; 2 fatal, or an argument cannot be used.)";
+Exit status: 0 clean, or notes alone; 1 faults, or the machine failed (disk, memory);
+2 fatal, or an argument cannot be used.)";
 
 namespace {
 
@@ -83,6 +85,7 @@ void add_preflight(CLI::App& wgr) {
   command
       ->add_option("--models", given->models,
                    "Folder of models to check in the installed ones' place")
+      ->transform(path_value())
       ->option_text("DIR");
   command->add_flag("--json", given->json, "Print JSON lines");
   command->footer(kFooter);

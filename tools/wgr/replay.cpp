@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "arguments/values.h"
 #include "host/fixed_paths.h"
 #include "host/own_stdout.h"
 #include "host/report.h"
@@ -41,12 +42,13 @@ where that cannot be written. With --models it goes to a private place and is dr
 the end; --log keeps it either way.
 
 Examples:
-  wgr replay --models models recordings/demo.csv.gz
+  wgr replay --models models recordings/demo.csv
   wgr replay --wearer 1 --mode 2 --sensitivity 3 walk.csv
   wgr replay --bias 0.4,-0.2,0.1 --json walk.csv | jq 'select(.type == "event")'
   sensor-stream | wgr replay --rate 100 -     events as they happen; Ctrl-C for the end
 
-Exit status: 0 done; 2 when the recording, the models or an argument cannot be used.)";
+Exit status: 0 done; 1 the machine failed (disk, memory); 2 the recording, the models or an
+argument cannot be used.)";
 
 namespace {
 
@@ -170,6 +172,7 @@ void add_replay(CLI::App& wgr) {
   add_session_arguments(*command, *given);
   command->add_flag("--json", given->json, "Print JSON lines");
   command->add_option("--log", given->log, "File to keep the diagnostic log in")
+      ->transform(path_value())
       ->option_text("FILE");
   command->footer(kFooter);
   command->callback([given] { replay(*given); });

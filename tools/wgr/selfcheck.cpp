@@ -10,9 +10,11 @@ void add_selfcheck(CLI::App& wgr) {
       "selfcheck", "Check that the library computes here what it does everywhere.");
   command->footer(
       "Runs recordings that are made in memory and compares every outcome with the one\n"
-      "recorded in the program. Prints what differs, and at which stage first; ends "
-      "with\n"
-      "status 1 when anything does.");
+      "recorded in the program. Prints what differs, and at which stage first.\n"
+      "\n"
+      "Exit status: 0 all is the same; 1 something differs; 2 no folder to write to, or "
+      "an\n"
+      "argument cannot be used.");
   const auto record = std::make_shared<bool>(false);
   command->add_flag("--record", *record,
                     "print what tools/wgr/golden/recorded.inc has to hold instead");

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "arguments/values.h"
 #include "recording/clock.h"
 #include "subcommands.h"
 #include "synthesis/performance.h"
@@ -30,7 +31,10 @@ The same arguments give the same bytes.
 Examples:
   wgr synth --person 7 --gestures 2 --distractors 30 -o out.csv --labels out.labels.csv
   wgr synth --script recordings/demo.script.csv --person 501 -o demo.csv
-  wgr synth --training set --persons 12 --style mixed --wearer 1)";
+  wgr synth --training set --persons 12 --style mixed --wearer 1
+
+Exit status: 0 done; 1 the machine failed (disk, memory); 2 the script or an argument cannot
+be used.)";
 
 namespace {
 
@@ -57,6 +61,9 @@ struct NamedStyle {
 
 static constexpr NamedStyle kStyles[] = {{"calm", Style::kCalm}, {"free", Style::kFree}};
 static constexpr char kMixed[] = "mixed";
+static constexpr double kHighestSeed = 2147483647;
+static constexpr double kHighestPerson = 1000000;
+static constexpr double kFastestTurn = 10000.0;  // deg/s, far above any gyroscope
 
 // The take of one person that a seed stands for.
 static Random take(int seed, int person, const std::string& style) {
@@ -154,51 +161,56 @@ void add_synth(CLI::App& wgr) {
       wgr.add_subcommand("synth", "Make recordings of wrists that gesture and do not.");
   const auto given = std::make_shared<SynthArguments>();
   command->add_option("-o,--out", given->out, "The recording; - is standard output")
+      ->transform(path_value())
       ->option_text("FILE");
   command->add_option("--labels", given->labels, "Where the gestures' spans go")
+      ->transform(path_value())
       ->option_text("FILE");
   command->add_option("--plan", given->plan_out, "Where the script of it all goes")
+      ->transform(path_value())
       ->option_text("FILE");
   command->add_option("--script", given->script, "What happens; otherwise random")
+      ->transform(path_value())
       ->option_text("FILE");
   command->add_option("--seed", given->seed, "Another number, another take")
-      ->check(CLI::NonNegativeNumber)
+      ->transform(within(whole_from(0, kHighestSeed)))
       ->option_text("N (1)");
   command->add_option("--person", given->person, "Who; in a set, the first")
-      ->check(CLI::NonNegativeNumber)
+      ->transform(within(whole_from(0, kHighestPerson)))
       ->option_text("N (1)");
   command
       ->add_option("--style", given->style, "How the person gestures; mixed: both ways")
-      ->check(CLI::IsMember({kStyles[0].name, kStyles[1].name, kMixed}))
+      ->transform(one_of({kStyles[0].name, kStyles[1].name, kMixed}))
       ->option_text("calm|free|mixed (free)");
   command
       ->add_option("--wearer", given->performance.wearer, "0: left wrist, 1: right wrist")
-      ->check(CLI::Range(0, 1))
+      ->transform(within(whole_from(0, 1)))
       ->option_text("0|1 (0)");
   command->add_option("--rate", given->performance.rate, "Samples per second")
-      ->check(CLI::Range(10, 1000))
+      ->transform(within(whole_from(10, 1000)))
       ->option_text("HZ (50)");
   RecordingFaults& faults = given->performance.faults;
   command->add_option("--from", faults.from, "Begin later, whatever moves then")
-      ->check(CLI::NonNegativeNumber)
+      ->transform(within(number_from(0, kLongestPlan)))
       ->option_text("S (0)");
   command
       ->add_option("--dead-band", faults.gyro_dead_band,
                    "Slower turns about an axis read as exactly zero")
-      ->check(CLI::NonNegativeNumber)
+      ->transform(within(number_from(0, kFastestTurn)))
       ->option_text("DEG/S (0)");
   command->add_option("--gestures", given->plan.gestures, "Takes of each gesture")
-      ->check(CLI::Range(0, 1000))
+      ->transform(within(whole_from(0, 1000)))
       ->option_text("N (4)");
   command
       ->add_option("--distractors", given->plan.distractors,
                    "Seconds of everyday movement")
-      ->check(CLI::Range(0.0, 36000.0))
+      ->transform(within(number_from(0, kLongestPlan)))
       ->option_text("S (120)");
   command->add_option("--training", given->training, "Folder to make a whole set in")
+      ->transform(path_value())
       ->option_text("DIR");
   command->add_option("--persons", given->persons, "How many people a set has")
-      ->check(CLI::Range(1, 999))
+      ->transform(within(whole_from(1, 999)))
       ->option_text("N (12)");
   command->footer(kFooter);
   command->callback([given] { synthesise(*given); });

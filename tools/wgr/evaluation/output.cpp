@@ -1,11 +1,12 @@
 #include "evaluation/output.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <set>
 
+#include "arguments/suggestion.h"
 #include "errors.h"
+#include "numbers.h"
 #include "table.h"
 
 using Json = nlohmann::ordered_json;
@@ -191,6 +192,8 @@ static constexpr Figure kFigures[] = {
     {"latency", false, [](const Evaluation& e) { return e.latency(0.5); }},
 };
 
+static constexpr NumberRange kRequired = number_from(-1e6, 1e6);
+
 static const Figure* figure_named(const std::string& name) {
   for (const Figure& figure : kFigures) {
     if (name == figure.name) return &figure;
@@ -198,22 +201,27 @@ static const Figure* figure_named(const std::string& name) {
   return nullptr;
 }
 
-Requirement parse(const std::string& text) {
-  const size_t sign = text.find('=');
-  Requirement made = {text.substr(0, sign), 0.0};
-  const std::string number = sign == std::string::npos ? "" : text.substr(sign + 1);
-  const auto [stop, error] =
-      std::from_chars(number.data(), number.data() + number.size(), made.value);
-  if (error != std::errc() || stop != number.data() + number.size() ||
-      !std::isfinite(made.value) || figure_named(made.figure) == nullptr) {
-    std::string names;
-    for (const Figure& figure : kFigures) {
-      names += std::string(names.empty() ? "" : ", ") + figure.name;
-    }
-    throw UsageError("--require " + text + ": FIGURE=VALUE is wanted, with one of " +
-                     names);
+std::string fault_in_requirement(const std::string& text) {
+  const size_t sign = std::min(text.find('='), text.size());
+  const std::string figure = text.substr(0, sign);
+  std::vector<std::string> names;
+  for (const Figure& known : kFigures) names.push_back(known.name);
+  if (figure_named(figure) == nullptr) {
+    std::string all;
+    for (const std::string& name : names) all += (all.empty() ? "" : ", ") + name;
+    return "FIGURE=VALUE is wanted, with one of " + all + ", not " + in_quotes(text) +
+           did_you_mean(figure, names);
   }
-  return made;
+  if (sign == text.size()) return figure + "=VALUE is wanted, not " + in_quotes(text);
+  const std::string value = text.substr(sign + 1);
+  return number_of(value, kRequired) ? "" : figure + "=: " + wanted(kRequired, value);
+}
+
+Requirement parse(const std::string& text) {
+  const std::string fault = fault_in_requirement(text);
+  if (!fault.empty()) throw UsageError("--require: " + fault);
+  const size_t sign = text.find('=');
+  return {text.substr(0, sign), *number_of(text.substr(sign + 1), kRequired)};
 }
 
 std::string failure_of(const Requirement& requirement, const Evaluation& result) {

@@ -15,7 +15,10 @@ struct Requirement {
   double value;
 };
 
-// From a text such as accuracy=0.95; throws UsageError.
+// What is wrong with a text that should be such as accuracy=0.95; empty if nothing is.
+std::string fault_in_requirement(const std::string& text);
+
+// From such a text; throws UsageError.
 Requirement parse(const std::string& text);
 
 // What is not as required, in words; empty if all is well.

@@ -1,60 +1,62 @@
 #include "host/session_arguments.h"
 
-#include <charconv>
-#include <cmath>
 #include <cstdio>
 #include <filesystem>
 
+#include "arguments/values.h"
 #include "errors.h"
 #include "host/fixed_paths.h"
 #include "recording/clock.h"
 
+static constexpr NumberRange kBiases = number_from(-10000, 10000);  // deg/s
+static constexpr double kLongestMotion = 1e6;                       // samples
+static constexpr int kStrictest = 3;
 static constexpr int kAssumedRate = 50;          // samples per second
 static constexpr size_t kSamplesForRate = 4096;  // that a recording's rate is taken from
 
+CLI::Validator gyro_bias() { return each_within(kBiases, "X,Y,Z", "deg/s"); }
+
 Point3Df parse_bias(const std::string& text) {
-  double values[3] = {};
-  const char* next = text.data();
-  const char* const end = next + text.size();
-  for (double& value : values) {
-    const auto [stop, error] = std::from_chars(next, end, value);
-    const bool last = &value == &values[2];
-    if (error != std::errc() || !std::isfinite(value) ||
-        (last ? stop != end : stop == end || *stop != ',')) {
-      throw UsageError("--bias: three numbers X,Y,Z in deg/s are wanted, not \"" + text +
-                       "\"");
-    }
-    next = stop + 1;
-  }
-  return {values[0], values[1], values[2]};
+  const size_t first = text.find(',');
+  const size_t second = first == std::string::npos ? first : text.find(',', first + 1);
+  if (second == std::string::npos) throw UsageError("--bias: X,Y,Z is wanted");
+  const auto x = number_of(text.substr(0, first), kBiases);
+  const auto y = number_of(text.substr(first + 1, second - first - 1), kBiases);
+  const auto z = number_of(text.substr(second + 1), kBiases);
+  if (!x || !y || !z) throw UsageError("--bias: X,Y,Z is wanted");
+  return {*x, *y, *z};
 }
 
 void add_session_arguments(CLI::App& command, SessionArguments& given) {
   command.add_option("RECORDING", given.recording, "The recording; - is standard input")
       ->required()
+      ->transform(path_name())
       ->option_text(" ");
   command
       .add_option("--models", given.models,
                   "Folder of models, holding olvo_model_5_fb/hgr_olvo.xml\nand so on; "
                   "otherwise /usr/share/GestureModel")
+      ->transform(path_value())
       ->option_text("DIR");
   command.add_option("--wearer", given.session.wearer, "0: left wrist, 1: right wrist")
-      ->check(CLI::Range(0, 1))
+      ->transform(within(whole_from(0, 1)))
       ->option_text("0|1 (0)");
   command.add_option("--mode", given.session.mode, "Which of the wearer's three models")
-      ->check(CLI::Range(0, 2))
+      ->transform(within(whole_from(0, 2)))
       ->option_text("0|1|2 (1)");
   command
       .add_option("--rate", given.rate,
                   "Samples per second; otherwise what the time stamps of\na file say, "
                   "and 50 for standard input")
-      ->check(CLI::Range(1, kHighestRate))
+      ->transform(within(whole_from(1, kHighestRate)))
       ->option_text("HZ");
   command.add_option("--bias", given.bias, "Gyroscope bias X,Y,Z in deg/s")
+      ->transform(gyro_bias())
       ->option_text("X,Y,Z");
   command
       .add_option("--sensitivity", given.session.sensitivity,
                   "1 permissive to 3 strict, -N for motions of N samples and more")
+      ->transform(within(whole_from(-kLongestMotion, kStrictest)))
       ->option_text("LEVEL");
 }
 

@@ -19,7 +19,8 @@ struct SessionArguments {
   SessionOptions session;
 };
 
-// The value of --bias, X,Y,Z in deg/s. Throws UsageError for anything else.
+// What --bias takes, and its value, X,Y,Z in deg/s.
+CLI::Validator gyro_bias();
 Point3Df parse_bias(const std::string& text);
 
 // Adds RECORDING, --models, --wearer, --mode, --rate, --bias and --sensitivity.

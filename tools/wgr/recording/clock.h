@@ -10,6 +10,7 @@
 #include "recording/recording.h"
 
 inline constexpr int kHighestRate = 100000;  // samples per second, far above any watch
+inline constexpr double kMostSeconds = 1e9;  // of a recording or a log; thirty years
 
 // The rate in samples per second: from the mean of the time steps (s) that are near their
 // median, so that neither gaps nor stamps rounded to milliseconds mislead it. Nothing

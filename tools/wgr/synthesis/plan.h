@@ -37,6 +37,8 @@ std::optional<int> label_of(Activity what);
 // The shortest rest before a gesture, which brings the arm into place and quiet, s.
 inline constexpr double kReadyTime = 1.2;
 
+inline constexpr double kLongestPlan = 36000.0;  // s
+
 struct PlanOptions {
   int gestures = 0;        // of each class, in random order
   double distractors = 0;  // s, spread over the gaps between the gestures

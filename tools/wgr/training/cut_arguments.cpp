@@ -1,20 +1,23 @@
 #include "training/cut_arguments.h"
 
+#include "arguments/values.h"
+
 void add_cut_arguments(CLI::App& command, CutArguments& given) {
   command
       .add_option("--background", given.background,
                   "Folder of recordings, or one, without gestures;\nmay be repeated")
+      ->transform(path_value())
       ->option_text("PATH")
       ->allow_extra_args(false);
   command
       .add_option("--rate", given.options.rate,
                   "Samples per second of the model; otherwise that of\nmost recordings")
-      ->check(CLI::Range(10, 1000))
+      ->transform(within(whole_from(10, 1000)))
       ->option_text("HZ");
   command
       .add_option("--shortest", given.options.shortest,
                   "Shortest motion, in samples; otherwise half a second")
-      ->check(CLI::Range(2, 10000))
+      ->transform(within(whole_from(2, 10000)))
       ->option_text("N");
   command.add_flag("--spans", given.options.whole_spans,
                    "Take marked spans whole, not the motions between\nrests in them");

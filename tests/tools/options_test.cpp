@@ -1,0 +1,549 @@
+// The command line: every option of every subcommand with every kind of value, and words
+// that do not fit. Nothing is run but the parser.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <map>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "arguments/command_line.h"
+#include "arguments/suggestion.h"
+#include "errors.h"
+#include "numbers.h"
+#include "tools/run_wgr.h"
+
+using ::testing::AllOf;
+using ::testing::AnyOf;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+using Words = std::vector<std::string>;
+
+namespace {
+
+struct NumberOption {
+  const char* command;
+  const char* option;
+  NumberRange range;
+};
+
+}  // namespace
+
+// By subcommand and option; a new option has to be told here.
+static const NumberOption kNumbers[] = {
+    {"replay", "--wearer", whole_from(0, 1)},
+    {"replay", "--mode", whole_from(0, 2)},
+    {"replay", "--rate", whole_from(1, 100000)},
+    {"replay", "--sensitivity", whole_from(-1000000, 3)},
+    {"explain", "--wearer", whole_from(0, 1)},
+    {"explain", "--mode", whole_from(0, 2)},
+    {"explain", "--rate", whole_from(1, 100000)},
+    {"explain", "--sensitivity", whole_from(-1000000, 3)},
+    {"synth", "--seed", whole_from(0, 2147483647)},
+    {"synth", "--person", whole_from(0, 1000000)},
+    {"synth", "--wearer", whole_from(0, 1)},
+    {"synth", "--rate", whole_from(10, 1000)},
+    {"synth", "--from", number_from(0, 36000)},
+    {"synth", "--dead-band", number_from(0, 10000)},
+    {"synth", "--gestures", whole_from(0, 1000)},
+    {"synth", "--distractors", number_from(0, 36000)},
+    {"synth", "--persons", whole_from(1, 999)},
+    {"cut", "--rate", whole_from(10, 1000)},
+    {"cut", "--shortest", whole_from(2, 10000)},
+    {"build", "--templates", whole_from(1, 100)},
+    {"build", "--margin", number_from(0, 1)},
+    {"build", "--share", number_from(0, 1)},
+    {"build", "--false-cost", number_above(0, 1000000)},
+    {"build", "--false-per-hour", number_from(0, 10000)},
+    {"build", "--threads", whole_from(1, 256)},
+    {"build", "--background-hours", number_above(0, 100000)},
+    {"build", "--rate", whole_from(10, 1000)},
+    {"build", "--shortest", whole_from(2, 10000)},
+    {"eval", "--folds", whole_from(2, 1000)},
+    {"eval", "--templates", whole_from(1, 100)},
+    {"eval", "--margin", number_from(0, 1)},
+    {"eval", "--share", number_from(0, 1)},
+    {"eval", "--false-cost", number_above(0, 1000000)},
+    {"eval", "--false-per-hour", number_from(0, 10000)},
+    {"eval", "--threads", whole_from(1, 256)},
+    {"eval", "--rate", whole_from(10, 1000)},
+    {"eval", "--shortest", whole_from(2, 10000)},
+    {"doctor", "--rate", whole_from(1, 100000)},
+    {"doctor", "--seconds", number_above(0, 1000000000)},
+    {"log", "--rate", number_from(1, 100000)},
+    {"log", "--seconds", number_above(0, 1000000000)},
+};
+
+// Options that take a word or several numbers: a value that is good.
+static const std::map<std::string, std::string> kWords = {
+    {"replay --bias", "-0.5,1e1,0"}, {"explain --bias", "-0.5,1e1,0"},
+    {"doctor --bias", "-0.5,1e1,0"}, {"synth --style", "mixed"},
+    {"eval --leave-out", "session"}, {"eval --require", "latency=0.5"},
+};
+
+// Everything else names a file or a folder.
+static const std::map<std::string, Words> kPaths = {
+    {"replay", {"--models", "--log"}},
+    {"explain", {"--models", "--expect", "--out"}},
+    {"synth", {"--out", "--labels", "--plan", "--script", "--training"}},
+    {"cut", {"--out", "--background"}},
+    {"build", {"--out", "--slots", "--report", "--background"}},
+    {"eval", {"--model", "--report", "--background"}},
+    {"preflight", {"--models"}},
+};
+
+// What each subcommand wants at least.
+static const std::map<std::string, Words> kLeast = {
+    {"replay", {"X"}},         {"explain", {"X"}},          {"synth", {}},
+    {"cut", {"X", "-o", "Y"}}, {"build", {"X", "-o", "Y"}}, {"eval", {"X"}},
+    {"doctor", {"X"}},         {"preflight", {}},           {"log", {"X"}},
+    {"selfcheck", {}},
+};
+
+// Ends the parser before the subcommand runs.
+static void keep_from_running(CLI::App& wgr) {
+  wgr.parse_complete_callback([] { throw EndWithStatus{kExitOk}; });
+}
+
+// What is said of a command line; empty when it is fit to be run.
+static std::string said_of(const Words& words) {
+  CLI::App wgr;
+  add_all(wgr);
+  keep_from_running(wgr);
+  try {
+    parse_and_run(wgr, words);
+  } catch (const UsageError& error) {
+    return error.what();
+  } catch (const EndWithStatus&) {
+    return "";
+  }
+  return "it was run";
+}
+
+static Words line(const std::string& command, const Words& more) {
+  Words words = {command};
+  const Words& least = kLeast.at(command);
+  words.insert(words.end(), least.begin(), least.end());
+  words.insert(words.end(), more.begin(), more.end());
+  return words;
+}
+
+static const NumberOption* number_option(const std::string& command,
+                                         const std::string& option) {
+  for (const NumberOption& known : kNumbers) {
+    if (command == known.command && option == known.option) return &known;
+  }
+  return nullptr;
+}
+
+static void for_each_option(
+    const std::function<void(const std::string&, const CLI::Option&)>& visit) {
+  CLI::App wgr;
+  add_all(wgr);
+  for (const CLI::App* sub : wgr.get_subcommands([](const CLI::App*) { return true; })) {
+    for (const CLI::Option* option : sub->get_options()) visit(sub->get_name(), *option);
+  }
+}
+
+TEST(Options, EveryOptionWithAValueIsInTheTablesOfThisTest) {
+  size_t numbers = 0;
+  for_each_option([&](const std::string& command, const CLI::Option& option) {
+    if (option.get_positional() || option.get_items_expected_max() == 0) return;
+    const std::string name = option.get_name();
+    const auto paths = kPaths.find(command);
+    const bool is_path = paths != kPaths.end() &&
+                         std::find(paths->second.begin(), paths->second.end(), name) !=
+                             paths->second.end();
+    const bool is_number = number_option(command, name) != nullptr;
+    numbers += is_number ? 1 : 0;
+    EXPECT_TRUE(is_number || is_path || kWords.count(command + " " + name) == 1)
+        << command << " " << name;
+  });
+  EXPECT_EQ(numbers, std::size(kNumbers));
+}
+
+// Texts that are no number of any range.
+static const Words kNoNumbers = {"",
+                                 "abc",
+                                 "nan",
+                                 "-nan",
+                                 "NaN",
+                                 "inf",
+                                 "-inf",
+                                 "Infinity",
+                                 "0x10",
+                                 "0x1p3",
+                                 "1e999",
+                                 "-1e999",
+                                 " 5",
+                                 "5 ",
+                                 "5x",
+                                 "+5",
+                                 "5,5",
+                                 "--5",
+                                 "1e",
+                                 ".",
+                                 "-",
+                                 "9223372036854775808",
+                                 "-9223372036854775809",
+                                 "18446744073709551616",
+                                 "1_000"};
+
+TEST(Options, NumbersOutOfTheirRangeAreRefusedWithTheRangeInPlainWords) {
+  for (const NumberOption& known : kNumbers) {
+    Words bad = kNoNumbers;
+    const NumberRange& range = known.range;
+    bad.push_back(plain(range.most + 1.0));
+    bad.push_back(plain(range.least - 1.0));
+    bad.push_back("1e300");
+    bad.push_back("-1e300");
+    if (range.above) bad.push_back(plain(range.least));
+    if (range.whole) {
+      bad.push_back(plain(range.least) + ".5");
+      bad.push_back(plain(range.most) + "e0");
+      bad.push_back("2147483648");
+    }
+    for (const std::string& value : bad) {
+      const std::string said = said_of(line(known.command, {known.option, value}));
+      EXPECT_THAT(said,
+                  AllOf(StartsWith(std::string(known.option) + ": " + range.text() +
+                                   " is wanted, not "),
+                        EndsWith(std::string("; see wgr ") + known.command + " --help")))
+          << known.command << " " << known.option << " " << value;
+      EXPECT_LT(said.size(), 200u) << said;
+    }
+  }
+}
+
+TEST(Options, TheEdgesOfEveryRangeAreTaken) {
+  for (const NumberOption& known : kNumbers) {
+    const NumberRange& range = known.range;
+    Words good = {plain(range.most)};
+    if (!range.above) good.push_back(plain(range.least));
+    if (!range.whole) good.push_back("1e0");
+    if (range.whole && range.most >= 10) good.push_back("0010");
+    for (const std::string& value : good) {
+      EXPECT_EQ(said_of(line(known.command, {known.option, value})), "")
+          << known.command << " " << known.option << " " << value;
+    }
+  }
+}
+
+TEST(Options, LeadingZerosDoNotMakeANumberOctal) {
+  CLI::App wgr;
+  add_all(wgr);
+  keep_from_running(wgr);
+  EXPECT_THROW(parse_and_run(wgr, {"replay", "--rate", "0100", "X"}), EndWithStatus);
+  EXPECT_EQ(wgr.get_subcommand("replay")->get_option("--rate")->as<int>(), 100);
+}
+
+TEST(Options, WordsAreTakenAsTheyAreAndOthersAreRefused) {
+  for (const auto& [name, good] : kWords) {
+    const std::string command = name.substr(0, name.find(' '));
+    const std::string option = name.substr(name.find(' ') + 1);
+    EXPECT_EQ(said_of(line(command, {option, good})), "") << name;
+    for (const std::string& value :
+         {std::string(), good + "x", good + ",", "," + good, good + ",1",
+          std::string("0"), std::string("1,nan,2"), std::string("1,2,1e300"),
+          std::string("1,,2"), std::string("accuracy=nan"), std::string("accuracy="),
+          std::string("accuracy"), std::string(1000, 'a')}) {
+      const std::string said = said_of(line(command, {option, value}));
+      EXPECT_THAT(said, AllOf(StartsWith(option + ": "), HasSubstr(" wanted, "),
+                              HasSubstr("ee wgr " + command + " --help")))
+          << name << " " << value.substr(0, 99);
+      EXPECT_LT(said.size(), 350u) << said;
+    }
+  }
+}
+
+TEST(Options, APathIsNeitherNothingNorTheNextOption) {
+  for (const auto& [command, options] : kPaths) {
+    for (const std::string& option : options) {
+      const Words empty = {command, option, ""};
+      EXPECT_THAT(
+          said_of(empty),
+          StartsWith(option + ": a name is wanted, not nothing; see wgr " + command))
+          << command;
+      EXPECT_THAT(said_of({command, option, "--help"}),
+                  AllOf(StartsWith(option + ": a name is wanted, not the option"),
+                        HasSubstr("./--help")))
+          << command;
+      EXPECT_THAT(
+          said_of({command, option}),
+          StartsWith(option + ": a value is wanted behind it; see wgr " + command));
+      EXPECT_EQ(said_of({command, option + "=", "X"}),
+                option + ": a value is wanted behind the =");
+    }
+  }
+}
+
+TEST(Options, ARecordingMayHaveTheNameOfAnOptionBehindTheDashes) {
+  EXPECT_EQ(said_of({"replay", "--", "--json"}), "");
+  EXPECT_THAT(said_of({"replay", "--", "X", "--json"}),
+              StartsWith("\"--json\": one argument too many"));
+}
+
+TEST(Options, PositionalArgumentsAreNotEmpty) {
+  for (const std::string command :
+       {"replay", "explain", "doctor", "log", "eval", "cut", "build"}) {
+    EXPECT_THAT(said_of({command, ""}), HasSubstr(": a name is wanted, not nothing"))
+        << command;
+  }
+  for (const std::string command : {"show", "check", "diff"}) {
+    EXPECT_THAT(said_of({"model", command, "", "X"}),
+                HasSubstr(": a name is wanted, not nothing"))
+        << command;
+  }
+}
+
+// An option of `name` with one letter left out, and one too many.
+static Words misspelt(const std::string& name) {
+  return {name.substr(0, 3) + name.substr(4), name + "s", name + "s=1"};
+}
+
+TEST(Options, AMisspeltOptionIsNamedWithTheRightOne) {
+  size_t tried = 0;
+  for_each_option([&](const std::string& command, const CLI::Option& option) {
+    const std::string right = option.get_name();
+    if (option.get_positional() || option.get_group().empty()) return;
+    if (right.size() < 6 || right == "--help") return;  // several are as near
+    for (const std::string& wrong : misspelt(right)) {
+      if (wrong.rfind("--persons", 0) == 0) continue;  // not misspelt
+      const std::string said = said_of(line(command, {wrong, "3"}));
+      const std::string name = wrong.substr(0, wrong.find('='));
+      if (said.find("did you mean " + right + "?") != std::string::npos) ++tried;
+      EXPECT_THAT(said, AllOf(StartsWith(name + ": "), HasSubstr("did you mean --"),
+                              HasSubstr("See wgr " + command + " --help")))
+          << command << " " << wrong;
+    }
+  });
+  EXPECT_GT(tried, 150u);
+}
+
+TEST(Options, AnOptionInFrontOfTheSubcommandIsSentBehindIt) {
+  for_each_option([&](const std::string& command, const CLI::Option& option) {
+    const std::string name = option.get_name();
+    if (option.get_positional() || option.get_group().empty() || name == "--help") return;
+    Words words = line(command, {});
+    words.insert(words.begin(), name);
+    EXPECT_EQ(said_of(words), name + ": belongs behind the subcommand: wgr " + command +
+                                  " " + name + "; see wgr " + command + " --help");
+  });
+}
+
+TEST(Options, AnOptionOfAnotherSubcommandIsSentThere) {
+  EXPECT_EQ(said_of({"replay", "--distractors", "3", "X"}),
+            "--distractors: no option of wgr replay, but of wgr synth; see wgr replay "
+            "--help");
+  EXPECT_EQ(
+      said_of({"log", "--bias=1,2,3"}),
+      "--bias: no option of wgr log, but of wgr replay, wgr explain, wgr doctor; see "
+      "wgr log --help");
+  EXPECT_EQ(said_of({"--seconds", "3"}),
+            "--seconds: belongs behind a subcommand that has it: wgr doctor, wgr log");
+  EXPECT_EQ(said_of({"replay", "--nonesuchatall", "X"}),
+            "--nonesuchatall: no option of wgr replay; see wgr replay --help");
+  EXPECT_EQ(said_of({"replay", "-r", "5", "X"}),
+            "-r: no option of wgr replay; see wgr replay --help");
+}
+
+TEST(Options, AMisspeltSubcommandIsNamedWithTheRightOne) {
+  const std::map<std::string, std::string> cases = {
+      {"replya", "replay"}, {"exlpain", "explain"},     {"sinth", "synth"},
+      {"cutt", "cut"},      {"biuld", "build"},         {"evla", "eval"},
+      {"models", "model"},  {"docter", "doctor"},       {"pre-flight", "preflight"},
+      {"logs", "log"},      {"self-check", "selfcheck"}};
+  for (const auto& [wrong, right] : cases) {
+    EXPECT_EQ(said_of({wrong, "X"}), "\"" + wrong +
+                                         "\": no subcommand of wgr; did you mean " +
+                                         right + "? See wgr --help");
+  }
+  EXPECT_EQ(
+      said_of({"model", "shwo", "X"}),
+      "\"shwo\": no subcommand of wgr model; did you mean show? See wgr model --help");
+  EXPECT_EQ(
+      said_of({"model"}),
+      "a subcommand of wgr model is wanted: show, check, diff; see wgr model --help");
+  EXPECT_EQ(said_of({"frobnicate"}),
+            "\"frobnicate\": no subcommand of wgr; see wgr --help");
+}
+
+TEST(Options, ArgumentsThatAreMissingOrTooManyAreCounted) {
+  EXPECT_EQ(said_of({"replay"}), "RECORDING is required; see wgr replay --help");
+  EXPECT_EQ(said_of({"cut", "X"}), "--out is required; see wgr cut --help");
+  EXPECT_EQ(said_of({"replay", "X", "Y"}),
+            "\"Y\": one argument too many; wgr replay takes RECORDING; see wgr replay "
+            "--help");
+  EXPECT_EQ(said_of({"preflight", "now"}),
+            "\"now\": one argument too many; wgr preflight takes options alone; see wgr "
+            "preflight --help");
+  EXPECT_EQ(said_of({"model", "diff", "X"}),
+            "MODELS: 2 are wanted, not 1; see wgr model diff --help");
+  EXPECT_THAT(said_of({"model", "diff", "X", "Y", "Z"}),
+              StartsWith("MODELS: 2 are wanted"));
+  for (const NumberOption& known : kNumbers) {
+    const std::string value = plain(known.range.most);
+    EXPECT_EQ(said_of(line(known.command, {known.option, value, known.option, value})),
+              std::string(known.option) + ": may be given once; see wgr " +
+                  known.command + " --help");
+  }
+}
+
+TEST(Options, AFlagTakesNoValue) {
+  size_t flags = 0;
+  for_each_option([&](const std::string& command, const CLI::Option& option) {
+    const std::string name = option.get_name();
+    if (option.get_items_expected_max() != 0 || name == "--help") return;
+    if (option.get_group().empty()) return;
+    ++flags;
+    EXPECT_EQ(said_of(line(command, {name + "=maybe"})),
+              name + ": takes no value; see wgr " + command + " --help");
+  });
+  EXPECT_GT(flags, 15u);
+}
+
+// CLI11 would write to a file "ut".
+TEST(Options, ALongOptionWithOneDashIsNoShortOneWithAValue) {
+  EXPECT_EQ(said_of({"synth", "-out", "X"}), "-out: no option; did you mean --out?");
+  EXPECT_EQ(said_of({"synth", "-out=X"}), "-out: no option; did you mean --out?");
+  EXPECT_EQ(said_of({"synth", "-oX"}), "");
+}
+
+// ---- help ----------------------------------------------------------------------------
+
+static std::vector<const CLI::App*> with_all_below(const CLI::App& app) {
+  std::vector<const CLI::App*> found = {&app};
+  for (const CLI::App* sub : app.get_subcommands([](const CLI::App*) { return true; })) {
+    const std::vector<const CLI::App*> deeper = with_all_below(*sub);
+    found.insert(found.end(), deeper.begin(), deeper.end());
+  }
+  return found;
+}
+
+TEST(Help, ListsTheExitStatusesOfEverySubcommand) {
+  CLI::App wgr;
+  add_all(wgr);
+  const std::vector<const CLI::App*> all = with_all_below(wgr);
+  EXPECT_EQ(all.size(), 15u);
+  for (const CLI::App* app : all) {
+    const std::string help = app->help();
+    EXPECT_TRUE(std::regex_search(help, std::regex("Exit status: 0 [^;]+;[^]*\\s2 ")))
+        << app->get_name() << "\n"
+        << help;
+  }
+}
+
+TEST(Help, ItsExamplesNameRecordingsThatExist) {
+  CLI::App wgr;
+  add_all(wgr);
+  size_t found = 0;
+  for (const CLI::App* app : with_all_below(wgr)) {
+    const std::string help = app->help();
+    const std::regex path("\\brecordings/[a-z._]+[a-z]");
+    for (std::sregex_iterator i(help.begin(), help.end(), path), end; i != end; ++i) {
+      ++found;
+      EXPECT_TRUE(std::filesystem::exists(std::string(WGR_ROOT) + "/" + i->str()))
+          << app->get_name() << ": " << i->str();
+    }
+  }
+  EXPECT_GE(found, 5u);
+}
+
+// ---- the program itself --------------------------------------------------------------
+
+TEST(Program, SaysWhoItIsBeforeEveryMessageAndEndsWithTwo) {
+  for (const std::string arguments :
+       {"", "replya x", "replay", "replay --rate nan x", "replay --wearer", "model",
+        "replay --models /nowhere x", "eval", "build -o x", "cut /nowhere -o x",
+        "log /nowhere", "doctor /nowhere", "explain --models /nowhere x",
+        "model show /nowhere.xml", "preflight --models /nowhere", "selfcheck x",
+        "synth --style mixed -o -", "synth --script /nowhere -o -"}) {
+    const Outcome outcome = run_wgr(arguments);
+    EXPECT_EQ(outcome.status, 2) << arguments;
+    EXPECT_EQ(outcome.out, "") << arguments;
+    EXPECT_THAT(outcome.err, StartsWith("wgr: ")) << arguments;
+  }
+}
+
+TEST(Program, PrintsHelpOfASubcommandAndEndsWithZero) {
+  const Outcome outcome = run_wgr("model check --help");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.out, HasSubstr("Exit status: 0 nothing is wrong"));
+  EXPECT_EQ(outcome.err, "");
+  EXPECT_EQ(run_wgr("--version").out, std::string("wgr ") + WGR_VERSION + "\n");
+}
+
+// ---- parts ---------------------------------------------------------------------------
+
+TEST(Suggestion, CountsWhatMustBeChanged) {
+  const struct {
+    const char* a;
+    const char* b;
+    size_t distance;
+  } cases[] = {
+      {"", "", 0},
+      {"", "abc", 3},
+      {"abc", "", 3},
+      {"rate", "rate", 0},
+      {"rate", "rat", 1},
+      {"rate", "rates", 1},
+      {"rate", "mate", 1},
+      {"replay", "replya", 1},  // neighbours swapped
+      {"ca", "abc", 3},         // a swap with something put between is not one
+      {"kitten", "sitting", 3},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(edit_distance(c.a, c.b), c.distance) << c.a << " " << c.b;
+    EXPECT_EQ(edit_distance(c.b, c.a), c.distance) << c.b << " " << c.a;
+  }
+}
+
+TEST(Suggestion, IsTheNearestCandidateOrNone) {
+  const Words candidates = {"--rate", "--mode", "--models"};
+  EXPECT_EQ(most_like("--rat", candidates), "--rate");
+  EXPECT_EQ(most_like("--model", candidates), "--mode");  // the first of equals
+  EXPECT_EQ(most_like("--modesl", candidates), "--models");
+  EXPECT_EQ(most_like("--quux", candidates), "");
+  EXPECT_EQ(most_like(std::string(100000, '-'), candidates), "");
+  EXPECT_EQ(did_you_mean("--rat", candidates), "; did you mean --rate?");
+  EXPECT_EQ(did_you_mean("", candidates), "");
+}
+
+TEST(Numbers, AreReadWholeAndInTheirRangeAlone) {
+  const NumberRange share = number_from(0, 1);
+  EXPECT_EQ(number_of("0.25", share), 0.25);
+  EXPECT_EQ(number_of("-0", share), 0.0);
+  EXPECT_EQ(number_of("1.0000001", share), std::nullopt);
+  EXPECT_EQ(number_of("0.25 ", share), std::nullopt);
+  EXPECT_EQ(number_of("1e-400", share), std::nullopt);
+  EXPECT_EQ(number_of("0", number_above(0, 1)), std::nullopt);
+  EXPECT_EQ(number_of("5e-324", number_above(0, 1)), 5e-324);
+  EXPECT_EQ(number_of("1.0", whole_from(0, 1)), std::nullopt);
+  EXPECT_FALSE(whole_from(0, 10).holds(2.5));
+  EXPECT_TRUE(whole_from(0, 10).holds(2.0));
+}
+
+TEST(Numbers, AreSaidWithoutAnExponentAndNotTooLong) {
+  EXPECT_EQ(whole_from(1, 100000).text(), "a whole number from 1 to 100000");
+  EXPECT_EQ(number_above(0, 0.5).text(), "a number above 0 and up to 0.5");
+  EXPECT_EQ(wanted(number_from(0, 1), ""), "a number from 0 to 1 is wanted, not nothing");
+  // Cut between two characters of two bytes each.
+  std::string umlauts;
+  for (int i = 0; i < 40; ++i) umlauts += "ä";
+  EXPECT_EQ(in_quotes(umlauts), "\"" + umlauts.substr(0, 60) + "...\"");
+  EXPECT_EQ(in_quotes("a" + umlauts), "\"a" + umlauts.substr(0, 58) + "...\"");
+}
+
+TEST(Numbers, NearestIntIsAnIntForEveryDouble) {
+  EXPECT_EQ(nearest_int(2.5), 3);
+  EXPECT_EQ(nearest_int(-2.4), -2);
+  EXPECT_EQ(nearest_int(1e300), 2147483647);
+  EXPECT_EQ(nearest_int(-1e300), -2147483647 - 1);
+  EXPECT_EQ(nearest_int(2147483646.6), 2147483647);
+  EXPECT_EQ(nearest_int(std::nan("")), 0);
+}

@@ -1,0 +1,15 @@
+// The command line as a whole: all subcommands, and what is said of words that do not
+// fit.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+// Adds every subcommand, the version and the help.
+void add_all(CLI::App& wgr);
+
+// Parses the words behind the program's name and runs the subcommand that they name.
+// Throws UsageError with the option or word that is wrong and what fits better, and
+// CLI::Success where help or the version was asked for.
+void parse_and_run(CLI::App& wgr, const std::vector<std::string>& words);
