@@ -6,7 +6,7 @@
 #include <cmath>
 #include <limits>
 
-static constexpr size_t kLongestQuote = 60;  // bytes of a value in a message
+#include "foreign_text.h"
 
 bool NumberRange::holds(double value) const {
   if (!std::isfinite(value) || value < least || value > most) return false;
@@ -46,16 +46,8 @@ std::string plain(double value) {
   return error == std::errc() ? std::string(text.data(), end) : std::string("nan");
 }
 
-std::string in_quotes(const std::string& value) {
-  if (value.size() <= kLongestQuote) return '"' + value + '"';
-  size_t end = kLongestQuote;
-  while (end > 0 && (static_cast<unsigned char>(value[end]) & 0xc0) == 0x80) --end;
-  return '"' + value.substr(0, end) + "...\"";
-}
-
 std::string wanted(const NumberRange& range, const std::string& value) {
-  return range.text() + " is wanted, not " +
-         (value.empty() ? "nothing" : in_quotes(value));
+  return range.text() + " is wanted, not " + (value.empty() ? "nothing" : ::quoted(value));
 }
 
 int nearest_int(double value) {

@@ -34,9 +34,6 @@ std::optional<double> number_of(std::string_view text, const NumberRange& range)
 // The number as it is written without an exponent, with as many digits as it needs.
 std::string plain(double value);
 
-// A value in a message: in double quotes, the end of a long one left out.
-std::string in_quotes(const std::string& value);
-
 // What is said of a value that is out of its range.
 std::string wanted(const NumberRange& range, const std::string& value);
 

@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "arguments/suggestion.h"
+#include "foreign_text.h"
 #include "numbers.h"
 #include "subcommands.h"
 
@@ -18,6 +19,7 @@ static constexpr char kFooter[] =
     "2 something given cannot be used.";
 
 static constexpr char kNoMoreOptions[] = "--";  // behind it
+static constexpr size_t kLongestName = 60;      // bytes of an option in a message
 static constexpr size_t kShortOption = 2;       // characters, as -o has
 
 void add_all(CLI::App& wgr) {
@@ -96,7 +98,7 @@ static bool is_option(const std::string& word) {
 }
 
 static std::string without_value(const std::string& word) {
-  return word.substr(0, word.find('='));
+  return shortened(word.substr(0, word.find('=')), kLongestName);
 }
 
 // An option that the subcommand at hand, or the program, does not know.
@@ -141,12 +143,12 @@ static std::string positional_names(const CLI::App& app) {
 static std::string surplus_word(const CLI::App& holder, const std::string& word) {
   const std::vector<std::string> subcommands = names_of_subcommands(holder);
   if (!subcommands.empty() && holder.get_subcommands().empty()) {
-    return with_help(in_quotes(word) + ": no subcommand of " + full_name(holder) +
+    return with_help(::quoted(word) + ": no subcommand of " + full_name(holder) +
                          did_you_mean(word, subcommands),
                      holder);
   }
   const std::string names = positional_names(holder);
-  return with_help(in_quotes(word) + ": one argument too many; " + full_name(holder) +
+  return with_help(::quoted(word) + ": one argument too many; " + full_name(holder) +
                        " takes" + (names.empty() ? " options alone" : names),
                    holder);
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "arguments/suggestion.h"
+#include "foreign_text.h"
 
 CLI::Validator within(const NumberRange& range) {
   return CLI::Validator(
@@ -30,7 +31,7 @@ CLI::Validator each_within(const NumberRange& range, const std::string& names,
         if (good && (text.empty() || text.back() != ',')) return std::string();
         return std::to_string(commas + 1) + " numbers " + names + " in " + unit +
                " are wanted, each from " + plain(range.least) + " to " +
-               plain(range.most) + ", not " + in_quotes(text);
+               plain(range.most) + ", not " + ::quoted(text);
       },
       "");
 }
@@ -45,7 +46,7 @@ CLI::Validator one_of(const std::vector<std::string>& words) {
         for (size_t i = 0; i < words.size(); ++i) {
           all += (i == 0 ? "" : i + 1 == words.size() ? " or " : ", ") + words[i];
         }
-        return all + " is wanted, not " + in_quotes(text) + did_you_mean(text, words);
+        return all + " is wanted, not " + ::quoted(text) + did_you_mean(text, words);
       },
       "");
 }
@@ -62,7 +63,7 @@ CLI::Validator path_value() {
   return CLI::Validator(
       [](std::string& path) {
         if (path.compare(0, 2, "--") != 0) return fault_in_path(path);
-        return "a name is wanted, not the option " + in_quotes(path) + "; a file " +
+        return "a name is wanted, not the option " + ::quoted(path) + "; a file " +
                "of that name is ./" + path;
       },
       "");

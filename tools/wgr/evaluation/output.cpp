@@ -6,6 +6,7 @@
 
 #include "arguments/suggestion.h"
 #include "errors.h"
+#include "foreign_text.h"
 #include "numbers.h"
 #include "table.h"
 
@@ -209,10 +210,10 @@ std::string fault_in_requirement(const std::string& text) {
   if (figure_named(figure) == nullptr) {
     std::string all;
     for (const std::string& name : names) all += (all.empty() ? "" : ", ") + name;
-    return "FIGURE=VALUE is wanted, with one of " + all + ", not " + in_quotes(text) +
+    return "FIGURE=VALUE is wanted, with one of " + all + ", not " + ::quoted(text) +
            did_you_mean(figure, names);
   }
-  if (sign == text.size()) return figure + "=VALUE is wanted, not " + in_quotes(text);
+  if (sign == text.size()) return figure + "=VALUE is wanted, not " + ::quoted(text);
   const std::string value = text.substr(sign + 1);
   return number_of(value, kRequired) ? "" : figure + "=: " + wanted(kRequired, value);
 }
