@@ -9,7 +9,7 @@
 
 // clang-format off
 // 16 differs from 0 for half precision alone.
-#if !defined(FLT_EVAL_METHOD) || (FLT_EVAL_METHOD != 0 && FLT_EVAL_METHOD != 16)
+#if defined(FLT_EVAL_METHOD) && FLT_EVAL_METHOD != 0 && FLT_EVAL_METHOD != 16
 #error "double is computed in excess precision, which changes results: compile with -msse2 -mfpmath=sse"
 #endif
 

@@ -82,6 +82,7 @@ static void write_site(const WgrLogSite& site, wgr::HeldSignals& held,
   length = append(line, length, " ", 1);
   length = append(line, length, tag, static_cast<size_t>(tag_end - tag));
   length = append(line, length, ": ", 2);
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): both callers have set it
   std::vsnprintf(line + length, kLineSize - length, site.message, arguments);
   length = std::strlen(line);
   line[length] = '\n';  // in the terminator's place
