@@ -204,6 +204,24 @@ static const std::vector<Fault>& faults() {
          samples[1000].gyro = {0.0, 0.0, 0.0};
        },
        "1 samples have a rate of exactly zero on all axes, the first at 20.000 s"},
+      {"a sample of 9999 m/s²", "acc-spike",
+       [](Recorded& samples) { samples[1000].acc.y = -9999.0; },
+       "1 samples of the accelerometer are larger than any that it measures, up to "
+       "9999.00 m/s², the first at 20.000 s (line 1002)"},
+      {"a sample of 9999 deg/s", "gyro-spike",
+       [](Recorded& samples) {
+         samples[1000].gyro.z = 9999.0;
+         samples[1400].gyro.x = -9998.0;
+       },
+       "2 samples of the gyroscope are larger than any that it measures, up to "
+       "9999.00 deg/s, the first at 20.000 s (line 1002)"},
+      {"a spike in another unit, before the clipping that it would hide",
+       "acc-clipping acc-spike acc-unit",
+       [](Recorded& samples) {
+         for (S& s : samples) s.acc = limited(s.acc, 11.5) / 9.80665;
+         samples[1000].acc.x = 9999.0;
+       },
+       "acc-clipping: "},
       {"gravity below the band", "gravity-band",
        each([](S& s) { s.acc = 0.965 * s.acc; }), "multiply the acceleration"},
       {"gravity above the band", "gravity-band",
@@ -242,6 +260,78 @@ TEST(Doctor, FindsEveryPlantedFaultAndNothingElse) {
       EXPECT_THAT(told(diagnosis), HasSubstr(fault.says)) << fault.name << " " << person;
     }
   }
+}
+
+// Two hours and a half: the last one shows what it shows alone.
+TEST(Doctor, FindsWhatIsWrongInTheLastHourAlone) {
+  constexpr int kRate = 25;
+  constexpr size_t kHour = 3600 * kRate;
+  const Recorded once = take(1, kRate);
+  Recorded sound;
+  for (size_t i = 0; i < 5 * kHour / 2; ++i) {
+    sound.push_back(once[i % once.size()]);
+    sound.back().t = static_cast<double>(i) / kRate;
+  }
+  EXPECT_EQ(told(diagnose(sound, {})), "");
+  const size_t step = enough_cases() ? 5 : 20;
+  size_t found = 0;
+  for (size_t f = 0; f < faults().size(); f += step) {
+    const Fault& fault = faults()[f];
+    // Of stamps and rates the whole stream has one.
+    if (std::string(fault.name).find("stamps") == 0 || fault.told_rate) continue;
+    Recorded samples = sound;
+    const auto last_hour = samples.end() - static_cast<std::ptrdiff_t>(kHour);
+    Recorded part(last_hour, samples.end());
+    fault.plant(part);
+    const std::string alone = ids(diagnose(part, {}));
+    found += alone.empty() ? 0 : 1;
+    samples.erase(last_hour, samples.end());
+    samples.insert(samples.end(), part.begin(), part.end());
+    const Diagnosis diagnosis = diagnose(samples, {});
+    std::istringstream wanted(alone);
+    for (std::string id; wanted >> id;) {
+      EXPECT_THAT(ids(diagnosis), HasSubstr(id)) << fault.name;
+    }
+    EXPECT_EQ(diagnosis.facts.samples, samples.size());
+  }
+  EXPECT_GE(found, enough_cases() ? 5u : 1u);
+}
+
+// Where one part ends and the next begins nothing is lost and nothing is counted twice.
+TEST(Doctor, CountsOverAllPartsOnce) {
+  constexpr int kRate = 25;
+  const Recorded once = take(1, kRate);
+  Recorded samples;
+  size_t gaps = 0;
+  double t = 0.0;
+  for (size_t i = 0; i < 200000; ++i) {
+    samples.push_back(once[i % once.size()]);
+    const bool gap = i > 0 && i % 125 == 0;  // parts of 45,750 begin with one
+    gaps += gap ? 1 : 0;
+    t += gap ? 0.5 : 1.0 / kRate;
+    samples.back().t = t;
+    if (i % 125 == 3) samples.back().gyro = {0.0, 0.0, 0.0};
+  }
+  const Diagnosis diagnosis = diagnose(samples, {});
+  EXPECT_THAT(told(diagnosis), HasSubstr("gap: " + std::to_string(gaps) + " gaps"));
+  EXPECT_THAT(told(diagnosis), HasSubstr("zero-rate: 1600 samples"));
+  EXPECT_NEAR(diagnosis.facts.seconds, t - samples.front().t, 1e-6);
+  EXPECT_EQ(diagnosis.facts.samples, samples.size());
+}
+
+// A motion that goes on from one part into the next is one motion.
+TEST(Doctor, MeasuresAMotionAcrossParts) {
+  constexpr int kRate = 25;
+  Recorded samples;
+  Random random(4);
+  for (size_t i = 0; i < 150000; ++i) {
+    const double shaken = i >= 40000 && i < 50000 ? (i % 2 == 0 ? 5.0 : -5.0) : 0.0;
+    const double noise = 0.02 * random.gaussian();
+    const Point3Df acc = {shaken + noise, noise, 10.1};
+    const Point3Df gyro = {20.0 * shaken + noise, noise, 0.1};
+    samples.push_back({static_cast<double>(i) / kRate, acc, gyro});
+  }
+  EXPECT_NEAR(diagnose(samples, {}).facts.longest_motion, 10000.0 / kRate, 1.0);
 }
 
 TEST(Doctor, ABiasThatIsPassedIsNoFault) {

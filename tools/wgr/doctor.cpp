@@ -22,8 +22,12 @@ static constexpr double kLiveSeconds = 60.0;
 static constexpr char kFooter[] =
     R"(Reads a recording, or a minute of a live stream (-), and looks for: wrong units of either
 sensor, swapped and flipped axes, swapped sensors, a wrong rate, jitter, gaps, repeated and
-out-of-order stamps, bias, noise, clipping, axes that stick or are missing, rates of exactly
-zero, gravity where the accelerometer cannot report rest, and motion without an end.
+out-of-order stamps, bias, noise, clipping, single values beyond what sensors measure, axes
+that stick or are missing, rates of exactly zero, gravity where the accelerometer cannot
+report rest, and motion without an end.
+
+A recording of any length is read in the same small memory: of more than an hour, or
+450,000 samples, parts are examined one by one.
 
 Axes are judged by the turn of gravity that the gyroscope predicts against the one that the
 accelerometer shows. So let the recording hold some turns about all axes with a moment of
@@ -140,13 +144,19 @@ static void examine(DoctorArguments& given) {
   if (!seconds && given.recording == kStandardInput) seconds = kLiveSeconds;
 
   RecordingReader reader(given.recording);
-  std::vector<RecordedSample> samples;
+  StreamDiagnosis stream(given.options);
+  std::optional<double> first;
+  size_t absent = 0;
   for (RecordedSample sample; reader.next(sample);) {
-    if (seconds && !samples.empty() && sample.t - samples.front().t >= *seconds) break;
-    samples.push_back(sample);
+    if (!first) first = sample.t;
+    if (reader.absent_fields() != absent) {
+      absent = reader.absent_fields();
+      stream.set_absent_axes(reader.absent_axes());
+    }
+    if (seconds && sample.t - *first >= *seconds) break;
+    stream.add(sample);
   }
-  given.options.absent_axes = reader.absent_axes();
-  const Diagnosis diagnosis = diagnose(std::move(samples), given.options);
+  const Diagnosis diagnosis = stream.finish();
   if (given.json) {
     print_json(diagnosis);
   } else {

@@ -13,15 +13,12 @@ const char* sureness_name(Sureness sureness) {
   return kNames[static_cast<size_t>(sureness)];
 }
 
-Examination::Examination(const std::vector<RecordedSample>& samples,
-                         const DiagnosisOptions& options)
-    : options_(options) {
-  for (const RecordedSample& sample : samples) {
-    times_.push_back(sample.t);
-    acc_.push_back(sample.acc);
-    gyro_.push_back(sample.gyro);
-  }
-}
+Examination::Examination(Stream stream, const DiagnosisOptions& options, Carried& carried)
+    : options_(options),
+      carried_(carried),
+      times_(std::move(stream.times)),
+      acc_(std::move(stream.acc)),
+      gyro_(std::move(stream.gyro)) {}
 
 void Examination::look_again() {
   const size_t length = std::max(
@@ -33,7 +30,7 @@ void Examination::look_again() {
 
 Diagnosis Examination::examine() {
   StreamFacts& facts = result_.facts;
-  facts.samples = times_.size();
+  facts.samples = times_.size() - carried_.seen;
   if (times_.size() < 2 * kFewestInWindow) {
     find("short", Sureness::kCertain,
          std::to_string(times_.size()) + " samples are too few to say anything",
@@ -47,6 +44,7 @@ Diagnosis Examination::examine() {
       facts.rate ? *latest - *earliest : static_cast<double>(times_.size()) * period_;
   examine_values();
   examine_acceleration();
+  examine_spikes();
   examine_zeros();
   examine_turns();
   examine_clipping();
@@ -56,8 +54,4 @@ Diagnosis Examination::examine() {
   }
   examine_rest();
   return result_;
-}
-
-Diagnosis diagnose(std::vector<RecordedSample> samples, const DiagnosisOptions& options) {
-  return Examination(samples, options).examine();
 }

@@ -2,9 +2,16 @@
 //
 // Findings are looked for in an order: what is found is repaired before the next question
 // is asked, so that one fault is one finding.
+//
+// A stream of any length is examined in a memory that does not grow with it: an hour and
+// a quarter as a whole, if that is no more than kMostAtOnce samples, and a longer stream
+// in parts of at least half as many. What lies between two parts is seen as well. A
+// finding says in which parts it was made, unless it holds for all; what is counted is
+// counted over all of them.
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,7 +26,8 @@ struct Finding {
   Sureness sure;
   std::string what;
   std::string remedy;
-  std::string call;  // the option or call that does it; may be empty
+  std::string call;   // the option or call that does it; may be empty
+  std::string about;  // of findings with the same id, which one; may be empty
 };
 
 struct StreamFacts {
@@ -50,4 +58,23 @@ struct DiagnosisOptions {
   std::string absent_axes;               // that the recording has no values for
 };
 
-Diagnosis diagnose(std::vector<RecordedSample> samples, const DiagnosisOptions& options);
+inline constexpr size_t kMostAtOnce = 450'000;  // samples
+
+// From the first sample to the last, one by one.
+class StreamDiagnosis {
+ public:
+  explicit StreamDiagnosis(const DiagnosisOptions& options);
+  ~StreamDiagnosis();
+
+  // The axes without values so far.
+  void set_absent_axes(const std::string& axes);
+  void add(const RecordedSample& sample);
+  Diagnosis finish();
+
+ private:
+  struct Parts;
+  std::unique_ptr<Parts> parts_;
+};
+
+Diagnosis diagnose(const std::vector<RecordedSample>& samples,
+                   const DiagnosisOptions& options);

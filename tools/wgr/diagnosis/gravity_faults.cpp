@@ -90,7 +90,8 @@ void Examination::examine_acceleration() {
     find("acc-unit", Sureness::kCertain,
          "at rest the acceleration is " + fixed(usual, 3) + " long: it is in " +
              unit->name + ", not in m/s²",
-         "multiply it by " + fixed(unit->scale, unit->scale < 1.0 ? 8 : 5));
+         "multiply it by " + fixed(unit->scale, unit->scale < 1.0 ? 8 : 5), "",
+         unit->name);
     scale(acc_, unit->scale);
     look_again();
   }
@@ -107,9 +108,11 @@ void Examination::examine_rest() {
   size_t resting = 0;
   size_t acc_resting = 0;
   size_t gyro_resting = 0;
-  size_t moving_for = 0;
+  size_t& moving_for = carried_.moving_for;
   size_t longest = 0;
-  for (size_t end = window; end <= acc_.size(); ++end) {
+  // Samples that the part before held were judged there.
+  const size_t first = std::max(window, carried_.seen + 1);
+  for (size_t end = first; end <= acc_.size(); ++end) {
     const bool acc = acc_at_rest(window_stats(acc_, end - window, end));
     const bool gyro = gyro_at_rest(window_stats(gyro_, end - window, end));
     acc_resting += acc ? 1 : 0;
@@ -118,7 +121,8 @@ void Examination::examine_rest() {
     moving_for = acc || gyro ? 0 : moving_for + 1;
     longest = std::max(longest, moving_for);
   }
-  const double all = static_cast<double>(acc_.size() - std::min(acc_.size(), window) + 1);
+  carried_.window = window;
+  const double all = static_cast<double>(acc_.size() - std::min(acc_.size(), first) + 1);
   facts.rest_share = static_cast<double>(resting) / all;
   facts.acc_rest_share = static_cast<double>(acc_resting) / all;
   facts.gyro_rest_share = static_cast<double>(gyro_resting) / all;

@@ -1,6 +1,5 @@
 // What the time stamps tell: unit, rate, jitter, gaps, samples twice or out of order.
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 #include "diagnosis/examination.h"
@@ -38,7 +37,7 @@ void Examination::examine_stamps() {
     if (step >= unit.most) continue;
     find("stamps-unit", Sureness::kLikely,
          "from stamp to stamp it is " + fixed(step, 0) + " s: they are in " + unit.name,
-         "write the time in seconds");
+         "write the time in seconds", "", unit.name);
     for (double& t : times_) t *= unit.scale;
     return;
   }
@@ -56,29 +55,12 @@ void Examination::examine_steps() {
   double forward = 0.0;
   double squares = 0.0;
   size_t regular = 0;
-  std::array<double, 2> first = {-1.0, -1.0};  // a repeat, a step back
-  for (size_t i = 0; i < steps.size(); ++i) {
-    if (steps[i] == 0.0 && first[0] < 0.0) first[0] = times_[i];
-    if (steps[i] < 0.0 && first[1] < 0.0) first[1] = times_[i];
-    if (steps[i] == 0.0) ++repeats;
-    if (steps[i] <= 0.0 || steps[i] * *rate > kGapPeriods) continue;
-    forward += steps[i];
-    squares += (steps[i] - period_) * (steps[i] - period_);
+  for (const double step : steps) {
+    if (step == 0.0) ++repeats;
+    if (step <= 0.0 || step * *rate > kGapPeriods) continue;
+    forward += step;
+    squares += (step - period_) * (step - period_);
     ++regular;
-  }
-  Clock clock(std::max(1, static_cast<int>(std::lround(*rate))));
-  for (const double t : times_) clock.add(t);
-  // Samples in a wrong order leave no gap once they are sorted.
-  std::vector<double> sorted = times_;
-  std::sort(sorted.begin(), sorted.end());
-  size_t gaps = 0;
-  double longest_gap = 0.0;
-  double first_gap = 0.0;
-  for (size_t i = 1; i < sorted.size(); ++i) {
-    const double step = sorted[i] - sorted[i - 1];
-    if (!(step * *rate > kGapPeriods)) continue;
-    if (gaps++ == 0) first_gap = sorted[i - 1];
-    longest_gap = std::max(longest_gap, step);
   }
   const double count = static_cast<double>(steps.size());
   // Samples that come in bunches share a stamp: the rate is that of the samples.
@@ -111,24 +93,54 @@ void Examination::examine_steps() {
          "stamp the samples where they are taken, or resample them to an even rate: the "
          "library takes every step for the same time");
   }
-  const auto at = [](double t) { return ", the first at " + fixed(t, 3) + " s"; };
-  if (gaps > 0) {
+  count_steps(steps, *rate);
+}
+
+// Gaps, repeats and steps back: those that no part before this one holds are added.
+void Examination::count_steps(const std::vector<double>& steps, double rate) {
+  size_t new_repeats = 0;
+  size_t new_backward = 0;
+  for (size_t i = first_step(); i < steps.size(); ++i) {
+    if (steps[i] == 0.0) {
+      carried_.repeats.add(times_[i], 0.0);
+      ++new_repeats;
+    } else if (steps[i] < 0.0) {
+      carried_.backward.add(times_[i], 0.0);
+      ++new_backward;
+    }
+  }
+  // Samples in a wrong order leave no gap once they are sorted.
+  std::vector<double> sorted(times_.begin() + static_cast<std::ptrdiff_t>(first_step()),
+                             times_.end());
+  std::sort(sorted.begin(), sorted.end());
+  size_t new_gaps = 0;
+  for (size_t i = 1; i < sorted.size(); ++i) {
+    const double step = sorted[i] - sorted[i - 1];
+    if (!(step * rate > kGapPeriods)) continue;
+    carried_.gaps.add(sorted[i - 1], step);
+    ++new_gaps;
+  }
+
+  const auto counted = [](const Tally& tally, const std::string& what) {
+    return std::to_string(tally.count) + what + ", the first at " +
+           fixed(tally.first, 3) + " s";
+  };
+  if (new_gaps > 0) {
     find(
         "gap", Sureness::kCertain,
-        std::to_string(gaps) + " gaps in the samples, the longest of " +
-            fixed(longest_gap, 3) + " s" + at(first_gap),
+        counted(carried_.gaps, " gaps in the samples, the longest of " +
+                                   fixed(carried_.gaps.most, 3) + " s"),
         "find where samples are lost; fill short gaps in before update_gesture(), or the "
         "motion around them is compared too short");
   }
-  if (clock.repeats() > 0) {
+  if (new_repeats > 0) {
     find("repeated", Sureness::kCertain,
-         std::to_string(clock.repeats()) + " stamps repeat the one before" + at(first[0]),
+         counted(carried_.repeats, " stamps repeat the one before"),
          "drop samples that were delivered twice; give bunches stamps of their own");
   }
-  if (clock.backward() > 0) {
+  if (new_backward > 0) {
     find("order", Sureness::kCertain,
-         std::to_string(clock.backward()) + " stamps lie before the one they follow" +
-             at(first[1]),
+         counted(carried_.backward, " stamps lie before the one they follow"),
          "sort the samples by time before update_gesture()");
   }
 }

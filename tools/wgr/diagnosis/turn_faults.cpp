@@ -92,7 +92,7 @@ void Examination::tell_axes(const Agreement& agreement) {
   }
   find("axes", agreement.alone ? Sureness::kCertain : Sureness::kLikely, what,
        remedy + ": an axis that moved is swapped, one with a minus sign flipped",
-       "update_gesture(h, acc, gyro)");
+       "update_gesture(h, acc, gyro)", remedy);
 }
 
 // Compares gravity's turns with the gyroscope's and repairs the latter.

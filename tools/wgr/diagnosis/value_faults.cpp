@@ -12,6 +12,12 @@ static constexpr double kMostAccNoise = 0.15;  // m/s², an axis; rest ends at 0
 static constexpr double kMostGyroNoise = 2.5;  // deg/s, an axis; rest ends at 6
 static constexpr double kMostHeld = 0.1;       // of the samples
 
+// Above what sensors of wrists measure: their widest ranges are 32 g and 4000 deg/s.
+static constexpr double kMostAcc = 400.0;       // m/s², an axis
+static constexpr double kMostGyro = 4500.0;     // deg/s, an axis
+static constexpr double kUsualShare = 0.95;     // of the samples are of usual size
+static constexpr double kFarAboveUsual = 20.0;  // times as large
+
 void Examination::examine_values() {
   if (!options_.absent_axes.empty()) {
     find("absent", Sureness::kCertain,
@@ -36,7 +42,8 @@ void Examination::examine_values() {
     if (!stuck.empty()) {
       find("stuck", Sureness::kCertain, stuck + " never changes",
            std::string("look at the driver of the ") + sensor.name +
-               ": is the axis switched on, is the field filled in?");
+               ": is the axis switched on, is the field filled in?",
+           "", stuck);
       continue;
     }
     const double held = held_share(sensor.samples);
@@ -45,8 +52,60 @@ void Examination::examine_values() {
            std::string("the ") + sensor.name + " repeats its last value in " +
                fixed(100.0 * held, 0) + " % of the samples",
            "it is read more often than it measures: pass pairs at the slower sensor's "
-           "rate, or raise its own");
+           "rate, or raise its own",
+           "", sensor.name);
     }
+  }
+}
+
+static double largest_of(const Point3Df& p) {
+  return std::max({std::fabs(p.x), std::fabs(p.y), std::fabs(p.z)});
+}
+
+// What is found is replaced by the value before it, or else the one behind.
+void Examination::examine_spikes() {
+  const struct {
+    Samples& samples;
+    Tally& tally;
+    double most;
+    const char* id;
+    const char* name;
+    const char* unit;
+  } sensors[] = {
+      {acc_, carried_.acc_spikes, kMostAcc, "acc-spike", "accelerometer", "m/s²"},
+      {gyro_, carried_.gyro_spikes, kMostGyro, "gyro-spike", "gyroscope", "deg/s"}};
+  for (const auto& sensor : sensors) {
+    Samples& samples = sensor.samples;
+    std::vector<double> sizes;
+    for (const Point3Df& p : samples) sizes.push_back(largest_of(p));
+    // Values that are large all the time are in another unit.
+    const double limit =
+        std::max(sensor.most, kFarAboveUsual * percentile(sizes, kUsualShare));
+    size_t found = 0;
+    const auto good = std::find_if(sizes.begin(), sizes.end(),
+                                   [&](double size) { return size <= limit; });
+    if (good == sizes.end()) continue;
+    Point3Df last = samples[static_cast<size_t>(good - sizes.begin())];
+    for (size_t i = 0; i < samples.size(); ++i) {
+      if (sizes[i] <= limit) {
+        last = samples[i];
+        continue;
+      }
+      samples[i] = last;
+      if (i < carried_.seen) continue;
+      sensor.tally.add(times_[i], sizes[i], line_of(i));
+      ++found;
+    }
+    if (found == 0) continue;
+    const Tally& all = sensor.tally;
+    find(sensor.id, Sureness::kCertain,
+         std::to_string(all.count) + " samples of the " + sensor.name +
+             " are larger than any that it measures, up to " + fixed(all.most, 2) + " " +
+             sensor.unit + ", the first at " + fixed(all.first, 3) + " s (line " +
+             std::to_string(all.first_line) + ")",
+         "look for errors of the transfer and error codes of the driver, and pass the "
+         "sample before in the place of such a one: it makes a motion of a rest");
+    look_again();
   }
 }
 
@@ -129,20 +188,22 @@ void Examination::examine_noise() {
 
 void Examination::examine_zeros() {
   if (options_.absent_axes.find('g') != std::string::npos) return;
-  size_t count = 0;
-  std::optional<double> first;
-  for (size_t i = 0; i < gyro_.size(); ++i) {
-    if (squared_length(gyro_[i] - options_.gyro_bias) != 0.0) continue;
-    ++count;
-    if (!first) first = times_[i];
+  const auto is_zero = [this](const Point3Df& p) {
+    return squared_length(p - options_.gyro_bias) == 0.0;
+  };
+  const auto begin = gyro_.begin() + static_cast<std::ptrdiff_t>(carried_.seen);
+  const auto count = std::count_if(begin, gyro_.end(), is_zero);
+  if (count == 0 || count == gyro_.end() - begin) return;
+  Tally& all = carried_.zeros;
+  for (size_t i = carried_.seen; i < gyro_.size(); ++i) {
+    if (is_zero(gyro_[i])) all.add(times_[i], 0.0);
   }
-  if (count == 0 || count == gyro_.size()) return;
   find(
       "zero-rate", Sureness::kCertain,
-      std::to_string(count) +
+      std::to_string(all.count) +
           " samples have a rate of exactly zero on all axes, the first "
           "at " +
-          fixed(*first, 3) + " s",
+          fixed(all.first, 3) + " s",
       "one at the start of a motion makes the whole motion not-a-number, and no gesture: "
       "pass a bias that no sample equals",
       "init_gesture_handle(h, rate, (Point3Df){1e-6, 0, 0}, ...); --bias=1e-6,0,0");
