@@ -75,6 +75,11 @@ bool Gdata::load(const char* path) {
     std::printf("%s%s\n", kCannotOpen, path);
     return false;
   }
+  load(file);
+  return true;
+}
+
+void Gdata::load(std::istream& file) {
   samples.resize(count_reads(file) / kLinesPerRecord);
   file.clear();
   file.seekg(0);
@@ -91,7 +96,6 @@ bool Gdata::load(const char* path) {
   }
 
   for (const Gsample& sample : samples) tally(class_counts, sample.label, 1);
-  return true;
 }
 
 void Gdata::add(Gdata* other) {

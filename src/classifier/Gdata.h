@@ -1,6 +1,7 @@
 // Recorded training samples, and the text file they come from.
 #pragma once
 
+#include <iosfwd>
 #include <utility>
 #include <vector>
 
@@ -17,6 +18,9 @@ class Gdata {
   // is not emptied first. Returns false when the file cannot be opened, and says so
   // on standard output; true otherwise, whatever the file holds.
   bool load(const char* path);
+
+  // The same from a stream that can be read twice.
+  void load(std::istream& file);
 
   // Appends the samples and counts of `other`, which may be this set. Sets of
   // different kinds are not merged; that is said on standard output.

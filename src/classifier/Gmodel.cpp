@@ -22,6 +22,11 @@ static size_t bounded(int count, size_t size) {
 bool Gmodel::write(const char* path) const {
   std::ofstream file(std::string(path) + kSuffix, std::ios::trunc);
   if (!file.is_open()) return false;
+  write(file);
+  return true;
+}
+
+void Gmodel::write(std::ostream& file) const {
   file.imbue(std::locale::classic());
 
   file << nclasses << ' ' << nTemplate << ' ' << normalize << ' ' << havegravity << '\n';
@@ -43,7 +48,6 @@ bool Gmodel::write(const char* path) const {
       file << '\n';
     }
   }
-  return true;
 }
 
 namespace {

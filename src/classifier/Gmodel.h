@@ -1,6 +1,7 @@
 // A gesture model: labelled templates, per-class thresholds, and the file they live in.
 #pragma once
 
+#include <iosfwd>
 #include <utility>
 #include <vector>
 
@@ -16,6 +17,9 @@ class Gmodel {
   // equals the model to that precision only. Returns false when the file cannot be
   // opened, true otherwise.
   bool write(const char* path) const;
+
+  // The same text to a stream, whose state tells whether it took all.
+  void write(std::ostream& file) const;
 
   // Fills the record from path + ".xml". Returns false, with the record unchanged,
   // when the file cannot be opened; true otherwise, whatever the file holds: the

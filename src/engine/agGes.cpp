@@ -95,6 +95,12 @@ AgGes::AgGes(const char* model_path, int mode, int rate, Point3Df bias, int moti
   WgrLogAt(kLogEngineEnd);
 }
 
+AgGes::AgGes(std::unique_ptr<HGR> classifier, int mode, int rate, Point3Df bias,
+             int motion_len, int history, int window, double threshold)
+    : hgr(classifier.release()) {
+  init(mode, rate, bias, motion_len, history, window, threshold);
+}
+
 AgGes::~AgGes() { delete hgr; }
 
 void AgGes::init(int mode, int rate, Point3Df bias, int motion_len, int history,

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <deque>
+#include <memory>
 #include <vector>
 
 #include "WgrTypes.h"
@@ -30,6 +31,11 @@ class AgGes {
   // default: sample_rate / 2, sample_rate * 5 and sample_rate / 5.
   AgGes(const char* model_path, int work_mode, int sample_rate, Point3Df gyro_bias,
         int min_motion_len, int history_len, int static_window,
+        double strength_threshold);
+
+  // The same with a classifier that is there already: nothing is read.
+  AgGes(std::unique_ptr<HGR> classifier, int work_mode, int sample_rate,
+        Point3Df gyro_bias, int min_motion_len, int history_len, int static_window,
         double strength_threshold);
   ~AgGes();
   AgGes(const AgGes&) = delete;

@@ -12,7 +12,7 @@
 #include <thread>
 
 #include "classifier/HGR.h"
-#include "hold_signals.h"
+#include "output/hold_signals.h"
 #include "support/child.h"
 #include "support/files.h"
 #include "tools/run_wgr.h"
@@ -105,7 +105,7 @@ TEST(Build, WhenInterruptedLeavesAllAsItWas) {
   write_file(said, "");
   std::filesystem::create_directory(temporary);
   std::filesystem::create_directory(models);
-  const std::set<std::string> before = {"m.json", "m.report.txt", "m.xml"};
+  const std::set<std::string> before = {"m.model.json", "m.report.txt", "m.xml"};
   for (const std::string& name : before) write_file(models + "/" + name, "old " + name);
 
   const pid_t build = fork();
@@ -162,7 +162,7 @@ TEST_F(Strangers, NeedTemplatesOfTwoPeopleInEveryClass) {
   const Outcome built = build(set_);
   ASSERT_EQ(built.status, 0) << built.err;
   EXPECT_THAT(built.err, HasSubstr("leaving each one's own takes out"));
-  const json manifest = json::parse(read_file(directory_.file("m.json")));
+  const json manifest = json::parse(read_file(directory_.file("m.model.json")));
   EXPECT_EQ(manifest["build"]["judged_by"], "other subjects");
   for (const json& c : manifest["model_classes"]) {
     if (c["confused"] == 0) {
@@ -178,7 +178,7 @@ TEST_F(Strangers, AreToldByTheDescriptionBesideATrainingFileToo) {
   ASSERT_EQ(build(training_).status, 0);
   EXPECT_EQ(read_file(model_), direct);
 
-  std::filesystem::remove(directory_.file("set.json"));
+  std::filesystem::remove(directory_.file("set.training.json"));
   const Outcome unknown = build(training_);
   EXPECT_EQ(unknown.status, 2);
   EXPECT_THAT(unknown.err, HasSubstr("needs to know whose every sample is"));

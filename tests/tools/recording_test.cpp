@@ -8,6 +8,7 @@
 #include <cstring>
 #include <limits>
 
+#include "errors.h"
 #include "support/files.h"
 #include "support/random_points.h"
 
@@ -132,11 +133,11 @@ TEST(Recording, ASampleThatIsNotFiniteIsNotWritten) {
 }
 
 TEST(Recording, AFileThatCannotBeWrittenIsNamed) {
-  EXPECT_THAT([] { write_recording("/no/such/folder/a.csv", {}); },
-              ::testing::ThrowsMessage<RecordingError>(
-                  "/no/such/folder/a.csv: cannot be written: No such file or directory"));
+  EXPECT_THAT([] { write_recording("/dev/null/a.csv", {}); },
+              ::testing::ThrowsMessage<UsageError>(
+                  "/dev/null/a.csv: cannot be written: Not a directory"));
   EXPECT_THAT([] { write_recording("/dev/full", odd_samples()); },
-              ::testing::ThrowsMessage<RecordingError>(
+              ::testing::ThrowsMessage<OutputError>(
                   HasSubstr("/dev/full: cannot be written in full")));
 }
 

@@ -25,7 +25,9 @@ inline Outcome run_command(const std::string& command,
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(out), read_file(err)};
 }
 
+// `before` are commands for the same shell.
 inline Outcome run_wgr(const std::string& arguments,
-                       const std::string& input = "/dev/null") {
-  return run_command(std::string(WGR_PROGRAM) + " " + arguments, input);
+                       const std::string& input = "/dev/null",
+                       const std::string& before = "") {
+  return run_command(before + std::string(WGR_PROGRAM) + " " + arguments, input);
 }

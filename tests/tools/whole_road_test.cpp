@@ -65,7 +65,8 @@ TEST_F(WholeRoad, LeadsFromRecordingsToAModelThatKnowsOtherPeople) {
   succeed("build " + path("set.txt") + " --false-per-hour 1 -o " + model);
   succeed("model check " + model);
 
-  const json manifest = read_json_file(path("models/olvo_model_5_fb/hgr_olvo.json"));
+  const json manifest =
+      read_json_file(path("models/olvo_model_5_fb/hgr_olvo.model.json"));
   EXPECT_EQ(manifest["model_sha256"], sha256(read_file(model)));
   EXPECT_EQ(manifest["samples"]["samples_per_second"], 50);
   EXPECT_EQ(manifest["samples"]["inputs"].size(), 7u) << "6 recordings, 1 training file";
@@ -107,7 +108,7 @@ TEST_F(WholeRoad, GivesTheSameBytesFromRecordingsOrTrainingFileOnAnyThreads) {
   succeed("build " + path("set.txt") + " --threads 1 -o " + path("one/m.xml"));
   succeed("build " + path("set.txt") + " --threads 3 -o " + path("three/m.xml"));
   succeed("build " + path("set") + " -o " + path("direct/m.xml"));
-  for (const char* file : {"/m.xml", "/m.json", "/m.report.txt"}) {
+  for (const char* file : {"/m.xml", "/m.model.json", "/m.report.txt"}) {
     EXPECT_EQ(read_file(path("one") + file), read_file(path("three") + file)) << file;
   }
   EXPECT_EQ(read_file(path("one/m.xml")), read_file(path("direct/m.xml")));
@@ -149,7 +150,7 @@ TEST_F(WholeRoad, WordsGetNumbersThatTheInterfaceDoesNotUse) {
   }
   write_file(path("set/labels.csv"), worded);
   succeed("cut " + path("set") + " -o " + path("set.txt"));
-  const json classes = read_json_file(path("set.json"))["classes"];
+  const json classes = read_json_file(path("set.training.json"))["classes"];
   EXPECT_EQ(classes.dump(), "{\"w, b\":0,\"w, c\":1,\"w, d\":2,\"w, e\":3,\"w, f\":4}");
 }
 

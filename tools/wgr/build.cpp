@@ -5,9 +5,9 @@
 #include <string>
 
 #include "arguments/values.h"
-#include "hold_signals.h"
-#include "host/own_stdout.h"
-#include "recording/recording.h"
+#include "output/output_files.h"
+#include "output/output_plan.h"
+#include "output/standard_output.h"
 #include "report/model_accounts.h"
 #include "subcommands.h"
 #include "table.h"
@@ -30,8 +30,10 @@ threshold comes from the scores of right, wrong and background samples; with
 background's duration, and no threshold lies lower than it would without background.
 Labels below 0 are background.
 
-Beside the model go a report (.report.txt) and a manifest (.json); --report draws it as a
-page for a browser. The same input gives the same bytes; Ctrl-C leaves all as it was.
+Beside the model go a report (.report.txt) and a manifest (.model.json); --model-only takes
+away those of an older model, and standard output and devices get none. --report draws it
+as a page for a browser. The same input gives the same bytes. Whatever ends the command,
+all files are there or all are as they were.
 --slots builds several models: FILE has the header slot,input; a slot is the name of a
 model's folder, such as olvo_model_5_fb, an input is relative to FILE.
 
@@ -62,6 +64,13 @@ struct Arguments {
   CutArguments cut;
 };
 
+// One model to build.
+struct Job {
+  std::string slot;  // empty: the only one
+  std::string input;
+  std::string out;
+};
+
 }  // namespace
 
 // The description beside a training file, if it is of that file.
@@ -69,7 +78,7 @@ static Provenance description_of(const std::string& training, bool gravity) {
   Provenance p;
   p.gravity = gravity;
   const std::string path = description_path(training);
-  if (path != training && std::filesystem::exists(path)) {
+  if (std::filesystem::exists(path)) {
     const nlohmann::ordered_json json = read_json(path);
     const std::string told = json.value("training_file_sha256", "");
     if (told == sha256_of_file(training)) {
@@ -84,8 +93,8 @@ static Provenance description_of(const std::string& training, bool gravity) {
   return p;
 }
 
-static void build_one(const Arguments& given, const std::string& input,
-                      const std::string& out) {
+static void build_one(const Arguments& given, const Job& job, OutputFiles& files) {
+  const std::string& input = job.input;
   Gdata data;
   Provenance provenance;
   std::vector<std::string> names;
@@ -118,27 +127,30 @@ static void build_one(const Arguments& given, const std::string& input,
   const Gmodel model = workshop.build(options, report);
   const std::string text = report_text(report, options, provenance);
   std::fputs(text.c_str(), stderr);
-  std::string page;
   if (!given.page.empty()) {
     ModelAccount account =
         account_of_build(workshop, model, report, options, provenance, names);
     account.title = "Built from " + name_of_path(input);
-    page = model_page(account);
+    files.write(given.page, model_page(account));
   }
-  const HoldSignals hold;  // all that is written, or nothing
-  write_model(model, out);
-  if (!given.page.empty()) write_text(given.page, page);
-  if (given.model_only) return;
-  const std::filesystem::path path(out);
-  write_text(std::filesystem::path(path).replace_extension(".report.txt"), text);
-  write_text(description_path(out),
-             as_text(manifest(report, options, provenance, sha256_of_file(out))));
+  const std::string bytes = model_text(model);
+  files.write(job.out, bytes);
+  if (!find_target(job.out).is_file()) return;
+  if (given.model_only) {
+    files.remove(report_path(job.out));
+    files.remove(manifest_path(job.out));
+  } else {
+    files.write(report_path(job.out), text);
+    files.write(manifest_path(job.out),
+                as_text(manifest(report, options, provenance, sha256(bytes))));
+  }
 }
 
-static void build_slots(const Arguments& given) {
+static std::vector<Job> jobs_of_slots(const Arguments& given) {
   const std::filesystem::path folder = std::filesystem::path(given.slots).parent_path();
   const std::vector<TableRow> rows = read_table(given.slots, kSlotsHeader);
   if (rows.empty()) throw UsageError(given.slots + ": names no slot");
+  std::vector<Job> jobs;
   for (const TableRow& row : rows) {
     const std::string& slot = row.fields[0];
     if (slot.empty() || slot.find('/') != std::string::npos || slot[0] == '.') {
@@ -147,29 +159,50 @@ static void build_slots(const Arguments& given) {
     if (!std::filesystem::exists(folder / row.fields[1])) {
       refuse_row(row, given.slots, (folder / row.fields[1]).string() + " is not there");
     }
+    jobs.push_back({slot, folder / row.fields[1],
+                    std::filesystem::path(given.out) / slot / kModelName});
   }
-  for (const TableRow& row : rows) {
-    std::fprintf(stderr, "== %s\n", row.fields[0].c_str());
-    build_one(given, folder / row.fields[1],
-              std::filesystem::path(given.out) / row.fields[0] / kModelName);
+  return jobs;
+}
+
+static void check_files(const Arguments& given, const std::vector<Job>& jobs) {
+  OutputPlan plan;
+  plan.reads("--slots", given.slots);
+  for (const Job& job : jobs) {
+    const std::string of = job.slot.empty() ? "" : " of slot " + job.slot;
+    if (std::filesystem::is_directory(job.input)) {
+      add_inputs(plan, job.input, given.cut);
+    } else {
+      plan.reads("INPUT" + of, job.input);
+      plan.reads("the description of INPUT" + of, description_path(job.input));
+    }
+    plan.writes("-o" + of, job.out);
+    if (!find_target(job.out).is_file()) continue;
+    plan.writes("the report beside -o" + of, report_path(job.out));
+    plan.writes("the manifest beside -o" + of, manifest_path(job.out));
   }
+  plan.writes("--report", given.page);
+  plan.check();
 }
 
 static void build(const Arguments& given) {
-  std::FILE* const out = take_standard_output_and_hush();
-  if (out == nullptr) throw std::runtime_error("standard output cannot be used");
-  std::fclose(out);
   if (given.input.empty() == given.slots.empty()) {
     throw UsageError("build: either INPUT or --slots is wanted");
   }
   if (!given.slots.empty() && !given.page.empty()) {
     throw UsageError("build: --report is of one model, and goes without --slots");
   }
-  if (given.slots.empty()) {
-    build_one(given, given.input, given.out);
-  } else {
-    build_slots(given);
+  const std::vector<Job> jobs = given.slots.empty()
+                                    ? std::vector<Job>{{"", given.input, given.out}}
+                                    : jobs_of_slots(given);
+  check_files(given, jobs);
+  separate_results(LibraryPrints::kNowhere);
+  OutputFiles files;
+  for (const Job& job : jobs) {
+    if (!job.slot.empty()) std::fprintf(stderr, "== %s\n", job.slot.c_str());
+    build_one(given, job, files);
   }
+  files.commit();
 }
 
 void add_build(CLI::App& wgr) {

@@ -4,12 +4,11 @@
 #include <string>
 
 #include "arguments/values.h"
-#include "hold_signals.h"
-#include "host/own_stdout.h"
-#include "recording/recording.h"
+#include "output/output_files.h"
+#include "output/output_plan.h"
+#include "output/standard_output.h"
 #include "sha256.h"
 #include "subcommands.h"
-#include "table.h"
 #include "training/cut_arguments.h"
 #include "training/cut_set.h"
 #include "training/training_file.h"
@@ -21,8 +20,8 @@ recordings that show one label each, or both. The motions of every recording are
 turned and trimmed by the engine that runs on the watch. A motion that fills a labelled
 span becomes a sample of that label, one outside all spans a background sample, label -1;
 every motion's fate is counted in the summary. Labels that are words get numbers. Beside
-the training file goes a description, .json, with rate, classes and the SHA-256 of all
-inputs, which wgr build takes up.
+the training file goes a description, .training.json, with rate, classes and the SHA-256
+of all inputs, which wgr build takes up; standard output and devices get none.
 
 Examples:
   wgr cut set -o set.txt
@@ -42,22 +41,25 @@ struct Arguments {
 }  // namespace
 
 static void cut(const Arguments& given) {
-  std::FILE* const out = take_standard_output_and_hush();
-  if (out == nullptr) throw std::runtime_error("standard output cannot be used");
+  const bool is_file = find_target(given.out).is_file();
+  OutputPlan plan;
+  add_inputs(plan, given.folder, given.cut);
+  plan.writes("-o", given.out);
+  if (is_file) plan.writes("the description beside -o", description_path(given.out));
+  plan.check();
+  separate_results(LibraryPrints::kNowhere);
 
   const CutSet set = cut_given(given.folder, given.cut);
   const std::string text = training_text(kept_motions(set), set.provenance.gravity);
   std::fputs(summary_of(set).c_str(), stderr);
-  if (given.out != "-") {
+  OutputFiles files;
+  files.write(given.out, text);
+  if (is_file) {
     auto description = to_json(set.provenance);
     description["training_file_sha256"] = sha256(text);
-    const HoldSignals hold;  // both, or neither
-    write_text(description_path(given.out), as_text(description));
-    write_text(given.out, text);
-  } else {
-    std::fwrite(text.data(), 1, text.size(), out);
+    files.write(description_path(given.out), as_text(description));
   }
-  if (std::fclose(out) != 0) throw std::runtime_error("standard output: not all written");
+  files.commit();
 }
 
 void add_cut(CLI::App& wgr) {

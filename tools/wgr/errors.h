@@ -1,7 +1,9 @@
 // How the tool ends, and what it throws for what the user must mend.
 #pragma once
 
+#include <cstring>
 #include <stdexcept>
+#include <string>
 
 inline constexpr int kExitOk = 0;
 inline constexpr int kExitFailure = 1;   // the machine's fault: memory, disk
@@ -17,4 +19,14 @@ struct EndWithStatus {
 class UsageError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
+};
+
+// Output was lost, or would have been: the disk is full, the reader is gone.
+class OutputError : public std::runtime_error {
+ public:
+  // `reason` is an errno, or 0 when it is not known.
+  OutputError(const std::string& file, int reason)
+      : std::runtime_error(
+            file + ": cannot be written in full" +
+            (reason == 0 ? "" : std::string(": ") + std::strerror(reason))) {}
 };

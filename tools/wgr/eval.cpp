@@ -12,7 +12,10 @@
 #include "evaluation/evaluation.h"
 #include "evaluation/output.h"
 #include "host/fixed_paths.h"
-#include "host/own_stdout.h"
+#include "host/private_log.h"
+#include "output/output_files.h"
+#include "output/output_plan.h"
+#include "output/standard_output.h"
 #include "report/model_accounts.h"
 #include "subcommands.h"
 #include "table.h"
@@ -20,7 +23,6 @@
 #include "training/cut_arguments.h"
 #include "training/model_output.h"
 
-static constexpr char kInPlace[] = "--in-place";
 static constexpr char kFooter[] =
     R"(FOLDER is as for wgr cut; all streams are fed to the library through its C interface,
 with the model in place. A take that was cut beforehand, without rest around it, is no
@@ -95,34 +97,50 @@ static std::string title_of(const Arguments& given) {
   return played + ", played to " + folder + "/" + name_of_path(model);
 }
 
+static void check_files(const Arguments& given) {
+  const std::string& model = given.options.model;
+  OutputPlan plan;
+  add_inputs(plan, given.folder, given.cut);
+  plan.reads("--model", model);
+  if (!model.empty()) plan.reads("the manifest of --model", manifest_path(model));
+  plan.writes("--report", given.page);
+  plan.prints_results();
+  if (!given.in_place) keep_out_of_private_places(plan);
+  plan.check();
+}
+
+// The names of the model's classes, from the manifest beside it if that is its own.
+static Classes classes_of(const std::string& model) {
+  const std::string path = manifest_path(model);
+  if (model.empty() || !std::filesystem::exists(path)) return {};
+  const nlohmann::ordered_json json = read_json(path);
+  if (json.value("model_sha256", "") != sha256_of_file(model)) {
+    std::fprintf(stderr, "wgr: %s: describes another model; it does not count\n",
+                 path.c_str());
+    return {};
+  }
+  return provenance_from(json.value("samples", nlohmann::ordered_json()), path).classes;
+}
+
 static void eval(const Arguments& given) {
   check(given);
+  check_files(given);
   if (!given.in_place) run_again();
-  std::FILE* const out = take_standard_output_and_hush();
-  if (out == nullptr) throw std::runtime_error("standard output cannot be used");
+  separate_results(LibraryPrints::kNowhere);
+  drop_private_log();
 
-  Classes classes;
-  if (!given.options.model.empty()) {
-    const std::string description = description_path(given.options.model);
-    if (std::filesystem::exists(description)) {
-      classes = provenance_from(
-                    read_json(description).value("samples", nlohmann::ordered_json()),
-                    description)
-                    .classes;
-    }
-  }
+  const Classes classes = classes_of(given.options.model);
   const CutSet set = cut_given(given.folder, given.cut, classes);
   std::fputs(summary_of(set).c_str(), stderr);
   const Evaluation result = evaluate(set, given.options);
   const std::string text = given.json ? as_text(to_json(result, set.provenance))
                                       : text_of(result, set.provenance);
-  std::fwrite(text.data(), 1, text.size(), out);
-  if (std::fclose(out) != 0) throw std::runtime_error("standard output: not all written");
+  std::fputs(text.c_str(), results());
 
   if (!given.page.empty()) {
     ModelAccount account = account_of_evaluation(set, result);
     account.title = title_of(given);
-    write_text(given.page, model_page(account));
+    write_output(given.page, model_page(account));
   }
 
   bool good = true;
@@ -161,7 +179,7 @@ void add_eval(CLI::App& wgr) {
       ->allow_extra_args(false);
   command->add_flag("--json", given->json, "Print JSON");
   add_report_option(*command, given->page);
-  command->add_flag(kInPlace, given->in_place)->group("");
+  add_in_place_flag(*command, given->in_place);
   add_build_options(*command, given->options.build);
   add_cut_arguments(*command, given->cut);
   command->footer(kFooter);

@@ -8,13 +8,12 @@
 #include "explanation/expected.h"
 #include "explanation/explanation.h"
 #include "explanation/output.h"
-#include "host/own_stdout.h"
 #include "host/session_arguments.h"
+#include "output/output_files.h"
+#include "output/standard_output.h"
 #include "report/explain_page.h"
 #include "subcommands.h"
 #include "table.h"
-
-static constexpr char kStandardOutput[] = "-";
 
 static constexpr char kFooter[] =
     R"(Tells, motion by motion, from when to when it went, how it was trimmed, whether it was
@@ -60,9 +59,11 @@ static std::vector<std::string> words_of(const ExplainArguments& given) {
 }
 
 static void explain_recording(ExplainArguments& given) {
-  if (given.page == kStandardOutput) throw UsageError("-o: a file is wanted, not -");
   if (!given.page.empty()) require_page();
-  prepare_session(given, words_of(given));
+  OutputPlan plan;
+  plan.reads("--expect", given.expect);
+  plan.writes("-o", given.page);
+  prepare_session(given, plan, words_of(given));
   given.session.initialise = !given.forgets_init;
 
   Explanation explanation;
@@ -72,8 +73,7 @@ static void explain_recording(ExplainArguments& given) {
   }
   RecordingReader reader(given.recording);
   given.session.rate = choose_rate(given, reader);
-  std::FILE* const out = take_standard_output();
-  if (out == nullptr) throw std::runtime_error("standard output cannot be used");
+  separate_results(LibraryPrints::kToStandardError);
 
   std::exception_ptr malformed;
   try {
@@ -89,11 +89,8 @@ static void explain_recording(ExplainArguments& given) {
 
   const std::string text =
       given.json ? as_json(explanation).dump(1) + "\n" : as_text(explanation);
-  const bool written = std::fwrite(text.data(), 1, text.size(), out) == text.size();
-  if (std::fclose(out) != 0 || !written) {
-    throw std::runtime_error("standard output: not everything could be written");
-  }
-  if (!given.page.empty()) write_text(given.page, explain_page(explanation));
+  if (!given.page.empty()) write_output(given.page, explain_page(explanation));
+  std::fputs(text.c_str(), results());
   if (malformed) std::rethrow_exception(malformed);
 }
 

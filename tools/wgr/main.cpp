@@ -2,10 +2,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "arguments/command_line.h"
+#include "output/standard_output.h"
 #include "recording/recording.h"
 #include "subcommands.h"
 
@@ -14,14 +16,17 @@ static int complain(const std::exception& error, int status) {
   return status;
 }
 
-int main(int argc, char** argv) {
+static int run(int argc, char** argv) {
   CLI::App wgr;
   add_all(wgr);
 
   try {
     parse_and_run(wgr, std::vector<std::string>(argv + std::min(argc, 1), argv + argc));
   } catch (const CLI::Success& asked) {
-    return wgr.exit(asked);
+    std::ostringstream help;
+    wgr.exit(asked, help);
+    std::fputs(help.str().c_str(), results());
+    return kExitOk;
   } catch (const EndWithStatus& end) {
     return end.status;
   } catch (const UsageError& error) {
@@ -36,4 +41,15 @@ int main(int argc, char** argv) {
     return kExitBadInput;
   }
   return kExitOk;
+}
+
+int main(int argc, char** argv) {
+  prepare_descriptors();
+  const int status = run(argc, argv);
+  try {
+    finish_results();
+  } catch (const OutputError& error) {
+    return complain(error, kExitFailure);
+  }
+  return status;
 }

@@ -6,10 +6,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstring>
 #include <exception>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <optional>
 #include <string>
@@ -17,11 +14,14 @@
 
 #include "arguments/values.h"
 #include "host/fixed_paths.h"
-#include "host/own_stdout.h"
+#include "host/private_log.h"
 #include "host/report.h"
 #include "host/run.h"
 #include "host/session.h"
 #include "host/session_arguments.h"
+#include "output/output_files.h"
+#include "output/standard_output.h"
+#include "output/temporary_file.h"
 #include "recording/recording.h"
 #include "subcommands.h"
 
@@ -38,8 +38,8 @@ event is one object a line, {"type":"event",...}, and the last line is the summa
 {"type":"summary",...}. What the library itself prints goes to standard error.
 
 The library appends a diagnostic log to /home/app/WgrLog.txt, and silently does without
-where that cannot be written. With --models it goes to a private place and is dropped at
-the end; --log keeps it either way.
+where that cannot be written. With --models it logs nothing. --log keeps the log of this
+run, all of it or none, in a file instead.
 
 Examples:
   wgr replay --models models recordings/demo.csv
@@ -57,45 +57,14 @@ struct ReplayArguments : SessionArguments {
   bool json = false;
 };
 
-// Copies what the library logs during this object's life to a file of the user's.
-class KeptLog {
- public:
-  explicit KeptLog(const std::string& path)
-      : path_(path), copy_(path, std::ios::binary | std::ios::trunc) {
-    if (!copy_) {
-      throw UsageError(path + ": cannot be written: " + std::strerror(errno));
-    }
-    std::error_code missing;
-    const auto size = std::filesystem::file_size(kLogFile, missing);
-    if (!missing) begin_ = static_cast<std::streamoff>(size);
-  }
-
-  ~KeptLog() {
-    std::ifstream log(kLogFile, std::ios::binary);
-    log.seekg(begin_);
-    if (!log || log.peek() == std::ifstream::traits_type::eof()) {
-      std::fprintf(stderr, "wgr: %s: empty, for %s cannot be written\n", path_.c_str(),
-                   kLogFile);
-      return;
-    }
-    copy_ << log.rdbuf();
-    copy_.close();
-    if (!copy_) std::fprintf(stderr, "wgr: %s: cannot be written\n", path_.c_str());
-  }
-  KeptLog(const KeptLog&) = delete;
-  KeptLog& operator=(const KeptLog&) = delete;
-
- private:
-  const std::string path_;
-  std::ofstream copy_;
-  std::streamoff begin_ = 0;
-};
-
 }  // namespace
 
 // An interrupt ends a live stream rather than the program: the summary still comes. A
 // second one ends the program.
-static void end_standard_input(int) {
+static void end_standard_input(int signal) {
+  static volatile std::sig_atomic_t interrupted = 0;
+  if (interrupted != 0) end_by_signal(signal);
+  interrupted = 1;
   const int saved_errno = errno;
   const int nothing = open("/dev/null", O_RDONLY);
   if (nothing >= 0) dup2(nothing, STDIN_FILENO);
@@ -104,8 +73,7 @@ static void end_standard_input(int) {
 
 static void let_interrupts_end_the_stream() {
   struct sigaction action = {};
-  action.sa_handler = end_standard_input;
-  action.sa_flags = static_cast<int>(SA_RESETHAND);  // no SA_RESTART: read() looks again
+  action.sa_handler = end_standard_input;  // no SA_RESTART: read() looks again
   sigaction(SIGINT, &action, nullptr);
   sigaction(SIGTERM, &action, nullptr);
 }
@@ -115,18 +83,20 @@ static void replay(ReplayArguments& given) {
   words.insert(words.begin(), "replay");
   if (!given.log.empty()) words.push_back("--log=" + given.log);
   if (given.json) words.push_back("--json");
-  prepare_session(given, words);
+  OutputPlan plan;
+  plan.writes("--log", given.log);
+  given.keeps_log = !given.log.empty();
+  prepare_session(given, plan, words);
 
   if (given.recording == kStandardInput) let_interrupts_end_the_stream();
   RecordingReader reader(given.recording);
   given.session.rate = choose_rate(given, reader);
+  OutputFiles files;
   std::optional<KeptLog> log;
-  if (!given.log.empty()) log.emplace(given.log);
+  if (given.keeps_log) log.emplace(files.open(given.log));
 
-  std::FILE* const out = take_standard_output();
-  if (out == nullptr) {
-    throw std::runtime_error(std::string("standard output: ") + std::strerror(errno));
-  }
+  separate_results(LibraryPrints::kToStandardError);
+  std::FILE* const out = results();
   std::unique_ptr<Report> report;
   if (given.json) {
     report = std::make_unique<JsonReport>(out);
@@ -139,11 +109,17 @@ static void replay(ReplayArguments& given) {
   std::exception_ptr malformed;
   {
     Session session(given.session);
+    if (log) log->take();
     report->start();
     const auto start = std::chrono::steady_clock::now();
     try {
       run_session(session, reader, totals, [&](const Step& step) {
         if (step.event != nullptr) report->event(*step.event);
+        if (log) {
+          log->take();
+        } else {
+          require_results();  // a live stream without a reader would never end
+        }
         if (told_of_absent || reader.absent_fields() == 0) return;
         told_of_absent = true;
         std::fprintf(stderr, "wgr: %s: the axes %s are empty and read as 0\n",
@@ -155,13 +131,11 @@ static void replay(ReplayArguments& given) {
     totals.elapsed_seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   }
+  if (log) log->take();
   totals.absent_fields = reader.absent_fields();
   totals.absent_axes = reader.absent_axes();
   report->summary(totals);
-  const bool failed = std::ferror(out) != 0;
-  if (std::fclose(out) != 0 || failed) {
-    throw std::runtime_error("standard output: not everything could be written");
-  }
+  files.commit();
   if (malformed) std::rethrow_exception(malformed);
 }
 

@@ -1,7 +1,9 @@
 // The subcommands of wgr; each is one file and adds itself to the command line.
 //
 // A subcommand's callback throws UsageError, or RecordingError, for what the user must
-// mend; main() prints it and ends with kExitBadInput.
+// mend; main() prints it and ends with kExitBadInput. Before any work the callback lists
+// all that it reads and writes in an OutputPlan; files are written by OutputFiles,
+// results to results().
 #pragma once
 
 #include <CLI/CLI.hpp>

@@ -7,10 +7,12 @@
 #include <vector>
 
 #include "arguments/values.h"
+#include "output/output_files.h"
+#include "output/output_plan.h"
 #include "recording/clock.h"
+#include "recording/recording.h"
 #include "subcommands.h"
 #include "synthesis/performance.h"
-#include "table.h"
 #include "training/labels.h"
 
 static constexpr char kFooter[] =
@@ -64,6 +66,8 @@ static constexpr char kMixed[] = "mixed";
 static constexpr double kHighestSeed = 2147483647;
 static constexpr double kHighestPerson = 1000000;
 static constexpr double kFastestTurn = 10000.0;  // deg/s, far above any gyroscope
+static constexpr char kLabels[] = "labels.csv";
+static constexpr char kIndex[] = "index.csv";
 
 // The take of one person that a seed stands for.
 static Random take(int seed, int person, const std::string& style) {
@@ -107,14 +111,23 @@ static void append_spans(const Plan& plan, const std::string& file,
 
 static void make_recording(const SynthArguments& given) {
   if (given.out.empty()) throw UsageError("-o FILE or --training DIR is wanted");
+  OutputPlan plan;
+  plan.reads("--script", given.script);
+  plan.writes("-o", given.out);
+  plan.writes("--labels", given.labels);
+  plan.writes("--plan", given.plan_out);
+  plan.check();
+
   const Take made = make_take(given, given.person, given.style);
-  write_recording(given.out, made.samples);
-  if (!given.plan_out.empty()) write_script(given.plan_out, made.plan);
+  OutputFiles files;
+  write_recording(given.out, made.samples, files);
+  if (!given.plan_out.empty()) files.write(given.plan_out, script_text(made.plan));
   if (!given.labels.empty()) {
     std::vector<LabelledSpan> spans;
     append_spans(made.plan, std::filesystem::path(given.out).filename(), spans);
-    write_labels(given.labels, spans);
+    files.write(given.labels, labels_text(spans));
   }
+  files.commit();
 }
 
 static std::string file_of(int person, const std::string& style) {
@@ -123,29 +136,54 @@ static std::string file_of(int person, const std::string& style) {
   return name;
 }
 
-static void make_training_set(const SynthArguments& given) {
-  std::error_code failed;
-  std::filesystem::create_directories(given.training, failed);
-  if (failed) throw UsageError(given.training + ": " + failed.message());
-  const std::string folder = given.training + "/";
+namespace {
 
-  std::string index = "file,label,subject,rate_hz\n";
-  std::vector<LabelledSpan> spans;
-  for (int i = 0; i < given.persons; ++i) {
-    const int person = given.person + i;
+struct SetMember {
+  int person;
+  const char* style;
+  std::string file;
+};
+
+}  // namespace
+
+static std::vector<SetMember> members_of(const SynthArguments& given) {
+  std::vector<SetMember> members;
+  for (int person = given.person; person < given.person + given.persons; ++person) {
     for (const NamedStyle& style : kStyles) {
       if (given.style != kMixed && given.style != style.name) continue;
-      const std::string file = file_of(person, style.name);
-      const Take made = make_take(given, person, style.name);
-      write_recording(folder + file, made.samples);
-      append_spans(made.plan, file, spans);
-      // No label of its own: the spans hold them.
-      index += file + ",,p" + std::to_string(person) + "," +
-               std::to_string(given.performance.rate) + "\n";
+      members.push_back({person, style.name, file_of(person, style.name)});
     }
   }
-  write_labels(folder + "labels.csv", spans);
-  write_text(folder + "index.csv", index);
+  return members;
+}
+
+static void make_training_set(const SynthArguments& given) {
+  if (!given.out.empty() || !given.labels.empty() || !given.plan_out.empty()) {
+    throw UsageError(
+        "--training makes a whole set: it goes without -o, --labels, --plan");
+  }
+  const std::filesystem::path folder = given.training;
+  const std::vector<SetMember> members = members_of(given);
+  OutputPlan check;
+  check.reads("--script", given.script);
+  for (const char* table : {kLabels, kIndex}) check.writes("--training", folder / table);
+  for (const SetMember& m : members) check.writes("--training", folder / m.file);
+  check.check();
+
+  OutputFiles files;
+  std::string index = "file,label,subject,rate_hz\n";
+  std::vector<LabelledSpan> spans;
+  for (const SetMember& m : members) {
+    const Take made = make_take(given, m.person, m.style);
+    write_recording(folder / m.file, made.samples, files);
+    append_spans(made.plan, m.file, spans);
+    // No label of its own: the spans hold them.
+    index += m.file + ",,p" + std::to_string(m.person) + "," +
+             std::to_string(given.performance.rate) + "\n";
+  }
+  files.write(folder / kLabels, labels_text(spans));
+  files.write(folder / kIndex, index);
+  files.commit();
 }
 
 static void synthesise(const SynthArguments& given) {

@@ -5,9 +5,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <string_view>
 
@@ -115,22 +113,4 @@ std::string fixed(double value, int decimals) {
   const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), value,
                                           std::chars_format::fixed, decimals);
   return error == std::errc() ? std::string(text.data(), end) : std::string("nan");
-}
-
-void write_text(const std::string& path, const std::string& text) {
-  if (path == "-") {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    return;
-  }
-  const std::string beside = path + ".part";
-  std::ofstream file(beside, std::ios::binary | std::ios::trunc);
-  file << text;
-  file.close();
-  std::error_code failed;
-  if (file) std::filesystem::rename(beside, path, failed);
-  if (!file || failed) {
-    const std::string reason = failed ? failed.message() : std::strerror(errno);
-    std::filesystem::remove(beside, failed);
-    throw UsageError(path + ": cannot be written: " + reason);
-  }
 }

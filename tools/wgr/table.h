@@ -1,5 +1,5 @@
 // Small CSV tables, such as scripts and labels: a fixed header, fields that may stand in
-// quotes, and whole texts written so that nobody ever sees half of one.
+// quotes.
 #pragma once
 
 #include <cstddef>
@@ -31,7 +31,3 @@ std::string field(const std::string& text);
 // Seconds to the millisecond, and other numbers of a fixed number of decimals, the same
 // in every locale.
 std::string fixed(double value, int decimals);
-
-// Writes a whole file beside its place and moves it there; "-" is standard output.
-// Throws UsageError when that cannot be done.
-void write_text(const std::string& path, const std::string& text);

@@ -370,7 +370,7 @@ Evaluation evaluate(const CutSet& set, const EvaluationOptions& options) {
       build.background_hours = hours_in(set, division, f);
       BuildReport report;
       const std::vector<bool> taken = taken_in(set, division, f);
-      write_model(workshop->build(taken, build, report), place);
+      write_output(place, model_text(workshop->build(taken, build, report)));
       const Tally by_all = workshop->named_by_all(taken);
       result.by_all.samples += by_all.samples;
       result.by_all.right += by_all.right;
@@ -383,9 +383,6 @@ Evaluation evaluate(const CutSet& set, const EvaluationOptions& options) {
     result.models.push_back(*classifier.model);
     play(set, division, f, classifier, fold, result, progress);
     result.folds.push_back(fold);
-    // Only the newest lines of the library's log would be of use, and it grows fast.
-    std::error_code ignored;
-    std::filesystem::remove(kLogFile, ignored);
   }
   result.background_hours /= kSecondsPerHour;
   std::sort(result.latencies.begin(), result.latencies.end());

@@ -56,16 +56,16 @@ class Digest {
 }  // namespace
 
 static std::unique_ptr<AgGes> engine_for(const GoldenStream& stream, int work_mode,
-                                         const std::string& folder) {
-  const std::string path = folder + "/model";
-  auto engine = std::make_unique<AgGes>(path.c_str(), work_mode, stream.rate, stream.bias,
-                                        -1, -1, -1, kStrength);
-  return engine;
+                                         int model) {
+  auto classifier = std::make_unique<HGR>(0);
+  *classifier->model = golden_model(model);
+  return std::make_unique<AgGes>(std::move(classifier), work_mode, stream.rate,
+                                 stream.bias, -1, -1, -1, kStrength);
 }
 
-static void digest_intake(const GoldenStream& stream, const std::string& folder,
-                          Digest& digest, std::vector<std::vector<Point3Df>>& motions) {
-  const auto engine = engine_for(stream, kCorrectionOnly, folder);
+static void digest_intake(const GoldenStream& stream, Digest& digest,
+                          std::vector<std::vector<Point3Df>>& motions) {
+  const auto engine = engine_for(stream, kCorrectionOnly, 0);
   size_t collected = 0;
   for (size_t i = 0; i < stream.acc.size(); ++i) {
     engine->update(stream.acc[i], stream.gyro[i]);
@@ -100,10 +100,8 @@ static void digest_hand(const GoldenStream& stream, Digest& digest) {
   }
 }
 
-static void digest_accelerometer(const GoldenStream& stream, const std::string& folder,
-                                 Digest& digest) {
-  const auto engine = engine_for(stream, kAccOnly, folder);
-  *engine->hgr->model = golden_model(3);
+static void digest_accelerometer(const GoldenStream& stream, Digest& digest) {
+  const auto engine = engine_for(stream, kAccOnly, 3);
   for (const Point3Df& acc : stream.acc) {
     engine->update(acc);
     digest.add(engine->gesture_class);
@@ -197,11 +195,10 @@ static double score_again(AgGes& engine) {
 
 static int next_model(int model) { return (model + 1) % (kGoldenModels - 1); }
 
-static void recognise(const GoldenStream& stream, const std::string& folder,
+static void recognise(const GoldenStream& stream,
                       std::vector<GoldenRecognition>& recognitions) {
-  const auto engine = engine_for(stream, kAccAndGyro, folder);
+  const auto engine = engine_for(stream, kAccAndGyro, stream.model);
   set_level(*engine, stream.level);
-  *engine->hgr->model = golden_model(stream.model);
   int collected = 0;
   for (size_t i = 0; i < stream.acc.size(); ++i) {
     if (i == stream.switch_at) {
@@ -262,7 +259,7 @@ static std::string interface_difference(const GoldenStream& stream,
   return difference;
 }
 
-GoldenOutcome golden_outcome(int index, const std::string& folder, bool ask_interface) {
+GoldenOutcome golden_outcome(int index, bool ask_interface) {
   const GoldenStream stream = golden_stream(index);
   GoldenOutcome outcome = {};
   Digest samples;
@@ -272,17 +269,17 @@ GoldenOutcome golden_outcome(int index, const std::string& folder, bool ask_inte
 
   std::vector<std::vector<Point3Df>> motions;
   Digest intake;
-  digest_intake(stream, folder, intake, motions);
+  digest_intake(stream, intake, motions);
   outcome.digests[kStageIntake] = intake.value();
   Digest hand;
   digest_hand(stream, hand);
   outcome.digests[kStageHand] = hand.value();
   Digest accelerometer;
-  digest_accelerometer(stream, folder, accelerometer);
+  digest_accelerometer(stream, accelerometer);
   outcome.digests[kStageAccelerometer] = accelerometer.value();
   digest_given_traces(stream, std::move(motions), outcome);
 
-  recognise(stream, folder, outcome.recognitions);
+  recognise(stream, outcome.recognitions);
   if (ask_interface) {
     outcome.interface_difference = interface_difference(stream, outcome.recognitions);
   }

@@ -43,5 +43,5 @@ struct GoldenOutcome {
   std::string interface_difference;
 };
 
-// Runs one stream; folder: a writable place for the models.
-GoldenOutcome golden_outcome(int index, const std::string& folder, bool ask_interface);
+// Runs one stream.
+GoldenOutcome golden_outcome(int index, bool ask_interface);

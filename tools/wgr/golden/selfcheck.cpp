@@ -1,7 +1,5 @@
 #include "golden/selfcheck.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,10 +8,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <string>
 
 #include "golden/outcome.h"
+#include "output/standard_output.h"
 
 // sin, cos and acos of two machines may differ in the last bit. What lies behind them has
 // been seen to differ by less than a hundredth of this, relative to the value or to 1
@@ -32,43 +30,6 @@ static constexpr int kRecordedStreams = sizeof kRecorded / sizeof *kRecorded;
 static constexpr size_t kNumbers = 10;
 
 namespace {
-
-// The library prints its progress; only the report is to be seen. Also a folder for the
-// models, gone at the end.
-class Stage {
- public:
-  Stage() {
-    const char* const temporary = std::getenv("TMPDIR");
-    folder_ = std::string(temporary != nullptr ? temporary : "/tmp") + "/wgr-XXXXXX";
-    ready_ = mkdtemp(folder_.data()) != nullptr &&
-             golden_model(0).write((folder_ + "/model").c_str());
-    std::fflush(stdout);
-    kept_ = dup(STDOUT_FILENO);
-    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (nowhere >= 0) {
-      dup2(nowhere, STDOUT_FILENO);
-      close(nowhere);
-    }
-    out_ = fdopen(kept_, "w");
-  }
-  ~Stage() {
-    std::fflush(stdout);
-    std::fflush(out_);
-    dup2(kept_, STDOUT_FILENO);
-    std::fclose(out_);
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
-  }
-  bool ready() const { return ready_; }
-  std::FILE* out() const { return out_; }
-  const std::string& folder() const { return folder_; }
-
- private:
-  std::string folder_;
-  bool ready_ = false;
-  int kept_ = -1;
-  std::FILE* out_ = nullptr;
-};
 
 struct Tally {
   int streams[kExactStages + 2] = {};  // that differ first at a stage
@@ -170,36 +131,30 @@ static int compare(std::FILE* out, int index, const GoldenOutcome& outcome,
 }
 
 int self_check(bool record) {
-  Stage stage;
-  if (!stage.ready()) {
-    std::fprintf(stderr,
-                 "wgr selfcheck: %s cannot be made; set TMPDIR to a folder that "
-                 "can be written\n",
-                 stage.folder().c_str());
-    return 2;
-  }
+  // The library prints its progress; only the report is to be seen.
+  separate_results(LibraryPrints::kNowhere);
+  std::FILE* const out = results();
   const bool ask_interface = access(kDefaultModelFile, R_OK) == 0;
   Tally tally;
   int differing = 0;
   for (int index = 0; index < kGoldenStreams; ++index) {
-    const GoldenOutcome outcome = golden_outcome(index, stage.folder(), ask_interface);
+    const GoldenOutcome outcome = golden_outcome(index, ask_interface);
     if (record) {
-      print_outcome(stage.out(), outcome);
+      print_outcome(out, outcome);
       continue;
     }
     if (index >= kRecordedStreams) {
-      std::fprintf(stage.out(), "stream %3d: not recorded\n", index);
+      std::fprintf(out, "stream %3d: not recorded\n", index);
       ++differing;
       continue;
     }
-    const int first = compare(stage.out(), index, outcome, tally);
+    const int first = compare(out, index, outcome, tally);
     if (first < 0) continue;
     ++tally.streams[first];
     ++differing;
   }
   if (record) return 0;
 
-  std::FILE* const out = stage.out();
   std::fprintf(out, "%d streams, %zu recognitions; %d streams differ\n", kGoldenStreams,
                tally.recognitions, differing);
   for (int s = 0; s < kExactStages + 2; ++s) {

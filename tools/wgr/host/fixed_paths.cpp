@@ -4,12 +4,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 
 #include "errors.h"
+#include "output/standard_output.h"
 
+static constexpr char kPlacesArePrivate[] = "WGR_PRIVATE_PATHS";
 static constexpr char kLauncher[] = "private-paths";
 static constexpr char kInstalledLauncher[] = "../libexec/wgr/private-paths";
 
@@ -66,6 +70,7 @@ void require_models(const std::string& folder, int wearer, int mode) {
   std::vector<char*> argv;
   for (std::string& word : words) argv.push_back(word.data());
   argv.push_back(nullptr);
+  join_results();
   execv(launcher.c_str(), argv.data());
   throw UsageError(launcher + ": cannot be run: " + std::strerror(errno));
 }
@@ -77,4 +82,16 @@ void require_models(const std::string& folder, int wearer, int mode) {
 
 [[noreturn]] void run_again_with_own_places(const std::vector<std::string>& arguments) {
   run_again({}, arguments);
+}
+
+void add_in_place_flag(CLI::App& command, bool& in_place) {
+  command.add_flag(kInPlace, in_place)->group("")->check([](const std::string&) {
+    return std::getenv(kPlacesArePrivate) != nullptr ? std::string()
+                                                     : std::string("for own use only");
+  });
+}
+
+void keep_out_of_private_places(OutputPlan& plan) {
+  plan.loses(kInstalledModels);
+  plan.loses(kLogFolder);
 }

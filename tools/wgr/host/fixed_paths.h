@@ -5,7 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "output/output_plan.h"
+
+namespace CLI {
+class App;
+}
+
 inline constexpr char kInstalledModels[] = "/usr/share/GestureModel";
+inline constexpr char kLogFolder[] = "/home/app";
 inline constexpr char kLogFile[] = "/home/app/WgrLog.txt";
 
 // The model of the default every handle starts with.
@@ -27,3 +34,12 @@ void require_models(const std::string& folder, int wearer, int mode);
 
 // The same with both places empty, to be written to, and gone when the program ends.
 [[noreturn]] void run_again_with_own_places(const std::vector<std::string>& arguments);
+
+// What the arguments of such a second run hold besides: the places are its own.
+inline constexpr char kInPlace[] = "--in-place";
+
+// Adds it, hidden from the help. Whoever gives it to another run is refused.
+void add_in_place_flag(CLI::App& command, bool& in_place);
+
+// What a second run would write there is lost.
+void keep_out_of_private_places(OutputPlan& plan);

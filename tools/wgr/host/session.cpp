@@ -1,5 +1,6 @@
 #include "host/session.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -7,6 +8,7 @@
 
 #include "errors.h"
 #include "host/fixed_paths.h"
+#include "output/temporary_file.h"
 
 // One second at the rate that the wrist detector's built-in parameters are made for.
 static constexpr int kHandWindow = 50;
@@ -18,14 +20,37 @@ static bool creating = false;
 static void report_end_while_creating() {
   if (!creating) return;
   std::fflush(nullptr);
+  remove_hidden_files();
   const std::string model = model_file(kInstalledModels, kDefaultWearer, kDefaultMode);
   std::fprintf(stderr, "wgr: %s: the library cannot load it: not a model file\n",
                model.c_str());
   _exit(kExitBadInput);
 }
 
+namespace {
+
+// Puts the working directory back that the library leaves while it loads a model, and
+// cannot find again where the path is long: relative paths go on meaning the same.
+class KeptWorkingDirectory {
+ public:
+  KeptWorkingDirectory() : fd_(open(".", O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
+  ~KeptWorkingDirectory() {
+    if (fd_ < 0) return;
+    [[maybe_unused]] const int returned = fchdir(fd_);
+    close(fd_);
+  }
+  KeptWorkingDirectory(const KeptWorkingDirectory&) = delete;
+  KeptWorkingDirectory& operator=(const KeptWorkingDirectory&) = delete;
+
+ private:
+  const int fd_;
+};
+
+}  // namespace
+
 static WgrHandle create() {
   static const bool registered = std::atexit(report_end_while_creating) == 0;
+  const KeptWorkingDirectory before;
   creating = registered;
   const WgrHandle handle = create_gesture_handle();
   creating = false;
@@ -37,6 +62,7 @@ Session::Session(const SessionOptions& options) : handle_(create()) {
     init_gesture_handle(handle_, options.rate, options.gyro_bias, options.shortest,
                         kLibraryChooses, kLibraryChooses, kHandWindow);
   }
+  const KeptWorkingDirectory before;
   set_gesture_model(handle_, static_cast<WgWatchWearer>(options.wearer),
                     static_cast<WgWorkMode>(options.mode));
   if (options.sensitivity) set_gesture_rec_sensitivity(handle_, *options.sensitivity);

@@ -6,6 +6,7 @@
 #include "arguments/values.h"
 #include "errors.h"
 #include "host/fixed_paths.h"
+#include "host/private_log.h"
 #include "recording/clock.h"
 
 static constexpr NumberRange kBiases = number_from(-10000, 10000);  // deg/s
@@ -58,6 +59,7 @@ void add_session_arguments(CLI::App& command, SessionArguments& given) {
                   "1 permissive to 3 strict, -N for motions of N samples and more")
       ->transform(within(whole_from(-kLongestMotion, kStrictest)))
       ->option_text("LEVEL");
+  add_in_place_flag(command, given.in_place);
 }
 
 std::vector<std::string> session_words(const SessionArguments& given) {
@@ -71,21 +73,31 @@ std::vector<std::string> session_words(const SessionArguments& given) {
   return words;
 }
 
-void prepare_session(SessionArguments& given, const std::vector<std::string>& words) {
+static bool is_model(const std::filesystem::path& path) {
+  return path.extension() == ".xml";
+}
+
+void prepare_session(SessionArguments& given, OutputPlan& plan,
+                     const std::vector<std::string>& words) {
   if (!given.bias.empty()) given.session.gyro_bias = parse_bias(given.bias);
-  const SessionOptions& chosen = given.session;
-  if (given.models.empty()) {
-    require_models(kInstalledModels, chosen.wearer, chosen.mode);
-    return;
-  }
+  const bool again = !given.in_place && (!given.models.empty() || given.keeps_log);
+  plan.reads("RECORDING", given.recording);
+  plan.reads_folder("--models", given.models, is_model);
+  plan.prints_results();
+  if (again) keep_out_of_private_places(plan);
+  plan.check();
+
   std::error_code missing;
-  const std::string folder = std::filesystem::canonical(given.models, missing);
+  const std::string folder =
+      given.models.empty() ? std::string(kInstalledModels)
+                           : std::filesystem::canonical(given.models, missing).string();
   if (missing) throw UsageError(given.models + ": " + missing.message());
-  require_models(folder, chosen.wearer, chosen.mode);
-  std::vector<std::string> again = words;
-  again.push_back("--");
-  again.push_back(given.recording);
-  run_again_with_models(folder, again);
+  require_models(folder, given.session.wearer, given.session.mode);
+  if (given.in_place && !given.keeps_log) drop_private_log();
+  if (!again) return;
+  std::vector<std::string> more = words;
+  more.insert(more.end(), {kInPlace, "--", given.recording});
+  run_again_with_models(folder, more);
 }
 
 int choose_rate(const SessionArguments& given, RecordingReader& reader) {

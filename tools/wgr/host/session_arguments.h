@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/session.h"
+#include "output/output_plan.h"
 #include "recording/recording.h"
 
 inline constexpr char kStandardInput[] = "-";
@@ -16,6 +17,8 @@ struct SessionArguments {
   std::string models;     // folder; empty: the installed ones
   std::string bias;       // X,Y,Z
   std::optional<int> rate;
+  bool keeps_log = false;  // wants the log of this run
+  bool in_place = false;   // runs with the library's places to itself
   SessionOptions session;
 };
 
@@ -29,10 +32,12 @@ void add_session_arguments(CLI::App& command, SessionArguments& given);
 // The words of the command line that stand for `given`, without --models and RECORDING.
 std::vector<std::string> session_words(const SessionArguments& given);
 
-// Sets the gyroscope bias and sees that the models are there. With --models this process
-// is replaced by a run of the same program that has them in place: of the command line
-// `words`, then "--" and the recording.
-void prepare_session(SessionArguments& given, const std::vector<std::string>& words);
+// Sets the gyroscope bias, completes and checks the plan, and sees that the models are
+// there. With --models, and for the log of this run, the process is replaced by a run of
+// the same program that has the library's places to itself: of the command line `words`,
+// then "--" and the recording.
+void prepare_session(SessionArguments& given, OutputPlan& plan,
+                     const std::vector<std::string>& words);
 
 // The rate that was given, or else the recording's; said on standard error.
 int choose_rate(const SessionArguments& given, RecordingReader& reader);

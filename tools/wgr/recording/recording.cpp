@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <string_view>
 
 #include "foreign_text.h"
@@ -18,7 +19,10 @@ static constexpr std::string_view kHeader = "t,ax,ay,az,gx,gy,gz";
 static constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 static constexpr std::string_view kAxisNames[] = {"ax", "ay", "az", "gx", "gy", "gz"};
 static constexpr size_t kFields = 7;
-static constexpr size_t kLongestLine = 4096;  // characters; a sample has far fewer
+static constexpr size_t kLongestLine = 4096;       // characters; a sample has far fewer
+static constexpr size_t kChunk = size_t{1} << 16;  // bytes that are written at once
+static constexpr int kGzipFormat = 16;             // added to the window bits
+static constexpr int kUsualMemory = 8;             // zlib's own default
 static constexpr char kCutOff[] = "the gzip data ends too early";
 static constexpr unsigned long long kMega = 1'000'000;
 
@@ -298,40 +302,70 @@ static bool ends_in_gz(std::string_view path) {
          path.substr(path.size() - kSuffix.size()) == kSuffix;
 }
 
-void write_recording(const std::string& path,
-                     const std::vector<RecordedSample>& samples) {
-  const auto fail = [&path](const std::string& reason) {
-    throw RecordingError((path == "-" ? "standard output" : path) + ": " + reason);
-  };
-  for (size_t i = 0; i < samples.size(); ++i) {
-    if (!is_finite(samples[i])) {
-      fail("sample " + std::to_string(i + 1) + " is not finite; nothing was written");
+namespace {
+
+// Writes to a file, packed when the file is to be gzip. Its header holds neither a name
+// nor a time.
+class Packer {
+ public:
+  Packer(OutputFile& file, bool packs) : file_(file), packs_(packs) {
+    if (packs &&
+        deflateInit2(&stream_, Z_BEST_COMPRESSION, Z_DEFLATED, MAX_WBITS + kGzipFormat,
+                     kUsualMemory, Z_DEFAULT_STRATEGY) != Z_OK) {
+      throw std::bad_alloc();
     }
   }
+  ~Packer() {
+    if (packs_) deflateEnd(&stream_);
+  }
+  Packer(const Packer&) = delete;
+  Packer& operator=(const Packer&) = delete;
 
-  // "T" passes the bytes through as they are. A gzip header gets neither a name nor a
-  // time, so it is the same for the same samples.
-  const char* const mode = ends_in_gz(path) ? "wb9" : "wbT";
-  errno = 0;
-  const gzFile file =
-      path == "-" ? gzdopen(dup(STDOUT_FILENO), mode) : gzopen(path.c_str(), mode);
-  if (file == nullptr) fail(std::string("cannot be written: ") + std::strerror(errno));
+  void write(std::string& text, bool last) {
+    if (!packs_) {
+      file_.write(text);
+      return;
+    }
+    stream_.next_in = reinterpret_cast<Bytef*>(text.data());
+    stream_.avail_in = static_cast<uInt>(text.size());
+    do {
+      stream_.next_out = reinterpret_cast<Bytef*>(packed_.data());
+      stream_.avail_out = static_cast<uInt>(packed_.size());
+      deflate(&stream_, last ? Z_FINISH : Z_NO_FLUSH);
+      file_.write({packed_.data(), packed_.size() - stream_.avail_out});
+    } while (stream_.avail_out == 0);
+  }
 
+ private:
+  OutputFile& file_;
+  const bool packs_;
+  z_stream stream_ = {};
+  std::array<char, kChunk> packed_;
+};
+
+}  // namespace
+
+void write_recording(const std::string& path, const std::vector<RecordedSample>& samples,
+                     OutputFiles& files) {
+  for (size_t i = 0; i < samples.size(); ++i) {
+    if (is_finite(samples[i])) continue;
+    throw RecordingError(path + ": sample " + std::to_string(i + 1) +
+                         " is not finite; nothing was written");
+  }
+  Packer packer(files.open(path), ends_in_gz(path));
   std::string text = std::string(kHeader) + '\n';
-  bool written = true;
   for (const RecordedSample& sample : samples) {
     append_line(text, sample);
-    if (text.size() < (size_t{1} << 16)) continue;
-    written =
-        written && gzwrite(file, text.data(), static_cast<unsigned>(text.size())) > 0;
+    if (text.size() < kChunk) continue;
+    packer.write(text, false);
     text.clear();
   }
-  if (!text.empty()) {
-    written =
-        written && gzwrite(file, text.data(), static_cast<unsigned>(text.size())) > 0;
-  }
-  const bool closed = gzclose(file) == Z_OK;
-  if (!written || !closed) {
-    fail(std::string("cannot be written in full: ") + std::strerror(errno));
-  }
+  packer.write(text, true);
+}
+
+void write_recording(const std::string& path,
+                     const std::vector<RecordedSample>& samples) {
+  OutputFiles files;
+  write_recording(path, samples, files);
+  files.commit();
 }

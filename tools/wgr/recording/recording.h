@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "WgrTypes.h"
+#include "output/output_files.h"
 
 struct RecordedSample {
   double t;       // s
@@ -22,7 +23,7 @@ struct RecordedSample {
   Point3Df gyro;  // deg/s
 };
 
-// A recording that cannot be opened, read or written, or a line that is no sample;
+// A recording that cannot be opened or read, or a line that is no sample;
 // what() reads "FILE:LINE: REASON", or "FILE: REASON" when no line is to blame.
 class RecordingError : public std::runtime_error {
  public:
@@ -85,7 +86,9 @@ class RecordingReader {
 std::vector<RecordedSample> read_recording(const std::string& path,
                                            ReadingLimit* limit = nullptr);
 
-// Writes a recording; gzip when the path ends in ".gz"; to standard output when it is
-// "-". The same samples give the same bytes. Throws RecordingError when it cannot be
-// written, or when a number is not finite, which no reader would take.
+// Writes a recording, alone or with what belongs to it; gzip when the path ends in ".gz".
+// The same samples give the same bytes. Throws RecordingError when a number is not
+// finite, which no reader would take, and what OutputFiles throws.
 void write_recording(const std::string& path, const std::vector<RecordedSample>& samples);
+void write_recording(const std::string& path, const std::vector<RecordedSample>& samples,
+                     OutputFiles& files);

@@ -120,12 +120,12 @@ Plan read_script(const std::string& path) {
   return plan;
 }
 
-void write_script(const std::string& path, const Plan& plan) {
+std::string script_text(const Plan& plan) {
   std::string text = std::string(kHeader) + "\n";
   for (const PlannedActivity& activity : plan) {
     text += fixed(activity.begin, kTimeDecimals) + "," +
             fixed(activity.end, kTimeDecimals) + "," +
             kNames[static_cast<size_t>(activity.what)] + "\n";
   }
-  write_text(path, text);
+  return text;
 }

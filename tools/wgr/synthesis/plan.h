@@ -48,4 +48,4 @@ Plan random_plan(const PlanOptions& options, const Person& person, Random& rando
 
 // Throws UsageError with file and line for what is no script.
 Plan read_script(const std::string& path);
-void write_script(const std::string& path, const Plan& plan);
+std::string script_text(const Plan& plan);

@@ -28,6 +28,14 @@ void add_cut_arguments(CLI::App& command, CutArguments& given) {
       "Which way is down does not count; gravity is one\nmore point of the motion");
 }
 
+void add_inputs(OutputPlan& plan, const std::string& folder, const CutArguments& given) {
+  plan.reads_folder("FOLDER", folder, is_recording);
+  for (const std::string& path : given.background) {
+    plan.reads("--background", path);
+    plan.reads_folder("--background", path, is_recording);
+  }
+}
+
 CutSet cut_given(const std::string& folder, const CutArguments& given,
                  const Classes& classes) {
   CutOptions options = given.options;

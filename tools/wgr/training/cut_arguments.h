@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "output/output_plan.h"
 #include "training/cut_set.h"
 
 struct CutArguments {
@@ -16,6 +17,9 @@ struct CutArguments {
 
 // Adds --background, --rate, --shortest, --spans, --no-gravity and --no-attitude.
 void add_cut_arguments(CLI::App& command, CutArguments& given);
+
+// All that cut_given() reads.
+void add_inputs(OutputPlan& plan, const std::string& folder, const CutArguments& given);
 
 // Reads and cuts a folder, and the background that was given.
 CutSet cut_given(const std::string& folder, const CutArguments& given,

@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <stdexcept>
 
 #include "engine/reconstruction.h"
-#include "temporary_folder.h"
 
 static constexpr int kOwnDefault = -1;             // a length that the engine chooses
 static constexpr double kStrengthThreshold = 2.0;  // m/s², as after initialisation
@@ -13,14 +11,11 @@ static constexpr double kInsideShare = 0.5;  // of motion and span: the motion i
 
 // An engine that cuts and measures as with a model of ours, but recognises nothing.
 static std::unique_ptr<AgGes> make_engine(int rate, int shortest, bool gravity) {
-  const TemporaryFolder folder;
-  Gmodel empty;
-  empty.normalize = 1;
-  empty.havegravity = gravity ? 1 : 0;
-  const std::string path = folder.file("empty");
-  if (!empty.write(path.c_str())) throw std::runtime_error(path + ": cannot be written");
-  return std::make_unique<AgGes>(path.c_str(), kAccAndGyro, rate, Point3Df{0.0, 0.0, 0.0},
-                                 shortest, kOwnDefault, kOwnDefault, kStrengthThreshold);
+  auto classifier = std::make_unique<HGR>(1);
+  classifier->model->havegravity = gravity ? 1 : 0;
+  return std::make_unique<AgGes>(std::move(classifier), kAccAndGyro, rate,
+                                 Point3Df{0.0, 0.0, 0.0}, shortest, kOwnDefault,
+                                 kOwnDefault, kStrengthThreshold);
 }
 
 Cutter::Cutter(int rate, int shortest, bool gravity)

@@ -49,11 +49,11 @@ std::vector<LabelledSpan> read_spans(const std::string& path) {
   return read_columns(path, kSpansHeader, 0);
 }
 
-void write_labels(const std::string& path, const std::vector<LabelledSpan>& spans) {
+std::string labels_text(const std::vector<LabelledSpan>& spans) {
   std::string text = std::string(kHeader) + "\n";
   for (const LabelledSpan& span : spans) {
     text += field(span.file) + "," + fixed(span.begin, kTimeDecimals) + "," +
             fixed(span.end, kTimeDecimals) + "," + std::to_string(span.label) + "\n";
   }
-  write_text(path, text);
+  return text;
 }

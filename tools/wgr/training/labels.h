@@ -27,4 +27,5 @@ std::vector<WordedSpan> read_worded_labels(const std::string& path);
 // The spans of a table of one recording, t_start,t_end,label: they have no file.
 std::vector<LabelledSpan> read_spans(const std::string& path);
 
-void write_labels(const std::string& path, const std::vector<LabelledSpan>& spans);
+// The table that read_labels() reads.
+std::string labels_text(const std::vector<LabelledSpan>& spans);

@@ -2,36 +2,28 @@
 
 #include <cmath>
 #include <filesystem>
+#include <new>
+#include <sstream>
 
-#include "errors.h"
 #include "table.h"
 
-static constexpr char kSuffix[] = ".xml";  // Gmodel::write appends it
 static constexpr double kRuleOfThree = 3.0;
 
-void write_model(const Gmodel& model, const std::string& path) {
-  const std::string beside = path + ".part";
-  std::error_code failed;
-  const std::filesystem::path folder = std::filesystem::path(path).parent_path();
-  if (!folder.empty()) std::filesystem::create_directories(folder, failed);
-  if (failed || !model.write(beside.c_str())) {
-    throw UsageError(path + ": cannot be written");
-  }
-  // What the library wrote, read back: a full disk shows here.
-  const auto size = std::filesystem::file_size(beside + kSuffix, failed);
-  Gmodel again;
-  const bool whole =
-      !failed && size > 0 && again.read(beside.c_str()) &&
-      again.templates.size() == model.templates.size() &&
-      (again.templates.empty() ||
-       again.templates.back().second.size() == model.templates.back().second.size());
-  if (whole) std::filesystem::rename(beside + kSuffix, path, failed);
-  if (!whole || failed) {
-    std::error_code ignored;
-    std::filesystem::remove(beside + kSuffix, ignored);
-    throw UsageError(path + ": cannot be written" +
-                     (failed ? ": " + failed.message() : ""));
-  }
+std::string model_text(const Gmodel& model) {
+  std::ostringstream text;
+  model.write(text);
+  if (!text) throw std::bad_alloc();
+  return text.str();
+}
+
+static std::string beside(const std::string& path, const char* extension) {
+  return std::filesystem::path(path).replace_extension(extension);
+}
+
+std::string report_path(const std::string& model) { return beside(model, ".report.txt"); }
+
+std::string manifest_path(const std::string& model) {
+  return beside(model, ".model.json");
 }
 
 static std::string name_of(int label, const Provenance& provenance) {

@@ -9,9 +9,13 @@
 #include "training/model_builder.h"
 #include "training/provenance.h"
 
-// Writes beside the place and moves it there, so that no half a model is ever seen.
-// Makes the folder. Throws UsageError when that cannot be done.
-void write_model(const Gmodel& model, const std::string& path);
+// The model's file, as Gmodel writes it.
+std::string model_text(const Gmodel& model);
+
+// What goes beside a model: its path with ".report.txt" or ".model.json" for the
+// extension, or behind a name without one.
+std::string report_path(const std::string& model);
+std::string manifest_path(const std::string& model);
 
 std::string report_text(const BuildReport& report, const BuildOptions& options,
                         const Provenance& provenance);

@@ -76,6 +76,6 @@ Json read_json(const std::string& path) {
   }
 }
 
-std::string description_path(const std::string& path) {
-  return std::filesystem::path(path).replace_extension(".json");
+std::string description_path(const std::string& training_file) {
+  return std::filesystem::path(training_file).replace_extension(".training.json");
 }

@@ -37,6 +37,7 @@ std::string as_text(const nlohmann::ordered_json& json);
 // The JSON of a file, and its SHA-256 entry if it has one; throws UsageError.
 nlohmann::ordered_json read_json(const std::string& path);
 
-// The description beside a training file or a model: its path with ".json" for the
-// extension, or behind a name without one.
-std::string description_path(const std::string& path);
+// The description beside a training file: its path with ".training.json" for the
+// extension, or behind a name without one. No other file that the tool writes has such a
+// name.
+std::string description_path(const std::string& training_file);

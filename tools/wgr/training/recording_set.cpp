@@ -16,7 +16,7 @@ static constexpr char kIndex[] = "index.csv";
 static constexpr char kIndexHeader[] = "file,label,subject,rate_hz";
 static constexpr int kHighestLabel = 1000;
 
-static bool is_recording(const std::filesystem::path& path) {
+bool is_recording(const std::filesystem::path& path) {
   return path.extension() == ".csv" ||
          (path.extension() == ".gz" && path.stem().extension() == ".csv");
 }

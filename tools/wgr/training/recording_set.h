@@ -6,6 +6,7 @@
 // relative to the folder.
 #pragma once
 
+#include <filesystem>
 #include <map>
 #include <optional>
 #include <string>
@@ -35,6 +36,9 @@ std::vector<SetEntry> read_background(const std::string& path);
 // are free and that the interface reports for nothing else, in the order of the alphabet.
 using Classes = std::map<std::string, int>;
 void number_labels(const std::vector<SetEntry>& set, Classes& classes);
+
+// Whether a file's name is a recording's, or that of a table about them.
+bool is_recording(const std::filesystem::path& path);
 
 // Whether a label says that there is no gesture: -1, background, negative.
 bool is_background(const std::string& word);

@@ -5,13 +5,12 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
-#include <stdexcept>
+#include <sstream>
 #include <string_view>
 
 #include "errors.h"
 #include "foreign_text.h"
 #include "table.h"
-#include "temporary_folder.h"
 
 // Enough for any sensor, and few enough to hide that mathematical libraries differ in a
 // number's last digit.
@@ -170,14 +169,8 @@ Gdata read_training_file(const std::string& path) {
 }
 
 Gdata parse_training_text(const std::string& text) {
-  const TemporaryFolder folder;
-  const std::string path = folder.file("training");
-  std::ofstream file(path, std::ios::binary);
-  file << text;
-  file.close();
+  std::istringstream file(text);
   Gdata data;
-  if (!file || !data.load(path.c_str())) {
-    throw std::runtime_error(path + ": cannot be written and read");
-  }
+  data.load(file);
   return data;
 }

@@ -3,13 +3,15 @@
 
 #include <csignal>
 
+inline constexpr int kEndingSignals[] = {SIGHUP, SIGINT, SIGTERM};
+
 // While it lives, the signals that end a program wait, on this thread.
 class HoldSignals {
  public:
   HoldSignals() {
     sigset_t held;
     sigemptyset(&held);
-    for (const int signal : {SIGHUP, SIGINT, SIGTERM}) sigaddset(&held, signal);
+    for (const int signal : kEndingSignals) sigaddset(&held, signal);
     pthread_sigmask(SIG_BLOCK, &held, &before_);
   }
   ~HoldSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
