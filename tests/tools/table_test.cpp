@@ -35,7 +35,7 @@ TEST(Table, NamesWithCommasAndQuotesAreReadBackAsTheyWere) {
   const std::string path = directory.file("labels.csv");
   const std::vector<LabelledSpan> spans = {{"a,b.csv", 0, 1, 2},
                                            {"\"c\" \"\".csv", 1, 2, 0}};
-  write_labels(path, spans);
+  write_file(path, labels_text(spans));
   const std::vector<LabelledSpan> again = read_labels(path);
   ASSERT_EQ(again.size(), spans.size());
   for (size_t i = 0; i < spans.size(); ++i) EXPECT_EQ(again[i].file, spans[i].file);
