@@ -5,6 +5,7 @@
 #include <string>
 
 #include "arguments/values.h"
+#include "foreign_text.h"
 #include "output/output_files.h"
 #include "output/output_plan.h"
 #include "output/standard_output.h"
@@ -85,7 +86,7 @@ static Provenance description_of(const std::string& training, bool gravity) {
       p = provenance_from(json, path);
     } else {
       std::fprintf(stderr, "%s: describes another training file; it does not count\n",
-                   path.c_str());
+                   shown(path).c_str());
     }
   }
   p.inputs.push_back(
@@ -199,7 +200,7 @@ static void build(const Arguments& given) {
   separate_results(LibraryPrints::kNowhere);
   OutputFiles files;
   for (const Job& job : jobs) {
-    if (!job.slot.empty()) std::fprintf(stderr, "== %s\n", job.slot.c_str());
+    if (!job.slot.empty()) std::fprintf(stderr, "== %s\n", shown(job.slot).c_str());
     build_one(given, job, files);
   }
   files.commit();

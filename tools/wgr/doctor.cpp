@@ -10,6 +10,7 @@
 #include "arguments/values.h"
 #include "diagnosis/diagnosis.h"
 #include "host/session_arguments.h"
+#include "json_text.h"
 #include "recording/clock.h"
 #include "recording/recording.h"
 #include "subcommands.h"
@@ -74,7 +75,7 @@ static void print_json(const Diagnosis& diagnosis) {
                        {"what", finding.what},
                        {"remedy", finding.remedy},
                        {"call", finding.call}};
-    std::puts(line.dump().c_str());
+    std::puts(json_text(line).c_str());
   }
   const StreamFacts& facts = diagnosis.facts;
   Json bias;
@@ -95,7 +96,7 @@ static void print_json(const Diagnosis& diagnosis) {
                      {"longest_motion", facts.longest_motion},
                      {"turns", facts.turns},
                      {"turn_error", facts.turn_error}};
-  std::puts(line.dump().c_str());
+  std::puts(json_text(line).c_str());
 }
 
 static std::string percent(double share) { return fixed(100.0 * share, 0) + " %"; }

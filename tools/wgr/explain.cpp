@@ -4,11 +4,14 @@
 #include <memory>
 #include <string>
 
+#include "arguments/reading_limit.h"
 #include "arguments/values.h"
 #include "explanation/expected.h"
 #include "explanation/explanation.h"
 #include "explanation/output.h"
+#include "foreign_text.h"
 #include "host/session_arguments.h"
+#include "json_text.h"
 #include "output/output_files.h"
 #include "output/standard_output.h"
 #include "report/explain_page.h"
@@ -44,6 +47,7 @@ struct ExplainArguments : SessionArguments {
   std::string page;    // file; empty: none
   bool json = false;
   bool forgets_init = false;
+  ReadingLimit limit;
 };
 
 }  // namespace
@@ -55,6 +59,7 @@ static std::vector<std::string> words_of(const ExplainArguments& given) {
   if (!given.page.empty()) words.push_back("--out=" + given.page);
   if (given.json) words.push_back("--json");
   if (given.forgets_init) words.push_back("--no-init");
+  words.push_back(word_of(given.limit));
   return words;
 }
 
@@ -71,7 +76,7 @@ static void explain_recording(ExplainArguments& given) {
   if (!given.expect.empty()) {
     explanation.expected = read_expected(given.expect, given.recording);
   }
-  RecordingReader reader(given.recording);
+  RecordingReader reader(given.recording, &given.limit);
   given.session.rate = choose_rate(given, reader);
   separate_results(LibraryPrints::kToStandardError);
 
@@ -83,12 +88,12 @@ static void explain_recording(ExplainArguments& given) {
   }
   if (reader.absent_fields() > 0) {
     std::fprintf(stderr, "wgr: %s: the axes %s are empty and read as 0\n",
-                 given.recording.c_str(), reader.absent_axes().c_str());
+                 shown(given.recording).c_str(), reader.absent_axes().c_str());
   }
   find_expected(explanation);
 
   const std::string text =
-      given.json ? as_json(explanation).dump(1) + "\n" : as_text(explanation);
+      given.json ? json_text(as_json(explanation), 1) + "\n" : as_text(explanation);
   if (!given.page.empty()) write_output(given.page, explain_page(explanation));
   std::fputs(text.c_str(), results());
   if (malformed) std::rethrow_exception(malformed);
@@ -110,6 +115,7 @@ void add_explain(CLI::App& wgr) {
   command->add_flag("--json", given->json, "Print JSON instead of text");
   command->add_flag("--no-init", given->forgets_init,
                     "Be a host that forgets init_gesture_handle()");
+  add_max_size(*command, given->limit);
   command->footer(kFooter);
   command->callback([given] { explain_recording(*given); });
 }

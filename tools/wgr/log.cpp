@@ -10,6 +10,7 @@
 #include "arguments/values.h"
 #include "foreign_text.h"
 #include "host/fixed_paths.h"
+#include "json_text.h"
 #include "log/line_stream.h"
 #include "log/log_reading.h"
 #include "recording/clock.h"
@@ -90,9 +91,7 @@ static const char* state_of(const LogSession& session) {
   return "";
 }
 
-static void print_line(const Json& line) {
-  std::puts(line.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
-}
+static void print_line(const Json& line) { std::puts(json_text(line).c_str()); }
 
 static void print_session_json(const LogSession& session) {
   Json line = {{"type", "session"},
@@ -180,7 +179,7 @@ static void print_summary_text(const LogArguments& given, const LogTotals& total
   }
   std::printf("odd lines   %llu foreign, %llu torn\n", totals.foreign, totals.torn);
   for (const OddLine& odd : totals.odd_lines) {
-    std::printf("  %s:%zu: %s: \"%s\"\n", odd.file.c_str(), odd.line,
+    std::printf("  %s:%zu: %s: \"%s\"\n", shown(odd.file).c_str(), odd.line,
                 odd.torn ? "torn" : "foreign", odd.text.c_str());
   }
   if (totals.foreign + totals.torn > totals.odd_lines.size()) std::puts("  ...");

@@ -7,12 +7,13 @@
 #include <vector>
 
 #include "arguments/command_line.h"
+#include "foreign_text.h"
 #include "output/standard_output.h"
 #include "recording/recording.h"
 #include "subcommands.h"
 
 static int complain(const std::exception& error, int status) {
-  std::fprintf(stderr, "wgr: %s\n", error.what());
+  std::fprintf(stderr, "wgr: %s\n", shown(error.what()).c_str());
   return status;
 }
 

@@ -11,6 +11,7 @@
 #include "arguments/values.h"
 #include "classifier/Gmodel.h"
 #include "classifier/model_check.h"
+#include "foreign_text.h"
 #include "subcommands.h"
 #include "table.h"
 
@@ -101,9 +102,9 @@ static void check(const std::vector<std::string>& paths) {
       throw UsageError(path + ": there is no such file");
     const std::vector<ModelFinding> findings = check_model_file(path).findings;
     for (const ModelFinding& finding : findings) {
-      std::printf("%s\n", line_about(path, finding).c_str());
+      std::printf("%s\n", shown(line_about(path, finding)).c_str());
     }
-    if (findings.empty()) std::printf("%s: nothing is wrong\n", path.c_str());
+    if (findings.empty()) std::printf("%s: nothing is wrong\n", shown(path).c_str());
     good = good && findings.empty();
   }
   std::fflush(stdout);
@@ -135,7 +136,7 @@ static void diff(const std::string& first, const std::string& second) {
   bool differ = false;
   const auto say = [&differ](const std::string& text) {
     differ = true;
-    std::printf("%s\n", text.c_str());
+    std::printf("%s\n", shown(text).c_str());
   };
   if (a.normalize != b.normalize) say("one scales traces, the other does not");
   if (a.havegravity != b.havegravity) say("one has gravity, the other does not");

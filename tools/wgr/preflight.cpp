@@ -7,7 +7,9 @@
 
 #include "WgrPreflight.h"
 #include "arguments/values.h"
+#include "foreign_text.h"
 #include "host/fixed_paths.h"
+#include "json_text.h"
 #include "subcommands.h"
 
 static constexpr char kFooter[] =
@@ -45,14 +47,13 @@ static const char* weight_name(int weight) {
 }
 
 static void print_text(int weight, const char* text, void*) {
-  std::printf("%-5s  %s\n", weight_name(weight), text);
+  std::printf("%-5s  %s\n", weight_name(weight), shown(text).c_str());
 }
 
 static void print_json(int weight, const char* text, void*) {
   const nlohmann::ordered_json line = {
       {"type", "finding"}, {"weight", weight_name(weight)}, {"text", text}};
-  // A path may be anything; what is no UTF-8 is shown as a replacement.
-  std::puts(line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+  std::puts(json_text(line).c_str());
 }
 
 static void preflight(const PreflightArguments& given) {
@@ -69,7 +70,7 @@ static void preflight(const PreflightArguments& given) {
   if (given.json) {
     const nlohmann::ordered_json line = {{"type", "summary"},
                                          {"weight", weight_name(heaviest)}};
-    std::puts(line.dump().c_str());
+    std::puts(json_text(line).c_str());
   } else if (heaviest == WG_PREFLIGHT_CLEAN) {
     std::puts(
         "clean  six models, the log and the working directory are as they should be");

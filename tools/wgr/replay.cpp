@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "arguments/values.h"
+#include "foreign_text.h"
 #include "host/fixed_paths.h"
 #include "host/private_log.h"
 #include "host/report.h"
@@ -123,7 +124,7 @@ static void replay(ReplayArguments& given) {
         if (told_of_absent || reader.absent_fields() == 0) return;
         told_of_absent = true;
         std::fprintf(stderr, "wgr: %s: the axes %s are empty and read as 0\n",
-                     given.recording.c_str(), reader.absent_axes().c_str());
+                     shown(given.recording).c_str(), reader.absent_axes().c_str());
       });
     } catch (const RecordingError&) {
       malformed = std::current_exception();

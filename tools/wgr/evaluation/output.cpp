@@ -62,7 +62,7 @@ static std::string confusion_text(const Evaluation& result,
   for (const std::string& column : columns) text += padded(column);
   text += padded("recall") + padded("precision") + "\n";
   for (const auto& [label, row] : result.confusion) {
-    std::string head = std::to_string(label) + name_of(label, provenance);
+    std::string head = std::to_string(label) + shown(name_of(label, provenance));
     head.resize(std::max<size_t>(head.size(), 20), ' ');
     text += head;
     for (const std::string& column : columns) {
@@ -114,8 +114,8 @@ std::string text_of(const Evaluation& result, const Provenance& provenance) {
   if (result.folds.size() > 1) {
     text += "\n";
     for (const Fold& fold : result.folds) {
-      text += "left out " + fold.left_out + ": " + std::to_string(fold.right) + " of " +
-              std::to_string(fold.takes) + " takes right; " +
+      text += "left out " + shown(fold.left_out) + ": " + std::to_string(fold.right) +
+              " of " + std::to_string(fold.takes) + " takes right; " +
               std::to_string(fold.templates) + " templates from " +
               std::to_string(fold.samples) + " samples\n";
     }

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "explanation/words.h"
+#include "foreign_text.h"
 #include "host/fixed_paths.h"
 #include "table.h"
 
@@ -37,7 +38,7 @@ static size_t templates_in(const Gmodel& model) { return model.templates.size();
 
 static std::string header(const Explanation& e) {
   const Settings& s = e.settings;
-  std::string text = e.recording + ": " + std::to_string(e.samples.size()) +
+  std::string text = shown(e.recording) + ": " + std::to_string(e.samples.size()) +
                      " samples at " + std::to_string(s.rate) + " samples/s\n";
   text += "shortest motion " + std::to_string(s.min_motion_len) +
           " samples, rest window " + std::to_string(s.static_window) +

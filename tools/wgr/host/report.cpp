@@ -3,6 +3,8 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 
+#include "json_text.h"
+
 using Json = nlohmann::ordered_json;
 
 static constexpr const char* kWearerNames[] = {"left", "right", "undecided"};
@@ -95,7 +97,7 @@ void TextReport::summary(const Totals& totals) {
 }
 
 static void write_line(const Json& object, std::FILE* out) {
-  std::fprintf(out, "%s\n", object.dump().c_str());
+  std::fprintf(out, "%s\n", json_text(object).c_str());
   std::fflush(out);
 }
 

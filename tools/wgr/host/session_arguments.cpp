@@ -5,6 +5,7 @@
 
 #include "arguments/values.h"
 #include "errors.h"
+#include "foreign_text.h"
 #include "host/fixed_paths.h"
 #include "host/private_log.h"
 #include "recording/clock.h"
@@ -114,10 +115,10 @@ int choose_rate(const SessionArguments& given, RecordingReader& reader) {
     std::fprintf(stderr,
                  "wgr: %s: the time stamps give no rate: taking %d samples/s; --rate HZ "
                  "says otherwise\n",
-                 given.recording.c_str(), kAssumedRate);
+                 shown(given.recording).c_str(), kAssumedRate);
     return kAssumedRate;
   }
   std::fprintf(stderr, "wgr: %s: %d samples/s by the time stamps\n",
-               given.recording.c_str(), *rate);
+               shown(given.recording).c_str(), *rate);
   return *rate;
 }

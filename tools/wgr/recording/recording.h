@@ -33,8 +33,8 @@ class RecordingError : public std::runtime_error {
 // How much may be read of the recordings that a command keeps in memory, so that a small
 // gzip file of a huge recording does not take all of it. Counted over all its readers.
 struct ReadingLimit {
-  unsigned long long most;      // bytes, unpacked
-  unsigned long long read = 0;  // so far
+  unsigned long long most = 1'000'000'000;  // bytes, unpacked
+  unsigned long long read = 0;              // so far
 };
 
 // Reads a recording sample by sample, so that a live stream is seen as it comes. Its

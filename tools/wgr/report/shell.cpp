@@ -5,6 +5,7 @@
 #include <new>
 #include <stdexcept>
 
+#include "json_text.h"
 #include "report/parts.h"
 
 using Json = nlohmann::ordered_json;
@@ -40,7 +41,7 @@ static std::string base64(const std::string& bytes) {
 }
 
 size_t packed_size(const Json& data) {
-  return deflated(data.dump(), Z_BEST_SPEED).size() * 4 / 3;
+  return deflated(json_text(data), Z_BEST_SPEED).size() * 4 / 3;
 }
 
 // Puts `value` where the page has @@name@@.
@@ -65,7 +66,7 @@ std::string page_of(const PageParts& parts, const Json& data) {
   fill(page, "title", parts.title);
   fill(page, "styles", in_elements("style", kCommonCss, parts.styles));
   fill(page, "body", parts.body);
-  fill(page, "data", base64(deflated(data.dump(), Z_DEFAULT_COMPRESSION)));
+  fill(page, "data", base64(deflated(json_text(data), Z_DEFAULT_COMPRESSION)));
   fill(page, "scripts", in_elements("script", kCommonScript, parts.scripts));
   return page;
 }

@@ -1,5 +1,6 @@
 #include "training/cut_arguments.h"
 
+#include "arguments/reading_limit.h"
 #include "arguments/values.h"
 
 void add_cut_arguments(CLI::App& command, CutArguments& given) {
@@ -23,6 +24,7 @@ void add_cut_arguments(CLI::App& command, CutArguments& given) {
                    "Take marked spans whole, not the motions between\nrests in them");
   command.add_flag("--no-gravity", given.no_gravity,
                    "The recordings have no gravity in them");
+  add_max_size(command, given.options.limit);
   command.add_flag(
       "--no-attitude", given.no_attitude,
       "Which way is down does not count; gravity is one\nmore point of the motion");

@@ -15,7 +15,8 @@ struct CutArguments {
   bool no_attitude = false;
 };
 
-// Adds --background, --rate, --shortest, --spans, --no-gravity and --no-attitude.
+// Adds --background, --rate, --shortest, --spans, --no-gravity, --no-attitude
+// and --max-size.
 void add_cut_arguments(CLI::App& command, CutArguments& given);
 
 // All that cut_given() reads.

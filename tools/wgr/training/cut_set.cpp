@@ -6,6 +6,7 @@
 #include <numeric>
 
 #include "errors.h"
+#include "foreign_text.h"
 #include "sha256.h"
 #include "table.h"
 #include "training/resample.h"
@@ -52,10 +53,11 @@ static int rate_of(const CutRecording& recording) {
   return *found;
 }
 
-static CutRecording read_entry(const SetEntry& entry, Provenance& provenance) {
+static CutRecording read_entry(const SetEntry& entry, Provenance& provenance,
+                               ReadingLimit& limit) {
   CutRecording recording;
   recording.entry = entry;
-  recording.samples = read_recording(entry.path);
+  recording.samples = read_recording(entry.path, &limit);
   if (recording.samples.empty()) throw UsageError(entry.path + ":1: holds no sample");
   provenance.inputs.push_back({entry.file, sha256_of_file(entry.path)});
   return recording;
@@ -119,7 +121,7 @@ static std::string text_of(const ClockNotes& notes, int rate) {
             counted(notes.repeats, "repeated time") + "\n";
   }
   if (notes.index_differs > 0) {
-    text += notes.first_that_differs + "; the time stamps count";
+    text += shown(notes.first_that_differs) + "; the time stamps count";
     if (notes.index_differs > 1) {
       text += " (so do " + std::to_string(notes.index_differs - 1) + " more)";
     }
@@ -241,10 +243,11 @@ CutSet cut_set(const std::vector<SetEntry>& set, const std::vector<SetEntry>& ba
   number_labels(set, cut.provenance.classes);
 
   ClockNotes notes;
+  ReadingLimit limit = options.limit;
   std::vector<int> rates;
   for (const std::vector<SetEntry>* entries : {&set, &background}) {
     for (const SetEntry& entry : *entries) {
-      cut.recordings.push_back(read_entry(entry, cut.provenance));
+      cut.recordings.push_back(read_entry(entry, cut.provenance, limit));
       const int found = rate_of(cut.recordings.back());
       if (found < 1) {
         throw UsageError(entry.path +
@@ -360,7 +363,8 @@ std::string summary_of(const CutSet& set) {
   for (const auto& [label, count] : labels) {
     const std::string number = std::to_string(label);
     std::string name = label == kBackground ? "background" : "class " + number;
-    if (label != kBackground && words[label] != number) name += ", " + words[label];
+    if (label != kBackground && words[label] != number)
+      name += ", " + shown(words[label]);
     text += line(count, "samples of " + name);
   }
   std::string of = std::to_string(missed);

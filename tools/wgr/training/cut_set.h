@@ -18,6 +18,7 @@ struct CutOptions {
   bool gravity = true;       // whether the data has gravity in it
   bool attitude = true;      // whether gravity's direction is to count
   bool whole_spans = false;  // marked spans are takes as they are marked
+  ReadingLimit limit;        // of all recordings together
 };
 
 // One recording at the set's rate.

@@ -5,6 +5,7 @@
 #include <new>
 #include <sstream>
 
+#include "foreign_text.h"
 #include "table.h"
 
 static constexpr double kRuleOfThree = 3.0;
@@ -64,11 +65,12 @@ std::string report_text(const BuildReport& report, const BuildOptions& options,
             " % of each class's samples\n";
   }
   for (const ClassReport& c : report.classes) {
-    text += "class " + std::to_string(c.label) + name_of(c.label, provenance) + ": " +
-            std::to_string(c.samples) + " samples, " + std::to_string(c.templates) +
-            " templates (" + c.chosen_by + "), threshold " + fixed(c.threshold, 4) +
-            ": " + std::to_string(c.right) + " right, " + std::to_string(c.confused) +
-            " confused, " + std::to_string(c.refused) + " refused\n";
+    text += "class " + std::to_string(c.label) + shown(name_of(c.label, provenance)) +
+            ": " + std::to_string(c.samples) + " samples, " +
+            std::to_string(c.templates) + " templates (" + c.chosen_by + "), threshold " +
+            fixed(c.threshold, 4) + ": " + std::to_string(c.right) + " right, " +
+            std::to_string(c.confused) + " confused, " + std::to_string(c.refused) +
+            " refused\n";
   }
   if (report.background == 0) {
     text +=

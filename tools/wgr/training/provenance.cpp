@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "errors.h"
+#include "json_text.h"
 
 using Json = nlohmann::ordered_json;
 
@@ -62,9 +63,7 @@ Provenance provenance_from(const Json& json, const std::string& path) {
   return p;
 }
 
-std::string as_text(const Json& json) {
-  return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
-}
+std::string as_text(const Json& json) { return json_text(json, 2) + "\n"; }
 
 Json read_json(const std::string& path) {
   std::ifstream file(path, std::ios::binary);

@@ -1,0 +1,19 @@
+#include "arguments/reading_limit.h"
+
+#include "arguments/values.h"
+
+static constexpr char kOption[] = "--max-size";
+static constexpr unsigned long long kMega = 1'000'000;
+
+void add_max_size(CLI::App& command, ReadingLimit& limit) {
+  command
+      .add_option_function<unsigned>(
+          kOption, [&limit](unsigned megabytes) { limit.most = megabytes * kMega; },
+          "Most that is read of recordings, MB unpacked, for\nthey are kept in memory")
+      ->transform(within(whole_from(1, 1'000'000)))
+      ->option_text("MB (1000)");
+}
+
+std::string word_of(const ReadingLimit& limit) {
+  return std::string(kOption) + "=" + std::to_string(limit.most / kMega);
+}

@@ -1,0 +1,14 @@
+// The option that says how much a subcommand may read of recordings that it keeps in
+// memory.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+#include "recording/recording.h"
+
+// Adds --max-size.
+void add_max_size(CLI::App& command, ReadingLimit& limit);
+
+// The word of the command line that stands for the limit.
+std::string word_of(const ReadingLimit& limit);
