@@ -11,6 +11,7 @@
 #include "diagnosis/diagnosis.h"
 #include "host/session_arguments.h"
 #include "json_text.h"
+#include "output/output_plan.h"
 #include "recording/clock.h"
 #include "recording/recording.h"
 #include "subcommands.h"
@@ -144,6 +145,10 @@ static void examine(DoctorArguments& given) {
   std::optional<double> seconds = given.seconds;
   if (!seconds && given.recording == kStandardInput) seconds = kLiveSeconds;
 
+  OutputPlan plan;
+  plan.reads("RECORDING", given.recording);
+  plan.prints_results();
+  plan.check();
   RecordingReader reader(given.recording);
   StreamDiagnosis stream(given.options);
   std::optional<double> first;

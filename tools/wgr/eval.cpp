@@ -135,7 +135,7 @@ static void eval(const Arguments& given) {
   const Evaluation result = evaluate(set, given.options);
   const std::string text = given.json ? as_text(to_json(result, set.provenance))
                                       : text_of(result, set.provenance);
-  std::fputs(text.c_str(), results());
+  write_results(text);
 
   if (!given.page.empty()) {
     ModelAccount account = account_of_evaluation(set, result);

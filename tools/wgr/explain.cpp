@@ -95,7 +95,7 @@ static void explain_recording(ExplainArguments& given) {
   const std::string text =
       given.json ? json_text(as_json(explanation), 1) + "\n" : as_text(explanation);
   if (!given.page.empty()) write_output(given.page, explain_page(explanation));
-  std::fputs(text.c_str(), results());
+  write_results(text);
   if (malformed) std::rethrow_exception(malformed);
 }
 

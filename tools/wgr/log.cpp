@@ -13,6 +13,8 @@
 #include "json_text.h"
 #include "log/line_stream.h"
 #include "log/log_reading.h"
+#include "output/output_plan.h"
+#include "output/standard_output.h"
 #include "recording/clock.h"
 #include "subcommands.h"
 #include "table.h"
@@ -243,11 +245,17 @@ static void read_file(const std::string& path, LogReading& reading,
 }
 
 static void read_log(const LogArguments& given) {
+  OutputPlan plan;
+  for (const std::string& file : given.files) plan.reads("FILE", file);
+  plan.prints_results();
+  plan.check();
+
   LogReading reading(given.rate);
   Count sessions = 0;
   const auto print_closed = [&] {
     const std::optional<LogSession> closed = reading.take_closed();
     if (!closed) return;
+    require_results();  // a long log is not read for nobody
     ++sessions;
     if (given.json) {
       print_session_json(*closed);

@@ -26,7 +26,7 @@ static int run(int argc, char** argv) {
   } catch (const CLI::Success& asked) {
     std::ostringstream help;
     wgr.exit(asked, help);
-    std::fputs(help.str().c_str(), results());
+    write_results(help.str());
     return kExitOk;
   } catch (const EndWithStatus& end) {
     return end.status;

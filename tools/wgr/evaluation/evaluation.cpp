@@ -3,13 +3,16 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <fstream>
 #include <functional>
+#include <sstream>
 
 #include "classifier/HGR.h"
 #include "errors.h"
 #include "explanation/motion_account.h"
 #include "host/fixed_paths.h"
 #include "host/session.h"
+#include "output/output_files.h"
 #include "progress.h"
 #include "training/model_output.h"
 #include "training/training_file.h"
@@ -348,11 +351,11 @@ Evaluation evaluate(const CutSet& set, const EvaluationOptions& options) {
   const std::string place = model_file(kInstalledModels, kDefaultWearer, kDefaultMode);
   std::optional<Workshop> workshop;
   if (options.leave_out == LeaveOut::kNothing) {
-    std::error_code failed;
-    std::filesystem::create_directories(std::filesystem::path(place).parent_path(),
-                                        failed);
-    std::filesystem::copy_file(options.model, place, failed);
-    if (failed) throw UsageError(options.model + ": " + failed.message());
+    std::ifstream model(options.model, std::ios::binary);
+    if (!model) throw UsageError(options.model + ": cannot be read");
+    std::ostringstream bytes;
+    bytes << model.rdbuf();
+    write_output(place, bytes.str());
   } else {
     workshop.emplace(
         parse_training_text(training_text(kept_motions(set), set.provenance.gravity)),

@@ -13,6 +13,7 @@ static constexpr char kNowhere[] = "/dev/null";
 static constexpr char kAlwaysThere[] = "/";
 
 static std::FILE* separated = nullptr;
+static int loss = 0;  // errno, where it is known
 static bool loss_is_said = false;
 
 // Opens the lowest free descriptor, for what fails with every use, or for a place where
@@ -35,13 +36,19 @@ void prepare_descriptors() {
 
 std::FILE* results() { return separated != nullptr ? separated : stdout; }
 
+void write_results(std::string_view text) {
+  if (std::fwrite(text.data(), 1, text.size(), results()) != text.size()) loss = errno;
+}
+
 int results_descriptor() { return fileno(results()); }
 
 void separate_results(LibraryPrints prints) {
   if (separated != nullptr) return;
   std::fflush(stdout);
   const int kept = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-  std::FILE* const stream = kept < 0 ? nullptr : fdopen(kept, "w");
+  // A stream to read from refuses results too, which is what a closed descriptor needs.
+  const bool writable = kept >= 0 && (fcntl(kept, F_GETFL) & O_ACCMODE) != O_RDONLY;
+  std::FILE* const stream = kept < 0 ? nullptr : fdopen(kept, writable ? "w" : "r");
   if (stream == nullptr) throw OutputError("standard output", errno);
   const int nowhere =
       prints == LibraryPrints::kNowhere ? open(kNowhere, O_WRONLY | O_CLOEXEC) : -1;
@@ -61,10 +68,7 @@ void join_results() {
 
 [[noreturn]] static void complain() {
   loss_is_said = true;
-  // A second try tells the reason, which the stream does not keep.
-  errno = 0;
-  std::fflush(results());
-  throw OutputError("standard output", errno);
+  throw OutputError("standard output", loss);
 }
 
 void require_results() {
@@ -72,7 +76,9 @@ void require_results() {
 }
 
 void finish_results() {
-  const bool lost = std::fflush(results()) != 0 || std::ferror(results()) != 0;
+  const bool flushed = std::fflush(results()) == 0;
+  if (!flushed) loss = errno;
+  const bool lost = !flushed || std::ferror(results()) != 0;
   if (lost && !loss_is_said) complain();
   if (lost || separated == nullptr) return;
   std::FILE* const stream = separated;

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdio>
+#include <string_view>
 
 enum class LibraryPrints { kToStandardError, kNowhere };
 
@@ -14,8 +15,9 @@ enum class LibraryPrints { kToStandardError, kNowhere };
 // file at the limit of its size are errors of the call instead of signals.
 void prepare_descriptors();
 
-// The stream of the results.
+// The stream of the results, and a whole text for it.
 std::FILE* results();
+void write_results(std::string_view text);
 
 // From now on only results() leads to standard output; what else is printed there goes
 // where `prints` says. Calls after the first have no effect.

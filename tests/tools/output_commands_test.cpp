@@ -1,0 +1,277 @@
+// What the subcommands do to files: nothing that is read or that belongs to somebody else
+// is lost, and nothing is lost with status 0.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <map>
+
+#include "support/devices.h"
+#include "support/files.h"
+#include "tools/run_wgr.h"
+
+using ::testing::HasSubstr;
+
+namespace fs = std::filesystem;
+
+static const std::string kModels = std::string(WGR_ROOT) + "/models";
+static const std::string kModel = kModels + "/olvo_model_5_fb/hgr_olvo.xml";
+
+// One set, one recording and one training file for all tests; each works on a copy.
+class Commands : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    shared_ = new TempDirectory;
+    const std::string set = shared_->file("set");
+    for (const std::string& made :
+         {run_wgr("synth --training " + set + " --persons 2 --gestures 2 --distractors 4")
+              .err,
+          run_wgr("cut " + set + " -o " + shared_->file("g.txt")).err,
+          run_wgr("synth --gestures 1 --distractors 0 -o " + shared_->file("walk.csv"))
+              .err}) {
+      ASSERT_THAT(made, ::testing::Not(HasSubstr("wgr:")));
+    }
+  }
+  static void TearDownTestSuite() { delete shared_; }
+
+  void SetUp() override {
+    fs::copy(shared_->path(), directory_.path(), fs::copy_options::recursive);
+  }
+
+  // "@" stands for the test's folder.
+  std::string placed(const std::string& text) const {
+    std::string made;
+    for (const char c : text) made += c == '@' ? directory_.path() : std::string(1, c);
+    return made;
+  }
+  Outcome run(const std::string& arguments, const std::string& before = "") const {
+    return run_wgr(placed(arguments), "/dev/null", before);
+  }
+  std::string file(const std::string& name) const { return directory_.file(name); }
+
+  // Every file's bytes, by name.
+  std::map<std::string, std::string> contents() const {
+    std::map<std::string, std::string> all;
+    for (const auto& entry : fs::recursive_directory_iterator(directory_.path())) {
+      all[entry.path()] = entry.is_regular_file() ? read_file(entry.path()) : "";
+    }
+    return all;
+  }
+
+  static TempDirectory* shared_;
+  TempDirectory directory_;
+};
+
+TempDirectory* Commands::shared_ = nullptr;
+
+// Each with everything that it can write, at "@/x", "@/y" and "@/z".
+static const char* const kWriters[] = {
+    "explain --models MODELS @/walk.csv -o @/x",
+    "replay --models MODELS @/walk.csv --log @/x",
+    "cut @/set -o @/x",
+    "build @/g.txt -o @/x --report @/y",
+    "eval @/set --model MODEL --report @/x",
+    "synth --gestures 1 --distractors 0 -o @/x --labels @/y --plan @/z",
+};
+
+static std::string with_models(std::string command) {
+  const size_t models = command.find("MODELS");
+  if (models != std::string::npos) return command.replace(models, 6, kModels);
+  const size_t model = command.find("MODEL");
+  return model == std::string::npos ? command : command.replace(model, 5, kModel);
+}
+
+TEST_F(Commands, WriteIntoDevicesAndLeaveThemDevices) {
+  for (const char* writer : kWriters) {
+    for (const char* name : {"x", "y", "z"}) {
+      fs::remove(file(name));
+      make_device(file(name), kNullDevice);
+    }
+    const auto before = contents();
+    const Outcome outcome = run(with_models(writer));
+    EXPECT_EQ(outcome.status, 0) << writer << outcome.err;
+    for (const char* name : {"x", "y", "z"}) {
+      EXPECT_TRUE(fs::is_character_file(file(name))) << writer << " " << name;
+    }
+    EXPECT_EQ(contents(), before) << writer;
+  }
+}
+
+TEST_F(Commands, WriteThroughLinksAndKeepTheMode) {
+  for (const char* writer : kWriters) {
+    fs::create_directories(file("elsewhere"));
+    for (const std::string name : {"x", "y", "z"}) {
+      fs::remove(file(name));
+      write_file(file("elsewhere/" + name), "before");
+      chmod(file("elsewhere/" + name).c_str(), 0604);
+      fs::create_symlink("elsewhere/" + name, file(name));
+    }
+    const Outcome outcome = run(with_models(writer));
+    EXPECT_EQ(outcome.status, 0) << writer << outcome.err;
+    for (const std::string name : {"x", "y", "z"}) {
+      if (std::string(writer).find("@/" + name) == std::string::npos) continue;
+      struct stat about = {};
+      stat(file(name).c_str(), &about);
+      EXPECT_EQ(about.st_mode & 07777, 0604u) << writer;
+      EXPECT_TRUE(fs::is_symlink(file(name))) << writer;
+      EXPECT_NE(read_file(file("elsewhere/" + name)), "before") << writer;
+    }
+  }
+}
+
+TEST_F(Commands, RefuseToOverwriteWhatTheyRead) {
+  ASSERT_EQ(run("build @/g.txt -o @/g.xml").status, 0);
+  write_file(file("slots.csv"), "slot,input\none,g.txt\none,g.txt\n");
+  const struct {
+    const char* command;
+    const char* message;
+  } cases[] = {
+      {"replay --models MODELS --log @/walk.csv @/walk.csv", "--log"},
+      {"explain --models MODELS @/walk.csv -o @/walk.csv", "-o"},
+      {"explain --models MODELS --expect @/set/labels.csv @/walk.csv "
+       "-o @/set/labels.csv",
+       "--expect"},
+      {"explain --models MODELS @/walk.csv -o -", "standard output"},
+      {"explain --models MODELS @/walk.csv -o /home/app/page.html", "would be lost"},
+      {"cut @/set -o @/set/labels.csv", "FOLDER"},
+      {"cut @/set -o @/set/p001_free.csv", "FOLDER"},
+      {"cut @/set --background @/walk.csv -o @/walk.csv", "--background"},
+      {"build @/g.txt -o @/g.txt", "INPUT"},
+      {"build @/g.txt -o @/g.training.json", "the description of INPUT"},
+      {"build @/g.txt -o @/m.xml --report @/m.xml", "--report"},
+      {"build @/g.txt -o @/m.xml --report @/m.model.json", "the manifest"},
+      {"build @/g.txt -o @/m.xml --report @/g.txt", "--report"},
+      {"build --slots @/slots.csv -o @/models", "both go to"},
+      {"eval @/set --model @/g.xml --report @/g.xml", "--model"},
+      {"eval @/set --model @/g.xml --report @/g.model.json", "the manifest of --model"},
+      {"eval @/set --model @/g.xml --report @/set/index.csv", "FOLDER"},
+      {"synth -o @/y --labels @/y", "--labels"},
+      {"synth -o - --labels -", "--labels"},
+      {"synth --script @/s.csv -o @/s.csv", "--script"},
+      {"synth --training @/set --labels @/y", "--training"},
+  };
+  write_file(file("s.csv"), "t_start,t_end,what\n0,5,rest\n");
+  const auto before = contents();
+  for (const auto& c : cases) {
+    const Outcome outcome = run(with_models(c.command));
+    EXPECT_EQ(outcome.status, 2) << c.command << outcome.err;
+    EXPECT_THAT(outcome.err, HasSubstr(c.message)) << c.command;
+    EXPECT_EQ(contents(), before) << c.command;
+  }
+}
+
+TEST_F(Commands, GiveSideFilesNamesThatNeverMeet) {
+  const std::string description = read_file(file("g.training.json"));
+  for (int time = 0; time < 2; ++time) {
+    ASSERT_EQ(run("build @/g.txt -o @/g.xml").status, 0) << time;
+    EXPECT_EQ(read_file(file("g.training.json")), description);
+    EXPECT_TRUE(fs::exists(file("g.model.json")));
+    EXPECT_TRUE(fs::exists(file("g.report.txt")));
+  }
+  EXPECT_EQ(run("cut @/set -o @/x.json").status, 0);
+  EXPECT_EQ(read_file(file("x.json")), read_file(file("g.txt")));
+  EXPECT_EQ(run("build @/x.json -o @/m.json").status, 0);
+  EXPECT_EQ(read_file(file("m.json")), read_file(file("g.xml")));
+}
+
+TEST_F(Commands, AModelAloneLeavesNoManifestOfAnother) {
+  ASSERT_EQ(run("build @/g.txt -o @/g.xml").status, 0);
+  ASSERT_EQ(run("build @/g.txt -o @/g.xml --templates 1 --model-only").status, 0);
+  EXPECT_FALSE(fs::exists(file("g.model.json")));
+  EXPECT_FALSE(fs::exists(file("g.report.txt")));
+}
+
+// Every size is too large for one of the files; ulimit counts blocks of 512 bytes.
+TEST_F(Commands, WriteAllOrNothingAtALimitOnSizes) {
+  for (const char* name : {"x", "y", "z"}) write_file(file(name), "before");
+  const auto before = contents();
+  for (const char* writer : kWriters) {
+    const std::string command = with_models(writer);
+    for (const int blocks : {0, 1, 8}) {
+      const Outcome outcome = run(command, "ulimit -f " + std::to_string(blocks) + ";");
+      if (outcome.status == 0) continue;  // all of it was small enough
+      EXPECT_EQ(outcome.status, 1) << command << outcome.err;
+      EXPECT_EQ(contents(), before) << command;
+    }
+  }
+}
+
+TEST_F(Commands, WriteNothingWhenOneOfSeveralFails) {
+  ASSERT_EQ(run("build @/g.txt -o @/g.xml").status, 0);
+  make_device(file("full"), kFullDevice);
+  const auto before = contents();
+  for (const char* writer :
+       {"build @/g.txt -o @/g.xml --templates 1 --report @/full",
+        "synth --gestures 1 --distractors 0 -o @/new.csv --labels @/full",
+        "synth --gestures 1 --distractors 0 -o @/full --labels @/new.csv"}) {
+    const Outcome outcome = run(writer);
+    EXPECT_EQ(outcome.status, 1) << outcome.err;
+    EXPECT_THAT(outcome.err, HasSubstr("/full: cannot be written in full"));
+    EXPECT_EQ(contents(), before) << writer;
+  }
+}
+
+TEST_F(Commands, EndWithStatusOneWhenTheirResultsAreLost) {
+  ASSERT_EQ(run("replay --models " + kModels + " --log @/log @/walk.csv").status, 0);
+  for (const std::string command :
+       {"doctor @/walk.csv", "doctor --json @/walk.csv", "log @/log", "log --json @/log",
+        "preflight", "preflight --models MODELS", "model show MODEL", "model check MODEL",
+        "model diff MODEL MODEL", "selfcheck", "cut @/set -o -", "build @/g.txt -o -",
+        "synth --gestures 1 --distractors 0 -o -", "replay --models MODELS @/walk.csv",
+        "explain --models MODELS @/walk.csv", "eval @/set --model MODEL", "--help",
+        "--version", "build --help"}) {
+    for (const char* lost : {" >/dev/full", " >&-"}) {
+      const Outcome outcome = run(with_models(with_models(command)) + lost);
+      EXPECT_EQ(outcome.status, 1) << command << lost << outcome.err;
+      EXPECT_THAT(outcome.err, HasSubstr("standard output: cannot be written"))
+          << command;
+    }
+  }
+}
+
+TEST_F(Commands, WriteTheirFilesThoughNobodyReadsTheResults) {
+  const std::string command = placed(std::string(WGR_PROGRAM) + " explain --models " +
+                                     kModels + " @/walk.csv -o @/page");
+  const Outcome outcome = run_command("{ sleep 0.2; " + command + "; echo $? >" +
+                                      file("status") + "; } | true");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(read_file(file("status")), "1\n");
+  EXPECT_THAT(outcome.err, HasSubstr("Broken pipe"));
+  EXPECT_THAT(read_file(file("page")), HasSubstr("</html>"));
+}
+
+TEST_F(Commands, TakeADashForStandardOutput) {
+  EXPECT_EQ(run("cut @/set -o -").out, read_file(file("g.txt")));
+  ASSERT_EQ(run("build @/g.txt -o @/g.xml").status, 0);
+  EXPECT_EQ(run("build @/g.txt -o -").out, read_file(file("g.xml")));
+  EXPECT_EQ(run("build @/g.txt -o /dev/stdout").out, read_file(file("g.xml")));
+  EXPECT_THAT(run("build @/g.txt -o @/g.xml --report -").out, HasSubstr("</html>"));
+  ASSERT_EQ(run("synth -o @/s.csv --labels @/s.labels").status, 0);
+  EXPECT_EQ(run("synth -o - --labels @/t").out, read_file(file("s.csv")));
+  EXPECT_THAT(run("synth -o @/s.csv --labels -").out, HasSubstr("s.csv,"));
+}
+
+TEST_F(Commands, MakeMissingFoldersForEveryOutput) {
+  for (const std::string writer : kWriters) {
+    std::string deep = with_models(writer);
+    for (const char* name : {"@/x", "@/y", "@/z"}) {
+      const size_t at = deep.find(name);
+      if (at != std::string::npos) deep.replace(at, 2, "@/new/folder/");
+    }
+    const Outcome outcome = run(deep);
+    EXPECT_EQ(outcome.status, 0) << deep << outcome.err;
+    EXPECT_TRUE(fs::exists(file("new/folder/x"))) << deep;
+    fs::remove_all(file("new"));
+  }
+}
+
+// The library leaves the working directory while it loads a model, and does not find back
+// where its path is long.
+TEST_F(Commands, WriteRelativeToAnyWorkingDirectory) {
+  const std::string deep = file(std::string(200, 'd') + "/" + std::string(200, 'e'));
+  fs::create_directories(deep);
+  const Outcome outcome =
+      run("explain --models " + kModels + " @/walk.csv -o page", "cd '" + deep + "';");
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_TRUE(fs::exists(deep + "/page"));
+}

@@ -1,0 +1,465 @@
+// How everything that the tool makes gets onto the disk: targets, temporary files,
+// several files together, and what is compared beforehand.
+#include "output/output_files.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <set>
+
+#include "errors.h"
+#include "output/output_plan.h"
+#include "output/standard_output.h"
+#include "output/temporary_file.h"
+#include "support/child.h"
+#include "support/devices.h"
+#include "support/files.h"
+
+using ::testing::HasSubstr;
+using ::testing::ThrowsMessage;
+
+namespace fs = std::filesystem;
+
+static std::set<std::string> names_in(const std::string& folder) {
+  std::set<std::string> names;
+  for (const auto& entry : fs::directory_iterator(folder)) {
+    names.insert(entry.path().filename());
+  }
+  return names;
+}
+
+static struct stat about(const std::string& path) {
+  struct stat found = {};
+  EXPECT_EQ(lstat(path.c_str(), &found), 0) << path;
+  return found;
+}
+
+class Output : public ::testing::Test {
+ protected:
+  std::string file(const std::string& name) const { return directory_.file(name); }
+  std::set<std::string> names() const { return names_in(directory_.path()); }
+
+  TempDirectory directory_;
+};
+
+using OutputFilesTest = Output;
+using TemporaryFiles = Output;
+using Plan = Output;
+
+// As on file systems that know no files without names. The first of all tests: the
+// handlers are installed once.
+TEST_F(TemporaryFiles, WithNamesAreGoneAfterEverySignal) {
+  for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
+    const int outcome = in_child([&] {
+      std::signal(signal, SIG_DFL);
+      const TemporaryFile first(directory_.path(), "a", TemporaryFile::Name::kHidden);
+      const TemporaryFile second(directory_.path(), "b", TemporaryFile::Name::kHidden);
+      if (names().size() != 2) return 1;
+      raise(signal);
+      return 2;
+    });
+    EXPECT_EQ(outcome, -signal);
+    EXPECT_TRUE(names().empty());
+  }
+  const int ended = in_child([&]() -> int {
+    const TemporaryFile file(directory_.path(), "a", TemporaryFile::Name::kHidden);
+    std::exit(3);
+  });
+  EXPECT_EQ(ended, 3);
+  EXPECT_TRUE(names().empty());
+}
+
+TEST_F(OutputFilesTest, AreNotThereBeforeTheyAreCommitted) {
+  write_file(file("old"), "before");
+  {
+    OutputFiles files;
+    files.write(file("old"), "after");
+    files.write(file("new"), std::string(200000, 'x'));
+    EXPECT_EQ(read_file(file("old")), "before");
+    EXPECT_EQ(names(), std::set<std::string>{"old"});
+  }
+  EXPECT_EQ(read_file(file("old")), "before") << "without commit() nothing is written";
+
+  OutputFiles files;
+  files.write(file("old"), "after");
+  files.write(file("new"), std::string(200000, 'x'));
+  files.commit();
+  EXPECT_EQ(read_file(file("old")), "after");
+  EXPECT_EQ(read_file(file("new")), std::string(200000, 'x'));
+  EXPECT_EQ(names(), (std::set<std::string>{"new", "old"}));
+}
+
+TEST_F(OutputFilesTest, KeepModeAndOwnerOfWhatWasThere) {
+  const mode_t umask_before = umask(027);
+  write_output(file("new"), "");
+  umask(umask_before);
+  EXPECT_EQ(about(file("new")).st_mode & 07777, 0640u) << "0666 without the umask";
+
+  write_file(file("old"), "before");
+  chmod(file("old").c_str(), 0604);
+  const bool root = chown(file("old").c_str(), 1234, 4321) == 0;
+  write_output(file("old"), "after");
+  EXPECT_EQ(read_file(file("old")), "after");
+  EXPECT_EQ(about(file("old")).st_mode & 07777, 0604u);
+  if (root) {
+    EXPECT_EQ(about(file("old")).st_uid, 1234u);
+    EXPECT_EQ(about(file("old")).st_gid, 4321u);
+  }
+}
+
+TEST_F(OutputFilesTest, FollowLinksAndLeaveThemLinks) {
+  fs::create_directory(file("folder"));
+  write_file(file("folder/target"), "before");
+  fs::create_symlink("folder/target", file("one"));
+  fs::create_symlink(file("one"), file("two"));
+  fs::create_symlink("folder/missing", file("dangling"));
+  write_output(file("two"), "after");
+  write_output(file("dangling"), "made");
+  EXPECT_EQ(read_file(file("folder/target")), "after");
+  EXPECT_EQ(read_file(file("folder/missing")), "made");
+  for (const char* link : {"one", "two", "dangling"}) {
+    EXPECT_TRUE(fs::is_symlink(file(link))) << link;
+  }
+  EXPECT_EQ(names_in(file("folder")), (std::set<std::string>{"missing", "target"}));
+}
+
+TEST_F(OutputFilesTest, GoStraightIntoDevicesAndPipes) {
+  make_device(file("null"), kNullDevice);
+  make_device(file("full"), kFullDevice);
+  write_output(file("null"), "gone");
+  EXPECT_THAT([&] { write_output(file("full"), "lost"); },
+              ThrowsMessage<OutputError>(
+                  file("full") + ": cannot be written in full: No space left on device"));
+  EXPECT_TRUE(fs::is_character_file(file("null")));
+  EXPECT_TRUE(fs::is_character_file(file("full")));
+
+  ASSERT_EQ(mkfifo(file("fifo").c_str(), 0600), 0);
+  const int reader = open(file("fifo").c_str(), O_RDONLY | O_NONBLOCK);
+  write_output(file("fifo"), "through");
+  char read_back[16] = {};
+  EXPECT_EQ(read(reader, read_back, sizeof read_back), 7);
+  EXPECT_STREQ(read_back, "through");
+  close(reader);
+  EXPECT_TRUE(S_ISFIFO(about(file("fifo")).st_mode));
+  EXPECT_EQ(names(), (std::set<std::string>{"fifo", "full", "null"}));
+}
+
+// A file that a shell opened behind a descriptor gets what is written at its own place.
+TEST_F(OutputFilesTest, GoIntoDescriptorsByTheirNames) {
+  const int fd = open(file("log").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+  ASSERT_EQ(write(fd, "first ", 6), 6);
+  write_output("/dev/fd/" + std::to_string(fd), "second");
+  EXPECT_EQ(read_file(file("log")), "first second");
+  close(fd);
+  EXPECT_THROW(write_output("/proc/self/fd/" + std::to_string(fd), "x"), UsageError);
+}
+
+TEST_F(OutputFilesTest, MakeMissingFoldersAndTakeThemAwayWhenTheyFail) {
+  write_output(file("a/b/c"), "deep");
+  EXPECT_EQ(read_file(file("a/b/c")), "deep");
+  write_output(file("d/../e/f"), "beside");
+  EXPECT_EQ(read_file(file("e/f")), "beside");
+  EXPECT_FALSE(fs::exists(file("d")));
+
+  OutputFiles files;
+  files.write(file("g/h/i"), "made first");
+  files.write(file("old"), "in the way");
+  fs::create_directory(file("old"));
+  EXPECT_THROW(files.commit(), OutputError);
+  EXPECT_FALSE(fs::exists(file("g")));
+}
+
+// The last one fails when the others are in their places already.
+TEST_F(OutputFilesTest, AreAllThereOrNone) {
+  for (const char* old : {"replaced", "removed"}) write_file(file(old), old);
+  OutputFiles files;
+  files.write(file("new"), "new");
+  files.write(file("replaced"), "after");
+  files.remove(file("removed"));
+  files.write(file("last"), "never");
+  fs::create_directory(file("last"));
+  EXPECT_THAT([&] { files.commit(); },
+              ThrowsMessage<OutputError>(HasSubstr("last: cannot be written in full")));
+  for (const char* old : {"replaced", "removed"}) EXPECT_EQ(read_file(file(old)), old);
+  EXPECT_FALSE(fs::exists(file("new")));
+}
+
+TEST_F(OutputFilesTest, TakeAwayWhatIsToGo) {
+  write_file(file("old"), "");
+  OutputFiles files;
+  files.write(file("new"), "");
+  files.remove(file("old"));
+  files.remove(file("never there"));
+  files.commit();
+  EXPECT_EQ(names(), std::set<std::string>{"new"});
+}
+
+TEST_F(OutputFilesTest, FailWhereFilesAreLimitedInSize) {
+  write_file(file("old"), "before");
+  const int status = in_child([&] {
+    prepare_descriptors();
+    const rlimit limit = {1000, 1000};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    try {
+      write_output(file("old"), std::string(1001, 'x'));
+    } catch (const OutputError&) {
+      return 7;
+    }
+    return 0;
+  });
+  EXPECT_EQ(status, 7) << "an error of the call, not a signal";
+  EXPECT_EQ(read_file(file("old")), "before");
+  EXPECT_EQ(names(), std::set<std::string>{"old"});
+}
+
+TEST_F(OutputFilesTest, RefuseWhatCannotBeWritten) {
+  const auto refusal = [](const std::string& path) -> std::string {
+    try {
+      write_output(path, "x");
+    } catch (const UsageError& error) {
+      return error.what();
+    }
+    return "";
+  };
+  write_file(file("plain"), "");
+  fs::create_symlink("loop", file("loop"));
+  fs::create_symlink("nowhere", file("gone"));
+  EXPECT_THAT(refusal(directory_.path()), HasSubstr("it is a folder"));
+  EXPECT_THAT(refusal(file("new") + "/"), HasSubstr("it names a folder"));
+  EXPECT_THAT(refusal(file("plain/x")), HasSubstr("Not a directory"));
+  EXPECT_THAT(refusal(file("loop")), HasSubstr("Too many levels of symbolic links"));
+  EXPECT_THAT(refusal(file("gone/x")), HasSubstr("gone leads nowhere"));
+  EXPECT_THAT(refusal(file(std::string(300, 'x'))), HasSubstr("File name too long"));
+  EXPECT_THAT(refusal(""), HasSubstr("empty name"));
+  EXPECT_EQ(names(), (std::set<std::string>{"gone", "loop", "plain"}));
+
+  const int status = in_child([&] {
+    fs::create_directory(file("closed"));
+    write_file(file("closed/file"), "");
+    chmod(file("closed").c_str(), 0555);
+    chmod(file("plain").c_str(), 0444);
+    if (!drop_capabilities()) return kChildCannot;
+    if (refusal(file("plain")).find("Permission denied") == std::string::npos) return 1;
+    if (refusal(file("closed/new")).find("nothing can be made") == std::string::npos)
+      return 2;
+    if (refusal(file("closed/file")).find("nothing can be made") == std::string::npos)
+      return 3;
+    return 0;
+  });
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(TemporaryFiles, HaveNoNameWhereThatIsPossible) {
+  const TemporaryFile file(directory_.path(), "a");
+  EXPECT_TRUE(names().empty());
+}
+
+TEST_F(TemporaryFiles, GetTheirPlacesWithOrWithoutANameBefore) {
+  for (const auto name :
+       {TemporaryFile::Name::kNoneIfPossible, TemporaryFile::Name::kHidden}) {
+    write_file(file("old"), "before");
+    {
+      TemporaryFile temporary(directory_.path(), "new", name);
+      ASSERT_EQ(write(temporary.descriptor(), "after", 5), 5);
+      EXPECT_FALSE(temporary.become(file("old"))) << "something is there";
+      EXPECT_EQ(read_file(file("old")), "before");
+      EXPECT_TRUE(temporary.replace(file("old")));
+      EXPECT_EQ(read_file(file("old")), "after");
+      EXPECT_TRUE(temporary.restore(file("old")));
+      EXPECT_EQ(read_file(file("old")), "before");
+      EXPECT_TRUE(temporary.become(file("new")));
+      EXPECT_EQ(read_file(file("new")), "after");
+    }
+    EXPECT_EQ(names(), (std::set<std::string>{"new", "old"}));
+    fs::remove(file("new"));
+  }
+}
+
+// A link with the temporary file's name, planted by somebody else, must not be followed.
+TEST_F(TemporaryFiles, HaveNamesThatNobodyCanGuess) {
+  std::set<std::string> names;
+  for (int i = 0; i < 100; ++i) names.insert(hidden_name("folder"));
+  EXPECT_EQ(names.size(), 100u);
+  EXPECT_EQ(names.begin()->size(), std::string("folder/.wgr-").size() + 24);
+}
+
+static bool is_text(const fs::path& path) { return path.extension() == ".txt"; }
+
+static std::string collision(const OutputPlan& plan) {
+  try {
+    plan.check();
+  } catch (const UsageError& error) {
+    return error.what();
+  }
+  return "";
+}
+
+TEST_F(Plan, NoInputIsOverwrittenUnderAnyName) {
+  write_file(file("in"), "");
+  fs::create_hard_link(file("in"), file("hard"));
+  fs::create_symlink("in", file("soft"));
+  fs::create_directory(file("folder"));
+  for (const char* name : {"in", "hard", "soft", "folder/../in"}) {
+    OutputPlan plan;
+    plan.reads("RECORDING", file("in"));
+    plan.writes("-o", file(name));
+    EXPECT_THAT(collision(plan), HasSubstr("-o " + file(name) +
+                                           ": would overwrite RECORDING " + file("in")));
+  }
+  OutputPlan plan;
+  plan.reads("RECORDING", file("in"));
+  plan.reads("--expect", "");
+  plan.reads("--expect", file("missing"));
+  plan.writes("-o", file("other"));
+  plan.writes("--report", "");
+  EXPECT_EQ(collision(plan), "");
+}
+
+TEST_F(Plan, NoTwoOutputsAreOneFile) {
+  write_file(file("there"), "");
+  fs::create_symlink("there", file("link"));
+  fs::create_symlink("missing", file("dangling"));
+  const std::pair<const char*, const char*> same[] = {{"there", "link"},
+                                                      {"new", "new"},
+                                                      {"new", "a/../new"},
+                                                      {"missing", "dangling"},
+                                                      {"a/b/new", "a/b/./new"}};
+  for (const auto& [first, second] : same) {
+    OutputPlan plan;
+    plan.writes("-o", file(first));
+    plan.writes("--labels", file(second));
+    EXPECT_THAT(collision(plan), HasSubstr("-o and --labels would both go to")) << first;
+  }
+  OutputPlan below;
+  below.writes("-o", file("new"));
+  below.writes("--labels", file("new/labels"));
+  EXPECT_THAT(collision(below), HasSubstr("cannot lie below -o"));
+
+  OutputPlan apart;
+  apart.writes("-o", file("new"));
+  apart.writes("--labels", file("newer"));
+  apart.writes("--plan", file("a/new"));
+  EXPECT_EQ(collision(apart), "");
+}
+
+TEST_F(Plan, StandardOutputTakesOneThing) {
+  OutputPlan plan;
+  plan.writes("-o", "-");
+  EXPECT_EQ(collision(plan), "");
+  plan.prints_results();
+  EXPECT_EQ(collision(plan),
+            "-o and the results would both go to standard output: name a file of its own "
+            "for each");
+  OutputPlan nowhere;
+  nowhere.writes("-o", "/dev/null");
+  nowhere.writes("--report", "/dev/null");
+  EXPECT_EQ(collision(nowhere), "") << "a device serves many";
+}
+
+TEST_F(Plan, StandardOutputIsAFileLikeOthers) {
+  write_file(file("out"), "");
+  const int status = in_child([&] {
+    dup2(open(file("out").c_str(), O_WRONLY), STDOUT_FILENO);
+    OutputPlan input;
+    input.reads("RECORDING", file("out"));
+    input.prints_results();
+    if (collision(input).find("would overwrite RECORDING") == std::string::npos) return 1;
+    OutputPlan output;
+    output.prints_results();
+    output.writes("-o", file("out"));
+    return collision(output).find("would both go to") == std::string::npos ? 2 : 0;
+  });
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(Plan, NothingComesIntoAFolderThatIsRead) {
+  fs::create_directories(file("set/deep"));
+  write_file(file("set/deep/a.txt"), "");
+  fs::create_symlink("set", file("alias"));
+  fs::create_hard_link(file("set/deep/a.txt"), file("outside"));
+  for (const char* name : {"set/deep/a.txt", "set/new.txt", "alias/new.txt",
+                           "set/deep/missing/new.txt", "outside"}) {
+    OutputPlan plan;
+    plan.reads_folder("FOLDER", file("set"), is_text);
+    plan.writes("-o", file(name));
+    EXPECT_THAT(collision(plan), HasSubstr("FOLDER")) << name;
+  }
+  OutputPlan plan;
+  plan.reads_folder("FOLDER", file("set"), is_text);
+  plan.writes("-o", file("set/model.xml"));
+  plan.writes("--report", file("settle.txt"));
+  EXPECT_EQ(collision(plan), "");
+}
+
+TEST_F(Plan, NothingIsWrittenWhereItIsLost) {
+  OutputPlan plan;
+  plan.loses(directory_.path());
+  plan.writes("--log", file("log"));
+  EXPECT_THAT(collision(plan), HasSubstr("--log " + file("log") + ": would be lost"));
+}
+
+// Closed descriptors must not become those of files, and results for them are lost.
+TEST(StandardOutput, ThatIsClosedIsAnError) {
+  const int status = in_child([] {
+    for (int fd = 0; fd <= 2; ++fd) close(fd);
+    prepare_descriptors();
+    if (open("/dev/null", O_RDONLY) < 3) return 1;
+    separate_results(LibraryPrints::kToStandardError);
+    std::fputs("result", results());
+    try {
+      finish_results();
+    } catch (const OutputError&) {
+      return 0;
+    }
+    return 2;
+  });
+  EXPECT_EQ(status, 0);
+}
+
+TEST(StandardOutput, TellsOfEveryLossOnce) {
+  for (const bool separated : {false, true}) {
+    const int status = in_child([&] {
+      prepare_descriptors();
+      dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO);
+      if (separated) separate_results(LibraryPrints::kNowhere);
+      require_results();
+      write_results(std::string(100000, 'x'));
+      int losses = 0;
+      for (int i = 0; i < 2; ++i) {
+        try {
+          i == 0 ? require_results() : finish_results();
+        } catch (const OutputError& error) {
+          losses += error.what() == std::string(
+                                        "standard output: cannot be written in full: "
+                                        "No space left on device");
+        }
+      }
+      return losses;
+    });
+    EXPECT_EQ(status, 1);
+  }
+}
+
+TEST(StandardOutput, KeepsResultsApartFromWhatTheLibraryPrints) {
+  TempDirectory directory;
+  const std::string out = directory.file("out");
+  const std::string err = directory.file("err");
+  const int status = in_child([&] {
+    dup2(open(out.c_str(), O_WRONLY | O_CREAT, 0600), STDOUT_FILENO);
+    dup2(open(err.c_str(), O_WRONLY | O_CREAT, 0600), STDERR_FILENO);
+    separate_results(LibraryPrints::kToStandardError);
+    std::printf("library\n");
+    std::fputs("result\n", results());
+    write_output("-", "bytes\n");
+    write_output("/dev/stdout", "more\n");
+    finish_results();
+    return 0;
+  });
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(read_file(out), "result\nbytes\nmore\n");
+  EXPECT_EQ(read_file(err), "library\n");
+}
