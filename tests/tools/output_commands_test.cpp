@@ -251,6 +251,26 @@ TEST_F(Commands, TakeADashForStandardOutput) {
   EXPECT_THAT(run("synth -o @/s.csv --labels -").out, HasSubstr("s.csv,"));
 }
 
+TEST_F(Commands, NeedNoTemporaryFolder) {
+  for (const std::string command :
+       {"cut @/set -o @/x", "build @/g.txt -o @/x", "build @/set -o @/x",
+        "eval @/set --model MODEL", "explain --models MODELS @/walk.csv"}) {
+    const Outcome outcome = run(with_models(command), "TMPDIR=/dev/null; export TMPDIR;");
+    EXPECT_EQ(outcome.status, 0) << command << outcome.err;
+  }
+}
+
+// The log has been opened, and samples of a stream that goes on have been taken in.
+TEST_F(Commands, LeaveNothingWhenTheyAreKilled) {
+  const auto before = contents();
+  const Outcome outcome =
+      run_command(placed("{ head -n 200 @/walk.csv; sleep 0.8; } | timeout -s KILL 0.5 " +
+                         std::string(WGR_PROGRAM) + " replay --rate 50 --models " +
+                         kModels + " --log @/kept -"));
+  EXPECT_NE(outcome.status, 0);
+  EXPECT_EQ(contents(), before) << outcome.err;
+}
+
 TEST_F(Commands, MakeMissingFoldersForEveryOutput) {
   for (const std::string writer : kWriters) {
     std::string deep = with_models(writer);

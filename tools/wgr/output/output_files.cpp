@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <stdio.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -171,7 +172,15 @@ class OutputFiles::RemovedPart : public OutputFiles::Part {
   std::string aside_;  // its name until it goes; empty: not moved
 };
 
-OutputFiles::OutputFiles() = default;
+// Each file holds a descriptor until all are there; a set of recordings has many.
+static void allow_many_descriptors() {
+  rlimit limit = {};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+  limit.rlim_cur = limit.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+OutputFiles::OutputFiles() { allow_many_descriptors(); }
 OutputFiles::~OutputFiles() = default;
 
 OutputFile& OutputFiles::open(const std::string& path) {

@@ -35,29 +35,30 @@ void OutputPlan::reads_folder(const std::string& name, const std::string& folder
   }
 }
 
+// The path with all links followed, of a file or what will be one.
+static std::string real_path(const Target& target) {
+  std::error_code ignored;
+  return fs::canonical(target.folder, ignored) / target.rest;
+}
+
 void OutputPlan::writes(const std::string& name, const std::string& path) {
   if (path.empty()) return;
   try {
-    outputs_.push_back({name, find_target(path)});
+    const Target target = find_target(path);
+    outputs_.push_back({name, target, real_path(target)});
   } catch (const UsageError& error) {
     throw UsageError(name + " " + error.what());
   }
 }
 
 void OutputPlan::prints_results() {
-  outputs_.push_back({"the results", find_target(kStandardOutput)});
+  outputs_.push_back({"the results", find_target(kStandardOutput), ""});
 }
 
 void OutputPlan::loses(const std::string& folder) {
   std::error_code missing;
   const fs::path path = fs::canonical(folder, missing);
   lost_.push_back(missing ? folder : path.string());
-}
-
-// The path with all links followed, of a file or what will be one.
-static std::string real_path(const Target& target) {
-  std::error_code ignored;
-  return fs::canonical(target.folder, ignored) / target.rest;
 }
 
 static bool is_below(const std::string& path, const std::string& folder) {
@@ -74,7 +75,7 @@ void OutputPlan::check_inputs(const Output& output) const {
 }
 
 void OutputPlan::check_folders(const Output& output) const {
-  const std::string path = real_path(output.target);
+  const std::string& path = output.path;
   for (const Folder& folder : folders_) {
     if (!is_below(path, folder.path) || !folder.counts(path)) continue;
     throw UsageError(output.name + " " + output.target.given +
@@ -106,9 +107,8 @@ void OutputPlan::check() const {
   // A file that is also to be a folder for another.
   for (const Output& output : outputs_) {
     if (output.target.kind != Target::Kind::kNew) continue;
-    const std::string path = real_path(output.target);
     for (const Output& other : outputs_) {
-      if (!other.target.is_file() || !is_below(real_path(other.target), path)) continue;
+      if (!other.target.is_file() || !is_below(other.path, output.path)) continue;
       throw UsageError(other.name + " " + other.target.given + ": cannot lie below " +
                        output.name + " " + output.target.given + ", a file");
     }

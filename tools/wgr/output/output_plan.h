@@ -45,6 +45,7 @@ class OutputPlan {
   struct Output {
     std::string name;
     Target target;
+    std::string path;  // all links followed
   };
 
   void check_inputs(const Output& output) const;
