@@ -71,6 +71,18 @@ TEST_F(Explain, ModelsAndOptionsReachTheRun) {
   EXPECT_EQ(explained["motions"][0]["lost_at"], 0);
 }
 
+// JSON is printed piece by piece, and is the same as printed at once.
+TEST_F(Explain, JsonIsLaidOutAsAWhole) {
+  for (const std::string options : {"", "--no-init "}) {
+    const Outcome outcome = run_wgr("explain --json " + options + quoted_);
+    const auto whole = nlohmann::ordered_json::parse(outcome.out);
+    EXPECT_EQ(outcome.out, whole.dump(1) + "\n");
+  }
+  write_recording(recording_, {});
+  const Outcome empty = run_wgr("explain --json " + quoted_);
+  EXPECT_EQ(empty.out, nlohmann::ordered_json::parse(empty.out).dump(1) + "\n");
+}
+
 TEST_F(Explain, AHostThatForgetsToInitialiseCanBePlayed) {
   const Outcome outcome = run_wgr("explain --no-init " + quoted_);
   EXPECT_THAT(outcome.out, HasSubstr("wrong-mode"));

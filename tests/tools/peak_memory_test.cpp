@@ -109,3 +109,18 @@ TEST(PeakMemory, TheDoctorTakesNoMoreForAnyLength) {
     EXPECT_THAT(run.out, HasSubstr("(line " + std::to_string(odd + 2) + ")"));
   }
 }
+
+// A day may take 300 MB; of it these hours their share, beside what the program itself
+// takes.
+TEST(PeakMemory, AnExplanationTakesAShareOfADay) {
+  if (!measures_memory()) GTEST_SKIP() << "this build takes memory of its own";
+  constexpr double kHours = 1.5;
+  for (const std::string option : {"", "--json "}) {
+    const Measured run =
+        run_measured("explain --rate 50 " + option + "--models " + WGR_ROOT + "/models -",
+                     [&](std::FILE* out) { write_hours(kHours, 50, out); });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_LT(run.kilobytes, 16000 + 300000.0 / 24.0 * kHours);
+    EXPECT_GT(run.out.size(), 100000u);
+  }
+}

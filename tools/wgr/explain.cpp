@@ -3,6 +3,7 @@
 #include <exception>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "arguments/reading_limit.h"
 #include "arguments/values.h"
@@ -11,7 +12,6 @@
 #include "explanation/output.h"
 #include "foreign_text.h"
 #include "host/session_arguments.h"
-#include "json_text.h"
 #include "output/output_files.h"
 #include "output/standard_output.h"
 #include "report/explain_page.h"
@@ -73,6 +73,7 @@ static void explain_recording(ExplainArguments& given) {
 
   Explanation explanation;
   explanation.recording = given.recording;
+  explanation.for_page = !given.page.empty();
   if (!given.expect.empty()) {
     explanation.expected = read_expected(given.expect, given.recording);
   }
@@ -92,10 +93,12 @@ static void explain_recording(ExplainArguments& given) {
   }
   find_expected(explanation);
 
-  const std::string text =
-      given.json ? json_text(as_json(explanation), 1) + "\n" : as_text(explanation);
   if (!given.page.empty()) write_output(given.page, explain_page(explanation));
-  write_results(text);
+  if (given.json) {
+    write_json_account(explanation, write_results);
+  } else {
+    write_text_account(explanation, write_results);
+  }
   if (malformed) std::rethrow_exception(malformed);
 }
 

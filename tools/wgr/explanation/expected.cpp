@@ -75,8 +75,8 @@ static bool has_class(const Gmodel& model, int label) {
 // No motion was there at all: why the wrist counted as resting.
 static void explain_rest(const Explanation& e, Expected& x) {
   RestStretch seen;
-  for (size_t i = 0; i < e.samples.size(); ++i) {
-    if (e.samples[i].t < x.begin || e.samples[i].t > x.end) continue;
+  for (size_t i = 0; i < e.times.size(); ++i) {
+    if (e.times[i] < x.begin || e.times[i] > x.end) continue;
     ++seen.count;
     ++seen.judged[static_cast<size_t>(e.judgements[i])];
   }

@@ -1,5 +1,6 @@
 #include "explanation/explanation.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <stdexcept>
@@ -25,7 +26,8 @@ class Watcher {
   void finish();
 
  private:
-  size_t newest() const { return e_.samples.size() - 1; }
+  size_t newest() const { return e_.times.size() - 1; }
+  void forget();
   Judgement judge(RestStretch& figures) const;
   void note_rest(Judgement judgement, const RestStretch& figures);
   void close_motion(const Step& step);
@@ -35,7 +37,8 @@ class Watcher {
 
   AgGes& engine_;
   Explanation& e_;
-  Samples acc_;    // of the whole recording
+  // The newest samples: of the motion being collected, and of the window at least.
+  Samples acc_;
   Samples rates_;  // with the bias off
   size_t collecting_before_ = 0;
   size_t preroll_ = 0;
@@ -46,14 +49,14 @@ class Watcher {
 }  // namespace
 
 void Watcher::disagree(const std::string& what) const {
-  throw std::logic_error(e_.recording + ": at " + fixed(e_.samples.back().t, 3) +
+  throw std::logic_error(e_.recording + ": at " + fixed(e_.times.back(), 3) +
                          " s the explanation's " + what +
                          " is not the library's; please report this recording");
 }
 
 // The newest sample, from its window; why a sensor did not say rest goes to `figures`.
 Judgement Watcher::judge(RestStretch& figures) const {
-  const size_t since = acc_.size() - afresh_;
+  const size_t since = e_.times.size() - afresh_;
   const size_t held = std::min(since, static_cast<size_t>(engine_.history_len));
   const size_t window = static_cast<size_t>(engine_.static_window);
   if (engine_.static_window < 0 || held < window) return Judgement::kWindowNotFull;
@@ -82,9 +85,11 @@ void Watcher::note_rest(Judgement judgement, const RestStretch& figures) {
   if (!goes_on) {
     e_.rests.emplace_back();
     e_.rests.back().first = newest();
+    e_.rests.back().begin = e_.times.back();
   }
   RestStretch& rest = e_.rests.back();
   ++rest.count;
+  rest.end = e_.times.back();
   ++rest.judged[static_cast<size_t>(judgement)];
   rest.gravity_outside += figures.gravity_outside;
   rest.acc_scattered += figures.acc_scattered;
@@ -98,12 +103,17 @@ void Watcher::note_rest(Judgement judgement, const RestStretch& figures) {
 }
 
 void Watcher::after(const Step& step) {
-  e_.samples.push_back(step.sample);
+  e_.times.push_back(step.sample.t);
+  if (e_.for_page) {
+    e_.acc.push_back(step.sample.acc);
+    e_.gyro.push_back(step.sample.gyro);
+  }
   acc_.push_back(step.sample.acc);
   rates_.push_back(step.sample.gyro - engine_.gyro_bias);
   if (step.event != nullptr) e_.events.push_back(*step.event);
   if (engine_.work_mode == kAccOnly) {
     e_.judgements.push_back(Judgement::kWindowNotFull);
+    forget();
     return;
   }
 
@@ -117,17 +127,28 @@ void Watcher::after(const Step& step) {
   if (collecting_before_ == 0 && collecting > 0) preroll_ = collecting - 1;
   if (collecting_before_ > 0 && collecting == 0) close_motion(step);
   if (step.event != nullptr) {
-    afresh_ = e_.samples.size();
+    afresh_ = e_.times.size();
     report_ended_ = true;
+  }
+  forget();
+}
+
+// Drops samples that neither the motion being collected nor the next window needs.
+void Watcher::forget() {
+  const size_t window = static_cast<size_t>(std::max(engine_.static_window, 0));
+  const size_t needed = std::max(engine_.motion_acc.size(), window);
+  while (acc_.size() > needed) {
+    acc_.pop_front();
+    rates_.pop_front();
   }
 }
 
 void Watcher::place(MotionAccount& account) const {
   const size_t kept = std::max<size_t>(account.kept(), 1);
   account.preroll = preroll_;
-  account.begin = e_.samples[account.first].t;
-  account.end = e_.samples[account.first + kept - 1].t;
-  account.judged = e_.samples.back().t;
+  account.begin = e_.times[account.first];
+  account.end = e_.times[account.first + kept - 1];
+  account.judged = e_.times.back();
   // The first sample that a full window judged: what was before it nobody saw.
   const size_t first_judged = afresh_ + static_cast<size_t>(engine_.static_window) - 1;
   if (account.first + account.preroll == first_judged) {
@@ -138,7 +159,12 @@ void Watcher::place(MotionAccount& account) const {
 
 void Watcher::close_motion(const Step& step) {
   const size_t first = newest() - collecting_before_;
-  MotionAccount account = account_of(engine_, acc_, rates_, first, collecting_before_);
+  // The newest sample ended the motion and is none of it.
+  const std::ptrdiff_t end = static_cast<std::ptrdiff_t>(acc_.size()) - 1;
+  const std::ptrdiff_t begin = end - static_cast<std::ptrdiff_t>(collecting_before_);
+  MotionAccount account = account_of(
+      engine_, Samples(acc_.begin() + begin, acc_.begin() + end),
+      Samples(rates_.begin() + begin, rates_.begin() + end), first, collecting_before_);
   place(account);
   account.reported = report_of(account.engine_class);
   compare(account, step);
@@ -149,6 +175,7 @@ void Watcher::close_motion(const Step& step) {
     account.also.insert(account.also.begin(), account.cause);
     account.cause = Cause::kCutByReport;
   }
+  if (!e_.for_page) account.drop_traces(kTemplatesShown);
   e_.motions.push_back(std::move(account));
 }
 
@@ -171,19 +198,19 @@ void Watcher::compare(const MotionAccount& account, const Step& step) const {
 }
 
 void Watcher::finish() {
-  if (e_.samples.empty()) return;
+  if (e_.times.empty()) return;
   const size_t collecting = engine_.motion_acc.size();
   if (engine_.work_mode == kAccOnly) {
     MotionAccount account;
-    account.collected = e_.samples.size();
-    account.begin = e_.samples.front().t;
-    account.end = account.judged = e_.samples.back().t;
+    account.collected = e_.times.size();
+    account.begin = e_.times.front();
+    account.end = account.judged = e_.times.back();
     account.engine_class = engine_.gesture_class;
     account.cause = Cause::kWrongMode;
     e_.motions.push_back(std::move(account));
   } else if (collecting > 0) {
     MotionAccount account;
-    account.first = e_.samples.size() - collecting;
+    account.first = e_.times.size() - collecting;
     account.collected = collecting;
     account.engine_class = engine_.gesture_class;
     account.cause = Cause::kUnfinished;

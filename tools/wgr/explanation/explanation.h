@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstddef>
+#include <deque>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,10 +24,14 @@ enum class Judgement : unsigned char {
 };
 inline constexpr size_t kJudgements = 5;
 
+inline constexpr size_t kTemplatesShown = 5;  // of a motion, the best
+
 // Consecutive samples at rest.
 struct RestStretch {
   size_t first = 0;
   size_t count = 0;
+  double begin = 0.0;  // s, of its first sample
+  double end = 0.0;    // s, of its last
   std::array<size_t, kJudgements> judged = {};
   // Why the accelerometer did not say so where it did not, in samples:
   size_t gravity_outside = 0;  // its mean is outside the band of gravity
@@ -60,9 +65,12 @@ struct Settings {
 struct Explanation {
   std::string recording;
   Settings settings = {};
-  Gmodel model;  // that was in use
-  std::vector<RecordedSample> samples;
-  std::vector<Judgement> judgements;  // one for each sample
+  Gmodel model;                      // that was in use
+  bool for_page = false;             // set before: values and traces are kept to be drawn
+  std::deque<double> times;          // s, of each sample
+  std::deque<Point3Df> acc;          // m/s², likewise, for a page
+  std::deque<Point3Df> gyro;         // deg/s, with the bias in it, likewise
+  std::deque<Judgement> judgements;  // one for each sample
   std::vector<RestStretch> rests;
   std::vector<MotionAccount> motions;
   std::vector<GestureEvent> events;  // as the library reported them

@@ -112,6 +112,7 @@ static void score_all(HGR& hgr, MotionAccount& account) {
         {t, label, hgr.cal_simlarity(account.compared, trace, model.havegravity),
          threshold_of(model, label)});
   }
+  account.compared_templates = account.scores.size();
   std::sort(account.scores.begin(), account.scores.end(), ranks_before);
 }
 
@@ -182,9 +183,18 @@ static void measure_speed(const AgGes& engine, MotionAccount& account) {
   account.ends_fast = is_fast(motion.squared_speed.back(), threshold);
 }
 
-static Samples part(const Samples& samples, size_t first, size_t count) {
-  const auto begin = samples.begin() + static_cast<std::ptrdiff_t>(first);
-  return Samples(begin, begin + static_cast<std::ptrdiff_t>(count));
+static Samples beginning(const Samples& samples, size_t count) {
+  return Samples(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(count));
+}
+
+void MotionAccount::drop_traces(size_t most_scores) {
+  corrected = Points();
+  compared = Points();
+  path = TracedPath();
+  if (speed.size() > 2) speed = {speed.front(), speed.back()};
+  speed.shrink_to_fit();
+  if (scores.size() > most_scores) scores.resize(most_scores);
+  scores.shrink_to_fit();
 }
 
 MotionAccount account_of(AgGes& engine, const Samples& acc, const Samples& rates,
@@ -202,8 +212,8 @@ MotionAccount account_of(AgGes& engine, const Samples& acc, const Samples& rates
   }
   if (account.kept() == 0) return account;
 
-  const Samples motion_acc = part(acc, first, account.kept());
-  const Samples motion_rates = part(rates, first, account.kept());
+  const Samples motion_acc = beginning(acc, account.kept());
+  const Samples motion_rates = beginning(rates, account.kept());
   account.gravity =
       orient(motion_acc, motion_rates, engine.sample_rate, account.corrected);
   account.lost_at = find_loss(motion_rates, engine.sample_rate);

@@ -71,7 +71,7 @@ struct MotionAccount {
   bool zero_rate = false;         // whose rate is exactly zero
   Points corrected;               // in the mean frame, without gravity
   Point3Df gravity = {0, 0, 0};   // in the mean frame
-  std::vector<double> speed;      // m/s, one for each step of `corrected`
+  std::vector<double> speed;      // m/s, one for each step of the motion
   double fast_from = 0.0;         // m/s
   bool starts_fast = false;
   bool ends_fast = false;
@@ -80,6 +80,7 @@ struct MotionAccount {
   Points compared;                    // as it compares, gravity last
   double strength = 0.0;              // m/s²
   std::vector<TemplateScore> scores;  // best first
+  size_t compared_templates = 0;      // of which these are the scores
   TracedPath path;                    // of `compared` and the best template
 
   int engine_class = 0;         // as in AgGes
@@ -89,12 +90,17 @@ struct MotionAccount {
   Cause cause = Cause::kUnfinished;
   std::vector<Cause> also;  // what would have stopped it as well
 
+  // Drops what is only drawn: of scores the best `most_scores` stay, of traces nothing,
+  // of speeds the first and the last.
+  void drop_traces(size_t most_scores);
+
   size_t kept() const { return collected - trimmed; }
   size_t compared_points() const { return active.end - active.begin; }
 };
 
 // The motion of samples `first` to first + collected - 1, judged by the steps of
 // `engine`, whose parameters and classifier it uses.
+// `acc` and `rates` hold the collected samples alone.
 MotionAccount account_of(AgGes& engine, const Samples& acc, const Samples& rates,
                          size_t first, size_t collected);
 

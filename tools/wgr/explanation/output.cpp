@@ -6,6 +6,7 @@
 #include "explanation/words.h"
 #include "foreign_text.h"
 #include "host/fixed_paths.h"
+#include "json_text.h"
 #include "table.h"
 
 using Json = nlohmann::ordered_json;
@@ -38,7 +39,7 @@ static size_t templates_in(const Gmodel& model) { return model.templates.size();
 
 static std::string header(const Explanation& e) {
   const Settings& s = e.settings;
-  std::string text = shown(e.recording) + ": " + std::to_string(e.samples.size()) +
+  std::string text = shown(e.recording) + ": " + std::to_string(e.times.size()) +
                      " samples at " + std::to_string(s.rate) + " samples/s\n";
   text += "shortest motion " + std::to_string(s.min_motion_len) +
           " samples, rest window " + std::to_string(s.static_window) +
@@ -85,7 +86,7 @@ static void append_motion(std::string& text, size_t number, const MotionAccount&
   append_scores(text, m);
 }
 
-std::string as_text(const Explanation& e) {
+void write_text_account(const Explanation& e, const TextSink& sink) {
   std::string text = header(e);
   if (!e.expected.empty()) {
     const auto came =
@@ -102,18 +103,23 @@ std::string as_text(const Explanation& e) {
       append_wrapped(text, "    ", x.sentence);
     }
   }
+  const auto flush = [&] {
+    sink(text);
+    text.clear();
+  };
   for (size_t i = 0; i < e.motions.size(); ++i) {
     append_motion(text, i + 1, e.motions[i], e.settings);
+    flush();
   }
   if (e.motions.empty()) text += "\nno motion\n";
   if (!e.rests.empty()) text += "\nat rest\n";
   for (const RestStretch& rest : e.rests) {
     append_wrapped(
         text, "  ",
-        span_text(e.samples[rest.first].t, e.samples[rest.first + rest.count - 1].t) +
-            ": " + sentence_for(rest, e.settings));
+        span_text(rest.begin, rest.end) + ": " + sentence_for(rest, e.settings));
+    flush();
   }
-  return text;
+  flush();
 }
 
 static Json number(double value) { return std::isfinite(value) ? Json(value) : Json(); }
@@ -165,23 +171,22 @@ static Json motion_json(const MotionAccount& m, const Settings& settings) {
   return json;
 }
 
-Json as_json(const Explanation& e) {
+static Json rest_json(const RestStretch& r, const Settings& settings) {
+  const auto count = [&r](Judgement j) { return r.judged[static_cast<size_t>(j)]; };
+  return {{"begin", r.begin},
+          {"end", r.end},
+          {"sentence", sentence_for(r, settings)},
+          {"samples", r.count},
+          {"window_not_full", count(Judgement::kWindowNotFull)},
+          {"accelerometer_alone", count(Judgement::kAccRests)},
+          {"gyroscope_alone", count(Judgement::kGyroRests)},
+          {"both", count(Judgement::kBothRest)},
+          {"mean_gravity", number(r.mean_gravity)}};
+}
+
+// Everything but the motions and the rests, which may be many.
+static Json head_json(const Explanation& e) {
   const Settings& s = e.settings;
-  Json motions = Json::array();
-  for (const MotionAccount& m : e.motions) motions.push_back(motion_json(m, s));
-  Json rests = Json::array();
-  for (const RestStretch& r : e.rests) {
-    const auto count = [&r](Judgement j) { return r.judged[static_cast<size_t>(j)]; };
-    rests.push_back({{"begin", e.samples[r.first].t},
-                     {"end", e.samples[r.first + r.count - 1].t},
-                     {"sentence", sentence_for(r, s)},
-                     {"samples", r.count},
-                     {"window_not_full", count(Judgement::kWindowNotFull)},
-                     {"accelerometer_alone", count(Judgement::kAccRests)},
-                     {"gyroscope_alone", count(Judgement::kGyroRests)},
-                     {"both", count(Judgement::kBothRest)},
-                     {"mean_gravity", number(r.mean_gravity)}});
-  }
   Json expected = Json::array();
   for (const Expected& x : e.expected) {
     expected.push_back({{"begin", x.begin},
@@ -201,7 +206,7 @@ Json as_json(const Explanation& e) {
   }
   return {{"type", "explanation"},
           {"recording", e.recording},
-          {"samples", e.samples.size()},
+          {"samples", e.times.size()},
           {"settings",
            {{"rate", s.rate},
             {"shortest_motion", s.min_motion_len},
@@ -216,7 +221,43 @@ Json as_json(const Explanation& e) {
             {"templates", templates_in(e.model)},
             {"classes", e.model.class_labels}}},
           {"events", events},
-          {"expected", expected},
-          {"motions", motions},
-          {"rests", rests}};
+          {"expected", expected}};
+}
+
+Json as_json(const Explanation& e) {
+  Json json = head_json(e);
+  Json& motions = json["motions"] = Json::array();
+  for (const MotionAccount& m : e.motions) motions.push_back(motion_json(m, e.settings));
+  Json& rests = json["rests"] = Json::array();
+  for (const RestStretch& r : e.rests) rests.push_back(rest_json(r, e.settings));
+  return json;
+}
+
+// A member behind others: an array of what `item` makes of each of `items`.
+template <class Items, class ToJson>
+static void write_array(const char* name, const Items& items, ToJson item,
+                        const TextSink& sink) {
+  sink(std::string(",\n \"") + name + "\": [");
+  bool first = true;
+  for (const auto& one : items) {
+    std::string text = (first ? "\n" : ",\n") + json_text(item(one), 1);
+    for (size_t at = 0; (at = text.find('\n', at)) != std::string::npos; at += 3) {
+      text.insert(at + 1, "  ");
+    }
+    sink(text);
+    first = false;
+  }
+  sink(first ? "]" : "\n ]");
+}
+
+void write_json_account(const Explanation& e, const TextSink& sink) {
+  const std::string head = json_text(head_json(e), 1);
+  sink(std::string_view(head).substr(0, head.size() - std::string_view("\n}").size()));
+  write_array(
+      "motions", e.motions,
+      [&e](const MotionAccount& m) { return motion_json(m, e.settings); }, sink);
+  write_array(
+      "rests", e.rests, [&e](const RestStretch& r) { return rest_json(r, e.settings); },
+      sink);
+  sink("\n}\n");
 }

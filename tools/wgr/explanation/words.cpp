@@ -86,7 +86,7 @@ static std::string cause_text(Cause cause, const MotionAccount& m,
       return "The model has no templates: its file was missing, empty or malformed when "
              "it was loaded.";
     case Cause::kNoScore:
-      return "None of the " + std::to_string(m.scores.size()) +
+      return "None of the " + std::to_string(m.compared_templates) +
              " templates can be compared with it: every score is minus infinity or not a "
              "number, as with templates without points or with a gravity of length zero.";
     case Cause::kNeverReported:

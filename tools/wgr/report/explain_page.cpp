@@ -29,8 +29,7 @@ static constexpr size_t kPointsPerMotion = 400;  // at first; halved until it fi
 // When each sample is drawn: its stamp, or, should the clock ever step back, its place at
 // the nominal rate.
 static std::vector<double> times(const Explanation& e) {
-  std::vector<double> t;
-  for (const RecordedSample& sample : e.samples) t.push_back(sample.t);
+  std::vector<double> t(e.times.begin(), e.times.end());
   if (std::is_sorted(t.begin(), t.end())) return t;
   for (size_t i = 0; i < t.size(); ++i) {
     t[i] = t.front() + static_cast<double>(i) / e.settings.rate;
@@ -41,14 +40,12 @@ static std::vector<double> times(const Explanation& e) {
 using Axis = double Point3Df::*;
 static constexpr Axis kAxes[] = {&Point3Df::x, &Point3Df::y, &Point3Df::z};
 
-static Json channels(const Explanation& e, Point3Df RecordedSample::*sensor, double unit,
-                     size_t bucket) {
+static Json channels(const std::deque<Point3Df>& sensor, double unit, size_t bucket) {
   Json all = Json::array();
   for (const Axis axis : kAxes) {
     std::vector<double> values;
-    for (const RecordedSample& sample : e.samples) {
-      values.push_back((sample.*sensor).*axis);
-    }
+    values.reserve(sensor.size());
+    for (const Point3Df& p : sensor) values.push_back(p.*axis);
     all.push_back(series(extremes(values, bucket), unit));
   }
   return all;
@@ -59,8 +56,8 @@ static Json stream_json(const Explanation& e, const std::vector<double>& t) {
   for (size_t bucket = 1;; bucket = bucket == 1 ? 4 : 2 * bucket) {
     stream = {{"bucket", bucket},
               {"t", series(times_of_extremes(t, bucket), kTimeUnit)},
-              {"acc", channels(e, &RecordedSample::acc, kAccUnit, bucket)},
-              {"gyro", channels(e, &RecordedSample::gyro, kGyroUnit, bucket)}};
+              {"acc", channels(e.acc, kAccUnit, bucket)},
+              {"gyro", channels(e.gyro, kGyroUnit, bucket)}};
     if (packed_size(stream) <= kMostForStream) break;
   }
   Json bands = Json::array();
@@ -77,7 +74,7 @@ static Json stream_json(const Explanation& e, const std::vector<double>& t) {
   Json events = Json::array();
   size_t place = 0;
   for (const GestureEvent& event : e.events) {
-    while (place + 1 < e.samples.size() && e.samples[place].t != event.t) ++place;
+    while (place + 1 < e.times.size() && e.times[place] != event.t) ++place;
     events.push_back({{"t", t[place]}, {"class", event.gesture}});
   }
   stream["bands"] = bands;
