@@ -192,16 +192,16 @@ TEST_F(Log, ForeignAndTornLinesAreToldWithTheirNumbers) {
                            std::string(40, '\0') +
                            "\n"
                            "\n"
-                           "predict 336: nTemplate:25, nclasses:\n"
-                           "update_gesture 115: update_gest");
-  EXPECT_EQ(sum["samples"], 1);
+                           "predict 336: nTemplate:25, nclasses:\n" +
+                           samples(3) + "update_gesture 115: update_gest");
+  EXPECT_EQ(sum["samples"], 4);
   EXPECT_EQ(sum["foreign"], 2);
   EXPECT_EQ(sum["torn"], 6);
   const struct {
     int line;
     const char* kind;
   } odd[] = {{3, "foreign"}, {4, "torn"},    {5, "torn"}, {6, "torn"},
-             {7, "torn"},    {8, "foreign"}, {9, "torn"}, {10, "torn"}};
+             {7, "torn"},    {8, "foreign"}, {9, "torn"}, {16, "torn"}};
   ASSERT_EQ(sum["odd_lines"].size(), std::size(odd));
   for (size_t i = 0; i < std::size(odd); ++i) {
     EXPECT_EQ(sum["odd_lines"][i]["line"], odd[i].line);
@@ -215,6 +215,7 @@ TEST_F(Log, ForeignAndTornLinesAreToldWithTheirNumbers) {
 TEST_F(Log, OddLinesAreCountedWithoutEndButListedWithOne) {
   std::string text;
   for (int i = 0; i < 1000; ++i) text += "what is this\n";
+  text += samples(500);
   const json sum = summary(text);
   EXPECT_EQ(sum["foreign"], 1000);
   EXPECT_EQ(sum["odd_lines"].size(), 20u);

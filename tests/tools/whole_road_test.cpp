@@ -165,8 +165,9 @@ TEST_F(WholeRoad, RefusesWhatItCannotUseAndWritesNothing) {
       {"3 1 0 0 9.9\n1\n1\n", ":3: the file ends within this record"},
       {"3 1 0 0 9.9\n1\n1\n1\n3 1\n1\n1\n1\n", ":5: a gravity vector must be in all"},
       {"3 1 0 0 9.9\n1\n\xff\n1\n", ":3: \"\\xff\" is not a number"},
-      {"3 99999999999 0 0 9.9\n1\n1\n1\n", ":1: the number of points is not a whole"},
-      {"5 1 0 0 9.9\n1\n1\n1\n", "cannot be a gesture's"},
+      {"3 99999999999 0 0 9.9\n1\n1\n1\n",
+       ":1: the number of points: a whole number from 1 to 1000000"},
+      {"5 1 0 0 9.9\n1\n1\n1\n", ":1: the label 5 is a code of the interface"},
   };
   for (const auto& c : cases) {
     write_file(path("t"), c.text);

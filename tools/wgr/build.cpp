@@ -6,6 +6,7 @@
 
 #include "arguments/values.h"
 #include "foreign_text.h"
+#include "model_findings.h"
 #include "output/output_files.h"
 #include "output/output_plan.h"
 #include "output/standard_output.h"
@@ -75,17 +76,17 @@ struct Job {
 }  // namespace
 
 // The description beside a training file, if it is of that file.
-static Provenance description_of(const std::string& training, bool gravity) {
+static Provenance description_of(const std::string& training, const Gdata& data) {
   Provenance p;
-  p.gravity = gravity;
+  p.gravity = data.kind == 1;
   const std::string path = description_path(training);
   if (std::filesystem::exists(path)) {
-    const nlohmann::ordered_json json = read_json(path);
-    const std::string told = json.value("training_file_sha256", "");
-    if (told == sha256_of_file(training)) {
-      p = provenance_from(json, path);
+    const nlohmann::ordered_json json = read_json(path, description_fields(true));
+    if (json.at("training_file_sha256") == sha256_of_file(training)) {
+      p = provenance_from(json, path, data.samples.size());
     } else {
-      std::fprintf(stderr, "%s: describes another training file; it does not count\n",
+      std::fprintf(stderr,
+                   "wgr: %s: describes another training file; it does not count\n",
                    shown(path).c_str());
     }
   }
@@ -112,7 +113,7 @@ static void build_one(const Arguments& given, const Job& job, OutputFiles& files
           "file it is added by wgr cut");
     }
     data = read_training_file(input);
-    provenance = description_of(input, data.kind == 1);
+    provenance = description_of(input, data);
   }
   BuildOptions options = given.options;
   options.background_hours =
@@ -126,6 +127,7 @@ static void build_one(const Arguments& given, const Job& job, OutputFiles& files
   BuildReport report;
   const Workshop workshop(data, options.threads, false, provenance.subjects);
   const Gmodel model = workshop.build(options, report);
+  require_faultless_model(model, report, input);
   const std::string text = report_text(report, options, provenance);
   std::fputs(text.c_str(), stderr);
   if (!given.page.empty()) {

@@ -11,6 +11,7 @@
 #include "diagnosis/diagnosis.h"
 #include "host/session_arguments.h"
 #include "json_text.h"
+#include "numbers.h"
 #include "output/output_plan.h"
 #include "recording/clock.h"
 #include "recording/recording.h"
@@ -61,7 +62,7 @@ static std::string numbers(const Point3Df& p, const char* between) {
 }
 
 static std::string rate_to_pass(const StreamFacts& facts) {
-  return facts.rate ? std::to_string(std::max(1L, std::lround(*facts.rate))) : "rate";
+  return facts.rate ? std::to_string(std::max(1, nearest_int(*facts.rate))) : "rate";
 }
 
 static Json or_null(const std::optional<double>& value) {

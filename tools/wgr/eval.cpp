@@ -13,6 +13,7 @@
 #include "evaluation/output.h"
 #include "host/fixed_paths.h"
 #include "host/private_log.h"
+#include "model_findings.h"
 #include "output/output_files.h"
 #include "output/output_plan.h"
 #include "output/standard_output.h"
@@ -82,9 +83,6 @@ static void check(const Arguments& given) {
   if (given.folder.empty() && given.cut.background.empty()) {
     throw UsageError("eval: FOLDER or --background is wanted");
   }
-  if (!leaves_out && !std::filesystem::is_regular_file(given.options.model)) {
-    throw UsageError(given.options.model + ": cannot be read");
-  }
 }
 
 static std::string title_of(const Arguments& given) {
@@ -113,19 +111,22 @@ static void check_files(const Arguments& given) {
 static Classes classes_of(const std::string& model) {
   const std::string path = manifest_path(model);
   if (model.empty() || !std::filesystem::exists(path)) return {};
-  const nlohmann::ordered_json json = read_json(path);
-  if (json.value("model_sha256", "") != sha256_of_file(model)) {
+  const nlohmann::ordered_json json = read_json(path, manifest_fields());
+  if (json.at("model_sha256") != sha256_of_file(model)) {
     std::fprintf(stderr, "wgr: %s: describes another model; it does not count\n",
                  path.c_str());
     return {};
   }
-  return provenance_from(json.value("samples", nlohmann::ordered_json()), path).classes;
+  return provenance_from(json.at("samples"), path).classes;
 }
 
 static void eval(const Arguments& given) {
   check(given);
   check_files(given);
-  if (!given.in_place) run_again();
+  if (!given.in_place) {
+    if (!given.options.model.empty()) require_useful_model(given.options.model);
+    run_again();
+  }
   separate_results(LibraryPrints::kNowhere);
   drop_private_log();
 

@@ -227,6 +227,9 @@ static void print_summary_json(const LogArguments& given, const LogTotals& total
 static void read_file(const std::string& path, LogReading& reading,
                       const std::function<void()>& after_line) {
   const std::string name = path == "-" ? "standard input" : path;
+  const Count lines_before = reading.totals().lines;
+  const Count foreign_before = reading.totals().foreign;
+  const Count torn_before = reading.totals().torn;
   try {
     LineStream lines(path);
     for (LineStream::Line line; lines.next(line);) {
@@ -241,6 +244,13 @@ static void read_file(const std::string& path, LogReading& reading,
     }
   } catch (const ByteSourceError& error) {
     throw UsageError(name + ": " + error.what());
+  }
+  const Count count = reading.totals().lines - lines_before;
+  const Count foreign = reading.totals().foreign - foreign_before;
+  const Count odd = foreign + reading.totals().torn - torn_before;
+  if (foreign > 0 && odd > count / 2) {
+    throw UsageError(name + ": is no diagnostic log: " + std::to_string(odd) +
+                     " of its " + std::to_string(count) + " lines are not the library's");
   }
 }
 

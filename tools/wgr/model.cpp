@@ -12,6 +12,7 @@
 #include "classifier/Gmodel.h"
 #include "classifier/model_check.h"
 #include "foreign_text.h"
+#include "model_findings.h"
 #include "subcommands.h"
 #include "table.h"
 
@@ -38,12 +39,6 @@ struct OfClass {
 };
 
 }  // namespace
-
-// "FILE:LINE: what is wrong", or without the line where the whole file is meant.
-static std::string line_about(const std::string& path, const ModelFinding& finding) {
-  const std::string line = finding.line == 0 ? "" : ":" + std::to_string(finding.line);
-  return path + line + ": " + finding.text;
-}
 
 static Gmodel read_model(const std::string& path) {
   if (std::filesystem::path(path).extension() != kSuffix) {

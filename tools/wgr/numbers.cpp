@@ -47,7 +47,8 @@ std::string plain(double value) {
 }
 
 std::string wanted(const NumberRange& range, const std::string& value) {
-  return range.text() + " is wanted, not " + (value.empty() ? "nothing" : ::quoted(value));
+  return range.text() + " is wanted, not " +
+         (value.empty() ? "nothing" : ::quoted(value));
 }
 
 int nearest_int(double value) {

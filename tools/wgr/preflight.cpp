@@ -63,7 +63,7 @@ static void preflight(const PreflightArguments& given) {
     if (missing) throw UsageError(given.models + ": " + missing.message());
     std::vector<std::string> words = {"preflight"};
     if (given.json) words.push_back("--json");
-    run_again_with_models(folder, words);
+    run_again_beside_own_home(folder, words);
   }
   const int heaviest =
       preflight_gesture_library(given.json ? print_json : print_text, nullptr);

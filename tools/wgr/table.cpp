@@ -85,16 +85,15 @@ std::vector<TableRow> read_table(const std::string& path, const std::string& hea
   return rows;
 }
 
-double number_in(const TableRow& row, size_t index, const std::string& path) {
+double number_in(const TableRow& row, size_t index, const std::string& path,
+                 const NumberRange& range) {
   const std::string& field = row.fields[index];
-  double value = 0.0;
-  const auto [stop, error] =
-      std::from_chars(field.data(), field.data() + field.size(), value);
-  if (error != std::errc() || stop != field.data() + field.size() ||
-      !std::isfinite(value)) {
-    refuse_row(row, path, "field " + std::to_string(index + 1) + " is not a number");
+  const std::optional<double> value = number_of(field, range);
+  if (!value) {
+    refuse_row(row, path,
+               "field " + std::to_string(index + 1) + ": " + wanted(range, field));
   }
-  return value;
+  return *value;
 }
 
 std::string field(const std::string& text) {

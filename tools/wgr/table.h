@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "numbers.h"
+
 struct TableRow {
   size_t line;  // in the file, from 1
   std::vector<std::string> fields;
@@ -18,14 +20,15 @@ struct TableRow {
 std::vector<TableRow> read_table(const std::string& path, const std::string& header,
                                  const std::string& also = "");
 
-// Field `index` of a row as a finite number; throws UsageError with file and line.
-double number_in(const TableRow& row, size_t index, const std::string& path);
+// Field `index` of a row as a number of the range; throws UsageError with file and line.
+double number_in(const TableRow& row, size_t index, const std::string& path,
+                 const NumberRange& range);
 
 [[noreturn]] void refuse_row(const TableRow& row, const std::string& path,
                              const std::string& reason);
 
-// A text as a field of a row, in quotes where it needs them. Throws UsageError for what no
-// field can hold: a line break, or bytes that are not UTF-8.
+// A text as a field of a row, in quotes where it needs them. Throws UsageError for what
+// no field can hold: a line break, or bytes that are not UTF-8.
 std::string field(const std::string& text);
 
 // Seconds to the millisecond, and other numbers of a fixed number of decimals, the same

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "diagnosis/examination.h"
+#include "numbers.h"
 
 static constexpr double kWindowSeconds = 0.2;
 static constexpr size_t kFewestInWindow = 5;
@@ -22,7 +23,7 @@ Examination::Examination(Stream stream, const DiagnosisOptions& options, Carried
 
 void Examination::look_again() {
   const size_t length = std::max(
-      kFewestInWindow, static_cast<size_t>(std::lround(kWindowSeconds / period_)));
+      kFewestInWindow, static_cast<size_t>(nearest_int(kWindowSeconds / period_)));
   acc_windows_ = windows_of(acc_, length);
   gyro_windows_ = windows_of(gyro_, length);
   quiet_ = quiet_windows(acc_windows_, gyro_windows_);

@@ -5,6 +5,7 @@
 
 #include "diagnosis/examination.h"
 #include "engine/rest.h"
+#include "numbers.h"
 #include "table.h"
 
 static constexpr double kLeastRest = 0.1;    // of the samples
@@ -102,7 +103,7 @@ void Examination::examine_acceleration() {
 void Examination::examine_rest() {
   StreamFacts& facts = result_.facts;
   // As long as the library's by its default, at the rate that it is told.
-  const long rate = options_.rate.value_or(static_cast<int>(std::lround(1.0 / period_)));
+  const long rate = options_.rate.value_or(nearest_int(1.0 / period_));
   const size_t window = static_cast<size_t>(std::max(1L, rate / 5));
   for (Point3Df& p : gyro_) p = p - options_.gyro_bias;
   size_t resting = 0;

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "diagnosis/examination.h"
+#include "numbers.h"
 #include "recording/clock.h"
 #include "table.h"
 
@@ -72,7 +73,7 @@ void Examination::examine_steps() {
     facts.jitter = std::sqrt(squares / static_cast<double>(regular)) * *rate;
   }
 
-  const std::string right = std::to_string(std::lround(*facts.rate));
+  const std::string right = std::to_string(nearest_int(*facts.rate));
   if (options_.rate && std::fabs(*options_.rate / *facts.rate - 1.0) > kRateTolerance) {
     find("rate", Sureness::kCertain,
          "samples come at " + fixed(*facts.rate, 2) + " a second, not at the " +

@@ -12,14 +12,15 @@
 #include "explanation/motion_account.h"
 #include "host/fixed_paths.h"
 #include "host/session.h"
+#include "model_findings.h"
 #include "output/output_files.h"
 #include "progress.h"
 #include "training/model_output.h"
 #include "training/training_file.h"
 
 static constexpr double kSecondsPerHour = 3600.0;
-static constexpr double kDoubt = 0.05;        // that the bound does not hold
-static constexpr double kEventPeriods = 1.5;  // from a motion's end to its event, at most
+static constexpr double kDoubt = 0.05;      // that the bound does not hold
+static constexpr size_t kEventSamples = 1;  // that a motion may end behind its event
 
 static double share(size_t part, size_t whole) {
   return whole == 0 ? 0.0 : static_cast<double>(part) / static_cast<double>(whole);
@@ -153,25 +154,22 @@ static Answers play_stream(const CutRecording& recording, const Provenance& prov
   options.shortest = provenance.shortest;
   Session session(options);
   Answers answers(recording.motions.size());
-  const double longest = kEventPeriods / provenance.rate;
+  // By the samples' order: the clock may step back.
   size_t motion = 0;
-  const RecordedSample* before = nullptr;
-  for (const RecordedSample& sample : recording.samples) {
-    const std::optional<GestureEvent> event = session.feed(sample);
+  for (size_t i = 0; i < recording.samples.size(); ++i) {
+    const std::optional<GestureEvent> event = session.feed(recording.samples[i]);
     // A motion's last sample is the one before that which completes it.
-    while (motion < recording.motions.size() && before != nullptr &&
-           recording.motions[motion].end < before->t) {
+    while (motion < recording.motions.size() && recording.motions[motion].last + 1 < i) {
       ++motion;
     }
     if (event) {
       if (motion == recording.motions.size() ||
-          recording.motions[motion].end > sample.t + longest || answers[motion]) {
+          recording.motions[motion].last > i + kEventSamples || answers[motion]) {
         throw std::logic_error(recording.entry.path +
                                ": the library cut another motion than wgr cut");
       }
       answers[motion] = event;
     }
-    before = &sample;
   }
   return answers;
 }
@@ -382,6 +380,7 @@ Evaluation evaluate(const CutSet& set, const EvaluationOptions& options) {
     }
     HGR classifier(0);
     classifier.model->read(std::filesystem::path(place).replace_extension("").c_str());
+    if (!workshop) require_comparable(*classifier.model, options.model);
     if (!workshop) fold.templates = classifier.model->templates.size();
     result.models.push_back(*classifier.model);
     play(set, division, f, classifier, fold, result, progress);

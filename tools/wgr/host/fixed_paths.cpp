@@ -80,6 +80,11 @@ void require_models(const std::string& folder, int wearer, int mode) {
   run_again({"--models", folder}, arguments);
 }
 
+[[noreturn]] void run_again_beside_own_home(const std::string& folder,
+                                            const std::vector<std::string>& arguments) {
+  run_again({"--models", folder, "--keep-home"}, arguments);
+}
+
 [[noreturn]] void run_again_with_own_places(const std::vector<std::string>& arguments) {
   run_again({}, arguments);
 }

@@ -32,6 +32,10 @@ void require_models(const std::string& folder, int wearer, int mode);
 [[noreturn]] void run_again_with_models(const std::string& folder,
                                         const std::vector<std::string>& arguments);
 
+// The same, but what is at /home/app, or that nothing is, stays as it is for the others.
+[[noreturn]] void run_again_beside_own_home(const std::string& folder,
+                                            const std::vector<std::string>& arguments);
+
 // The same with both places empty, to be written to, and gone when the program ends.
 [[noreturn]] void run_again_with_own_places(const std::vector<std::string>& arguments);
 

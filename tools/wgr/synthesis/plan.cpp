@@ -8,6 +8,7 @@
 
 static constexpr char kHeader[] = "t_start,t_end,what";
 static constexpr int kTimeDecimals = 3;
+static constexpr NumberRange kTimes = number_from(0, kLongestPlan);
 
 // By Activity; the gestures come first.
 static constexpr std::array<const char*, 10> kNames = {kGestureNames[0], kGestureNames[1],
@@ -88,8 +89,8 @@ Plan read_script(const std::string& path) {
   Plan plan;
   double t = 0.0;
   for (const TableRow& row : read_table(path, kHeader)) {
-    const double begin = number_in(row, 0, path);
-    const double end = number_in(row, 1, path);
+    const double begin = number_in(row, 0, path, kTimes);
+    const double end = number_in(row, 1, path, kTimes);
     const auto name = std::find(kNames.begin(), kNames.end(), row.fields[2]);
     if (name == kNames.end()) {
       std::string names;

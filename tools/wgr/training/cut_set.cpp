@@ -7,6 +7,7 @@
 
 #include "errors.h"
 #include "foreign_text.h"
+#include "numbers.h"
 #include "sha256.h"
 #include "table.h"
 #include "training/resample.h"
@@ -48,7 +49,7 @@ static int rate_of(const CutRecording& recording) {
       estimate_rate(std::deque<RecordedSample>(samples.begin(), samples.end()));
   const double told = recording.entry.rate;
   if (!found || (told > 0.0 && is_near(told, *found))) {
-    return static_cast<int>(std::lround(told));
+    return nearest_int(told);
   }
   return *found;
 }
@@ -195,7 +196,8 @@ static void cut_stream(Cutter& cutter, CutRecording& recording) {
   for (const LabelledSpan& span : recording.spans) {
     recording.background_seconds -= span.end - span.begin;
   }
-  recording.background_seconds = std::max(recording.background_seconds, 0.0);
+  recording.background_seconds =
+      std::clamp(recording.background_seconds, 0.0, kMostSeconds);
 }
 
 // Half of all motions decide: a single one may fall, or be shaken to one side.
@@ -293,7 +295,9 @@ CutSet cut_set(const std::vector<SetEntry>& set, const std::vector<SetEntry>& ba
   }
   // So that the same bytes come from every machine.
   cut.provenance.background_seconds =
-      std::round(cut.provenance.background_seconds * kMsPerSecond) / kMsPerSecond;
+      std::round(std::min(cut.provenance.background_seconds, kMostSeconds) *
+                 kMsPerSecond) /
+      kMsPerSecond;
   const AgGes& engine = cutter.engine();
   cut.provenance.rate = rate;
   cut.provenance.gravity = attitude;

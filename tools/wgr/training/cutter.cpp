@@ -77,7 +77,8 @@ Motion Cutter::take(size_t first, size_t collected, size_t kept) {
                    seen_[first + collected - 1].t,
                    judge(first, collected, kept),
                    kBackground,
-                   {}};
+                   {},
+                   first + collected - 1};
   if (motion.verdict == Verdict::kKept) {
     motion.trace = engine_->trace;
     motion.trace.push_back(engine_->gravity);

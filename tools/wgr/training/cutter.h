@@ -38,8 +38,9 @@ struct Motion {
   double begin;  // s, of its first sample
   double end;    // s, of its last
   Verdict verdict;
-  int label;     // of kept motions, when it is known
-  Points trace;  // of kept motions
+  int label;        // of kept motions, when it is known
+  Points trace;     // of kept motions
+  size_t last = 0;  // its last sample, of those that the cutter was given
 };
 
 class Cutter {

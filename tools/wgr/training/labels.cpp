@@ -1,17 +1,21 @@
 #include "training/labels.h"
 
 #include "table.h"
+#include "training/recording_set.h"
 
 static constexpr char kHeader[] = "file,t_start,t_end,label";
 static constexpr char kSpansHeader[] = "t_start,t_end,label";
 static constexpr int kTimeDecimals = 3;
-static constexpr double kHighestLabel = 1000.0;
+// Seconds of a time stamp, which may count from 1970, and be milliseconds by mistake.
+static constexpr NumberRange kStamps = number_from(-1e13, 1e13);
+static constexpr NumberRange kLabels = whole_from(0, kHighestLabel);
+static constexpr NumberRange kWholeNumbers = whole_from(-1e9, 1e9);
 
 // The span in the two columns from `first` on, and the file from the one before, if
 // there is one.
 static LabelledSpan span_in(const TableRow& row, size_t first, const std::string& path) {
-  const double begin = number_in(row, first, path);
-  const double end = number_in(row, first + 1, path);
+  const double begin = number_in(row, first, path, kStamps);
+  const double end = number_in(row, first + 1, path, kStamps);
   if (!(end > begin)) refuse_row(row, path, "the span ends before it starts");
   return {first > 0 ? row.fields[0] : "", begin, end, 0};
 }
@@ -22,20 +26,33 @@ static std::vector<LabelledSpan> read_columns(const std::string& path,
   std::vector<LabelledSpan> spans;
   for (const TableRow& row : read_table(path, header)) {
     spans.push_back(span_in(row, first, path));
-    const double label = number_in(row, first + 2, path);
-    if (!(label >= 0.0 && label <= kHighestLabel) ||
-        label != static_cast<double>(static_cast<int>(label))) {
-      refuse_row(row, path, "the label must be a whole number from 0");
-    }
-    spans.back().label = static_cast<int>(label);
+    spans.back().label = static_cast<int>(number_in(row, first + 2, path, kLabels));
   }
   return spans;
+}
+
+void check_label(const TableRow& row, size_t index, const std::string& path) {
+  const std::string& word = row.fields[index];
+  if (is_background(word)) return;
+  if (number_of(word, kWholeNumbers) && !number_of(word, kLabels)) {
+    refuse_row(row, path,
+               "the label " + word + ": " + kLabels.text() +
+                   " is wanted, or -1 or background for what is no gesture");
+  }
+  const std::optional<double> label = number_of(word, kLabels);
+  if (label && is_taken(static_cast<int>(*label))) {
+    refuse_row(row, path,
+               "the label " + word +
+                   " is a code of the interface (5, 6, 13 and 14 are), which reports it "
+                   "for something else: give the gesture another number or a name");
+  }
 }
 
 std::vector<WordedSpan> read_worded_labels(const std::string& path) {
   std::vector<WordedSpan> spans;
   for (const TableRow& row : read_table(path, kHeader)) {
     if (row.fields[3].empty()) refuse_row(row, path, "the label is empty");
+    check_label(row, 3, path);
     spans.push_back({span_in(row, 1, path), row.fields[3]});
   }
   return spans;

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "table.h"
+
 struct LabelledSpan {
   std::string file;
   double begin;  // s
@@ -17,12 +19,16 @@ struct LabelledSpan {
 // Throws UsageError with file and line for what is no such table.
 std::vector<LabelledSpan> read_labels(const std::string& path);
 
-// The same with labels of any kind, as they are written; `label` is 0.
+// The same with labels of any kind, as they are written; `label` is 0. Numbers that
+// cannot be a gesture's are refused.
 struct WordedSpan {
   LabelledSpan span;
   std::string word;
 };
 std::vector<WordedSpan> read_worded_labels(const std::string& path);
+
+// Refuses a field that is a number, but none that a gesture can have. Words are fine.
+void check_label(const TableRow& row, size_t index, const std::string& path);
 
 // The spans of a table of one recording, t_start,t_end,label: they have no file.
 std::vector<LabelledSpan> read_spans(const std::string& path);

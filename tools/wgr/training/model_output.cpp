@@ -7,6 +7,7 @@
 
 #include "foreign_text.h"
 #include "table.h"
+#include "training/recording_set.h"
 
 static constexpr double kRuleOfThree = 3.0;
 
@@ -141,4 +142,36 @@ nlohmann::ordered_json manifest(const BuildReport& report, const BuildOptions& o
   json["notes"] = report.notes;
   json["samples"] = to_json(provenance);
   return json;
+}
+
+JsonField manifest_fields() {
+  const NumberRange count = whole_from(0, 1e9);
+  const NumberRange share_range = number_from(0, 1);
+  JsonField samples = description_fields(false);
+  samples.name = "samples";
+  return object_field(
+      "", {text_field("tool"), sha256_field("model_sha256"),
+           object_field("build",
+                        {number_field("false_cost", number_from(0, 1e6)),
+                         optional(number_field("most_templates", count)),
+                         optional(number_field("margin", share_range)),
+                         number_field("share", share_range), text_field("judged_by"),
+                         optional(number_field("false_per_hour", number_from(0, 1e9))),
+                         number_field("background_hours", number_from(0, 1e6))}),
+           object_field(
+               "accuracy_leaving_one_out",
+               {number_field("samples", count), number_field("named_right", share_range),
+                number_field("accepted_as_well", share_range),
+                number_field("background_samples", count),
+                number_field("background_accepted", count)}),
+           list_field("model_classes",
+                      object_field(
+                          "class",
+                          {number_field("label", whole_from(0, kHighestLabel)),
+                           number_field("samples", count),
+                           number_field("templates", count), text_field("chosen_by"),
+                           number_field("threshold", number_from(-1e6, 0)),
+                           number_field("right", count), number_field("confused", count),
+                           number_field("refused", count)})),
+           list_field("notes", text_field("note")), samples});
 }

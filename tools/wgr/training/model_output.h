@@ -23,3 +23,6 @@ std::string report_text(const BuildReport& report, const BuildOptions& options,
 nlohmann::ordered_json manifest(const BuildReport& report, const BuildOptions& options,
                                 const Provenance& provenance,
                                 const std::string& model_sha256);
+
+// What a manifest holds, for read_json().
+JsonField manifest_fields();

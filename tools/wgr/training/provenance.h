@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "json/fields.h"
+
 struct InputFile {
   std::string file;
   std::string sha256;
@@ -28,14 +30,17 @@ struct Provenance {
 
 nlohmann::ordered_json to_json(const Provenance& provenance);
 
-// Throws UsageError naming `path` for what is no such description.
-Provenance provenance_from(const nlohmann::ordered_json& json, const std::string& path);
+// What to_json() makes, for read_json(); whose examples they are may be left out. With
+// `of_file` it holds the digest of the training file too.
+JsonField description_fields(bool of_file);
+
+// From such JSON, which was checked. Throws UsageError, naming `path`, when the subjects
+// are not those of so many `examples`; without a number the subjects are left out.
+Provenance provenance_from(const nlohmann::ordered_json& json, const std::string& path,
+                           std::optional<size_t> examples = std::nullopt);
 
 // JSON as a text for a file.
 std::string as_text(const nlohmann::ordered_json& json);
-
-// The JSON of a file, and its SHA-256 entry if it has one; throws UsageError.
-nlohmann::ordered_json read_json(const std::string& path);
 
 // The description beside a training file: its path with ".training.json" for the
 // extension, or behind a name without one. No other file that the tool writes has such a

@@ -9,12 +9,13 @@
 #include "engine/agGes.h"
 #include "errors.h"
 #include "explanation/motion_account.h"
+#include "recording/clock.h"
 #include "table.h"
 
+static constexpr NumberRange kRates = number_from(1, kHighestRate);
 static constexpr char kLabels[] = "labels.csv";
 static constexpr char kIndex[] = "index.csv";
 static constexpr char kIndexHeader[] = "file,label,subject,rate_hz";
-static constexpr int kHighestLabel = 1000;
 
 bool is_recording(const std::filesystem::path& path) {
   return path.extension() == ".csv" ||
@@ -60,10 +61,10 @@ static void read_index(const std::string& path, std::vector<SetEntry>& set) {
     if (entry.indexed) refuse_row(row, path, "names " + entry.file + " once more");
     entry.indexed = true;
     entry.word = row.fields[1];
+    check_label(row, 1, path);
     entry.subject = row.fields[2];
     if (row.fields[3].empty()) continue;
-    entry.rate = number_in(row, 3, path);
-    if (!(entry.rate >= 1.0)) refuse_row(row, path, "the rate must be 1 or more");
+    entry.rate = number_in(row, 3, path, kRates);
   }
 }
 

@@ -14,6 +14,8 @@
 
 #include "training/labels.h"
 
+inline constexpr int kHighestLabel = 1000;
+
 struct SetEntry {
   std::string file;     // relative to the folder
   std::string path;     // to open it

@@ -10,7 +10,9 @@
 
 #include "errors.h"
 #include "foreign_text.h"
+#include "numbers.h"
 #include "table.h"
+#include "training/recording_set.h"
 
 // Enough for any sensor, and few enough to hide that mathematical libraries differ in a
 // number's last digit.
@@ -48,7 +50,7 @@ std::string training_text(const std::vector<Motion>& motions, bool gravity) {
 }
 
 static constexpr size_t kLinesPerRecord = 4;
-static constexpr size_t kMostPoints = 1000000;
+static constexpr double kMostPoints = 1e6;
 static constexpr std::string_view kSpaces = " \t\r\f\v";
 
 namespace {
@@ -87,12 +89,11 @@ class Checker {
     return true;
   }
 
-  int whole_number(const char* what, double least, double most) {
+  int whole_number(const char* what, const NumberRange& range) {
     double value = 0.0;
     if (!next_number(value)) refuse(std::string("has no ") + what);
-    if (!(value >= least && value <= most) || value != std::floor(value)) {
-      refuse(std::string("the ") + what + " is not a whole number from " +
-             fixed(least, 0) + " to " + fixed(most, 0));
+    if (!range.holds(value)) {
+      refuse(std::string("the ") + what + ": " + wanted(range, plain(value)));
     }
     return static_cast<int>(value);
   }
@@ -123,9 +124,16 @@ static void check(const std::string& path) {
   size_t records = 0;
   size_t vectors = 0;  // numbers behind the count of the first record
   while (file.next_line()) {
-    file.whole_number("label", -1000.0, 1000.0);
+    const int label =
+        file.whole_number("label", whole_from(-kHighestLabel, kHighestLabel));
+    if (label >= 0 && is_taken(label)) {
+      file.refuse(
+          "the label " + std::to_string(label) +
+          " is a code of the interface (5, 6, 13 and 14 are), which reports it for "
+          "something else: give the gesture another number");
+    }
     const size_t points = static_cast<size_t>(
-        file.whole_number("number of points", 1.0, static_cast<double>(kMostPoints)));
+        file.whole_number("number of points", whole_from(1, kMostPoints)));
     const size_t more = file.count_numbers();
     if (more != 0 && more != 3) {
       file.refuse(std::to_string(more) +
