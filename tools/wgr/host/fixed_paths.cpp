@@ -91,8 +91,8 @@ void require_models(const std::string& folder, int wearer, int mode) {
 
 void add_in_place_flag(CLI::App& command, bool& in_place) {
   command.add_flag(kInPlace, in_place)->group("")->check([](const std::string&) {
-    return std::getenv(kPlacesArePrivate) != nullptr ? std::string()
-                                                     : std::string("for own use only");
+    if (std::getenv(kPlacesArePrivate) != nullptr) return std::string();
+    throw UsageError(std::string(kInPlace) + ": is for the tool's own use");
   });
 }
 
