@@ -4,6 +4,7 @@
 #include <grp.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
@@ -69,10 +70,7 @@ static bool is_in_own_group(gid_t group) {
   std::vector<gid_t> groups(static_cast<size_t>(std::max(getgroups(0, nullptr), 0)));
   const int count = getgroups(static_cast<int>(groups.size()), groups.data());
   groups.resize(static_cast<size_t>(std::max(count, 0)));
-  for (const gid_t own : groups) {
-    if (own == group) return true;
-  }
-  return false;
+  return std::find(groups.begin(), groups.end(), group) != groups.end();
 }
 
 static void require_usable_folder(const std::string& given, const std::string& folder) {

@@ -46,7 +46,7 @@ void end_by_signal(int signal) {
   sigemptyset(&only);
   sigaddset(&only, signal);
   pthread_sigmask(SIG_UNBLOCK, &only, nullptr);
-  raise(signal);
+  pthread_kill(pthread_self(), signal);
   _exit(128 + signal);
 }
 
@@ -66,11 +66,11 @@ static void clean_up_at_every_end() {
 static void remember(const std::string& path) {
   static const bool once = (clean_up_at_every_end(), true);
   static_cast<void>(once);
+  if (path.size() >= PATH_MAX) return;  // no file can be made there either
   Entry* entry = entries;
   while (entry != nullptr && entry->used) entry = entry->next;
   const bool made = entry == nullptr;
   if (made) entry = new Entry;
-  if (path.size() >= sizeof entry->path) return;
   std::memcpy(entry->path, path.c_str(), path.size() + 1);
   entry->used = true;
   if (made) {
