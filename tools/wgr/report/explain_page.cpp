@@ -142,8 +142,8 @@ static Json all_motion_series(const Explanation& e, const std::vector<double>& t
 void require_page() {
   if (!kUplotScript.empty()) return;
   throw UsageError(
-      "-o: this wgr was built without its HTML report, because uPlot could not be had: "
-      "install npm and build again where there is a network. Text and --json work.");
+      "-o: this wgr was built without its page, for uPlot was not there: run "
+      "scripts/fetch-page, configure and build again. Text and --json work.");
 }
 
 std::string explain_page(const Explanation& e) {
