@@ -95,7 +95,7 @@ static void explain_recording(ExplainArguments& given) {
 
   if (!given.page.empty()) write_output(given.page, explain_page(explanation));
   if (given.json) {
-    write_json_account(explanation, write_results);
+    write_json_account(explanation, true, write_results);
   } else {
     write_text_account(explanation, write_results);
   }

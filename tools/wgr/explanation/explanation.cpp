@@ -104,10 +104,7 @@ void Watcher::note_rest(Judgement judgement, const RestStretch& figures) {
 
 void Watcher::after(const Step& step) {
   e_.times.push_back(step.sample.t);
-  if (e_.for_page) {
-    e_.acc.push_back(step.sample.acc);
-    e_.gyro.push_back(step.sample.gyro);
-  }
+  if (e_.for_page) e_.drawn.add(step.sample);
   acc_.push_back(step.sample.acc);
   rates_.push_back(step.sample.gyro - engine_.gyro_bias);
   if (step.event != nullptr) e_.events.push_back(*step.event);

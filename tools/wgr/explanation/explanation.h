@@ -13,6 +13,7 @@
 #include "host/run.h"
 #include "host/session.h"
 #include "recording/recording.h"
+#include "report/drawn_stream.h"
 
 // How one sample was judged, from the window that it ends.
 enum class Judgement : unsigned char {
@@ -68,8 +69,7 @@ struct Explanation {
   Gmodel model;                      // that was in use
   bool for_page = false;             // set before: values and traces are kept to be drawn
   std::deque<double> times;          // s, of each sample
-  std::deque<Point3Df> acc;          // m/s², likewise, for a page
-  std::deque<Point3Df> gyro;         // deg/s, with the bias in it, likewise
+  DrawnStream drawn;                 // the samples, for a page
   std::deque<Judgement> judgements;  // one for each sample
   std::vector<RestStretch> rests;
   std::vector<MotionAccount> motions;

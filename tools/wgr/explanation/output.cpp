@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <nlohmann/json.hpp>
 
 #include "explanation/words.h"
 #include "foreign_text.h"
@@ -224,40 +225,33 @@ static Json head_json(const Explanation& e) {
           {"expected", expected}};
 }
 
-Json as_json(const Explanation& e) {
-  Json json = head_json(e);
-  Json& motions = json["motions"] = Json::array();
-  for (const MotionAccount& m : e.motions) motions.push_back(motion_json(m, e.settings));
-  Json& rests = json["rests"] = Json::array();
-  for (const RestStretch& r : e.rests) rests.push_back(rest_json(r, e.settings));
-  return json;
-}
-
 // A member behind others: an array of what `item` makes of each of `items`.
 template <class Items, class ToJson>
-static void write_array(const char* name, const Items& items, ToJson item,
+static void write_array(const char* name, const Items& items, ToJson item, bool indent,
                         const TextSink& sink) {
-  sink(std::string(",\n \"") + name + "\": [");
+  sink(std::string(indent ? ",\n \"" : ",\"") + name + (indent ? "\": [" : "\":["));
   bool first = true;
   for (const auto& one : items) {
-    std::string text = (first ? "\n" : ",\n") + json_text(item(one), 1);
-    for (size_t at = 0; (at = text.find('\n', at)) != std::string::npos; at += 3) {
+    std::string text = std::string(first ? "" : ",") + (indent ? "\n" : "") +
+                       json_text(item(one), indent ? 1 : -1);
+    for (size_t at = 0; indent && (at = text.find('\n', at)) != std::string::npos;
+         at += 3) {
       text.insert(at + 1, "  ");
     }
     sink(text);
     first = false;
   }
-  sink(first ? "]" : "\n ]");
+  sink(first || !indent ? "]" : "\n ]");
 }
 
-void write_json_account(const Explanation& e, const TextSink& sink) {
-  const std::string head = json_text(head_json(e), 1);
-  sink(std::string_view(head).substr(0, head.size() - std::string_view("\n}").size()));
-  write_array(
-      "motions", e.motions,
-      [&e](const MotionAccount& m) { return motion_json(m, e.settings); }, sink);
-  write_array(
-      "rests", e.rests, [&e](const RestStretch& r) { return rest_json(r, e.settings); },
-      sink);
-  sink("\n}\n");
+void write_json_account(const Explanation& e, bool indent, const TextSink& sink) {
+  const std::string_view end = indent ? "\n}" : "}";
+  const std::string head = json_text(head_json(e), indent ? 1 : -1);
+  sink(std::string_view(head).substr(0, head.size() - end.size()));
+  const auto motion = [&e](const MotionAccount& m) { return motion_json(m, e.settings); };
+  const auto rest = [&e](const RestStretch& r) { return rest_json(r, e.settings); };
+  write_array("motions", e.motions, motion, indent, sink);
+  write_array("rests", e.rests, rest, indent, sink);
+  sink(end);
+  if (indent) sink("\n");
 }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <functional>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 
@@ -13,8 +12,7 @@ using TextSink = std::function<void(std::string_view)>;
 
 void write_text_account(const Explanation& explanation, const TextSink& sink);
 
-// One object with everything but the samples and traces. What is not a number is null.
-nlohmann::ordered_json as_json(const Explanation& explanation);
-
-// The same as text, a blank a level, without ever holding all of it.
-void write_json_account(const Explanation& explanation, const TextSink& sink);
+// One object with everything but the samples and traces; what is not a number is null.
+// With `indent` a blank a level and an end of the last line, otherwise on one line.
+void write_json_account(const Explanation& explanation, bool indent,
+                        const TextSink& sink);

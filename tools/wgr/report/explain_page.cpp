@@ -8,6 +8,7 @@
 
 #include "errors.h"
 #include "explanation/output.h"
+#include "json_text.h"
 #include "report/parts.h"
 #include "report/series.h"
 #include "report/shell.h"
@@ -37,27 +38,22 @@ static std::vector<double> times(const Explanation& e) {
   return t;
 }
 
-using Axis = double Point3Df::*;
-static constexpr Axis kAxes[] = {&Point3Df::x, &Point3Df::y, &Point3Df::z};
-
-static Json channels(const std::deque<Point3Df>& sensor, double unit, size_t bucket) {
+// Three channels from `first` on.
+static Json channels(const DrawnStream& drawn, size_t first, double unit, size_t bucket) {
   Json all = Json::array();
-  for (const Axis axis : kAxes) {
-    std::vector<double> values;
-    values.reserve(sensor.size());
-    for (const Point3Df& p : sensor) values.push_back(p.*axis);
-    all.push_back(series(extremes(values, bucket), unit));
+  for (size_t c = first; c < first + 3; ++c) {
+    all.push_back(series(drawn.values(c, bucket), unit));
   }
   return all;
 }
 
 static Json stream_json(const Explanation& e, const std::vector<double>& t) {
   Json stream;
-  for (size_t bucket = 1;; bucket = bucket == 1 ? 4 : 2 * bucket) {
+  for (size_t bucket = e.drawn.finest();; bucket = bucket == 1 ? 4 : 2 * bucket) {
     stream = {{"bucket", bucket},
               {"t", series(times_of_extremes(t, bucket), kTimeUnit)},
-              {"acc", channels(e.acc, kAccUnit, bucket)},
-              {"gyro", channels(e.gyro, kGyroUnit, bucket)}};
+              {"acc", channels(e.drawn, 0, kAccUnit, bucket)},
+              {"gyro", channels(e.drawn, 3, kGyroUnit, bucket)}};
     if (packed_size(stream) <= kMostForStream) break;
   }
   Json bands = Json::array();
@@ -149,10 +145,17 @@ void require_page() {
 std::string explain_page(const Explanation& e) {
   require_page();
   const std::vector<double> t = times(e);
-  const Json data = {{"explanation", as_json(e)},
-                     {"normalised", e.model.normalize != 0},
-                     {"stream", stream_json(e, t)},
-                     {"series", all_motion_series(e, t)}};
+  // {"explanation", "normalised", "stream", "series"}, without ever holding all of it.
+  Deflated data(kPageLevel);
+  const auto add = [&data](std::string_view text) { data.add(text); };
+  add("{\"explanation\":");
+  write_json_account(e, false, add);
+  add(e.model.normalize != 0 ? ",\"normalised\":true" : ",\"normalised\":false");
+  add(",\"stream\":");
+  add(json_text(stream_json(e, t)));
+  add(",\"series\":");
+  add(json_text(all_motion_series(e, t)));
+  add("}");
   const std::string uplot =
       "\n/*\n" + std::string(kUplotLicence) + "\n*/\n" + std::string(kUplotScript) + "\n";
   return page_of({"wgr explain",

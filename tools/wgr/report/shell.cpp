@@ -1,7 +1,5 @@
 #include "report/shell.h"
 
-#include <zlib.h>
-
 #include <new>
 #include <stdexcept>
 
@@ -10,16 +8,33 @@
 
 using Json = nlohmann::ordered_json;
 
-static std::string deflated(const std::string& text, int level) {
-  uLongf size = compressBound(static_cast<uLong>(text.size()));
-  std::string packed(size, '\0');
-  if (compress2(reinterpret_cast<Bytef*>(packed.data()), &size,
-                reinterpret_cast<const Bytef*>(text.data()),
-                static_cast<uLong>(text.size()), level) != Z_OK) {
-    throw std::bad_alloc();
-  }
-  packed.resize(size);
-  return packed;
+static constexpr size_t kPiece = size_t{1} << 16;  // bytes
+
+Deflated::Deflated(int level) {
+  if (deflateInit(&stream_, level) != Z_OK) throw std::bad_alloc();
+}
+
+Deflated::~Deflated() { deflateEnd(&stream_); }
+
+void Deflated::deflate_more(std::string_view text, int flush) {
+  // What is deflated from is not written to.
+  stream_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
+  stream_.avail_in = static_cast<uInt>(text.size());
+  do {
+    const size_t before = bytes_.size();
+    bytes_.resize(before + kPiece);
+    stream_.next_out = reinterpret_cast<Bytef*>(bytes_.data() + before);
+    stream_.avail_out = static_cast<uInt>(kPiece);
+    deflate(&stream_, flush);
+    bytes_.resize(before + kPiece - stream_.avail_out);
+  } while (stream_.avail_out == 0);
+}
+
+void Deflated::add(std::string_view text) { deflate_more(text, Z_NO_FLUSH); }
+
+const std::string& Deflated::finish() {
+  deflate_more("", Z_FINISH);
+  return bytes_;
 }
 
 static std::string base64(const std::string& bytes) {
@@ -41,7 +56,9 @@ static std::string base64(const std::string& bytes) {
 }
 
 size_t packed_size(const Json& data) {
-  return deflated(json_text(data), Z_BEST_SPEED).size() * 4 / 3;
+  Deflated packed(Z_BEST_SPEED);
+  packed.add(json_text(data));
+  return packed.finish().size() * 4 / 3;
 }
 
 // Puts `value` where the page has @@name@@.
@@ -61,12 +78,18 @@ static std::string in_elements(const std::string& name, std::string_view first,
   return text;
 }
 
-std::string page_of(const PageParts& parts, const Json& data) {
+std::string page_of(const PageParts& parts, Deflated& data) {
   std::string page(kShellHtml);
   fill(page, "title", parts.title);
   fill(page, "styles", in_elements("style", kCommonCss, parts.styles));
   fill(page, "body", parts.body);
-  fill(page, "data", base64(deflated(json_text(data), Z_DEFAULT_COMPRESSION)));
+  fill(page, "data", base64(data.finish()));
   fill(page, "scripts", in_elements("script", kCommonScript, parts.scripts));
   return page;
+}
+
+std::string page_of(const PageParts& parts, const Json& data) {
+  Deflated deflated(kPageLevel);
+  deflated.add(json_text(data));
+  return page_of(parts, deflated);
 }
