@@ -120,7 +120,7 @@ TEST_F(Explain, APageIsOneFileThatAsksForNothing) {
   const Outcome outcome = run_wgr("explain -o '" + page + "' " + quoted_);
   if (kUplotScript.empty()) {
     EXPECT_EQ(outcome.status, 2);
-    EXPECT_THAT(outcome.err, HasSubstr("built without its HTML report"));
+    EXPECT_THAT(outcome.err, HasSubstr("built without its page"));
     return;
   }
   EXPECT_EQ(outcome.status, 0) << outcome.err;
