@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "base/class_codes.h"
 #include "classifier/best_match.h"
 #include "classifier/similarity.h"
 #include "classifier/similarity_matrix.h"

@@ -7,8 +7,6 @@
 #include "classifier/Gmodel.h"
 #include "classifier/points.h"
 
-inline constexpr int kNoGesture = 14;  // the class of a motion that is no gesture
-
 class HGR {
  public:
   // Starts with an empty model that normalises when n > 0.

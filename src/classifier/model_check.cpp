@@ -12,6 +12,7 @@
 #include <locale>
 #include <sstream>
 
+#include "base/class_codes.h"
 #include "classifier/Gmodel.h"
 #include "classifier/points.h"
 
@@ -19,10 +20,6 @@ static constexpr std::streamsize kLongestLine = 4095;  // characters that the re
 static constexpr size_t kMostFindings = 100;           // then the file is something else
 // Files hold 6 digits, so a trace of root mean square 1 is off by a few millionths.
 static constexpr double kRmsTolerance = 1e-3;
-
-// Codes of the interface: a rejected motion as reported, never reported, a rejected
-// motion as logged, no gesture.
-static constexpr int kCodes[] = {5, 6, 13, 14};
 
 namespace {
 
@@ -177,7 +174,7 @@ void Checker::check_labels() {
   labels_ = values<int>(static_cast<size_t>(header_.classes), "the class labels");
   has_template_.assign(labels_.size(), 0);
   for (size_t i = 0; i < labels_.size(); ++i) {
-    if (std::find(std::begin(kCodes), std::end(kCodes), labels_[i]) != std::end(kCodes)) {
+    if (wgr::is_class_code(labels_[i])) {
       find("the label " + std::to_string(labels_[i]) +
            " is a code of the interface (5, 6, 13 and 14 are): use another");
     }

@@ -2,8 +2,10 @@
 
 #include <memory>
 #include <new>
+#include <optional>
 #include <stdexcept>
 
+#include "base/class_codes.h"
 #include "context/WgrLog.h"
 
 const char c_GmodelPath[kWearers * kModes][100] = {
@@ -19,9 +21,6 @@ static constexpr int kDefaultRate = 50;           // samples per second
 static constexpr int kDefaultHandWindow = 50;     // samples
 static constexpr double kDefaultThreshold = 2.0;  // m/s²
 static constexpr int kUseDefault = -1;            // a length the engine chooses itself
-
-static constexpr int kNothingReported = 6;   // also a class that is never reported
-static constexpr int kReportedRejected = 5;  // what the host is told for kRejected
 
 static constexpr int kWearerUndecided = 2;
 static constexpr int kWearerResults[kWearers] = {0, 1};
@@ -83,20 +82,6 @@ int WgrContext::update_handtype(Point3Df acc) {
   return wrist == 0 || wrist == 1 ? kWearerResults[wrist] : kWearerUndecided;
 }
 
-static void empty_buffers(AgGes& engine) {
-  engine.motion_acc.clear();
-  engine.motion_gyro.clear();
-  engine.last_motion_acc.clear();
-  engine.trace.clear();
-  engine.trace_velocity.clear();
-  engine.trace_position.clear();
-  engine.aux_points_a.clear();
-  engine.aux_points_b.clear();
-  engine.acc_history.clear();
-  engine.gyro_history.clear();
-  engine.static_history.clear();
-}
-
 namespace {
 
 // The time of a report. In the end the engine starts afresh, however the callback is
@@ -107,9 +92,7 @@ class Report {
     reporting_ = true;
   }
   ~Report() {
-    // Strength and duration stay, for the host to ask for.
-    engine_.gesture_class = kNoGesture;
-    empty_buffers(engine_);
+    engine_.start_afresh();
     reporting_ = false;
   }
   Report(const Report&) = delete;
@@ -133,14 +116,9 @@ int WgrContext::take_in(Point3Df acc, Point3Df gyro) {
 
 int WgrContext::update_gesture(Point3Df acc, Point3Df gyro) {
   if (reporting_) return kNothingReported;
-  int gesture = take_in(acc, gyro);
-  if (gesture == kRejected) {
-    gesture = kReportedRejected;
-  } else if (gesture == kNoGesture || gesture == kNothingReported) {
-    return kNothingReported;
-  }
-
+  const std::optional<int> gesture = wgr::report_of(take_in(acc, gyro));
+  if (!gesture) return kNothingReported;
   const Report report(*ages, reporting_);
-  if (event_cb != nullptr) event_cb(this, gesture, user_data);
-  return gesture;
+  if (event_cb != nullptr) event_cb(this, *gesture, user_data);
+  return *gesture;
 }

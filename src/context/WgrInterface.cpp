@@ -16,38 +16,9 @@ int init_gesture_handle(WgrHandle h, int sample_rate, Point3Df gyro_bias,
                                             history_len, static_window, hand_window_len);
 }
 
-// The sensitivity levels, and what every other level means. Strengths in m/s².
-static constexpr double kStrengthLevel1 = 2.0;
-static constexpr double kStrengthLevel2 = 2.5;
-static constexpr double kStrengthLevel3 = 4.0;
-static constexpr double kStrengthOther = 3.0;
-static constexpr double kStrengthPerSecond = 6.0;  // of a length given directly
-static constexpr double kLevel1Divisor = 3.5;      // of the rate, gives a length
-
 void set_gesture_rec_sensitivity(WgrHandle h, int level) {
   if (h == nullptr) return;
-  AgGes& engine = *context_of(h)->ages;
-  const int rate = engine.sample_rate;
-
-  int length = rate / 2;
-  double strength = kStrengthOther;
-  // Adding to the rate, not negating the level: the lowest int has no negative.
-  if (level < 0) {
-    if (static_cast<long long>(rate) + level > 0) {
-      length = -level;
-      strength =
-          static_cast<double>(length) / static_cast<double>(rate) * kStrengthPerSecond;
-    }
-  } else if (level == 1) {
-    length = static_cast<int>(static_cast<double>(rate) / kLevel1Divisor);
-    strength = kStrengthLevel1;
-  } else if (level == 2) {
-    strength = kStrengthLevel2;
-  } else if (level == 3) {
-    strength = kStrengthLevel3;
-  }
-  engine.min_motion_len = length;
-  engine.strength_threshold = strength;
+  context_of(h)->ages->set_sensitivity(level);
 }
 
 int set_gesture_model(WgrHandle h, WgWatchWearer wearer, WgWorkMode mode) {

@@ -11,6 +11,7 @@
 #include "base/printing.h"
 #include "context/WgrLog.h"
 #include "engine/orientation.h"
+#include "engine/sensitivity.h"
 
 static constexpr char kModelRoot[] = "/usr/share/";  // working directory of the loading
 
@@ -112,6 +113,25 @@ void AgGes::init(int mode, int rate, Point3Df bias, int motion_len, int history,
   history_len = length_or(history, rate * kHistorySeconds);
   static_window = length_or(window, rate / kWindowsPerSecond);
   strength_threshold = threshold;
+}
+
+void AgGes::set_sensitivity(int level) {
+  const wgr::Sensitivity chosen = wgr::sensitivity_of(level, sample_rate);
+  min_motion_len = chosen.min_motion_len;
+  strength_threshold = chosen.strength_threshold;
+}
+
+void AgGes::start_afresh() {
+  gesture_class = kNoGesture;
+  for (Samples* samples :
+       {&motion_acc, &motion_gyro, &last_motion_acc, &acc_history, &gyro_history}) {
+    samples->clear();
+  }
+  for (Points* points :
+       {&trace, &trace_velocity, &trace_position, &aux_points_a, &aux_points_b}) {
+    points->clear();
+  }
+  static_history.clear();
 }
 
 void AgGes::cal_rotation_matrix(Point3Df w, double* R) { rotation_matrix(w, R); }

@@ -10,11 +10,10 @@
 #include <vector>
 
 #include "WgrTypes.h"
+#include "base/class_codes.h"
 #include "classifier/HGR.h"
 #include "engine/WHD.h"
 #include "engine/rotation.h"
-
-inline constexpr int kRejected = 13;  // a strong motion that no template matches
 
 // Values of AgGes::work_mode.
 inline constexpr int kAccOnly = 1;
@@ -44,6 +43,14 @@ class AgGes {
   // Sets the parameters, as the constructor does, and nothing else.
   void init(int work_mode, int sample_rate, Point3Df gyro_bias, int min_motion_len,
             int history_len, int static_window, double strength_threshold);
+
+  // Sets how short and how weak a motion may be, by one of the interface's levels at the
+  // sample rate in force; see sensitivity.h.
+  void set_sensitivity(int level);
+
+  // Forgets everything collected, and the class of the last motion; its strength,
+  // duration and gravity stay.
+  void start_afresh();
 
   // Takes one sample of both sensors, gyro with its bias still in it. A motion that
   // this sample ends is recognised at once. Refused, with a message on standard

@@ -82,12 +82,17 @@ bool AgGes::mark_newest() {
   return at_rest;
 }
 
-// Where memory does not do for the newest entry of all of them, none has it: queues that
-// go in step stay in step.
-template <class... Queues>
-static void cut_to_shortest(Queues&... queues) {
-  const size_t kept = std::min({queues.size()...});
-  (queues.resize(kept), ...);
+// Appends to queues that go in step. Where memory does not do for the newest entry of all
+// of them, none has it.
+template <class Append, class... Queues>
+static void append_in_step(Append append, Queues&... queues) {
+  try {
+    append();
+  } catch (...) {
+    const size_t kept = std::min({queues.size()...});
+    (queues.resize(kept), ...);
+    throw;
+  }
 }
 
 namespace {
@@ -120,28 +125,26 @@ void AgGes::update(Point3Df acc, Point3Df gyro) {
     drop_oldest(static_history);
   }
   bool at_rest = true;
-  try {
-    acc_history.push_back(acc);
-    gyro_history.push_back(rate);
-    at_rest = mark_newest();
-  } catch (...) {
-    cut_to_shortest(acc_history, gyro_history, static_history);
-    throw;
-  }
+  append_in_step(
+      [&] {
+        acc_history.push_back(acc);
+        gyro_history.push_back(rate);
+        at_rest = mark_newest();
+      },
+      acc_history, gyro_history, static_history);
 
   if (!at_rest) {
-    try {
-      if (motion_acc.empty()) {
-        const long long newest = length(acc_history) - 1;
-        append(acc_history, newest + 1 - margin(), newest, motion_acc);
-        append(gyro_history, newest + 1 - margin(), newest, motion_gyro);
-      }
-      motion_acc.push_back(acc);
-      motion_gyro.push_back(rate);
-    } catch (...) {
-      cut_to_shortest(motion_acc, motion_gyro);
-      throw;
-    }
+    append_in_step(
+        [&] {
+          if (motion_acc.empty()) {
+            const long long newest = length(acc_history) - 1;
+            append(acc_history, newest + 1 - margin(), newest, motion_acc);
+            append(gyro_history, newest + 1 - margin(), newest, motion_gyro);
+          }
+          motion_acc.push_back(acc);
+          motion_gyro.push_back(rate);
+        },
+        motion_acc, motion_gyro);
     return;
   }
 
@@ -171,13 +174,12 @@ void AgGes::update(Point3Df acc) {
   // These histories do not slide: they grow to their length and are then cut back.
   if (length(acc_history) == history_len) clear_buf();
   bool at_rest = true;
-  try {
-    acc_history.push_back(acc);
-    at_rest = mark_newest();
-  } catch (...) {
-    cut_to_shortest(acc_history, static_history);
-    throw;
-  }
+  append_in_step(
+      [&] {
+        acc_history.push_back(acc);
+        at_rest = mark_newest();
+      },
+      acc_history, static_history);
 
   if (!at_rest) {
     if (motion_acc.empty()) {

@@ -159,30 +159,6 @@ static void digest_given_traces(const GoldenStream& stream,
   outcome.digests[kStageClustering] = clustering.value();
 }
 
-// What set_gesture_rec_sensitivity() does to an engine.
-static void set_level(AgGes& engine, int level) {
-  const int rate = engine.sample_rate;
-  const double strengths[] = {3.0, 2.0, 2.5, 4.0};
-  engine.min_motion_len = level == 1 ? static_cast<int>(rate / 3.5) : rate / 2;
-  engine.strength_threshold = level >= 0 && level <= 3 ? strengths[level] : 3.0;
-  if (level < 0 && -level < rate) {
-    engine.min_motion_len = -level;
-    engine.strength_threshold = static_cast<double>(-level) / rate * 6.0;
-  }
-}
-
-static void start_afresh(AgGes& engine) {
-  engine.gesture_class = kNoGesture;
-  for (auto* points : {&engine.trace, &engine.trace_velocity, &engine.trace_position}) {
-    points->clear();
-  }
-  for (auto* queue : {&engine.motion_acc, &engine.motion_gyro, &engine.last_motion_acc,
-                      &engine.acc_history, &engine.gyro_history}) {
-    queue->clear();
-  }
-  engine.static_history.clear();
-}
-
 // Score of the stretch that the engine has compared last; it does not keep its own.
 static double score_again(AgGes& engine) {
   if (engine.trace.empty()) return 0.0;
@@ -198,7 +174,7 @@ static int next_model(int model) { return (model + 1) % (kGoldenModels - 1); }
 static void recognise(const GoldenStream& stream,
                       std::vector<GoldenRecognition>& recognitions) {
   const auto engine = engine_for(stream, kAccAndGyro, stream.model);
-  set_level(*engine, stream.level);
+  engine->set_sensitivity(stream.level);
   int collected = 0;
   for (size_t i = 0; i < stream.acc.size(); ++i) {
     if (i == stream.switch_at) {
@@ -214,9 +190,7 @@ static void recognise(const GoldenStream& stream,
                               engine->recog_cost_time, engine->motion_strength,
                               score_again(*engine), engine->gravity, last});
     }
-    if (engine->gesture_class != kNoGesture && engine->gesture_class != 6) {
-      start_afresh(*engine);
-    }
+    if (wgr::report_of(engine->gesture_class)) engine->start_afresh();
     collected = static_cast<int>(engine->motion_acc.size());
   }
 }
@@ -244,9 +218,8 @@ static std::string interface_difference(const GoldenStream& stream,
     if (i == stream.switch_at) model = golden_model(next_model(stream.model));
     const int answer = update_gesture(handle, stream.acc[i], stream.gyro[i]);
     const bool due = seen < events.size() && events[seen]->sample == static_cast<int>(i);
-    const int wanted = !due                                 ? 6
-                       : events[seen]->gesture == kRejected ? 5
-                                                            : events[seen]->gesture;
+    const int wanted =
+        due ? wgr::report_of(events[seen]->gesture).value_or(-1) : kNothingReported;
     if (due) ++seen;
     if (answer != wanted || called != static_cast<int>(seen) ||
         (due && (get_motion_strength(handle) != events[seen - 1]->strength ||

@@ -1,0 +1,27 @@
+// The gesture classes that stand for something else than a gesture, and what the host is
+// told of a class.
+#pragma once
+
+#include <optional>
+
+inline constexpr int kReportedRejected = 5;  // what the host is told for kRejected
+inline constexpr int kNothingReported = 6;   // an answer; as a label, never reported
+inline constexpr int kRejected = 13;         // a strong motion that no template matches
+inline constexpr int kNoGesture = 14;        // a motion that is no gesture, or none yet
+
+namespace wgr {
+
+// Whether a model's label would be taken for one of them.
+inline bool is_class_code(int label) {
+  return label == kReportedRejected || label == kNothingReported || label == kRejected ||
+         label == kNoGesture;
+}
+
+// What the host is told of a class of the engine; nothing when it is not reported.
+inline std::optional<int> report_of(int engine_class) {
+  if (engine_class == kRejected) return kReportedRejected;
+  if (engine_class == kNoGesture || engine_class == kNothingReported) return std::nullopt;
+  return engine_class;
+}
+
+}  // namespace wgr
