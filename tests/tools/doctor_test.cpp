@@ -219,7 +219,7 @@ static const std::vector<Fault>& faults() {
        "acc-clipping acc-spike acc-unit",
        [](Recorded& samples) {
          for (S& s : samples) s.acc = limited(s.acc, 11.5) / 9.80665;
-         samples[1000].acc.x = 9999.0;
+         samples[1000].acc = {9999.0, 9999.0, 9999.0};
        },
        "acc-clipping: "},
       {"gravity below the band", "gravity-band",
@@ -317,6 +317,12 @@ TEST(Doctor, CountsOverAllPartsOnce) {
   EXPECT_THAT(told(diagnosis), HasSubstr("zero-rate: 1600 samples"));
   EXPECT_NEAR(diagnosis.facts.seconds, t - samples.front().t, 1e-6);
   EXPECT_EQ(diagnosis.facts.samples, samples.size());
+  // A clock that stands still where the first part of 45,750 ends.
+  for (size_t i = 0; i < samples.size(); ++i) {
+    const size_t ticks = i < 45600 ? i : std::max<size_t>(i, 46200) - 600;
+    samples[i].t = static_cast<double>(ticks) / kRate;
+  }
+  EXPECT_THAT(told(diagnose(samples, {})), HasSubstr("repeated: 600 stamps"));
 }
 
 // A motion that goes on from one part into the next is one motion.

@@ -300,7 +300,7 @@ TEST(Recording, AnEmptyLastFieldIsTornUnlessALineBeforeHasOneToo) {
 TEST(Recording, ATornLineCountsNoEmptyFields) {
   TempDirectory directory;
   const std::string path = directory.file("a.csv");
-  write_file(path, std::string(kHeader) + "0,1,2,3,4,5,6\n1,,2,-");
+  write_file(path, std::string(kHeader) + "0,1,2,3,4,5,6\n1,,2,3,4,5,-");
   RecordingReader reader(path);
   RecordedSample sample;
   Capture quiet(STDERR_FILENO);
