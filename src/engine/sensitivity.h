@@ -1,6 +1,8 @@
 // How short and how weak a motion may be to count as a gesture, by level.
 #pragma once
 
+#include "base/exact_arithmetic.h"
+
 namespace wgr {
 
 struct Sensitivity {
