@@ -82,7 +82,8 @@ TEST(ForeignText, OddFileNamesAreReadAndShownByAllSubcommands) {
   std::filesystem::copy_file(kDemo, recording);
   const std::string odd = "'" + recording + "'";
   write_file(folder + "/index.csv", "file,label,subject,rate_hz\n");
-  write_file(folder + "/log.txt", "no log \x1b[31m\xff\n");
+  write_file(folder + "/log.txt",
+             "update_gesture 123: ---gestype---:14\nno line of it \x1b[31m\xff\n");
   const std::string shown_name = "odd \\xfe\\x1b[2J.csv";
 
   const std::string models = " --models " + kModels + " ";

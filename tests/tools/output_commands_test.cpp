@@ -6,6 +6,7 @@
 
 #include <map>
 
+#include "report/parts.h"
 #include "support/devices.h"
 #include "support/files.h"
 #include "tools/run_wgr.h"
@@ -35,6 +36,7 @@ class Commands : public ::testing::Test {
   static void TearDownTestSuite() { delete shared_; }
 
   void SetUp() override {
+    if (kUplotScript.empty()) GTEST_SKIP() << "built without the page of explain";
     fs::copy(shared_->path(), directory_.path(), fs::copy_options::recursive);
   }
 

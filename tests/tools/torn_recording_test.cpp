@@ -19,7 +19,7 @@ class TornRecording : public ::testing::Test {
  protected:
   void SetUp() override {
     std::filesystem::create_directory(set_);
-    const Outcome made = run_wgr("synth --gestures 3 --distractors 5 --person 3 -o " +
+    const Outcome made = run_wgr("synth --gestures 4 --distractors 5 --person 3 -o " +
                                  recording_ + " --labels " + set_ + "/labels.csv");
     ASSERT_EQ(made.status, 0) << made.err;
     whole_ = read_file(recording_);
