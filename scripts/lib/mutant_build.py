@@ -34,13 +34,21 @@ def copy_tree(root, target):
 class Build:
     """The library and its tests as they are, and the commands that make them."""
 
+    OPTIONS = ["-DWGR_BUILD_TOOLS=OFF"]
+    SOURCES = "src"
+    KINDS_APART = ()  # of mutants
+    GOAL = 0.95  # share of the mutants that are killed
+    library = LIBRARY
+
     def __init__(self, root, folder, jobs):
         self.source, self.folder = folder / "source", folder / "build"
         copy_tree(root, self.source)
         run(["cmake", "-G", "Ninja", "-S", self.source, "-B", self.folder,
              "-DCMAKE_BUILD_TYPE=None", f"-DCMAKE_CXX_FLAGS={FLAGS}",
-             "-DCMAKE_SKIP_RPATH=ON", "-DWGR_BUILD_TOOLS=OFF"])
-        built = subprocess.run(["ninja", "-C", self.folder, f"-j{jobs}"],
+             "-DCMAKE_SKIP_RPATH=ON", *self.OPTIONS])
+        self.links = {}
+        self.tests = self.find_tests()
+        built = subprocess.run(["ninja", "-C", self.folder, f"-j{jobs}", *self.targets()],
                                capture_output=True, text=True, check=False)
         if built.returncode != 0:
             sys.exit(built.stdout)
@@ -57,19 +65,37 @@ class Build:
             elif ": #deps" in line:
                 last = line.split(":")[0]
                 self.depends[last] = set()
-        self.links = {}
-        self.objects = [w for w in self.link(LIBRARY) if w.endswith(".o")]
-        self.tests = self.find_tests()
+        self.objects = self.find_objects()
+        self.prepare()
+
+    def targets(self):
+        """What is built; nothing: everything."""
+        return []
+
+    @classmethod
+    def files(cls, source):
+        """The files that mutants are made of."""
+        return [path for path in sorted((source / cls.SOURCES).rglob("*"))
+                if path.suffix in (".cpp", ".h")]
+
+    def find_objects(self):
+        return [w for w in self.link(LIBRARY) if w.endswith(".o")]
+
+    def prepare(self):
         self.check_tests_use_the_library()
         for name in self.objects:
             if self.has_vectors(name):
                 self.compile(name, self.folder / "portable" / name, [], PORTABLE)
 
+    def link_mutant(self, to, replaced, flags=()):
+        return self.link_anew(LIBRARY, to, replaced, flags)
+
     def link(self, target):
         if target not in self.links:
             line = run(["ninja", "-C", self.folder, "-t", "commands", "-s", target])
             words = shlex.split(line)
-            self.links[target] = words[words.index("&&") + 1:-2]
+            first = words.index("&&") + 1
+            self.links[target] = words[first:words.index("&&", first)]
         return self.links[target]
 
     def find_tests(self):
@@ -111,13 +137,73 @@ class Build:
         words[words.index("-o") + 1] = str(to)
         to.parent.mkdir(parents=True, exist_ok=True)
         first = next(i for i, w in enumerate(words) if w.startswith("-I"))
-        words[first:first] = [f"-I{folder / 'src'}" for folder in overlay]
+        words[first:first] = [f"-I{folder / self.SOURCES}" for folder in overlay]
         return subprocess.run(words + ["-w", *flags], cwd=self.folder, capture_output=True,
                               check=False).returncode == 0
 
     def link_anew(self, target, to, replaced, flags=()):
         words = [str(replaced.get(w, w)) for w in self.link(target)] + list(flags)
+        return self.link_to(words, to)
+
+    def link_to(self, words, to):
+        words = [*words]
         words[words.index("-o") + 1] = str(to)
         to.parent.mkdir(parents=True, exist_ok=True)
         return subprocess.run(words, cwd=self.folder, capture_output=True,
                               check=False).returncode == 0
+
+
+class ToolBuild(Build):
+    """The tool and its tests, with all of the tool but main() in a shared library, so that
+    a mutant is one object compiled and that library linked."""
+
+    OPTIONS = ["-DCMAKE_POSITION_INDEPENDENT_CODE=ON"]
+    SOURCES = "tools/wgr"
+    KINDS_APART = ("text",)
+    GOAL = 0.90
+    library = "libwgr_parts.so"
+    MAIN = "libwgr_main.so"  # for the program alone: the tests have another main()
+    # What computes motions, pages, sentences and findings is judged by what it makes.
+    APART = ("synthesis", "golden", "report", "explanation", "diagnosis")
+
+    def targets(self):
+        return ["wgr", *(name for name, _, _ in self.tests)]
+
+    @classmethod
+    def files(cls, source):
+        return [path for path in super().files(source) if path.suffix == ".cpp" and
+                path.relative_to(source / cls.SOURCES).parts[0] not in cls.APART]
+
+    def find_tests(self):
+        return [test for test in super().find_tests() if test[1] == "tools"]
+
+    def find_objects(self):
+        return [name for name in self.compilations if name.startswith(self.SOURCES) and
+                "wgr-selfcheck" not in name]
+
+    def compile(self, name, to, overlay, flags=()):
+        return super().compile(name, to, overlay, [*flags, "-fPIC"])
+
+    def prepare(self):
+        for name in self.objects:  # which was compiled as part of a program
+            if name.endswith("/main.cpp.o"):
+                self.compile(name, self.folder / name, [])
+        if not self.link_mutant(self.folder / self.library, {}):
+            sys.exit("scripts/mutate: the tool cannot be linked")
+        for program in self.targets():
+            at = program if program == "wgr" else f"tests/{program}"
+            words = self.link(at)
+            own = [w for w in words if not w.startswith(self.SOURCES)]
+            where = own.index(LIBRARY)
+            own[where:where] = [*([self.MAIN] if program == "wgr" else []), self.library]
+            if not self.link_to(own, self.folder / at):
+                sys.exit(f"scripts/mutate: {at} cannot be linked with {self.library}")
+
+    def link_mutant(self, to, replaced, flags=()):
+        """Both libraries, side by side."""
+        main = [name for name in self.objects if name.endswith("/main.cpp.o")]
+        parts = [name for name in self.objects if name not in main]
+        return all(self.link_to(
+            ["c++", "-shared", "-o", "", *(str(replaced.get(w, w)) for w in objects),
+             LIBRARY, "-lz", *flags], to.with_name(library))
+            for library, objects in ((self.library, parts), (self.MAIN, main)))

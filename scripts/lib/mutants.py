@@ -68,7 +68,8 @@ def masked(text):
         if token.startswith(('"', "'")):
             return token[0] + "~" * (len(token) - 2) + token[0]
         return re.sub(r"[^\n]", " ", token)
-    tokens = (r"//[^\n]*|/\*.*?\*/|^[ \t]*#(?:[^\n]*\\\n)*[^\n]*|"
+    tokens = (r'R"\(.*?\)"|'
+              r"//[^\n]*|/\*.*?\*/|^[ \t]*#(?:[^\n]*\\\n)*[^\n]*|"
               r'"(?:\\.|[^"\\\n])*"|(?<!\w)\'(?:\\.|[^\'\\\n])\'')
     return re.sub(tokens, blank, text, flags=re.S | re.M)
 
