@@ -93,12 +93,12 @@ static void explain_recording(ExplainArguments& given) {
   }
   find_expected(explanation);
 
-  if (!given.page.empty()) write_output(given.page, explain_page(explanation));
   if (given.json) {
     write_json_account(explanation, true, write_results);
   } else {
     write_text_account(explanation, write_results);
   }
+  if (!given.page.empty()) write_output(given.page, explain_page(explanation));
   if (malformed) std::rethrow_exception(malformed);
 }
 

@@ -83,7 +83,11 @@ void prepare_session(SessionArguments& given, OutputPlan& plan,
   if (!given.bias.empty()) given.session.gyro_bias = parse_bias(given.bias);
   const bool again = !given.in_place && (!given.models.empty() || given.keeps_log);
   plan.reads("RECORDING", given.recording);
-  plan.reads_folder("--models", given.models, is_model);
+  if (given.models.empty()) {
+    plan.reads_folder("the installed models", kInstalledModels, is_model);
+  } else {
+    plan.reads_folder("--models", given.models, is_model);
+  }
   plan.prints_results();
   if (again) keep_out_of_private_places(plan);
   plan.check();
