@@ -251,6 +251,9 @@ static void judge_end(const Disturbed& d, const RunResult& result,
   }
   EXPECT_TRUE(result.status == 1 || result.status == 2) << "of another meaning";
   EXPECT_TRUE(says_why(d, result)) << "it does not say why";
+  // Files do not need a reader of the results: explain -o page | head.
+  const bool printing_failed = written.others == 0 && !arrived(d, result);
+  if (printing_failed) return;
   EXPECT_EQ(written.complete, 0u) << "it failed, and wrote some files all the same";
   EXPECT_FALSE(written.made_folder) << "it failed, and left a folder";
 }

@@ -36,8 +36,7 @@ class OutputFiles {
   // Takes the file away, if there is one, when the others are put in their places.
   void remove(const std::string& path);
 
-  // Once, at the end, when all results are printed. Throws OutputError, also when results
-  // were lost, and then no file has changed.
+  // Once, at the end. Throws OutputError, and then no file has changed.
   void commit();
 
  private:

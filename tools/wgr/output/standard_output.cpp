@@ -75,11 +75,6 @@ void require_results() {
   if (std::ferror(results()) != 0) complain();
 }
 
-void require_all_results() {
-  std::fflush(results());
-  require_results();
-}
-
 void finish_results() {
   const bool flushed = std::fflush(results()) == 0;
   if (!flushed) loss = errno;

@@ -32,10 +32,6 @@ void join_results();
 // Throws OutputError when results have been lost so far: long work can end early.
 void require_results();
 
-// The same of all that was printed so far, what is still buffered included: before files
-// are put in their places.
-void require_all_results();
-
 // Writes what is still buffered; throws OutputError when anything was lost, unless
 // require_results() has done so.
 void finish_results();
