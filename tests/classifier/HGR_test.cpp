@@ -8,6 +8,7 @@
 #include <string>
 #include <type_traits>
 
+#include "base/class_codes.h"
 #include "support/cases.h"
 #include "support/child.h"
 #include "support/files.h"
