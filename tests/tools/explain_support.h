@@ -31,7 +31,7 @@ inline void install_default_model(const Gmodel& model) { install_model(1, model)
 inline Explanation explained(const std::string& path, const SessionOptions& options) {
   Explanation explanation;
   explanation.recording = path;
-  explanation.for_page = true;
+  explanation.keep_traces = true;
   RecordingReader reader(path);
   Capture quiet;
   explain(options, reader, explanation);

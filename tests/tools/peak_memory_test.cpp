@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "report/parts.h"
 #include "support/files.h"
 #include "synthesis/performance.h"
 
@@ -123,4 +124,19 @@ TEST(PeakMemory, AnExplanationTakesAShareOfADay) {
     EXPECT_LT(run.kilobytes, 16000 + 300000.0 / 24.0 * kHours);
     EXPECT_GT(run.out.size(), 100000u);
   }
+}
+
+// So may its page; what is kept to be drawn is bounded, and does not count by the hour.
+TEST(PeakMemory, APageTakesAShareOfADay) {
+  if (!measures_memory()) GTEST_SKIP() << "this build takes memory of its own";
+  if (kUplotScript.empty()) GTEST_SKIP() << "built without the page";
+  const TempDirectory directory;
+  const std::string page = directory.file("page.html");
+  constexpr double kHours = 3.0;
+  const Measured run =
+      run_measured("explain --rate 50 -o " + page + " --models " + WGR_ROOT + "/models -",
+                   [&](std::FILE* out) { write_hours(kHours, 50, out); });
+  EXPECT_EQ(run.status, 0);
+  EXPECT_LT(run.kilobytes, 65000 + 235000.0 / 24.0 * kHours);
+  EXPECT_GT(read_file(page).size(), 1000000u);
 }

@@ -31,6 +31,7 @@ class Watcher {
   Judgement judge(RestStretch& figures) const;
   void note_rest(Judgement judgement, const RestStretch& figures);
   void close_motion(const Step& step);
+  void keep(MotionAccount account);
   void place(MotionAccount& account) const;
   void compare(const MotionAccount& account, const Step& step) const;
   [[noreturn]] void disagree(const std::string& what) const;
@@ -172,7 +173,14 @@ void Watcher::close_motion(const Step& step) {
     account.also.insert(account.also.begin(), account.cause);
     account.cause = Cause::kCutByReport;
   }
-  if (!e_.for_page) account.drop_traces(kTemplatesShown);
+  keep(std::move(account));
+}
+
+void Watcher::keep(MotionAccount account) {
+  if (e_.for_page) {
+    e_.drawn_motions.add(account, e_.model, e_.times, e_.settings.rate);
+  }
+  if (!e_.keep_traces) account.drop_traces(kTemplatesShown);
   e_.motions.push_back(std::move(account));
 }
 
@@ -204,7 +212,7 @@ void Watcher::finish() {
     account.end = account.judged = e_.times.back();
     account.engine_class = engine_.gesture_class;
     account.cause = Cause::kWrongMode;
-    e_.motions.push_back(std::move(account));
+    keep(std::move(account));
   } else if (collecting > 0) {
     MotionAccount account;
     account.first = e_.times.size() - collecting;
@@ -212,7 +220,7 @@ void Watcher::finish() {
     account.engine_class = engine_.gesture_class;
     account.cause = Cause::kUnfinished;
     place(account);
-    e_.motions.push_back(std::move(account));
+    keep(std::move(account));
   }
 }
 

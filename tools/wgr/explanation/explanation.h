@@ -13,6 +13,7 @@
 #include "host/run.h"
 #include "host/session.h"
 #include "recording/recording.h"
+#include "report/drawn_motions.h"
 #include "report/drawn_stream.h"
 
 // How one sample was judged, from the window that it ends.
@@ -67,9 +68,11 @@ struct Explanation {
   std::string recording;
   Settings settings = {};
   Gmodel model;                      // that was in use
-  bool for_page = false;             // set before: values and traces are kept to be drawn
+  bool for_page = false;             // set before: what a page draws is kept
+  bool keep_traces = false;          // set before: so are all traces and scores
   std::deque<double> times;          // s, of each sample
   DrawnStream drawn;                 // the samples, for a page
+  DrawnMotions drawn_motions;        // the motions' traces, for a page
   std::deque<Judgement> judgements;  // one for each sample
   std::vector<RestStretch> rests;
   std::vector<MotionAccount> motions;

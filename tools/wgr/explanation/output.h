@@ -1,14 +1,8 @@
 // The explanation as text for people and as JSON for programs.
 #pragma once
 
-#include <functional>
-#include <string>
-#include <string_view>
-
 #include "explanation/explanation.h"
-
-// Takes a text piece by piece.
-using TextSink = std::function<void(std::string_view)>;
+#include "text_sink.h"
 
 void write_text_account(const Explanation& explanation, const TextSink& sink);
 

@@ -8,4 +8,5 @@
 // Throws UsageError, with what to do, when this program was built without the page.
 void require_page();
 
-std::string explain_page(const Explanation& explanation);
+// Uses up what was kept to be drawn.
+std::string explain_page(Explanation& explanation);

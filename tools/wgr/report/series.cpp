@@ -46,6 +46,10 @@ std::vector<double> times_of_extremes(const std::vector<double>& t, size_t bucke
   return kept;
 }
 
+double nominal_time(double first, size_t place, int rate) {
+  return first + static_cast<double>(place) / rate;
+}
+
 size_t bucket_for(size_t count, size_t most) {
   return count <= most ? 1 : (2 * count + most - 1) / most;
 }
