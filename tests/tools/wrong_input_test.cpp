@@ -26,6 +26,22 @@ static const std::string kDemo = std::string(WGR_ROOT) + "/recordings/demo.csv";
 static const std::string kModel =
     std::string(WGR_ROOT) + "/models/olvo_model_5_fb/hgr_olvo.xml";
 
+// ---- paths ---------------------------------------------------------------------------
+
+TEST(WrongPath, NamesThatCannotBeLookedUpAreTheUsersFault) {
+  TempDirectory directory;
+  const std::string circle = directory.file("circle");
+  std::filesystem::create_symlink("circle", circle);
+  const std::string long_name = directory.file(std::string(300, 'a'));
+  for (const std::string& path : {circle, long_name}) {
+    for (const char* const command : {"model check ", "build -o m.xml "}) {
+      const Outcome outcome = run_wgr(command + path);
+      EXPECT_EQ(outcome.status, 2) << outcome.err;
+      EXPECT_THAT(outcome.err, HasSubstr("wgr: " + path + ": "));
+    }
+  }
+}
+
 // ---- the tool's own JSON -------------------------------------------------------------
 
 static ordered_json description() {

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -15,6 +16,12 @@
 static int complain(const std::exception& error, int status) {
   std::fprintf(stderr, "wgr: %s\n", shown(error.what()).c_str());
   return status;
+}
+
+// A path that cannot even be looked up: links in a circle, a name that is too long.
+static int complain_of_path(const std::filesystem::filesystem_error& error) {
+  return complain(UsageError(error.path1().string() + ": " + error.code().message()),
+                  kExitBadInput);
 }
 
 static int run(int argc, char** argv) {
@@ -34,6 +41,8 @@ static int run(int argc, char** argv) {
     return complain(error, kExitBadInput);
   } catch (const RecordingError& error) {
     return complain(error, kExitBadInput);
+  } catch (const std::filesystem::filesystem_error& error) {
+    return complain_of_path(error);
   } catch (const std::exception& error) {
     return complain(error, kExitFailure);
   }
