@@ -7,6 +7,7 @@
 #include <string>
 
 #include "errors.h"
+#include "explanation/expected.h"
 #include "support/files.h"
 #include "training/labels.h"
 
@@ -46,4 +47,16 @@ TEST(Table, NamesThatNoFieldHoldsAreRefused) {
   EXPECT_THROW(field("a\nb.csv"), UsageError);
   EXPECT_THROW(field("\xff.csv"), UsageError);
   EXPECT_EQ(field("\xC3\xA4.csv"), "\xC3\xA4.csv");
+}
+
+TEST(Table, ExpectedSpansMayHaveAByteOrderMark) {
+  TempDirectory directory;
+  const std::string path = directory.file("expected.csv");
+  for (const char* const header : {"t_start,t_end,label", "file,t_start,t_end,label"}) {
+    const std::string file = *header == 'f' ? "a.csv," : "";
+    for (const char* const mark : {"", "\xEF\xBB\xBF"}) {
+      write_file(path, std::string(mark) + header + "\n" + file + "1,2,3\n");
+      EXPECT_EQ(read_expected(path, "a.csv").size(), 1u) << mark << header;
+    }
+  }
 }

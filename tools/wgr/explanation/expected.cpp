@@ -9,7 +9,8 @@
 #include "training/labels.h"
 
 static constexpr char kSpansHeader[] = "t_start,t_end,label";
-static constexpr double kMuchLonger = 2.0;  // motion, in lengths of what was expected
+static constexpr size_t kByteOrderMark = 3;  // bytes that may stand before the header
+static constexpr double kMuchLonger = 2.0;   // motion, in lengths of what was expected
 
 // Whether the path ends in all parts of `file`.
 static bool is_file(const std::filesystem::path& path,
@@ -24,7 +25,7 @@ static bool has_files(const std::string& path) {
   std::ifstream file(path);
   std::string header;
   std::getline(file, header);
-  return header.substr(0, sizeof kSpansHeader - 1) != kSpansHeader;
+  return header.find(kSpansHeader) > kByteOrderMark;
 }
 
 std::vector<Expected> read_expected(const std::string& path,
