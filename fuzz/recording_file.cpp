@@ -3,8 +3,6 @@
 // Samples, the line of the first fault, and the count of empty fields are compared with
 // a plain reading of the same text; what was read is written and read again.
 #include <algorithm>
-#include <cmath>
-#include <cstdlib>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,6 +11,7 @@
 #include "places.h"
 #include "recording/clock.h"
 #include "recording/recording.h"
+#include "reference_text.h"
 #include "support/literal_lines.h"
 #include "support/same_bits.h"
 
@@ -33,49 +32,8 @@ struct Content {
 
 }  // namespace
 
-static std::vector<std::string> fields_of(const std::string& line) {
-  std::vector<std::string> fields(1);
-  for (const char c : line) {
-    if (c == ',') {
-      fields.emplace_back();
-    } else {
-      fields.back() += c;
-    }
-  }
-  return fields;
-}
-
-// Digits with a point and an exponent, or nothing: neither blanks, nor a plus, nor names.
-static std::optional<double> number_of(const std::string& field) {
-  std::size_t i = field.substr(0, 1) == "-" ? 1 : 0;
-  const auto digits = [&field, &i] {
-    const std::size_t first = i;
-    while (i < field.size() && field[i] >= '0' && field[i] <= '9') ++i;
-    return i - first;
-  };
-  std::size_t mantissa = digits();
-  if (i < field.size() && field[i] == '.') {
-    ++i;
-    mantissa += digits();
-  }
-  if (mantissa == 0) return std::nullopt;
-  if (i < field.size() && (field[i] == 'e' || field[i] == 'E')) {
-    ++i;
-    if (i < field.size() && (field[i] == '-' || field[i] == '+')) ++i;
-    if (digits() == 0) return std::nullopt;
-  }
-  if (i != field.size()) return std::nullopt;
-  const double value = std::strtod(field.c_str(), nullptr);
-  // So small that nothing is left of it, but not written as zero.
-  if (value == 0.0 && field.find_first_of("123456789") < field.find_first_of("eE")) {
-    return std::nullopt;
-  }
-  if (!std::isfinite(value)) return std::nullopt;
-  return value;
-}
-
 static bool add_sample(const std::string& line, Content& content) {
-  const std::vector<std::string> fields = fields_of(line);
+  const std::vector<std::string> fields = reference::split(line, ',');
   if (fields.size() != kFields || fields[0].empty()) return false;
   double values[kFields];
   for (std::size_t i = 0; i < kFields; ++i) {
@@ -85,7 +43,7 @@ static bool add_sample(const std::string& line, Content& content) {
       values[i] = 0.0;
       continue;
     }
-    const std::optional<double> value = number_of(fields[i]);
+    const std::optional<double> value = reference::number_of(fields[i]);
     if (!value) return false;
     values[i] = *value;
   }

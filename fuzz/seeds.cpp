@@ -2,8 +2,8 @@
 // DIRECTORY/HARNESS/*, the same bytes each time.
 //
 // They are cut small from what the project makes itself: models, recordings and gestures
-// in their files' formats, scripts of calls, matrices of distances. Run it in the
-// project's root: it reads models/ and recordings/.
+// in their files' formats, tables, logs, command lines, scripts of calls, matrices. Run
+// it in the project's root: it reads models/ and recordings/.
 #include <zlib.h>
 
 #include <cmath>
@@ -16,6 +16,7 @@
 #include "classifier/Gmodel.h"
 #include "input.h"
 #include "support/motions.h"
+#include "training/model_output.h"
 
 using Bytes = std::string;
 
@@ -178,6 +179,178 @@ static void make_recordings() {
   save("recording_file", "longest-line", longest + "0.02,1,2,3,4,5,6\n");
   save("recording_file", "too-long-a-line",
        "t,ax,ay,az,gx,gy,gz\n0,1,2,3,4,5," + Bytes(4085, '0') + "\n");
+}
+
+// ---- tables -------------------------------------------------------------------------
+
+// By the first byte, as tables.cpp has them.
+enum Table : char { kLabels, kSpans, kIndex, kScript, kSlots };
+
+static void save_table(Table kind, const std::string& name, const Bytes& content) {
+  save("tables", name, Bytes(1, kind) + content);
+}
+
+static void make_tables() {
+  const Bytes labels = "file,t_start,t_end,label\n";
+  const Bytes spans = "t_start,t_end,label\n";
+  const Bytes index = "file,label,subject,rate_hz\n";
+  const Bytes script = "t_start,t_end,what\n";
+  const Bytes tricky = "\"b/\xC3\xA4, 1.csv\"";  // a recording of tables.cpp's
+  save_table(
+      kLabels, "labels",
+      labels + "a.csv,1,2.5,0\n./b/c.csv.gz,0.125,0.250,4\n" + tricky + ",1e1,2E1,7\n");
+  save_table(kLabels, "words",
+             labels + "a.csv,1,2,push\na.csv,3,4,5\na.csv,5,6,-1\n" +
+                 "a.csv,7,8,background\na.csv,8,9,1000\n");
+  save_table(kLabels, "other-recording", labels + "no.csv,1,2,0\n");
+  save_table(
+      kLabels, "marked",
+      "\xEF\xBB\xBF" + labels.substr(0, labels.size() - 1) + "\r\n\r\na.csv,-1,0,3\r\n");
+  save_table(kLabels, "quotes",
+             labels + "\"a\"\"\",1,2,\"x\"\"y\"\n\"a.csv,1,2,3\n\"a.csv\",1,2,\"\"\n");
+  save_table(kLabels, "empty", "");
+  save_table(kSpans, "spans", spans + "0,1,0\n1,2,1000\n2,3.5,12\n");
+  save_table(
+      kIndex, "index",
+      index + "a.csv,push,ann,50\nb/c.csv.gz,,,\n" + tricky + ",background,bob,99.5\n");
+  save_table(kIndex, "notes",
+             "file,label,subject,rate_hz,notes\na.csv,6,,1,left wrist\n");
+  save_table(kIndex, "twice", index + "a.csv,1,,\nx/../a.csv,2,,\n");
+  save_table(kIndex, "rate", index + "a.csv,1,,0.5\n");
+  save_table(kScript, "script", script + "0,2,rest\n2,3.2,swing\n5,6,raise\n6,9,walk\n");
+  save_table(kScript, "no-rest", script + "0,2,walk\n2,3,twist\n");
+  save_table(kScript, "long", script + "0,1e300,rest\n");
+  save_table(kSlots, "slots", "slot,input\nolvo_model_5_fb,set.txt\n");
+  // 4096 characters, which are read, and one more, which are not.
+  save_table(kSlots, "longest-line", "slot,input\nx," + Bytes(4094, 'a') + "\n");
+  save_table(kSlots, "too-long-a-line", "slot,input\nx," + Bytes(4095, 'a') + "\n");
+}
+
+// ---- descriptions -------------------------------------------------------------------
+
+static void make_descriptions() {
+  Provenance p;
+  p.rate = 50;
+  save("descriptions", "least", as_text(to_json(p)));
+  p.shortest = 25;
+  p.static_window = 12;
+  p.strength_threshold = 2.5;
+  p.background_seconds = 3600.25;
+  p.classes = {{"push", 0}, {"\xC3\xA4", 7}, {"3", 3}};
+  p.verdicts = {{"kept", 12}, {"too short", 3}};
+  p.inputs = {{"a.csv", Bytes(64, 'a')}};
+  p.subjects = {"ann", "ann", "bob", ""};
+  const nlohmann::ordered_json json = to_json(p);
+  save("descriptions", "whole", as_text(json));
+  save("descriptions", "short", json.dump());
+  nlohmann::ordered_json of_file = json;
+  of_file["training_file_sha256"] = Bytes(64, 'c');
+  save("descriptions", "of-file", as_text(of_file));
+  BuildReport report;
+  report.classes.resize(2);
+  report.classes[1].label = 3;
+  report.notes = {"a note"};
+  BuildOptions options;
+  options.most_templates = 6;
+  save("descriptions", "manifest", as_text(manifest(report, options, p, Bytes(64, 'b'))));
+  nlohmann::ordered_json changed = json;
+  changed["subjects"] = {{"ann", 40000000}};
+  save("descriptions", "many-subjects", changed.dump());
+  changed = json;
+  changed["samples_per_second"] = 1e300;
+  save("descriptions", "huge-number", changed.dump());
+  changed["samples_per_second"] = 50.5;
+  save("descriptions", "no-whole-number", changed.dump());
+  changed = json;
+  changed["classes"]["push"] = 4294967296;
+  save("descriptions", "huge-label", changed.dump());
+  save("descriptions", "array", "[1, 2.5e-3, null, true, \"\\ud83d\\ude00\"]");
+  save("descriptions", "nested", Bytes(400, '[') + Bytes(400, ']'));
+}
+
+// ---- logs ---------------------------------------------------------------------------
+
+static void make_logs() {
+  const Bytes start =
+      "WgrContext 36: WgrConstruct start\nAgGes 14: AgGes start\nAgGes 40: /home/app\n"
+      "AgGes 50: Load model success!\nAgGes 70: AgGes end\nWHD 623: WHD start\n"
+      "WHD 647: pp is NON NULL\nWHD 658: WHD end\nWgrContext 44: WgrConstruct end\n"
+      "init_gesture_handle 68: ---init_gesture_handle success\n";
+  const Bytes update = "update_gesture 115: update_gesture start\n";
+  const Bytes answer = "update_gesture 123: ---gestype---:";
+  const Bytes compare =
+      "predict 336: nTemplate:4, nclasses:2, normalize:0, havegravity:1\n";
+  const Bytes none = update + answer + "14\n";
+  const Bytes gesture = update + compare + answer + "3\n";
+  const Bytes model =
+      "set_gesture_model 81: ---setmode----hand type:1, mode:2, path:/x\n"
+      "set_gesture_model 87: ---set_hand_model success\n";
+  save("log_file", "session",
+       start + none + gesture + model + update + compare + answer + "13\n" + update +
+           compare + answer + "14\n");
+  save("log_file", "restart", none + start + none + start + update + start + none);
+  save("log_file", "no-model",
+       start.substr(0, start.find("AgGes 50")) +
+           "AgGes 60: ERROR: load model failed! Path:/usr/share\n");
+  save("log_file", "torn",
+       none + "update_gesture 115: upd\nupdate_gesture 12" + none + answer + "x\n" +
+           Bytes(5, '\0') + "\n" + update + answer);
+  save("log_file", "foreign", "Nov  1 00:00:00 watch kernel: \x1b[31m\r\n\n" + gesture);
+  save("log_file", "numbers",
+       update + answer + "-2147483648\n" + update + answer + "2147483648\n" + update +
+           compare + answer + "6\n");
+  save("log_file", "packed", packed(start + none + gesture));
+  save("log_file", "packed-long-line",
+       packed(none + Bytes(size_t{1} << 19, 'a') + "\n" + none));
+  save("log_file", "packed-cut-off", packed(start + gesture).substr(0, 80));
+  Bytes hour;
+  for (int i = 0; i < 20; ++i) hour += update + answer + std::to_string(i) + "\n";
+  save("log_file", "hours", hour);
+}
+
+// ---- command lines ------------------------------------------------------------------
+
+static void make_command_lines() {
+  const struct {
+    const char* name;
+    const char* words;  // a word a line
+  } lines[] = {
+      {"replay", "replay\n--models\nmodels\n--rate=50\n--json\nx.csv"},
+      {"replay-all",
+       "replay\n--wearer\n1\n--mode\n2\n--bias=0.4,-0.2,1e1\n"
+       "--sensitivity=-12\n--log\nl\n-"},
+      {"explain", "explain\n--expect\nx.labels.csv\n-o\np.html\n--no-init\nx.csv"},
+      {"synth",
+       "synth\n--person\n7\n--gestures\n2\n--distractors\n30.5\n-o\nx.csv\n"
+       "--labels\nl.csv\n--style\ncalm\n--from\n1\n--dead-band\n0.5"},
+      {"synth-set", "synth\n--training\nset\n--persons\n12\n--style\nmixed\n--seed\n3"},
+      {"cut",
+       "cut\nset\n--background\nw\n--background\nv\n--rate\n50\n--shortest\n"
+       "25\n-o\ns.txt\n--spans"},
+      {"build",
+       "build\nset\n-o\nm.xml\n--templates\n6\n--margin\n0.01\n--share\n"
+       "0.33\n--false-cost\n3\n--false-per-hour\n1\n--background-hours\n2.5\n"
+       "--threads\n2\n--report\nr.html"},
+      {"slots", "build\n--slots\ns.csv\n-o\nmodels\n--model-only\n--strangers"},
+      {"eval",
+       "eval\nset\n--leave-out\nsubject\n--folds\n10\n--require\n"
+       "accuracy=0.95\n--require\nlatency=1\n--json"},
+      {"require", "accuracy=0.95\nfalse_per_hour=1e1\nnamed=nan\nlatency=\nlatency=1x"},
+      {"model", "model\ndiff\na.xml\nb.xml"},
+      {"model-check", "model\ncheck\na.xml\n--\n-b.xml"},
+      {"doctor", "doctor\n--seconds\n60\n--rate\n100\n--bias\n1,2,3\n--json\nx.csv"},
+      {"preflight", "preflight\n--models\nm\n--json"},
+      {"log", "log\n--rate\n50\n--seconds\n86400\n--json\na\nb\nc"},
+      {"log-nan", "log\n--rate\nnan"},
+      {"log-inf", "log\n--seconds\n1e999\n--rate=0x32"},
+      {"selfcheck", "selfcheck\n--record"},
+      {"help", "replay\n--help"},
+      {"version", "--version"},
+      {"unknown", "repaly\nx.csv"},
+      {"misplaced", "--rate\n50\nreplay\nx.csv"},
+      {"empty", ""},
+  };
+  for (const auto& line : lines) save("options", line.name, line.words);
 }
 
 // ---- scripts of calls ---------------------------------------------------------------
@@ -362,6 +535,10 @@ int main(int argc, char** argv) {
   make_models();
   make_training();
   make_recordings();
+  make_tables();
+  make_descriptions();
+  make_logs();
+  make_command_lines();
   make_calls();
   make_matrices();
   make_hands();
