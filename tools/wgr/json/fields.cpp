@@ -1,6 +1,7 @@
 #include "json/fields.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -162,10 +163,13 @@ static std::string bytes_of(const std::string& path) {
   }
   std::ifstream file(path, std::ios::binary);
   if (!file) throw UsageError(path + ": cannot be read: " + std::strerror(errno));
-  std::string bytes(kMostBytes + 1, '\0');
-  file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  std::string bytes;
+  std::array<char, 65536> part;
+  do {
+    file.read(part.data(), part.size());
+    bytes.append(part.data(), static_cast<size_t>(file.gcount()));
+  } while (file && bytes.size() <= kMostBytes);
   if (file.bad()) throw UsageError(path + ": cannot be read to its end");
-  bytes.resize(static_cast<size_t>(file.gcount()));
   if (bytes.size() > kMostBytes) {
     throw UsageError(path + ": is longer than " + std::to_string(kMostBytes >> 20) +
                      " MB, which no file of this kind is");
