@@ -4,12 +4,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
+#include <sstream>
 #include <string>
 
 #include "errors.h"
 #include "explanation/expected.h"
 #include "support/files.h"
+#include "text_lines.h"
 #include "training/labels.h"
+#include "training/recording_set.h"
+#include "training/training_file.h"
 
 using ::testing::HasSubstr;
 
@@ -58,5 +64,64 @@ TEST(Table, ExpectedSpansMayHaveAByteOrderMark) {
       write_file(path, std::string(mark) + header + "\n" + file + "1,2,3\n");
       EXPECT_EQ(read_expected(path, "a.csv").size(), 1u) << mark << header;
     }
+  }
+}
+
+// ---- lines ---------------------------------------------------------------------------
+
+TEST(TextLines, AreWholeWhateverTheirLength) {
+  // Around the size of the parts that they are read in.
+  for (size_t length = 4090; length < 4100; ++length) {
+    const std::string text(length, 'a');
+    std::istringstream file(text + "\n\n" + text);
+    std::string line;
+    ASSERT_TRUE(next_line(file, line, 10000));
+    EXPECT_EQ(line, text);
+    ASSERT_TRUE(next_line(file, line, 10000));
+    EXPECT_EQ(line, "");
+    ASSERT_TRUE(next_line(file, line, 10000));
+    EXPECT_EQ(line, text);
+    EXPECT_FALSE(next_line(file, line, 10000));
+  }
+}
+
+TEST(TextLines, HoldZerosToo) {
+  const std::string text("a\0b", 3);
+  std::istringstream file(text + "\n");
+  std::string line;
+  ASSERT_TRUE(next_line(file, line, 10));
+  EXPECT_EQ(line, text);
+  EXPECT_FALSE(next_line(file, line, 10));
+}
+
+static std::string message_of(void (*read)()) {
+  try {
+    read();
+  } catch (const UsageError& error) {
+    return error.what();
+  }
+  return "";
+}
+
+// They would fill the memory.
+TEST(TextLines, FilesWithoutALineBreakAreRefused) {
+  EXPECT_EQ(message_of([] { read_labels("/dev/zero"); }),
+            "/dev/zero:1: longer than 4096 characters");
+  EXPECT_EQ(message_of([] { read_expected("/dev/zero", "a.csv"); }),
+            "/dev/zero:1: longer than 4096 characters");
+  EXPECT_EQ(message_of([] { read_training_file("/dev/zero"); }),
+            "/dev/zero:1: longer than 33554432 characters");
+}
+
+// A FIFO would be waited for without an end.
+TEST(RecordingSet, AFifoAmongTheRecordingsIsRefused) {
+  TempDirectory directory;
+  write_file(directory.file("labels.csv"), "file,t_start,t_end,label\n");
+  ASSERT_EQ(mkfifo(directory.file("b.csv").c_str(), 0600), 0);
+  try {
+    read_recording_set(directory.path());
+    ADD_FAILURE() << "accepted";
+  } catch (const UsageError& error) {
+    EXPECT_THAT(error.what(), HasSubstr("b.csv: is no file"));
   }
 }

@@ -11,8 +11,10 @@
 
 #include "errors.h"
 #include "foreign_text.h"
+#include "text_lines.h"
 
-static constexpr size_t kLongestLine = 4096;  // characters
+static constexpr size_t kLongestLine = 4096;  // characters, without a CR
+static constexpr size_t kMostRows = 1000000;
 static constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 // The fields of a line; one in double quotes may hold commas, and "" for a quote.
@@ -50,7 +52,7 @@ std::vector<TableRow> read_table(const std::string& path, const std::string& hea
   std::vector<TableRow> rows;
   std::string text;
   size_t line = 1;
-  for (; std::getline(file, text); ++line) {
+  for (; next_line(file, text, kLongestLine + 1); ++line) {
     if (!text.empty() && text.back() == '\r') text.pop_back();
     TableRow row = {line, {}};
     if (text.size() > kLongestLine) {
@@ -77,6 +79,9 @@ std::vector<TableRow> read_table(const std::string& path, const std::string& hea
                      (fields == columns ? header : longer) + ")");
     }
     row.fields.resize(most_columns);
+    if (rows.size() == kMostRows) {
+      refuse_row(row, path, "more than " + std::to_string(kMostRows) + " rows");
+    }
     rows.push_back(std::move(row));
   }
   if (file.bad()) throw UsageError(path + ": cannot be read to its end");

@@ -6,6 +6,7 @@
 
 #include "explanation/words.h"
 #include "table.h"
+#include "text_lines.h"
 #include "training/labels.h"
 
 static constexpr char kSpansHeader[] = "t_start,t_end,label";
@@ -24,7 +25,7 @@ static bool is_file(const std::filesystem::path& path,
 static bool has_files(const std::string& path) {
   std::ifstream file(path);
   std::string header;
-  std::getline(file, header);
+  next_line(file, header, kByteOrderMark + sizeof kSpansHeader);
   return header.find(kSpansHeader) > kByteOrderMark;
 }
 

@@ -29,7 +29,12 @@ static std::vector<SetEntry> recordings_in(const std::string& folder) {
   for (; !failed && entry != std::filesystem::recursive_directory_iterator();
        entry.increment(failed)) {
     const std::string file = entry->path().lexically_relative(folder);
-    if (is_recording(file) && file != kLabels && file != kIndex) files.insert(file);
+    if (!is_recording(file) || file == kLabels || file == kIndex) continue;
+    std::error_code unknown;  // is said when the file is opened
+    if (entry->is_fifo(unknown) || entry->is_character_file(unknown)) {
+      throw UsageError(folder + "/" + file + ": is no file: take it out of the folder");
+    }
+    files.insert(file);
   }
   if (failed) throw UsageError(folder + ": " + failed.message());
   if (files.empty()) throw UsageError(folder + ": holds no recording (.csv, .csv.gz)");

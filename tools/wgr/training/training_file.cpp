@@ -12,6 +12,7 @@
 #include "foreign_text.h"
 #include "numbers.h"
 #include "table.h"
+#include "text_lines.h"
 #include "training/recording_set.h"
 
 // Enough for any sensor, and few enough to hide that mathematical libraries differ in a
@@ -51,6 +52,7 @@ std::string training_text(const std::vector<Motion>& motions, bool gravity) {
 
 static constexpr size_t kLinesPerRecord = 4;
 static constexpr double kMostPoints = 1e6;
+static constexpr size_t kLongestLine = size_t{32} << 20;  // characters, for all of these
 static constexpr std::string_view kSpaces = " \t\r\f\v";
 
 namespace {
@@ -64,11 +66,14 @@ class Checker {
 
   // False at the end of the file.
   bool next_line() {
-    if (!std::getline(file_, text_)) {
+    if (!::next_line(file_, text_, kLongestLine)) {
       if (file_.bad()) throw UsageError(path_ + ": cannot be read to its end");
       return false;
     }
     ++line_;
+    if (text_.size() > kLongestLine) {
+      refuse("longer than " + std::to_string(kLongestLine) + " characters");
+    }
     rest_ = text_;
     return true;
   }
