@@ -31,7 +31,7 @@ static constexpr char kSpansHeader[] = "t_start,t_end,label";
 static constexpr int kMostLabel = 1000;
 static constexpr double kLargestNumber = 1e9;  // of a label, which is a name beyond it
 static constexpr int kTakenLabels[] = {5, 6, 13, 14};
-static constexpr double kMostStamp = 1e13;       // s, either side of 0
+static constexpr double kMostStamp = 1e13;    // s, either side of 0
 static constexpr double kMostPlan = 36000.0;  // s
 static constexpr double kMostRate = 100000.0;
 

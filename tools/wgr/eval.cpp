@@ -57,7 +57,8 @@ struct Arguments {
 }  // namespace
 
 static CLI::Validator requirement() {
-  return CLI::Validator([](std::string& text) { return fault_in_requirement(text); }, "");
+  return CLI::Validator(
+      [](const std::string& text) { return fault_in_requirement(text); }, "");
 }
 
 static std::vector<std::string> own_words() {

@@ -56,12 +56,12 @@ static std::string fault_in_path(const std::string& path) {
 }
 
 CLI::Validator path_name() {
-  return CLI::Validator([](std::string& path) { return fault_in_path(path); }, "");
+  return CLI::Validator([](const std::string& path) { return fault_in_path(path); }, "");
 }
 
 CLI::Validator path_value() {
   return CLI::Validator(
-      [](std::string& path) {
+      [](const std::string& path) {
         if (path.compare(0, 2, "--") != 0) return fault_in_path(path);
         return "a name is wanted, not the option " + ::quoted(path) + "; a file " +
                "of that name is ./" + path;

@@ -29,7 +29,7 @@ struct Stream {
 };
 
 // What is counted over all parts of a stream so far.
-struct Tally {
+struct Occurrences {
   size_t count = 0;
   double first = 0.0;     // when, s
   size_t first_line = 0;  // of the recording, from 1
@@ -50,7 +50,7 @@ struct Carried {
   size_t seen = 0;        // of the part, that the part before holds as well
   size_t window = 1;      // samples that rest is judged by
   size_t moving_for = 0;  // samples, up to the last one seen
-  Tally gaps, repeats, backward, zeros, acc_spikes, gyro_spikes;
+  Occurrences gaps, repeats, backward, zeros, acc_spikes, gyro_spikes;
 };
 
 class Examination {

@@ -174,7 +174,8 @@ void StreamDiagnosis::Parts::choose_length() {
   // Jitter makes the one too low, and gaps the other.
   const double all = static_cast<double>(steps.size());
   const double by_time = all / std::max(stream.times.back() - stream.times.front(), 1e-9);
-  const double rate = std::max(mean_rate(std::move(steps)).value_or(0.0), by_time);
+  const std::optional<double> by_steps = mean_rate(std::move(steps));
+  const double rate = std::max(by_steps.value_or(0.0), by_time);
   const bool believable = rate >= kLowestRate && rate <= kHighestUsual;
   at_once = believable ? std::min(static_cast<size_t>(kSecondsAtOnce * rate), kMostAtOnce)
                        : kMostAtOnce;

@@ -122,7 +122,7 @@ void Examination::count_steps(const std::vector<double>& steps, double rate) {
     ++new_gaps;
   }
 
-  const auto counted = [](const Tally& tally, const std::string& what) {
+  const auto counted = [](const Occurrences& tally, const std::string& what) {
     return std::to_string(tally.count) + what + ", the first at " +
            fixed(tally.first, 3) + " s";
   };

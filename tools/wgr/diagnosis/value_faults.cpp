@@ -66,7 +66,7 @@ static double largest_of(const Point3Df& p) {
 void Examination::examine_spikes() {
   const struct {
     Samples& samples;
-    Tally& tally;
+    Occurrences& tally;
     double most;
     const char* id;
     const char* name;
@@ -97,7 +97,7 @@ void Examination::examine_spikes() {
       ++found;
     }
     if (found == 0) continue;
-    const Tally& all = sensor.tally;
+    const Occurrences& all = sensor.tally;
     find(sensor.id, Sureness::kCertain,
          std::to_string(all.count) + " samples of the " + sensor.name +
              " are larger than any that it measures, up to " + fixed(all.most, 2) + " " +
@@ -194,7 +194,7 @@ void Examination::examine_zeros() {
   const auto begin = gyro_.begin() + static_cast<std::ptrdiff_t>(carried_.seen);
   const auto count = std::count_if(begin, gyro_.end(), is_zero);
   if (count == 0 || count == gyro_.end() - begin) return;
-  Tally& all = carried_.zeros;
+  Occurrences& all = carried_.zeros;
   for (size_t i = carried_.seen; i < gyro_.size(); ++i) {
     if (is_zero(gyro_[i])) all.add(times_[i], 0.0);
   }

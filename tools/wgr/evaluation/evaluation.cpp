@@ -380,8 +380,10 @@ Evaluation evaluate(const CutSet& set, const EvaluationOptions& options) {
     }
     HGR classifier(0);
     classifier.model->read(std::filesystem::path(place).replace_extension("").c_str());
-    if (!workshop) require_comparable(*classifier.model, options.model);
-    if (!workshop) fold.templates = classifier.model->templates.size();
+    if (!workshop) {
+      require_comparable(*classifier.model, options.model);
+      fold.templates = classifier.model->templates.size();
+    }
     result.models.push_back(*classifier.model);
     play(set, division, f, classifier, fold, result, progress);
     result.folds.push_back(fold);
