@@ -232,7 +232,7 @@ static bool own_mounts = false;
 
 bool may_mount() {
   own_mounts = (unshare(CLONE_NEWNS) == 0 || become_root_of_a_namespace()) &&
-               mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+               mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) == 0;
   return own_mounts;
 }
 
@@ -251,8 +251,8 @@ void mount_disk(const std::string& folder, size_t bytes, size_t files) {
 }
 
 void mount_read_only(const std::string& folder) {
-  mount_here(folder.c_str(), folder, nullptr, MS_BIND, nullptr);
-  mount_here(nullptr, folder, nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr);
+  mount_here(folder.c_str(), folder, "none", MS_BIND, nullptr);
+  mount_here("none", folder, "none", MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr);
 }
 
 void unmount(const std::string& folder) { umount2(folder.c_str(), MNT_DETACH); }
