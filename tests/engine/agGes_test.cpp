@@ -266,3 +266,16 @@ TEST(Engine, DestructionLogsNothing) {
   engine.reset();
   EXPECT_EQ(read_log(), log);
 }
+
+// Nothing is read, so no model file is needed; lengths are chosen as for one from a file.
+TEST(AgGesWithAClassifier, OwnsTheOneThatItIsGiven) {
+  auto classifier = std::make_unique<HGR>(1);
+  const HGR* const given = classifier.get();
+  const AgGes engine(std::move(classifier), kAccAndGyro, 100, {1.0, 2.0, 3.0}, -1, 300, -1,
+                     2.5);
+  EXPECT_EQ(engine.hgr, given);
+  EXPECT_EQ(engine.min_motion_len, 50);
+  EXPECT_EQ(engine.history_len, 300);
+  EXPECT_EQ(engine.static_window, 20);
+  EXPECT_EQ(engine.strength_threshold, 2.5);
+}
