@@ -9,6 +9,7 @@
 #include <climits>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <thread>
 #include <type_traits>
 
@@ -271,8 +272,8 @@ TEST(Engine, DestructionLogsNothing) {
 TEST(AgGesWithAClassifier, OwnsTheOneThatItIsGiven) {
   auto classifier = std::make_unique<HGR>(1);
   const HGR* const given = classifier.get();
-  const AgGes engine(std::move(classifier), kAccAndGyro, 100, {1.0, 2.0, 3.0}, -1, 300, -1,
-                     2.5);
+  const AgGes engine(std::move(classifier), kAccAndGyro, 100, {1.0, 2.0, 3.0}, -1, 300,
+                     -1, 2.5);
   EXPECT_EQ(engine.hgr, given);
   EXPECT_EQ(engine.min_motion_len, 50);
   EXPECT_EQ(engine.history_len, 300);
