@@ -209,6 +209,12 @@ static void make_tables() {
   save_table(kLabels, "quotes",
              labels + "\"a\"\"\",1,2,\"x\"\"y\"\n\"a.csv,1,2,3\n\"a.csv\",1,2,\"\"\n");
   save_table(kLabels, "empty", "");
+  save_table(kLabels, "no-time", labels + "a.csv,2,2,1\n");
+  Bytes words;
+  for (char word = 'a'; word < 'k'; ++word) {
+    words += "a.csv,1,2," + Bytes(1, word) + "\n";
+  }
+  save_table(kLabels, "many-words", labels + words);
   save_table(kSpans, "spans", spans + "0,1,0\n1,2,1000\n2,3.5,12\n");
   save_table(
       kIndex, "index",
@@ -221,6 +227,18 @@ static void make_tables() {
   save_table(kScript, "no-rest", script + "0,2,walk\n2,3,twist\n");
   save_table(kScript, "long", script + "0,1e300,rest\n");
   save_table(kSlots, "slots", "slot,input\nolvo_model_5_fb,set.txt\n");
+  save_table(kSlots, "quoted", "slot,input\n\"a\"\"b\"\"\",\"c,d\"e\"\"\n");
+  const char* const characters[] = {"\xE2\x82\xAC\xF0\x9F\x98\x80\xEF\xBF\xBF",
+                                    "\xED\xA0\x80",
+                                    "\xC0\x80",
+                                    "\xE0\x9F\xBF",
+                                    "\xF0\x8F\xBF\xBF",
+                                    "\xF4\x90\x80\x80",
+                                    "\xE2\x82"};
+  for (int i = 0; i < 7; ++i) {
+    save_table(kSlots, "utf-8-" + std::to_string(i),
+               Bytes("slot,input\na,") + characters[i] + "\n");
+  }
   // 4096 characters, which are read, and one more, which are not.
   save_table(kSlots, "longest-line", "slot,input\nx," + Bytes(4094, 'a') + "\n");
   save_table(kSlots, "too-long-a-line", "slot,input\nx," + Bytes(4095, 'a') + "\n");
@@ -254,7 +272,8 @@ static void make_descriptions() {
   options.most_templates = 6;
   save("descriptions", "manifest", as_text(manifest(report, options, p, Bytes(64, 'b'))));
   nlohmann::ordered_json changed = json;
-  changed["subjects"] = {{"ann", 40000000}};
+  using Json = nlohmann::ordered_json;
+  changed["subjects"] = Json::array({Json::array({"ann", 40000000})});
   save("descriptions", "many-subjects", changed.dump());
   changed = json;
   changed["samples_per_second"] = 1e300;
@@ -319,6 +338,9 @@ static void make_command_lines() {
       {"replay-all",
        "replay\n--wearer\n1\n--mode\n2\n--bias=0.4,-0.2,1e1\n"
        "--sensitivity=-12\n--log\nl\n-"},
+      {"session",
+       "replay\n--wearer\n1\n--mode\n2\n--rate\n0100\n"
+       "--bias=0.4,-0.2,1e1\n--sensitivity=-12\n--\n--x.csv"},
       {"explain", "explain\n--expect\nx.labels.csv\n-o\np.html\n--no-init\nx.csv"},
       {"synth",
        "synth\n--person\n7\n--gestures\n2\n--distractors\n30.5\n-o\nx.csv\n"
