@@ -227,7 +227,8 @@ static void make_tables() {
   save_table(kScript, "no-rest", script + "0,2,walk\n2,3,twist\n");
   save_table(kScript, "long", script + "0,1e300,rest\n");
   save_table(kSlots, "slots", "slot,input\nolvo_model_5_fb,set.txt\n");
-  save_table(kSlots, "quoted", "slot,input\n\"a\"\"b\"\"\",\"c,d\"e\"\"\n");
+  save_table(kSlots, "quoted",
+             "slot,input\n\"a\"\"b\"\"\",\"c,d\"e\"\"\n\"a\"\",b\",c\n");
   const char* const characters[] = {"\xE2\x82\xAC\xF0\x9F\x98\x80\xEF\xBF\xBF",
                                     "\xED\xA0\x80",
                                     "\xC0\x80",
