@@ -210,6 +210,7 @@ static void make_tables() {
              labels + "\"a\"\"\",1,2,\"x\"\"y\"\n\"a.csv,1,2,3\n\"a.csv\",1,2,\"\"\n");
   save_table(kLabels, "empty", "");
   save_table(kLabels, "no-time", labels + "a.csv,2,2,1\n");
+  save_table(kLabels, "no-name", labels + ",1,2,1\n");
   Bytes words;
   for (char word = 'a'; word < 'k'; ++word) {
     words += "a.csv,1,2," + Bytes(1, word) + "\n";

@@ -124,7 +124,8 @@ static Spans plain_spans(const reference::Table& table, bool with_files) {
   for (const reference::Row& row : table.rows) {
     const auto times = times_in(row, first);
     const std::optional<double> label = reference::whole_number_of(row.fields[first + 2]);
-    if (!times || !label || *label < 0 || *label > kMostLabel) {
+    const bool nameless = with_files && row.fields[0].empty();
+    if (nameless || !times || !label || *label < 0 || *label > kMostLabel) {
       result.faulty_line = static_cast<long>(row.line);
       return result;
     }
@@ -279,7 +280,10 @@ static void read_labels_of_any_content(const reference::Table& table) {
   for (const reference::Row& row : table.rows) {
     ++rows;
     const std::string& word = row.fields[3];
-    if (times_in(row, 1) && !word.empty() && may_be_label(word)) continue;
+    if (!row.fields[0].empty() && times_in(row, 1) && !word.empty() &&
+        may_be_label(word)) {
+      continue;
+    }
     faulty_line = static_cast<long>(row.line);
     break;
   }

@@ -8,6 +8,8 @@
 
 #include "classifier/points.h"
 #include "errors.h"
+#include "explanation/expected.h"
+#include "errors.h"
 #include "synthesis/performance.h"
 #include "tools/run_wgr.h"
 #include "training/labels.h"
@@ -176,6 +178,43 @@ TEST(SynthProgram, LabelsAreThePlansGestures) {
     EXPECT_EQ(spans[i].end, planned[i].end);
     EXPECT_EQ(spans[i].label, planned[i].label);
   }
+}
+
+// Nothing in a table can name what stands on standard output.
+TEST(SynthProgram, LabelsOfWhatIsNoFileHaveNoName) {
+  TempDirectory directory;
+  const std::string command = "synth --gestures 1 --distractors 0 -o ";
+  ASSERT_EQ(run_wgr(command + directory.file("r.csv") + " --labels " +
+                    directory.file("named.csv"))
+                .status,
+            0);
+  std::vector<LabelledSpan> spans = read_labels(directory.file("named.csv"));
+  for (const char* const out : {"-", "/dev/stdout", "/dev/null"}) {
+    const std::string labels = directory.file("labels.csv");
+    ASSERT_EQ(run_wgr(command + out + " --labels " + labels).status, 0);
+    EXPECT_EQ(read_file(labels), spans_text(spans)) << out;
+    EXPECT_EQ(read_expected(labels, "-").size(), 5u) << out;
+  }
+}
+
+TEST(SynthProgram, ABeginningBehindTheEndIsRefusedBeforeAnythingIsWritten) {
+  TempDirectory directory;
+  const std::string script = directory.file("script.csv");
+  write_file(script, "t_start,t_end,what\n0,2.5,rest\n");
+  const std::string out = directory.file("r.csv");
+  const std::string command = "synth --script " + script + " -o " + out + " --from ";
+  const Outcome outcome = run_wgr(command + "2.5");
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(outcome.err,
+            "wgr: --from 2.5: nothing is left of a recording of 2.5 s: begin before it "
+            "ends\n");
+  EXPECT_FALSE(std::filesystem::exists(out));
+  const std::string set = directory.file("set");
+  EXPECT_EQ(
+      run_wgr("synth --training " + set + " --script " + script + " --from 9").status, 2);
+  EXPECT_FALSE(std::filesystem::exists(set));
+  EXPECT_EQ(run_wgr(command + "2.48").status, 0);  // the last sample
+  EXPECT_EQ(read_recording(out).size(), 1u);
 }
 
 TEST(SynthProgram, ATrainingSetIsRecordingsIndexAndLabels) {

@@ -67,6 +67,30 @@ TEST(Table, ExpectedSpansMayHaveAByteOrderMark) {
   }
 }
 
+TEST(Table, TheRowBehindTheMostIsRefused) {
+  TempDirectory directory;
+  const std::string path = directory.file("table.csv");
+  write_file(path, "a,b\n1,2\n\n3,4\n5,6\n");
+  EXPECT_EQ(read_table(path, "a,b", "", 3).size(), 3u);
+  try {
+    read_table(path, "a,b", "", 2);
+    ADD_FAILURE() << "accepted";
+  } catch (const UsageError& error) {
+    EXPECT_EQ(error.what(), path + ":5: more than 2 rows");
+  }
+}
+
+// It would be the end of every recording's path.
+TEST(Table, AnEmptyNameOfARecordingIsRefused) {
+  EXPECT_THAT(refusal("file,t_start,t_end,label\na.csv,1,2,3\n,1,2,3\n"),
+              HasSubstr("labels.csv:3: the file is empty: name the recording"));
+  TempDirectory directory;
+  const std::string path = directory.file("expected.csv");
+  write_file(path, "file,t_start,t_end,label\n,1,2,3\n");
+  EXPECT_THROW(read_expected(path, "a.csv"), UsageError);
+  EXPECT_THROW(read_worded_labels(path), UsageError);
+}
+
 // ---- lines ---------------------------------------------------------------------------
 
 TEST(TextLines, AreWholeWhateverTheirLength) {

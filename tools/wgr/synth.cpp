@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "arguments/values.h"
+#include "errors.h"
+#include "numbers.h"
 #include "output/output_files.h"
 #include "output/output_plan.h"
 #include "recording/clock.h"
@@ -17,7 +19,8 @@
 
 static constexpr char kFooter[] =
     R"(One recording goes to -o, what happens in it to --plan (a script, with everything) and
---labels (the gestures' spans alone, as wgr cut reads them). With --script the wrist does
+--labels (the gestures' spans alone, as wgr cut reads them; without the recording's name,
+as wgr explain --expect reads them, where -o is no file). With --script the wrist does
 what a file says: CSV with the header t_start,t_end,what; seconds, and one of swing,
 raise, twist, push, circle (labels 0 to 4), rest, walk, reach, fidget, type. A gesture
 needs a rest before it. Without one, --gestures takes of each gesture and --distractors
@@ -97,6 +100,12 @@ static Take make_take(const SynthArguments& given, int person_number,
                                    : read_script(given.script);
   std::vector<RecordedSample> samples =
       record(plan, person, given.performance, random.fork(2));
+  const double from = given.performance.faults.from;
+  if (samples.empty() && from > 0.0) {
+    throw UsageError("--from " + plain(from) + ": nothing is left of a recording of " +
+                     plain(plan.empty() ? 0.0 : plan.back().end) +
+                     " s: begin before it ends");
+  }
   return {std::move(plan), std::move(samples)};
 }
 
@@ -107,6 +116,14 @@ static void append_spans(const Plan& plan, const std::string& file,
       spans.push_back({file, activity.begin, activity.end, *label});
     }
   }
+}
+
+// The table of a single recording. One that is no file, as on standard output, has no
+// name that the table could give.
+static std::string labels_of(const Plan& plan, const std::string& recording) {
+  std::vector<LabelledSpan> spans;
+  append_spans(plan, std::filesystem::path(recording).filename(), spans);
+  return find_target(recording).is_file() ? labels_text(spans) : spans_text(spans);
 }
 
 static void make_recording(const SynthArguments& given) {
@@ -122,11 +139,7 @@ static void make_recording(const SynthArguments& given) {
   OutputFiles files;
   write_recording(given.out, made.samples, files);
   if (!given.plan_out.empty()) files.write(given.plan_out, script_text(made.plan));
-  if (!given.labels.empty()) {
-    std::vector<LabelledSpan> spans;
-    append_spans(made.plan, std::filesystem::path(given.out).filename(), spans);
-    files.write(given.labels, labels_text(spans));
-  }
+  if (!given.labels.empty()) files.write(given.labels, labels_of(made.plan, given.out));
   files.commit();
 }
 

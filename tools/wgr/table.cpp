@@ -14,7 +14,6 @@
 #include "text_lines.h"
 
 static constexpr size_t kLongestLine = 4096;  // characters, without a CR
-static constexpr size_t kMostRows = 1000000;
 static constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 // The fields of a line; one in double quotes may hold commas, and "" for a quote.
@@ -41,7 +40,7 @@ void refuse_row(const TableRow& row, const std::string& path, const std::string&
 }
 
 std::vector<TableRow> read_table(const std::string& path, const std::string& header,
-                                 const std::string& also) {
+                                 const std::string& also, size_t most) {
   std::ifstream file(path, std::ios::binary);
   if (!file) throw UsageError(path + ": cannot be read: " + std::strerror(errno));
   const size_t columns = split(header).size();
@@ -79,8 +78,8 @@ std::vector<TableRow> read_table(const std::string& path, const std::string& hea
                      (fields == columns ? header : longer) + ")");
     }
     row.fields.resize(most_columns);
-    if (rows.size() == kMostRows) {
-      refuse_row(row, path, "more than " + std::to_string(kMostRows) + " rows");
+    if (rows.size() == most) {
+      refuse_row(row, path, "more than " + std::to_string(most) + " rows");
     }
     rows.push_back(std::move(row));
   }

@@ -14,6 +14,9 @@ static constexpr NumberRange kWholeNumbers = whole_from(-1e9, 1e9);
 // The span in the two columns from `first` on, and the file from the one before, if
 // there is one.
 static LabelledSpan span_in(const TableRow& row, size_t first, const std::string& path) {
+  if (first > 0 && row.fields[0].empty()) {
+    refuse_row(row, path, "the file is empty: name the recording that the span is of");
+  }
   const double begin = number_in(row, first, path, kStamps);
   const double end = number_in(row, first + 1, path, kStamps);
   if (!(end > begin)) refuse_row(row, path, "the span ends before it starts");
@@ -66,11 +69,22 @@ std::vector<LabelledSpan> read_spans(const std::string& path) {
   return read_columns(path, kSpansHeader, 0);
 }
 
+// The columns that every table of spans has.
+static std::string columns_of(const LabelledSpan& span) {
+  return fixed(span.begin, kTimeDecimals) + "," + fixed(span.end, kTimeDecimals) + "," +
+         std::to_string(span.label) + "\n";
+}
+
 std::string labels_text(const std::vector<LabelledSpan>& spans) {
   std::string text = std::string(kHeader) + "\n";
   for (const LabelledSpan& span : spans) {
-    text += field(span.file) + "," + fixed(span.begin, kTimeDecimals) + "," +
-            fixed(span.end, kTimeDecimals) + "," + std::to_string(span.label) + "\n";
+    text += field(span.file) + "," + columns_of(span);
   }
+  return text;
+}
+
+std::string spans_text(const std::vector<LabelledSpan>& spans) {
+  std::string text = std::string(kSpansHeader) + "\n";
+  for (const LabelledSpan& span : spans) text += columns_of(span);
   return text;
 }

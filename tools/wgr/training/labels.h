@@ -33,5 +33,6 @@ void check_label(const TableRow& row, size_t index, const std::string& path);
 // The spans of a table of one recording, t_start,t_end,label: they have no file.
 std::vector<LabelledSpan> read_spans(const std::string& path);
 
-// The table that read_labels() reads.
+// The tables that read_labels() and read_spans() read.
 std::string labels_text(const std::vector<LabelledSpan>& spans);
+std::string spans_text(const std::vector<LabelledSpan>& spans);
