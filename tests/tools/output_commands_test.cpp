@@ -13,6 +13,7 @@
 #include "tools/run_wgr.h"
 
 using ::testing::HasSubstr;
+using ::testing::Not;
 
 namespace fs = std::filesystem;
 
@@ -67,14 +68,14 @@ class Commands : public ::testing::Test {
 
 TempDirectory* Commands::shared_ = nullptr;
 
-// Each with everything that it can write, at "@/x", "@/y" and "@/z".
+// Each with everything that it can write, at "@/x.xml", "@/y" and "@/z".
 static const char* const kWriters[] = {
-    "explain --models MODELS @/walk.csv -o @/x",
-    "replay --models MODELS @/walk.csv --log @/x",
-    "cut @/set -o @/x",
-    "build @/g.txt -o @/x --report @/y",
-    "eval @/set --model MODEL --report @/x",
-    "synth --gestures 1 --distractors 0 -o @/x --labels @/y --plan @/z",
+    "explain --models MODELS @/walk.csv -o @/x.xml",
+    "replay --models MODELS @/walk.csv --log @/x.xml",
+    "cut @/set -o @/x.xml",
+    "build @/g.txt -o @/x.xml --report @/y",
+    "eval @/set --model MODEL --report @/x.xml",
+    "synth --gestures 1 --distractors 0 -o @/x.xml --labels @/y --plan @/z",
 };
 
 static std::string with_models(std::string command) {
@@ -86,14 +87,14 @@ static std::string with_models(std::string command) {
 
 TEST_F(Commands, WriteIntoDevicesAndLeaveThemDevices) {
   for (const char* writer : kWriters) {
-    for (const char* name : {"x", "y", "z"}) {
+    for (const char* name : {"x.xml", "y", "z"}) {
       fs::remove(file(name));
       make_device(file(name), kNullDevice);
     }
     const auto before = contents();
     const Outcome outcome = run(with_models(writer));
     EXPECT_EQ(outcome.status, 0) << writer << outcome.err;
-    for (const char* name : {"x", "y", "z"}) {
+    for (const char* name : {"x.xml", "y", "z"}) {
       EXPECT_TRUE(fs::is_character_file(file(name))) << writer << " " << name;
     }
     EXPECT_EQ(contents(), before) << writer;
@@ -103,7 +104,7 @@ TEST_F(Commands, WriteIntoDevicesAndLeaveThemDevices) {
 TEST_F(Commands, WriteThroughLinksAndKeepTheMode) {
   for (const char* writer : kWriters) {
     fs::create_directories(file("elsewhere"));
-    for (const std::string name : {"x", "y", "z"}) {
+    for (const std::string name : {"x.xml", "y", "z"}) {
       fs::remove(file(name));
       write_file(file("elsewhere/" + name), "before");
       chmod(file("elsewhere/" + name).c_str(), 0604);
@@ -111,7 +112,7 @@ TEST_F(Commands, WriteThroughLinksAndKeepTheMode) {
     }
     const Outcome outcome = run(with_models(writer));
     EXPECT_EQ(outcome.status, 0) << writer << outcome.err;
-    for (const std::string name : {"x", "y", "z"}) {
+    for (const std::string name : {"x.xml", "y", "z"}) {
       if (std::string(writer).find("@/" + name) == std::string::npos) continue;
       struct stat about = {};
       stat(file(name).c_str(), &about);
@@ -173,8 +174,21 @@ TEST_F(Commands, GiveSideFilesNamesThatNeverMeet) {
   }
   EXPECT_EQ(run("cut @/set -o @/x.json").status, 0);
   EXPECT_EQ(read_file(file("x.json")), read_file(file("g.txt")));
-  EXPECT_EQ(run("build @/x.json -o @/m.json").status, 0);
-  EXPECT_EQ(read_file(file("m.json")), read_file(file("g.xml")));
+  EXPECT_EQ(run("build @/x.json -o @/m.xml").status, 0);
+  EXPECT_EQ(read_file(file("m.xml")), read_file(file("g.xml")));
+}
+
+// The library could not open it.
+TEST_F(Commands, RefuseAModelThatIsNotNamedXmlBeforeAnyWork) {
+  const auto before = contents();
+  for (const std::string name : {"m", "m.dat", "m.xml.gz"}) {
+    const Outcome outcome = run("build @/g.txt -o @/" + name);
+    EXPECT_EQ(outcome.status, 2) << name;
+    EXPECT_THAT(outcome.err,
+                HasSubstr("wgr: -o " + file(name) + ": the library opens no"));
+    EXPECT_THAT(outcome.err, Not(HasSubstr("comparing"))) << name;
+  }
+  EXPECT_EQ(contents(), before);
 }
 
 TEST_F(Commands, AModelAloneLeavesNoManifestOfAnother) {
@@ -187,7 +201,7 @@ TEST_F(Commands, AModelAloneLeavesNoManifestOfAnother) {
 // Every size is too large for one of the files; ulimit counts blocks of 512 bytes.
 TEST_F(Commands, WriteAllOrNothingAtALimitOnSizes) {
   if (property_cases() < 10'000) GTEST_SKIP() << "the limit stops an emulator's launcher";
-  for (const char* name : {"x", "y", "z"}) write_file(file(name), "before");
+  for (const char* name : {"x.xml", "y", "z"}) write_file(file(name), "before");
   const auto before = contents();
   for (const char* writer : kWriters) {
     const std::string command = with_models(writer);
@@ -257,7 +271,7 @@ TEST_F(Commands, TakeADashForStandardOutput) {
 
 TEST_F(Commands, NeedNoTemporaryFolder) {
   for (const std::string command :
-       {"cut @/set -o @/x", "build @/g.txt -o @/x", "build @/set -o @/x",
+       {"cut @/set -o @/x.xml", "build @/g.txt -o @/x.xml", "build @/set -o @/x.xml",
         "eval @/set --model MODEL", "explain --models MODELS @/walk.csv"}) {
     const Outcome outcome = run(with_models(command), "TMPDIR=/dev/null; export TMPDIR;");
     EXPECT_EQ(outcome.status, 0) << command << outcome.err;
@@ -278,13 +292,13 @@ TEST_F(Commands, LeaveNothingWhenTheyAreKilled) {
 TEST_F(Commands, MakeMissingFoldersForEveryOutput) {
   for (const std::string writer : kWriters) {
     std::string deep = with_models(writer);
-    for (const char* name : {"@/x", "@/y", "@/z"}) {
+    for (const char* name : {"@/x.xml", "@/y", "@/z"}) {
       const size_t at = deep.find(name);
       if (at != std::string::npos) deep.replace(at, 2, "@/new/folder/");
     }
     const Outcome outcome = run(deep);
     EXPECT_EQ(outcome.status, 0) << deep << outcome.err;
-    EXPECT_TRUE(fs::exists(file("new/folder/x"))) << deep;
+    EXPECT_TRUE(fs::exists(file("new/folder/x.xml"))) << deep;
     fs::remove_all(file("new"));
   }
 }

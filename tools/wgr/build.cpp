@@ -50,6 +50,7 @@ be used, or would make a model that accepts nothing.)";
 
 static constexpr char kSlotsHeader[] = "slot,input";
 static constexpr char kModelName[] = "hgr_olvo.xml";  // within each slot
+static constexpr char kModelSuffix[] = ".xml";        // of every model the library opens
 static constexpr double kMostHours = 1e5;             // of background
 static constexpr double kSecondsPerHour = 3600.0;
 
@@ -168,6 +169,15 @@ static std::vector<Job> jobs_of_slots(const Arguments& given) {
   return jobs;
 }
 
+// The library opens models by their names without the suffix, which it appends.
+static void require_model_name(const std::string& out) {
+  const std::filesystem::path path(out);
+  if (path.extension() == kModelSuffix || !find_target(out).is_file()) return;
+  throw UsageError("-o " + out + ": the library opens no model that is not named " +
+                   kModelSuffix + ": name it " +
+                   std::filesystem::path(path).replace_extension(kModelSuffix).string());
+}
+
 static void check_files(const Arguments& given, const std::vector<Job>& jobs) {
   OutputPlan plan;
   plan.reads("--slots", given.slots);
@@ -186,6 +196,7 @@ static void check_files(const Arguments& given, const std::vector<Job>& jobs) {
   }
   plan.writes("--report", given.page);
   plan.check();
+  for (const Job& job : jobs) require_model_name(job.out);
 }
 
 static void build(const Arguments& given) {
