@@ -334,6 +334,18 @@ TEST(LineStreams, LinesAreTheSameWhereverABufferEnds) {
   EXPECT_EQ(stream.bytes(), text.size());
 }
 
+// Zeros without an end would be read for ever.
+TEST_F(Log, ALineWithoutAnEndIsRefused) {
+  write_file(path_, samples(1));
+  for (const char* const zeros : {"/dev/zero", "- </dev/zero"}) {
+    const Outcome outcome = run_wgr("log " + path_ + " " + zeros);
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.err, std::string("wgr: ") +
+                               (*zeros == '-' ? "standard input" : zeros) +
+                               ":1: longer than 33554432 characters\n");
+  }
+}
+
 // A power cut can leave megabytes of nothing.
 TEST_F(Log, ALineOfAnyLengthIsOneTornLine) {
   const json sum = summary(samples(1) + std::string(20000000, '\0') + "\n" + samples(1));

@@ -18,6 +18,7 @@
 #include "recording/clock.h"
 #include "subcommands.h"
 #include "table.h"
+#include "text_lines.h"
 
 using Json = nlohmann::ordered_json;
 
@@ -233,6 +234,10 @@ static void read_file(const std::string& path, LogReading& reading,
   try {
     LineStream lines(path);
     for (LineStream::Line line; lines.next(line);) {
+      if (line.too_long) {
+        throw UsageError(name + ":" + std::to_string(lines.number()) + ": longer than " +
+                         std::to_string(kLineLimit) + " characters");
+      }
       reading.add(name, lines.number(), line.text, line.ended, line.cut);
       after_line();
     }

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "text_lines.h"
+
 static constexpr size_t kBufferSize = size_t{1} << 18;  // bytes; far above kMostKept
 
 LineStream::LineStream(const std::string& path) : source_(path), buffer_(kBufferSize) {}
@@ -17,18 +19,21 @@ bool LineStream::fill() {
   return got > 0;
 }
 
-// Drops the rest of a line that is too long to keep; false when it has no end.
-bool LineStream::skip_to_break() {
-  for (;;) {
+// Drops the rest of a line that is too long to keep.
+void LineStream::skip_to_break(Line& line) {
+  for (size_t length = 0; length <= kLineLimit;) {
     const char* const first = buffer_.data() + begin_;
     const void* const found = std::memchr(first, '\n', end_ - begin_);
     if (found != nullptr) {
       begin_ += static_cast<size_t>(static_cast<const char*>(found) - first) + 1;
-      return true;
+      line.ended = true;
+      return;
     }
+    length += end_ - begin_;
     begin_ = end_;
-    if (!fill()) return false;
+    if (!fill()) return;
   }
+  line.too_long = true;
 }
 
 bool LineStream::next(Line& line) {
@@ -45,8 +50,8 @@ bool LineStream::next(Line& line) {
     }
     if (there > kMostKept) {
       kept_.assign(first, kMostKept);
-      begin_ = end_;
-      line = {kept_, true, skip_to_break()};
+      line = {kept_, true, false};
+      skip_to_break(line);
       break;
     }
     searched = there;

@@ -18,6 +18,7 @@ class LineStream {
     std::string_view text;  // without its end; valid until the next one is asked for
     bool cut;               // the line is longer than what is kept of it
     bool ended;             // by a line break, and not by the end of the file
+    bool too_long = false;  // more than kLineLimit: reading stopped within it
   };
 
   // "-" is standard input. Throws ByteSourceError, also from next().
@@ -30,7 +31,7 @@ class LineStream {
 
  private:
   bool fill();
-  bool skip_to_break();
+  void skip_to_break(Line& line);
 
   ByteSource source_;
   std::vector<char> buffer_;

@@ -52,7 +52,7 @@ std::string training_text(const std::vector<Motion>& motions, bool gravity) {
 
 static constexpr size_t kLinesPerRecord = 4;
 static constexpr double kMostPoints = 1e6;
-static constexpr size_t kLongestLine = size_t{32} << 20;  // characters, for all of these
+static_assert(kLineLimit > 30 * kMostPoints, "a line has room for so many numbers");
 static constexpr std::string_view kSpaces = " \t\r\f\v";
 
 namespace {
@@ -66,13 +66,13 @@ class Checker {
 
   // False at the end of the file.
   bool next_line() {
-    if (!::next_line(file_, text_, kLongestLine)) {
+    if (!::next_line(file_, text_, kLineLimit)) {
       if (file_.bad()) throw UsageError(path_ + ": cannot be read to its end");
       return false;
     }
     ++line_;
-    if (text_.size() > kLongestLine) {
-      refuse("longer than " + std::to_string(kLongestLine) + " characters");
+    if (text_.size() > kLineLimit) {
+      refuse("longer than " + std::to_string(kLineLimit) + " characters");
     }
     rest_ = text_;
     return true;
