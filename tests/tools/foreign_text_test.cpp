@@ -11,6 +11,7 @@
 
 #include "support/files.h"
 #include "tools/run_wgr.h"
+#include "training/model_output.h"
 
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -156,6 +157,19 @@ TEST(ForeignText, LabelsAndSubjectsAreShownWithoutTheirControls) {
         outcome.out + outcome.err,
         HasSubstr(command.find("--json") < command.size() ? "\\u001b[31m" : "\\x1b["));
   }
+}
+
+TEST(ForeignText, AManifestOfAnotherModelIsNamedWithoutItsControls) {
+  const TempDirectory directory;
+  const std::string model = directory.file("odd\x1b[2J.xml");
+  write_file(model, read_file(kModel));
+  nlohmann::ordered_json other = manifest({}, {}, {}, std::string(64, '0'));
+  write_file(manifest_path(model), other.dump());
+  const Outcome outcome =
+      run_wgr("eval --background " + kDemo + " --model '" + model + "'");
+  EXPECT_EQ(outcome.status, 0) << shown(outcome.err);
+  EXPECT_THAT(outcome.err, HasSubstr("odd\\x1b[2J.model.json: describes another model"));
+  expect_harmless(outcome, "eval");
 }
 
 // Zeros of a recording's fields pack a thousandfold.

@@ -335,6 +335,37 @@ TEST(Eval, TakesAClockThatStepsBack) {
   EXPECT_GT(reported(after), 2u);
 }
 
+// Its models have no threshold for the class, or no template of it.
+TEST(Eval, SaysWhichTakesNoModelCouldAccept) {
+  const TempDirectory directory;
+  const std::string set = directory.file("set");
+  const std::string script = directory.file("script.csv");
+  std::string labels = "file,t_start,t_end,label\n";
+  for (const std::string name : {"a", "b", "c"}) {
+    write_file(script, "t_start,t_end,what\n0,2,rest\n2,3.2,raise\n3.2,5,rest\n5,6.2," +
+                           std::string(name == "a" ? "push" : "raise") +
+                           "\n6.2,8,rest\n");
+    const std::string table = directory.file("labels.csv");
+    ASSERT_EQ(run_wgr("synth --script " + script + " -o " + set + "/" + name +
+                      ".csv --labels " + table)
+                  .status,
+              0);
+    const std::string rows = read_file(table);
+    labels += rows.substr(rows.find('\n') + 1);
+  }
+  write_file(set + "/labels.csv", labels);
+  const std::string eval = "eval " + set + " --leave-out ";
+  Outcome outcome = run_wgr(eval + "session");
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.err, HasSubstr("\nwgr: class 3: 1 of its takes cannot be judged"));
+  EXPECT_THAT(outcome.err, Not(HasSubstr("wgr: class 1")));
+  // Two sessions with one repetition each: one is left, whichever is left out.
+  labels.replace(labels.rfind(",1"), 2, ",3");
+  write_file(set + "/labels.csv", labels);
+  outcome = run_wgr(eval + "session");
+  EXPECT_THAT(outcome.err, HasSubstr("\nwgr: class 3: 2 of its takes cannot be judged"));
+}
+
 TEST(Build, RefusesAClassThatWouldNeverBeRecognised) {
   const TempDirectory directory;
   const std::string set = directory.file("set.txt");

@@ -11,6 +11,7 @@
 #include "arguments/values.h"
 #include "evaluation/evaluation.h"
 #include "evaluation/output.h"
+#include "foreign_text.h"
 #include "host/fixed_paths.h"
 #include "host/private_log.h"
 #include "model_findings.h"
@@ -115,10 +116,22 @@ static Classes classes_of(const std::string& model) {
   const nlohmann::ordered_json json = read_json(path, manifest_fields());
   if (json.at("model_sha256") != sha256_of_file(model)) {
     std::fprintf(stderr, "wgr: %s: describes another model; it does not count\n",
-                 path.c_str());
+                 shown(path).c_str());
     return {};
   }
   return provenance_from(json.at("samples"), path).classes;
+}
+
+static void warn_of_unjudged(const Evaluation& result) {
+  for (const auto& [label, takes] : result.unjudged) {
+    std::fprintf(
+        stderr,
+        "wgr: class %d: %zu of its takes cannot be judged and count as missed: "
+        "with what was left out beside them, a single repetition or none was left "
+        "to build from. Record more of it, or leave out less at a time "
+        "(--leave-out take)\n",
+        label, takes);
+  }
 }
 
 static void eval(const Arguments& given) {
@@ -135,6 +148,7 @@ static void eval(const Arguments& given) {
   const CutSet set = cut_given(given.folder, given.cut, classes);
   std::fputs(summary_of(set).c_str(), stderr);
   const Evaluation result = evaluate(set, given.options);
+  warn_of_unjudged(result);
   const std::string text = given.json ? as_text(to_json(result, set.provenance))
                                       : text_of(result, set.provenance);
   write_results(text);

@@ -19,8 +19,9 @@
 #include "training/training_file.h"
 
 static constexpr double kSecondsPerHour = 3600.0;
-static constexpr double kDoubt = 0.05;      // that the bound does not hold
-static constexpr size_t kEventSamples = 1;  // that a motion may end behind its event
+static constexpr double kDoubt = 0.05;       // that the bound does not hold
+static constexpr size_t kFewestSamples = 2;  // of a class, to find a threshold from
+static constexpr size_t kEventSamples = 1;   // that a motion may end behind its event
 
 static double share(size_t part, size_t whole) {
   return whole == 0 ? 0.0 : static_cast<double>(part) / static_cast<double>(whole);
@@ -334,6 +335,26 @@ static std::vector<bool> taken_in(const CutSet& set, const Division& division,
   return taken;
 }
 
+// Whether a model can accept something as the class.
+static bool is_accepted(int label, const BuildReport& report) {
+  return std::any_of(report.classes.begin(), report.classes.end(),
+                     [label](const ClassReport& c) {
+                       return c.label == label && c.samples >= kFewestSamples;
+                     });
+}
+
+static void count_unjudged(const CutSet& set, const Division& division, size_t f,
+                           const BuildReport& report, Evaluation& result) {
+  for (size_t r = 0; r < set.recordings.size(); ++r) {
+    const std::vector<LabelledSpan>& spans = set.recordings[r].spans;
+    for (size_t take = 0; take < spans.size(); ++take) {
+      if (division.takes[r][take] != f || is_accepted(spans[take].label, report))
+        continue;
+      ++result.unjudged[spans[take].label];
+    }
+  }
+}
+
 // Of the model's background, in hours.
 static double hours_in(const CutSet& set, const Division& division, size_t fold) {
   double seconds = 0.0;
@@ -372,6 +393,7 @@ Evaluation evaluate(const CutSet& set, const EvaluationOptions& options) {
       BuildReport report;
       const std::vector<bool> taken = taken_in(set, division, f);
       write_output(place, model_text(workshop->build(taken, build, report)));
+      count_unjudged(set, division, f, report, result);
       const Tally by_all = workshop->named_by_all(taken);
       result.by_all.samples += by_all.samples;
       result.by_all.right += by_all.right;

@@ -53,7 +53,10 @@ struct Evaluation {
   Tally by_all;  // with models from the rest: samples left out, by all of the rest
   // What was reported for the takes of each class, by number, or one of the words above.
   std::map<int, std::map<std::string, size_t>> confusion;
-  std::map<int, size_t> events;          // of each class, anywhere
+  std::map<int, size_t> events;  // of each class, anywhere
+  // Takes of each class that were played to models built from a single repetition of it,
+  // or none, which accept nothing as that class.
+  std::map<int, size_t> unjudged;
   std::map<std::string, size_t> misses;  // why takes were not reported as their class
   size_t false_events = 0;               // gestures reported outside all takes
   size_t refused_outside = 0;            // reported there as like no gesture
