@@ -19,9 +19,9 @@
 
 static constexpr char kFooter[] =
     R"(One recording goes to -o, what happens in it to --plan (a script, with everything) and
---labels (the gestures' spans alone, as wgr cut reads them; without the recording's name,
-as wgr explain --expect reads them, where -o is no file). With --script the wrist does
-what a file says: CSV with the header t_start,t_end,what; seconds, and one of swing,
+--labels (the gestures' spans alone, as wgr cut reads them; with -o - without the
+recording's name, as wgr explain --expect reads them). With --script the wrist does what a
+file says: CSV with the header t_start,t_end,what; seconds, and one of swing,
 raise, twist, push, circle (labels 0 to 4), rest, walk, reach, fidget, type. A gesture
 needs a rest before it. Without one, --gestures takes of each gesture and --distractors
 seconds of everyday movement come in random order.
@@ -118,12 +118,11 @@ static void append_spans(const Plan& plan, const std::string& file,
   }
 }
 
-// The table of a single recording. One that is no file, as on standard output, has no
-// name that the table could give.
+// The table of a single recording; on standard output it has no name.
 static std::string labels_of(const Plan& plan, const std::string& recording) {
   std::vector<LabelledSpan> spans;
   append_spans(plan, std::filesystem::path(recording).filename(), spans);
-  return find_target(recording).is_file() ? labels_text(spans) : spans_text(spans);
+  return recording == kStandardOutput ? spans_text(spans) : labels_text(spans);
 }
 
 static void make_recording(const SynthArguments& given) {
