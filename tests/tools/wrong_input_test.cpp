@@ -396,6 +396,19 @@ TEST(Build, RefusesAClassThatWouldNeverBeRecognised) {
   EXPECT_FALSE(std::filesystem::exists(model));
 }
 
+TEST(Description, OfAnotherTrainingFileDoesNotCountAndIsNamed) {
+  const TempDirectory directory;
+  const std::string set = directory.file("odd\x1b[2J.txt");
+  write_file(set,
+             "1 3 0 0 9.8\n1 2 3\n0 1 0\n0 0 2\n1 3 0 0 9.8\n1 2 3.1\n0 1 0\n0 0 2\n");
+  write_file(description_path(set), description().dump());
+  const Outcome outcome = run_wgr("build '" + set + "' -o " + directory.file("m.xml"));
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.err,
+              StartsWith("wgr: " + directory.file("odd\\x1b[2J.training.json") +
+                         ": describes another training file; it does not count\n"));
+}
+
 TEST(TrainingFile, CodesOfTheInterfaceAreRefusedWithTheirLine) {
   const TempDirectory directory;
   const std::string set = directory.file("set.txt");
