@@ -286,6 +286,13 @@ TEST(Options, APathIsNeitherNothingNorTheNextOption) {
   }
 }
 
+TEST(Options, AnEmptyValueBehindTheSignIsMetAfterOtherLongOptions) {
+  EXPECT_EQ(said_of({"replay", "--json", "--rate=50", "--log=", "X"}),
+            "--log: a value is wanted behind the =");
+  EXPECT_EQ(said_of({"synth", "--seed", "1", "-out", "X"}),
+            "-out: no option; did you mean --out?");
+}
+
 TEST(Options, ARecordingMayHaveTheNameOfAnOptionBehindTheDashes) {
   EXPECT_EQ(said_of({"replay", "--", "--json"}), "");
   EXPECT_THAT(said_of({"replay", "--", "X", "--json"}),

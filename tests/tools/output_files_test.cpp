@@ -297,6 +297,35 @@ TEST_F(TemporaryFiles, GetTheirPlacesWithOrWithoutANameBefore) {
   }
 }
 
+// The process ends by a signal, or by exit(), before what was replaced is let go.
+TEST_F(TemporaryFiles, WhatTheyReplacedIsGoneAfterEveryEnd) {
+  for (const int signal : {0, SIGTERM}) {
+    write_file(file("old"), "before");
+    const int outcome = in_child([&]() -> int {
+      TemporaryFile temporary(directory_.path(), "old");
+      if (!temporary.replace(file("old"))) return kChildCannot;
+      if (signal != 0) raise(signal);
+      std::exit(3);
+    });
+    EXPECT_EQ(outcome, signal != 0 ? -signal : 3);
+    EXPECT_EQ(names(), std::set<std::string>{"old"});
+    EXPECT_EQ(read_file(file("old")), "");
+  }
+}
+
+TEST_F(OutputFilesTest, LeaveNoDescriptorOpen) {
+  write_file(file("old"), "before");
+  make_device(file("null"), kNullDevice);
+  const size_t before = names_in("/proc/self/fd").size();
+  {
+    const TemporaryFile hidden(directory_.path(), "a", TemporaryFile::Name::kHidden);
+    for (const char* name : {"new", "old", "null"}) write_output(file(name), "after");
+    OutputFiles given_up;
+    for (const char* name : {"newer", "old", "null"}) given_up.write(file(name), "");
+  }
+  EXPECT_EQ(names_in("/proc/self/fd").size(), before);
+}
+
 // A link with the temporary file's name, planted by somebody else, must not be followed.
 TEST_F(TemporaryFiles, HaveNamesThatNobodyCanGuess) {
   std::set<std::string> names;
