@@ -7,6 +7,7 @@ import shlex
 import shutil
 import subprocess
 import sys
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 LIBRARY = "libWearableInteraction.so"
@@ -166,6 +167,10 @@ class ToolBuild(Build):
     # What computes motions, pages, sentences and findings is judged by what it makes.
     APART = ("synthesis", "golden", "report", "explanation", "diagnosis")
 
+    @property
+    def covered(self):
+        return self.folder / "covered"
+
     def targets(self):
         return ["wgr", *(name for name, _, _ in self.tests)]
 
@@ -180,6 +185,38 @@ class ToolBuild(Build):
     def find_objects(self):
         return [name for name in self.compilations if name.startswith(self.SOURCES) and
                 "wgr-selfcheck" not in name]
+
+    def build_covered(self, jobs):
+        """Builds the tool so that it notes which lines are reached."""
+        def compile_one(name):
+            return self.compile(name, self.covered / name, [], ["--coverage"])
+        # A cached object notes what is reached elsewhere.
+        os.environ["CCACHE_DISABLE"] = "1"
+        with ThreadPoolExecutor(jobs) as pool:
+            good = all(pool.map(compile_one, self.objects))
+        del os.environ["CCACHE_DISABLE"]
+        objects = {name: self.covered / name for name in self.objects}
+        if not good or not self.link_mutant(self.covered / self.library, objects,
+                                            ["--coverage"]):
+            sys.exit("scripts/mutate: the tool cannot be built with --coverage")
+
+    def take_reached(self):
+        """The lines reached since the last time, as pairs of file and line."""
+        notes = sorted(self.covered.rglob("*.gcda"))
+        reached = set()
+        if not notes:
+            return reached
+        shown = run(["gcov", "--json-format", "--stdout", *notes], cwd=self.covered)
+        for document in shown.splitlines():
+            for file in json.loads(document)["files"]:
+                path = Path(os.path.normpath(self.folder / file["file"]))
+                if path.is_relative_to(self.source):
+                    name = str(path.relative_to(self.source))
+                    reached.update((name, line["line_number"]) for line in file["lines"]
+                                   if line["count"] > 0)
+        for note in notes:
+            note.unlink()
+        return reached
 
     def compile(self, name, to, overlay, flags=()):
         return super().compile(name, to, overlay, [*flags, "-fPIC"])

@@ -265,6 +265,12 @@ TEST(Options, WordsAreTakenAsTheyAreAndOthersAreRefused) {
   }
 }
 
+TEST(Options, AWordThatIsNoneOfSeveralIsRefusedWithAllOfThem) {
+  EXPECT_EQ(said_of({"eval", "X", "--leave-out", "sesion"}),
+            "--leave-out: subject, take or session is wanted, not \"sesion\"; did you "
+            "mean session? See wgr eval --help");
+}
+
 TEST(Options, APathIsNeitherNothingNorTheNextOption) {
   for (const auto& [command, options] : kPaths) {
     for (const std::string& option : options) {

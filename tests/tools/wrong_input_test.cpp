@@ -396,6 +396,28 @@ TEST(Build, RefusesAClassThatWouldNeverBeRecognised) {
   EXPECT_FALSE(std::filesystem::exists(model));
 }
 
+// A slot becomes a folder below that of -o, and must not lead out of it.
+TEST(Build, TakesOnlyNamesOfFoldersForSlots) {
+  const TempDirectory directory;
+  const std::string slots = directory.file("slots.csv");
+  write_file(directory.file("g.txt"), "1 3 0 0 9.8\n1 2 3\n0 1 0\n0 0 2\n");
+  const std::string build =
+      "build --slots " + slots + " -o " + directory.file("out/models");
+  for (const char* slot : {"", "..", ".hidden", "a/b", "../a", "/a"}) {
+    write_file(slots, "slot,input\n" + std::string(slot) + ",g.txt\n");
+    const Outcome outcome = run_wgr(build);
+    EXPECT_EQ(outcome.status, 2) << slot;
+    EXPECT_THAT(outcome.err,
+                HasSubstr(slots + ":2: the slot must be the name of a folder\n"));
+  }
+  write_file(slots, "slot,input\none,missing.txt\n");
+  EXPECT_THAT(run_wgr(build).err, HasSubstr(slots + ":2: " + directory.file("missing") +
+                                            ".txt is not there\n"));
+  write_file(slots, "slot,input\n");
+  EXPECT_THAT(run_wgr(build).err, HasSubstr(slots + ": names no slot\n"));
+  EXPECT_FALSE(std::filesystem::exists(directory.file("out")));
+}
+
 TEST(Description, OfAnotherTrainingFileDoesNotCountAndIsNamed) {
   const TempDirectory directory;
   const std::string set = directory.file("odd\x1b[2J.txt");
