@@ -11,7 +11,9 @@
 #include "errors.h"
 #include "support/motions.h"
 #include "synthesis/performance.h"
+#include "table.h"
 #include "tools/run_wgr.h"
+#include "training/cut_set.h"
 #include "training/cutter.h"
 #include "training/exemplars.h"
 #include "training/model_builder.h"
@@ -262,6 +264,135 @@ TEST(SynthBuilder, CountsEverySampleOnce) {
     EXPECT_EQ(c.right, 8u);
     EXPECT_EQ(c.right + c.confused + c.refused, c.samples);
   }
+}
+
+// A recording as a file has it, at the given times.
+static std::string recording_text(const std::vector<double>& stamps,
+                                  const Stream& stream) {
+  std::string text = "t,ax,ay,az,gx,gy,gz\n";
+  for (size_t i = 0; i < stamps.size(); ++i) {
+    const Pair& pair = stream[i];
+    for (const double value : {stamps[i], pair.acc.x, pair.acc.y, pair.acc.z, pair.gyro.x,
+                               pair.gyro.y, pair.gyro.z}) {
+      text += fixed(value, 6) + ",";
+    }
+    text.back() = '\n';
+  }
+  return text;
+}
+
+// 200 of them, with other steps than usual before the given ones.
+static std::vector<double> stamps(double step, const std::map<size_t, double>& others) {
+  std::vector<double> times = {0.0};
+  for (size_t i = 1; i < 200; ++i) {
+    const auto other = others.find(i);
+    times.push_back(times.back() + (other == others.end() ? step : other->second));
+  }
+  return times;
+}
+
+static CutSet cut_folder(const std::string& folder, const CutOptions& options = {}) {
+  Capture hushed;
+  return cut_set(read_recording_set(folder), {}, options);
+}
+
+TEST(SynthCutSet, TellsWhatIsOddAboutItsClocks) {
+  const TempDirectory set;
+  const auto write = [&](const char* name, const std::vector<double>& times) {
+    write_file(set.file(name), recording_text(times, rest(200)));
+  };
+  write("a.csv", stamps(0.02, {{50, 0.5}, {60, 0.0}, {70, -0.5}, {80, 0.0}}));
+  write("b.csv", stamps(0.02, {{50, 0.25}, {60, 0.125}}));
+  write("c.csv", stamps(0.04, {}));
+  write("d.csv", stamps(0.02, {}));
+  write_file(set.file("index.csv"),
+             "file,label,subject,rate_hz\n"
+             "a.csv,1,,50\nb.csv,1,,40\nc.csv,1,,30\nd.csv,1,,\n");
+  EXPECT_EQ(
+      cut_folder(set.path()).notes,
+      "50 samples/s; 1 recording of another rate resampled to it by linear interpolation "
+      "(25 x 1)\n"
+      "3 gaps in the time stamps of 2 recordings, the longest 0.500 s; motions across "
+      "them are cut as if the samples were next to each other, or filled in by the "
+      "resampling\n"
+      "irregular clocks: 1 step back, 2 repeated times\n" +
+          set.file("b.csv") +
+          ": 50 samples/s by the time stamps, 40.00 by the index; the time stamps count "
+          "(so do 1 more)\n"
+          "4 recordings of a single take: 0 without rest around it taken whole, through "
+          "the same turning and trimming; 4 cut\n");
+
+  write_file(set.file("index.csv"), "file,label,subject,rate_hz\na.csv,1,,\n");
+  for (const char* name : {"b.csv", "c.csv"}) std::filesystem::remove(set.file(name));
+  write("a.csv", stamps(0.02, {}));
+  EXPECT_EQ(cut_folder(set.path()).notes,
+            "50 samples/s\n1 recording of a single take: 0 without rest around it taken "
+            "whole, through the same turning and trimming; 1 cut\n");
+}
+
+TEST(SynthCutSet, TakesARecordingWithoutRestAsAWhole) {
+  const TempDirectory set;
+  const Stream shaken = gesture(20, 6.0) + gesture(20, 6.0);
+  std::vector<double> times = stamps(0.02, {});
+  times.resize(shaken.size());
+  write_file(set.file("a.csv"), recording_text(times, shaken));
+  const Stream rested = rest(50) + gesture(20, 6.0) + rest(50);
+  times = stamps(0.02, {});
+  times.resize(rested.size());
+  write_file(set.file("b.csv"), recording_text(times, rested));
+  write_file(set.file("index.csv"),
+             "file,label,subject,rate_hz\na.csv,up,ann,\nb.csv,down,bob,\n");
+  const CutSet cut = cut_folder(set.path());
+  ASSERT_THAT(cut.recordings, SizeIs(2));
+  EXPECT_TRUE(cut.recordings[0].whole);
+  EXPECT_FALSE(cut.recordings[1].whole);
+  EXPECT_THAT(cut.notes, HasSubstr("2 recordings of a single take: 1 without rest around "
+                                   "it taken whole, through the same turning and "
+                                   "trimming; 1 cut\n"));
+  EXPECT_THAT(kept_motions(cut), SizeIs(2));
+  EXPECT_EQ(cut.provenance.subjects, (std::vector<std::string>{"ann", "bob"}));
+  EXPECT_EQ(summary_of(cut), "2 recordings, " + cut.notes +
+                                 "     2 kept\n"
+                                 "     0 too short\n"
+                                 "     0 too weak\n"
+                                 "     0 starts fast\n"
+                                 "     0 ends fast\n"
+                                 "     0 not a number\n"
+                                 "     0 overlaps two spans\n"
+                                 "     0 partly in one span\n"
+                                 "     1 samples of class 0, down\n"
+                                 "     1 samples of class 1, up\n"
+                                 "     0 of 2 spans without a kept motion\n"
+                                 "0.0 s of background\n");
+}
+
+TEST(SynthCutSet, TakesMarkedSpansAsTheyAreMarked) {
+  const TempDirectory set;
+  const Stream stream = rest(50) + gesture(20, 6.0) + rest(50);
+  std::vector<double> times = stamps(0.02, {});
+  times.resize(stream.size());
+  write_file(set.file("a.csv"), recording_text(times, stream));
+  CutOptions options;
+  options.whole_spans = true;
+  const std::string labels = "file,t_start,t_end,label\na.csv,1,1.78,3\na.csv,0,0.5,3\n";
+  write_file(set.file("labels.csv"), labels);
+  const CutSet cut = cut_folder(set.path(), options);
+  ASSERT_THAT(cut.recordings, SizeIs(1));
+  const CutRecording& recording = cut.recordings[0];
+  EXPECT_TRUE(recording.whole);
+  ASSERT_THAT(recording.motions, SizeIs(2));
+  EXPECT_EQ(recording.motions[0].verdict, Verdict::kKept);
+  EXPECT_EQ(recording.motions[0].label, 3);
+  EXPECT_NE(recording.motions[1].verdict, Verdict::kKept);
+  EXPECT_THAT(recording.span_of, ElementsAre(0, -1));
+  EXPECT_THAT(cut.notes, HasSubstr("marked spans taken whole"));
+  EXPECT_THAT(summary_of(cut), HasSubstr("     1 of 2 spans without a kept motion\n"));
+
+  write_file(set.file("labels.csv"), labels + "a.csv,7.125,8.25,3\n");
+  EXPECT_THAT(
+      [&] { cut_folder(set.path(), options); },
+      ::testing::ThrowsMessage<UsageError>(
+          set.path() + "/a.csv: has no sample in the span from 7.125 to 8.250 s"));
 }
 
 TEST(SynthProgramCut, CountsEveryMotionAndSaysWhatIsWrong) {
