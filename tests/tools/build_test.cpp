@@ -13,6 +13,7 @@
 
 #include "classifier/HGR.h"
 #include "output/hold_signals.h"
+#include "progress.h"
 #include "support/child.h"
 #include "support/files.h"
 #include "tools/run_wgr.h"
@@ -71,6 +72,16 @@ TEST(HoldSignals, EndsTheProgramOnlyWhenWhatBelongsTogetherIsDone) {
     EXPECT_TRUE(std::filesystem::exists(directory.file("done")));
     EXPECT_FALSE(std::filesystem::exists(directory.file("later")));
   }
+}
+
+TEST(Progress, IsALineForEveryQuarterWhereItIsNoTerminal) {
+  Capture said(STDERR_FILENO);
+  Progress progress("counting", 8);
+  for (int i = 0; i < 8; ++i) progress.add(1);
+  Progress("nothing", 0).add(0);
+  EXPECT_EQ(said.finish(),
+            "counting: 25 %\ncounting: 50 %\ncounting: 75 %\ncounting: 100 %\n"
+            "nothing: 100 %\n");
 }
 
 // Ten samples a class that nobody could tell apart, long enough to keep it busy.

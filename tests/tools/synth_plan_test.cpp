@@ -156,6 +156,24 @@ TEST(SynthProgram, TheSameArgumentsGiveTheSameBytesAndASeedOthers) {
   EXPECT_NE(once, bytes("--person 7 --wearer 1"));
 }
 
+// As --help tells them.
+TEST(SynthProgram, WhatIsNotGivenHasItsDefault) {
+  const Outcome all = run_wgr(
+      "synth --seed 1 --person 1 --style free --wearer 0 --rate 50 --from 0 --dead-band "
+      "0 "
+      "--gestures 4 --distractors 120 -o -");
+  EXPECT_EQ(all.status, 0) << all.err;
+  EXPECT_EQ(run_wgr("synth -o -").out, all.out);
+  TempDirectory directory;
+  ASSERT_EQ(
+      run_wgr("synth --gestures 0 --distractors 1 --training " + directory.path()).status,
+      0);
+  const std::string index = read_file(directory.file("index.csv"));
+  EXPECT_EQ(std::count(index.begin(), index.end(), '\n'), 1 + 12);
+  EXPECT_THAT(index, HasSubstr("\np001_free.csv,,p1,50\n"));
+  EXPECT_THAT(index, HasSubstr("\np012_free.csv,,p12,50\n"));
+}
+
 TEST(SynthProgram, LabelsAreThePlansGestures) {
   TempDirectory directory;
   const Outcome outcome = run_wgr(
