@@ -231,6 +231,55 @@ TEST_F(Log, RatesNeedAWordFromOutside) {
   EXPECT_THAT(run_wgr("log " + path_).out, HasSubstr("the log holds no times"));
 }
 
+TEST_F(Log, IsToldToPeopleAsAWhole) {
+  write_file(path_, start_lines() + set_model(1, 2) + samples(3) + closing(2) +
+                        closing(2) + closing(13) + closing(14) + closing(6) +
+                        "kernel: oops\n" + start_lines() + set_model(0, 2) +
+                        closing(14, 0) + closing(4) + samples(1) + "update_ges");
+  EXPECT_EQ(
+      run_wgr("log --rate 1 --seconds 20 " + path_).out,
+      "session  line         samples   compared  gestures  rejected  model\n"
+      "      1  1                  8          5         2         1  wearer 1, mode 2\n"
+      "      2  35                 3          2         1         0  wearer 0, mode 2\n"
+      "\n"
+      "read        55 lines, 0.0 MB\n"
+      "sessions    2; 1 restarts, 0 without the default model, 0 never ready\n"
+      "models      2 changes\n"
+      "samples     11, 0 of them unanswered\n"
+      "time        0.00 h at 1.00 samples/s; 0.55 samples/s over 20 s, 45.0 % missing\n"
+      "compared    7 motions, 1 of them with an EMPTY model: its file could not be read\n"
+      "gestures    3: class 2 x 2, class 4 x 1\n"
+      "rejected    1 (reported as 5)\n"
+      "too weak    2\n"
+      "class 6     1, never reported\n"
+      "hour 1      3 gestures: class 2 x 2, class 4 x 1; 1 rejected, 2 too weak\n"
+      "odd lines   1 foreign, 1 torn\n"
+      "  " +
+          path_ + ":34: foreign: \"kernel: oops\"\n  " + path_ +
+          ":55: torn: \"update_ges\"\n");
+  const std::vector<json> objects =
+      lines_of(run_wgr("log --json --rate 1 --seconds 20 " + path_).out);
+  ASSERT_EQ(objects.size(), 3u);
+  EXPECT_EQ(objects[0],
+            json::parse("{\"type\":\"session\",\"file\":\"" + path_ + R"(","line":1,
+      "from_before":false,"ready":true,"no_default_model":false,"inits":1,
+      "model_changes":1,"model":"wearer 1, mode 2","samples":8,"unanswered":0,
+      "compared":5,"compared_with_empty_model":0,"gestures":2,"by_class":{"2":2},
+      "rejected":1,"too_weak":1,"unreported":1})"));
+  EXPECT_EQ(objects[2],
+            json::parse(R"({"type":"summary","lines":55,"bytes":2132,
+      "sessions":2,"restarts":1,"without_default_model":0,"never_ready":0,
+      "model_changes":2,"samples":11,"unanswered":0,"compared":7,
+      "compared_with_empty_model":1,"gestures":3,"by_class":{"2":2,"4":1},"rejected":1,
+      "too_weak":2,"unreported":1,"hours_by_rate":0.0030555555555555557,
+      "effective_rate":0.55,"hours":[{"samples":11,"gestures":3,
+      "by_class":{"2":2,"4":1},"rejected":1,"too_weak":2,"unreported":1}],
+      "foreign":1,"torn":1,"odd_lines":[{"file":")" +
+                        path_ + R"(","line":34,"kind":"foreign",
+      "text":"kernel: oops"},{"file":")" +
+                        path_ + R"(","line":55,"kind":"torn","text":"update_ges"}]})"));
+}
+
 TEST_F(Log, WithARateGesturesAreCountedByHour) {
   // At one sample a second an hour has 3600 of them.
   const json sum = summary(start_lines() + samples(3599) + closing(1) + closing(2) +
