@@ -201,11 +201,12 @@ class ToolBuild(Build):
             sys.exit("scripts/mutate: the tool cannot be built with --coverage")
 
     def take_reached(self):
-        """The lines reached since the last time, as pairs of file and line."""
+        """The lines reached since the last time, as pairs of file and line; None when
+        nothing was noted."""
         notes = sorted(self.covered.rglob("*.gcda"))
         reached = set()
         if not notes:
-            return reached
+            return None
         shown = run(["gcov", "--json-format", "--stdout", *notes], cwd=self.covered)
         for document in shown.splitlines():
             for file in json.loads(document)["files"]:
