@@ -264,6 +264,58 @@ TEST(SynthBuilder, CountsEverySampleOnce) {
     EXPECT_EQ(c.right, 8u);
     EXPECT_EQ(c.right + c.confused + c.refused, c.samples);
   }
+  EXPECT_EQ(report.samples(), 16u);
+  EXPECT_EQ(report.named(), 16u);
+  EXPECT_EQ(report.accepted(), 16u);
+  EXPECT_EQ(report.templates(), model.templates.size());
+  EXPECT_EQ(report.template_samples.size(), model.templates.size());
+  EXPECT_THAT(model.class_thresholds,
+              ElementsAre(report.classes[0].threshold, report.classes[1].threshold));
+}
+
+// Three shapes, of which two are near each other: more templates name more of them.
+static Gdata three_shapes() {
+  Gdata data;
+  data.kind = 1;
+  for (int i = 0; i < 12; ++i) {
+    data.samples.push_back({1, wave(0.11 * i, 2.0)});
+    data.samples.push_back({2, wave(0.13 * i, 2.3)});
+    data.samples.push_back({3, wave(2.0 + 0.02 * i, 6.0)});
+  }
+  data.class_counts = {{1, 12}, {2, 12}, {3, 12}};
+  return data;
+}
+
+TEST(SynthBuilder, ChoosesTheFewestTemplatesWithinTheMarginOfTheBest) {
+  Capture hushed;
+  for (const double margin : {0.0, 0.1}) {
+    BuildReport report;
+    BuildOptions options;
+    options.margin = margin;
+    const Gmodel model = build_model(three_shapes(), options, report);
+    const SweepStep* chosen = nullptr;
+    double best = 0.0;
+    for (const SweepStep& step : report.sweep) {
+      EXPECT_LE(step.accuracy, 1.0);
+      EXPECT_GE(step.accuracy, 0.5);
+      if (step.in_question) best = std::max(best, step.accuracy);
+      if (!step.chosen) continue;
+      EXPECT_EQ(chosen, nullptr) << "one alone";
+      chosen = &step;
+    }
+    ASSERT_NE(chosen, nullptr);
+    EXPECT_TRUE(chosen->in_question);
+    EXPECT_GE(chosen->accuracy, best - margin);
+    EXPECT_EQ(chosen->templates, model.templates.size());
+    EXPECT_DOUBLE_EQ(chosen->accuracy, static_cast<double>(report.named()) / 36.0);
+    for (const SweepStep& step : report.sweep) {
+      if (!step.in_question || step.accuracy < best - margin) continue;
+      EXPECT_GE(step.templates, chosen->templates);
+      if (step.templates > chosen->templates) continue;
+      EXPECT_LE(step.accuracy, chosen->accuracy);
+    }
+    for (const ClassReport& c : report.classes) EXPECT_LE(c.templates, 4u) << "a third";
+  }
 }
 
 // A recording as a file has it, at the given times.
