@@ -1,8 +1,10 @@
 // One iteration of clustering: what a run of several takes more than a run of one.
-#include "against_literal.h"
+#include "against_reference.h"
 #include "cluster/apcluster.h"
-#include "support/literal_clustering.h"
 #include "support/random_points.h"
+#include "support/reference_clustering.h"
+
+using namespace wgr;
 
 static constexpr double kDamping = 0.9;
 static constexpr int kNever = 100;  // iterations over which decisions should hold
@@ -31,9 +33,9 @@ static void clustering_iteration(benchmark::State& state) {
           .cluster(s.data(), idx.data(), static_cast<int>(n));
     });
   };
-  const auto literal = [&](int iterations) {
+  const auto reference = [&](int iterations) {
     return seconds([&] {
-      literal::propagate(s, static_cast<int>(n), iterations, kNever, kDamping);
+      reference::propagate(s, static_cast<int>(n), iterations, kNever, kDamping);
     });
   };
   // Enough of them that their sum is not lost in the noise.
@@ -41,7 +43,7 @@ static void clustering_iteration(benchmark::State& state) {
   const int ours_more = 4 * more;
   ours(1);
   report_ratio(state, 1.0, [&] {
-    return Times{(literal(1 + more) - literal(1)) / more,
+    return Times{(reference(1 + more) - reference(1)) / more,
                  (ours(1 + ours_more) - ours(1)) / ours_more};
   });
 }

@@ -1,8 +1,10 @@
 // Two lines of the log, as each sample writes them, against stdio's way of appending.
 #include <cstdio>
 
-#include "against_literal.h"
+#include "against_reference.h"
 #include "context/WgrLog.h"
+
+using namespace wgr;
 
 static constexpr char kStdioLog[] = "/home/app/stdio.txt";
 static constexpr int kRounds = 50;

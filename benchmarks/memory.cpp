@@ -7,10 +7,12 @@
 #include <new>
 #include <vector>
 
-#include "classifier/similarity.h"
 #include "cluster/apcluster.h"
+#include "dtw/similarity.h"
 #include "resting_engine.h"
 #include "traces.h"
+
+using namespace wgr;
 
 namespace {
 

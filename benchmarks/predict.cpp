@@ -1,9 +1,11 @@
 // A prediction for a motion of 60 points, without its log line: on a model as builders
 // make them, and on one that gives nothing away beforehand.
-#include "against_literal.h"
-#include "classifier/best_match.h"
-#include "support/literal_similarity.h"
+#include "against_reference.h"
+#include "dtw/best_match.h"
+#include "support/reference_similarity.h"
 #include "traces.h"
+
+using namespace wgr;
 
 static constexpr int kTraces = 16;
 static constexpr int kTracePoints = 60;
@@ -23,7 +25,7 @@ static void predict_all(benchmark::State& state, const std::vector<Task>& tasks)
       [&] {
         for (const Task& task : tasks) {
           Points trace = task.trace;
-          benchmark::DoNotOptimize(literal::predict(task.model, trace, 0));
+          benchmark::DoNotOptimize(reference::predict(task.model, trace, 0));
         }
       },
       [&] {

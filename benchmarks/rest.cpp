@@ -1,5 +1,5 @@
 // A sample at rest, without the log: what the watch does nearly all the time.
-#include "against_literal.h"
+#include "against_reference.h"
 #include "resting_engine.h"
 
 static void sample_at_rest(benchmark::State& state) {

@@ -1,14 +1,17 @@
 // All similarities of 1000 traces of 50 points, on one thread.
 #include <memory>
 
-#include "against_literal.h"
+#include "against_reference.h"
 #include "classifier/HGR.h"
-#include "support/literal_similarity.h"
+#include "support/reference_similarity.h"
 #include "traces.h"
+
+using namespace wgr;
 
 static constexpr int kPoints = 50;
 
-// The literal version takes seconds, so it does every tenth row, another set each time.
+// The reference implementation takes seconds, so it does every tenth row, another set
+// each time.
 static constexpr size_t kRowStep = 10;
 
 template <class MakeTrace>
@@ -24,7 +27,7 @@ static void sim_matrix_of(benchmark::State& state, const MakeTrace& make_trace) 
       for (size_t i = first; i < n; i += kRowStep) {
         for (size_t j = 0; j < n; ++j) {
           if (i != j) {
-            benchmark::DoNotOptimize(literal::similarity(traces[i], traces[j], 1));
+            benchmark::DoNotOptimize(reference::similarity(traces[i], traces[j], 1));
           }
         }
       }

@@ -1,10 +1,12 @@
 // One similarity, on many different pairs in turn: from a single pair, repeated, the
 // processor would learn which way its path turns.
-#include "classifier/similarity.h"
+#include "dtw/similarity.h"
 
-#include "against_literal.h"
-#include "support/literal_similarity.h"
+#include "against_reference.h"
+#include "support/reference_similarity.h"
 #include "traces.h"
+
+using namespace wgr;
 
 static constexpr int kPairs = 256;
 
@@ -21,7 +23,7 @@ static void similarity_of(benchmark::State& state, const MakeTrace& make_trace) 
     for (const auto& [a, b] : pairs) benchmark::DoNotOptimize(score(a, b, 1));
   };
   compare(
-      state, kPairs, [&] { all(literal::similarity); }, [&] { all(dtw_similarity); });
+      state, kPairs, [&] { all(reference::similarity); }, [&] { all(dtw_similarity); });
 }
 
 static void similarity(benchmark::State& state) { similarity_of(state, noise); }

@@ -7,13 +7,15 @@
 #include <string>
 
 #include "classifier/HGR.h"
-#include "classifier/best_match.h"
-#include "classifier/similarity.h"
 #include "context/WgrLog.h"
+#include "dtw/best_match.h"
+#include "dtw/similarity.h"
 #include "resting_engine.h"
-#include "support/literal_similarity.h"
 #include "support/motions.h"
+#include "support/reference_similarity.h"
 #include "traces.h"
+
+using namespace wgr;
 
 static constexpr int kPoints = 50;
 static constexpr int kTracePoints = 60;
@@ -26,7 +28,7 @@ static constexpr Point3Df kNoBias = {0.0, 0.0, 0.0};
 static int usage() {
   std::fputs(
       "usage: steps WORK TIMES\n"
-      "WORK: similarity, literal_similarity, predict, literal_predict, matrix, rest, "
+      "WORK: similarity, reference_similarity, predict, reference_predict, matrix, rest, "
       "motion, log\n"
       "Run it in the project's root: motion takes one of the models there.\n",
       stderr);
@@ -60,12 +62,12 @@ int main(int argc, char** argv) {
   for (int i = 0; i < times; ++i) {
     if (work == "similarity") {
       sum += static_cast<double>(dtw_similarity(a, b, 1));
-    } else if (work == "literal_similarity") {
-      sum += static_cast<double>(literal::similarity(a, b, 1));
+    } else if (work == "reference_similarity") {
+      sum += static_cast<double>(reference::similarity(a, b, 1));
     } else if (work == "predict") {
       sum += best_match(trace, model.templates, kTemplates, 1).score;
-    } else if (work == "literal_predict") {
-      sum += literal::predict(model, trace, 0).score;
+    } else if (work == "reference_predict") {
+      sum += reference::predict(model, trace, 0).score;
     } else if (work == "matrix") {
       const std::unique_ptr<float[]> matrix(classifier.cal_sim_matrix(traces, 1));
       sum += static_cast<double>(matrix[1]);

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "classifier/similarity.h"
+#include "dtw/similarity.h"
+
+using namespace wgr;
 
 static constexpr int kGravityPoints = 1;
 static constexpr double kNoise = 0.1;

@@ -3,11 +3,11 @@
 // Noise: every point on its own, so nothing foretells which way a warping path turns.
 // Gestures: smooth curves of a few classes, each time performed a little differently,
 // with some noise on them; the processor foresees much of their paths, which helps the
-// literal versions alone.
+// reference implementations alone.
 #pragma once
 
-#include "classifier/best_match.h"
-#include "classifier/points.h"
+#include "base/points.h"
+#include "dtw/best_match.h"
 #include "support/random_points.h"
 
 inline constexpr int kClasses = 8;

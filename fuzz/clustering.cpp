@@ -1,11 +1,11 @@
-// Clustering of any small matrix, compared with the literal one.
+// Clustering of any small matrix, compared with the reference implementation.
 #include <cmath>
 #include <vector>
 
 #include "cluster/apcluster.h"
 #include "harness.h"
 #include "input.h"
-#include "support/literal_clustering.h"
+#include "support/reference_clustering.h"
 #include "support/same_bits.h"
 
 static constexpr int kUntouched = -77;
@@ -37,7 +37,7 @@ static Parameters parameters_of(Input& input) {
 // one of several zeros may have either sign: then the library's is taken.
 static float self_similarity(const std::vector<float>& given, std::size_t n,
                              double preference, float taken) {
-  const std::vector<float> values = literal::off_diagonal(given, static_cast<int>(n));
+  const std::vector<float> values = reference::off_diagonal(given, static_cast<int>(n));
   bool with_nan = false;
   for (const float value : values) with_nan |= std::isnan(value);
   if (with_nan) {
@@ -49,7 +49,7 @@ static float self_similarity(const std::vector<float>& given, std::size_t n,
     require(possible, "the median is one of the values");
     return taken;
   }
-  const double median = static_cast<double>(literal::lower_median(values));
+  const double median = static_cast<double>(reference::lower_median(values));
   const float self = static_cast<float>(preference * median);
   return taken == 0.0f && self == 0.0f ? taken : self;
 }
@@ -73,8 +73,8 @@ static void run(const std::uint8_t* bytes, std::size_t size) {
   for (std::size_t i = 0; i < n; ++i) given[i * n + i] = self;
   require(same_bits(s, given), "the diagonal alone is written");
 
-  const literal::Clustering expected =
-      literal::propagate(given, static_cast<int>(n), p.maxits, p.convits, p.dampfact);
+  const reference::Clustering expected =
+      reference::propagate(given, static_cast<int>(n), p.maxits, p.convits, p.dampfact);
   require(result == expected.result, "as many exemplars are found");
   require(idx == (result > 0 ? expected.idx : std::vector<int>(n, kUntouched)),
           "the same exemplars are chosen");

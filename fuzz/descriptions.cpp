@@ -6,12 +6,14 @@
 #include <optional>
 #include <string>
 
-#include "errors.h"
+#include "base/errors.h"
 #include "harness.h"
 #include "limited_memory.h"
 #include "places.h"
+#include "segmentation/provenance.h"
 #include "training/model_output.h"
-#include "training/provenance.h"
+
+using namespace wgr;
 
 static const std::string kPath = std::string(kModelRootDirectory) + "/set.training.json";
 static constexpr std::size_t kMemory = 64 << 20;       // bytes; a quarter is the reader's

@@ -1,12 +1,14 @@
-// The hand detector with any parameters, windows and samples, compared with the literal
+// The hand detector with any parameters, windows and samples, compared with the reference
 // one.
 #include <cstddef>
 
 #include "engine/WHD.h"
 #include "harness.h"
 #include "input.h"
-#include "support/literal_hand.h"
+#include "support/reference_hand.h"
 #include "support/same_bits.h"
+
+using namespace wgr;
 
 static constexpr std::size_t kMostSamples = 1500;  // each is a detection
 static constexpr std::uint32_t kMostScales = 5;
@@ -27,8 +29,8 @@ static Hparams parameters_of(Input& input) {
   return params;
 }
 
-static std::vector<literal::HandScale> usable_scales(const Hparams& params) {
-  std::vector<literal::HandScale> scales;
+static std::vector<reference::HandScale> usable_scales(const Hparams& params) {
+  std::vector<reference::HandScale> scales;
   for (int i = 0; i < params.count; ++i) {
     const std::size_t k = static_cast<std::size_t>(i);
     if (k >= params.lags.size() || k >= params.thr_x.size() || k >= params.thr_y.size() ||
@@ -41,7 +43,7 @@ static std::vector<literal::HandScale> usable_scales(const Hparams& params) {
   return scales;
 }
 
-static void compare_detections(WHD& detector, literal::Hand& expected, Input& input,
+static void compare_detections(WHD& detector, reference::Hand& expected, Input& input,
                                bool both) {
   int votes[2];
   for (int& count : votes) count = input.integer() % kMostVotesBefore;
@@ -56,7 +58,7 @@ static void compare_detections(WHD& detector, literal::Hand& expected, Input& in
 
 // Several samples of a swing that changes its direction, so that windows fill. Returns
 // how many.
-static std::size_t swing(WHD& detector, literal::Hand& expected, Input& input,
+static std::size_t swing(WHD& detector, reference::Hand& expected, Input& input,
                          bool both) {
   const int count = input.byte();
   const Point3Df acc = input.point();
@@ -73,7 +75,7 @@ static std::size_t swing(WHD& detector, literal::Hand& expected, Input& input,
 }
 
 // Returns how many samples it fed.
-static std::size_t step(WHD& detector, literal::Hand& expected, Input& input) {
+static std::size_t step(WHD& detector, reference::Hand& expected, Input& input) {
   switch (input.choice(7)) {
     case 0: {
       const Point3Df acc = input.point();
@@ -115,7 +117,7 @@ static void run(const std::uint8_t* bytes, std::size_t size) {
   Hparams params = given ? parameters_of(input) : Hparams();
   WHD detector(rate, window, given ? &params : nullptr);
   if (!given) params = *detector.params;
-  literal::Hand expected = {window, usable_scales(params), {}, {}};
+  reference::Hand expected = {window, usable_scales(params), {}, {}};
 
   std::size_t samples = 0;
   while (!input.empty() && samples < kMostSamples)

@@ -1,7 +1,7 @@
 // A script of calls of the C interface, with any arguments and samples.
 //
 // Three handles, one of them always null, are created, initialised, given models, fed and
-// destroyed in any order. Every answer is compared with a shadow's, made of the literal
+// destroyed in any order. Every answer is compared with a shadow's, made of the reference
 // versions. A few steps go to the engine behind a handle: other modes, and the
 // accelerometer alone.
 #include <filesystem>
@@ -18,6 +18,8 @@
 #include "support/motions.h"
 #include "support/same_bits.h"
 #include "support/text.h"
+
+using namespace wgr;
 
 static constexpr std::size_t kMostSamples = 700;  // of one script
 static constexpr std::size_t kMostHandSamples = 300;

@@ -10,11 +10,13 @@
 
 #include "harness.h"
 #include "limited_memory.h"
-#include "log/line_stream.h"
-#include "log/log_reading.h"
+#include "logfile/line_stream.h"
+#include "logfile/log_reading.h"
 #include "places.h"
 #include "reference_text.h"
-#include "support/literal_lines.h"
+#include "support/reference_lines.h"
+
+using namespace wgr;
 
 static const std::string kPath = std::string(kModelRootDirectory) + "/WgrLog.txt";
 static constexpr std::size_t kMemory = 1
@@ -114,7 +116,7 @@ static Line line_of(const std::string& text, bool whole) {
 }
 
 static std::vector<Line> lines_of(const std::string& content) {
-  std::vector<std::string> texts = literal::split_lines(content);
+  std::vector<std::string> texts = reference::split_lines(content);
   const bool ended = texts.back().empty();
   if (ended) texts.pop_back();
   std::vector<Line> lines;
@@ -211,7 +213,7 @@ struct Sums {
 
 }  // namespace
 
-static void add(const LogSession& session, Sums& sums) {
+static void add(const LoggedHostRun& session, Sums& sums) {
   ++sums.sessions;
   sums.samples += session.samples;
   sums.unanswered += session.unanswered;

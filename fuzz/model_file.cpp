@@ -1,8 +1,8 @@
 // A model file of any content, and a prediction with what was read from it.
 //
 // The bytes are the file; behind the first byte 255, which is no text, they are the trace
-// that is predicted. Reading and prediction are compared with the literal ones, and what
-// was read is written and read again.
+// that is predicted. Reading and prediction are compared with the reference
+// implementation, and what was read is written and read again.
 #include <algorithm>
 #include <cstring>
 #include <stdexcept>
@@ -10,15 +10,17 @@
 #include <vector>
 
 #include "classifier/HGR.h"
-#include "classifier/model_check.h"
-#include "classifier/warping.h"
+#include "dtw/dtw.h"
 #include "harness.h"
 #include "input.h"
 #include "limited_memory.h"
 #include "places.h"
-#include "support/literal_model_file.h"
-#include "support/literal_similarity.h"
+#include "preflight/model_check.h"
+#include "support/reference_model_file.h"
+#include "support/reference_similarity.h"
 #include "support/same_bits.h"
+
+using namespace wgr;
 
 static const std::string kPath = std::string(kModelRootDirectory) + "/fuzzed";
 static const std::string kWrittenPath = std::string(kModelRootDirectory) + "/written";
@@ -81,8 +83,8 @@ static void compare_predictions(HGR& classifier, const Points& trace) {
   const int label = classifier.predict(scaled, &strength, &score, &flag);
 
   Points expected_scaled = trace;
-  const literal::Prediction expected =
-      literal::predict(*classifier.model, expected_scaled, kFlagBefore);
+  const reference::Prediction expected =
+      reference::predict(*classifier.model, expected_scaled, kFlagBefore);
   require(label == expected.label, "the same template wins");
   require(same_bits(strength, expected.strength), "the strength is the same");
   require(same_bits(score, expected.score), "the score is the same");
@@ -97,8 +99,8 @@ static void compare_predictions(HGR& classifier, const Points& trace) {
 // The way that tables are filled depends on the CPU, the path does not.
 static void compare_orders(const Gmodel& model, const Points& trace) {
   if (trace.empty() || warping_cells(model, trace.size()) > kMostCells) return;
-  Warper rows(Warper::Order::kRows);
-  Warper diagonals(Warper::Order::kDiagonals);
+  Dtw rows(Dtw::Order::kRows);
+  Dtw diagonals(Dtw::Order::kDiagonals);
   rows.set_trace(trace.data(), trace.size());
   diagonals.set_trace(trace.data(), trace.size());
   for (const auto& [label, other] : model.templates) {
@@ -152,7 +154,7 @@ static void run(const std::uint8_t* bytes, std::size_t size) {
   if (reading != Reading::kDone) return;
 
   Gmodel expected;
-  literal::read_model(text, expected);
+  reference::read_model(text, expected);
   require_same(*classifier.model, expected);
   write_and_read_again(*classifier.model);
 

@@ -12,12 +12,14 @@
 #include <vector>
 
 #include "arguments/command_line.h"
-#include "errors.h"
-#include "evaluation/output.h"
+#include "arguments/host_run_arguments.h"
+#include "base/errors.h"
 #include "harness.h"
-#include "host/session_arguments.h"
 #include "places.h"
 #include "reference_text.h"
+#include "text/evaluation_text.h"
+
+using namespace wgr;
 
 static constexpr std::size_t kLongestMessage = 1000;  // characters
 static constexpr std::size_t kFewestNumbers = 30;     // options that take one
@@ -97,16 +99,16 @@ static void parse_whole_line(const std::vector<std::string>& words) {
 
 // ---- values that pass through more than one command line ----------------------------
 
-static bool same(const SessionArguments& a, const SessionArguments& b) {
+static bool same(const HostRunArguments& a, const HostRunArguments& b) {
   return a.recording == b.recording && a.bias == b.bias && a.rate == b.rate &&
          a.session.wearer == b.session.wearer && a.session.mode == b.session.mode &&
          a.session.sensitivity == b.session.sensitivity;
 }
 
 // False when the words are refused.
-static bool parse(SessionArguments& given, const std::vector<std::string>& words) {
+static bool parse(HostRunArguments& given, const std::vector<std::string>& words) {
   CLI::App command;
-  add_session_arguments(command, given);
+  add_host_run_arguments(command, given);
   try {
     command.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     return true;
@@ -117,17 +119,17 @@ static bool parse(SessionArguments& given, const std::vector<std::string>& words
 
 // What a host is run with comes through a second command line unchanged.
 static void parse_session(std::vector<std::string> words) {
-  SessionArguments given;
+  HostRunArguments given;
   if (!parse(given, words)) return;
   if (!given.bias.empty()) {
     const Point3Df bias = parse_bias(given.bias);
     require(std::isfinite(bias.x) && std::isfinite(bias.y) && std::isfinite(bias.z),
             "a bias is finite");
   }
-  std::vector<std::string> passed_on = session_words(given);
+  std::vector<std::string> passed_on = host_run_words(given);
   passed_on.push_back("--");
   passed_on.push_back(given.recording);
-  SessionArguments again;
+  HostRunArguments again;
   require(parse(again, passed_on), "what is passed on is understood");
   require(same(given, again), "what is passed on is the same");
 }

@@ -12,8 +12,10 @@
 #include "recording/clock.h"
 #include "recording/recording.h"
 #include "reference_text.h"
-#include "support/literal_lines.h"
+#include "support/reference_lines.h"
 #include "support/same_bits.h"
+
+using namespace wgr;
 
 static const std::string kPath = std::string(kModelRootDirectory) + "/recording.csv";
 static const std::string kPackedPath = kPath + ".gz";
@@ -64,7 +66,7 @@ static bool is_torn(const std::string& line, const Content& content) {
 }
 
 static Content plain_reading(const std::string& text) {
-  std::vector<std::string> lines = literal::split_lines(text);
+  std::vector<std::string> lines = reference::split_lines(text);
   const bool unended = !lines.back().empty();
   if (lines.back().empty()) lines.pop_back();
   Content content;

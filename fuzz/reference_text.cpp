@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "support/literal_lines.h"
+#include "support/reference_lines.h"
 
 static constexpr std::size_t kLongestLine = 4096;  // characters, without a CR
 static constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
@@ -126,7 +126,7 @@ static std::vector<std::string> fields_of(const std::string& line) {
 Table table_of(const std::string& content, const std::string& header,
                const std::string& also) {
   const std::string longer = header + "," + also;
-  std::vector<std::string> lines = literal::split_lines(content);
+  std::vector<std::string> lines = reference::split_lines(content);
   if (lines.back().empty()) lines.pop_back();
   Table table;
   if (lines.empty()) table.faulty_line = 1;  // not even the first

@@ -18,6 +18,8 @@
 #include "support/motions.h"
 #include "training/model_output.h"
 
+using namespace wgr;
+
 using Bytes = std::string;
 
 static std::string root;
@@ -348,14 +350,14 @@ static void make_command_lines() {
        "synth\n--person\n7\n--gestures\n2\n--distractors\n30.5\n-o\nx.csv\n"
        "--labels\nl.csv\n--style\ncalm\n--from\n1\n--dead-band\n0.5"},
       {"synth-set", "synth\n--training\nset\n--persons\n12\n--style\nmixed\n--seed\n3"},
-      {"cut",
-       "cut\nset\n--background\nw\n--background\nv\n--rate\n50\n--shortest\n"
+      {"segment",
+       "cut\nset\n--background\nw\n--background\nv\n--rate\n50\n--min-length\n"
        "25\n-o\ns.txt\n--spans"},
       {"build",
        "build\nset\n-o\nm.xml\n--templates\n6\n--margin\n0.01\n--share\n"
-       "0.33\n--false-cost\n3\n--false-per-hour\n1\n--background-hours\n2.5\n"
+       "0.33\n--false-cost\n3\n--false-positives-per-hour\n1\n--background-hours\n2.5\n"
        "--threads\n2\n--report\nr.html"},
-      {"slots", "build\n--slots\ns.csv\n-o\nmodels\n--model-only\n--strangers"},
+      {"slots", "build\n--slots\ns.csv\n-o\nmodels\n--model-only\n--cross-subject"},
       {"eval",
        "eval\nset\n--leave-out\nsubject\n--folds\n10\n--require\n"
        "accuracy=0.95\n--require\nlatency=1\n--json"},

@@ -3,13 +3,15 @@
 #include <exception>
 
 #include "harness.h"
-#include "support/literal_recognition.h"
+#include "support/reference_recognition.h"
 #include "support/same_bits.h"
+
+using namespace wgr;
 
 ShadowContext::ShadowContext() : hand_{50, {{10, 0.0, 12.0, 400.0}}, {}, {}} {
   load(kDefaultModel);
-  intake_.recognise = [this](literal::Intake& intake) {
-    literal::run(intake, *classifier_, strength_threshold_);
+  intake_.recognise = [this](reference::Intake& intake) {
+    reference::run(intake, *classifier_, strength_threshold_);
   };
 }
 

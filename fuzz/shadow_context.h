@@ -1,13 +1,13 @@
-// What stands behind a handle, from the literal versions: fed with the same calls, it
-// has to give the same answers and keep the same samples.
+// What stands behind a handle, from the reference implementations: fed with the same
+// calls, it has to give the same answers and keep the same samples.
 #pragma once
 
 #include <memory>
 
 #include "classifier/HGR.h"
 #include "context/WgrContext.h"
-#include "support/literal_hand.h"
-#include "support/literal_intake.h"
+#include "support/reference_hand.h"
+#include "support/reference_intake.h"
 
 class ShadowContext {
  public:
@@ -40,8 +40,8 @@ class ShadowContext {
  private:
   void load(int index);
 
-  literal::Intake intake_;
-  literal::Hand hand_;
+  reference::Intake intake_;
+  reference::Hand hand_;
   double strength_threshold_ = 2.0;
   std::unique_ptr<HGR> classifier_;
 };

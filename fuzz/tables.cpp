@@ -10,15 +10,17 @@
 #include <string>
 #include <vector>
 
-#include "errors.h"
+#include "base/errors.h"
+#include "base/table.h"
 #include "explanation/expected.h"
 #include "harness.h"
 #include "places.h"
 #include "reference_text.h"
+#include "segmentation/annotations.h"
+#include "segmentation/recording_set.h"
 #include "synthesis/plan.h"
-#include "table.h"
-#include "training/labels.h"
-#include "training/recording_set.h"
+
+using namespace wgr;
 
 static const std::string kRoot = kModelRootDirectory;
 static const std::string kLabels = kRoot + "/labels/labels.csv";
@@ -111,7 +113,7 @@ static bool may_be_label(const std::string& word) {
 }
 
 struct Spans {
-  std::vector<LabelledSpan> spans;
+  std::vector<Annotation> spans;
   long faulty_line = 0;
 };
 
@@ -135,12 +137,12 @@ static Spans plain_spans(const reference::Table& table, bool with_files) {
   return result;
 }
 
-static bool same(const LabelledSpan& a, const LabelledSpan& b) {
+static bool same(const Annotation& a, const Annotation& b) {
   return a.file == b.file && a.begin == b.begin && a.end == b.end && a.label == b.label;
 }
 
-static void require_same(const std::vector<LabelledSpan>& a,
-                         const std::vector<LabelledSpan>& b) {
+static void require_same(const std::vector<Annotation>& a,
+                         const std::vector<Annotation>& b) {
   require(std::equal(a.begin(), a.end(), b.begin(), b.end(), same),
           "the same spans are read");
 }
@@ -148,10 +150,10 @@ static void require_same(const std::vector<LabelledSpan>& a,
 // Whether a file that is written to the millisecond holds the time.
 static bool is_whole_ms(double t) { return reference::number_of(fixed(t, 3)) == t; }
 
-static void write_and_read_again(const std::vector<LabelledSpan>& spans) {
-  std::vector<LabelledSpan> kept;
+static void write_and_read_again(const std::vector<Annotation>& spans) {
+  std::vector<Annotation> kept;
   std::copy_if(spans.begin(), spans.end(), std::back_inserter(kept),
-               [](const LabelledSpan& span) {
+               [](const Annotation& span) {
                  return is_whole_ms(span.begin) && is_whole_ms(span.end);
                });
   write_whole_file(kAgain, labels_text(kept));
@@ -184,8 +186,8 @@ static void read_what_is_expected(const std::string& path, const std::string& co
                   with_files);
   for (const char* const name : kRecordings) {
     const std::string recording = kRoot + "/" + name;
-    std::vector<LabelledSpan> own;
-    for (const LabelledSpan& span : spans.spans) {
+    std::vector<Annotation> own;
+    for (const Annotation& span : spans.spans) {
       if (!with_files || is_of(recording, span.file)) own.push_back(span);
     }
     const auto answer = answer_of([&] { return read_expected(path, recording); });
@@ -245,7 +247,8 @@ static void require_classes(const std::vector<SetEntry>& set) {
   for (const auto& [word, number] : classes) {
     require(number >= 0 && number <= kMostLabel, "a class is in range");
     require(!is_background(word), "background is no class");
-    require(!is_taken(number), "a class is none that is reported for something else");
+    require(!is_class_code(number),
+            "a class is none that is reported for something else");
     const std::optional<double> own = reference::whole_number_of(word);
     if (own && std::fabs(*own) <= kLargestNumber) {
       require(number == *own, "a number is its own class");
@@ -259,7 +262,7 @@ static void require_classes(const std::vector<SetEntry>& set) {
     require(taken.count(number) == 0, "a class is of one label");
   require(numbers.size() == words, "each word has a class of its own");
   for (const SetEntry& entry : set) {
-    for (const WordedSpan& worded : entry.spans) {
+    for (const WordedAnnotation& worded : entry.spans) {
       require(classes.count(worded.word) == (is_background(worded.word) ? 0u : 1u),
               "every gesture has a class");
     }
@@ -300,10 +303,10 @@ static void read_labels_of_any_content(const reference::Table& table) {
   std::size_t spans = 0;
   for (const SetEntry& entry : *set.read) spans += entry.spans.size();
   require(spans == rows, "every span is in the set");
-  for (const WordedSpan& worded : *words.read) {
+  for (const WordedAnnotation& worded : *words.read) {
     const SetEntry& entry = entry_of(*set.read, worded.span.file);
     require(std::any_of(entry.spans.begin(), entry.spans.end(),
-                        [&](const WordedSpan& own) {
+                        [&](const WordedAnnotation& own) {
                           return own.word == worded.word && same(own.span, worded.span);
                         }),
             "a span is with its recording");

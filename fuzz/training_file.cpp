@@ -2,7 +2,7 @@
 // compared with one another.
 //
 // The bytes up to the first 255, which is no text, are one file, those behind it another;
-// without it both are the same. All of it has its literal version to agree with.
+// without it both are the same. All of it has its reference implementation to agree with.
 #include <algorithm>
 #include <memory>
 #include <stdexcept>
@@ -12,9 +12,11 @@
 #include "harness.h"
 #include "limited_memory.h"
 #include "places.h"
-#include "support/literal_similarity.h"
-#include "support/literal_training_file.h"
+#include "support/reference_similarity.h"
+#include "support/reference_training_file.h"
 #include "support/same_bits.h"
+
+using namespace wgr;
 
 static const std::string kPaths[] = {std::string(kModelRootDirectory) + "/first",
                                      std::string(kModelRootDirectory) + "/second"};
@@ -57,7 +59,7 @@ static void compare_similarities(const Gdata& data) {
   const std::unique_ptr<float[]> matrix(classifier.cal_sim_matrix(traces, k));
   const std::vector<float> found(matrix.get(),
                                  matrix.get() + traces.size() * traces.size());
-  require(same_bits(found, literal::similarity_matrix(traces, k)),
+  require(same_bits(found, reference::similarity_matrix(traces, k)),
           "similarities are the same");
 }
 
@@ -72,35 +74,35 @@ static void run(const std::uint8_t* bytes, std::size_t size) {
   Gdata data;
   if (!load(data, 0)) return;
   Gdata expected;
-  literal::load_training(first, expected);
+  reference::load_training(first, expected);
   require_same(data, expected);
 
   // Into a set that holds samples: those that stay are written over, counts add up.
   Gdata reloaded = data;
   Gdata expected_reloaded = expected;
   if (!load(reloaded, 1)) return;
-  literal::load_training(second, expected_reloaded);
+  reference::load_training(second, expected_reloaded);
   require_same(reloaded, expected_reloaded);
 
   Gdata other;
   Gdata expected_other;
   require(load(other, 1), "a file that is loaded over another is loaded alone");
-  literal::load_training(second, expected_other);
+  reference::load_training(second, expected_other);
   require_same(other, expected_other);
   data.add(&other);
-  literal::merge_training(expected, expected_other);
+  reference::merge_training(expected, expected_other);
   require_same(data, expected);
   require_same(other, expected_other);
 
   data.add(&data);
-  literal::merge_training(expected, expected);
+  reference::merge_training(expected, expected);
   require_same(data, expected);
   compare_similarities(data);
 
   Gdata empty;
   empty.add(&reloaded);
   Gdata expected_empty;
-  literal::merge_training(expected_empty, expected_reloaded);
+  reference::merge_training(expected_empty, expected_reloaded);
   require_same(empty, expected_empty);
 }
 

@@ -11,6 +11,8 @@ from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 LIBRARY = "libWearableInteraction.so"
+INSIDE = "libWearableInteraction_inside.so"  # its free functions, which tests call
+ARCHIVE = "src/libWearableInteraction_internals.a"  # the same, which the tool calls
 FLAGS = "-O0"
 PORTABLE = ["-DWGR_PORTABLE"]  # without vector code
 
@@ -36,7 +38,7 @@ class Build:
     """The library and its tests as they are, and the commands that make them."""
 
     OPTIONS = ["-DWGR_BUILD_TOOLS=OFF"]
-    SOURCES = "src"
+    SOURCES = ("src",)  # roots of includes
     KINDS_APART = ()  # of mutants
     GOAL = 0.95  # share of the mutants that are killed
     library = LIBRARY
@@ -76,7 +78,7 @@ class Build:
     @classmethod
     def files(cls, source):
         """The files that mutants are made of."""
-        return [path for path in sorted((source / cls.SOURCES).rglob("*"))
+        return [path for root in cls.SOURCES for path in sorted((source / root).rglob("*"))
                 if path.suffix in (".cpp", ".h")]
 
     def find_objects(self):
@@ -89,7 +91,9 @@ class Build:
                 self.compile(name, self.folder / "portable" / name, [], PORTABLE)
 
     def link_mutant(self, to, replaced, flags=()):
-        return self.link_anew(LIBRARY, to, replaced, flags)
+        """The library, and beside it what it keeps to itself."""
+        return (self.link_anew(LIBRARY, to, replaced, flags) and
+                self.link_anew(INSIDE, to.with_name(INSIDE), replaced, flags))
 
     def link(self, target):
         if target not in self.links:
@@ -124,7 +128,7 @@ class Build:
                 sys.exit(f"scripts/mutate: {program} has code of the library: {both}")
 
     def has_vectors(self, name):
-        return "src/each_cpu.h" in self.depends[name]
+        return "src/base/cpu_dispatch.h" in self.depends[name]
 
     def compile(self, name, to, overlay, flags=()):
         """Compiles object file `name` anew, with the folders of `overlay` before src/."""
@@ -138,7 +142,7 @@ class Build:
         words[words.index("-o") + 1] = str(to)
         to.parent.mkdir(parents=True, exist_ok=True)
         first = next(i for i, w in enumerate(words) if w.startswith("-I"))
-        words[first:first] = [f"-I{folder / self.SOURCES}" for folder in overlay]
+        words[first:first] = [f"-I{folder / root}" for folder in overlay for root in self.SOURCES]
         return subprocess.run(words + ["-w", *flags], cwd=self.folder, capture_output=True,
                               check=False).returncode == 0
 
@@ -159,13 +163,13 @@ class ToolBuild(Build):
     a mutant is one object compiled and that library linked."""
 
     OPTIONS = ["-DCMAKE_POSITION_INDEPENDENT_CODE=ON"]
-    SOURCES = "tools/wgr"
+    SOURCES = ("workbench", "tools/wgr")
     KINDS_APART = ("text",)
     GOAL = 0.90
-    library = "libwgr_parts.so"
+    library = "libwgr_tool.so"
     MAIN = "libwgr_main.so"  # for the program alone: the tests have another main()
     # What computes motions, pages, sentences and findings is judged by what it makes.
-    APART = ("synthesis", "golden", "report", "explanation", "diagnosis")
+    APART = ("synthesis", "golden", "explanation", "diagnosis", "pages", "text")
 
     @property
     def covered(self):
@@ -177,7 +181,7 @@ class ToolBuild(Build):
     @classmethod
     def files(cls, source):
         return [path for path in super().files(source) if path.suffix == ".cpp" and
-                path.relative_to(source / cls.SOURCES).parts[0] not in cls.APART]
+                not set(path.relative_to(source).parts) & set(cls.APART)]
 
     def find_tests(self):
         return [test for test in super().find_tests() if test[1] == "tools"]
@@ -232,7 +236,7 @@ class ToolBuild(Build):
             at = program if program == "wgr" else f"tests/{program}"
             words = self.link(at)
             own = [w for w in words if not w.startswith(self.SOURCES)]
-            where = own.index(LIBRARY)
+            where = next(i for i, w in enumerate(own) if w in (ARCHIVE, LIBRARY))
             own[where:where] = [*([self.MAIN] if program == "wgr" else []), self.library]
             if not self.link_to(own, self.folder / at):
                 sys.exit(f"scripts/mutate: {at} cannot be linked with {self.library}")

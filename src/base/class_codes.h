@@ -4,12 +4,12 @@
 
 #include <optional>
 
+namespace wgr {
+
 inline constexpr int kReportedRejected = 5;  // what the host is told for kRejected
 inline constexpr int kNothingReported = 6;   // an answer; as a label, never reported
 inline constexpr int kRejected = 13;         // a strong motion that no template matches
 inline constexpr int kNoGesture = 14;        // a motion that is no gesture, or none yet
-
-namespace wgr {
 
 // Whether a model's label would be taken for one of them.
 inline bool is_class_code(int label) {

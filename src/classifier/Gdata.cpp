@@ -7,6 +7,8 @@
 
 #include "classifier/line_reader.h"
 
+using namespace wgr;
+
 static constexpr char kCannotOpen[] = "\nError: Cann't opening file ";
 static constexpr char kKindsDiffer[] = "datas don't match!\n";
 

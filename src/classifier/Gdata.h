@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "classifier/points.h"
+#include "base/points.h"
 
 struct Gsample {
   int label = 0;

@@ -9,6 +9,8 @@
 
 #include "classifier/line_reader.h"
 
+using namespace wgr;
+
 static constexpr char kSuffix[] = ".xml";  // despite the name the content is no markup
 
 using Axis = double Point3Df::*;

@@ -5,11 +5,15 @@
 #include <utility>
 #include <vector>
 
-#include "classifier/points.h"
+#include "base/points.h"
+
+namespace wgr {
 
 // Of classes, of templates and of the points of one. A model has a few hundred; files
 // that announce more than this are no models, and would take the host's memory.
 inline constexpr int kMostEntries = 10000000;
+
+}  // namespace wgr
 
 class Gmodel {
  public:
@@ -24,8 +28,8 @@ class Gmodel {
   // Fills the record from path + ".xml". Returns false, with the record unchanged,
   // when the file cannot be opened; true otherwise, whatever the file holds: the
   // content is not checked. Throws std::length_error for counts that are negative or
-  // above kMostEntries, std::bad_array_new_length for counts beyond file and memory, and
-  // std::bad_alloc where memory runs out. The record is then partly overwritten.
+  // above wgr::kMostEntries, std::bad_array_new_length for counts beyond file and memory,
+  // and std::bad_alloc where memory runs out. The record is then partly overwritten.
   bool read(const char* path);
 
   int nclasses = 0;

@@ -4,10 +4,12 @@
 #include <memory>
 
 #include "base/class_codes.h"
-#include "classifier/best_match.h"
-#include "classifier/similarity.h"
-#include "classifier/similarity_matrix.h"
 #include "context/WgrLog.h"
+#include "dtw/best_match.h"
+#include "dtw/similarity.h"
+#include "dtw/similarity_matrix.h"
+
+using namespace wgr;
 
 HGR::HGR(int n) : model(new Gmodel()) { model->normalize = n > 0 ? 1 : 0; }
 

@@ -3,9 +3,9 @@
 
 #include <vector>
 
+#include "base/points.h"
 #include "classifier/Gdata.h"
 #include "classifier/Gmodel.h"
-#include "classifier/points.h"
 
 class HGR {
  public:

@@ -2,6 +2,8 @@
 
 #include <locale>
 
+namespace wgr {
+
 static constexpr std::streamsize kLineSize = 4096;  // characters, terminator included
 
 LineReader::LineReader(std::istream& file, LongLines long_lines)
@@ -36,3 +38,5 @@ std::istringstream& LineReader::next() {
   line_.str(text);
   return line_;
 }
+
+}  // namespace wgr

@@ -10,6 +10,8 @@
 #include <sstream>
 #include <string>
 
+namespace wgr {
+
 // The rest of the line, without its break; empty at the end of the file.
 void read_line(std::istream& file, std::string& text);
 
@@ -31,3 +33,5 @@ class LineReader {
   const LongLines long_lines_;
   std::istringstream line_;
 };
+
+}  // namespace wgr

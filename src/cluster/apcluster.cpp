@@ -8,7 +8,7 @@
 #include <new>
 #include <vector>
 
-#include "each_cpu.h"
+#include "base/cpu_dispatch.h"
 
 // Each is printed with one line break more.
 static constexpr char kBadMaxits[] = "\tERROR: maxits must be a positive integer";
@@ -137,9 +137,10 @@ WGR_INLINE float support(float responsibility) {
 }
 
 // Row i of the responsibilities, and what it adds to the columns' sums.
-WGR_FOR_EACH_CPU static void update_responsibilities(const float* s, const float* a,
-                                                     float* r, float* column_sums,
-                                                     size_t i, size_t n, double damping) {
+WGR_TARGET_CLONES static void update_responsibilities(const float* s, const float* a,
+                                                      float* r, float* column_sums,
+                                                      size_t i, size_t n,
+                                                      double damping) {
   const TopTwo top = top_two(a, s, n);
   const float chosen = damped(s[top.column] - top.second, r[top.column], damping);
   for (size_t j = 0; j < n; ++j) r[j] = damped(s[j] - top.first, r[j], damping);
@@ -151,9 +152,9 @@ WGR_FOR_EACH_CPU static void update_responsibilities(const float* s, const float
 }
 
 // Row i of the availabilities.
-WGR_FOR_EACH_CPU static void update_availabilities(const float* r,
-                                                   const float* column_sums, float* a,
-                                                   size_t i, size_t n, double damping) {
+WGR_TARGET_CLONES static void update_availabilities(const float* r,
+                                                    const float* column_sums, float* a,
+                                                    size_t i, size_t n, double damping) {
   const float own = damped(column_sums[i] - r[i], a[i], damping);
   for (size_t j = 0; j < n; ++j) {
     const float fresh = column_sums[j] - support(r[j]);

@@ -8,6 +8,8 @@
 #include "base/class_codes.h"
 #include "context/WgrLog.h"
 
+using namespace wgr;
+
 const char c_GmodelPath[kWearers * kModes][100] = {
     "/usr/share/GestureModel/olvo_model_5_ow/hgr_olvo",
     "/usr/share/GestureModel/olvo_model_5_fb/hgr_olvo",
@@ -107,7 +109,7 @@ class Report {
 
 // The engine's class after one more sample pair.
 int WgrContext::take_in(Point3Df acc, Point3Df gyro) {
-  wgr::HeldSignals held;  // over, before the callback runs
+  HeldSignals held;  // over, before the callback runs
   WgrLogAt(held, kLogUpdateStart);
   ages->update(acc, gyro);
   WgrLogAt(held, kLogGestureType, ages->gesture_class);
@@ -116,7 +118,7 @@ int WgrContext::take_in(Point3Df acc, Point3Df gyro) {
 
 int WgrContext::update_gesture(Point3Df acc, Point3Df gyro) {
   if (reporting_) return kNothingReported;
-  const std::optional<int> gesture = wgr::report_of(take_in(acc, gyro));
+  const std::optional<int> gesture = report_of(take_in(acc, gyro));
   if (!gesture) return kNothingReported;
   const Report report(*ages, reporting_);
   if (event_cb != nullptr) event_cb(this, *gesture, user_data);

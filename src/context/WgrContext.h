@@ -5,12 +5,16 @@
 #include "WgrTypes.h"
 #include "engine/agGes.h"
 
+namespace wgr {
+
 inline constexpr int kWearers = 2;
 inline constexpr int kModes = 3;
 inline constexpr int kDefaultModel = 1;  // of every new handle: left wrist, mode 1
 
+}  // namespace wgr
+
 // Where the gesture models are, without their ".xml"; entry 3 * wearer + mode.
-extern const char c_GmodelPath[kWearers * kModes][100];
+extern const char c_GmodelPath[wgr::kWearers * wgr::kModes][100];
 
 class WgrContext {
  public:

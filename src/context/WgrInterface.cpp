@@ -2,6 +2,8 @@
 
 #include "context/WgrContext.h"
 
+using namespace wgr;
+
 WgVersion WearableVersion = {0, 1};
 
 static WgrContext* context_of(WgrHandle h) { return static_cast<WgrContext*>(h); }

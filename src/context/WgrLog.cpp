@@ -16,6 +16,8 @@
 
 #include "base/held_signals.h"
 
+using namespace wgr;
+
 static constexpr size_t kLineSize = 256;  // characters, terminator included
 
 // Opening for reading too refuses a file that may only be written, as "a+" would; not
@@ -44,7 +46,7 @@ static void take_back(int fd, off64_t size) {
 // One write for the whole line, so that lines of several writers do not mix. Where the
 // disk, or the process's limit on the size of files, has room for a part of it, no part
 // stays: the next line would go on in its middle.
-static void write_line(const iovec* parts, int count, wgr::HeldSignals& held) {
+static void write_line(const iovec* parts, int count, HeldSignals& held) {
   const int fd = open_log();
   if (fd < 0) return;
   ssize_t size = 0;
@@ -59,7 +61,7 @@ static void write_line(const iovec* parts, int count, wgr::HeldSignals& held) {
 }
 
 void WgrLog(char* line) {
-  wgr::HeldSignals held;
+  HeldSignals held;
   char newline = '\n';
   const iovec parts[] = {{line, std::strlen(line)}, {&newline, 1}};
   write_line(parts, 2, held);
@@ -73,7 +75,7 @@ static size_t append(char* line, size_t length, const char* text, size_t size) {
 }
 
 // Put together by hand: a sample writes two lines, and formatting them is dear.
-static void write_site(const WgrLogSite& site, wgr::HeldSignals& held,
+static void write_site(const WgrLogSite& site, HeldSignals& held,
                        std::va_list arguments) {
   char line[kLineSize] = {};
   char tag[std::numeric_limits<int>::digits10 + 2];
@@ -90,17 +92,21 @@ static void write_site(const WgrLogSite& site, wgr::HeldSignals& held,
   write_line(&whole, 1, held);
 }
 
+namespace wgr {
+
 void WgrLogAt(WgrLogSite site, ...) {
-  wgr::HeldSignals held;
+  HeldSignals held;
   std::va_list arguments;
   va_start(arguments, site);
   write_site(site, held, arguments);
   va_end(arguments);
 }
 
-void WgrLogAt(wgr::HeldSignals& held, WgrLogSite site, ...) {
+void WgrLogAt(HeldSignals& held, WgrLogSite site, ...) {
   std::va_list arguments;
   va_start(arguments, site);
   write_site(site, held, arguments);
   va_end(arguments);
 }
+
+}  // namespace wgr

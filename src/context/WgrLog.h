@@ -8,6 +8,12 @@
 
 #include "base/held_signals.h"
 
+// Appends `line`, which must be a formatted text without a line break, and a line
+// break to the log.
+void WgrLog(char* line);
+
+namespace wgr {
+
 inline constexpr char kWgrLogPath[] = "/home/app/WgrLog.txt";
 
 // One place that logs. `tag` is printed where a source line number would be. It
@@ -40,12 +46,10 @@ inline constexpr WgrLogSite kLogDetectorEnd    = {"WHD",                 658, "W
 inline constexpr WgrLogSite kLogPredict        = {"predict",             336, "nTemplate:%d, nclasses:%d, normalize:%d, havegravity:%d"};
 // clang-format on
 
-// Appends `line`, which must be a formatted text without a line break, and a line
-// break to the log.
-void WgrLog(char* line);
-
 // Formats one line of the table and appends it. The whole line is cut to 255 characters.
 void WgrLogAt(WgrLogSite site, ...);
 
 // The same for several lines behind each other, during which signals are held back once.
-void WgrLogAt(wgr::HeldSignals& held, WgrLogSite site, ...);
+void WgrLogAt(HeldSignals& held, WgrLogSite site, ...);
+
+}  // namespace wgr

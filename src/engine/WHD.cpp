@@ -4,6 +4,8 @@
 
 #include "context/WgrLog.h"
 
+using namespace wgr;
+
 // The one scale of a detector that is given no parameters.
 static constexpr double kLagsPerSecond = 5.0;       // sub-windows of a fifth of a second
 static constexpr double kDefaultThresholdX = 0.0;   // m/s² summed

@@ -1,7 +1,7 @@
 // The wrist detector: keeps the newest samples and votes on each call.
 #pragma once
 
-#include "classifier/points.h"
+#include "base/points.h"
 #include "engine/hand_votes.h"
 
 class WHD {
@@ -26,8 +26,8 @@ class WHD {
   int detect(int* votes);
 
   int sample_rate;
-  int window_len;    // samples that one detection looks at
-  Samples acc_buf;   // oldest first, m/s²
-  Samples gyro_buf;  // oldest first, deg/s; only the two-sensor form fills it
-  Hparams* params;   // owned
+  int window_len;         // samples that one detection looks at
+  wgr::Samples acc_buf;   // oldest first, m/s²
+  wgr::Samples gyro_buf;  // oldest first, deg/s; only the two-sensor form fills it
+  Hparams* params;        // owned
 };

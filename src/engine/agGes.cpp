@@ -13,6 +13,8 @@
 #include "engine/orientation.h"
 #include "engine/sensitivity.h"
 
+using namespace wgr;
+
 static constexpr char kModelRoot[] = "/usr/share/";  // working directory of the loading
 
 // Lengths that the caller leaves to the engine, as parts of a second.
@@ -52,7 +54,7 @@ static void log_working_directory() {
 // contract.
 [[noreturn]] static void end_without_model(const char* model_path) {
   WgrLogAt(kLogModelFailed, model_path);
-  wgr::print("Error: can't load file \"%s\"\n", model_path);
+  print("Error: can't load file \"%s\"\n", model_path);
   std::exit(0);
 }
 
@@ -67,17 +69,17 @@ static bool read_model(Gmodel& model, const char* model_path) {
 
 // A classifier with the model at `model_path`; does not return without it.
 static std::unique_ptr<HGR> load_classifier(const char* model_path) {
-  wgr::print("Load file \"%s\"...\n", model_path);
+  print("Load file \"%s\"...\n", model_path);
   const KeptWorkingDirectory before;
-  wgr::print("-current path: %s\n", before.path());
+  print("-current path: %s\n", before.path());
   // Model paths are absolute, so loading goes on where this fails.
   [[maybe_unused]] const int entered = chdir(kModelRoot);
   log_working_directory();
-  wgr::print("current path: %s\n", before.path());
+  print("current path: %s\n", before.path());
 
   auto classifier = std::make_unique<HGR>(0);
   if (!read_model(*classifier->model, model_path)) end_without_model(model_path);
-  wgr::print("    OK\n\n");
+  print("    OK\n\n");
   WgrLogAt(kLogModelLoaded);
   return classifier;
 }
@@ -116,7 +118,7 @@ void AgGes::init(int mode, int rate, Point3Df bias, int motion_len, int history,
 }
 
 void AgGes::set_sensitivity(int level) {
-  const wgr::Sensitivity chosen = wgr::sensitivity_of(level, sample_rate);
+  const Sensitivity chosen = sensitivity_of(level, sample_rate);
   min_motion_len = chosen.min_motion_len;
   strength_threshold = chosen.strength_threshold;
 }

@@ -15,12 +15,16 @@
 #include "engine/WHD.h"
 #include "engine/rotation.h"
 
+namespace wgr {
+
 // Values of AgGes::work_mode.
 inline constexpr int kAccOnly = 1;
 inline constexpr int kAccAndGyro = 2;
 
 // Of the working directory that is put back, characters, terminator included.
 inline constexpr std::size_t kPathSize = 256;
+
+}  // namespace wgr
 
 class AgGes {
  public:
@@ -102,7 +106,7 @@ class AgGes {
   std::deque<Point3Df> acc_history;      // newest samples, m/s²
   std::deque<Point3Df> gyro_history;     // in step with it, bias taken off, deg/s
   std::deque<bool> static_history;       // in step with it; true: at rest
-  int gesture_class = kNoGesture;        // of the last recognition
+  int gesture_class = wgr::kNoGesture;   // of the last recognition
   double motion_strength = 0.0;          // of the last two-sensor recognition, m/s²
   double recog_cost_time = 0.0;          // duration of the last trace, ms
   HGR* hgr = nullptr;                    // owned

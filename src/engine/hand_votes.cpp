@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace wgr {
+
 // How much of the majority's votes must exceed the minority's.
 static constexpr double kAccMajority = 0.7;
 static constexpr double kAccGyroMajority = 0.6;
@@ -97,3 +99,5 @@ int decide_acc(const int* votes) {
 int decide_acc_gyro(const int* votes) {
   return majority(votes[0], votes[1], kAccGyroMajority);
 }
+
+}  // namespace wgr

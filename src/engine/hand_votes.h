@@ -8,7 +8,7 @@
 
 #include <vector>
 
-#include "classifier/points.h"
+#include "base/points.h"
 
 // The detection's scales; entry k of every array belongs to scale k.
 struct Hparams {
@@ -18,6 +18,8 @@ struct Hparams {
   std::vector<double> thr_y;     // on the y difference, m/s² summed
   std::vector<double> thr_gyro;  // on the summed z rate, deg/s summed
 };
+
+namespace wgr {
 
 inline constexpr int kUndecided = -1;
 
@@ -34,3 +36,5 @@ int decide_acc(const int* votes);
 
 // 0, 1 or kUndecided; asks for a clearer majority, of however few votes.
 int decide_acc_gyro(const int* votes);
+
+}  // namespace wgr

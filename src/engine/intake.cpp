@@ -12,6 +12,8 @@
 #include "engine/agGes.h"
 #include "engine/rest.h"
 
+using namespace wgr;
+
 static constexpr char kWrongMode[] = "Error : gesture mode setting do not match!\n";
 static constexpr double kMsPerSecond = 1000.0;
 
@@ -114,7 +116,7 @@ class Emptying {
 
 void AgGes::update(Point3Df acc, Point3Df gyro) {
   if (work_mode == kAccOnly) {
-    wgr::print(kWrongMode);
+    print(kWrongMode);
     return;
   }
   const Point3Df rate = gyro - gyro_bias;
@@ -168,7 +170,7 @@ void AgGes::update(Point3Df acc, Point3Df gyro) {
 
 void AgGes::update(Point3Df acc) {
   if (work_mode == kAccAndGyro || work_mode == kAccAndGyro + 1) {
-    wgr::print(kWrongMode);
+    print(kWrongMode);
     return;
   }
   // These histories do not slide: they grow to their length and are then cut back.

@@ -4,6 +4,8 @@
 
 #include "engine/rotation.h"
 
+namespace wgr {
+
 // M = M * (the rotation of one sample period at rate `gyro`, deg/s).
 static void turn(double* M, const Point3Df& gyro, double radians) {
   double step[9];
@@ -42,3 +44,5 @@ Point3Df orient(const Samples& acc, const Samples& gyro, int sample_rate, Points
   for (Point3Df& p : trace) p = p - mean;
   return mean;
 }
+
+}  // namespace wgr

@@ -4,7 +4,9 @@
 // Accelerations in m/s², rates in deg/s with the bias off, both in the watch's frame.
 #pragma once
 
-#include "classifier/points.h"
+#include "base/points.h"
+
+namespace wgr {
 
 // R = the rotation (3x3, row-major) by the inverse of the mean attitude of the rates'
 // samples, relative to the first: accumulating the rates from R on gives attitudes in
@@ -16,3 +18,5 @@ void mean_attitude_inverse(const Samples& gyro, int sample_rate, double* R);
 // of their mean. Returns that mean, the gravity vector in the mean frame. A missing
 // rate counts as zero.
 Point3Df orient(const Samples& acc, const Samples& gyro, int sample_rate, Points& trace);
+
+}  // namespace wgr

@@ -3,6 +3,8 @@
 #include "engine/orientation.h"
 #include "engine/reconstruction.h"
 
+using namespace wgr;
+
 void AgGes::acc_correct() {
   if (work_mode == kAccOnly || motion_gyro.empty()) {
     trace.assign(motion_acc.begin(), motion_acc.end());

@@ -2,6 +2,8 @@
 
 #include <new>
 
+namespace wgr {
+
 // The active stretch runs while the squared speed reaches this share of its mean.
 static constexpr double kActiveShare = 0.1;
 
@@ -75,3 +77,5 @@ void reconstruct(Points& trace, int sample_rate, Points& velocity, Points& posit
   }
   trace = std::move(stretch);
 }
+
+}  // namespace wgr

@@ -6,7 +6,9 @@
 
 #include <vector>
 
-#include "classifier/points.h"
+#include "base/points.h"
+
+namespace wgr {
 
 // The state at the end of every step between two samples.
 struct Kinematics {
@@ -40,3 +42,5 @@ Stretch active_stretch(const Kinematics& motion);
 // with one entry per point kept. A motion that does not start and end slow is cut to
 // nothing. Throws std::bad_alloc for an empty trace.
 void reconstruct(Points& trace, int sample_rate, Points& velocity, Points& position);
+
+}  // namespace wgr

@@ -1,5 +1,7 @@
 #include "engine/rest.h"
 
+namespace wgr {
+
 // The squared length of gravity in a resting window, (m/s²)²; about 9.90 to 10.49 m/s².
 static constexpr double kLeastGravitySquared = 98.0;
 static constexpr double kMostGravitySquared = 110.0;
@@ -32,3 +34,5 @@ bool acc_at_rest(const WindowStats& stats) {
 bool gyro_at_rest(const WindowStats& stats) {
   return stats.mean_squared < kMostRateSquared && stats.spread < kMostRateSpread;
 }
+
+}  // namespace wgr

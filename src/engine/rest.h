@@ -7,7 +7,9 @@
 
 #include <cstddef>
 
-#include "classifier/points.h"
+#include "base/points.h"
+
+namespace wgr {
 
 struct WindowStats {
   double mean_squared;  // squared length of the mean vector
@@ -20,3 +22,5 @@ WindowStats window_stats(const Samples& samples, size_t begin, size_t end);
 
 bool acc_at_rest(const WindowStats& stats);
 bool gyro_at_rest(const WindowStats& stats);
+
+}  // namespace wgr

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "classifier/points.h"
+#include "base/points.h"
+
+namespace wgr {
 
 static constexpr double kPi = 3.141592653589793;
 static constexpr long long kDegreesPerHalfTurn = 180;
@@ -49,3 +51,5 @@ Point3Df rotation_vector(const double* R) {
   const double k = theta / (s + s);
   return {(R[7] - R[5]) * k, (R[2] - R[6]) * k, (R[3] - R[1]) * k};
 }
+
+}  // namespace wgr

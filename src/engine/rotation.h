@@ -6,6 +6,8 @@
 
 #include "WgrTypes.h"
 
+namespace wgr {
+
 inline constexpr double kIdentity3x3[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
 
 // c = a * b for a of rows x inner and b of inner x cols, all row-major; every sum
@@ -33,3 +35,5 @@ void rotation_matrix(const Point3Df& w, double* R);
 // The rotation vector of R. Not a number for the identity, and wherever rounding has
 // pushed the trace of R above 3: this is not guarded, callers take it as an answer.
 Point3Df rotation_vector(const double* R);
+
+}  // namespace wgr

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace wgr;
+
 using wgr::is_class_code;
 using wgr::report_of;
 

@@ -8,6 +8,8 @@
 
 #include "support/child.h"
 
+using namespace wgr;
+
 using wgr::HeldSignals;
 
 // A write to a pipe without a reader; answers whether it failed.

@@ -11,6 +11,8 @@
 #include "support/child.h"
 #include "support/installed_models.h"
 
+using namespace wgr;
+
 TEST(Printing, FormatsAndLeavesNothingInTheBuffer) {
   Capture out;
   EXPECT_EQ(in_child([]() -> int {

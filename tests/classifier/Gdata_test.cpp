@@ -10,6 +10,8 @@
 #include "support/private_paths.h"
 #include "support/same_bits.h"
 
+using namespace wgr;
+
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;

@@ -12,10 +12,12 @@
 #include "support/cases.h"
 #include "support/child.h"
 #include "support/files.h"
-#include "support/literal_similarity.h"
 #include "support/private_paths.h"
 #include "support/random_points.h"
+#include "support/reference_similarity.h"
 #include "support/same_bits.h"
+
+using namespace wgr;
 
 static constexpr double kLowest = -1.7976931348623157e308;
 
@@ -335,7 +337,8 @@ TEST_F(HgrTest, PredictsAsTheLiteralVersion) {
         if (with_thresholds) model.class_thresholds.push_back(-random.integer(0, 4));
       }
       Points expected_trace = trace;
-      const literal::Prediction expected = literal::predict(model, expected_trace, 77);
+      const reference::Prediction expected =
+          reference::predict(model, expected_trace, 77);
 
       double strength = 0;
       double score = 0;
@@ -404,7 +407,7 @@ TEST_F(HgrTest, MatrixGivesTheBitsOfTheLiteralVersion) {
       std::vector<Points> traces;
       for (int i = 0; i < n; ++i)
         traces.push_back(random.trace(random.integer(1, 25) + k, kind));
-      const std::vector<float> expected = literal::similarity_matrix(traces, k);
+      const std::vector<float> expected = reference::similarity_matrix(traces, k);
       const std::unique_ptr<float[]> found(hgr.cal_sim_matrix(traces, k));
       const std::vector<float> matrix(found.get(), found.get() + n * n);
       ASSERT_TRUE(same_bits(matrix, expected))

@@ -5,6 +5,8 @@
 #include <sstream>
 #include <string>
 
+using namespace wgr;
+
 using LongLines = LineReader::LongLines;
 
 static std::string repeated(size_t count) { return std::string(count, '7'); }

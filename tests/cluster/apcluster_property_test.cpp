@@ -1,4 +1,4 @@
-// Clustering against the literal version, on a great many small random matrices.
+// Clustering against the reference implementation, on a great many small random matrices.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -10,8 +10,8 @@
 
 #include "cluster/apcluster.h"
 #include "support/cases.h"
-#include "support/literal_clustering.h"
 #include "support/random_points.h"
+#include "support/reference_clustering.h"
 #include "support/same_bits.h"
 
 static constexpr int kUntouched = -77;
@@ -118,19 +118,19 @@ TEST(ApProperty, FindsTheGroupsOfTheLiteralVersion) {
     // With NaN among the values the median may be any of them, and one of several zeros
     // may have either sign: the library's is taken.
     float self = c.s[0];
-    const std::vector<float> values = literal::off_diagonal(given, c.n);
+    const std::vector<float> values = reference::off_diagonal(given, c.n);
     bool with_nan = false;
     for (const float value : values) with_nan |= std::isnan(value);
     if (!with_nan) {
-      const double median = static_cast<double>(literal::lower_median(values));
+      const double median = static_cast<double>(reference::lower_median(values));
       const float expected_self = static_cast<float>(c.preference * median);
       if (self != 0.0f || expected_self != 0.0f) self = expected_self;
     }
     for (int i = 0; i < c.n; ++i) given[static_cast<size_t>(i * c.n + i)] = self;
     ASSERT_TRUE(same_bits(c.s, given)) << "seed " << seed;
 
-    const literal::Clustering expected =
-        literal::propagate(given, c.n, c.maxits, c.convits, c.dampfact);
+    const reference::Clustering expected =
+        reference::propagate(given, c.n, c.maxits, c.convits, c.dampfact);
     ASSERT_EQ(result, expected.result) << "seed " << seed << ", n " << c.n;
     if (result > 0) {
       ASSERT_EQ(idx, expected.idx) << "seed " << seed << ", n " << c.n;

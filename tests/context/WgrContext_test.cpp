@@ -10,6 +10,8 @@
 #include "support/same_bits.h"
 #include "support/text.h"
 
+using namespace wgr;
+
 // Each test has the six models and a log that starts with its first own line.
 class Context : public ::testing::Test {
  protected:

@@ -8,6 +8,8 @@
 
 #include "support/installed_models.h"
 
+using namespace wgr;
+
 static WgrContext& context_of(WgrHandle h) { return *static_cast<WgrContext*>(h); }
 static AgGes& engine_of(WgrHandle h) { return *context_of(h).ages; }
 

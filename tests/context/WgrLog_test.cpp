@@ -20,6 +20,8 @@
 #include "support/files.h"
 #include "support/private_paths.h"
 
+using namespace wgr;
+
 namespace fs = std::filesystem;
 
 static void log(const std::string& text) {

@@ -13,6 +13,8 @@
 #include "support/installed_models.h"
 #include "support/text.h"
 
+using namespace wgr;
+
 // A context whose model of the left wrist's one-way mode can then not be loaded.
 class UnusableModel : public ::testing::Test {
  protected:

@@ -10,6 +10,8 @@
 #include "support/private_paths.h"
 #include "support/same_bits.h"
 
+using namespace wgr;
+
 static Hparams two_scales() { return {2, {4, 6}, {1.0, 2.0}, {3.0, 4.0}, {5.0, 6.0}}; }
 
 static void forget_log() { std::filesystem::remove(kLogPath); }

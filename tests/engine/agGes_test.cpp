@@ -16,6 +16,8 @@
 #include "support/quiet_engine.h"
 #include "support/same_bits.h"
 
+using namespace wgr;
+
 static std::string working_directory() {
   return std::filesystem::current_path().string();
 }

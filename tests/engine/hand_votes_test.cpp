@@ -6,9 +6,11 @@
 #include <limits>
 
 #include "engine/WHD.h"
-#include "support/literal_hand.h"
 #include "support/private_paths.h"
 #include "support/random_points.h"
+#include "support/reference_hand.h"
+
+using namespace wgr;
 
 static constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 static constexpr double kInfinity = std::numeric_limits<double>::infinity();
@@ -187,11 +189,11 @@ TEST(VotesLiteral, VerdictsAndVotesAgreeAfterEverySample) {
     const int window = random.integer(-2, 40);
     Hparams params;
     params.count = random.integer(0, 3);
-    literal::Hand hand = {window, {}, {}, {}};
+    reference::Hand hand = {window, {}, {}, {}};
     for (int k = 0; k < params.count; ++k) {
-      const literal::HandScale scale = {random.integer(-2, 20), random.uniform() * 4 - 1,
-                                        random.uniform() * 4 - 1,
-                                        random.uniform() * 4 - 1};
+      const reference::HandScale scale = {
+          random.integer(-2, 20), random.uniform() * 4 - 1, random.uniform() * 4 - 1,
+          random.uniform() * 4 - 1};
       hand.scales.push_back(scale);
       params.lags.push_back(scale.lag);
       params.thr_x.push_back(scale.thr_x);

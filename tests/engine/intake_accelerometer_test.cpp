@@ -3,6 +3,8 @@
 #include "support/quiet_engine.h"
 #include "support/same_bits.h"
 
+using namespace wgr;
+
 static constexpr char kMismatch[] = "Error : gesture mode setting do not match!\n";
 
 TEST(AccelerometerIntake, InModesTwoAndThreePrintsTheMismatchAndChangesNothing) {

@@ -6,6 +6,8 @@
 #include "support/quiet_engine.h"
 #include "support/same_bits.h"
 
+using namespace wgr;
+
 // An engine at 50 samples a second: window 10, margin 5, least motion 25, history 250.
 
 static int false_flags(const AgGes& engine) {

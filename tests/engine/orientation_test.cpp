@@ -4,10 +4,12 @@
 
 #include <cmath>
 
-#include "support/literal_rotation.h"
 #include "support/quiet_engine.h"
 #include "support/random_points.h"
+#include "support/reference_rotation.h"
 #include "support/same_bits.h"
+
+using namespace wgr;
 
 static Samples queue(const Points& points) {
   return Samples(points.begin(), points.end());
@@ -107,7 +109,7 @@ TEST(Orientation, AMissingRateCountsAsZero) {
   Points trace, expected;
   Point3Df gravity;
   const Point3Df mean = orient(acc, {{10, 20, 30}}, 50, trace);
-  literal::correct(2, 50, acc, {{10, 20, 30}}, expected, gravity);
+  reference::correct(2, 50, acc, {{10, 20, 30}}, expected, gravity);
   EXPECT_TRUE(same_bits(trace, expected));
   EXPECT_TRUE(same_bits(mean, gravity));
   EXPECT_FALSE(std::isnan(mean.x));
@@ -130,8 +132,8 @@ TEST(OrientationLiteral, TraceAndGravityAgreeToTheBit) {
 
     Points expected;
     Point3Df gravity;
-    literal::correct(engine->work_mode, engine->sample_rate, engine->motion_acc,
-                     engine->motion_gyro, expected, gravity);
+    reference::correct(engine->work_mode, engine->sample_rate, engine->motion_acc,
+                       engine->motion_gyro, expected, gravity);
     engine->acc_correct();
     ASSERT_TRUE(same_bits(engine->trace, expected)) << "round " << round;
     ASSERT_TRUE(same_bits(engine->gravity, gravity)) << "round " << round;

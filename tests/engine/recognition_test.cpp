@@ -3,11 +3,13 @@
 #include <cmath>
 #include <limits>
 
-#include "support/literal_reconstruction.h"
-#include "support/literal_rotation.h"
 #include "support/quiet_engine.h"
+#include "support/reference_reconstruction.h"
+#include "support/reference_rotation.h"
 #include "support/same_bits.h"
 #include "support/text.h"
+
+using namespace wgr;
 
 static constexpr double kAcceptAll = -1e9;  // a threshold that nothing falls below
 static constexpr double kRejectAll = 0.0;   // no similarity is above zero
@@ -36,8 +38,8 @@ static Stream motion_that_keeps(size_t kept) {
     for (int cut = 0; cut < 2; ++cut) {
       Points trace, velocity, position;
       Point3Df gravity;
-      literal::correct(2, 50, acc, gyro, trace, gravity);
-      literal::reconstruct(50, trace, velocity, position);
+      reference::correct(2, 50, acc, gyro, trace, gravity);
+      reference::reconstruct(50, trace, velocity, position);
       if (trace.size() == kept) {
         Stream found;
         for (size_t i = 0; i < acc.size(); ++i) found.push_back({acc[i], gyro[i]});
@@ -104,8 +106,8 @@ TEST(RunWithBothSensors, TheTraceIsNeitherScaledNorExtended) {
   set_motion(*engine, stream);
   Points expected, velocity, position;
   Point3Df gravity;
-  literal::correct(2, 50, engine->motion_acc, engine->motion_gyro, expected, gravity);
-  literal::reconstruct(50, expected, velocity, position);
+  reference::correct(2, 50, engine->motion_acc, engine->motion_gyro, expected, gravity);
+  reference::reconstruct(50, expected, velocity, position);
   engine->run();
   EXPECT_TRUE(same_bits(engine->trace, expected));
   EXPECT_TRUE(same_bits(engine->gravity, gravity));

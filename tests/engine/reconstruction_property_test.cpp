@@ -1,13 +1,16 @@
-// Reconstruction against the literal version, on a great many small random motions.
+// Reconstruction against the reference implementation, on a great many small random
+// motions.
 #include "engine/reconstruction.h"
 
 #include <gtest/gtest.h>
 
-#include "support/awkward_points.h"
 #include "support/cases.h"
-#include "support/literal_reconstruction.h"
 #include "support/random_points.h"
+#include "support/reference_reconstruction.h"
 #include "support/same_bits.h"
+#include "support/special_values.h"
+
+using namespace wgr;
 
 TEST(ReconstructionProperty, HasTheBitsOfTheLiteralVersion) {
   const std::uint64_t cases = property_cases();
@@ -27,7 +30,7 @@ TEST(ReconstructionProperty, HasTheBitsOfTheLiteralVersion) {
     const int rate = random.integer(1, 16) == 1 ? random.integer(-1, 2) : 50;
     Points expected = trace;
     Points expected_velocity, expected_position, velocity, position;
-    literal::reconstruct(rate, expected, expected_velocity, expected_position);
+    reference::reconstruct(rate, expected, expected_velocity, expected_position);
     reconstruct(trace, rate, velocity, position);
     ASSERT_TRUE(same_bits(trace, expected) && same_bits(velocity, expected_velocity) &&
                 same_bits(position, expected_position))

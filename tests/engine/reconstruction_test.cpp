@@ -7,10 +7,12 @@
 #include <new>
 
 #include "support/cases.h"
-#include "support/literal_reconstruction.h"
 #include "support/quiet_engine.h"
 #include "support/random_points.h"
+#include "support/reference_reconstruction.h"
 #include "support/same_bits.h"
+
+using namespace wgr;
 
 namespace {
 struct Reconstructed {
@@ -152,7 +154,7 @@ TEST(ReconstructionLiteral, AgreesToTheBit) {
     const int rate = rates[random.integer(0, 5)];
 
     Points expected = trace, velocity, position;
-    literal::reconstruct(rate, expected, velocity, position);
+    reference::reconstruct(rate, expected, velocity, position);
     const Reconstructed result = reconstructed(trace, rate);
     ASSERT_TRUE(same_bits(result.trace, expected)) << "round " << round;
     ASSERT_TRUE(same_bits(result.velocity, velocity)) << "round " << round;

@@ -1,5 +1,5 @@
-// The rest test and the intakes against their literal versions, on a great many samples
-// next to the bounds that decide.
+// The rest test and the intakes against their reference implementations, on a great many
+// samples next to the bounds that decide.
 #include "engine/rest.h"
 
 #include <gtest/gtest.h>
@@ -7,12 +7,14 @@
 #include <cmath>
 
 #include "support/cases.h"
-#include "support/literal_intake.h"
-#include "support/literal_recognition.h"
-#include "support/literal_rest.h"
 #include "support/quiet_engine.h"
 #include "support/random_points.h"
+#include "support/reference_intake.h"
+#include "support/reference_recognition.h"
+#include "support/reference_rest.h"
 #include "support/same_bits.h"
+
+using namespace wgr;
 
 namespace {
 
@@ -69,8 +71,8 @@ TEST(RestProperty, JudgesEveryWindowAsTheLiteralVersion) {
     add_window(random, kGyro, static_cast<int>(size), engine->gyro_history);
     if (random.integer(1, 8) == 1) engine->gyro_history.resize(size / 2);
 
-    const bool expected = literal::is_static(engine->work_mode, engine->static_window,
-                                             engine->acc_history, engine->gyro_history);
+    const bool expected = reference::is_static(engine->work_mode, engine->static_window,
+                                               engine->acc_history, engine->gyro_history);
     ASSERT_EQ(engine->is_static(), expected) << "seed " << seed;
     rests += expected;
   }
@@ -103,10 +105,10 @@ TEST(RestProperty, KeepsEveryMarkAndEverySampleAsTheLiteralVersion) {
       queue->clear();
     }
     engine->static_history.clear();
-    literal::Intake expected;
+    reference::Intake expected;
     expected.init(mode, 50, bias, shortest, history, window);
-    expected.recognise = [&](literal::Intake& intake) {
-      literal::run(intake, classifier, engine->strength_threshold);
+    expected.recognise = [&](reference::Intake& intake) {
+      reference::run(intake, classifier, engine->strength_threshold);
     };
     for (const Pair& pair : random_stream(random, 200, random.integer(0, 3) == 0)) {
       if (both) {

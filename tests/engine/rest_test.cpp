@@ -5,10 +5,12 @@
 #include <cmath>
 #include <limits>
 
-#include "support/literal_rest.h"
 #include "support/quiet_engine.h"
 #include "support/random_points.h"
+#include "support/reference_rest.h"
 #include "support/same_bits.h"
+
+using namespace wgr;
 
 static constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 static constexpr double kInfinity = std::numeric_limits<double>::infinity();
@@ -156,7 +158,7 @@ TEST(IsStatic, AgreesWithTheLiteralVersion) {
     if (random.integer(0, 5) == 0) gyro.resize(gyro.size() / 2);
     const int window = random.integer(-2, 12);
     const int mode = random.integer(0, 4);
-    const bool expected = literal::is_static(mode, window, acc, gyro);
+    const bool expected = reference::is_static(mode, window, acc, gyro);
     ASSERT_EQ(engine_rests(mode, window, acc, gyro), expected) << "round " << round;
     rests += expected && window >= 0 && count >= window;
   }

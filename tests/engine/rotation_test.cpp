@@ -6,10 +6,12 @@
 #include <cmath>
 #include <limits>
 
-#include "support/literal_rotation.h"
 #include "support/quiet_engine.h"
 #include "support/random_points.h"
+#include "support/reference_rotation.h"
 #include "support/same_bits.h"
+
+using namespace wgr;
 
 static constexpr double kHalfTurn = 3.141592653589793;
 
@@ -156,21 +158,22 @@ TEST(RotationLiteral, BothConversionsAndTheProductAgreeToTheBit) {
                         scale * random.value(kind)};
     double R[9], expected[9];
     engine->cal_rotation_matrix(w, R);
-    literal::rotation_matrix(w, expected);
+    reference::rotation_matrix(w, expected);
     ASSERT_TRUE(same_matrix(R, expected)) << "round " << round;
 
     Point3Df back = {0, 0, 0};
     engine->cal_rotation_theta(R, back);
-    ASSERT_TRUE(same_bits(back, literal::rotation_theta(expected))) << "round " << round;
+    ASSERT_TRUE(same_bits(back, reference::rotation_theta(expected)))
+        << "round " << round;
 
     double A[9], C[9];
     for (double& entry : A) entry = random.value(kind);
     mmmultiply(A, R, C, 3, 3, 3, 0.0);
-    literal::product(A, R, expected);
+    reference::product(A, R, expected);
     ASSERT_TRUE(same_matrix(C, expected)) << "round " << round;
 
     // Any nine numbers have an answer, not only rotations.
-    ASSERT_TRUE(same_bits(rotation_vector(A), literal::rotation_theta(A)));
+    ASSERT_TRUE(same_bits(rotation_vector(A), reference::rotation_theta(A)));
   }
 }
 
@@ -190,7 +193,7 @@ TEST(RotationLiteral, TheFirstMatrixAgreesToTheBit) {
     set_rates(*engine, rates);
     double R[9], expected[9];
     engine->cal_first_rot_matrix(R);
-    literal::first_matrix(rates, engine->sample_rate, expected);
+    reference::first_matrix(rates, engine->sample_rate, expected);
     ASSERT_TRUE(same_matrix(R, expected)) << "round " << round;
     numbers += !std::isnan(R[0]);
   }

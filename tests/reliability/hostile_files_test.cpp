@@ -16,6 +16,8 @@
 #include "support/installed_models.h"
 #include "support/same_bits.h"
 
+using namespace wgr;
+
 namespace fs = std::filesystem;
 
 static const std::string kModelFile = std::string(c_GmodelPath[0]) + ".xml";

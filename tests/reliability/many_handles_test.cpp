@@ -11,6 +11,8 @@
 #include "WgrInterface.h"
 #include "support/installed_models.h"
 
+using namespace wgr;
+
 static constexpr int kThreads = 8;
 static constexpr int kHandles = 3;  // of each thread, one after the other
 static constexpr int kPairs = 600;

@@ -18,6 +18,8 @@
 #include "support/failing_memory.h"
 #include "support/motions.h"
 
+using namespace wgr;
+
 static constexpr long kDefaultSamples = 30000000;  // a week at 50 samples/s
 static constexpr int kRate = 50;
 static constexpr long kMostGrowth = 64 * 1024;  // bytes of resident memory

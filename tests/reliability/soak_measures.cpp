@@ -15,6 +15,8 @@
 #include "context/WgrLog.h"
 #include "reliability/soak.h"
 
+using namespace wgr;
+
 static constexpr int kRotationPeriod = 250;  // ms
 static constexpr long kFilesAside = 8;       // that are not counted yet
 

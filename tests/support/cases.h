@@ -1,4 +1,4 @@
-// How many random cases a property test compares with the literal version.
+// How many random cases a property test compares with the reference implementation.
 //
 // A million; a twentieth of that under a sanitizer. WGR_CASES in the environment says
 // otherwise: fewer where every step is slow (valgrind, emulation), more for a long run.

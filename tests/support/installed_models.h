@@ -19,7 +19,7 @@ inline void install_model(int index, const Gmodel& model) {
 }
 
 inline void install_all_models() {
-  for (int i = 0; i < kWearers * kModes; ++i) {
+  for (int i = 0; i < wgr::kWearers * wgr::kModes; ++i) {
     install_model(i, small_model(kFirstInstalledLabel + i, -1e9));
   }
 }

@@ -2,6 +2,8 @@
 
 #include <limits>
 
+using namespace wgr;
+
 Stream rest(int samples) { return Stream(static_cast<size_t>(samples), kRestPair); }
 
 Stream motion(int judged) {

@@ -11,13 +11,15 @@
 #include <set>
 #include <thread>
 
+#include "base/progress.h"
 #include "classifier/HGR.h"
 #include "output/hold_signals.h"
-#include "progress.h"
 #include "support/child.h"
 #include "support/files.h"
 #include "tools/run_wgr.h"
 #include "training/similarities.h"
+
+using namespace wgr;
 
 using nlohmann::json;
 using ::testing::HasSubstr;
@@ -158,7 +160,7 @@ class Strangers : public ::testing::Test {
     ASSERT_EQ(made.status, 0) << made.err;
   }
   Outcome build(const std::string& input) const {
-    return run_wgr("build " + input + " --strangers -o " + model_);
+    return run_wgr("build " + input + " --cross-subject -o " + model_);
   }
 
   TempDirectory directory_;
@@ -183,7 +185,7 @@ TEST_F(Strangers, NeedTemplatesOfTwoPeopleInEveryClass) {
 }
 
 TEST_F(Strangers, AreToldByTheDescriptionBesideATrainingFileToo) {
-  ASSERT_EQ(run_wgr("cut " + set_ + " -o " + training_).status, 0);
+  ASSERT_EQ(run_wgr("segment " + set_ + " -o " + training_).status, 0);
   ASSERT_EQ(build(set_).status, 0);
   const std::string direct = read_file(model_);
   ASSERT_EQ(build(training_).status, 0);

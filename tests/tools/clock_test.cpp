@@ -4,6 +4,8 @@
 
 #include <cmath>
 
+using namespace wgr;
+
 static std::deque<RecordedSample> stamped(const std::vector<double>& times) {
   std::deque<RecordedSample> samples;
   for (const double t : times) samples.push_back({t, {0, 0, 0}, {0, 0, 0}});

@@ -7,6 +7,8 @@
 #include "diagnosis/agreement.h"
 #include "diagnosis/measures.h"
 
+using namespace wgr;
+
 using ::testing::ElementsAre;
 
 TEST(AxisMaps, ComposeWithTheirInverseToWhatWas) {

@@ -17,6 +17,8 @@
 #include "synthesis/performance.h"
 #include "tools/run_wgr.h"
 
+using namespace wgr;
+
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 

@@ -1,5 +1,5 @@
 // Motions are drawn as finely as all of them fit in a page.
-#include "report/drawn_motions.h"
+#include "explanation/drawn_motions.h"
 
 #include <gtest/gtest.h>
 
@@ -8,6 +8,8 @@
 #include <sstream>
 
 #include "support/random_points.h"
+
+using namespace wgr;
 
 using Json = nlohmann::ordered_json;
 

@@ -1,12 +1,14 @@
 // What is thinned as it comes is what would be thinned at the end.
-#include "report/drawn_stream.h"
+#include "explanation/drawn_stream.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-#include "report/series.h"
+#include "explanation/series.h"
 #include "support/random_points.h"
+
+using namespace wgr;
 
 TEST(DrawnStream, HoldsTheExtremesOfWhateverLengthItIsGiven) {
   RandomPoints random(5);

@@ -4,20 +4,22 @@
 
 #include "classifier/HGR.h"
 #include "explain_support.h"
-#include "explanation/warping_table.h"
+#include "explanation/warping_path.h"
 #include "support/cases.h"
 #include "support/random_points.h"
 #include "support/same_bits.h"
 
+using namespace wgr;
+
 // The events of a host that nobody watches.
 static std::vector<GestureEvent> replayed(const std::string& path,
-                                          const SessionOptions& options) {
+                                          const HostRunOptions& options) {
   std::vector<GestureEvent> events;
   RecordingReader reader(path);
   Totals totals(options.rate);
   Capture quiet;
-  Session session(options);
-  run_session(session, reader, totals, [&events](const Step& step) {
+  HostRun session(options);
+  run_host(session, reader, totals, [&events](const Step& step) {
     if (step.event != nullptr) events.push_back(*step.event);
   });
   return events;
@@ -42,7 +44,7 @@ static void expect_same_score(const Explanation& e, const MotionAccount& m) {
 }
 
 // Returns how many events there were.
-static size_t expect_agreement(const std::string& path, const SessionOptions& options) {
+static size_t expect_agreement(const std::string& path, const HostRunOptions& options) {
   SCOPED_TRACE(path);
   const std::vector<GestureEvent> events = replayed(path, options);
   const Explanation e = explained(path, options);
@@ -82,7 +84,7 @@ TEST(Agreement, OnRandomStreams) {
   for (int round = 0; round < rounds; ++round) {
     write_recording(path, recorded(random_stream(random, 1500, false)));
     for (const int level : {1, 3, -10}) {
-      SessionOptions options;
+      HostRunOptions options;
       options.sensitivity = level;
       options.gyro_bias = {0.5, -0.25, 1.0};
       events += expect_agreement(path, options);
@@ -96,7 +98,7 @@ TEST(Agreement, OnTheDemoRecordingWithEveryModel) {
   size_t events = 0;
   for (int wearer = 0; wearer < 2; ++wearer) {
     for (int mode = 0; mode < 3; ++mode) {
-      SessionOptions options;
+      HostRunOptions options;
       options.wearer = wearer;
       options.mode = mode;
       events += expect_agreement(WGR_SOURCE "/recordings/demo.csv", options);
@@ -118,7 +120,7 @@ TEST(Agreement, OnRecordingsFromElsewhere) {
     if (entry.path().extension() != ".gz") continue;
     // Where every step is slow, one in twenty.
     if (seen++ % 20 != 0 && !enough_cases()) continue;
-    SessionOptions options;
+    HostRunOptions options;
     options.rate = entry.path().string().find("nano") != std::string::npos ? 119 : 100;
     events += expect_agreement(entry.path(), options);
     ++recordings;
@@ -137,7 +139,7 @@ TEST(TracedPath, HasTheLibrarysCostAndLength) {
     const auto kind = static_cast<RandomPoints::Kind>(round % 3);
     const Points a = random.trace(random.integer(1, 40), kind);
     const Points b = random.trace(random.integer(1, 40), kind);
-    Warper warper;
+    Dtw warper;
     warper.set_trace(a.data(), a.size());
     const WarpingPath expected = warper.warp(b.data(), b.size());
     const TracedPath traced = trace_path(a, a.size(), b, b.size());

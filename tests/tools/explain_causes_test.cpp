@@ -6,12 +6,14 @@
 #include <cmath>
 #include <set>
 
+#include "base/errors.h"
 #include "engine/orientation.h"
-#include "errors.h"
 #include "explain_support.h"
 #include "explanation/expected.h"
-#include "explanation/output.h"
-#include "explanation/words.h"
+#include "text/explanation_sentences.h"
+#include "text/explanation_text.h"
+
+using namespace wgr;
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -23,13 +25,13 @@ class Causes : public ::testing::Test {
 
   // The one motion of the stream, with the sentence that tells its cause.
   static MotionAccount only_motion(const Stream& stream,
-                                   const SessionOptions& options = SessionOptions()) {
+                                   const HostRunOptions& options = HostRunOptions()) {
     const Explanation e = explained(stream, options);
     EXPECT_EQ(e.motions.size(), 1u);
     return e.motions.empty() ? MotionAccount() : e.motions.front();
   }
   static std::string sentence(const Stream& stream,
-                              const SessionOptions& options = SessionOptions()) {
+                              const HostRunOptions& options = HostRunOptions()) {
     const Explanation e = explained(stream, options);
     return e.motions.empty() ? "" : sentence_for(e.motions.back(), e.settings);
   }
@@ -78,7 +80,7 @@ TEST_F(Causes, AMotionOfFewSamplesIsTooShort) {
 }
 
 TEST_F(Causes, ARateOfExactlyZeroLosesTheAttitude) {
-  SessionOptions options;
+  HostRunOptions options;
   options.gyro_bias = kRestPair.gyro;  // a sensor that rests at its very bias
   const MotionAccount m = only_motion(one_gesture(), options);
   EXPECT_EQ(m.cause, Cause::kNotANumber);
@@ -146,7 +148,7 @@ TEST_F(Causes, AMotionThatIsFastForTooFewSamplesIsCutTooShort) {
 }
 
 TEST_F(Causes, AWeakMotionIsTooWeak) {
-  SessionOptions options;
+  HostRunOptions options;
   options.sensitivity = 3;  // 4.0 m/s²
   const MotionAccount m = only_motion(one_gesture(3.5), options);
   EXPECT_EQ(m.cause, Cause::kTooWeak);
@@ -157,7 +159,7 @@ TEST_F(Causes, AWeakMotionIsTooWeak) {
 
 TEST_F(Causes, WhatWouldHaveStoppedAWeakMotionAsWellIsSaid) {
   install_default_model(small_model(kClass, 0.0));
-  SessionOptions options;
+  HostRunOptions options;
   options.sensitivity = 3;
   const MotionAccount m = only_motion(one_gesture(3.5), options);
   EXPECT_EQ(m.cause, Cause::kTooWeak);
@@ -166,7 +168,7 @@ TEST_F(Causes, WhatWouldHaveStoppedAWeakMotionAsWellIsSaid) {
 
 TEST_F(Causes, AnEmptyModelHasNoTemplates) {
   install_model(5, Gmodel());
-  SessionOptions options;
+  HostRunOptions options;
   options.wearer = 1;
   options.mode = 2;
   EXPECT_EQ(only_motion(one_gesture(), options).cause, Cause::kNoTemplates);
@@ -220,7 +222,7 @@ TEST_F(Causes, AMotionRightBehindAReportLosesItsStart) {
 }
 
 TEST_F(Causes, AHostThatForgetsToInitialiseIsInTheWrongMode) {
-  SessionOptions options;
+  HostRunOptions options;
   options.initialise = false;
   const MotionAccount m = only_motion(one_gesture(), options);
   EXPECT_EQ(m.cause, Cause::kWrongMode);
@@ -269,13 +271,14 @@ TEST_F(Causes, TheSensorThatSaysRestIsNamed) {
 
 class Expectations : public Causes {
  protected:
-  static Expected found(const Stream& stream, double begin, double end,
-                        int label = kClass) {
-    Explanation e = explained(stream);
-    e.expected.push_back({begin, end, label, Cause::kReported, {}, ""});
+  Expected found(const Stream& stream, double begin, double end, int label = kClass) {
+    e = explained(stream);
+    e.expected.push_back({begin, end, label, Cause::kReported});
     find_expected(e);
     return e.expected.back();
   }
+
+  Explanation e;
 };
 
 TEST_F(Expectations, AGestureThatCameIsNotMissing) {
@@ -293,14 +296,14 @@ TEST_F(Expectations, TheNearestMotionsCauseIsTold) {
 TEST_F(Expectations, AnotherClassIsTold) {
   const Expected x = found(one_gesture(), 1.0, 1.8, 4);
   EXPECT_EQ(x.cause, Cause::kOtherClass);
-  EXPECT_THAT(x.sentence, HasSubstr("The model has no template of class 4."));
+  EXPECT_THAT(sentence_for(x, e), HasSubstr("The model has no template of class 4."));
 }
 
 TEST_F(Expectations, WhereTheWristRestedTheSensorIsTold) {
   const Expected x = found(rest(60) + one_gesture(), 0.4, 1.0);
   EXPECT_EQ(x.cause, Cause::kAtRest);
   EXPECT_FALSE(x.motion.has_value());
-  EXPECT_THAT(x.sentence, HasSubstr("both sensors said so"));
+  EXPECT_THAT(sentence_for(x, e), HasSubstr("both sensors said so"));
 }
 
 TEST_F(Expectations, WhatFellIntoThePauseAfterAReportIsTold) {
@@ -313,9 +316,9 @@ TEST_F(Expectations, WhatIsOutsideTheRecordingIsTold) {
 }
 
 TEST_F(Expectations, OneMotionIsNotTwoGestures) {
-  Explanation e = explained(one_gesture());
-  e.expected.push_back({0.9, 1.5, kClass, Cause::kReported, {}, ""});
-  e.expected.push_back({1.5, 1.7, kClass, Cause::kReported, {}, ""});
+  e = explained(one_gesture());
+  e.expected.push_back({0.9, 1.5, kClass, Cause::kReported});
+  e.expected.push_back({1.5, 1.7, kClass, Cause::kReported});
   find_expected(e);
   EXPECT_EQ(e.expected[0].cause, Cause::kReported);
   EXPECT_EQ(e.expected[1].cause, Cause::kSharedMotion);

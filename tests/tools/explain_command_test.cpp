@@ -6,9 +6,11 @@
 #include <nlohmann/json.hpp>
 
 #include "explain_support.h"
-#include "report/parts.h"
+#include "pages/parts.h"
 #include "run_wgr.h"
 #include "support/cases.h"
+
+using namespace wgr;
 
 using nlohmann::json;
 using ::testing::EndsWith;

@@ -7,12 +7,14 @@
 
 #include "context/WgrContext.h"
 #include "explanation/explanation.h"
-#include "host/fixed_paths.h"
+#include "hostrun/fixed_paths.h"
 #include "recording/recording.h"
 #include "support/files.h"
 #include "support/installed_models.h"
 #include "support/motions.h"
 #include "support/private_paths.h"
+
+using namespace wgr;
 
 inline constexpr int kRate = 50;  // samples per second
 inline constexpr int kClass = 3;
@@ -28,7 +30,7 @@ inline std::vector<RecordedSample> recorded(const Stream& stream) {
 // The model that every session starts with and, unless told otherwise, uses.
 inline void install_default_model(const Gmodel& model) { install_model(1, model); }
 
-inline Explanation explained(const std::string& path, const SessionOptions& options) {
+inline Explanation explained(const std::string& path, const HostRunOptions& options) {
   Explanation explanation;
   explanation.recording = path;
   explanation.keep_traces = true;
@@ -39,7 +41,7 @@ inline Explanation explained(const std::string& path, const SessionOptions& opti
 }
 
 inline Explanation explained(const Stream& stream,
-                             const SessionOptions& options = SessionOptions()) {
+                             const HostRunOptions& options = HostRunOptions()) {
   const TempDirectory directory;
   const std::string path = directory.file("recording.csv");
   write_recording(path, recorded(stream));

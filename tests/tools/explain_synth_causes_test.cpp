@@ -8,6 +8,8 @@
 #include "explanation/expected.h"
 #include "run_wgr.h"
 
+using namespace wgr;
+
 static constexpr char kOneGesture[] =
     "2.0,3.1,twist\n"
     "3.1,5.0,rest\n";
@@ -31,7 +33,7 @@ class SynthCauses : public ::testing::Test {
   void SetUp() override { install_default_model(small_model(kClass, -1e6)); }
 
   Explanation explained_synth(const std::string& script, const std::string& arguments,
-                              const SessionOptions& options = SessionOptions()) {
+                              const HostRunOptions& options = HostRunOptions()) {
     write_file(directory_.file("script"), "t_start,t_end,what\n" + script);
     const std::string recording = directory_.file("recording.csv");
     const Outcome made = run_wgr("synth --script " + directory_.file("script") + " -o " +
@@ -57,8 +59,8 @@ class SynthCauses : public ::testing::Test {
   void expect_expected(double begin, double end, int label, Cause cause) {
     Explanation e = explained_synth(kOneGesture, "--person 501");
     // The first part of the gesture is always expected.
-    e.expected.push_back({2.0, 2.8, kClass, Cause::kReported, {}, ""});
-    e.expected.push_back({begin, end, label, Cause::kReported, {}, ""});
+    e.expected.push_back({2.0, 2.8, kClass, Cause::kReported});
+    e.expected.push_back({begin, end, label, Cause::kReported});
     find_expected(e);
     EXPECT_STREQ(name_of(e.expected.back().cause), name_of(cause));
     seen_.insert(cause);
@@ -107,7 +109,7 @@ void SynthCauses::causes_of_the_model() {
   expect_cause(explained_synth(kOneGesture, "--person 501"), 2.5, Cause::kNoScore);
 
   install_model(5, Gmodel());
-  SessionOptions options;
+  HostRunOptions options;
   options.wearer = 1;
   options.mode = 2;
   expect_cause(explained_synth(kOneGesture, "--person 501", options), 2.5,
@@ -115,7 +117,7 @@ void SynthCauses::causes_of_the_model() {
 }
 
 void SynthCauses::causes_of_the_host() {
-  SessionOptions options;
+  HostRunOptions options;
   options.initialise = false;
   expect_cause(explained_synth(kOneGesture, "--person 501", options), 2.5,
                Cause::kWrongMode);

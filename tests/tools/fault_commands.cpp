@@ -77,11 +77,11 @@ const std::vector<FaultCommand>& fault_commands() {
        {"out/set/p001_calm.csv", "out/set/p002_calm.csv", "out/set/labels.csv",
         "out/set/index.csv"},
        {}},
-      {"cut",
-       "cut in/set -o out/g.txt",
+      {"segment",
+       "segment in/set -o out/g.txt",
        {"out/g.txt", "out/g.training.json"},
        {"in/set/labels.csv"}},
-      {"cut_printed", "cut in/set -o -", {}, {"in/set/labels.csv"}, true},
+      {"segment_printed", "segment in/set -o -", {}, {"in/set/labels.csv"}, true},
       {"build",
        "build in/g.txt -o out/m.xml",
        {"out/m.xml", "out/m.model.json", "out/m.report.txt"},
@@ -130,10 +130,10 @@ const std::vector<SameFile>& same_files() {
       {"build_description", "build in/g.txt -o in/g.training.json"},
       {"build_set_recording", "build in/set -o in/set/p001_calm.csv"},
       {"build_slots_table", "build --slots in/slots.csv -o out --report in/slots.csv"},
-      {"cut_labels", "cut in/set -o in/set/labels.csv"},
-      {"cut_index", "cut in/set -o in/set/index.csv"},
-      {"cut_recording", "cut in/set -o in/set/p002_calm.csv"},
-      {"cut_background", "cut in/set --background in/set2 -o in/set2/walk.csv"},
+      {"segment_labels", "segment in/set -o in/set/labels.csv"},
+      {"segment_index", "segment in/set -o in/set/index.csv"},
+      {"segment_recording", "segment in/set -o in/set/p002_calm.csv"},
+      {"segment_background", "segment in/set --background in/set2 -o in/set2/walk.csv"},
       {"explain_recording", "explain in/walk.csv -o in/walk.csv"},
       {"explain_other_name", "explain in/walk.csv -o in/../in/./walk.csv"},
       {"explain_labels", "explain --expect in/labels.csv -o in/labels.csv in/walk.csv"},
@@ -178,7 +178,7 @@ bool make_inputs(const std::string& program, const std::string& models,
       "synth --gestures 1 --distractors 0 -o walk.csv --labels labels.csv && " + wgr +
       "synth --gestures 1 --distractors 0 --person 2 -o set2/walk.csv && " + wgr +
       "synth --training set --persons 2 --gestures 2 --distractors 2 --style calm && " +
-      wgr + "cut set -o g.txt && " + wgr + "build g.txt -o m.xml && " + log);
+      wgr + "segment set -o g.txt && " + wgr + "build g.txt -o m.xml && " + log);
   EXPECT_EQ(made.status, 0) << made.err;
   return made.status == 0;
 }

@@ -1,6 +1,6 @@
 // Whatever bytes file names, labels and lines hold: messages show them without harm, JSON
 // stays JSON, and a small file of a huge recording takes no more memory than is allowed.
-#include "foreign_text.h"
+#include "base/foreign_text.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,6 +12,8 @@
 #include "support/files.h"
 #include "tools/run_wgr.h"
 #include "training/model_output.h"
+
+using namespace wgr;
 
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -63,8 +65,8 @@ TEST(ForeignText, IsShortenedByWholeCharacters) {
   EXPECT_EQ(shortened("aüb", 2), "a...");
   EXPECT_EQ(shortened("aüb", 3), "aü...");
   EXPECT_EQ(shortened("\xff\xff\xff", 2), "\\xff\\xff...");
-  EXPECT_EQ(::quoted(std::string(40, 'a')), '"' + std::string(40, 'a') + '"');
-  EXPECT_EQ(::quoted(std::string(41, 'a')), '"' + std::string(40, 'a') + "\"...");
+  EXPECT_EQ(wgr::quoted(std::string(40, 'a')), '"' + std::string(40, 'a') + '"');
+  EXPECT_EQ(wgr::quoted(std::string(41, 'a')), '"' + std::string(40, 'a') + "\"...");
 }
 
 // Nothing of what was printed does anything but stand on the terminal.
@@ -112,7 +114,7 @@ TEST(ForeignText, OddFileNamesAreReadAndShownByAllSubcommands) {
   write_file(recording, "\x1b[31m\xff,odd\n");
   for (const std::string& command : std::vector<std::string>{
            "replay" + models + odd, "doctor '" + folder + "/\xfd\x1b[1m'",
-           "cut '" + folder + "' -o " + directory.file("o"), "model check " + odd,
+           "segment '" + folder + "' -o " + directory.file("o"), "model check " + odd,
            "model show " + odd, "build " + odd + " -o " + directory.file("m.xml")}) {
     const Outcome outcome = run_wgr(command);
     EXPECT_NE(outcome.status, 0) << shown(command);
@@ -146,7 +148,7 @@ TEST(ForeignText, LabelsAndSubjectsAreShownWithoutTheirControls) {
              "file,label,subject,rate_hz\na.csv,,p\x1b[1m,50\nb.csv,,q\x1b[1m,50\n");
   const std::string model = directory.file("m.xml");
   for (const std::string& command : std::vector<std::string>{
-           "cut " + set + " -o " + directory.file("set.txt"),
+           "segment " + set + " -o " + directory.file("set.txt"),
            "build " + directory.file("set.txt") + " -o " + model,
            "eval " + set + " --model " + model, "eval " + set + " --leave-out subject",
            "eval --json " + set + " --leave-out subject"}) {

@@ -14,6 +14,8 @@
 #include "support/private_paths.h"
 #include "tools/run_wgr.h"
 
+using namespace wgr;
+
 // Logs numbered lines on a thread of its own until it is stopped.
 class Writer {
  public:

@@ -8,12 +8,14 @@
 #include <sstream>
 
 #include "WgrInterface.h"
-#include "host/fixed_paths.h"
-#include "log/line_stream.h"
+#include "hostrun/fixed_paths.h"
+#include "logfile/line_stream.h"
 #include "support/child.h"
 #include "support/files.h"
 #include "support/installed_models.h"
 #include "tools/run_wgr.h"
+
+using namespace wgr;
 
 using nlohmann::json;
 using ::testing::HasSubstr;

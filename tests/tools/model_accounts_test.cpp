@@ -4,11 +4,13 @@
 
 #include <map>
 
-#include "report/model_accounts.h"
+#include "pages/model_accounts.h"
 #include "run_wgr.h"
 #include "support/cases.h"
 #include "support/private_paths.h"
 #include "support/random_points.h"
+
+using namespace wgr;
 
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
@@ -35,13 +37,13 @@ static Gdata noisy_samples() {
 }
 
 struct Built {
-  Built() : workshop(noisy_samples(), 1, true) {
+  Built() : builder(noisy_samples(), 1, true) {
     Capture hushed;
     options.most_templates = 3;
-    model = workshop.build(options, report);
-    account = account_of_build(workshop, model, report, options, Provenance(), {});
+    model = builder.build(options, report);
+    account = account_of_build(builder, model, report, options, Provenance(), {});
   }
-  Workshop workshop;
+  ModelBuilder builder;
   BuildOptions options;
   BuildReport report;
   Gmodel model;

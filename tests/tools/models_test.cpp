@@ -9,12 +9,14 @@
 #include <vector>
 
 #include "classifier/Gmodel.h"
-#include "host/session.h"
+#include "hostrun/host_run.h"
 #include "recording/recording.h"
+#include "segmentation/annotations.h"
 #include "support/cases.h"
 #include "support/private_paths.h"
 #include "tools/run_wgr.h"
-#include "training/labels.h"
+
+using namespace wgr;
 
 static const std::string kRoot = WGR_ROOT;
 static const std::string kModels = kRoot + "/models/";
@@ -98,7 +100,7 @@ TEST(Demo, EveryScriptedGestureIsReportedAndNothingElse) {
       {3.20, 0},  {6.42, 1},  {9.72, 2},  {13.02, 3}, {16.38, 4}, {28.06, 3},
       {31.46, 1}, {42.24, 0}, {45.50, 4}, {56.22, 2}, {59.32, 1}};
   std::vector<std::pair<double, int>> events;
-  Session session(SessionOptions{});
+  HostRun session(HostRunOptions{});
   for (const RecordedSample& sample : read_recording(kDemo + ".csv")) {
     if (const auto event = session.feed(sample)) {
       events.emplace_back(event->t, event->gesture);
@@ -106,7 +108,7 @@ TEST(Demo, EveryScriptedGestureIsReportedAndNothingElse) {
   }
   EXPECT_EQ(events, expected);
 
-  const std::vector<LabelledSpan> script = read_labels(kDemo + ".labels.csv");
+  const std::vector<Annotation> script = read_labels(kDemo + ".labels.csv");
   ASSERT_EQ(script.size(), events.size());
   for (size_t i = 0; i < script.size(); ++i) {
     EXPECT_EQ(events[i].second, script[i].label);

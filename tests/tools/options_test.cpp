@@ -10,10 +10,12 @@
 #include <vector>
 
 #include "arguments/command_line.h"
-#include "arguments/suggestion.h"
-#include "errors.h"
-#include "numbers.h"
+#include "base/errors.h"
+#include "base/numbers.h"
+#include "base/suggestion.h"
 #include "tools/run_wgr.h"
+
+using namespace wgr;
 
 using ::testing::AllOf;
 using ::testing::AnyOf;
@@ -54,28 +56,28 @@ static const NumberOption kNumbers[] = {
     {"synth", "--gestures", whole_from(0, 1000)},
     {"synth", "--distractors", number_from(0, 36000)},
     {"synth", "--persons", whole_from(1, 999)},
-    {"cut", "--rate", whole_from(10, 1000)},
-    {"cut", "--shortest", whole_from(2, 10000)},
-    {"cut", "--max-size", whole_from(1, 1000000)},
+    {"segment", "--rate", whole_from(10, 1000)},
+    {"segment", "--min-length", whole_from(2, 10000)},
+    {"segment", "--max-size", whole_from(1, 1000000)},
     {"build", "--templates", whole_from(1, 100)},
     {"build", "--margin", number_from(0, 1)},
     {"build", "--share", number_from(0, 1)},
     {"build", "--false-cost", number_above(0, 1000000)},
-    {"build", "--false-per-hour", number_from(0, 10000)},
+    {"build", "--false-positives-per-hour", number_from(0, 10000)},
     {"build", "--threads", whole_from(1, 256)},
     {"build", "--background-hours", number_above(0, 100000)},
     {"build", "--rate", whole_from(10, 1000)},
-    {"build", "--shortest", whole_from(2, 10000)},
+    {"build", "--min-length", whole_from(2, 10000)},
     {"build", "--max-size", whole_from(1, 1000000)},
     {"eval", "--folds", whole_from(2, 1000)},
     {"eval", "--templates", whole_from(1, 100)},
     {"eval", "--margin", number_from(0, 1)},
     {"eval", "--share", number_from(0, 1)},
     {"eval", "--false-cost", number_above(0, 1000000)},
-    {"eval", "--false-per-hour", number_from(0, 10000)},
+    {"eval", "--false-positives-per-hour", number_from(0, 10000)},
     {"eval", "--threads", whole_from(1, 256)},
     {"eval", "--rate", whole_from(10, 1000)},
-    {"eval", "--shortest", whole_from(2, 10000)},
+    {"eval", "--min-length", whole_from(2, 10000)},
     {"eval", "--max-size", whole_from(1, 1000000)},
     {"doctor", "--rate", whole_from(1, 100000)},
     {"doctor", "--seconds", number_above(0, 1000000000)},
@@ -95,7 +97,7 @@ static const std::map<std::string, Words> kPaths = {
     {"replay", {"--models", "--log"}},
     {"explain", {"--models", "--expect", "--out"}},
     {"synth", {"--out", "--labels", "--plan", "--script", "--training"}},
-    {"cut", {"--out", "--background"}},
+    {"segment", {"--out", "--background"}},
     {"build", {"--out", "--slots", "--report", "--background"}},
     {"eval", {"--model", "--report", "--background"}},
     {"preflight", {"--models"}},
@@ -103,9 +105,15 @@ static const std::map<std::string, Words> kPaths = {
 
 // What each subcommand wants at least.
 static const std::map<std::string, Words> kLeast = {
-    {"replay", {"X"}},         {"explain", {"X"}},          {"synth", {}},
-    {"cut", {"X", "-o", "Y"}}, {"build", {"X", "-o", "Y"}}, {"eval", {"X"}},
-    {"doctor", {"X"}},         {"preflight", {}},           {"log", {"X"}},
+    {"replay", {"X"}},
+    {"explain", {"X"}},
+    {"synth", {}},
+    {"segment", {"X", "-o", "Y"}},
+    {"build", {"X", "-o", "Y"}},
+    {"eval", {"X"}},
+    {"doctor", {"X"}},
+    {"preflight", {}},
+    {"log", {"X"}},
     {"selfcheck", {}},
 };
 
@@ -307,7 +315,7 @@ TEST(Options, ARecordingMayHaveTheNameOfAnOptionBehindTheDashes) {
 
 TEST(Options, PositionalArgumentsAreNotEmpty) {
   for (const std::string command :
-       {"replay", "explain", "doctor", "log", "eval", "cut", "build"}) {
+       {"replay", "explain", "doctor", "log", "eval", "segment", "build"}) {
     EXPECT_THAT(said_of({command, ""}), HasSubstr(": a name is wanted, not nothing"))
         << command;
   }
@@ -378,10 +386,10 @@ TEST(Options, NamesThatNobodyShouldPrintAreMadeFitForATerminal) {
 
 TEST(Options, AMisspeltSubcommandIsNamedWithTheRightOne) {
   const std::map<std::string, std::string> cases = {
-      {"replya", "replay"}, {"exlpain", "explain"},     {"sinth", "synth"},
-      {"cutt", "cut"},      {"biuld", "build"},         {"evla", "eval"},
-      {"models", "model"},  {"docter", "doctor"},       {"pre-flight", "preflight"},
-      {"logs", "log"},      {"self-check", "selfcheck"}};
+      {"replya", "replay"},   {"exlpain", "explain"},     {"sinth", "synth"},
+      {"segmant", "segment"}, {"biuld", "build"},         {"evla", "eval"},
+      {"models", "model"},    {"docter", "doctor"},       {"pre-flight", "preflight"},
+      {"logs", "log"},        {"self-check", "selfcheck"}};
   for (const auto& [wrong, right] : cases) {
     EXPECT_EQ(said_of({wrong, "X"}), "\"" + wrong +
                                          "\": no subcommand of wgr; did you mean " +
@@ -399,7 +407,7 @@ TEST(Options, AMisspeltSubcommandIsNamedWithTheRightOne) {
 
 TEST(Options, ArgumentsThatAreMissingOrTooManyAreCounted) {
   EXPECT_EQ(said_of({"replay"}), "RECORDING is required; see wgr replay --help");
-  EXPECT_EQ(said_of({"cut", "X"}), "--out is required; see wgr cut --help");
+  EXPECT_EQ(said_of({"segment", "X"}), "--out is required; see wgr segment --help");
   EXPECT_EQ(said_of({"replay", "X", "Y"}),
             "\"Y\": one argument too many; wgr replay takes RECORDING; see wgr replay "
             "--help");
@@ -483,7 +491,7 @@ TEST(Help, ItsExamplesNameRecordingsThatExist) {
 TEST(Program, SaysWhoItIsBeforeEveryMessageAndEndsWithTwo) {
   for (const std::string arguments :
        {"", "replya x", "replay", "replay --rate nan x", "replay --wearer", "model",
-        "replay --models /nowhere x", "eval", "build -o x", "cut /nowhere -o x",
+        "replay --models /nowhere x", "eval", "build -o x", "segment /nowhere -o x",
         "log /nowhere", "doctor /nowhere", "explain --models /nowhere x",
         "model show /nowhere.xml", "preflight --models /nowhere", "selfcheck x",
         "synth --style mixed -o -", "synth --script /nowhere -o -"}) {

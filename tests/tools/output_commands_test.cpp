@@ -6,11 +6,13 @@
 
 #include <map>
 
-#include "report/parts.h"
+#include "pages/parts.h"
 #include "support/cases.h"
 #include "support/devices.h"
 #include "support/files.h"
 #include "tools/run_wgr.h"
+
+using namespace wgr;
 
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -29,7 +31,7 @@ class Commands : public ::testing::Test {
     for (const std::string& made :
          {run_wgr("synth --training " + set + " --persons 2 --gestures 2 --distractors 4")
               .err,
-          run_wgr("cut " + set + " -o " + shared_->file("g.txt")).err,
+          run_wgr("segment " + set + " -o " + shared_->file("g.txt")).err,
           run_wgr("synth --gestures 1 --distractors 0 -o " + shared_->file("walk.csv"))
               .err}) {
       ASSERT_THAT(made, ::testing::Not(HasSubstr("wgr:")));
@@ -72,7 +74,7 @@ TempDirectory* Commands::shared_ = nullptr;
 static const char* const kWriters[] = {
     "explain --models MODELS @/walk.csv -o @/x.xml",
     "replay --models MODELS @/walk.csv --log @/x.xml",
-    "cut @/set -o @/x.xml",
+    "segment @/set -o @/x.xml",
     "build @/g.txt -o @/x.xml --report @/y",
     "eval @/set --model MODEL --report @/x.xml",
     "synth --gestures 1 --distractors 0 -o @/x.xml --labels @/y --plan @/z",
@@ -137,9 +139,9 @@ TEST_F(Commands, RefuseToOverwriteWhatTheyRead) {
        "--expect"},
       {"explain --models MODELS @/walk.csv -o -", "standard output"},
       {"explain --models MODELS @/walk.csv -o /home/app/page.html", "would be lost"},
-      {"cut @/set -o @/set/labels.csv", "FOLDER"},
-      {"cut @/set -o @/set/p001_free.csv", "FOLDER"},
-      {"cut @/set --background @/walk.csv -o @/walk.csv", "--background"},
+      {"segment @/set -o @/set/labels.csv", "FOLDER"},
+      {"segment @/set -o @/set/p001_free.csv", "FOLDER"},
+      {"segment @/set --background @/walk.csv -o @/walk.csv", "--background"},
       {"build @/g.txt -o @/g.txt", "INPUT"},
       {"build @/g.txt -o @/g.training.json", "the description of INPUT"},
       {"build @/g.txt -o @/m.xml --report @/m.xml", "--report"},
@@ -172,7 +174,7 @@ TEST_F(Commands, GiveSideFilesNamesThatNeverMeet) {
     EXPECT_TRUE(fs::exists(file("g.model.json")));
     EXPECT_TRUE(fs::exists(file("g.report.txt")));
   }
-  EXPECT_EQ(run("cut @/set -o @/x.json").status, 0);
+  EXPECT_EQ(run("segment @/set -o @/x.json").status, 0);
   EXPECT_EQ(read_file(file("x.json")), read_file(file("g.txt")));
   EXPECT_EQ(run("build @/x.json -o @/m.xml").status, 0);
   EXPECT_EQ(read_file(file("m.xml")), read_file(file("g.xml")));
@@ -234,7 +236,7 @@ TEST_F(Commands, EndWithStatusOneWhenTheirResultsAreLost) {
   for (const std::string command :
        {"doctor @/walk.csv", "doctor --json @/walk.csv", "log @/log", "log --json @/log",
         "preflight", "preflight --models MODELS", "model show MODEL", "model check MODEL",
-        "model diff MODEL MODEL", "selfcheck", "cut @/set -o -", "build @/g.txt -o -",
+        "model diff MODEL MODEL", "selfcheck", "segment @/set -o -", "build @/g.txt -o -",
         "synth --gestures 1 --distractors 0 -o -", "replay --models MODELS @/walk.csv",
         "explain --models MODELS @/walk.csv", "eval @/set --model MODEL", "--help",
         "--version", "build --help"}) {
@@ -259,7 +261,7 @@ TEST_F(Commands, WriteTheirFilesThoughNobodyReadsTheResults) {
 }
 
 TEST_F(Commands, TakeADashForStandardOutput) {
-  EXPECT_EQ(run("cut @/set -o -").out, read_file(file("g.txt")));
+  EXPECT_EQ(run("segment @/set -o -").out, read_file(file("g.txt")));
   ASSERT_EQ(run("build @/g.txt -o @/g.xml").status, 0);
   EXPECT_EQ(run("build @/g.txt -o -").out, read_file(file("g.xml")));
   EXPECT_EQ(run("build @/g.txt -o /dev/stdout").out, read_file(file("g.xml")));
@@ -271,7 +273,7 @@ TEST_F(Commands, TakeADashForStandardOutput) {
 
 TEST_F(Commands, NeedNoTemporaryFolder) {
   for (const std::string command :
-       {"cut @/set -o @/x.xml", "build @/g.txt -o @/x.xml", "build @/set -o @/x.xml",
+       {"segment @/set -o @/x.xml", "build @/g.txt -o @/x.xml", "build @/set -o @/x.xml",
         "eval @/set --model MODEL", "explain --models MODELS @/walk.csv"}) {
     const Outcome outcome = run(with_models(command), "TMPDIR=/dev/null; export TMPDIR;");
     EXPECT_EQ(outcome.status, 0) << command << outcome.err;

@@ -11,13 +11,15 @@
 #include <csignal>
 #include <set>
 
-#include "errors.h"
+#include "base/errors.h"
 #include "output/output_plan.h"
 #include "output/standard_output.h"
 #include "output/temporary_file.h"
 #include "support/child.h"
 #include "support/devices.h"
 #include "support/files.h"
+
+using namespace wgr;
 
 using ::testing::HasSubstr;
 using ::testing::ThrowsMessage;

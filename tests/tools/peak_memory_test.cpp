@@ -13,9 +13,11 @@
 #include <string>
 #include <vector>
 
-#include "report/parts.h"
+#include "pages/parts.h"
 #include "support/files.h"
 #include "synthesis/performance.h"
+
+using namespace wgr;
 
 using ::testing::HasSubstr;
 

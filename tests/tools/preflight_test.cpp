@@ -7,10 +7,12 @@
 #include <sstream>
 
 #include "context/WgrContext.h"
-#include "host/fixed_paths.h"
+#include "hostrun/fixed_paths.h"
 #include "support/files.h"
 #include "support/private_paths.h"
 #include "tools/run_wgr.h"
+
+using namespace wgr;
 
 using nlohmann::json;
 using ::testing::HasSubstr;

@@ -25,9 +25,10 @@ static json evaluate(const std::string& arguments) {
 // Strangers' takes set the limit: all of them as templates name 90 %.
 TEST(RecordedSets, PhoneInTheHandOfPeopleWhoAreNotInTheModel) {
   if (!at_hand("uhh_imu")) GTEST_SKIP() << "../shared/data/uhh_imu is not at hand";
-  const json figures = evaluate(kData +
-                                "uhh_imu --leave-out subject --strangers --no-gravity "
-                                "--spans --shortest 10");
+  const json figures =
+      evaluate(kData +
+               "uhh_imu --leave-out subject --cross-subject --no-gravity "
+               "--spans --min-length 10");
   EXPECT_EQ(figures["takes"], 300);
   EXPECT_EQ(figures["kept"], 280);
   EXPECT_EQ(figures["misses"]["too weak"], 19);
@@ -82,7 +83,8 @@ TEST(RecordedSets, WalkingIsNoGestureToAModelBuiltForOneFalseEventAnHour) {
       run_wgr("synth --training " + set + " --persons 6 --gestures 4 --distractors 60")
           .status,
       0);
-  ASSERT_EQ(run_wgr("build " + set + " --false-per-hour 1 -o " + model).status, 0);
+  ASSERT_EQ(run_wgr("build " + set + " --false-positives-per-hour 1 -o " + model).status,
+            0);
   const json figures =
       evaluate("--background " + kData + "geotec_watch --model " + model);
   EXPECT_EQ(figures["false_events"], 0);

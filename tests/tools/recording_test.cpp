@@ -8,9 +8,11 @@
 #include <cstring>
 #include <limits>
 
-#include "errors.h"
+#include "base/errors.h"
 #include "support/files.h"
 #include "support/random_points.h"
+
+using namespace wgr;
 
 using ::testing::HasSubstr;
 

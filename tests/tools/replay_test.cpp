@@ -7,15 +7,17 @@
 #include <sstream>
 
 #include "WgrInterface.h"
-#include "host/fixed_paths.h"
-#include "host/report.h"
-#include "host/session.h"
+#include "hostrun/fixed_paths.h"
+#include "hostrun/host_run.h"
 #include "live_replay.h"
 #include "recording/recording.h"
 #include "run_wgr.h"
 #include "support/files.h"
 #include "support/motions.h"
 #include "support/private_paths.h"
+#include "text/replay_report.h"
+
+using namespace wgr;
 
 using nlohmann::json;
 using ::testing::EndsWith;

@@ -15,6 +15,8 @@
 #include "support/private_paths.h"
 #include "tools/synth_score.h"
 
+using namespace wgr;
+
 static constexpr double kLeastRight = 0.95;
 static constexpr double kFalseEventsPerSecond = 1.0 / 600.0;
 

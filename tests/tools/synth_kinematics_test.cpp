@@ -13,6 +13,8 @@
 #include "synthesis/performance.h"
 #include "synthesis/trigonometry.h"
 
+using namespace wgr;
+
 static constexpr double kPi = 3.141592653589793;
 static constexpr Point3Df kLever = {0.24, 0.0, 0.045};
 

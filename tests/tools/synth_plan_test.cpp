@@ -6,12 +6,14 @@
 #include <cmath>
 #include <set>
 
-#include "classifier/points.h"
-#include "errors.h"
+#include "base/errors.h"
+#include "base/points.h"
 #include "explanation/expected.h"
+#include "segmentation/annotations.h"
 #include "synthesis/performance.h"
 #include "tools/run_wgr.h"
-#include "training/labels.h"
+
+using namespace wgr;
 
 using ::testing::HasSubstr;
 
@@ -181,7 +183,7 @@ TEST(SynthProgram, LabelsAreThePlansGestures) {
       directory.file("labels.csv") + " --plan " + directory.file("plan.csv"));
   ASSERT_EQ(outcome.status, 0) << outcome.err;
   const auto spans = read_labels(directory.file("labels.csv"));
-  std::vector<LabelledSpan> planned;
+  std::vector<Annotation> planned;
   for (const PlannedActivity& activity : read_script(directory.file("plan.csv"))) {
     if (const auto label = label_of(activity.what)) {
       planned.push_back({"r.csv", activity.begin, activity.end, *label});
@@ -205,7 +207,7 @@ TEST(SynthProgram, LabelsOfARecordingOnStandardOutputHaveNoName) {
                     directory.file("named.csv"))
                 .status,
             0);
-  const std::vector<LabelledSpan> spans = read_labels(directory.file("named.csv"));
+  const std::vector<Annotation> spans = read_labels(directory.file("named.csv"));
   const std::string labels = directory.file("labels.csv");
   ASSERT_EQ(run_wgr(command + "- --labels " + labels).status, 0);
   EXPECT_EQ(read_file(labels), spans_text(spans));
@@ -245,7 +247,7 @@ TEST(SynthProgram, ATrainingSetIsRecordingsIndexAndLabels) {
             "p041_calm.csv,,p41,50\n"
             "p041_free.csv,,p41,50\n");
   std::set<std::string> files;
-  for (const LabelledSpan& span : read_labels(directory.file("set/labels.csv"))) {
+  for (const Annotation& span : read_labels(directory.file("set/labels.csv"))) {
     files.insert(span.file);
     EXPECT_TRUE(std::filesystem::exists(directory.file("set/" + span.file)));
   }

@@ -2,18 +2,20 @@
 
 #include <vector>
 
-#include "host/session.h"
+#include "hostrun/host_run.h"
 #include "synthesis/performance.h"
+
+using namespace wgr;
 
 // A gesture is reported within this time after its end, s.
 static constexpr double kLatest = 0.6;
 
 static std::vector<GestureEvent> events_of(const Plan& plan, const Person& person,
                                            const ScoreOptions& options, Random random) {
-  SessionOptions chosen;
+  HostRunOptions chosen;
   chosen.wearer = options.wearer;
   chosen.mode = options.mode;
-  Session session(chosen);
+  HostRun session(chosen);
   PerformanceOptions performance;
   performance.wearer = options.wearer;
   std::vector<GestureEvent> events;

@@ -7,6 +7,8 @@
 
 #include "synthesis/person.h"
 
+using namespace wgr;
+
 struct Score {
   size_t gestures = 0;
   size_t right = 0;      // reported once or more as their class and as no other

@@ -1,5 +1,5 @@
 // Tables: what they may hold, and that what is written is read back.
-#include "table.h"
+#include "base/table.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,13 +9,15 @@
 #include <sstream>
 #include <string>
 
-#include "errors.h"
+#include "base/errors.h"
+#include "base/text_lines.h"
 #include "explanation/expected.h"
+#include "segmentation/annotations.h"
+#include "segmentation/recording_set.h"
 #include "support/files.h"
-#include "text_lines.h"
-#include "training/labels.h"
-#include "training/recording_set.h"
 #include "training/training_file.h"
+
+using namespace wgr;
 
 using ::testing::HasSubstr;
 
@@ -40,10 +42,10 @@ TEST(Table, AnEmptyFileIsNoTable) {
 TEST(Table, NamesWithCommasAndQuotesAreReadBackAsTheyWere) {
   TempDirectory directory;
   const std::string path = directory.file("labels.csv");
-  const std::vector<LabelledSpan> spans = {{"a,b.csv", 0, 1, 2},
-                                           {"\"c\" \"\".csv", 1, 2, 0}};
+  const std::vector<Annotation> spans = {{"a,b.csv", 0, 1, 2},
+                                         {"\"c\" \"\".csv", 1, 2, 0}};
   write_file(path, labels_text(spans));
-  const std::vector<LabelledSpan> again = read_labels(path);
+  const std::vector<Annotation> again = read_labels(path);
   ASSERT_EQ(again.size(), spans.size());
   for (size_t i = 0; i < spans.size(); ++i) EXPECT_EQ(again[i].file, spans[i].file);
 }

@@ -31,7 +31,7 @@ class TornRecording : public ::testing::Test {
     return {{"replay --models " + kModels + " " + recording_, "events"},
             {"explain --models " + kModels + " " + recording_, "motion 1"},
             {"doctor " + recording_, "samples"},
-            {"cut " + set_ + " -o " + directory_.file("set.txt"), "kept"},
+            {"segment " + set_ + " -o " + directory_.file("set.txt"), "kept"},
             {"build " + set_ + " -o " + directory_.file("m.xml"), "kept"},
             {"eval " + set_ + " --model " + kModel, "kept"}};
   }

@@ -4,10 +4,12 @@
 
 #include <nlohmann/json.hpp>
 
-#include "sha256.h"
+#include "base/sha256.h"
+#include "segmentation/resample.h"
 #include "support/files.h"
 #include "tools/run_wgr.h"
-#include "training/resample.h"
+
+using namespace wgr;
 
 using nlohmann::json;
 using ::testing::HasSubstr;
@@ -60,9 +62,9 @@ TEST_F(WholeRoad, LeadsFromRecordingsToAModelThatKnowsOtherPeople) {
           " --persons 6 --gestures 4 --distractors 60");
   succeed("synth --training " + path("others") +
           " --person 900 --persons 2 --gestures 3 --distractors 60");
-  succeed("cut " + path("set") + " -o " + path("set.txt"));
+  succeed("segment " + path("set") + " -o " + path("set.txt"));
   const std::string model = path("models/olvo_model_5_fb/hgr_olvo.xml");
-  succeed("build " + path("set.txt") + " --false-per-hour 1 -o " + model);
+  succeed("build " + path("set.txt") + " --false-positives-per-hour 1 -o " + model);
   succeed("model check " + model);
 
   const json manifest =
@@ -74,8 +76,9 @@ TEST_F(WholeRoad, LeadsFromRecordingsToAModelThatKnowsOtherPeople) {
   EXPECT_GE(manifest["accuracy_leaving_one_out"]["named_right"], 0.98);
   EXPECT_EQ(manifest["accuracy_leaving_one_out"]["background_accepted"], 0);
 
-  const Outcome eval = run_wgr("eval " + path("others") + " --json --model " + model +
-                               " --require accuracy=0.85 --require false_per_hour=30");
+  const Outcome eval =
+      run_wgr("eval " + path("others") + " --json --model " + model +
+              " --require accuracy=0.85 --require false_positives_per_hour=30");
   ASSERT_EQ(eval.status, 0) << eval.out << eval.err;
   const json figures = json::parse(eval.out);
   EXPECT_EQ(figures["takes"], 30);
@@ -104,7 +107,7 @@ TEST_F(WholeRoad, LeadsFromRecordingsToAModelThatKnowsOtherPeople) {
 TEST_F(WholeRoad, GivesTheSameBytesFromRecordingsOrTrainingFileOnAnyThreads) {
   succeed("synth --training " + path("set") +
           " --persons 3 --gestures 3 --distractors 20");
-  succeed("cut " + path("set") + " -o " + path("set.txt"));
+  succeed("segment " + path("set") + " -o " + path("set.txt"));
   succeed("build " + path("set.txt") + " --threads 1 -o " + path("one/m.xml"));
   succeed("build " + path("set.txt") + " --threads 3 -o " + path("three/m.xml"));
   succeed("build " + path("set") + " -o " + path("direct/m.xml"));
@@ -149,7 +152,7 @@ TEST_F(WholeRoad, WordsGetNumbersThatTheInterfaceDoesNotUse) {
     at = end + 1;
   }
   write_file(path("set/labels.csv"), worded);
-  succeed("cut " + path("set") + " -o " + path("set.txt"));
+  succeed("segment " + path("set") + " -o " + path("set.txt"));
   const json classes = read_json_file(path("set.training.json"))["classes"];
   EXPECT_EQ(classes.dump(), "{\"w, b\":0,\"w, c\":1,\"w, d\":2,\"w, e\":3,\"w, f\":4}");
 }
@@ -180,7 +183,7 @@ TEST_F(WholeRoad, RefusesWhatItCannotUseAndWritesNothing) {
   std::filesystem::create_directory(path("set"));
   write_file(path("set/r.csv"), "t,ax,ay,az,gx,gy,gz\n0,0,0,9.9,0,0,0\n");
   std::filesystem::copy_file(path("l.csv"), path("set/labels.csv"));
-  const Outcome outcome = run_wgr("cut " + path("set") + " -o " + path("out.txt"));
+  const Outcome outcome = run_wgr("segment " + path("set") + " -o " + path("out.txt"));
   EXPECT_EQ(outcome.status, 2);
   EXPECT_THAT(outcome.err, HasSubstr("labels.csv:2: is not UTF-8"));
   EXPECT_FALSE(std::filesystem::exists(path("out.txt")));

@@ -6,15 +6,17 @@
 #include <functional>
 #include <random>
 
-#include "errors.h"
-#include "host/fixed_paths.h"
+#include "base/errors.h"
+#include "base/sha256.h"
+#include "hostrun/fixed_paths.h"
 #include "json/fields.h"
-#include "sha256.h"
+#include "segmentation/provenance.h"
+#include "segmentation/recording_set.h"
 #include "support/files.h"
 #include "tools/run_wgr.h"
 #include "training/model_output.h"
-#include "training/provenance.h"
-#include "training/recording_set.h"
+
+using namespace wgr;
 
 using nlohmann::ordered_json;
 using ::testing::AllOf;
@@ -191,7 +193,7 @@ TEST(Manifest, OfEveryBuildFitsItsTable) {
   for (const bool swept : {true, false}) {
     BuildOptions options;
     if (!swept) options.most_templates = 4;
-    if (swept) options.false_per_hour = 1.5;
+    if (swept) options.false_positives_per_hour = 1.5;
     ordered_json json = manifest(report, options, p, std::string(64, 'a'));
     EXPECT_NO_THROW(check_json(json, manifest_fields(), "m"));
     json["samples"]["classes"]["x"] = 1e300;
@@ -389,8 +391,8 @@ TEST(Build, RefusesAClassThatWouldNeverBeRecognised) {
       set,
       good + "-1 3 0 0 9.8\n1 2 3\n0 1 0\n0 0 2\n-1 3 0 0 9.8\n1 2 3.1\n0 1 0\n0 0 2\n");
   std::filesystem::remove(model);
-  outcome =
-      run_wgr("build " + set + " --background-hours 1 --false-per-hour 0 -o " + model);
+  outcome = run_wgr("build " + set +
+                    " --background-hours 1 --false-positives-per-hour 0 -o " + model);
   EXPECT_EQ(outcome.status, 2) << outcome.err;
   EXPECT_THAT(outcome.err, HasSubstr("class 1 would have the threshold 0"));
   EXPECT_FALSE(std::filesystem::exists(model));

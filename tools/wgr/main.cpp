@@ -8,10 +8,12 @@
 #include <vector>
 
 #include "arguments/command_line.h"
-#include "foreign_text.h"
+#include "base/foreign_text.h"
+#include "commands/subcommands.h"
 #include "output/standard_output.h"
 #include "recording/recording.h"
-#include "subcommands.h"
+
+using namespace wgr;
 
 static int complain(const std::exception& error, int status) {
   std::fprintf(stderr, "wgr: %s\n", shown(error.what()).c_str());

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <iterator>
 
-#include "arguments/suggestion.h"
-#include "foreign_text.h"
-#include "numbers.h"
-#include "subcommands.h"
+#include "base/foreign_text.h"
+#include "base/numbers.h"
+#include "base/suggestion.h"
+#include "commands/subcommands.h"
+
+namespace wgr {
 
 static constexpr char kFooter[] =
     "Examples:\n"
@@ -31,7 +33,7 @@ void add_all(CLI::App& wgr) {
   add_replay(wgr);
   add_explain(wgr);
   add_synth(wgr);
-  add_cut(wgr);
+  add_segment(wgr);
   add_build(wgr);
   add_eval(wgr);
   add_model(wgr);
@@ -143,12 +145,12 @@ static std::string positional_names(const CLI::App& app) {
 static std::string surplus_word(const CLI::App& holder, const std::string& word) {
   const std::vector<std::string> subcommands = names_of_subcommands(holder);
   if (!subcommands.empty() && holder.get_subcommands().empty()) {
-    return with_help(::quoted(word) + ": no subcommand of " + full_name(holder) +
+    return with_help(wgr::quoted(word) + ": no subcommand of " + full_name(holder) +
                          did_you_mean(word, subcommands),
                      holder);
   }
   const std::string names = positional_names(holder);
-  return with_help(::quoted(word) + ": one argument too many; " + full_name(holder) +
+  return with_help(wgr::quoted(word) + ": one argument too many; " + full_name(holder) +
                        " takes" + (names.empty() ? " options alone" : names),
                    holder);
 }
@@ -249,3 +251,5 @@ void parse_and_run(CLI::App& wgr, const std::vector<std::string>& words) {
     throw UsageError(message_of(wgr, error));
   }
 }
+
+}  // namespace wgr

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+namespace wgr {
+
 // Adds every subcommand, the version and the help.
 void add_all(CLI::App& wgr);
 
@@ -13,3 +15,5 @@ void add_all(CLI::App& wgr);
 // Throws UsageError with the option or word that is wrong and what fits better, and
 // CLI::Success where help or the version was asked for.
 void parse_and_run(CLI::App& wgr, const std::vector<std::string>& words);
+
+}  // namespace wgr

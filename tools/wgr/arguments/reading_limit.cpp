@@ -2,6 +2,8 @@
 
 #include "arguments/values.h"
 
+namespace wgr {
+
 static constexpr char kOption[] = "--max-size";
 static constexpr unsigned long long kMega = 1'000'000;
 
@@ -17,3 +19,5 @@ void add_max_size(CLI::App& command, ReadingLimit& limit) {
 std::string word_of(const ReadingLimit& limit) {
   return std::string(kOption) + "=" + std::to_string(limit.most / kMega);
 }
+
+}  // namespace wgr

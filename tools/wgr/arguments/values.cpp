@@ -2,8 +2,10 @@
 
 #include <algorithm>
 
-#include "arguments/suggestion.h"
-#include "foreign_text.h"
+#include "base/foreign_text.h"
+#include "base/suggestion.h"
+
+namespace wgr {
 
 CLI::Validator within(const NumberRange& range) {
   return CLI::Validator(
@@ -31,7 +33,7 @@ CLI::Validator each_within(const NumberRange& range, const std::string& names,
         if (good && (text.empty() || text.back() != ',')) return std::string();
         return std::to_string(commas + 1) + " numbers " + names + " in " + unit +
                " are wanted, each from " + plain(range.least) + " to " +
-               plain(range.most) + ", not " + ::quoted(text);
+               plain(range.most) + ", not " + wgr::quoted(text);
       },
       "");
 }
@@ -46,7 +48,7 @@ CLI::Validator one_of(const std::vector<std::string>& words) {
         for (size_t i = 0; i < words.size(); ++i) {
           all += (i == 0 ? "" : i + 1 == words.size() ? " or " : ", ") + words[i];
         }
-        return all + " is wanted, not " + ::quoted(text) + did_you_mean(text, words);
+        return all + " is wanted, not " + wgr::quoted(text) + did_you_mean(text, words);
       },
       "");
 }
@@ -63,8 +65,10 @@ CLI::Validator path_value() {
   return CLI::Validator(
       [](const std::string& path) {
         if (path.compare(0, 2, "--") != 0) return fault_in_path(path);
-        return "a name is wanted, not the option " + ::quoted(path) + "; a file " +
+        return "a name is wanted, not the option " + wgr::quoted(path) + "; a file " +
                "of that name is ./" + path;
       },
       "");
 }
+
+}  // namespace wgr

@@ -7,7 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "numbers.h"
+#include "base/numbers.h"
+
+namespace wgr {
 
 CLI::Validator within(const NumberRange& range);
 
@@ -43,3 +45,5 @@ CLI::Validator path_name();
 
 // The same as the value of an option: no option before which a value was forgotten.
 CLI::Validator path_value();
+
+}  // namespace wgr

@@ -1,0 +1,48 @@
+// Warps one trace onto several others at once, one in each lane of the CPU's vectors: for
+// those who compare many with many. Both ways, for the price of one.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "base/points.h"
+#include "dtw/dtw.h"
+
+namespace wgr {
+
+// The first points of a trace.
+struct MotionPoints {
+  const Point3Df* points;
+  size_t count;
+};
+
+// Holds the others and the work space, which only ever grows.
+class BatchedDtw {
+ public:
+  // How many others there is room for on this CPU.
+  static size_t width();
+
+  // The others, at most width() of them, none empty; they are copied.
+  void set_others(const std::vector<MotionPoints>& others);
+
+  void warp(const MotionPoints& trace);
+
+  // What the last warp() found for one of the others: equal in cost, but not always in
+  // length. (Infinite coordinates can make costs that do not compare, and then the two
+  // orders choose differently; but from there on all costs are infinite or no numbers.)
+  WarpingPath forth(size_t lane) const;  // of the trace (index i) and the other (index j)
+  WarpingPath back(size_t lane) const;   // of the other and the trace
+
+ private:
+  WarpingPath path(size_t lane, const std::vector<std::ptrdiff_t>& steps) const;
+
+  size_t trace_points_ = 0;
+  std::vector<size_t> points_;  // of each other
+  // Point by point, all lanes beside each other; x, y and z, and one row of the table.
+  std::vector<double> others_;
+  std::vector<double> cost_;
+  std::vector<std::ptrdiff_t> forth_;  // diagonal steps
+  std::vector<std::ptrdiff_t> back_;
+};
+
+}  // namespace wgr

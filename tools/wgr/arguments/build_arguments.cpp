@@ -1,0 +1,53 @@
+#include "arguments/build_arguments.h"
+
+#include "arguments/values.h"
+
+namespace wgr {
+
+static constexpr double kMostCost = 1e6;
+static constexpr double kMostAnHour = 1e4;  // false events; far more than gestures
+
+void add_build_options(CLI::App& command, BuildOptions& options) {
+  command
+      .add_option("--templates", options.most_templates,
+                  "Templates per class, at most; otherwise by the sweep")
+      ->transform(within(whole_from(1, 100)))
+      ->option_text("N");
+  command
+      .add_option("--margin", options.margin,
+                  "By how much the smallest set may be worse than\nthe best")
+      ->transform(within(number_from(0, 1)))
+      ->option_text("SHARE (0.01)");
+  command
+      .add_option("--share", options.most_share,
+                  "Of a class's samples, how many may be templates")
+      ->transform(within(number_from(0, 1)))
+      ->option_text("SHARE (0.33)");
+  command.add_flag("--cross-subject", options.cross_subject,
+                   "Judge every sample by the templates of other\nsubjects, for wearers "
+                   "who recorded nothing");
+  command
+      .add_option("--false-cost", options.false_cost,
+                  "What an accepted wrong sample costs, in refused right ones")
+      ->transform(within(number_above(0, kMostCost)))
+      ->option_text("COST (3)");
+  command
+      .add_option("--false-positives-per-hour", options.false_positives_per_hour,
+                  "How many background motions an hour may be accepted")
+      ->transform(within(number_from(0, kMostAnHour)))
+      ->option_text("N");
+  command
+      .add_option("--threads", options.threads,
+                  "Threads; otherwise one for each processor")
+      ->transform(within(whole_from(1, 256)))
+      ->option_text("N");
+}
+
+void add_report_option(CLI::App& command, std::string& page) {
+  command
+      .add_option("--report", page, "Draw every take and its score, a page for a browser")
+      ->transform(path_value())
+      ->option_text("FILE.html");
+}
+
+}  // namespace wgr

@@ -1,0 +1,19 @@
+// The command line arguments of the subcommands that build models.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+#include "training/model_builder.h"
+
+namespace wgr {
+
+// Adds --templates, --margin, --share, --cross-subject, --false-cost,
+// --false-positives-per-hour and
+// --threads.
+void add_build_options(CLI::App& command, BuildOptions& options);
+
+// Adds --report, which names a page for a browser.
+void add_report_option(CLI::App& command, std::string& page);
+
+}  // namespace wgr

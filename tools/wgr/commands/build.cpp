@@ -1,0 +1,251 @@
+// wgr build: training file or recordings in, gesture model out.
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "arguments/build_arguments.h"
+#include "arguments/segmentation_arguments.h"
+#include "arguments/values.h"
+#include "base/foreign_text.h"
+#include "base/table.h"
+#include "commands/subcommands.h"
+#include "output/output_files.h"
+#include "output/output_plan.h"
+#include "output/standard_output.h"
+#include "pages/model_accounts.h"
+#include "training/model_builder.h"
+#include "training/model_findings.h"
+#include "training/model_output.h"
+#include "training/training_file.h"
+
+namespace wgr {
+
+static constexpr char kFooter[] =
+    R"(INPUT is a training file (see wgr segment) or a folder of recordings, which is cut first.
+Affinity propagation picks each class's templates. A sweep over its preference finds the
+smallest set of templates whose accuracy, every sample compared with all templates but
+itself, is within --margin of the best; no class gets more templates than a third of its
+samples (--share). For wearers who recorded nothing, --cross-subject compares every sample
+with the templates of other subjects alone. Where affinity propagation does not converge
+it is tried with more damping; then templates are picked one by one. Each class's
+threshold comes from the scores of right, wrong and background samples; with
+--false-positives-per-hour no more background samples are accepted than that many in the
+background's duration, and no threshold lies lower than it would without background.
+Labels below 0 are background.
+
+Beside the model go a report (.report.txt) and a manifest (.model.json); --model-only takes
+away those of an older model, and standard output and devices get none. --report draws it
+as a page for a browser. The same input gives the same bytes. Whatever ends the command,
+all files are there or all are as they were.
+--slots builds several models: FILE has the header slot,input; a slot is the name of a
+model's folder, such as olvo_model_5_fb, an input is relative to FILE.
+
+Examples:
+  wgr build set -o models/olvo_model_5_fb/hgr_olvo.xml --background walks \
+    --false-positives-per-hour 1
+  wgr build set.txt -o m.xml --templates 6
+  wgr build --slots slots.csv -o models
+
+Exit status: 0 done; 1 the machine failed (disk, memory); 2 the input or an argument cannot
+be used, or would make a model that accepts nothing.)";
+
+static constexpr char kSlotsHeader[] = "slot,input";
+static constexpr char kModelName[] = "hgr_olvo.xml";  // within each slot
+static constexpr char kModelSuffix[] = ".xml";        // of every model the library opens
+static constexpr double kMostHours = 1e5;             // of background
+static constexpr double kSecondsPerHour = 3600.0;
+
+namespace {
+
+struct Arguments {
+  std::string input;
+  std::string slots;
+  std::string out;
+  std::string page;  // file; empty: none
+  std::optional<double> background_hours;
+  bool model_only = false;
+  BuildOptions options;
+  SegmentationArguments segmentation;
+};
+
+// One model to build.
+struct Job {
+  std::string slot;  // empty: the only one
+  std::string input;
+  std::string out;
+};
+
+}  // namespace
+
+// The description beside a training file, if it is of that file.
+static Provenance description_of(const std::string& training, const Gdata& data) {
+  Provenance p;
+  p.gravity = data.kind == 1;
+  const std::string path = description_path(training);
+  if (std::filesystem::exists(path)) {
+    const nlohmann::ordered_json json = read_json(path, description_fields(true));
+    if (json.at("training_file_sha256") == sha256_of_file(training)) {
+      p = provenance_from(json, path, data.samples.size());
+    } else {
+      std::fprintf(stderr,
+                   "wgr: %s: describes another training file; it does not count\n",
+                   shown(path).c_str());
+    }
+  }
+  p.inputs.push_back(
+      {std::filesystem::path(training).filename(), sha256_of_file(training)});
+  return p;
+}
+
+static void build_one(const Arguments& given, const Job& job, OutputFiles& files) {
+  const std::string& input = job.input;
+  Gdata data;
+  Provenance provenance;
+  std::vector<std::string> names;
+  if (std::filesystem::is_directory(input)) {
+    const SegmentedSet set = segment_given(input, given.segmentation);
+    names = names_of_kept(set);
+    std::fputs(summary_of(set).c_str(), stderr);
+    provenance = set.provenance;
+    data = parse_training_text(training_text(kept_motions(set), provenance.gravity));
+  } else {
+    if (!given.segmentation.background.empty()) {
+      throw UsageError(
+          "--background goes with a folder of recordings; to a training "
+          "file it is added by wgr segment");
+    }
+    data = read_training_file(input);
+    provenance = description_of(input, data);
+  }
+  BuildOptions options = given.options;
+  options.background_hours =
+      given.background_hours.value_or(provenance.background_seconds / kSecondsPerHour);
+  if (options.false_positives_per_hour && !(options.background_hours > 0.0)) {
+    throw UsageError(
+        "--false-positives-per-hour needs background: recordings of everyday movement "
+        "(--background), or --background-hours for a training file");
+  }
+
+  BuildReport report;
+  const ModelBuilder builder(data, options.threads, false, provenance.subjects);
+  const Gmodel model = builder.build(options, report);
+  require_faultless_model(model, report, input);
+  const std::string text = report_text(report, options, provenance);
+  std::fputs(text.c_str(), stderr);
+  if (!given.page.empty()) {
+    ModelAccount account =
+        account_of_build(builder, model, report, options, provenance, names);
+    account.title = "Built from " + name_of_path(input);
+    files.write(given.page, model_page(account));
+  }
+  const std::string bytes = model_text(model);
+  files.write(job.out, bytes);
+  if (!find_target(job.out).is_file()) return;
+  if (given.model_only) {
+    files.remove(report_path(job.out));
+    files.remove(manifest_path(job.out));
+  } else {
+    files.write(report_path(job.out), text);
+    files.write(manifest_path(job.out),
+                as_text(manifest(report, options, provenance, sha256(bytes))));
+  }
+}
+
+static std::vector<Job> jobs_of_slots(const Arguments& given) {
+  const std::filesystem::path folder = std::filesystem::path(given.slots).parent_path();
+  const std::vector<TableRow> rows = read_table(given.slots, kSlotsHeader);
+  if (rows.empty()) throw UsageError(given.slots + ": names no slot");
+  std::vector<Job> jobs;
+  for (const TableRow& row : rows) {
+    const std::string& slot = row.fields[0];
+    if (slot.empty() || slot.find('/') != std::string::npos || slot[0] == '.') {
+      refuse_row(row, given.slots, "the slot must be the name of a folder");
+    }
+    if (!std::filesystem::exists(folder / row.fields[1])) {
+      refuse_row(row, given.slots, (folder / row.fields[1]).string() + " is not there");
+    }
+    jobs.push_back({slot, folder / row.fields[1],
+                    std::filesystem::path(given.out) / slot / kModelName});
+  }
+  return jobs;
+}
+
+// The library opens models by their names without the suffix, which it appends.
+static void require_model_name(const std::string& out) {
+  const std::filesystem::path path(out);
+  if (path.extension() == kModelSuffix || !find_target(out).is_file()) return;
+  throw UsageError("-o " + out + ": the library opens no model that is not named " +
+                   kModelSuffix + ": name it " +
+                   std::filesystem::path(path).replace_extension(kModelSuffix).string());
+}
+
+static void check_files(const Arguments& given, const std::vector<Job>& jobs) {
+  OutputPlan plan;
+  plan.reads("--slots", given.slots);
+  for (const Job& job : jobs) {
+    const std::string of = job.slot.empty() ? "" : " of slot " + job.slot;
+    if (std::filesystem::is_directory(job.input)) {
+      add_inputs(plan, job.input, given.segmentation);
+    } else {
+      plan.reads("INPUT" + of, job.input);
+      plan.reads("the description of INPUT" + of, description_path(job.input));
+    }
+    plan.writes("-o" + of, job.out);
+    if (!find_target(job.out).is_file()) continue;
+    plan.writes("the report beside -o" + of, report_path(job.out));
+    plan.writes("the manifest beside -o" + of, manifest_path(job.out));
+  }
+  plan.writes("--report", given.page);
+  plan.check();
+  for (const Job& job : jobs) require_model_name(job.out);
+}
+
+static void build(const Arguments& given) {
+  if (given.input.empty() == given.slots.empty()) {
+    throw UsageError("build: either INPUT or --slots is wanted");
+  }
+  if (!given.slots.empty() && !given.page.empty()) {
+    throw UsageError("build: --report is of one model, and goes without --slots");
+  }
+  const std::vector<Job> jobs = given.slots.empty()
+                                    ? std::vector<Job>{{"", given.input, given.out}}
+                                    : jobs_of_slots(given);
+  check_files(given, jobs);
+  separate_results(LibraryPrints::kNowhere);
+  OutputFiles files;
+  for (const Job& job : jobs) {
+    if (!job.slot.empty()) std::fprintf(stderr, "== %s\n", shown(job.slot).c_str());
+    build_one(given, job, files);
+  }
+  files.commit();
+}
+
+void add_build(CLI::App& wgr) {
+  CLI::App* const command = wgr.add_subcommand(
+      "build", "Build gesture models from recordings or a training file.");
+  const auto given = std::make_shared<Arguments>();
+  command->add_option("INPUT", given->input, "The training file, or recordings")
+      ->transform(path_name())
+      ->option_text(" ");
+  command->add_option("-o,--out", given->out, "The model; with --slots their folder")
+      ->required()
+      ->transform(path_value())
+      ->option_text("FILE");
+  command->add_option("--slots", given->slots, "Table of several models to build")
+      ->transform(path_value())
+      ->option_text("FILE");
+  add_report_option(*command, given->page);
+  add_build_options(*command, given->options);
+  command
+      ->add_option("--background-hours", given->background_hours,
+                   "Duration of the background in a training file")
+      ->transform(within(number_above(0, kMostHours)))
+      ->option_text("H");
+  command->add_flag("--model-only", given->model_only, "Write no report and no manifest");
+  add_segmentation_arguments(*command, given->segmentation);
+  command->footer(kFooter);
+  command->callback([given] { build(*given); });
+}
+
+}  // namespace wgr

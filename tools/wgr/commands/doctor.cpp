@@ -1,0 +1,204 @@
+// wgr doctor: says what is wrong with a stream of samples, and what to pass instead.
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "arguments/host_run_arguments.h"
+#include "arguments/values.h"
+#include "base/numbers.h"
+#include "base/table.h"
+#include "commands/subcommands.h"
+#include "diagnosis/diagnosis.h"
+#include "json/json_text.h"
+#include "output/output_plan.h"
+#include "recording/clock.h"
+#include "recording/recording.h"
+
+namespace wgr {
+
+using Json = nlohmann::ordered_json;
+
+static constexpr double kLiveSeconds = 60.0;
+
+static constexpr char kFooter[] =
+    R"(Reads a recording, or a minute of a live stream (-), and looks for: wrong units of either
+sensor, swapped and flipped axes, swapped sensors, a wrong rate, jitter, gaps, repeated and
+out-of-order stamps, bias, noise, clipping, single values beyond what sensors measure, axes
+that stick or are missing, rates of exactly zero, gravity where the accelerometer cannot
+report rest, and motion without an end.
+
+A recording of any length is read in the same small memory: of more than an hour, or
+450,000 samples, parts are examined one by one.
+
+Axes are judged by the turn of gravity that the gyroscope predicts against the one that the
+accelerometer shows. So let the recording hold some turns about all axes with a moment of
+rest before and after each. What both sensors have in common cannot be seen: an axis turned
+in both, or all three of the accelerometer turned.
+
+Examples:
+  wgr doctor walk.csv
+  wgr doctor --rate 50 --bias=0.4,-0.2,0.1 walk.csv     as the host passes them
+  sensor-stream | wgr doctor -
+
+Exit status: 0 nothing found; 1 findings, or the machine failed (disk, memory); 2 the
+recording or an argument cannot be used.)";
+
+namespace {
+
+struct DoctorArguments {
+  std::string recording;
+  std::optional<double> seconds;
+  std::string bias;  // X,Y,Z
+  bool json = false;
+  DiagnosisOptions options;
+};
+
+}  // namespace
+
+static std::string numbers(const Point3Df& p, const char* between) {
+  return fixed(p.x, 2) + between + fixed(p.y, 2) + between + fixed(p.z, 2);
+}
+
+static std::string rate_to_pass(const StreamFacts& facts) {
+  return facts.rate ? std::to_string(std::max(1, nearest_int(*facts.rate))) : "rate";
+}
+
+static Json or_null(const std::optional<double>& value) {
+  return value ? Json(*value) : Json();
+}
+
+static void print_json(const Diagnosis& diagnosis) {
+  for (const Finding& finding : diagnosis.findings) {
+    const Json line = {{"type", "finding"},
+                       {"id", finding.id},
+                       {"sure", sureness_name(finding.sure)},
+                       {"what", finding.what},
+                       {"remedy", finding.remedy},
+                       {"call", finding.call}};
+    std::puts(json_text(line).c_str());
+  }
+  const StreamFacts& facts = diagnosis.facts;
+  Json bias;
+  if (facts.bias) bias = {facts.bias->x, facts.bias->y, facts.bias->z};
+  const Json line = {{"type", "summary"},
+                     {"findings", diagnosis.findings.size()},
+                     {"samples", facts.samples},
+                     {"seconds", facts.seconds},
+                     {"rate", or_null(facts.rate)},
+                     {"jitter", facts.jitter},
+                     {"gravity", or_null(facts.gravity)},
+                     {"bias", bias},
+                     {"acc_noise", facts.acc_noise},
+                     {"gyro_noise", facts.gyro_noise},
+                     {"rest_share", facts.rest_share},
+                     {"acc_rest_share", facts.acc_rest_share},
+                     {"gyro_rest_share", facts.gyro_rest_share},
+                     {"longest_motion", facts.longest_motion},
+                     {"turns", facts.turns},
+                     {"turn_error", facts.turn_error}};
+  std::puts(json_text(line).c_str());
+}
+
+static std::string percent(double share) { return fixed(100.0 * share, 0) + " %"; }
+
+static void print_text(const Diagnosis& diagnosis) {
+  const StreamFacts& facts = diagnosis.facts;
+  std::printf("samples   %zu in %s s\n", facts.samples, fixed(facts.seconds, 2).c_str());
+  std::printf("rate      %s samples/s, jitter %s\n",
+              facts.rate ? fixed(*facts.rate, 2).c_str() : "unknown",
+              percent(facts.jitter).c_str());
+  std::printf("gravity   %s at rest\n",
+              facts.gravity ? (fixed(*facts.gravity, 2) + " m/s²").c_str() : "not seen");
+  std::printf("bias      %s\n",
+              facts.bias ? (numbers(*facts.bias, ", ") + " deg/s").c_str() : "not seen");
+  std::printf("noise     %s m/s², %s deg/s\n", fixed(facts.acc_noise, 3).c_str(),
+              fixed(facts.gyro_noise, 2).c_str());
+  std::printf("rest      %s (accelerometer %s, gyroscope %s); longest motion %s s\n",
+              percent(facts.rest_share).c_str(), percent(facts.acc_rest_share).c_str(),
+              percent(facts.gyro_rest_share).c_str(),
+              fixed(facts.longest_motion, 1).c_str());
+  if (facts.turns > 0) {
+    std::printf("turns     %zu of gravity, predicted by the gyroscope to %s degrees\n",
+                facts.turns, fixed(facts.turn_error, 1).c_str());
+  } else {
+    std::puts("turns     none of gravity: the axes cannot be judged");
+  }
+  const Point3Df bias = facts.bias.value_or(Point3Df{0.0, 0.0, 0.0});
+  std::printf("pass      init_gesture_handle(h, %s, (Point3Df){%s}, -1, -1, -1, 50)\n\n",
+              rate_to_pass(facts).c_str(), numbers(bias, ", ").c_str());
+
+  if (diagnosis.findings.empty()) {
+    std::puts("nothing found");
+    return;
+  }
+  for (const Finding& finding : diagnosis.findings) {
+    std::printf("%s (%s): %s\n  do: %s\n", finding.id.c_str(),
+                sureness_name(finding.sure), finding.what.c_str(),
+                finding.remedy.c_str());
+    if (!finding.call.empty()) std::printf("  by: %s\n", finding.call.c_str());
+  }
+}
+
+static void examine(DoctorArguments& given) {
+  if (!given.bias.empty()) given.options.gyro_bias = parse_bias(given.bias);
+  std::optional<double> seconds = given.seconds;
+  if (!seconds && given.recording == kStandardInput) seconds = kLiveSeconds;
+
+  OutputPlan plan;
+  plan.reads("RECORDING", given.recording);
+  plan.prints_results();
+  plan.check();
+  RecordingReader reader(given.recording);
+  StreamDiagnosis stream(given.options);
+  std::optional<double> first;
+  size_t absent = 0;
+  for (RecordedSample sample; reader.next(sample);) {
+    if (!first) first = sample.t;
+    if (reader.absent_fields() != absent) {
+      absent = reader.absent_fields();
+      stream.set_absent_axes(reader.absent_axes());
+    }
+    if (seconds && sample.t - *first >= *seconds) break;
+    stream.add(sample);
+  }
+  const Diagnosis diagnosis = stream.finish();
+  if (given.json) {
+    print_json(diagnosis);
+  } else {
+    print_text(diagnosis);
+  }
+  if (!diagnosis.findings.empty()) throw EndWithStatus{kExitFindings};
+}
+
+void add_doctor(CLI::App& wgr) {
+  CLI::App* const command = wgr.add_subcommand(
+      "doctor", "Say what is wrong with a stream of samples, and what to do.");
+  const auto given = std::make_shared<DoctorArguments>();
+  command->add_option("RECORDING", given->recording, "The recording; - is standard input")
+      ->required()
+      ->transform(path_name())
+      ->option_text(" ");
+  command
+      ->add_option("--rate", given->options.rate,
+                   "Samples per second that the host passes to the library")
+      ->transform(within(whole_from(1, kHighestRate)))
+      ->option_text("HZ");
+  command->add_option("--bias", given->bias, "Gyroscope bias that it passes, deg/s")
+      ->transform(gyro_bias())
+      ->option_text("X,Y,Z");
+  command
+      ->add_option("--seconds", given->seconds,
+                   "How much to read; otherwise a whole file, and a\nminute of standard "
+                   "input")
+      ->transform(within(number_above(0, kMostSeconds)))
+      ->option_text("S");
+  command->add_flag("--json", given->json, "Print JSON lines");
+  command->footer(kFooter);
+  command->callback([given] { examine(*given); });
+}
+
+}  // namespace wgr

@@ -1,0 +1,207 @@
+// wgr eval: how good a model is on labelled recordings.
+#include <charconv>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "arguments/build_arguments.h"
+#include "arguments/segmentation_arguments.h"
+#include "arguments/values.h"
+#include "base/foreign_text.h"
+#include "base/table.h"
+#include "commands/subcommands.h"
+#include "evaluation/evaluation.h"
+#include "hostrun/fixed_paths.h"
+#include "hostrun/private_log.h"
+#include "output/output_files.h"
+#include "output/output_plan.h"
+#include "output/standard_output.h"
+#include "pages/model_accounts.h"
+#include "text/evaluation_text.h"
+#include "training/model_findings.h"
+#include "training/model_output.h"
+
+namespace wgr {
+
+static constexpr char kFooter[] =
+    R"(FOLDER is as for wgr segment; all streams are fed to the library through its C interface,
+with the model in place. A take that was cut beforehand, without rest around it, is no
+stream: it goes through the same steps as wgr segment and the library's classifier. With
+--leave-out a model is built for each subject, each recording (session), or each of
+--folds parts of the takes, from all the others, and played what was left out.
+
+--require ends with status 1 unless a figure is good enough: accuracy, kept_accuracy,
+named at least; false_positives_per_hour, latency at most. --report draws it all as a page for a
+browser.
+
+Examples:
+  wgr eval set --model models/olvo_model_5_fb/hgr_olvo.xml --require accuracy=0.95
+  wgr eval set --leave-out subject --background walks --false-positives-per-hour 1 --json
+
+Exit status: 0 done; 1 a figure is not as required, or the machine failed (disk, memory);
+2 the recordings, the model or an argument cannot be used.)";
+
+namespace {
+
+struct Arguments {
+  std::string folder;
+  std::string page;  // file; empty: none
+  std::vector<std::string> requirements;
+  bool json = false;
+  bool in_place = false;  // run with the library's places to itself
+  SegmentationArguments segmentation;
+  EvaluationOptions options;
+};
+
+}  // namespace
+
+static CLI::Validator requirement() {
+  return CLI::Validator(
+      [](const std::string& text) { return fault_in_requirement(text); }, "");
+}
+
+static std::vector<std::string> own_words() {
+  std::ifstream file("/proc/self/cmdline", std::ios::binary);
+  std::vector<std::string> words;
+  for (std::string word; std::getline(file, word, '\0');) words.push_back(word);
+  if (!words.empty()) words.erase(words.begin());
+  return words;
+}
+
+// The same run, with the library's fixed places to itself: models can be put there.
+[[noreturn]] static void run_again() {
+  std::vector<std::string> words = own_words();
+  words.push_back(kInPlace);
+  run_again_with_own_places(words);
+}
+
+static void check(const Arguments& given) {
+  const bool leaves_out = given.options.leave_out != LeaveOut::kNothing;
+  if (given.options.model.empty() == !leaves_out) {
+    throw UsageError("eval: either --model or --leave-out is wanted");
+  }
+  if (given.folder.empty() && given.segmentation.background.empty()) {
+    throw UsageError("eval: FOLDER or --background is wanted");
+  }
+}
+
+static std::string title_of(const Arguments& given) {
+  const std::string played = name_of_path(
+      given.folder.empty() ? given.segmentation.background.front() : given.folder);
+  const std::string& model = given.options.model;
+  if (model.empty()) return played + ", left out part by part";
+  // All models have one name; their folders tell them apart.
+  const std::string folder = name_of_path(std::filesystem::absolute(model).parent_path());
+  return played + ", played to " + folder + "/" + name_of_path(model);
+}
+
+static void check_files(const Arguments& given) {
+  const std::string& model = given.options.model;
+  OutputPlan plan;
+  add_inputs(plan, given.folder, given.segmentation);
+  plan.reads("--model", model);
+  if (!model.empty()) plan.reads("the manifest of --model", manifest_path(model));
+  plan.writes("--report", given.page);
+  plan.prints_results();
+  if (!given.in_place) keep_out_of_private_places(plan);
+  plan.check();
+}
+
+// The names of the model's classes, from the manifest beside it if that is its own.
+static Classes classes_of(const std::string& model) {
+  const std::string path = manifest_path(model);
+  if (model.empty() || !std::filesystem::exists(path)) return {};
+  const nlohmann::ordered_json json = read_json(path, manifest_fields());
+  if (json.at("model_sha256") != sha256_of_file(model)) {
+    std::fprintf(stderr, "wgr: %s: describes another model; it does not count\n",
+                 shown(path).c_str());
+    return {};
+  }
+  return provenance_from(json.at("samples"), path).classes;
+}
+
+static void warn_of_unjudged(const Evaluation& result) {
+  for (const auto& [label, takes] : result.unjudged) {
+    std::fprintf(
+        stderr,
+        "wgr: class %d: %zu of its takes cannot be judged and count as missed: "
+        "with what was left out beside them, a single repetition or none was left "
+        "to build from. Record more of it, or leave out less at a time "
+        "(--leave-out take)\n",
+        label, takes);
+  }
+}
+
+static void eval(const Arguments& given) {
+  check(given);
+  check_files(given);
+  if (!given.in_place) {
+    if (!given.options.model.empty()) require_useful_model(given.options.model);
+    run_again();
+  }
+  separate_results(LibraryPrints::kNowhere);
+  drop_private_log();
+
+  const Classes classes = classes_of(given.options.model);
+  const SegmentedSet set = segment_given(given.folder, given.segmentation, classes);
+  std::fputs(summary_of(set).c_str(), stderr);
+  const Evaluation result = evaluate(set, given.options);
+  warn_of_unjudged(result);
+  const std::string text = given.json ? as_text(to_json(result, set.provenance))
+                                      : text_of(result, set.provenance);
+  write_results(text);
+
+  if (!given.page.empty()) {
+    ModelAccount account = account_of_evaluation(set, result);
+    account.title = title_of(given);
+    write_output(given.page, model_page(account));
+  }
+
+  bool good = true;
+  for (const std::string& requirement : given.requirements) {
+    const std::string failure = failure_of(parse(requirement), result);
+    if (failure.empty()) continue;
+    std::fprintf(stderr, "wgr: %s\n", failure.c_str());
+    good = false;
+  }
+  if (!good) throw EndWithStatus{kExitFindings};
+}
+
+void add_eval(CLI::App& wgr) {
+  CLI::App* const command =
+      wgr.add_subcommand("eval", "Tell how good a model is on labelled recordings.");
+  const auto given = std::make_shared<Arguments>();
+  command->add_option("FOLDER", given->folder, "Recordings with labels.csv or index.csv")
+      ->transform(path_name())
+      ->option_text(" ");
+  command->add_option("--model", given->options.model, "The model")
+      ->transform(path_value())
+      ->option_text("FILE");
+  command
+      ->add_option("--leave-out", given->options.leave_out,
+                   "Build models from the rest of the recordings instead")
+      ->transform(one_of<LeaveOut>({{"subject", LeaveOut::kSubject},
+                                    {"take", LeaveOut::kTake},
+                                    {"session", LeaveOut::kSession}}))
+      ->option_text("subject|take|session");
+  command->add_option("--folds", given->options.folds, "Parts that takes are left out in")
+      ->transform(within(whole_from(2, 1000)))
+      ->option_text("N (10)");
+  command->add_option("--require", given->requirements, "What must be reached")
+      ->check(requirement())
+      ->option_text("FIGURE=VALUE")
+      ->allow_extra_args(false);
+  command->add_flag("--json", given->json, "Print JSON");
+  add_report_option(*command, given->page);
+  add_in_place_flag(*command, given->in_place);
+  add_build_options(*command, given->options.build);
+  add_segmentation_arguments(*command, given->segmentation);
+  command->footer(kFooter);
+  command->callback([given] { eval(*given); });
+}
+
+}  // namespace wgr

@@ -1,0 +1,128 @@
+// wgr explain: what happened to each motion of a recording, and which cause decided.
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "arguments/host_run_arguments.h"
+#include "arguments/reading_limit.h"
+#include "arguments/values.h"
+#include "base/foreign_text.h"
+#include "base/table.h"
+#include "commands/subcommands.h"
+#include "explanation/expected.h"
+#include "explanation/explanation.h"
+#include "output/output_files.h"
+#include "output/standard_output.h"
+#include "pages/explain_page.h"
+#include "text/explanation_text.h"
+
+namespace wgr {
+
+static constexpr char kFooter[] =
+    R"(Tells, motion by motion, from when to when it went, how it was trimmed, whether it was
+long, whole and strong enough, which templates it resembles and by how much, and in one
+sentence which cause decided. The library itself runs over the recording; every class,
+strength and duration told is the one that it reports to a host.
+
+--expect names a table of the gestures that should have come: t_start,t_end,label, or
+file,t_start,t_end,label as wgr segment reads it. Those that did not come are listed with
+what happened instead.
+
+-o writes a page that opens in a browser without a network. --json prints one object.
+What the words mean: docs/why-not-recognised.md.
+
+Examples:
+  wgr explain --models models recordings/demo.csv
+  wgr explain --models models --expect recordings/demo.labels.csv -o report.html \
+      recordings/demo.csv
+  wgr explain --json walk.csv | jq -r '.motions[] | [.begin, .cause] | @tsv'
+
+Exit status: 0 done; 1 the machine failed (disk, memory); 2 the recording, the models or an
+argument cannot be used.)";
+
+namespace {
+
+struct ExplainArguments : HostRunArguments {
+  std::string expect;  // file; empty: nothing is expected
+  std::string page;    // file; empty: none
+  bool json = false;
+  bool forgets_init = false;
+  ReadingLimit limit;
+};
+
+}  // namespace
+
+static std::vector<std::string> words_of(const ExplainArguments& given) {
+  std::vector<std::string> words = host_run_words(given);
+  words.insert(words.begin(), "explain");
+  if (!given.expect.empty()) words.push_back("--expect=" + given.expect);
+  if (!given.page.empty()) words.push_back("--out=" + given.page);
+  if (given.json) words.push_back("--json");
+  if (given.forgets_init) words.push_back("--no-init");
+  words.push_back(word_of(given.limit));
+  return words;
+}
+
+static void explain_recording(ExplainArguments& given) {
+  if (!given.page.empty()) require_page();
+  OutputPlan plan;
+  plan.reads("--expect", given.expect);
+  plan.writes("-o", given.page);
+  prepare_host_run(given, plan, words_of(given));
+  given.session.initialise = !given.forgets_init;
+
+  Explanation explanation;
+  explanation.recording = given.recording;
+  explanation.for_page = !given.page.empty();
+  if (!given.expect.empty()) {
+    explanation.expected = read_expected(given.expect, given.recording);
+  }
+  RecordingReader reader(given.recording, &given.limit);
+  given.session.rate = choose_rate(given, reader);
+  separate_results(LibraryPrints::kToStandardError);
+
+  std::exception_ptr malformed;
+  try {
+    explain(given.session, reader, explanation);
+  } catch (const RecordingError&) {
+    malformed = std::current_exception();
+  }
+  if (reader.absent_fields() > 0) {
+    std::fprintf(stderr, "wgr: %s: the axes %s are empty and read as 0\n",
+                 shown(given.recording).c_str(), reader.absent_axes().c_str());
+  }
+  find_expected(explanation);
+
+  if (given.json) {
+    write_json_account(explanation, true, write_results);
+  } else {
+    write_text_account(explanation, write_results);
+  }
+  if (!given.page.empty()) write_output(given.page, explain_page(explanation));
+  if (malformed) std::rethrow_exception(malformed);
+}
+
+void add_explain(CLI::App& wgr) {
+  CLI::App* const command =
+      wgr.add_subcommand("explain", "Tell why each motion was, or was not, recognised.");
+  const auto given = std::make_shared<ExplainArguments>();
+  add_host_run_arguments(*command, *given);
+  command
+      ->add_option("--expect", given->expect,
+                   "Table of the gestures that should have come")
+      ->transform(path_value())
+      ->option_text("FILE");
+  command->add_option("-o,--out", given->page, "Write a page for a browser")
+      ->transform(path_value())
+      ->option_text("FILE.html");
+  command->add_flag("--json", given->json, "Print JSON instead of text");
+  command->add_flag("--no-init", given->forgets_init,
+                    "Be a host that forgets init_gesture_handle()");
+  add_max_size(*command, given->limit);
+  command->footer(kFooter);
+  command->callback([given] { explain_recording(*given); });
+}
+
+}  // namespace wgr

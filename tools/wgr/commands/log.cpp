@@ -1,0 +1,313 @@
+// wgr log: reads the diagnostic log, however long, and says what happened.
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "arguments/values.h"
+#include "base/foreign_text.h"
+#include "base/table.h"
+#include "base/text_lines.h"
+#include "commands/subcommands.h"
+#include "hostrun/fixed_paths.h"
+#include "json/json_text.h"
+#include "logfile/line_stream.h"
+#include "logfile/log_reading.h"
+#include "output/output_plan.h"
+#include "output/standard_output.h"
+#include "recording/clock.h"
+
+namespace wgr {
+
+using Json = nlohmann::ordered_json;
+
+static constexpr Count kMostSessionsPrinted = 20;
+static constexpr double kMillion = 1e6;
+
+static constexpr char kFooter[] =
+    R"(A log is plain or gzip; - is standard input. Several files are read in the order given,
+as one log: name the oldest first. A log of any size is read in the same small memory.
+
+Printed: each handle that was made (a session), then the sum: samples, motions that were
+long enough to be compared, gestures by class, and why others were none:
+  rejected   strong, but like no template: class 13 in the log, 5 for the host
+  too weak   compared, and weaker than the sensitivity asks (or the model is empty)
+and lines that are not the library's (foreign) or damaged (torn), with their numbers.
+A sample without its second line is unanswered: the process ended in it, or two handles
+write into one log, or the disk was full.
+
+The log holds no times. With --rate HZ samples become hours, counted from the log's first
+sample as if it had no pauses. With --seconds S, the time that the log covers, the rate at
+which samples really came is told, and with both the share that is missing. Which hour of
+the day it was cannot be told.
+
+Examples:
+  wgr log                                          the log of this machine
+  wgr log WgrLog.txt.2.gz WgrLog.txt.1 WgrLog.txt --rate 50
+  wgr log --seconds 86400 --rate 50 --json WgrLog.txt.1
+
+Exit status: 0 read to its end; 1 the machine failed (disk, memory); 2 a file cannot be read
+or is no log, or an argument cannot be used.)";
+
+namespace {
+
+struct LogArguments {
+  std::vector<std::string> files;
+  std::optional<double> rate;
+  std::optional<double> seconds;
+  bool json = false;
+};
+
+}  // namespace
+
+static std::string joined_counts(const Answers& answers) {
+  std::string text;
+  for (const auto& [label, count] : answers.gestures) {
+    text += (text.empty() ? "class " : ", class ") + std::to_string(label) + " x " +
+            std::to_string(count);
+  }
+  if (answers.other_gestures > 0) {
+    text += ", other classes x " + std::to_string(answers.other_gestures);
+  }
+  return text.empty() ? "none" : text;
+}
+
+static Json as_json(const Answers& answers) {
+  Json classes = Json::object();
+  for (const auto& [label, count] : answers.gestures) {
+    classes[std::to_string(label)] = count;
+  }
+  if (answers.other_gestures > 0) classes["other"] = answers.other_gestures;
+  return {{"gestures", answers.reported()},
+          {"by_class", classes},
+          {"rejected", answers.rejected},
+          {"too_weak", answers.too_weak},
+          {"unreported", answers.unreported}};
+}
+
+static const char* state_of(const LoggedHostRun& session) {
+  if (session.no_model) return "ended: no default model";
+  if (!session.ready) return "never ready";
+  if (session.from_before) return "from before this log";
+  if (session.inits == 0) return "not initialised";
+  return "";
+}
+
+static void print_line(const Json& line) { std::puts(json_text(line).c_str()); }
+
+static void print_session_json(const LoggedHostRun& session) {
+  Json line = {{"type", "session"},
+               {"file", session.file},
+               {"line", session.line},
+               {"from_before", session.from_before},
+               {"ready", session.ready},
+               {"no_default_model", session.no_model},
+               {"inits", session.inits},
+               {"model_changes", session.model_changes},
+               {"model", session.model},
+               {"samples", session.samples},
+               {"unanswered", session.unanswered},
+               {"compared", session.compared},
+               {"compared_with_empty_model", session.compared_empty}};
+  line.update(as_json(session.answers));
+  print_line(line);
+}
+
+static void print_session_text(const LoggedHostRun& session, Count number) {
+  if (number > kMostSessionsPrinted) return;
+  if (number == 1) {
+    std::puts("session  line         samples   compared  gestures  rejected  model");
+  }
+  std::printf("%7llu  %-11zu %8llu   %8llu  %8llu  %8llu  %s%s%s\n", number, session.line,
+              session.samples, session.compared, session.answers.reported(),
+              session.answers.rejected,
+              session.model.empty() ? "default" : session.model.c_str(),
+              *state_of(session) == '\0' ? "" : "; ", state_of(session));
+}
+
+static std::string rates_text(const LogArguments& given, const LogTotals& totals) {
+  if (!given.rate && !given.seconds) {
+    return "unknown: the log holds no times; see --rate and --seconds";
+  }
+  const double samples = static_cast<double>(totals.samples);
+  std::string text;
+  if (given.rate) {
+    text = fixed(samples / *given.rate / 3600.0, 2) + " h at " + fixed(*given.rate, 2) +
+           " samples/s";
+  }
+  if (given.seconds) {
+    const double real = samples / *given.seconds;
+    text += (text.empty() ? "" : "; ") + fixed(real, 2) + " samples/s over " +
+            fixed(*given.seconds, 0) + " s";
+    if (given.rate) {
+      text += ", " + fixed(100.0 * (1.0 - real / *given.rate), 1) + " % missing";
+    }
+  }
+  return text;
+}
+
+static void print_summary_text(const LogArguments& given, const LogTotals& totals) {
+  if (totals.sessions > kMostSessionsPrinted) {
+    std::printf("         ... and %llu more; --json lists them all\n",
+                totals.sessions - kMostSessionsPrinted);
+  }
+  const Answers& answers = totals.answers;
+  std::printf("\nread        %llu lines, %s MB\n", totals.lines,
+              fixed(static_cast<double>(totals.bytes) / kMillion, 1).c_str());
+  std::printf(
+      "sessions    %llu; %llu restarts, %llu without the default model, %llu never "
+      "ready\n",
+      totals.sessions, totals.restarts, totals.no_model, totals.unfinished);
+  std::printf("models      %llu changes\n", totals.model_changes);
+  std::printf("samples     %llu, %llu of them unanswered\n", totals.samples,
+              totals.unanswered);
+  std::printf("time        %s\n", rates_text(given, totals).c_str());
+  std::printf("compared    %llu motions", totals.compared);
+  if (totals.compared_empty > 0) {
+    std::printf(", %llu of them with an EMPTY model: its file could not be read",
+                totals.compared_empty);
+  }
+  std::printf("\ngestures    %llu: %s\n", answers.reported(),
+              joined_counts(answers).c_str());
+  std::printf("rejected    %llu (reported as 5)\n", answers.rejected);
+  std::printf("too weak    %llu\n", answers.too_weak);
+  if (answers.unreported > 0)
+    std::printf("class 6     %llu, never reported\n", answers.unreported);
+  for (size_t hour = 0; hour < totals.hours.size(); ++hour) {
+    const auto& [samples, in_hour] = totals.hours[hour];
+    std::printf("hour %-6zu %llu gestures: %s; %llu rejected, %llu too weak\n", hour + 1,
+                in_hour.reported(), joined_counts(in_hour).c_str(), in_hour.rejected,
+                in_hour.too_weak);
+  }
+  std::printf("odd lines   %llu foreign, %llu torn\n", totals.foreign, totals.torn);
+  for (const OddLine& odd : totals.odd_lines) {
+    std::printf("  %s:%zu: %s: \"%s\"\n", shown(odd.file).c_str(), odd.line,
+                odd.torn ? "torn" : "foreign", odd.text.c_str());
+  }
+  if (totals.foreign + totals.torn > totals.odd_lines.size()) std::puts("  ...");
+}
+
+static void print_summary_json(const LogArguments& given, const LogTotals& totals) {
+  Json line = {{"type", "summary"},
+               {"lines", totals.lines},
+               {"bytes", totals.bytes},
+               {"sessions", totals.sessions},
+               {"restarts", totals.restarts},
+               {"without_default_model", totals.no_model},
+               {"never_ready", totals.unfinished},
+               {"model_changes", totals.model_changes},
+               {"samples", totals.samples},
+               {"unanswered", totals.unanswered},
+               {"compared", totals.compared},
+               {"compared_with_empty_model", totals.compared_empty}};
+  line.update(as_json(totals.answers));
+  const double samples = static_cast<double>(totals.samples);
+  if (given.rate) line["hours_by_rate"] = samples / *given.rate / 3600.0;
+  if (given.seconds) line["effective_rate"] = samples / *given.seconds;
+  Json hours = Json::array();
+  for (const auto& [count, answers] : totals.hours) {
+    Json hour = {{"samples", count}};
+    hour.update(as_json(answers));
+    hours.push_back(hour);
+  }
+  if (given.rate) line["hours"] = hours;
+  line["foreign"] = totals.foreign;
+  line["torn"] = totals.torn;
+  Json odd_lines = Json::array();
+  for (const OddLine& odd : totals.odd_lines) {
+    odd_lines.push_back({{"file", odd.file},
+                         {"line", odd.line},
+                         {"kind", odd.torn ? "torn" : "foreign"},
+                         {"text", odd.text}});
+  }
+  line["odd_lines"] = odd_lines;
+  print_line(line);
+}
+
+static void read_file(const std::string& path, LogReading& reading,
+                      const std::function<void()>& after_line) {
+  const std::string name = path == "-" ? "standard input" : path;
+  const Count lines_before = reading.totals().lines;
+  const Count foreign_before = reading.totals().foreign;
+  const Count torn_before = reading.totals().torn;
+  try {
+    LineStream lines(path);
+    for (LineStream::Line line; lines.next(line);) {
+      if (line.too_long) {
+        throw UsageError(name + ":" + std::to_string(lines.number()) + ": longer than " +
+                         std::to_string(kLineLimit) + " characters");
+      }
+      reading.add(name, lines.number(), line.text, line.ended, line.cut);
+      after_line();
+    }
+    reading.totals().bytes += lines.bytes();
+    if (lines.cut_off()) {
+      std::fprintf(
+          stderr, "wgr: %s:%zu: the gzip data ends too early; what came before is used\n",
+          shown(name).c_str(), lines.number());
+    }
+  } catch (const ByteSourceError& error) {
+    throw UsageError(name + ": " + error.what());
+  }
+  const Count count = reading.totals().lines - lines_before;
+  const Count foreign = reading.totals().foreign - foreign_before;
+  const Count odd = foreign + reading.totals().torn - torn_before;
+  if (foreign > 0 && odd > count / 2) {
+    throw UsageError(name + ": is no diagnostic log: " + std::to_string(odd) +
+                     " of its " + std::to_string(count) + " lines are not the library's");
+  }
+}
+
+static void read_log(const LogArguments& given) {
+  OutputPlan plan;
+  for (const std::string& file : given.files) plan.reads("FILE", file);
+  plan.prints_results();
+  plan.check();
+
+  LogReading reading(given.rate);
+  Count sessions = 0;
+  const auto print_closed = [&] {
+    const std::optional<LoggedHostRun> closed = reading.take_closed();
+    if (!closed) return;
+    require_results();  // a long log is not read for nobody
+    ++sessions;
+    if (given.json) {
+      print_session_json(*closed);
+    } else {
+      print_session_text(*closed, sessions);
+    }
+  };
+  for (const std::string& file : given.files) read_file(file, reading, print_closed);
+  reading.finish();
+  print_closed();
+  if (given.json) {
+    print_summary_json(given, reading.totals());
+  } else {
+    print_summary_text(given, reading.totals());
+  }
+}
+
+void add_log(CLI::App& wgr) {
+  CLI::App* const command =
+      wgr.add_subcommand("log", "Read the diagnostic log and say what happened.");
+  const auto given = std::make_shared<LogArguments>();
+  given->files = {kLogFile};
+  command->add_option("FILE", given->files, "Logs, the oldest first")
+      ->transform(path_name())
+      ->option_text(" ");
+  command
+      ->add_option("--rate", given->rate, "Samples per second, as given to the library")
+      ->transform(within(number_from(1, kHighestRate)))
+      ->option_text("HZ");
+  command->add_option("--seconds", given->seconds, "The time that the log covers")
+      ->transform(within(number_above(0, kMostSeconds)))
+      ->option_text("S");
+  command->add_flag("--json", given->json, "Print JSON lines");
+  command->footer(kFooter);
+  command->callback([given] { read_log(*given); });
+}
+
+}  // namespace wgr

@@ -1,0 +1,158 @@
+// wgr replay: runs the library over a recording, or over a live stream, and tells what
+// it reports.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "arguments/host_run_arguments.h"
+#include "arguments/values.h"
+#include "base/foreign_text.h"
+#include "commands/subcommands.h"
+#include "hostrun/fixed_paths.h"
+#include "hostrun/host_run.h"
+#include "hostrun/private_log.h"
+#include "hostrun/run.h"
+#include "output/output_files.h"
+#include "output/standard_output.h"
+#include "output/temporary_file.h"
+#include "recording/recording.h"
+#include "text/replay_report.h"
+
+namespace wgr {
+
+static constexpr char kFooter[] =
+    R"(A recording is CSV, plain or gzip, with the header t,ax,ay,az,gx,gy,gz: seconds,
+m/s² with gravity, deg/s. An empty field is an axis that the sensor does not have; it
+reads as 0. The first malformed line ends the run: the summary is of what came before. A
+last line that is torn, as by a power cut, is left out, and the status is 0.
+
+Printed for each event: the time of the sample that completed it, the class (a label of
+the model, or 5 for a strong motion that resembles no gesture closely enough), the
+motion's strength, and the duration of the stretch that was compared. With --json each
+event is one object a line, {"type":"event",...}, and the last line is the summary,
+{"type":"summary",...}. What the library itself prints goes to standard error.
+
+The library appends a diagnostic log to /home/app/WgrLog.txt, and silently does without
+where that cannot be written. With --models it logs nothing. --log keeps the log of this
+run, all of it or none, in a file instead.
+
+Examples:
+  wgr replay --models models recordings/demo.csv
+  wgr replay --wearer 1 --mode 2 --sensitivity 3 walk.csv
+  wgr replay --bias 0.4,-0.2,0.1 --json walk.csv | jq 'select(.type == "event")'
+  sensor-stream | wgr replay --rate 100 -     events as they happen; Ctrl-C for the end
+
+Exit status: 0 done; 1 the machine failed (disk, memory); 2 the recording, the models or an
+argument cannot be used.)";
+
+namespace {
+
+struct ReplayArguments : HostRunArguments {
+  std::string log;  // file; empty: not kept
+  bool json = false;
+};
+
+}  // namespace
+
+// An interrupt ends a live stream rather than the program: the summary still comes. A
+// second one ends the program.
+static void end_standard_input(int signal) {
+  static volatile std::sig_atomic_t interrupted = 0;
+  if (interrupted != 0) end_by_signal(signal);
+  interrupted = 1;
+  const int saved_errno = errno;
+  const int nothing = open("/dev/null", O_RDONLY);
+  if (nothing >= 0) dup2(nothing, STDIN_FILENO);
+  errno = saved_errno;
+}
+
+static void let_interrupts_end_the_stream() {
+  struct sigaction action = {};
+  action.sa_handler = end_standard_input;  // no SA_RESTART: read() looks again
+  sigaction(SIGINT, &action, nullptr);
+  sigaction(SIGTERM, &action, nullptr);
+}
+
+static void replay(ReplayArguments& given) {
+  std::vector<std::string> words = host_run_words(given);
+  words.insert(words.begin(), "replay");
+  if (!given.log.empty()) words.push_back("--log=" + given.log);
+  if (given.json) words.push_back("--json");
+  OutputPlan plan;
+  plan.writes("--log", given.log);
+  given.keeps_log = !given.log.empty();
+  prepare_host_run(given, plan, words);
+
+  if (given.recording == kStandardInput) let_interrupts_end_the_stream();
+  RecordingReader reader(given.recording);
+  given.session.rate = choose_rate(given, reader);
+  OutputFiles files;
+  std::optional<KeptLog> log;
+  if (given.keeps_log) log.emplace(files.open(given.log));
+
+  separate_results(LibraryPrints::kToStandardError);
+  std::FILE* const out = results();
+  std::unique_ptr<Report> report;
+  if (given.json) {
+    report = std::make_unique<JsonReport>(out);
+  } else {
+    report = std::make_unique<TextReport>(out);
+  }
+
+  Totals totals(given.session.rate);
+  bool told_of_absent = false;
+  std::exception_ptr malformed;
+  {
+    HostRun session(given.session);
+    if (log) log->take();
+    report->start();
+    const auto start = std::chrono::steady_clock::now();
+    try {
+      run_host(session, reader, totals, [&](const Step& step) {
+        if (step.event != nullptr) report->event(*step.event);
+        if (log) {
+          log->take();
+        } else {
+          require_results();  // a live stream without a reader would never end
+        }
+        if (told_of_absent || reader.absent_fields() == 0) return;
+        told_of_absent = true;
+        std::fprintf(stderr, "wgr: %s: the axes %s are empty and read as 0\n",
+                     shown(given.recording).c_str(), reader.absent_axes().c_str());
+      });
+    } catch (const RecordingError&) {
+      malformed = std::current_exception();
+    }
+    totals.elapsed_seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  }
+  if (log) log->take();
+  totals.absent_fields = reader.absent_fields();
+  totals.absent_axes = reader.absent_axes();
+  report->summary(totals);
+  files.commit();
+  if (malformed) std::rethrow_exception(malformed);
+}
+
+void add_replay(CLI::App& wgr) {
+  CLI::App* const command = wgr.add_subcommand(
+      "replay", "Run the library over a recording and tell what it reports.");
+  const auto given = std::make_shared<ReplayArguments>();
+  add_host_run_arguments(*command, *given);
+  command->add_flag("--json", given->json, "Print JSON lines");
+  command->add_option("--log", given->log, "File to keep the diagnostic log in")
+      ->transform(path_value())
+      ->option_text("FILE");
+  command->footer(kFooter);
+  command->callback([given] { replay(*given); });
+}
+
+}  // namespace wgr

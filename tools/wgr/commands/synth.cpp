@@ -1,0 +1,270 @@
+// wgr synth: makes recordings of people who never lived, with a script of what they do.
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "arguments/values.h"
+#include "base/errors.h"
+#include "base/numbers.h"
+#include "output/output_files.h"
+#include "output/output_plan.h"
+#include "recording/clock.h"
+#include "recording/recording.h"
+#include "segmentation/annotations.h"
+#include "synthesis/performance.h"
+
+namespace wgr {
+
+static constexpr char kFooter[] =
+    R"(One recording goes to -o, what happens in it to --plan (a script, with everything) and
+--labels (the gestures' spans alone, as wgr segment reads them; with -o - without the
+recording's name, as wgr explain --expect reads them). With --script the wrist does what a
+file says: CSV with the header t_start,t_end,what; seconds, and one of swing,
+raise, twist, push, circle (labels 0 to 4), rest, walk, reach, fidget, type. A gesture
+needs a rest before it. Without one, --gestures takes of each gesture and --distractors
+seconds of everyday movement come in random order.
+
+With --training DIR there is one recording for each of --persons people, with index.csv
+and labels.csv beside them.
+
+--from and --dead-band make recordings as faulty as those of real watches are.
+
+The same arguments give the same bytes.
+
+Examples:
+  wgr synth --person 7 --gestures 2 --distractors 30 -o out.csv --labels out.labels.csv
+  wgr synth --script recordings/demo.script.csv --person 501 -o demo.csv
+  wgr synth --training set --persons 12 --style mixed --wearer 1
+
+Exit status: 0 done; 1 the machine failed (disk, memory); 2 the script or an argument cannot
+be used.)";
+
+namespace {
+
+struct SynthArguments {
+  int seed = 1;
+  int person = 1;
+  std::string style = "free";
+  PlanOptions plan = {4, 120.0};
+  PerformanceOptions performance;
+  std::string script;    // file; empty: a random plan
+  std::string out;       // file; "-": standard output
+  std::string labels;    // file; empty: none
+  std::string plan_out;  // file; empty: none
+  std::string training;  // folder; empty: a single recording
+  int persons = 12;
+};
+
+struct NamedStyle {
+  const char* name;
+  Style style;
+};
+
+}  // namespace
+
+static constexpr NamedStyle kStyles[] = {{"calm", Style::kCalm}, {"free", Style::kFree}};
+static constexpr char kMixed[] = "mixed";
+static constexpr double kHighestSeed = 2147483647;
+static constexpr double kHighestPerson = 1000000;
+static constexpr double kFastestTurn = 10000.0;  // deg/s, far above any gyroscope
+static constexpr char kLabels[] = "labels.csv";
+static constexpr char kIndex[] = "index.csv";
+
+// The take of one person that a seed stands for.
+static Random take(int seed, int person, const std::string& style) {
+  const uint64_t manner = style == kStyles[0].name ? 0 : 1;
+  return Random(static_cast<uint64_t>(seed))
+      .fork(2 * static_cast<uint64_t>(person) + manner);
+}
+
+static Style style_named(const std::string& name) {
+  for (const NamedStyle& style : kStyles) {
+    if (name == style.name) return style.style;
+  }
+  throw UsageError("--style mixed: one recording is calm or free; sets can be mixed");
+}
+
+struct Take {
+  Plan plan;
+  std::vector<RecordedSample> samples;
+};
+
+static Take make_take(const SynthArguments& given, int person_number,
+                      const std::string& style) {
+  const Person person = make_person(person_number, style_named(style));
+  const Random random = take(given.seed, person_number, style);
+  Random planning = random.fork(1);
+  Plan plan = given.script.empty() ? random_plan(given.plan, person, planning)
+                                   : read_script(given.script);
+  std::vector<RecordedSample> samples =
+      record(plan, person, given.performance, random.fork(2));
+  const double from = given.performance.faults.from;
+  if (samples.empty() && from > 0.0) {
+    throw UsageError("--from " + plain(from) + ": nothing is left of a recording of " +
+                     plain(plan.empty() ? 0.0 : plan.back().end) +
+                     " s: begin before it ends");
+  }
+  return {std::move(plan), std::move(samples)};
+}
+
+static void append_spans(const Plan& plan, const std::string& file,
+                         std::vector<Annotation>& spans) {
+  for (const PlannedActivity& activity : plan) {
+    if (const std::optional<int> label = label_of(activity.what)) {
+      spans.push_back({file, activity.begin, activity.end, *label});
+    }
+  }
+}
+
+// The table of a single recording; on standard output it has no name.
+static std::string labels_of(const Plan& plan, const std::string& recording) {
+  std::vector<Annotation> spans;
+  append_spans(plan, std::filesystem::path(recording).filename(), spans);
+  return recording == kStandardOutput ? spans_text(spans) : labels_text(spans);
+}
+
+static void make_recording(const SynthArguments& given) {
+  if (given.out.empty()) throw UsageError("-o FILE or --training DIR is wanted");
+  OutputPlan plan;
+  plan.reads("--script", given.script);
+  plan.writes("-o", given.out);
+  plan.writes("--labels", given.labels);
+  plan.writes("--plan", given.plan_out);
+  plan.check();
+
+  const Take made = make_take(given, given.person, given.style);
+  OutputFiles files;
+  write_recording(given.out, made.samples, files);
+  if (!given.plan_out.empty()) files.write(given.plan_out, script_text(made.plan));
+  if (!given.labels.empty()) files.write(given.labels, labels_of(made.plan, given.out));
+  files.commit();
+}
+
+static std::string file_of(int person, const std::string& style) {
+  char name[40];
+  std::snprintf(name, sizeof name, "p%03d_%s.csv", person, style.c_str());
+  return name;
+}
+
+namespace {
+
+struct SetMember {
+  int person;
+  const char* style;
+  std::string file;
+};
+
+}  // namespace
+
+static std::vector<SetMember> members_of(const SynthArguments& given) {
+  std::vector<SetMember> members;
+  for (int person = given.person; person < given.person + given.persons; ++person) {
+    for (const NamedStyle& style : kStyles) {
+      if (given.style != kMixed && given.style != style.name) continue;
+      members.push_back({person, style.name, file_of(person, style.name)});
+    }
+  }
+  return members;
+}
+
+static void make_training_set(const SynthArguments& given) {
+  if (!given.out.empty() || !given.labels.empty() || !given.plan_out.empty()) {
+    throw UsageError(
+        "--training makes a whole set: it goes without -o, --labels, --plan");
+  }
+  const std::filesystem::path folder = given.training;
+  const std::vector<SetMember> members = members_of(given);
+  OutputPlan check;
+  check.reads("--script", given.script);
+  for (const char* table : {kLabels, kIndex}) check.writes("--training", folder / table);
+  for (const SetMember& m : members) check.writes("--training", folder / m.file);
+  check.check();
+
+  OutputFiles files;
+  std::string index = "file,label,subject,rate_hz\n";
+  std::vector<Annotation> spans;
+  for (const SetMember& m : members) {
+    const Take made = make_take(given, m.person, m.style);
+    write_recording(folder / m.file, made.samples, files);
+    append_spans(made.plan, m.file, spans);
+    // No label of its own: the spans hold them.
+    index += m.file + ",,p" + std::to_string(m.person) + "," +
+             std::to_string(given.performance.rate) + "\n";
+  }
+  files.write(folder / kLabels, labels_text(spans));
+  files.write(folder / kIndex, index);
+  files.commit();
+}
+
+static void synthesise(const SynthArguments& given) {
+  if (given.training.empty()) {
+    make_recording(given);
+  } else {
+    make_training_set(given);
+  }
+}
+
+void add_synth(CLI::App& wgr) {
+  CLI::App* const command =
+      wgr.add_subcommand("synth", "Make recordings of wrists that gesture and do not.");
+  const auto given = std::make_shared<SynthArguments>();
+  command->add_option("-o,--out", given->out, "The recording; - is standard output")
+      ->transform(path_value())
+      ->option_text("FILE");
+  command->add_option("--labels", given->labels, "Where the gestures' spans go")
+      ->transform(path_value())
+      ->option_text("FILE");
+  command->add_option("--plan", given->plan_out, "Where the script of it all goes")
+      ->transform(path_value())
+      ->option_text("FILE");
+  command->add_option("--script", given->script, "What happens; otherwise random")
+      ->transform(path_value())
+      ->option_text("FILE");
+  command->add_option("--seed", given->seed, "Another number, another take")
+      ->transform(within(whole_from(0, kHighestSeed)))
+      ->option_text("N (1)");
+  command->add_option("--person", given->person, "Who; in a set, the first")
+      ->transform(within(whole_from(0, kHighestPerson)))
+      ->option_text("N (1)");
+  command
+      ->add_option("--style", given->style, "How the person gestures; mixed: both ways")
+      ->transform(one_of({kStyles[0].name, kStyles[1].name, kMixed}))
+      ->option_text("calm|free|mixed (free)");
+  command
+      ->add_option("--wearer", given->performance.wearer, "0: left wrist, 1: right wrist")
+      ->transform(within(whole_from(0, 1)))
+      ->option_text("0|1 (0)");
+  command->add_option("--rate", given->performance.rate, "Samples per second")
+      ->transform(within(whole_from(10, 1000)))
+      ->option_text("HZ (50)");
+  RecordingFaults& faults = given->performance.faults;
+  command->add_option("--from", faults.from, "Begin later, whatever moves then")
+      ->transform(within(number_from(0, kLongestPlan)))
+      ->option_text("S (0)");
+  command
+      ->add_option("--dead-band", faults.gyro_dead_band,
+                   "Slower turns about an axis read as exactly zero")
+      ->transform(within(number_from(0, kFastestTurn)))
+      ->option_text("DEG/S (0)");
+  command->add_option("--gestures", given->plan.gestures, "Takes of each gesture")
+      ->transform(within(whole_from(0, 1000)))
+      ->option_text("N (4)");
+  command
+      ->add_option("--distractors", given->plan.distractors,
+                   "Seconds of everyday movement")
+      ->transform(within(number_from(0, kLongestPlan)))
+      ->option_text("S (120)");
+  command->add_option("--training", given->training, "Folder to make a whole set in")
+      ->transform(path_value())
+      ->option_text("DIR");
+  command->add_option("--persons", given->persons, "How many people a set has")
+      ->transform(within(whole_from(1, 999)))
+      ->option_text("N (12)");
+  command->footer(kFooter);
+  command->callback([given] { synthesise(*given); });
+}
+
+}  // namespace wgr

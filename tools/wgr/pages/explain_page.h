@@ -1,0 +1,16 @@
+// The explanation as one HTML page that needs no network.
+#pragma once
+
+#include <string>
+
+#include "explanation/explanation.h"
+
+namespace wgr {
+
+// Throws UsageError, with what to do, when this program was built without the page.
+void require_page();
+
+// Uses up what was kept to be drawn.
+std::string explain_page(Explanation& explanation);
+
+}  // namespace wgr

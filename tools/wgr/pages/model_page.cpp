@@ -1,0 +1,218 @@
+#include "pages/model_page.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <map>
+#include <set>
+
+#include "classifier/HGR.h"
+#include "explanation/series.h"
+#include "pages/parts.h"
+#include "pages/shell.h"
+
+namespace wgr {
+
+using Json = nlohmann::ordered_json;
+
+static constexpr double kShapeUnit = 0.01;     // how fine a trace is drawn
+static constexpr double kUsualPoints = 45.0;   // of a motion, for the cost
+static constexpr size_t kPointsPerTake = 400;  // at first; halved until all fit
+static constexpr size_t kLeastPoints = 8;
+static constexpr size_t kMostForTraces = 3'500'000;  // characters of base64
+static constexpr int kBackgroundRow = -1;
+
+void find_likeness(const std::vector<Exemplar>& exemplars, const std::vector<size_t>& met,
+                   int k, AccountedTake& take) {
+  HGR classifier(0);
+  // The first of equals, as in the classifier.
+  const auto better = [](const std::optional<Likeness>& old, double score) {
+    return old ? score > old->score : std::isfinite(score);
+  };
+  for (const size_t place : met) {
+    const double score = static_cast<double>(
+        classifier.cal_simlarity(take.trace, exemplars[place].trace, k));
+    if (better(take.best, score)) take.best = Likeness{place, score};
+    if (exemplars[place].label != take.label) continue;
+    if (better(take.own, score)) take.own = Likeness{place, score};
+  }
+}
+
+static std::string name_of(int label, const Provenance& provenance) {
+  for (const auto& [word, number] : provenance.classes) {
+    if (number == label && word != std::to_string(label)) return word;
+  }
+  return "";
+}
+
+// What was reported for which takes; background is one row, the last.
+static Json matrix_json(const ModelAccount& account) {
+  std::map<int, std::map<std::string, size_t>> counts;
+  std::set<int> numbers;
+  std::set<std::string> words;
+  for (const ClassAccount& c : account.classes) numbers.insert(c.label);
+  for (const AccountedTake& take : account.takes) {
+    ++counts[std::max(take.label, kBackgroundRow)][take.outcome];
+    const bool word = take.outcome == kRefused || take.outcome == kNothing;
+    if (word) words.insert(take.outcome);
+    if (!word) numbers.insert(std::stoi(take.outcome));
+    if (take.label >= 0) numbers.insert(take.label);
+  }
+  std::vector<std::string> columns;
+  for (const int number : numbers) columns.push_back(std::to_string(number));
+  for (const char* word : {kRefused, kNothing}) {
+    if (words.count(word) > 0) columns.push_back(word);
+  }
+
+  Json rows = Json::array();
+  std::vector<int> labels(numbers.begin(), numbers.end());
+  if (counts.count(kBackgroundRow) > 0) labels.push_back(kBackgroundRow);
+  for (const int label : labels) {
+    if (counts.count(label) == 0) continue;
+    std::map<std::string, size_t>& row = counts[label];
+    Json cells = Json::array();
+    size_t all = 0;
+    for (const std::string& column : columns) {
+      cells.push_back(row[column]);
+      all += row[column];
+    }
+    Json recall = nullptr;
+    Json precision = nullptr;
+    if (label >= 0) {
+      const std::string own = std::to_string(label);
+      size_t named = 0;
+      for (auto& [other, outcomes] : counts) named += outcomes[own];
+      recall = static_cast<double>(row[own]) / static_cast<double>(all);
+      if (named > 0) {
+        precision = static_cast<double>(row[own]) / static_cast<double>(named);
+      }
+      const auto given = account.precision.find(label);
+      if (given != account.precision.end()) precision = given->second;
+    }
+    rows.push_back({{"label", label},
+                    {"counts", cells},
+                    {"recall", recall},
+                    {"precision", precision}});
+  }
+  return {{"columns", columns}, {"rows", rows}};
+}
+
+// How many points a trace has, however few are drawn: they give its duration.
+static size_t points_of(const Points& trace, size_t k) {
+  return trace.size() - std::min(k, trace.size());
+}
+
+static Json trace_json(const Points& trace, size_t k, size_t most) {
+  const size_t count = points_of(trace, k);
+  if (count == 0) return nullptr;
+  return axes_json(trace, count, bucket_for(count, most), kShapeUnit);
+}
+
+static Json takes_json(const ModelAccount& account, size_t k, size_t most) {
+  Json all = Json::array();
+  for (const AccountedTake& take : account.takes) {
+    Json json = {{"name", take.name},
+                 {"label", take.label},
+                 {"outcome", take.outcome},
+                 {"why", take.why},
+                 {"named", nullptr},
+                 {"score", nullptr},
+                 {"threshold", nullptr},
+                 {"nearest", nullptr},
+                 {"own", nullptr},
+                 {"own_score", nullptr},
+                 {"points", points_of(take.trace, k)},
+                 {"trace", trace_json(take.trace, k, most)}};
+    if (take.best) {
+      json["named"] = account.exemplars[take.best->exemplar].label;
+      json["score"] = take.best->score;
+      json["nearest"] = take.best->exemplar;
+    }
+    if (take.threshold) json["threshold"] = *take.threshold;
+    if (take.own) {
+      json["own"] = take.own->exemplar;
+      json["own_score"] = take.own->score;
+    }
+    all.push_back(std::move(json));
+  }
+  return all;
+}
+
+static Json exemplars_json(const ModelAccount& account, size_t k, size_t most) {
+  Json all = Json::array();
+  for (const Exemplar& e : account.exemplars) {
+    all.push_back({{"name", e.name},
+                   {"label", e.label},
+                   {"points", points_of(e.trace, k)},
+                   {"trace", trace_json(e.trace, k, most)}});
+  }
+  return all;
+}
+
+static Json cost_json(const ModelAccount& account, size_t k) {
+  std::map<int, std::pair<size_t, size_t>> of;  // templates, points
+  size_t points = 0;
+  for (const auto& [label, trace] : account.model.templates) {
+    const size_t count = points_of(trace, k);
+    ++of[label].first;
+    of[label].second += count;
+    points += count;
+  }
+  Json classes = Json::array();
+  for (const auto& [label, figures] : of) {
+    classes.push_back(
+        {{"label", label}, {"templates", figures.first}, {"points", figures.second}});
+  }
+  return {{"usual_points", kUsualPoints},
+          {"templates", account.model.templates.size()},
+          {"points", points},
+          {"classes", classes},
+          {"note", account.cost_note},
+          {"sweep", account.sweep}};
+}
+
+std::string model_page(const ModelAccount& account) {
+  const size_t k = static_cast<size_t>(std::max(account.model.havegravity, 0));
+  Json classes = Json::array();
+  for (const ClassAccount& c : account.classes) {
+    classes.push_back({{"label", c.label},
+                       {"name", name_of(c.label, account.provenance)},
+                       {"thresholds", c.thresholds},
+                       {"note", c.note}});
+  }
+  Json facts = Json::array();
+  for (const auto& [name, value] : account.measured) facts.push_back({name, value});
+  Json misses = Json::array();
+  for (const auto& [cause, count] : account.misses) misses.push_back({cause, count});
+
+  Json data = {{"title", account.title},
+               {"facts", account.facts},
+               {"rate", account.provenance.rate},
+               {"normalised", account.model.normalize != 0},
+               {"classes", classes},
+               {"matrix", matrix_json(account)},
+               {"measured",
+                {{"facts", facts},
+                 {"misses", misses},
+                 {"latencies", account.latencies},
+                 {"folds", account.folds}}},
+               {"cost", cost_json(account, k)}};
+  for (size_t most = kPointsPerTake;; most /= 2) {
+    data["takes"] = takes_json(account, k, most);
+    data["exemplars"] = exemplars_json(account, k, most);
+    if (most <= kLeastPoints || packed_size(data) <= kMostForTraces) break;
+  }
+  return page_of({"wgr",
+                  kModelHtml,
+                  {std::string(kModelCss)},
+                  {std::string(kFiguresScript), std::string(kClassesScript),
+                   std::string(kModelScript)}},
+                 data);
+}
+
+std::string name_of_path(const std::string& path) {
+  const std::filesystem::path whole = std::filesystem::absolute(path).lexically_normal();
+  return whole.has_filename() ? whole.filename() : whole.parent_path().filename();
+}
+
+}  // namespace wgr

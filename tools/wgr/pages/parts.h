@@ -1,0 +1,30 @@
+// The files that pages are put together from, as they were when the tool was built.
+#pragma once
+
+#include <string_view>
+
+namespace wgr {
+
+// Of all pages.
+extern const std::string_view kShellHtml;
+extern const std::string_view kCommonCss;
+extern const std::string_view kCommonScript;
+extern const std::string_view kFiguresScript;
+
+// Of wgr explain.
+extern const std::string_view kExplainHtml;
+extern const std::string_view kExplainCss;
+extern const std::string_view kStreamScript;
+extern const std::string_view kExplainScript;
+// Empty when uPlot was not to be had.
+extern const std::string_view kUplotScript;
+extern const std::string_view kUplotCss;
+extern const std::string_view kUplotLicence;
+
+// Of wgr build and wgr eval.
+extern const std::string_view kModelHtml;
+extern const std::string_view kModelCss;
+extern const std::string_view kClassesScript;
+extern const std::string_view kModelScript;
+
+}  // namespace wgr

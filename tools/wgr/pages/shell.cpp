@@ -1,0 +1,62 @@
+#include "pages/shell.h"
+
+#include <stdexcept>
+
+#include "pages/parts.h"
+
+namespace wgr {
+
+using Json = nlohmann::ordered_json;
+
+static std::string base64(const std::string& bytes) {
+  static constexpr char kDigits[] =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string text;
+  text.reserve((bytes.size() + 2) / 3 * 4);
+  for (size_t i = 0; i < bytes.size(); i += 3) {
+    unsigned value = 0;
+    for (size_t k = 0; k < 3; ++k) {
+      value <<= 8;
+      if (i + k < bytes.size()) value |= static_cast<unsigned char>(bytes[i + k]);
+    }
+    for (size_t k = 0; k < 4; ++k) {
+      text += i + k > bytes.size() ? '=' : kDigits[(value >> (18 - 6 * k)) & 63];
+    }
+  }
+  return text;
+}
+
+// Puts `value` where the page has @@name@@.
+static void fill(std::string& page, const std::string& name, std::string_view value) {
+  const std::string mark = "@@" + name + "@@";
+  const size_t at = page.find(mark);
+  if (at == std::string::npos) throw std::logic_error("the page has no " + mark);
+  page.replace(at, mark.size(), value);
+}
+
+static std::string in_elements(const std::string& name, std::string_view first,
+                               const std::vector<std::string>& rest) {
+  std::string text = "<" + name + ">" + std::string(first) + "</" + name + ">\n";
+  for (const std::string& one : rest) {
+    text += "<" + name + ">" + one + "</" + name + ">\n";
+  }
+  return text;
+}
+
+std::string page_of(const PageParts& parts, Deflated& data) {
+  std::string page(kShellHtml);
+  fill(page, "title", parts.title);
+  fill(page, "styles", in_elements("style", kCommonCss, parts.styles));
+  fill(page, "body", parts.body);
+  fill(page, "scripts", in_elements("script", kCommonScript, parts.scripts));
+  fill(page, "data", base64(data.finish()));  // last, as it may be large
+  return page;
+}
+
+std::string page_of(const PageParts& parts, const Json& data) {
+  Deflated deflated(kPageLevel);
+  deflated.add(data);
+  return page_of(parts, deflated);
+}
+
+}  // namespace wgr

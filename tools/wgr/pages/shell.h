@@ -1,0 +1,29 @@
+// What all report pages share: one HTML file with its styles, scripts and data in it, so
+// that it opens without a network.
+#pragma once
+
+#include <zlib.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "json/deflated.h"
+
+namespace wgr {
+
+struct PageParts {
+  std::string_view title;  // until the script has one
+  std::string_view body;
+  std::vector<std::string> styles;
+  std::vector<std::string> scripts;
+};
+
+inline constexpr int kPageLevel = Z_DEFAULT_COMPRESSION;
+
+// The shared styles and scripts come first; the data, JSON, stands there in base64.
+std::string page_of(const PageParts& parts, Deflated& data);
+std::string page_of(const PageParts& parts, const nlohmann::ordered_json& data);
+
+}  // namespace wgr

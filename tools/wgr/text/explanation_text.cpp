@@ -1,0 +1,261 @@
+#include "text/explanation_text.h"
+
+#include <algorithm>
+#include <cmath>
+#include <nlohmann/json.hpp>
+
+#include "base/foreign_text.h"
+#include "base/table.h"
+#include "hostrun/fixed_paths.h"
+#include "json/json_text.h"
+#include "text/explanation_sentences.h"
+
+namespace wgr {
+
+using Json = nlohmann::ordered_json;
+
+static constexpr size_t kWidth = 90;  // columns
+
+// Appends `words` broken into lines that start with `indent`.
+static void append_wrapped(std::string& text, const std::string& indent,
+                           const std::string& words) {
+  size_t column = 0;
+  for (size_t begin = 0; begin < words.size();) {
+    const size_t end = std::min(words.find(' ', begin), words.size());
+    if (column > 0 && column + 1 + (end - begin) > kWidth) {
+      text += '\n';
+      column = 0;
+    }
+    text += column == 0 ? indent : " ";
+    column = (column == 0 ? indent.size() : column + 1) + (end - begin);
+    text.append(words, begin, end - begin);
+    begin = end + 1;
+  }
+  text += '\n';
+}
+
+static std::string padded(const std::string& text, size_t width) {
+  return std::string(width - std::min(width, text.size()), ' ') + text;
+}
+
+static size_t templates_in(const Gmodel& model) { return model.templates.size(); }
+
+static std::string header(const Explanation& e) {
+  const Settings& s = e.settings;
+  std::string text = shown(e.recording) + ": " + std::to_string(e.times.size()) +
+                     " samples at " + std::to_string(s.rate) + " samples/s\n";
+  text += "shortest motion " + std::to_string(s.min_motion_len) +
+          " samples, rest window " + std::to_string(s.static_window) +
+          " samples, least strength " + fixed(s.strength_threshold, 2) + " m/s²\n";
+  text += "model " + model_file(kInstalledModels, s.wearer, s.mode) + ": " +
+          std::to_string(templates_in(e.model)) + " templates, " +
+          std::to_string(e.model.class_labels.size()) + " classes\n";
+  return text;
+}
+
+static void append_scores(std::string& text, const MotionAccount& m) {
+  if (m.scores.empty()) return;
+  text += "    template  class    score  threshold   margin\n";
+  for (size_t i = 0; i < std::min(kTemplatesShown, m.scores.size()); ++i) {
+    const TemplateScore& score = m.scores[i];
+    text += padded(std::to_string(score.index + 1), 12) +
+            padded(std::to_string(score.label), 7) +
+            padded(fixed(static_cast<double>(score.score), 4), 9) +
+            padded(score.threshold ? fixed(*score.threshold, 4) : "none", 11) +
+            padded(score.margin() ? fixed(*score.margin(), 4) : "", 9) + "\n";
+  }
+}
+
+static std::string flag(bool yes) { return yes ? "yes" : "no"; }
+
+static void append_motion(std::string& text, size_t number, const MotionAccount& m,
+                          const Settings& settings) {
+  text += "\nmotion " + std::to_string(number) + "  " + span_text(m.begin, m.end) + "  " +
+          name_of(m.cause) +
+          (m.reported ? "  class " + std::to_string(*m.reported) : std::string()) + "\n";
+  append_wrapped(text, "  ", sentence_for(m, settings));
+  if (m.cause == Cause::kWrongMode) return;
+  text += "    collected " + std::to_string(m.collected) + " samples, " +
+          std::to_string(m.preroll) + " of them pre-roll; " + std::to_string(m.trimmed) +
+          " trimmed; judged at " + fixed(m.judged, 3) + " s\n";
+  if (!m.ran) return;
+  text += "    starts fast: " + flag(m.starts_fast) +
+          ", ends fast: " + flag(m.ends_fast) + ", fast from " + fixed(m.fast_from, 3) +
+          " m/s; active stretch " + std::to_string(m.compared_points()) + " samples (" +
+          fixed(m.duration_ms, 0) + " ms)\n";
+  if (!m.predicted) return;
+  text += "    strength " + fixed(m.strength, 3) + " m/s² of at least " +
+          fixed(settings.strength_threshold, 3) + "\n";
+  append_scores(text, m);
+}
+
+void write_text_account(const Explanation& e, const TextSink& sink) {
+  std::string text = header(e);
+  if (!e.expected.empty()) {
+    const auto came =
+        std::count_if(e.expected.begin(), e.expected.end(),
+                      [](const Expected& x) { return x.cause == Cause::kReported; });
+    text += "\nexpected gestures that came: " + std::to_string(came) + " of " +
+            std::to_string(e.expected.size()) + "\n";
+    for (const Expected& x : e.expected) {
+      if (x.cause == Cause::kReported) continue;
+      text += "  class " + std::to_string(x.label) + " at " + span_text(x.begin, x.end) +
+              "  " + name_of(x.cause) +
+              (x.motion ? ", motion " + std::to_string(*x.motion + 1) : std::string()) +
+              "\n";
+      append_wrapped(text, "    ", sentence_for(x, e));
+    }
+  }
+  const auto flush = [&] {
+    sink(text);
+    text.clear();
+  };
+  for (size_t i = 0; i < e.motions.size(); ++i) {
+    append_motion(text, i + 1, e.motions[i], e.settings);
+    flush();
+  }
+  if (e.motions.empty()) text += "\nno motion\n";
+  if (!e.rests.empty()) text += "\nat rest\n";
+  for (const RestStretch& rest : e.rests) {
+    append_wrapped(
+        text, "  ",
+        span_text(rest.begin, rest.end) + ": " + sentence_for(rest, e.settings));
+    flush();
+  }
+  flush();
+}
+
+static Json number(double value) { return std::isfinite(value) ? Json(value) : Json(); }
+
+template <class T>
+static Json optional_json(const std::optional<T>& value) {
+  return value ? Json(*value) : Json();
+}
+
+static Json vector_json(const Point3Df& p) {
+  return Json::array({number(p.x), number(p.y), number(p.z)});
+}
+
+static Json motion_json(const MotionAccount& m, const Settings& settings) {
+  Json scores = Json::array();
+  for (size_t i = 0; i < std::min(kTemplatesShown, m.scores.size()); ++i) {
+    const TemplateScore& s = m.scores[i];
+    scores.push_back({{"template", s.index + 1},
+                      {"class", s.label},
+                      {"score", number(static_cast<double>(s.score))},
+                      {"threshold", optional_json(s.threshold)},
+                      {"margin", s.margin() ? number(*s.margin()) : Json()}});
+  }
+  Json also = Json::array();
+  for (const Cause cause : m.also) also.push_back(name_of(cause));
+  Json json = {{"begin", m.begin},
+               {"end", m.end},
+               {"judged", m.judged},
+               {"cause", name_of(m.cause)},
+               {"also", also},
+               {"sentence", sentence_for(m, settings)},
+               {"reported", optional_json(m.reported)},
+               {"engine_class", m.engine_class},
+               {"first_sample", m.first},
+               {"collected", m.collected},
+               {"preroll", m.preroll},
+               {"trimmed", m.trimmed},
+               {"after_report", m.after_report},
+               {"at_start", m.at_start},
+               {"lost_at", optional_json(m.lost_at)},
+               {"starts_fast", m.starts_fast},
+               {"ends_fast", m.ends_fast},
+               {"fast_from", number(m.fast_from)},
+               {"active_samples", m.compared_points()},
+               {"duration_ms", m.duration_ms},
+               {"gravity", vector_json(m.gravity)},
+               {"strength", m.predicted ? number(m.strength) : Json()},
+               {"best_templates", scores}};
+  return json;
+}
+
+static Json rest_json(const RestStretch& r, const Settings& settings) {
+  const auto count = [&r](Judgement j) { return r.judged[static_cast<size_t>(j)]; };
+  return {{"begin", r.begin},
+          {"end", r.end},
+          {"sentence", sentence_for(r, settings)},
+          {"samples", r.count},
+          {"window_not_full", count(Judgement::kWindowNotFull)},
+          {"accelerometer_alone", count(Judgement::kAccRests)},
+          {"gyroscope_alone", count(Judgement::kGyroRests)},
+          {"both", count(Judgement::kBothRest)},
+          {"mean_gravity", number(r.mean_gravity)}};
+}
+
+// Everything but the motions and the rests, which may be many.
+static Json head_json(const Explanation& e) {
+  const Settings& s = e.settings;
+  Json expected = Json::array();
+  for (const Expected& x : e.expected) {
+    expected.push_back({{"begin", x.begin},
+                        {"end", x.end},
+                        {"class", x.label},
+                        {"came", x.cause == Cause::kReported},
+                        {"cause", name_of(x.cause)},
+                        {"motion", x.motion ? Json(*x.motion + 1) : Json()},
+                        {"sentence", sentence_for(x, e)}});
+  }
+  Json events = Json::array();
+  for (const GestureEvent& event : e.events) {
+    events.push_back({{"t", event.t},
+                      {"class", event.gesture},
+                      {"strength", event.strength},
+                      {"duration_ms", event.duration_ms}});
+  }
+  return {{"type", "explanation"},
+          {"recording", e.recording},
+          {"samples", e.times.size()},
+          {"settings",
+           {{"rate", s.rate},
+            {"shortest_motion", s.min_motion_len},
+            {"rest_window", s.static_window},
+            {"history", s.history_len},
+            {"least_strength", s.strength_threshold},
+            {"gyro_bias", vector_json(s.gyro_bias)},
+            {"wearer", s.wearer},
+            {"mode", s.mode}}},
+          {"model",
+           {{"file", model_file(kInstalledModels, s.wearer, s.mode)},
+            {"templates", templates_in(e.model)},
+            {"classes", e.model.class_labels}}},
+          {"events", events},
+          {"expected", expected}};
+}
+
+// A member behind others: an array of what `item` makes of each of `items`.
+template <class Items, class ToJson>
+static void write_array(const char* name, const Items& items, ToJson item, bool indent,
+                        const TextSink& sink) {
+  sink(std::string(indent ? ",\n \"" : ",\"") + name + (indent ? "\": [" : "\":["));
+  bool first = true;
+  for (const auto& one : items) {
+    std::string text = std::string(first ? "" : ",") + (indent ? "\n" : "") +
+                       json_text(item(one), indent ? 1 : -1);
+    for (size_t at = 0; indent && (at = text.find('\n', at)) != std::string::npos;
+         at += 3) {
+      text.insert(at + 1, "  ");
+    }
+    sink(text);
+    first = false;
+  }
+  sink(first || !indent ? "]" : "\n ]");
+}
+
+void write_json_account(const Explanation& e, bool indent, const TextSink& sink) {
+  const std::string_view end = indent ? "\n}" : "}";
+  const std::string head = json_text(head_json(e), indent ? 1 : -1);
+  sink(std::string_view(head).substr(0, head.size() - end.size()));
+  const auto motion = [&e](const MotionAccount& m) { return motion_json(m, e.settings); };
+  const auto rest = [&e](const RestStretch& r) { return rest_json(r, e.settings); };
+  write_array("motions", e.motions, motion, indent, sink);
+  write_array("rests", e.rests, rest, indent, sink);
+  sink(end);
+  if (indent) sink("\n");
+}
+
+}  // namespace wgr

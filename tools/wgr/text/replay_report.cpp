@@ -1,0 +1,135 @@
+#include "text/replay_report.h"
+
+#include <cmath>
+#include <nlohmann/json.hpp>
+
+#include "json/json_text.h"
+
+namespace wgr {
+
+using Json = nlohmann::ordered_json;
+
+static constexpr const char* kWearerNames[] = {"left", "right", "undecided"};
+static constexpr double kRateTolerance = 0.02;  // of the rate; beyond, people are told
+
+static double rest_share(const Totals& totals) {
+  if (totals.samples == 0) return 0.0;
+  return static_cast<double>(totals.samples_at_rest) /
+         static_cast<double>(totals.samples);
+}
+
+// How many times faster than the sensors the run was.
+static double real_time_factor(const Totals& totals) {
+  return totals.elapsed_seconds > 0.0 ? totals.seconds() / totals.elapsed_seconds : 0.0;
+}
+
+void TextReport::start() {
+  std::fputs("    t (s)  class  strength (m/s²)  duration (ms)\n", out_);
+  std::fflush(out_);
+}
+
+void TextReport::event(const GestureEvent& event) {
+  std::fprintf(out_, "%9.3f  %5d  %15.2f  %13.0f\n", event.t, event.gesture,
+               event.strength, event.duration_ms);
+  std::fflush(out_);
+}
+
+static std::string counted(size_t count, const char* one, const char* many) {
+  return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+static std::string clock_text(const Totals& totals) {
+  const Clock& clock = totals.clock;
+  std::string text;
+  const auto add = [&text](const std::string& part) {
+    text += text.empty() ? part : ", " + part;
+  };
+  char number[64];
+  if (clock.gaps() > 0) {
+    std::snprintf(number, sizeof number, " (longest %.3f s)", clock.longest_gap());
+    add(counted(clock.gaps(), "gap", "gaps") + number);
+  }
+  if (clock.backward() > 0) {
+    add(counted(clock.backward(), "step back", "steps back"));
+  }
+  if (clock.repeats() > 0) {
+    add(counted(clock.repeats(), "repeated time", "repeated times"));
+  }
+  const std::optional<double> observed = clock.observed_rate();
+  if (observed && std::fabs(*observed - totals.rate) > kRateTolerance * totals.rate) {
+    std::snprintf(number, sizeof number, "%.1f samples/s by the time stamps", *observed);
+    add(number);
+  }
+  return text.empty() ? "regular" : text;
+}
+
+void TextReport::summary(const Totals& totals) {
+  std::fprintf(out_, "\nsamples   %zu (%.1f s at %d samples/s)\n", totals.samples,
+               totals.seconds(), totals.rate);
+  std::fprintf(out_, "at rest   %.1f %%\n", 100.0 * rest_share(totals));
+
+  size_t sum = 0;
+  std::string classes;
+  for (const auto& [gesture, count] : totals.events) {
+    sum += count;
+    classes += (classes.empty() ? ": " : ", ") + std::string("class ") +
+               std::to_string(gesture) + " x " + std::to_string(count);
+  }
+  std::fprintf(out_, "events    %zu%s\n", sum, classes.c_str());
+  std::fprintf(out_, "wearer    %s (answers: %zu left, %zu right, %zu undecided)\n",
+               kWearerNames[totals.wearer()], totals.wearer_answers[0],
+               totals.wearer_answers[1], totals.wearer_answers[2]);
+  std::fprintf(out_, "clock     %s\n", clock_text(totals).c_str());
+  if (totals.absent_fields > 0) {
+    std::fprintf(
+        out_, "absent    %s: %s\n", totals.absent_axes.c_str(),
+        (counted(totals.absent_fields, "empty field", "empty fields") + " read as 0")
+            .c_str());
+  }
+  std::fprintf(out_, "speed     %.0f x real time\n", real_time_factor(totals));
+  std::fflush(out_);
+}
+
+static void write_line(const Json& object, std::FILE* out) {
+  std::fprintf(out, "%s\n", json_text(object).c_str());
+  std::fflush(out);
+}
+
+void JsonReport::event(const GestureEvent& event) {
+  write_line({{"type", "event"},
+              {"t", event.t},
+              {"class", event.gesture},
+              {"strength", event.strength},
+              {"duration_ms", event.duration_ms}},
+             out_);
+}
+
+void JsonReport::summary(const Totals& totals) {
+  Json events = Json::object();
+  for (const auto& [gesture, count] : totals.events) {
+    events[std::to_string(gesture)] = count;
+  }
+  const std::optional<double> observed = totals.clock.observed_rate();
+  write_line({{"type", "summary"},
+              {"samples", totals.samples},
+              {"seconds", totals.seconds()},
+              {"rate", totals.rate},
+              {"rest_share", rest_share(totals)},
+              {"events", events},
+              {"wearer", kWearerNames[totals.wearer()]},
+              {"wearer_answers",
+               {{"left", totals.wearer_answers[0]},
+                {"right", totals.wearer_answers[1]},
+                {"undecided", totals.wearer_answers[2]}}},
+              {"clock",
+               {{"gaps", totals.clock.gaps()},
+                {"longest_gap", totals.clock.longest_gap()},
+                {"steps_back", totals.clock.backward()},
+                {"repeated_times", totals.clock.repeats()},
+                {"observed_rate", observed ? Json(*observed) : Json(nullptr)}}},
+              {"absent_fields", totals.absent_fields},
+              {"real_time_factor", real_time_factor(totals)}},
+             out_);
+}
+
+}  // namespace wgr

@@ -1,7 +1,0 @@
-#pragma once
-
-#include <functional>
-#include <string_view>
-
-// Takes a text piece by piece.
-using TextSink = std::function<void(std::string_view)>;

@@ -1,0 +1,112 @@
+// A stream under examination: each question looks at what the ones before it repaired.
+// The questions are asked in the order of the members; each group is a file.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/points.h"
+#include "diagnosis/agreement.h"
+#include "diagnosis/diagnosis.h"
+#include "diagnosis/measures.h"
+
+namespace wgr {
+
+inline constexpr double kStandardGravity = 9.80665;  // m/s²
+inline constexpr double kLeastSeconds = 3.0;         // that rest can be judged from
+
+inline constexpr std::array<std::pair<double Point3Df::*, const char*>, 3> kAxes = {
+    {{&Point3Df::x, "x"}, {&Point3Df::y, "y"}, {&Point3Df::z, "z"}}};
+
+// A stream, or a part of one.
+struct Stream {
+  std::vector<double> times;  // s
+  Samples acc;
+  Samples gyro;
+};
+
+// What is counted over all parts of a stream so far.
+struct Occurrences {
+  size_t count = 0;
+  double first = 0.0;     // when, s
+  size_t first_line = 0;  // of the recording, from 1
+  double most = 0.0;      // how large, in the unit of what is counted
+
+  void add(double when, double how_large, size_t line = 0) {
+    if (count++ == 0) {
+      first = when;
+      first_line = line;
+    }
+    most = std::max(most, how_large);
+  }
+};
+
+// What goes from one part of a stream to the next.
+struct Carried {
+  size_t before = 0;      // samples of the stream before the part's first
+  size_t seen = 0;        // of the part, that the part before holds as well
+  size_t window = 1;      // samples that rest is judged by
+  size_t moving_for = 0;  // samples, up to the last one seen
+  Occurrences gaps, repeats, backward, zeros, acc_spikes, gyro_spikes;
+};
+
+class Examination {
+ public:
+  Examination(Stream stream, const DiagnosisOptions& options, Carried& carried);
+  Diagnosis examine();
+  const std::vector<double>& times() const { return times_; }  // once examined
+
+ private:
+  void find(const std::string& id, Sureness sure, const std::string& what,
+            const std::string& remedy, const std::string& call = "",
+            const std::string& about = "") {
+    result_.findings.push_back({id, sure, what, remedy, call, about});
+  }
+
+  // time_faults.cpp
+  void examine_stamps();
+  void examine_steps();
+  void count_steps(const std::vector<double>& steps, double rate);
+  // value_faults.cpp
+  void examine_values();
+  void examine_spikes();
+  void examine_zeros();
+  void examine_clipping();
+  void examine_bias();
+  void examine_noise();
+  // gravity_faults.cpp
+  void examine_acceleration();
+  void examine_rest();
+  std::vector<double> quiet_lengths(const std::vector<Window>& windows) const;
+  // turn_faults.cpp
+  void examine_turns();
+  std::vector<Turn> find_turns(const Point3Df& bias) const;
+  void tell_axes(const Agreement& agreement);
+
+  // The first of the samples whose steps to the next one are new in this part.
+  size_t first_step() const { return carried_.seen > 0 ? carried_.seen - 1 : 0; }
+  // The lines of a recording are its header and its samples.
+  size_t line_of(size_t index) const { return carried_.before + index + 2; }
+
+  // Windows anew, of what has been repaired.
+  void look_again();
+
+  const DiagnosisOptions& options_;
+  Carried& carried_;
+  std::vector<double> times_;  // s
+  Samples acc_;                // m/s², once its unit is known
+  Samples gyro_;               // deg/s, likewise
+  double period_ = 0.02;       // s; this where the stamps give none
+  std::vector<Window> acc_windows_;
+  std::vector<Window> gyro_windows_;
+  std::vector<size_t> quiet_;
+  std::optional<double> gravity_;  // as long as the accelerometer shows it
+  Diagnosis result_;
+};
+
+}  // namespace wgr

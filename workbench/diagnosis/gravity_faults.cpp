@@ -1,0 +1,165 @@
+// What gravity tells: which sensor shows it, in which unit, and whether the wrist can be
+// seen to rest.
+#include <algorithm>
+#include <cmath>
+
+#include "base/numbers.h"
+#include "base/table.h"
+#include "diagnosis/examination.h"
+#include "engine/rest.h"
+
+namespace wgr {
+
+static constexpr double kLeastRest = 0.1;    // of the samples
+static constexpr double kMostMotion = 60.0;  // s
+
+// The band in which the accelerometer can report rest: the roots of 98 and 110.
+static constexpr double kLeastGravity = 9.8995;
+static constexpr double kMostGravity = 10.4881;
+static constexpr double kRestSpread = 0.22;  // (m/s²)², as the rest test's
+
+// An accelerometer that shows gravity shows it within this share.
+static constexpr double kGravityTolerance = 0.25;
+
+namespace {
+
+struct AccUnit {
+  double gravity;  // of how many
+  double scale;    // to m/s²
+  const char* name;
+};
+
+}  // namespace
+
+static constexpr AccUnit kAccUnits[] = {
+    {kStandardGravity, 1.0, "m/s²"},
+    {1.0, kStandardGravity, "g"},
+    {1000.0, kStandardGravity / 1000.0, "thousandths of g"}};
+
+static const AccUnit* unit_of(const std::vector<double>& lengths) {
+  const double usual = median(lengths);
+  const double spread = percentile(lengths, 0.9) - percentile(lengths, 0.1);
+  for (const AccUnit& unit : kAccUnits) {
+    if (std::fabs(usual / unit.gravity - 1.0) < kGravityTolerance &&
+        spread < 2.0 * kGravityTolerance * usual) {
+      return &unit;
+    }
+  }
+  return nullptr;
+}
+
+std::vector<double> Examination::quiet_lengths(const std::vector<Window>& windows) const {
+  std::vector<double> lengths;
+  for (const size_t i : quiet_) {
+    lengths.push_back(std::sqrt(squared_length(windows[i].mean)));
+  }
+  return lengths;
+}
+
+// Finds which sensor shows gravity, and in which unit.
+void Examination::examine_acceleration() {
+  look_again();
+  if (quiet_.empty()) return;
+  const AccUnit* unit = unit_of(quiet_lengths(acc_windows_));
+  if (unit == nullptr) {
+    const std::vector<double> lengths = quiet_lengths(gyro_windows_);
+    const AccUnit* const other = unit_of(lengths);
+    const double spread = percentile(lengths, 0.9) - percentile(lengths, 0.1);
+    if (other != nullptr && spread < 0.1 * median(lengths)) {
+      find("swapped-sensors", Sureness::kLikely,
+           "the gyroscope's axes show gravity (" + fixed(median(lengths), 2) +
+               " long whenever it is quiet), the accelerometer's do not",
+           "pass the accelerometer first and the gyroscope second",
+           "update_gesture(h, acc, gyro)");
+      acc_.swap(gyro_);
+      look_again();
+      unit = unit_of(quiet_lengths(acc_windows_));
+    }
+  }
+  const double usual = median(quiet_lengths(acc_windows_));
+  if (unit == nullptr) {
+    // A clip cut out of a motion shows no rest, and so no gravity.
+    if (result_.facts.seconds < kLeastSeconds) return;
+    find(
+        "no-gravity",
+        usual < 0.5 * kStandardGravity ? Sureness::kLikely : Sureness::kPossible,
+        "at its quietest the acceleration is " + fixed(usual, 2) +
+            " long, which is gravity in no unit",
+        "pass the accelerometer's samples with gravity in them, not linear acceleration, "
+        "in m/s²; the rest test and the trace need gravity");
+    return;
+  }
+  if (unit->scale != 1.0) {
+    find("acc-unit", Sureness::kCertain,
+         "at rest the acceleration is " + fixed(usual, 3) + " long: it is in " +
+             unit->name + ", not in m/s²",
+         "multiply it by " + fixed(unit->scale, unit->scale < 1.0 ? 8 : 5), "",
+         unit->name);
+    scale(acc_, unit->scale);
+    look_again();
+  }
+  gravity_ = median(quiet_lengths(acc_windows_));
+  result_.facts.gravity = gravity_;
+}
+
+void Examination::examine_rest() {
+  StreamFacts& facts = result_.facts;
+  // As long as the library's by its default, at the rate that it is told.
+  const long rate = options_.rate.value_or(nearest_int(1.0 / period_));
+  const size_t window = static_cast<size_t>(std::max(1L, rate / 5));
+  for (Point3Df& p : gyro_) p = p - options_.gyro_bias;
+  size_t resting = 0;
+  size_t acc_resting = 0;
+  size_t gyro_resting = 0;
+  size_t& moving_for = carried_.moving_for;
+  size_t longest = 0;
+  // Samples that the part before held were judged there.
+  const size_t first = std::max(window, carried_.seen + 1);
+  for (size_t end = first; end <= acc_.size(); ++end) {
+    const bool acc = acc_at_rest(window_stats(acc_, end - window, end));
+    const bool gyro = gyro_at_rest(window_stats(gyro_, end - window, end));
+    acc_resting += acc ? 1 : 0;
+    gyro_resting += gyro ? 1 : 0;
+    resting += acc || gyro ? 1 : 0;
+    moving_for = acc || gyro ? 0 : moving_for + 1;
+    longest = std::max(longest, moving_for);
+  }
+  carried_.window = window;
+  const double all = static_cast<double>(acc_.size() - std::min(acc_.size(), first) + 1);
+  facts.rest_share = static_cast<double>(resting) / all;
+  facts.acc_rest_share = static_cast<double>(acc_resting) / all;
+  facts.gyro_rest_share = static_cast<double>(gyro_resting) / all;
+  facts.longest_motion = static_cast<double>(longest) * period_;
+
+  std::vector<double> spreads;
+  for (const size_t i : quiet_) spreads.push_back(acc_windows_[i].spread);
+  const bool rested = facts.seconds >= kLeastSeconds && median(spreads) < kRestSpread;
+  if (gravity_ && rested && !(*gravity_ > kLeastGravity && *gravity_ < kMostGravity)) {
+    const double gain = 10.1 / *gravity_;
+    find(
+        "gravity-band", Sureness::kCertain,
+        "at its quietest the acceleration is " + fixed(*gravity_, 2) +
+            " m/s² long, outside 9.90 to 10.49: the accelerometer can hardly report rest "
+            "and the gyroscope must decide alone",
+        "nothing, when the gyroscope rests well; otherwise, and for the accelerometer "
+        "alone, multiply the acceleration by about " +
+            fixed(gain, 3));
+  }
+  if (facts.seconds < kLeastSeconds) {
+    find("short", Sureness::kCertain,
+         "only " + fixed(facts.seconds, 1) +
+             " s: rest, bias and axes can hardly be judged",
+         "record a minute: lay the watch down for a few seconds, turn it about all axes, "
+         "gesture");
+  } else if (facts.rest_share < kLeastRest || facts.longest_motion > kMostMotion) {
+    find("no-rest", Sureness::kCertain,
+         "by the library's rule the wrist rests in " +
+             fixed(100.0 * facts.rest_share, 0) +
+             " % of the samples; the longest motion lasts " +
+             fixed(facts.longest_motion, 1) + " s",
+         "a gesture is looked for when a motion ends: mend what keeps the sensors from "
+         "resting, or have the hand held still before and after a gesture");
+  }
+}
+
+}  // namespace wgr

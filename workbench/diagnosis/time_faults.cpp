@@ -1,0 +1,151 @@
+// What the time stamps tell: unit, rate, jitter, gaps, samples twice or out of order.
+#include <algorithm>
+#include <cmath>
+
+#include "base/numbers.h"
+#include "base/table.h"
+#include "diagnosis/examination.h"
+#include "recording/clock.h"
+
+namespace wgr {
+
+static constexpr double kMostSilence = 1.0;  // s; a longer step is no step in seconds
+static constexpr double kRateTolerance = 0.02;
+static constexpr double kMostJitter = 0.15;  // of a period, standard deviation
+static constexpr double kGapPeriods = 1.75;  // as the clock counts gaps
+static constexpr double kManyRepeats = 0.2;  // of all steps
+
+// Brings stamps in ms, µs or ns to seconds.
+void Examination::examine_stamps() {
+  std::vector<double> steps;
+  for (size_t i = 1; i < times_.size(); ++i) {
+    if (times_[i] > times_[i - 1]) steps.push_back(times_[i] - times_[i - 1]);
+  }
+  if (steps.empty()) {
+    find("stamps", Sureness::kCertain, "the time stamps never go forward",
+         "stamp each sample with the time it was taken at, in seconds",
+         "--rate HZ tells the other tools what the stamps do not");
+    return;
+  }
+  const double step = median(steps);
+  if (step < kMostSilence) return;
+  static constexpr struct {
+    double most;  // of a step
+    double scale;
+    const char* name;
+  } kUnits[] = {{1e3, 1e-3, "milliseconds"},
+                {1e6, 1e-6, "microseconds"},
+                {HUGE_VAL, 1e-9, "nanoseconds"}};
+  for (const auto& unit : kUnits) {
+    if (step >= unit.most) continue;
+    find("stamps-unit", Sureness::kLikely,
+         "from stamp to stamp it is " + fixed(step, 0) + " s: they are in " + unit.name,
+         "write the time in seconds", "", unit.name);
+    for (double& t : times_) t *= unit.scale;
+    return;
+  }
+}
+
+void Examination::examine_steps() {
+  StreamFacts& facts = result_.facts;
+  std::vector<double> steps;
+  for (size_t i = 1; i < times_.size(); ++i) steps.push_back(times_[i] - times_[i - 1]);
+  const std::optional<double> rate = mean_rate(steps);
+  if (!rate) return;
+  period_ = 1.0 / *rate;
+
+  size_t repeats = 0;
+  double forward = 0.0;
+  double squares = 0.0;
+  size_t regular = 0;
+  for (const double step : steps) {
+    if (step == 0.0) ++repeats;
+    if (step <= 0.0 || step * *rate > kGapPeriods) continue;
+    forward += step;
+    squares += (step - period_) * (step - period_);
+    ++regular;
+  }
+  const double count = static_cast<double>(steps.size());
+  // Samples that come in bunches share a stamp: the rate is that of the samples.
+  if (static_cast<double>(repeats) > kManyRepeats * count && forward > 0.0) {
+    period_ = forward / static_cast<double>(regular + repeats);
+  }
+  facts.rate = 1.0 / period_;
+  if (regular > 0) {
+    facts.jitter = std::sqrt(squares / static_cast<double>(regular)) * *rate;
+  }
+
+  const std::string right = std::to_string(nearest_int(*facts.rate));
+  if (options_.rate && std::fabs(*options_.rate / *facts.rate - 1.0) > kRateTolerance) {
+    find("rate", Sureness::kCertain,
+         "samples come at " + fixed(*facts.rate, 2) + " a second, not at the " +
+             std::to_string(*options_.rate) + " that the library is told",
+         "pass the true rate: speeds, lengths and turns all follow from it",
+         "init_gesture_handle(h, " + right + ", ...); --rate " + right);
+  } else if (std::fabs(std::round(*facts.rate) / *facts.rate - 1.0) > kRateTolerance) {
+    find("rate", Sureness::kCertain,
+         "samples come at " + fixed(*facts.rate, 2) +
+             " a second, which no whole number is near",
+         "resample, or ask the sensor for a rate of whole samples",
+         "init_gesture_handle() takes whole samples per second");
+  }
+  if (facts.jitter > kMostJitter) {
+    find("jitter", Sureness::kCertain,
+         "the time from sample to sample varies by " + fixed(100.0 * facts.jitter, 0) +
+             " % of its mean (standard deviation)",
+         "stamp the samples where they are taken, or resample them to an even rate: the "
+         "library takes every step for the same time");
+  }
+  count_steps(steps, *rate);
+}
+
+// Gaps, repeats and steps back: those that no part before this one holds are added.
+void Examination::count_steps(const std::vector<double>& steps, double rate) {
+  size_t new_repeats = 0;
+  size_t new_backward = 0;
+  for (size_t i = first_step(); i < steps.size(); ++i) {
+    if (steps[i] == 0.0) {
+      carried_.repeats.add(times_[i], 0.0);
+      ++new_repeats;
+    } else if (steps[i] < 0.0) {
+      carried_.backward.add(times_[i], 0.0);
+      ++new_backward;
+    }
+  }
+  // Samples in a wrong order leave no gap once they are sorted.
+  std::vector<double> sorted(times_.begin() + static_cast<std::ptrdiff_t>(first_step()),
+                             times_.end());
+  std::sort(sorted.begin(), sorted.end());
+  size_t new_gaps = 0;
+  for (size_t i = 1; i < sorted.size(); ++i) {
+    const double step = sorted[i] - sorted[i - 1];
+    if (!(step * rate > kGapPeriods)) continue;
+    carried_.gaps.add(sorted[i - 1], step);
+    ++new_gaps;
+  }
+
+  const auto counted = [](const Occurrences& tally, const std::string& what) {
+    return std::to_string(tally.count) + what + ", the first at " +
+           fixed(tally.first, 3) + " s";
+  };
+  if (new_gaps > 0) {
+    find(
+        "gap", Sureness::kCertain,
+        counted(carried_.gaps, " gaps in the samples, the longest of " +
+                                   fixed(carried_.gaps.most, 3) + " s"),
+        "find where samples are lost; fill short gaps in before update_gesture(), or the "
+        "motion around them is compared too short");
+  }
+  if (new_repeats > 0) {
+    find("repeated", Sureness::kCertain,
+         counted(carried_.repeats, " stamps repeat the one before"),
+         "drop samples that were delivered twice; give bunches stamps of their own");
+  }
+  if (new_backward > 0) {
+    find("order", Sureness::kCertain,
+         counted(carried_.backward, " stamps lie before the one they follow"),
+         "sort the samples by time before update_gesture()");
+  }
+}
+
+}  // namespace wgr

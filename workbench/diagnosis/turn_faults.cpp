@@ -1,0 +1,170 @@
+// What both sensors tell together: from one steady moment to the next gravity turns as
+// the gyroscope says, or unit, axes or signs are wrong.
+#include <algorithm>
+#include <cmath>
+
+#include "base/table.h"
+#include "diagnosis/examination.h"
+
+namespace wgr {
+
+static constexpr double kSteadySpread = 0.3;      // (m/s²)²
+static constexpr double kSteadyTolerance = 0.04;  // of gravity's length
+static constexpr double kLeastTurn = 20.0;        // deg
+static constexpr double kLongestTurn = 3.0;       // s
+static constexpr size_t kMostTurnSamples = 6000;
+static constexpr size_t kFewestTurns = 2;
+static constexpr double kAgreement = 10.0;  // deg, of a prediction
+static constexpr double kExplained = 15.0;  // deg, of a repaired one
+static constexpr double kMuchBetter = 0.5;  // of the error as it is
+
+std::vector<Turn> Examination::find_turns(const Point3Df& bias) const {
+  std::vector<const Window*> steady;
+  for (const Window& window : acc_windows_) {
+    const double length = std::sqrt(squared_length(window.mean));
+    if (window.spread < kSteadySpread &&
+        std::fabs(length / *gravity_ - 1.0) < kSteadyTolerance) {
+      steady.push_back(&window);
+    }
+  }
+  const double least_cosine = std::cos(kLeastTurn / kDegreesPerRadian);
+  const auto cosine = [](const Point3Df& a, const Point3Df& b) {
+    return (a.x * b.x + a.y * b.y + a.z * b.z) /
+           std::sqrt(squared_length(a) * squared_length(b));
+  };
+
+  std::vector<Turn> turns;
+  size_t used = 0;
+  for (size_t i = 0; i < steady.size() && used < kMostTurnSamples; ++i) {
+    // The moment before which gravity turned most.
+    size_t best = i;
+    double most = least_cosine;
+    const size_t from = (steady[i]->begin + steady[i]->end) / 2;
+    for (size_t j = i + 1; j < steady.size(); ++j) {
+      const size_t to = (steady[j]->begin + steady[j]->end) / 2;
+      if (static_cast<double>(to - from) * period_ > kLongestTurn) break;
+      const double turned = cosine(steady[i]->mean, steady[j]->mean);
+      if (turned < most) {
+        most = turned;
+        best = j;
+      }
+    }
+    if (best == i) continue;
+    Turn turn;
+    turn.before = steady[i]->mean;
+    turn.after = steady[best]->mean;
+    const size_t to = (steady[best]->begin + steady[best]->end) / 2;
+    bool whole = true;
+    for (size_t k = from; k < to; ++k) {
+      const double step = times_[k + 1] - times_[k];
+      whole = whole && !(step > 3.0 * period_);
+      turn.rates.push_back(0.5 * (gyro_[k] + gyro_[k + 1]) - bias);
+      turn.steps.push_back(step > 0.0 ? step : period_);
+    }
+    if (whole) {
+      used += turn.rates.size();
+      turns.push_back(std::move(turn));
+    }
+    i = best - 1;
+  }
+  return turns;
+}
+
+void Examination::tell_axes(const Agreement& agreement) {
+  const AxisMap& gyro = agreement.gyro;
+  const std::string of_gyro = "the gyroscope's axes are taken as " + as_text(gyro, 'g');
+  const std::string numbers = "gravity turns as the gyroscope says (to " +
+                              fixed(agreement.best_error, 1) + " instead of " +
+                              fixed(agreement.error, 1) + " degrees, in " +
+                              std::to_string(agreement.turns) + " turns)";
+  std::string what = numbers + " only when " + of_gyro;
+  std::string remedy = "pass the gyroscope as " + as_text(gyro, 'g');
+  if (determinant(gyro) == 1) {
+    const AxisMap acc = inverse(gyro);
+    const AxisMap other = negated(acc);
+    const AxisMap& simpler = changes(other) < changes(acc) ? other : acc;
+    const std::string of_acc = "the accelerometer's as " + as_text(simpler, 'a');
+    if (changes(simpler) < changes(gyro)) {
+      what = numbers + " only when the accelerometer's axes are taken as " +
+             as_text(simpler, 'a') + ", or " + of_gyro;
+      remedy = "pass the accelerometer as " + as_text(simpler, 'a');
+    } else {
+      what += ", or " + of_acc;
+    }
+  }
+  find("axes", agreement.alone ? Sureness::kCertain : Sureness::kLikely, what,
+       remedy + ": an axis that moved is swapped, one with a minus sign flipped",
+       "update_gesture(h, acc, gyro)", remedy);
+}
+
+// Compares gravity's turns with the gyroscope's and repairs the latter.
+void Examination::examine_turns() {
+  if (!gravity_ || result_.facts.seconds < kLeastSeconds) return;
+  // A first idea of the bias; in a stream that never rests there is none.
+  Point3Df bias = {0.0, 0.0, 0.0};
+  std::vector<double> along[3];
+  for (const size_t i : quiet_) {
+    for (size_t a = 0; a < 3; ++a)
+      along[a].push_back(gyro_windows_[i].mean.*kAxes[a].first);
+  }
+  double everywhere = 0.0;
+  std::vector<double> lengths;
+  for (const Window& window : gyro_windows_) {
+    lengths.push_back(std::sqrt(squared_length(window.mean)));
+  }
+  everywhere = percentile(lengths, 0.95);
+  bool settled = true;
+  for (size_t a = 0; a < 3; ++a) {
+    bias.*kAxes[a].first = median(along[a]);
+    const double spread = percentile(along[a], 0.75) - percentile(along[a], 0.25);
+    settled = settled && spread < 0.05 * everywhere;
+  }
+  if (!settled) bias = {0.0, 0.0, 0.0};
+
+  const std::vector<Turn> turns = find_turns(bias);
+  StreamFacts& facts = result_.facts;
+  facts.turns = turns.size();
+  if (turns.size() < kFewestTurns) {
+    // What a wrist does is tens to hundreds of deg/s, and a few rad/s.
+    const double fastest = percentile(lengths, 0.99);
+    std::vector<double> pushes;
+    for (const Window& window : acc_windows_) pushes.push_back(window.spread);
+    if (percentile(pushes, 0.95) > 4.0 && fastest < 12.0 && fastest > 0.3) {
+      find("gyro-unit", Sureness::kPossible,
+           "while the wrist is shaken it turns by no more than " + fixed(fastest, 1) +
+               ": that may be rad/s",
+           "multiply the rates by 57.29578 if they are in rad/s");
+    }
+    return;
+  }
+  const Agreement agreement = compare_sensors(turns);
+  facts.turn_error = agreement.error;
+  if (agreement.error <= kAgreement) return;
+  if (agreement.best_error > kExplained ||
+      agreement.best_error > kMuchBetter * agreement.error) {
+    return;
+  }
+  facts.turn_error = agreement.best_error;
+  if (agreement.factor == kDegreesPerRadian) {
+    find("gyro-unit",
+         agreement.turns > kFewestTurns ? Sureness::kCertain : Sureness::kLikely,
+         "gravity turns by " + fixed(agreement.angle, 0) +
+             " degrees where the gyroscope says next to nothing, and as it says (to " +
+             fixed(agreement.best_error, 1) + " degrees) when its rates are rad/s",
+         "multiply the rates by 57.29578: the library wants deg/s");
+    scale(gyro_, kDegreesPerRadian);
+  } else if (agreement.factor != 1.0) {
+    find("turn-scale", Sureness::kLikely,
+         "gravity turns " + fixed(agreement.factor, 2) +
+             " times as far as rates and stamps say",
+         "see whether the stamps are true, and whether the gyroscope's range is the one "
+         "that its values are scaled for");
+  }
+  if (!is_identity(agreement.gyro)) {
+    tell_axes(agreement);
+    for (Point3Df& p : gyro_) p = mapped(agreement.gyro, p);
+  }
+  look_again();
+}
+
+}  // namespace wgr

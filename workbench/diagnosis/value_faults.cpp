@@ -1,0 +1,214 @@
+// What the values of one sensor tell: axes that are absent, stuck, held or clipped, rates
+// of exactly zero, bias and noise.
+#include <algorithm>
+#include <cmath>
+
+#include "base/table.h"
+#include "diagnosis/examination.h"
+#include "engine/rest.h"
+
+namespace wgr {
+
+static constexpr double kMostBias = 1.5;       // deg/s
+static constexpr double kMostAccNoise = 0.15;  // m/s², an axis; rest ends at 0.27
+static constexpr double kMostGyroNoise = 2.5;  // deg/s, an axis; rest ends at 6
+static constexpr double kMostHeld = 0.1;       // of the samples
+
+// Above what sensors of wrists measure: their widest ranges are 32 g and 4000 deg/s.
+static constexpr double kMostAcc = 400.0;       // m/s², an axis
+static constexpr double kMostGyro = 4500.0;     // deg/s, an axis
+static constexpr double kUsualShare = 0.95;     // of the samples are of usual size
+static constexpr double kFarAboveUsual = 20.0;  // times as large
+
+void Examination::examine_values() {
+  if (!options_.absent_axes.empty()) {
+    find("absent", Sureness::kCertain,
+         "the axes " + options_.absent_axes +
+             " have no value in some samples; they read "
+             "as 0",
+         "the library needs all three axes of both sensors");
+  }
+  const struct {
+    Samples& samples;
+    const char* name;
+    const char* letter;
+  } sensors[] = {{acc_, "accelerometer", "a"}, {gyro_, "gyroscope", "g"}};
+  for (const auto& sensor : sensors) {
+    std::string stuck;
+    for (const auto& [axis, name] : kAxes) {
+      if (!is_stuck(sensor.samples, axis)) continue;
+      const std::string full = std::string(sensor.letter) + name;
+      if (options_.absent_axes.find(full) != std::string::npos) continue;
+      stuck += (stuck.empty() ? "" : ", ") + full;
+    }
+    if (!stuck.empty()) {
+      find("stuck", Sureness::kCertain, stuck + " never changes",
+           std::string("look at the driver of the ") + sensor.name +
+               ": is the axis switched on, is the field filled in?",
+           "", stuck);
+      continue;
+    }
+    const double held = held_share(sensor.samples);
+    if (held > kMostHeld) {
+      find("held", Sureness::kLikely,
+           std::string("the ") + sensor.name + " repeats its last value in " +
+               fixed(100.0 * held, 0) + " % of the samples",
+           "it is read more often than it measures: pass pairs at the slower sensor's "
+           "rate, or raise its own",
+           "", sensor.name);
+    }
+  }
+}
+
+static double largest_of(const Point3Df& p) {
+  return std::max({std::fabs(p.x), std::fabs(p.y), std::fabs(p.z)});
+}
+
+// What is found is replaced by the value before it, or else the one behind.
+void Examination::examine_spikes() {
+  const struct {
+    Samples& samples;
+    Occurrences& tally;
+    double most;
+    const char* id;
+    const char* name;
+    const char* unit;
+  } sensors[] = {
+      {acc_, carried_.acc_spikes, kMostAcc, "acc-spike", "accelerometer", "m/s²"},
+      {gyro_, carried_.gyro_spikes, kMostGyro, "gyro-spike", "gyroscope", "deg/s"}};
+  for (const auto& sensor : sensors) {
+    Samples& samples = sensor.samples;
+    std::vector<double> sizes;
+    for (const Point3Df& p : samples) sizes.push_back(largest_of(p));
+    // Values that are large all the time are in another unit.
+    const double limit =
+        std::max(sensor.most, kFarAboveUsual * percentile(sizes, kUsualShare));
+    size_t found = 0;
+    const auto good = std::find_if(sizes.begin(), sizes.end(),
+                                   [&](double size) { return size <= limit; });
+    if (good == sizes.end()) continue;
+    Point3Df last = samples[static_cast<size_t>(good - sizes.begin())];
+    for (size_t i = 0; i < samples.size(); ++i) {
+      if (sizes[i] <= limit) {
+        last = samples[i];
+        continue;
+      }
+      samples[i] = last;
+      if (i < carried_.seen) continue;
+      sensor.tally.add(times_[i], sizes[i], line_of(i));
+      ++found;
+    }
+    if (found == 0) continue;
+    const Occurrences& all = sensor.tally;
+    find(sensor.id, Sureness::kCertain,
+         std::to_string(all.count) + " samples of the " + sensor.name +
+             " are larger than any that it measures, up to " + fixed(all.most, 2) + " " +
+             sensor.unit + ", the first at " + fixed(all.first, 3) + " s (line " +
+             std::to_string(all.first_line) + ")",
+         "look for errors of the transfer and error codes of the driver, and pass the "
+         "sample before in the place of such a one: it makes a motion of a rest");
+    look_again();
+  }
+}
+
+void Examination::examine_clipping() {
+  static constexpr double kAccRanges[] = {2, 4, 8, 16};                 // g
+  static constexpr double kGyroRanges[] = {125, 250, 500, 1000, 2000};  // deg/s
+  const auto tell = [this](const Samples& samples, char letter, double unit,
+                           const auto& ranges, const char* unit_name) {
+    std::string axes;
+    size_t count = 0;
+    double limit = 0.0;
+    for (const auto& [axis, name] : kAxes) {
+      const Clipping clipping = clipping_of(samples, axis);
+      if (clipping.samples == 0) continue;
+      axes += (axes.empty() ? "" : ", ") + std::string(1, letter) + name;
+      count += clipping.samples;
+      limit = std::max(limit, std::fabs(clipping.limit) / unit);
+    }
+    if (count == 0) return;
+    const bool known =
+        std::any_of(std::begin(ranges), std::end(ranges),
+                    [&](double range) { return std::fabs(limit / range - 1.0) < 0.03; });
+    find(letter == 'a' ? "acc-clipping" : "gyro-clipping",
+         known ? Sureness::kCertain : Sureness::kLikely,
+         axes + ": " + std::to_string(count) +
+             " samples stand at the end of the range, " + fixed(limit, 2) + " " +
+             unit_name,
+         "set the sensor to a wider range; what is cut off is lost to the comparison");
+  };
+  tell(acc_, 'a', kStandardGravity, kAccRanges, "g");
+  tell(gyro_, 'g', 1.0, kGyroRanges, "deg/s");
+}
+
+static std::string as_text(const Point3Df& p) {
+  return fixed(p.x, 2) + "," + fixed(p.y, 2) + "," + fixed(p.z, 2);
+}
+
+void Examination::examine_bias() {
+  Point3Df bias = {0.0, 0.0, 0.0};
+  for (const auto& [axis, name] : kAxes) {
+    std::vector<double> means;
+    for (const size_t i : quiet_) {
+      if (gyro_at_rest({0.0, gyro_windows_[i].spread})) {
+        means.push_back(gyro_windows_[i].mean.*axis);
+      }
+    }
+    // Moments of rest agree; of a hand that turns slowly they do not.
+    const double spread = percentile(means, 0.75) - percentile(means, 0.25);
+    if (means.size() < 3 || spread > 1.0) return;
+    bias.*axis = median(means);
+  }
+  result_.facts.bias = bias;
+  const Point3Df left = bias - options_.gyro_bias;
+  if (!(squared_length(left) > kMostBias * kMostBias)) return;
+  find("bias", Sureness::kCertain,
+       "at rest the gyroscope shows " + as_text(left) + " deg/s that are not taken off",
+       "pass the bias; a second of it turns a motion by as many degrees",
+       "init_gesture_handle(h, rate, (Point3Df){" + as_text(bias) +
+           "}, ...); --bias=" + as_text(bias));
+}
+
+void Examination::examine_noise() {
+  StreamFacts& facts = result_.facts;
+  facts.acc_noise = std::sqrt(noise_variance(acc_, acc_windows_, quiet_) / 3.0);
+  facts.gyro_noise = std::sqrt(noise_variance(gyro_, gyro_windows_, quiet_) / 3.0);
+  if (facts.acc_noise > kMostAccNoise) {
+    find("acc-noise", Sureness::kLikely,
+         "at its quietest the accelerometer's axes vary by " + fixed(facts.acc_noise, 2) +
+             " m/s²",
+         "switch the sensor's low-pass filter on: from about 0.27 on it never reports "
+         "rest");
+  }
+  if (facts.gyro_noise > kMostGyroNoise) {
+    find("gyro-noise", Sureness::kLikely,
+         "at its quietest the gyroscope's axes vary by " + fixed(facts.gyro_noise, 1) +
+             " deg/s",
+         "switch the sensor's low-pass filter on: from about 6 on it never reports rest");
+  }
+}
+
+void Examination::examine_zeros() {
+  if (options_.absent_axes.find('g') != std::string::npos) return;
+  const auto is_zero = [this](const Point3Df& p) {
+    return squared_length(p - options_.gyro_bias) == 0.0;
+  };
+  const auto begin = gyro_.begin() + static_cast<std::ptrdiff_t>(carried_.seen);
+  const auto count = std::count_if(begin, gyro_.end(), is_zero);
+  if (count == 0 || count == gyro_.end() - begin) return;
+  Occurrences& all = carried_.zeros;
+  for (size_t i = carried_.seen; i < gyro_.size(); ++i) {
+    if (is_zero(gyro_[i])) all.add(times_[i], 0.0);
+  }
+  find(
+      "zero-rate", Sureness::kCertain,
+      std::to_string(all.count) +
+          " samples have a rate of exactly zero on all axes, the first "
+          "at " +
+          fixed(all.first, 3) + " s",
+      "one at the start of a motion makes the whole motion not-a-number, and no gesture: "
+      "pass a bias that no sample equals",
+      "init_gesture_handle(h, rate, (Point3Df){1e-6, 0, 0}, ...); --bias=1e-6,0,0");
+}
+
+}  // namespace wgr

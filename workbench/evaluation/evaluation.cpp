@@ -1,0 +1,421 @@
+#include "evaluation/evaluation.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
+
+#include "base/class_codes.h"
+#include "base/errors.h"
+#include "base/progress.h"
+#include "classifier/HGR.h"
+#include "hostrun/fixed_paths.h"
+#include "hostrun/host_run.h"
+#include "output/output_files.h"
+#include "training/model_findings.h"
+#include "training/model_output.h"
+#include "training/training_file.h"
+
+namespace wgr {
+
+static constexpr double kSecondsPerHour = 3600.0;
+static constexpr double kDoubt = 0.05;       // that the bound does not hold
+static constexpr size_t kFewestSamples = 2;  // of a class, to find a threshold from
+static constexpr size_t kEventSamples = 1;   // that a motion may end behind its event
+
+static double share(size_t part, size_t whole) {
+  return whole == 0 ? 0.0 : static_cast<double>(part) / static_cast<double>(whole);
+}
+
+double Evaluation::accuracy() const { return share(right, takes); }
+double Evaluation::kept_accuracy() const { return share(kept_right, kept); }
+double Evaluation::named() const { return share(kept_named, kept); }
+
+std::optional<double> Evaluation::named_by_all() const {
+  if (by_all.samples == 0) return std::nullopt;
+  return share(by_all.right, by_all.samples);
+}
+
+std::optional<double> Evaluation::false_positives_per_hour() const {
+  if (!(background_hours > 0.0)) return std::nullopt;
+  return static_cast<double>(false_events) / background_hours;
+}
+
+// How likely at most n events are where `mean` are expected (Poisson).
+static double likelihood(size_t n, double mean) {
+  double term = std::exp(-mean);
+  double sum = term;
+  for (size_t i = 1; i <= n; ++i) {
+    term *= mean / static_cast<double>(i);
+    sum += term;
+  }
+  return sum;
+}
+
+std::optional<double> Evaluation::false_per_hour_bound() const {
+  if (!(background_hours > 0.0)) return std::nullopt;
+  double low = 0.0;
+  double high = 10.0 + 3.0 * static_cast<double>(false_events);
+  for (int i = 0; i < 60; ++i) {
+    const double middle = 0.5 * (low + high);
+    (likelihood(false_events, middle) > kDoubt ? low : high) = middle;
+  }
+  return high / background_hours;
+}
+
+std::optional<double> Evaluation::recall(int label) const {
+  const auto row = confusion.find(label);
+  if (row == confusion.end()) return std::nullopt;
+  size_t all = 0;
+  for (const auto& [what, count] : row->second) all += count;
+  const auto own = row->second.find(std::to_string(label));
+  return share(own == row->second.end() ? 0 : own->second, all);
+}
+
+std::optional<double> Evaluation::precision(int label) const {
+  const auto all = events.find(label);
+  const auto row = confusion.find(label);
+  if (all == events.end() || all->second == 0 || row == confusion.end()) {
+    return std::nullopt;
+  }
+  const auto own = row->second.find(std::to_string(label));
+  return share(own == row->second.end() ? 0 : own->second, all->second);
+}
+
+std::optional<double> Evaluation::latency(double quantile) const {
+  if (latencies.empty()) return std::nullopt;
+  const double last = static_cast<double>(latencies.size() - 1);
+  return latencies[static_cast<size_t>(std::lround(quantile * last))];
+}
+
+namespace {
+
+// Which fold each take, and the background of each recording, is left out in.
+struct Division {
+  std::vector<std::string> names;
+  std::vector<std::vector<size_t>> takes;  // recording, span
+  std::vector<size_t> background;          // recording
+};
+
+}  // namespace
+
+static size_t index_of(const std::string& name, std::vector<std::string>& names) {
+  const auto found = std::find(names.begin(), names.end(), name);
+  if (found != names.end()) return static_cast<size_t>(found - names.begin());
+  names.push_back(name);
+  return names.size() - 1;
+}
+
+static Division divide(const SegmentedSet& set, const EvaluationOptions& options) {
+  Division division;
+  const size_t folds = static_cast<size_t>(options.folds);
+  std::map<int, size_t> takes_of;  // of each class so far
+  for (size_t r = 0; r < set.recordings.size(); ++r) {
+    const SegmentedRecording& recording = set.recordings[r];
+    const SetEntry& entry = recording.entry;
+    size_t fold = 0;
+    if (options.leave_out == LeaveOut::kSubject) {
+      if (entry.subject.empty()) {
+        throw UsageError(entry.path + ": index.csv names no subject to be left out");
+      }
+      fold = index_of(entry.subject, division.names);
+    } else if (options.leave_out == LeaveOut::kSession) {
+      fold = index_of(entry.file, division.names);
+    } else if (options.leave_out == LeaveOut::kTake) {
+      fold = r % folds;
+    }
+    division.background.push_back(fold);
+    division.takes.emplace_back();
+    for (const Annotation& span : recording.spans) {
+      division.takes.back().push_back(
+          options.leave_out == LeaveOut::kTake ? takes_of[span.label]++ % folds : fold);
+    }
+  }
+  if (options.leave_out == LeaveOut::kNothing) division.names = {"nothing"};
+  if (options.leave_out == LeaveOut::kTake) {
+    for (size_t f = 0; f < folds; ++f) {
+      division.names.push_back("every " + std::to_string(folds) + "th take, from " +
+                               std::to_string(f + 1));
+    }
+  } else if (options.leave_out != LeaveOut::kNothing && division.names.size() < 2) {
+    throw UsageError("leaving out needs at least two subjects or sessions");
+  }
+  return division;
+}
+
+// What the library says to each motion of a recording: the class that is reported, and
+// when.
+using Answers = std::vector<std::optional<GestureEvent>>;
+
+static Answers play_stream(const SegmentedRecording& recording,
+                           const Provenance& provenance) {
+  HostRunOptions options;
+  options.wearer = kDefaultWearer;
+  options.mode = kDefaultMode;
+  options.rate = provenance.rate;
+  options.shortest = provenance.shortest;
+  HostRun session(options);
+  Answers answers(recording.motions.size());
+  // By the samples' order: the clock may step back.
+  size_t motion = 0;
+  for (size_t i = 0; i < recording.samples.size(); ++i) {
+    const std::optional<GestureEvent> event = session.feed(recording.samples[i]);
+    // A motion's last sample is the one before that which completes it.
+    while (motion < recording.motions.size() && recording.motions[motion].last + 1 < i) {
+      ++motion;
+    }
+    if (event) {
+      if (motion == recording.motions.size() ||
+          recording.motions[motion].last > i + kEventSamples || answers[motion]) {
+        throw std::logic_error(recording.entry.path +
+                               ": the library cut another motion than wgr segment");
+      }
+      answers[motion] = event;
+    }
+  }
+  return answers;
+}
+
+static Answers ask_classifier(HGR& classifier, const SegmentedRecording& recording) {
+  Answers answers;
+  for (const Motion& motion : recording.motions) {
+    answers.emplace_back();
+    if (motion.verdict != Verdict::kKept) continue;
+    Points trace = motion.trace;
+    int reject = 0;
+    double strength = 0.0;
+    const int named = classifier.predict(trace, &strength, nullptr, &reject);
+    const std::optional<int> reported = report_of(reject != 0 ? kRejected : named);
+    if (reported) answers.back() = GestureEvent{motion.end, *reported, strength, 0.0};
+  }
+  return answers;
+}
+
+static double overlap(const Motion& motion, const Annotation& span) {
+  return std::min(span.end, motion.end) - std::max(span.begin, motion.begin);
+}
+
+// The span that a motion overlaps most, or the motion that a span does; -1: none.
+template <class Items>
+static int most_overlapped(
+    const Items& items,
+    const std::function<double(const typename Items::value_type&)>& common) {
+  int best = -1;
+  double most = 0.0;
+  for (size_t i = 0; i < items.size(); ++i) {
+    const double here = common(items[i]);
+    if (here <= most) continue;
+    most = here;
+    best = static_cast<int>(i);
+  }
+  return best;
+}
+
+// The class of the nearest template, whatever its threshold.
+static int name_of(HGR& classifier, const Motion& motion) {
+  Points trace = motion.trace;
+  return classifier.predict(trace, nullptr, nullptr, nullptr);
+}
+
+static std::string outcome_of(const std::optional<GestureEvent>& answer) {
+  if (!answer) return kNothing;
+  return answer->gesture == report_of(kRejected) ? kRefused
+                                                 : std::to_string(answer->gesture);
+}
+
+static Played score_take(const SegmentedRecording& recording, size_t take,
+                         const Answers& answers, HGR& classifier, Fold& fold,
+                         Evaluation& result) {
+  const Annotation& span = recording.spans[take];
+  ++result.takes;
+  ++fold.takes;
+  result.whole += recording.whole ? 1 : 0;
+  const auto own = std::find(recording.span_of.begin(), recording.span_of.end(),
+                             static_cast<int>(take));
+  const bool kept = own != recording.span_of.end();
+  const int nearest = most_overlapped<std::vector<Motion>>(
+      recording.motions, [&](const Motion& m) { return overlap(m, span); });
+  const size_t m = kept ? static_cast<size_t>(own - recording.span_of.begin())
+                        : static_cast<size_t>(std::max(nearest, 0));
+  std::string outcome = kNothing;
+  std::string cause = "no motion: the wrist counted as resting";
+  if (kept || nearest >= 0) {
+    const Motion& motion = recording.motions[m];
+    const bool shared = most_overlapped<std::vector<Annotation>>(
+                            recording.spans, [&](const Annotation& s) {
+                              return overlap(motion, s);
+                            }) != static_cast<int>(take);
+    if (shared) {
+      cause = "one motion with another take";
+    } else if (!answers[m]) {
+      cause = motion.verdict == Verdict::kKept
+                  ? "not reported"
+                  : kVerdictNames[static_cast<size_t>(motion.verdict)];
+    } else {
+      const int reported = answers[m]->gesture;
+      outcome = outcome_of(answers[m]);
+      const bool refused = outcome == kRefused;
+      cause = refused ? "refused: less alike than the threshold" : "taken for another";
+      if (!kept) {
+        cause +=
+            std::string(" (") + kVerdictNames[static_cast<size_t>(motion.verdict)] + ")";
+      }
+      if (reported == span.label && !recording.whole) {
+        result.latencies.push_back(answers[m]->t - span.end);
+      }
+    }
+  }
+  ++result.confusion[span.label][outcome];
+  const bool right = outcome == std::to_string(span.label);
+  result.right += right ? 1 : 0;
+  fold.right += right ? 1 : 0;
+  if (!right) ++result.misses[cause];
+  if (kept) {
+    ++result.kept;
+    result.kept_right += right ? 1 : 0;
+    result.kept_named += name_of(classifier, recording.motions[m]) == span.label ? 1 : 0;
+  }
+  Played played;
+  played.take = take;
+  if (kept || nearest >= 0) played.motion = m;
+  played.outcome = outcome;
+  if (!right) played.cause = cause;
+  return played;
+}
+
+static void play(const SegmentedSet& set, const Division& division, size_t f,
+                 HGR& classifier, Fold& fold, Evaluation& result, Progress& progress) {
+  for (size_t r = 0; r < set.recordings.size(); ++r) {
+    const SegmentedRecording& recording = set.recordings[r];
+    const std::vector<size_t>& folds = division.takes[r];
+    const bool background = division.background[r] == f;
+    if (!background && std::count(folds.begin(), folds.end(), f) == 0) continue;
+    const Answers answers = recording.whole ? ask_classifier(classifier, recording)
+                                            : play_stream(recording, set.provenance);
+    if (background) progress.add(1);
+    const auto note = [&](Played played) {
+      played.recording = r;
+      played.fold = f;
+      result.played.push_back(std::move(played));
+    };
+    for (size_t take = 0; take < folds.size(); ++take) {
+      if (folds[take] != f) continue;
+      note(score_take(recording, take, answers, classifier, fold, result));
+    }
+    if (background) result.background_hours += recording.background_seconds;
+    for (size_t m = 0; m < answers.size(); ++m) {
+      const bool asked = recording.motions[m].verdict == Verdict::kKept;
+      if (!answers[m] && !asked) continue;
+      const int span = most_overlapped<std::vector<Annotation>>(
+          recording.spans,
+          [&](const Annotation& s) { return overlap(recording.motions[m], s); });
+      const bool counts = span < 0 ? background : folds[static_cast<size_t>(span)] == f;
+      if (!counts) continue;
+      if (span < 0) note({0, {}, m, 0, outcome_of(answers[m]), ""});
+      if (!answers[m]) continue;
+      const bool refused = answers[m]->gesture == report_of(kRejected);
+      if (!refused) ++result.events[answers[m]->gesture];
+      if (span < 0) ++(refused ? result.refused_outside : result.false_events);
+    }
+  }
+}
+
+static std::vector<bool> taken_in(const SegmentedSet& set, const Division& division,
+                                  size_t fold) {
+  std::vector<bool> taken;
+  for (size_t r = 0; r < set.recordings.size(); ++r) {
+    const SegmentedRecording& recording = set.recordings[r];
+    for (size_t m = 0; m < recording.motions.size(); ++m) {
+      if (recording.motions[m].verdict != Verdict::kKept) continue;
+      const int span = recording.span_of[m];
+      const size_t out = span < 0 ? division.background[r]
+                                  : division.takes[r][static_cast<size_t>(span)];
+      taken.push_back(out != fold);
+    }
+  }
+  return taken;
+}
+
+// Whether a model can accept something as the class.
+static bool is_accepted(int label, const BuildReport& report) {
+  return std::any_of(report.classes.begin(), report.classes.end(),
+                     [label](const ClassReport& c) {
+                       return c.label == label && c.samples >= kFewestSamples;
+                     });
+}
+
+static void count_unjudged(const SegmentedSet& set, const Division& division, size_t f,
+                           const BuildReport& report, Evaluation& result) {
+  for (size_t r = 0; r < set.recordings.size(); ++r) {
+    const std::vector<Annotation>& spans = set.recordings[r].spans;
+    for (size_t take = 0; take < spans.size(); ++take) {
+      if (division.takes[r][take] != f || is_accepted(spans[take].label, report))
+        continue;
+      ++result.unjudged[spans[take].label];
+    }
+  }
+}
+
+// Of the model's background, in hours.
+static double hours_in(const SegmentedSet& set, const Division& division, size_t fold) {
+  double seconds = 0.0;
+  for (size_t r = 0; r < set.recordings.size(); ++r) {
+    if (division.background[r] == fold) continue;
+    seconds += set.recordings[r].background_seconds;
+  }
+  return seconds / kSecondsPerHour;
+}
+
+Evaluation evaluate(const SegmentedSet& set, const EvaluationOptions& options) {
+  const Division division = divide(set, options);
+  const std::string place = model_file(kInstalledModels, kDefaultWearer, kDefaultMode);
+  std::optional<ModelBuilder> builder;
+  if (options.leave_out == LeaveOut::kNothing) {
+    std::ifstream model(options.model, std::ios::binary);
+    if (!model) throw UsageError(options.model + ": cannot be read");
+    std::ostringstream bytes;
+    bytes << model.rdbuf();
+    write_output(place, bytes.str());
+  } else {
+    builder.emplace(
+        parse_training_text(training_text(kept_motions(set), set.provenance.gravity)),
+        options.build.threads, false, set.provenance.subjects);
+  }
+
+  Evaluation result;
+  Progress progress("playing " + std::to_string(set.recordings.size()) + " recordings",
+                    set.recordings.size());
+  for (size_t f = 0; f < division.names.size(); ++f) {
+    Fold fold;
+    fold.left_out = division.names[f];
+    if (builder) {
+      BuildOptions build = options.build;
+      build.background_hours = hours_in(set, division, f);
+      BuildReport report;
+      const std::vector<bool> taken = taken_in(set, division, f);
+      write_output(place, model_text(builder->build(taken, build, report)));
+      count_unjudged(set, division, f, report, result);
+      const Tally by_all = builder->named_by_all(taken);
+      result.by_all.samples += by_all.samples;
+      result.by_all.right += by_all.right;
+      fold.samples = report.samples();
+      fold.templates = report.templates();
+    }
+    HGR classifier(0);
+    classifier.model->read(std::filesystem::path(place).replace_extension("").c_str());
+    if (!builder) {
+      require_comparable(*classifier.model, options.model);
+      fold.templates = classifier.model->templates.size();
+    }
+    result.models.push_back(*classifier.model);
+    play(set, division, f, classifier, fold, result, progress);
+    result.folds.push_back(fold);
+  }
+  result.background_hours /= kSecondsPerHour;
+  std::sort(result.latencies.begin(), result.latencies.end());
+  return result;
+}
+
+}  // namespace wgr

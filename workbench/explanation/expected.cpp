@@ -1,0 +1,133 @@
+#include "explanation/expected.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+#include "base/table.h"
+#include "base/text_lines.h"
+#include "segmentation/annotations.h"
+
+namespace wgr {
+
+static constexpr char kSpansHeader[] = "t_start,t_end,label";
+static constexpr size_t kByteOrderMark = 3;  // bytes that may stand before the header
+static constexpr double kMuchLonger = 2.0;   // motion, in lengths of what was expected
+
+// Whether the path ends in all parts of `file`.
+static bool is_file(const std::filesystem::path& path,
+                    const std::filesystem::path& file) {
+  const std::vector<std::filesystem::path> parts(path.begin(), path.end());
+  const std::vector<std::filesystem::path> tail(file.begin(), file.end());
+  return tail.size() <= parts.size() &&
+         std::equal(tail.rbegin(), tail.rend(), parts.rbegin());
+}
+
+static bool has_files(const std::string& path) {
+  std::ifstream file(path);
+  std::string header;
+  next_line(file, header, kByteOrderMark + sizeof kSpansHeader);
+  return header.find(kSpansHeader) > kByteOrderMark;
+}
+
+std::vector<Expected> read_expected(const std::string& path,
+                                    const std::string& recording) {
+  std::vector<Expected> expected;
+  const bool with_files = has_files(path);
+  for (const Annotation& span : with_files ? read_labels(path) : read_spans(path)) {
+    if (with_files && !is_file(recording, span.file)) continue;
+    expected.push_back({span.begin, span.end, span.label, Cause::kReported});
+  }
+  return expected;
+}
+
+static double overlap(const MotionAccount& m, double begin, double end) {
+  return std::min(m.end, end) - std::max(m.begin, begin);
+}
+
+// The motion that overlaps the most.
+static std::optional<size_t> nearest_motion(const Explanation& e, const Expected& x) {
+  std::optional<size_t> nearest;
+  double most = 0.0;
+  for (size_t i = 0; i < e.motions.size(); ++i) {
+    const double common = overlap(e.motions[i], x.begin, x.end);
+    if (common <= most) continue;
+    most = common;
+    nearest = i;
+  }
+  return nearest;
+}
+
+// Whether another expectation of the same motion covers more of it.
+static bool belongs_to_another(const Explanation& e, const Expected& x, size_t motion) {
+  const MotionAccount& m = e.motions[motion];
+  const double own = overlap(m, x.begin, x.end);
+  for (const Expected& other : e.expected) {
+    if (&other == &x || other.label != x.label) continue;
+    const double theirs = overlap(m, other.begin, other.end);
+    if (theirs > own || (theirs == own && &other < &x)) return true;
+  }
+  return false;
+}
+
+static bool has_class(const Gmodel& model, int label) {
+  return std::any_of(model.templates.begin(), model.templates.end(),
+                     [label](const auto& entry) { return entry.first == label; });
+}
+
+// No motion was there at all: why the wrist counted as resting.
+static void explain_rest(const Explanation& e, Expected& x) {
+  RestStretch seen;
+  for (size_t i = 0; i < e.times.size(); ++i) {
+    if (e.times[i] < x.begin || e.times[i] > x.end) continue;
+    ++seen.count;
+    ++seen.judged[static_cast<size_t>(e.judgements[i])];
+  }
+  const auto count = [&seen](Judgement j) { return seen.judged[static_cast<size_t>(j)]; };
+  const auto set = [&x](Cause cause, NoMotion why) {
+    x.cause = cause;
+    x.no_motion = why;
+  };
+  if (seen.count == 0) return set(Cause::kNoSamples, NoMotion::kNoSamples);
+  const size_t blind = count(Judgement::kWindowNotFull);
+  if (2 * blind >= seen.count) {
+    const bool after_report =
+        std::any_of(e.events.begin(), e.events.end(),
+                    [&x](const GestureEvent& event) { return event.t <= x.end; });
+    return after_report ? set(Cause::kCutByReport, NoMotion::kAfterReport)
+                        : set(Cause::kAtRest, NoMotion::kAtStart);
+  }
+  const size_t gyro = count(Judgement::kGyroRests);
+  const size_t acc = count(Judgement::kAccRests);
+  set(Cause::kAtRest, count(Judgement::kBothRest) >= gyro + acc ? NoMotion::kBothRested
+                      : gyro >= acc                             ? NoMotion::kGyroRested
+                                                                : NoMotion::kAccRested);
+}
+
+static void explain_motion(const Explanation& e, Expected& x) {
+  const MotionAccount& m = e.motions[*x.motion];
+  x.cause = m.cause;
+  if (m.cause == Cause::kReported) {
+    if (m.reported != x.label) {
+      x.cause = Cause::kOtherClass;
+    } else if (belongs_to_another(e, x, *x.motion)) {
+      x.cause = Cause::kSharedMotion;
+    }
+  }
+  x.much_longer =
+      x.cause != Cause::kReported && m.end - m.begin > kMuchLonger * (x.end - x.begin);
+}
+
+void find_expected(Explanation& e) {
+  for (Expected& x : e.expected) {
+    x.motion = nearest_motion(e, x);
+    if (x.motion) {
+      explain_motion(e, x);
+    } else {
+      explain_rest(e, x);
+    }
+    x.no_template = x.cause != Cause::kReported && !has_class(e.model, x.label);
+  }
+}
+
+}  // namespace wgr

@@ -1,0 +1,20 @@
+// Compares what was expected of a recording with what came.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "explanation/explanation.h"
+
+namespace wgr {
+
+// The expected gestures of `recording` in a table with the header t_start,t_end,label, or
+// file,t_start,t_end,label, of which the rows are taken whose file the recording is.
+// Throws UsageError for what is no such table.
+std::vector<Expected> read_expected(const std::string& path,
+                                    const std::string& recording);
+
+// Fills in what became of each of `explanation.expected`.
+void find_expected(Explanation& explanation);
+
+}  // namespace wgr

@@ -1,0 +1,258 @@
+#include "explanation/explanation.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <stdexcept>
+
+#include "base/table.h"
+#include "context/WgrContext.h"
+#include "engine/rest.h"
+
+namespace wgr {
+
+static bool same_bits(double a, double b) {
+  return (std::isnan(a) && std::isnan(b)) || std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+namespace {
+
+// Looks at the engine after every sample of the host's.
+class Watcher {
+ public:
+  Watcher(const HostRun& session, Explanation& explanation)
+      : engine_(*static_cast<WgrContext*>(session.handle())->ages), e_(explanation) {}
+
+  void before() { collecting_before_ = engine_.motion_acc.size(); }
+  void after(const Step& step);
+  void finish();
+
+ private:
+  size_t newest() const { return e_.times.size() - 1; }
+  void forget();
+  Judgement judge(RestStretch& figures) const;
+  void note_rest(Judgement judgement, const RestStretch& figures);
+  void close_motion(const Step& step);
+  void keep(MotionAccount account);
+  void place(MotionAccount& account) const;
+  void compare(const MotionAccount& account, const Step& step) const;
+  [[noreturn]] void disagree(const std::string& what) const;
+
+  AgGes& engine_;
+  Explanation& e_;
+  // The newest samples: of the motion being collected, and of the window at least.
+  Samples acc_;
+  Samples rates_;  // with the bias off
+  size_t collecting_before_ = 0;
+  size_t preroll_ = 0;
+  size_t afresh_ = 0;          // the sample with which the histories start
+  bool report_ended_ = false;  // they start there because of a report
+};
+
+}  // namespace
+
+void Watcher::disagree(const std::string& what) const {
+  throw std::logic_error(e_.recording + ": at " + fixed(e_.times.back(), 3) +
+                         " s the explanation's " + what +
+                         " is not the library's; please report this recording");
+}
+
+// The newest sample, from its window; why a sensor did not say rest goes to `figures`.
+Judgement Watcher::judge(RestStretch& figures) const {
+  const size_t since = e_.times.size() - afresh_;
+  const size_t held = std::min(since, static_cast<size_t>(engine_.history_len));
+  const size_t window = static_cast<size_t>(engine_.static_window);
+  if (engine_.static_window < 0 || held < window) return Judgement::kWindowNotFull;
+
+  const size_t end = acc_.size();
+  const WindowStats acc = window_stats(acc_, end - window, end);
+  const WindowStats gyro = window_stats(rates_, end - window, end);
+  const bool acc_rests = acc_at_rest(acc);
+  const bool gyro_rests = gyro_at_rest(gyro);
+  figures.mean_gravity = std::sqrt(acc.mean_squared);
+  // One of the two figures at a time, beside one that rests without doubt.
+  constexpr double kSurelyGravity = 100.0;  // (m/s²)²
+  figures.gravity_outside = acc_at_rest({acc.mean_squared, 0.0}) ? 0 : 1;
+  figures.acc_scattered = acc_at_rest({kSurelyGravity, acc.spread}) ? 0 : 1;
+  figures.turning = gyro_at_rest({gyro.mean_squared, 0.0}) ? 0 : 1;
+  figures.gyro_scattered = gyro_at_rest({0.0, gyro.spread}) ? 0 : 1;
+  if (acc_rests && gyro_rests) return Judgement::kBothRest;
+  if (acc_rests) return Judgement::kAccRests;
+  return gyro_rests ? Judgement::kGyroRests : Judgement::kMotion;
+}
+
+void Watcher::note_rest(Judgement judgement, const RestStretch& figures) {
+  if (judgement == Judgement::kMotion) return;
+  const bool goes_on =
+      !e_.rests.empty() && e_.rests.back().first + e_.rests.back().count == newest();
+  if (!goes_on) {
+    e_.rests.emplace_back();
+    e_.rests.back().first = newest();
+    e_.rests.back().begin = e_.times.back();
+  }
+  RestStretch& rest = e_.rests.back();
+  ++rest.count;
+  rest.end = e_.times.back();
+  ++rest.judged[static_cast<size_t>(judgement)];
+  rest.gravity_outside += figures.gravity_outside;
+  rest.acc_scattered += figures.acc_scattered;
+  rest.turning += figures.turning;
+  rest.gyro_scattered += figures.gyro_scattered;
+  if (judgement != Judgement::kWindowNotFull) {
+    const double seen = static_cast<double>(
+        rest.count - rest.judged[static_cast<size_t>(Judgement::kWindowNotFull)]);
+    rest.mean_gravity += (figures.mean_gravity - rest.mean_gravity) / seen;
+  }
+}
+
+void Watcher::after(const Step& step) {
+  e_.times.push_back(step.sample.t);
+  if (e_.for_page) e_.drawn.add(step.sample);
+  acc_.push_back(step.sample.acc);
+  rates_.push_back(step.sample.gyro - engine_.gyro_bias);
+  if (step.event != nullptr) e_.events.push_back(*step.event);
+  if (engine_.work_mode == kAccOnly) {
+    e_.judgements.push_back(Judgement::kWindowNotFull);
+    forget();
+    return;
+  }
+
+  RestStretch figures;
+  const Judgement judgement = judge(figures);
+  e_.judgements.push_back(judgement);
+  if ((judgement != Judgement::kMotion) != step.at_rest) disagree("judgement of rest");
+  note_rest(judgement, figures);
+
+  const size_t collecting = engine_.motion_acc.size();
+  if (collecting_before_ == 0 && collecting > 0) preroll_ = collecting - 1;
+  if (collecting_before_ > 0 && collecting == 0) close_motion(step);
+  if (step.event != nullptr) {
+    afresh_ = e_.times.size();
+    report_ended_ = true;
+  }
+  forget();
+}
+
+// Drops samples that neither the motion being collected nor the next window needs.
+void Watcher::forget() {
+  const size_t window = static_cast<size_t>(std::max(engine_.static_window, 0));
+  const size_t needed = std::max(engine_.motion_acc.size(), window);
+  while (acc_.size() > needed) {
+    acc_.pop_front();
+    rates_.pop_front();
+  }
+}
+
+void Watcher::place(MotionAccount& account) const {
+  const size_t kept = std::max<size_t>(account.kept(), 1);
+  account.preroll = preroll_;
+  account.begin = e_.times[account.first];
+  account.end = e_.times[account.first + kept - 1];
+  account.judged = e_.times.back();
+  // The first sample that a full window judged: what was before it nobody saw.
+  const size_t first_judged = afresh_ + static_cast<size_t>(engine_.static_window) - 1;
+  if (account.first + account.preroll == first_judged) {
+    account.after_report = report_ended_;
+    account.at_start = !report_ended_;
+  }
+}
+
+void Watcher::close_motion(const Step& step) {
+  const size_t first = newest() - collecting_before_;
+  // The newest sample ended the motion and is none of it.
+  const std::ptrdiff_t end = static_cast<std::ptrdiff_t>(acc_.size()) - 1;
+  const std::ptrdiff_t begin = end - static_cast<std::ptrdiff_t>(collecting_before_);
+  MotionAccount account = account_of(
+      engine_, Samples(acc_.begin() + begin, acc_.begin() + end),
+      Samples(rates_.begin() + begin, rates_.begin() + end), first, collecting_before_);
+  place(account);
+  account.reported = report_of(account.engine_class);
+  compare(account, step);
+  const bool lost_its_start = account.cause == Cause::kStartsFast ||
+                              account.cause == Cause::kTooShort ||
+                              account.cause == Cause::kStretchTooShort;
+  if (account.after_report && lost_its_start) {
+    account.also.insert(account.also.begin(), account.cause);
+    account.cause = Cause::kCutByReport;
+  }
+  keep(std::move(account));
+}
+
+void Watcher::keep(MotionAccount account) {
+  if (e_.for_page) {
+    e_.drawn_motions.add(account, e_.model, e_.times, e_.settings.rate);
+  }
+  if (!e_.keep_traces) account.drop_traces(kTemplatesShown);
+  e_.motions.push_back(std::move(account));
+}
+
+void Watcher::compare(const MotionAccount& account, const Step& step) const {
+  const GestureEvent* event = step.event;
+  if (account.reported.has_value() != (event != nullptr)) disagree("report");
+  if (event != nullptr && event->gesture != *account.reported) disagree("class");
+  if (!account.ran) return;
+  if (event == nullptr && engine_.gesture_class != account.engine_class) {
+    disagree("class");
+  }
+  if (account.predicted && !same_bits(engine_.motion_strength, account.strength)) {
+    disagree("strength");
+  }
+  if (!same_bits(engine_.recog_cost_time, account.duration_ms)) disagree("duration");
+  if (event != nullptr && (!same_bits(event->strength, account.strength) ||
+                           !same_bits(event->duration_ms, account.duration_ms))) {
+    disagree("event");
+  }
+}
+
+void Watcher::finish() {
+  if (e_.times.empty()) return;
+  const size_t collecting = engine_.motion_acc.size();
+  if (engine_.work_mode == kAccOnly) {
+    MotionAccount account;
+    account.collected = e_.times.size();
+    account.begin = e_.times.front();
+    account.end = account.judged = e_.times.back();
+    account.engine_class = engine_.gesture_class;
+    account.cause = Cause::kWrongMode;
+    keep(std::move(account));
+  } else if (collecting > 0) {
+    MotionAccount account;
+    account.first = e_.times.size() - collecting;
+    account.collected = collecting;
+    account.engine_class = engine_.gesture_class;
+    account.cause = Cause::kUnfinished;
+    place(account);
+    keep(std::move(account));
+  }
+}
+
+void explain(const HostRunOptions& options, RecordingReader& reader,
+             Explanation& explanation) {
+  HostRun session(options);
+  const AgGes& engine = *static_cast<WgrContext*>(session.handle())->ages;
+  explanation.settings = {engine.sample_rate,
+                          engine.min_motion_len,
+                          engine.static_window,
+                          engine.history_len,
+                          engine.strength_threshold,
+                          engine.gyro_bias,
+                          options.wearer,
+                          options.mode};
+  explanation.model = *engine.hgr->model;
+  Totals totals(engine.sample_rate);
+  Watcher watcher(session, explanation);
+  std::exception_ptr malformed;
+  watcher.before();
+  try {
+    run_host(session, reader, totals, [&](const Step& step) {
+      watcher.after(step);
+      watcher.before();
+    });
+  } catch (const RecordingError&) {
+    malformed = std::current_exception();
+  }
+  watcher.finish();
+  if (malformed) std::rethrow_exception(malformed);
+}
+
+}  // namespace wgr

@@ -1,0 +1,104 @@
+// What a host's run over a recording looked like from inside: when the wrist was at rest
+// and which sensor said so, and what became of every motion.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <deque>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "explanation/drawn_motions.h"
+#include "explanation/drawn_stream.h"
+#include "explanation/motion_account.h"
+#include "hostrun/host_run.h"
+#include "hostrun/run.h"
+#include "recording/recording.h"
+
+namespace wgr {
+
+// How one sample was judged, from the window that it ends.
+enum class Judgement : unsigned char {
+  kMotion,         // both sensors show motion
+  kWindowNotFull,  // at rest, for want of samples
+  kAccRests,       // at rest by the accelerometer alone
+  kGyroRests,      // at rest by the gyroscope alone
+  kBothRest,
+};
+inline constexpr size_t kJudgements = 5;
+
+inline constexpr size_t kTemplatesShown = 5;  // of a motion, the best
+
+// Consecutive samples at rest.
+struct RestStretch {
+  size_t first = 0;
+  size_t count = 0;
+  double begin = 0.0;  // s, of its first sample
+  double end = 0.0;    // s, of its last
+  std::array<size_t, kJudgements> judged = {};
+  // Why the accelerometer did not say so where it did not, in samples:
+  size_t gravity_outside = 0;  // its mean is outside the band of gravity
+  size_t acc_scattered = 0;    // its spread is too wide
+  double mean_gravity = 0.0;   // m/s², mean length of the windows' mean vector
+  // And the gyroscope:
+  size_t turning = 0;         // its mean rate is too high
+  size_t gyro_scattered = 0;  // its spread is too wide
+};
+
+// Why there was no motion where one was expected.
+enum class NoMotion {
+  kNoSamples,
+  kAfterReport,  // in the pause after a report
+  kAtStart,      // in the recording's first samples
+  kBothRested,
+  kGyroRested,
+  kAccRested,
+};
+
+struct Expected {
+  double begin;  // s
+  double end;    // s
+  int label;
+  Cause cause = Cause::kReported;          // kReported: it came
+  std::optional<size_t> motion = {};       // the nearest one
+  std::optional<NoMotion> no_motion = {};  // where there is none
+  bool much_longer = false;                // the motion, than what was expected
+  bool no_template = false;                // of its class, in the model
+};
+
+struct Settings {
+  int rate;                   // samples per second
+  int min_motion_len;         // samples
+  int static_window;          // samples
+  int history_len;            // samples
+  double strength_threshold;  // m/s²
+  Point3Df gyro_bias;         // deg/s
+  int wearer;
+  int mode;
+};
+
+struct Explanation {
+  std::string recording;
+  Settings settings = {};
+  Gmodel model;                      // that was in use
+  bool for_page = false;             // set before: what a page draws is kept
+  bool keep_traces = false;          // set before: so are all traces and scores
+  std::deque<double> times;          // s, of each sample
+  DrawnStream drawn;                 // the samples, for a page
+  DrawnMotions drawn_motions;        // the motions' traces, for a page
+  std::deque<Judgement> judgements;  // one for each sample
+  std::vector<RestStretch> rests;
+  std::vector<MotionAccount> motions;
+  std::vector<GestureEvent> events;  // as the library reported them
+  std::vector<Expected> expected;
+};
+
+// Runs a host over the recording and watches the engine behind it. Every judgement,
+// class, strength and duration is compared with what the interface says, bit for bit;
+// throws std::logic_error should one differ. A RecordingError leaves with `explanation`
+// holding what came before.
+void explain(const HostRunOptions& options, RecordingReader& reader,
+             Explanation& explanation);
+
+}  // namespace wgr

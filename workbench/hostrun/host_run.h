@@ -1,0 +1,60 @@
+// One host of the library, as a watch's sensor service is one: it drives the library
+// through its C interface and nothing else.
+#pragma once
+
+#include <optional>
+
+#include "WgrInterface.h"
+#include "recording/recording.h"
+
+namespace wgr {
+
+struct HostRunOptions {
+  int wearer = 0;                        // 0: left wrist, 1: right wrist
+  int mode = 1;                          // 0, 1 or 2
+  int rate = 50;                         // samples per second
+  Point3Df gyro_bias = {0.0, 0.0, 0.0};  // deg/s
+  std::optional<int> sensitivity;        // the library's own default when absent
+  bool initialise = true;                // false: a host that forgets to
+  int shortest = -1;                     // motion, samples; below 1: the library's own
+};
+
+struct GestureEvent {
+  double t;            // of the sample that completed the gesture, s
+  int gesture;         // the class, as the library reports it
+  double strength;     // root mean square, m/s²
+  double duration_ms;  // of the compared stretch of motion, at the nominal rate
+};
+
+class HostRun {
+ public:
+  // The models must be in place (see require_models()). A default model that the
+  // library cannot load all the same ends the process: with a message and
+  // kExitBadInput, not silently and with 0 as it would without this class.
+  explicit HostRun(const HostRunOptions& options);
+  ~HostRun();
+  HostRun(const HostRun&) = delete;
+  HostRun& operator=(const HostRun&) = delete;
+
+  // Feeds one sample pair; the gesture that it completes, if any.
+  std::optional<GestureEvent> feed(const RecordedSample& sample);
+
+  // Whether the sample that was fed last ended at rest.
+  bool at_rest() const;
+
+  // What the wrist detector, fed with this sample too, says: 0 left, 1 right, 2
+  // undecided.
+  int ask_wearer(const RecordedSample& sample);
+
+  // For those who look behind the interface while the host runs.
+  WgrHandle handle() const { return handle_; }
+
+ private:
+  static void on_gesture(void* handle, int gesture, void* session);
+
+  WgrHandle handle_;
+  double now_ = 0.0;  // time of the sample being fed, s
+  std::optional<GestureEvent> event_;
+};
+
+}  // namespace wgr

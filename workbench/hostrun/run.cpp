@@ -1,0 +1,24 @@
+#include "hostrun/run.h"
+
+namespace wgr {
+
+static void count(const Step& step, Totals& totals) {
+  ++totals.samples;
+  if (step.at_rest) ++totals.samples_at_rest;
+  ++totals.wearer_answers[static_cast<size_t>(step.wearer)];
+  if (step.event != nullptr) ++totals.events[step.event->gesture];
+  totals.clock.add(step.sample.t);
+}
+
+void run_host(HostRun& session, RecordingReader& reader, Totals& totals,
+              const std::function<void(const Step&)>& observe) {
+  for (RecordedSample sample; reader.next(sample);) {
+    const std::optional<GestureEvent> event = session.feed(sample);
+    const Step step = {sample, session.at_rest(), session.ask_wearer(sample),
+                       event ? &*event : nullptr};
+    count(step, totals);
+    observe(step);
+  }
+}
+
+}  // namespace wgr

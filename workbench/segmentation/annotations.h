@@ -1,0 +1,42 @@
+// Which gesture is where in which recording: labels.csv.
+//
+// CSV with the header file,t_start,t_end,label: the recording's path, relative to the
+// table's folder, a span in s, and the gesture's label, a whole number from 0.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "base/table.h"
+
+namespace wgr {
+
+struct Annotation {
+  std::string file;
+  double begin;  // s
+  double end;    // s
+  int label;
+};
+
+// Throws UsageError with file and line for what is no such table.
+std::vector<Annotation> read_labels(const std::string& path);
+
+// The same with labels of any kind, as they are written; `label` is 0. Numbers that
+// cannot be a gesture's are refused.
+struct WordedAnnotation {
+  Annotation span;
+  std::string word;
+};
+std::vector<WordedAnnotation> read_worded_labels(const std::string& path);
+
+// Refuses a field that is a number, but none that a gesture can have. Words are fine.
+void check_label(const TableRow& row, size_t index, const std::string& path);
+
+// The spans of a table of one recording, t_start,t_end,label: they have no file.
+std::vector<Annotation> read_spans(const std::string& path);
+
+// The tables that read_labels() and read_spans() read.
+std::string labels_text(const std::vector<Annotation>& spans);
+std::string spans_text(const std::vector<Annotation>& spans);
+
+}  // namespace wgr

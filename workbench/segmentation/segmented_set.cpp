@@ -1,0 +1,387 @@
+#include "segmentation/segmented_set.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <numeric>
+
+#include "base/errors.h"
+#include "base/foreign_text.h"
+#include "base/numbers.h"
+#include "base/sha256.h"
+#include "base/table.h"
+#include "segmentation/resample.h"
+
+namespace wgr {
+
+static constexpr double kRateTolerance = 0.02;  // of the rate
+static constexpr double kLeastGravity = 5.0;    // m/s², as training files tell it
+static constexpr int kLowestRate = 10;          // samples per second
+static constexpr double kMsPerSecond = 1000.0;
+
+namespace {
+
+// What the clocks and rates of all recordings are like.
+struct ClockNotes {
+  std::map<int, size_t> rates;  // found: how many recordings
+  size_t recordings_with_gaps = 0;
+  size_t gaps = 0;
+  double longest_gap = 0.0;  // s
+  size_t backward = 0;
+  size_t repeats = 0;
+  size_t resampled = 0;
+  size_t index_differs = 0;
+  std::string first_that_differs;
+};
+
+}  // namespace
+
+static std::string counted(size_t count, const std::string& one) {
+  return std::to_string(count) + " " + one + (count == 1 ? "" : "s");
+}
+
+static bool is_near(double rate, double other) {
+  return std::fabs(rate - other) <= kRateTolerance * rate;
+}
+
+// The recording's rate by its time stamps, or by the index where these do not tell.
+static int rate_of(const SegmentedRecording& recording) {
+  const std::vector<RecordedSample>& samples = recording.samples;
+  const std::optional<int> found =
+      estimate_rate(std::deque<RecordedSample>(samples.begin(), samples.end()));
+  const double told = recording.entry.rate;
+  if (!found || (told > 0.0 && is_near(told, *found))) {
+    return nearest_int(told);
+  }
+  return *found;
+}
+
+static SegmentedRecording read_entry(const SetEntry& entry, Provenance& provenance,
+                                     ReadingLimit& limit) {
+  SegmentedRecording recording;
+  recording.entry = entry;
+  recording.samples = read_recording(entry.path, &limit);
+  if (recording.samples.empty()) throw UsageError(entry.path + ":1: holds no sample");
+  provenance.inputs.push_back({entry.file, sha256_of_file(entry.path)});
+  return recording;
+}
+
+static int most_frequent(const std::map<int, size_t>& rates) {
+  int best = 0;
+  size_t most = 0;
+  for (const auto& [rate, count] : rates) {
+    if (count > most) {
+      best = rate;
+      most = count;
+    }
+  }
+  return best;
+}
+
+static void note_clock(const SegmentedRecording& recording, int found,
+                       ClockNotes& notes) {
+  ++notes.rates[found];
+  Clock clock(std::max(found, 1));
+  for (const RecordedSample& sample : recording.samples) clock.add(sample.t);
+  notes.gaps += clock.gaps();
+  notes.recordings_with_gaps += clock.gaps() > 0 ? 1 : 0;
+  notes.longest_gap = std::max(notes.longest_gap, clock.longest_gap());
+  notes.backward += clock.backward();
+  notes.repeats += clock.repeats();
+  const double told = recording.entry.rate;
+  if (told > 0.0 && !is_near(told, found)) {
+    if (notes.index_differs++ == 0) {
+      notes.first_that_differs = recording.entry.path + ": " + std::to_string(found) +
+                                 " samples/s by the time stamps, " + fixed(told, 2) +
+                                 " by the index";
+    }
+  }
+}
+
+static std::string text_of(const ClockNotes& notes, int rate) {
+  std::string text = std::to_string(rate) + " samples/s";
+  if (notes.resampled > 0) {
+    text += "; " + counted(notes.resampled, "recording") +
+            " of another rate resampled to it by linear interpolation (";
+    std::string rates;
+    for (const auto& [found, count] : notes.rates) {
+      if (is_near(rate, found)) continue;
+      rates += (rates.empty() ? "" : ", ") + std::to_string(found) + " x " +
+               std::to_string(count);
+    }
+    text += rates + ")";
+  }
+  text += "\n";
+  if (notes.gaps > 0) {
+    text += counted(notes.gaps, "gap") + " in the time stamps of " +
+            counted(notes.recordings_with_gaps, "recording") + ", the longest " +
+            fixed(notes.longest_gap, 3) +
+            " s; motions across them are cut as if the "
+            "samples were next to each other" +
+            (notes.resampled > 0 ? ", or filled in by the resampling" : "") + "\n";
+  }
+  if (notes.backward + notes.repeats > 0) {
+    text += "irregular clocks: " + counted(notes.backward, "step") + " back, " +
+            counted(notes.repeats, "repeated time") + "\n";
+  }
+  if (notes.index_differs > 0) {
+    text += shown(notes.first_that_differs) + "; the time stamps count";
+    if (notes.index_differs > 1) {
+      text += " (so do " + std::to_string(notes.index_differs - 1) + " more)";
+    }
+    text += "\n";
+  }
+  return text;
+}
+
+static void find_spans(const Classes& classes, SegmentedRecording& recording) {
+  for (const WordedAnnotation& worded : recording.entry.spans) {
+    if (is_background(worded.word)) continue;
+    recording.spans.push_back(worded.span);
+    recording.spans.back().label = classes.at(worded.word);
+  }
+}
+
+// A recording that is one take: as a whole, or the motions in it.
+static void segment_repetition(int label, Segmenter& segmenter,
+                               SegmentedRecording& recording) {
+  const std::vector<RecordedSample>& samples = recording.samples;
+  recording.spans = {{recording.entry.file, samples.front().t, samples.back().t, label}};
+  recording.whole = !segmenter.rests_around(samples);
+  recording.motions = recording.whole ? std::vector<Motion>{segmenter.take_whole(samples)}
+                                      : segment_recording(samples, {}, segmenter);
+  for (Motion& motion : recording.motions) {
+    const bool kept = motion.verdict == Verdict::kKept;
+    if (kept) motion.label = label;
+    recording.span_of.push_back(kept ? 0 : -1);
+  }
+}
+
+// Takes every marked span for a motion, with as much around it as the engine would add.
+static void segment_annotations(Segmenter& segmenter, SegmentedRecording& recording) {
+  const std::vector<RecordedSample>& samples = recording.samples;
+  const double margin =
+      0.5 * segmenter.engine().static_window / segmenter.engine().sample_rate;
+  recording.whole = true;
+  for (size_t i = 0; i < recording.spans.size(); ++i) {
+    const Annotation& span = recording.spans[i];
+    std::vector<RecordedSample> inside;
+    for (const RecordedSample& sample : samples) {
+      if (sample.t >= span.begin - margin && sample.t <= span.end + margin) {
+        inside.push_back(sample);
+      }
+    }
+    if (inside.empty()) {
+      throw UsageError(recording.entry.path + ": has no sample in the span from " +
+                       fixed(span.begin, 3) + " to " + fixed(span.end, 3) + " s");
+    }
+    recording.motions.push_back(segmenter.take_whole(inside));
+    const bool kept = recording.motions.back().verdict == Verdict::kKept;
+    if (kept) recording.motions.back().label = span.label;
+    recording.span_of.push_back(kept ? static_cast<int>(i) : -1);
+  }
+}
+
+static void segment_stream(Segmenter& segmenter, SegmentedRecording& recording) {
+  recording.motions = segment_recording(recording.samples, recording.spans, segmenter);
+  for (const Motion& motion : recording.motions) {
+    int best = -1;
+    double most = 0.0;
+    for (size_t i = 0; i < recording.spans.size() && motion.label != kBackground; ++i) {
+      const Annotation& span = recording.spans[i];
+      const double overlap =
+          std::min(span.end, motion.end) - std::max(span.begin, motion.begin);
+      if (overlap <= most) continue;
+      most = overlap;
+      best = static_cast<int>(i);
+    }
+    recording.span_of.push_back(best);
+  }
+  recording.background_seconds = recording.samples.back().t - recording.samples.front().t;
+  for (const Annotation& span : recording.spans) {
+    recording.background_seconds -= span.end - span.begin;
+  }
+  recording.background_seconds =
+      std::clamp(recording.background_seconds, 0.0, kMostSeconds);
+}
+
+// Half of all motions decide: a single one may fall, or be shaken to one side.
+static void check_gravity(const SegmentedSet& set, bool gravity) {
+  std::vector<double> lengths;
+  for (const Motion& motion : kept_motions(set)) {
+    lengths.push_back(std::sqrt(squared_length(motion.trace.back())));
+  }
+  if (lengths.empty()) return;
+  const auto middle = lengths.begin() + static_cast<std::ptrdiff_t>(lengths.size() / 2);
+  std::nth_element(lengths.begin(), middle, lengths.end());
+  const std::string found = set.recordings.front().entry.path +
+                            " and so on: over their motions the acceleration averages " +
+                            fixed(*middle, 2) + " m/s²";
+  if (gravity && *middle < kLeastGravity) {
+    throw UsageError(found +
+                     ", which cannot be gravity. Accelerations must be in m/s² with "
+                     "gravity in them; for data without gravity give --no-gravity");
+  }
+  if (!gravity && *middle > kLeastGravity) {
+    throw UsageError(found +
+                     ", which looks like gravity: --no-gravity is for data "
+                     "without it");
+  }
+}
+
+// Whose the kept motions are, if the index tells that of any.
+static void note_subjects(SegmentedSet& set) {
+  bool told = false;
+  std::vector<std::string> subjects;
+  for (const SegmentedRecording& recording : set.recordings) {
+    for (const Motion& motion : recording.motions) {
+      if (motion.verdict != Verdict::kKept) continue;
+      subjects.push_back(recording.entry.subject);
+      told = told || !recording.entry.subject.empty();
+    }
+  }
+  if (told) set.provenance.subjects = std::move(subjects);
+}
+
+SegmentedSet segment_set(const std::vector<SetEntry>& set,
+                         const std::vector<SetEntry>& background,
+                         const SegmentationOptions& options, const Classes& classes) {
+  SegmentedSet cut;
+  cut.provenance.classes = classes;
+  number_labels(set, cut.provenance.classes);
+
+  ClockNotes notes;
+  ReadingLimit limit = options.limit;
+  std::vector<int> rates;
+  for (const std::vector<SetEntry>* entries : {&set, &background}) {
+    for (const SetEntry& entry : *entries) {
+      cut.recordings.push_back(read_entry(entry, cut.provenance, limit));
+      const int found = rate_of(cut.recordings.back());
+      if (found < 1) {
+        throw UsageError(entry.path +
+                         ": neither the time stamps nor the index tell the rate");
+      }
+      rates.push_back(found);
+      note_clock(cut.recordings.back(), found, notes);
+    }
+    // The gestures' rate counts, not that of the background.
+    if (cut.provenance.rate == 0) cut.provenance.rate = most_frequent(notes.rates);
+  }
+  const int rate = options.rate.value_or(cut.provenance.rate);
+  if (rate < kLowestRate) {
+    throw UsageError("the rate of " + std::to_string(rate) +
+                     " samples/s is too low for gestures; give --rate");
+  }
+
+  const bool attitude = options.gravity && options.attitude;
+  Segmenter segmenter(rate, options.shortest, attitude);
+  size_t whole = 0;
+  size_t takes = 0;
+  for (size_t i = 0; i < cut.recordings.size(); ++i) {
+    SegmentedRecording& recording = cut.recordings[i];
+    if (!is_near(rate, rates[i])) {
+      recording.samples = resample(recording.samples, rate);
+      ++notes.resampled;
+    }
+    const SetEntry& entry = recording.entry;
+    find_spans(cut.provenance.classes, recording);
+    if (entry.spans.empty() && !is_background(entry.word)) {
+      segment_repetition(cut.provenance.classes.at(entry.word), segmenter, recording);
+      ++takes;
+      whole += recording.whole ? 1 : 0;
+    } else if (options.whole_spans && !recording.spans.empty()) {
+      segment_annotations(segmenter, recording);
+    } else {
+      segment_stream(segmenter, recording);
+    }
+    cut.provenance.background_seconds += recording.background_seconds;
+    for (const Motion& motion : recording.motions) {
+      ++cut.provenance.verdicts[kVerdictNames[static_cast<size_t>(motion.verdict)]];
+    }
+  }
+  // So that the same bytes come from every machine.
+  cut.provenance.background_seconds =
+      std::round(std::min(cut.provenance.background_seconds, kMostSeconds) *
+                 kMsPerSecond) /
+      kMsPerSecond;
+  const AgGes& engine = segmenter.engine();
+  cut.provenance.rate = rate;
+  cut.provenance.gravity = attitude;
+  cut.provenance.shortest = engine.min_motion_len;
+  cut.provenance.static_window = engine.static_window;
+  cut.provenance.strength_threshold = engine.strength_threshold;
+  check_gravity(cut, options.gravity);
+  note_subjects(cut);
+
+  cut.notes = text_of(notes, rate);
+  if (takes > 0) {
+    cut.notes += counted(takes, "recording") +
+                 " of a single take: " + std::to_string(whole) +
+                 " without rest around it taken whole, through the same turning and "
+                 "trimming; " +
+                 std::to_string(takes - whole) + " cut\n";
+  }
+  if (options.whole_spans) {
+    cut.notes +=
+        "marked spans taken whole, through the same turning and trimming; what lies "
+        "between them does not count\n";
+  }
+  if (!options.gravity) {
+    cut.notes += "without gravity: the attitude does not count\n";
+  } else if (!options.attitude) {
+    cut.notes += "the attitude does not count; gravity is one more point\n";
+  }
+  return cut;
+}
+
+std::vector<Motion> kept_motions(const SegmentedSet& set) {
+  std::vector<Motion> kept;
+  for (const SegmentedRecording& recording : set.recordings) {
+    for (const Motion& motion : recording.motions) {
+      if (motion.verdict == Verdict::kKept) kept.push_back(motion);
+    }
+  }
+  return kept;
+}
+
+static std::string line(size_t count, const std::string& what) {
+  std::string number = std::to_string(count);
+  number.insert(0, number.size() < 6 ? 6 - number.size() : 0, ' ');
+  return number + " " + what + "\n";
+}
+
+std::string summary_of(const SegmentedSet& set) {
+  std::string text = std::to_string(set.recordings.size()) + " recordings, " + set.notes;
+  std::array<size_t, kVerdicts> verdicts = {};
+  std::map<int, size_t> labels;
+  size_t spans = 0;
+  size_t missed = 0;
+  for (const SegmentedRecording& recording : set.recordings) {
+    for (const Motion& motion : recording.motions) {
+      ++verdicts[static_cast<size_t>(motion.verdict)];
+      if (motion.verdict == Verdict::kKept) ++labels[motion.label];
+    }
+    spans += recording.spans.size();
+    for (size_t i = 0; i < recording.spans.size(); ++i) {
+      missed += std::count(recording.span_of.begin(), recording.span_of.end(),
+                           static_cast<int>(i)) == 0;
+    }
+  }
+  for (size_t i = 0; i < kVerdicts; ++i) text += line(verdicts[i], kVerdictNames[i]);
+  std::map<int, std::string> words;
+  for (const auto& [word, label] : set.provenance.classes) words[label] = word;
+  for (const auto& [label, count] : labels) {
+    const std::string number = std::to_string(label);
+    std::string name = label == kBackground ? "background" : "class " + number;
+    if (label != kBackground && words[label] != number)
+      name += ", " + shown(words[label]);
+    text += line(count, "samples of " + name);
+  }
+  std::string of = std::to_string(missed);
+  of.insert(0, of.size() < 6 ? 6 - of.size() : 0, ' ');
+  text += of + " of " + std::to_string(spans) + " spans without a kept motion\n";
+  text += fixed(set.provenance.background_seconds, 1) + " s of background\n";
+  return text;
+}
+
+}  // namespace wgr

@@ -1,0 +1,56 @@
+// Cuts all recordings of a set: every motion with its verdict, and what is to be told of
+// the recordings.
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "recording/clock.h"
+#include "segmentation/provenance.h"
+#include "segmentation/recording_set.h"
+#include "segmentation/segmenter.h"
+
+namespace wgr {
+
+struct SegmentationOptions {
+  std::optional<int> rate;   // samples per second; otherwise that of most recordings
+  int shortest = -1;         // motion that is kept, samples; below 1: half a second
+  bool gravity = true;       // whether the data has gravity in it
+  bool attitude = true;      // whether gravity's direction is to count
+  bool whole_spans = false;  // marked spans are takes as they are marked
+  ReadingLimit limit;        // of all recordings together
+};
+
+// One recording at the set's rate.
+struct SegmentedRecording {
+  SetEntry entry;
+  std::vector<RecordedSample> samples;
+  std::vector<Annotation> spans;  // of gestures; the whole recording if it is one take
+  // Its motions are takes that were cut beforehand, not by the rest around them.
+  bool whole = false;
+  std::vector<Motion> motions;
+  std::vector<int> span_of;  // of each motion, which span it fills; -1: none
+  double background_seconds = 0.0;
+};
+
+struct SegmentedSet {
+  std::vector<SegmentedRecording> recordings;
+  Provenance provenance;
+  std::string notes;  // what people should know, a line each
+};
+
+// Reads and cuts a set, with background recordings besides. `classes` may hold numbers of
+// labels already. Throws UsageError or RecordingError for what cannot be read, and
+// UsageError when the recordings do not have, or do have, the gravity they should.
+SegmentedSet segment_set(const std::vector<SetEntry>& set,
+                         const std::vector<SetEntry>& background,
+                         const SegmentationOptions& options, const Classes& classes = {});
+
+std::vector<Motion> kept_motions(const SegmentedSet& set);
+
+// How many of which verdict and label.
+std::string summary_of(const SegmentedSet& set);
+
+}  // namespace wgr

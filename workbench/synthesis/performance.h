@@ -1,0 +1,26 @@
+// A person carries a plan out, and the watch records it.
+#pragma once
+
+#include <vector>
+
+#include "recording/recording.h"
+#include "synthesis/plan.h"
+#include "synthesis/recording_faults.h"
+
+namespace wgr {
+
+struct PerformanceOptions {
+  int wearer = 0;  // 0: left wrist, 1: right wrist
+  int rate = 50;   // samples per second
+  RecordingFaults faults = {};
+};
+
+// The movement of the left wrist; arms go where each activity wants them at the start of
+// the rest before it. Consecutive rests count as several.
+WristMotion perform(const Plan& plan, const Person& person, Random& random);
+
+// What the watch records of a plan: four decimals, times from 0; then with the faults.
+std::vector<RecordedSample> record(const Plan& plan, const Person& person,
+                                   const PerformanceOptions& options, Random random);
+
+}  // namespace wgr

@@ -1,0 +1,47 @@
+// People, and the watches they wear: what differs from one to the next.
+//
+// A person is a number; the same number is the same person in every recording. Lengths
+// in m, angles in rad, accelerations in m/s², rates in deg/s.
+#pragma once
+
+#include "WgrTypes.h"
+#include "synthesis/kinematics.h"
+#include "synthesis/random.h"
+#include "synthesis/wrist_motion.h"
+
+namespace wgr {
+
+enum class Style {
+  kCalm,  // by the forearm alone, the body still, much alike from take to take
+  kFree,  // standing, as it comes: speed, size and tilt vary more, the elbow goes along
+};
+
+// Errors of one watch's sensors.
+struct Sensors {
+  double acc_gain;
+  Point3Df acc_bias;
+  double acc_noise;  // standard deviation
+  double gyro_gain;
+  Point3Df gyro_bias;
+  double gyro_noise;  // standard deviation
+};
+
+struct Person {
+  double pace;         // of gestures; 1 is average, more is faster
+  double size;         // of gestures; 1 is average
+  double unevenness;   // spread of pace and size from take to take, a share
+  double elbow_share;  // of the elbow's part in a gesture; 1 is average
+  double wobble;       // tilt of the ready arm from take to take, rad
+  double vigour;       // of everyday movement; 1 is average
+  Placement ready;     // how the arm is held for a gesture
+  Point3Df lever;      // from the elbow to the watch, in the watch's frame
+  Sensors sensors;
+};
+
+Person make_person(int number, Style style);
+
+// What the person's watch reads. Keeps the accelerometer's length at rest where the
+// library's rest test expects it, about 9.95 to 10.2 m/s².
+Reading sensed(const Reading& ideal, const Sensors& sensors, Random& random);
+
+}  // namespace wgr

@@ -1,0 +1,111 @@
+#include "training/model_findings.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+
+#include "base/errors.h"
+#include "base/foreign_text.h"
+#include "base/numbers.h"
+#include "training/model_output.h"
+
+namespace wgr {
+
+static constexpr char kSuffix[] = ".xml";
+static constexpr size_t kMostTold = 10;
+
+std::string line_about(const std::string& path, const ModelFinding& finding) {
+  const std::string line = finding.line == 0 ? "" : ":" + std::to_string(finding.line);
+  return path + line + ": " + finding.text;
+}
+
+// Whether the model has a template with points of motion, behind which gravity may stand.
+static bool can_compare(const Gmodel& model) {
+  const size_t trailing = model.havegravity != 0 ? 1 : 0;
+  return std::any_of(model.templates.begin(), model.templates.end(),
+                     [trailing](const auto& t) { return t.second.size() > trailing; });
+}
+
+void require_comparable(const Gmodel& model, const std::string& path) {
+  if (can_compare(model)) return;
+  const ModelCheck check = check_model_file(path);
+  throw UsageError(
+      path +
+      ": holds no template that a motion can be compared with, so it recognises nothing" +
+      (check.findings.empty() ? "" : "; " + line_about(path, check.findings.front())));
+}
+
+void require_useful_model(const std::string& path) {
+  const ModelCheck check = check_model_file(path);
+  if (!check.loads) {
+    throw UsageError(line_about(path, check.findings.front()) +
+                     ": the library cannot load it");
+  }
+  // Gmodel::read() appends the ending. Models without it are looked at where they are
+  // put.
+  const std::filesystem::path name(path);
+  Gmodel model;
+  if (name.extension() == kSuffix &&
+      model.read(std::filesystem::path(name).replace_extension("").c_str())) {
+    require_comparable(model, path);
+  }
+  for (size_t i = 0; i < std::min(check.findings.size(), kMostTold); ++i) {
+    std::fprintf(stderr, "wgr: %s\n", shown(line_about(path, check.findings[i])).c_str());
+  }
+  if (check.findings.size() > kMostTold) {
+    std::fprintf(stderr, "wgr: %s: and %zu more; wgr model check lists them\n",
+                 shown(path).c_str(), check.findings.size() - kMostTold);
+  }
+}
+
+// The library's check reads files: this one is in memory.
+static ModelCheck check_of(const std::string& text) {
+  const int fd = memfd_create("model", MFD_CLOEXEC);
+  size_t written = 0;
+  while (fd >= 0 && written < text.size()) {
+    const ssize_t count = write(fd, text.data() + written, text.size() - written);
+    if (count <= 0) break;
+    written += static_cast<size_t>(count);
+  }
+  if (fd < 0 || written < text.size()) {
+    const int reason = errno;
+    if (fd >= 0) close(fd);
+    throw std::runtime_error(std::string("the model cannot be checked: ") +
+                             std::strerror(reason));
+  }
+  const ModelCheck check = check_model_file("/proc/self/fd/" + std::to_string(fd));
+  close(fd);
+  return check;
+}
+
+static std::string why_never(const ClassReport& c) {
+  if (c.samples == 1) {
+    return "has a single repetition, and nothing says how far others may differ from it: "
+           "record more, or leave the class out";
+  }
+  return "would have the threshold " + plain(c.threshold) +
+         ", which no score is above: its repetitions score no better than background or "
+         "other classes. Record more of it, leave it out, or accept more "
+         "(--false-positives-per-hour, --false-cost)";
+}
+
+void require_faultless_model(const Gmodel& model, const BuildReport& report,
+                             const std::string& input) {
+  for (const ClassReport& c : report.classes) {
+    if (c.samples > 1 && c.threshold < 0.0) continue;
+    throw UsageError(input + ": class " + std::to_string(c.label) + " " + why_never(c));
+  }
+  const ModelCheck check = check_of(model_text(model));
+  if (check.findings.empty()) return;
+  throw UsageError(input + ": the model built from it would be faulty: line " +
+                   std::to_string(check.findings.front().line) + ": " +
+                   check.findings.front().text);
+}
+
+}  // namespace wgr

@@ -1,0 +1,73 @@
+#include "training/similarities.h"
+
+#include <algorithm>
+#include <atomic>
+#include <limits>
+#include <thread>
+
+#include "base/progress.h"
+#include "dtw/similarity_matrix.h"
+
+namespace wgr {
+
+static constexpr float kUnlike = -std::numeric_limits<float>::infinity();
+
+namespace {
+
+// The traces that can be compared: first those that are no templates, then the templates
+// from `columns_begin` on, short ones before long ones.
+struct Line {
+  std::vector<size_t> order;
+  size_t columns_begin;
+};
+
+}  // namespace
+
+static Line line_up(const std::vector<Points>& traces, size_t columns, int k) {
+  Line line;
+  for (size_t i = columns; i < traces.size(); ++i) {
+    if (motion_points(traces[i], k) > 0) line.order.push_back(i);
+  }
+  line.columns_begin = line.order.size();
+  for (size_t i = 0; i < columns; ++i) {
+    if (motion_points(traces[i], k) > 0) line.order.push_back(i);
+  }
+  std::sort(line.order.begin() + static_cast<std::ptrdiff_t>(line.columns_begin),
+            line.order.end(), [&](size_t a, size_t b) {
+              return motion_points(traces[a], k) < motion_points(traces[b], k);
+            });
+  return line;
+}
+
+Similarities::Similarities(const std::vector<Points>& traces, size_t columns, int k,
+                           unsigned threads, bool quiet)
+    : columns_(columns), scores_(traces.size() * columns, kUnlike) {
+  for (size_t i = 0; i < columns; ++i) scores_[i * columns + i] = 0.0f;
+  const Line line = line_up(traces, columns, k);
+  const size_t width = BatchedDtw::width();
+  const size_t groups = (line.order.size() - line.columns_begin + width - 1) / width;
+  Progress progress("comparing " + std::to_string(traces.size()) + " samples", groups);
+  if (threads == 0) threads = std::max(1u, std::thread::hardware_concurrency());
+
+  // Groups are handed out one by one, the costly ones first: which thread scores a group
+  // changes nothing in it.
+  std::atomic<size_t> handed_out = 0;
+  const auto work = [&] {
+    BatchedDtw lanes;
+    const auto put = [&](size_t i, size_t j, float score) {
+      if (j < columns) scores_[i * columns + j] = score;
+    };
+    for (size_t taken = handed_out++; taken < groups; taken = handed_out++) {
+      const size_t first = line.columns_begin + (groups - 1 - taken) * width;
+      const size_t end = std::min(first + width, line.order.size());
+      score_group(traces, k, line.order, first, end, lanes, put);
+      if (!quiet) progress.add(1);
+    }
+  };
+  std::vector<std::thread> helpers;
+  for (unsigned i = 1; i < threads; ++i) helpers.emplace_back(work);
+  work();
+  for (std::thread& helper : helpers) helper.join();
+}
+
+}  // namespace wgr
