@@ -13,7 +13,7 @@ from pathlib import Path
 LIBRARY = "libWearableInteraction.so"
 INSIDE = "libWearableInteraction_inside.so"  # its free functions, which tests call
 ARCHIVE = "src/libWearableInteraction_internals.a"  # the same, which the tool calls
-FLAGS = "-O0"
+UPLOT = "build/npm/node_modules/uplot"  # where scripts/fetch-page puts it
 PORTABLE = ["-DWGR_PORTABLE"]  # without vector code
 
 
@@ -38,6 +38,7 @@ class Build:
     """The library and its tests as they are, and the commands that make them."""
 
     OPTIONS = ["-DWGR_BUILD_TOOLS=OFF"]
+    FLAGS = "-O0"
     SOURCES = ("src",)  # roots of includes
     KINDS_APART = ()  # of mutants
     GOAL = 0.95  # share of the mutants that are killed
@@ -47,8 +48,8 @@ class Build:
         self.source, self.folder = folder / "source", folder / "build"
         copy_tree(root, self.source)
         run(["cmake", "-G", "Ninja", "-S", self.source, "-B", self.folder,
-             "-DCMAKE_BUILD_TYPE=None", f"-DCMAKE_CXX_FLAGS={FLAGS}",
-             "-DCMAKE_SKIP_RPATH=ON", *self.OPTIONS])
+             "-DCMAKE_BUILD_TYPE=None", f"-DCMAKE_CXX_FLAGS={self.FLAGS}",
+             "-DCMAKE_SKIP_RPATH=ON", f"-DWGR_UPLOT={root / UPLOT}", *self.OPTIONS])
         self.links = {}
         self.tests = self.find_tests()
         built = subprocess.run(["ninja", "-C", self.folder, f"-j{jobs}", *self.targets()],
@@ -69,7 +70,7 @@ class Build:
                 last = line.split(":")[0]
                 self.depends[last] = set()
         self.objects = self.find_objects()
-        self.prepare()
+        self.prepare(jobs)
 
     def targets(self):
         """What is built; nothing: everything."""
@@ -84,7 +85,7 @@ class Build:
     def find_objects(self):
         return [w for w in self.link(LIBRARY) if w.endswith(".o")]
 
-    def prepare(self):
+    def prepare(self, jobs):
         self.check_tests_use_the_library()
         for name in self.objects:
             if self.has_vectors(name):
@@ -163,7 +164,9 @@ class ToolBuild(Build):
     a mutant is one object compiled and that library linked."""
 
     OPTIONS = ["-DCMAKE_POSITION_INDEPENDENT_CODE=ON"]
+    FLAGS = "-O2"  # of the library and what else no mutant is made of
     SOURCES = ("workbench", "tools/wgr")
+    COMMANDS = "tools/wgr/commands"
     KINDS_APART = ("text",)
     GOAL = 0.90
     library = "libwgr_tool.so"
@@ -192,12 +195,9 @@ class ToolBuild(Build):
 
     def build_covered(self, jobs):
         """Builds the tool so that it notes which lines are reached."""
-        def compile_one(name):
-            return self.compile(name, self.covered / name, [], ["--coverage"])
         # A cached object notes what is reached elsewhere.
         os.environ["CCACHE_DISABLE"] = "1"
-        with ThreadPoolExecutor(jobs) as pool:
-            good = all(pool.map(compile_one, self.objects))
+        good = self.compile_all(self.objects, self.covered, ["--coverage"], jobs)
         del os.environ["CCACHE_DISABLE"]
         objects = {name: self.covered / name for name in self.objects}
         if not good or not self.link_mutant(self.covered / self.library, objects,
@@ -224,13 +224,21 @@ class ToolBuild(Build):
         return reached
 
     def compile(self, name, to, overlay, flags=()):
-        return super().compile(name, to, overlay, [*flags, "-fPIC"])
+        level = [] if self.is_apart(name) else ["-O0"]
+        return super().compile(name, to, overlay, [*flags, "-fPIC", *level])
 
-    def prepare(self):
-        for name in self.objects:  # which was compiled as part of a program
-            if name.endswith("/main.cpp.o"):
-                self.compile(name, self.folder / name, [])
-        if not self.link_mutant(self.folder / self.library, {}):
+    def is_apart(self, name):
+        return any(f"/{folder}/" in name for folder in self.APART)
+
+    def compile_all(self, names, into, flags, jobs):
+        with ThreadPoolExecutor(jobs) as pool:
+            return all(pool.map(
+                lambda name: self.compile(name, into / name, [], flags), names))
+
+    def prepare(self, jobs):
+        own = [name for name in self.objects if not self.is_apart(name)]
+        if not (self.compile_all(own, self.folder, [], jobs) and
+                self.link_mutant(self.folder / self.library, {})):
             sys.exit("scripts/mutate: the tool cannot be linked")
         for program in self.targets():
             at = program if program == "wgr" else f"tests/{program}"
