@@ -428,6 +428,39 @@ TEST_F(DoctorCommand, EndsWithOneWhenItFindsSomething) {
   EXPECT_FALSE(std::getline(in, line));
 }
 
+TEST_F(DoctorCommand, TellsAsJsonWhatItMeasured) {
+  const Recorded samples = take(1);
+  const StreamFacts facts = diagnose(samples, {}).facts;
+  ASSERT_TRUE(facts.rate && facts.gravity && facts.bias);
+  const auto told =
+      nlohmann::json::parse(run_wgr("doctor --json " + recording(samples)).out);
+  EXPECT_EQ(told["samples"], samples.size());
+  EXPECT_NEAR(told["rate"].get<double>(), *facts.rate, 1e-6);
+  EXPECT_NEAR(told["gravity"].get<double>(), *facts.gravity, 1e-6);
+  EXPECT_NEAR(told["bias"][0].get<double>(), facts.bias->x, 1e-6);
+  EXPECT_NEAR(told["bias"][1].get<double>(), facts.bias->y, 1e-6);
+  EXPECT_NEAR(told["bias"][2].get<double>(), facts.bias->z, 1e-6);
+  EXPECT_NEAR(told["seconds"].get<double>(), facts.seconds, 1e-6);
+  EXPECT_EQ(told["turns"], facts.turns);
+
+  // A sample alone has no rate, and without rest nothing tells gravity and bias.
+  const std::string one = run_wgr("doctor --json " + recording({samples[0]})).out;
+  const auto of_one = nlohmann::json::parse(one.substr(one.rfind("{\"type\"")));
+  for (const char* unknown : {"rate", "gravity", "bias"}) {
+    EXPECT_TRUE(of_one[unknown].is_null()) << unknown << ": " << one;
+  }
+}
+
+TEST_F(DoctorCommand, TakesTheBiasThatItIsGivenForCorrected) {
+  Recorded samples = take(1);
+  for (RecordedSample& s : samples) s.gyro = s.gyro + Point3Df{20.0, 0.0, -10.0};
+  const std::string path = recording(samples);
+  const Outcome without = run_wgr("doctor " + path);
+  EXPECT_EQ(without.status, 1);
+  EXPECT_THAT(without.out, HasSubstr("\nbias (certain): "));
+  EXPECT_EQ(run_wgr("doctor --bias 20,0,-10 " + path).status, 0);
+}
+
 TEST_F(DoctorCommand, EndsWithTwoWhenItCannotRead) {
   EXPECT_EQ(run_wgr("doctor " + directory_.file("missing.csv")).status, 2);
   write_file(directory_.file("bad.csv"), "t,ax,ay,az,gx,gy,gz\n0,1,2\n");
