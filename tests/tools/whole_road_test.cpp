@@ -5,6 +5,8 @@
 #include <nlohmann/json.hpp>
 
 #include "base/sha256.h"
+#include "evaluation/evaluation.h"
+#include "evaluation/output.h"
 #include "segmentation/resample.h"
 #include "support/files.h"
 #include "tools/run_wgr.h"
@@ -43,6 +45,129 @@ TEST(Resample, InterpolatesBetweenNeighboursInTime) {
     EXPECT_DOUBLE_EQ(made[i].acc.z, 4.0);
     EXPECT_DOUBLE_EQ(made[i].gyro.x, 8.0 - 2.0 * static_cast<double>(i));
   }
+}
+
+TEST(EvaluationFigures, AreSharesQuantilesAndABound) {
+  Evaluation none;
+  EXPECT_EQ(none.accuracy(), 0.0);
+  EXPECT_EQ(none.latency(0.5), std::nullopt);
+  EXPECT_EQ(none.false_per_hour_bound(), std::nullopt);
+  Evaluation some;
+  some.takes = 8;
+  some.right = 6;
+  some.latencies = {0.1, 0.2, 0.3, 0.4, 0.9};
+  some.confusion = {{1, {{"1", 6}, {"2", 1}, {kNothing, 1}}}};
+  some.events = {{1, 8}, {2, 0}};
+  some.background_hours = 2.0;
+  EXPECT_EQ(some.accuracy(), 0.75);
+  EXPECT_EQ(some.latency(0.0), 0.1);
+  EXPECT_EQ(some.latency(0.5), 0.3);
+  EXPECT_EQ(some.latency(1.0), 0.9);
+  EXPECT_EQ(some.recall(1), 0.75);
+  EXPECT_EQ(some.precision(1), 0.75);
+  EXPECT_EQ(some.recall(2), std::nullopt);
+  EXPECT_EQ(some.precision(2), std::nullopt);
+  // Poisson's upper limits at 95 %, as tables have them.
+  EXPECT_EQ(some.false_per_hour(), 0.0);
+  EXPECT_NEAR(*some.false_per_hour_bound(), 2.9957 / 2.0, 1e-4);
+  some.false_events = 4;
+  EXPECT_EQ(some.false_per_hour(), 2.0);
+  EXPECT_NEAR(*some.false_per_hour_bound(), 9.1535 / 2.0, 1e-4);
+}
+
+// Two folds, in which a gesture with a word for a name was seen 8 times.
+static Evaluation two_folds() {
+  Evaluation made;
+  made.takes = 8;
+  made.right = 6;
+  made.kept = 7;
+  made.kept_right = 6;
+  made.kept_named = 7;
+  made.whole = 2;
+  made.by_all = {4, 3};
+  made.confusion = {{1, {{"1", 6}, {"2", 1}, {kNothing, 1}}}};
+  made.events = {{1, 8}};
+  made.misses = {{"too short", 2}};
+  made.false_events = 4;
+  made.refused_outside = 5;
+  made.background_hours = 2.0;
+  made.latencies = {0.1, 0.2, 0.9};
+  made.folds = {{"ann", 10, 3, 5, 4}, {"bob", 12, 2, 3, 2}};
+  return made;
+}
+
+static Provenance with_a_word() {
+  Provenance provenance;
+  provenance.classes = {{"raise", 1}, {"2", 2}};
+  return provenance;
+}
+
+TEST(EvaluationFigures, AreToldToPeopleAsAWhole) {
+  EXPECT_EQ(
+      text_of(two_folds(), with_a_word()),
+      "accuracy       75.0 %: 6 of 8 takes reported as their class (2 of them cut "
+      "beforehand and not played as streams)\n"
+      "of kept takes  85.7 % of 7; 100.0 % are nearest to a template of their class; "
+      "75.0 % with every kept take of the rest as a template\n"
+      "\n"
+      "class \\ reported as         1        2  nothing   recall precision\n"
+      "1 raise                     6        1        1   75.0 %   75.0 %\n"
+      "\n"
+      "missed        2  too short\n"
+      "false events   4 in 2.000 h of background: 2.00 an hour, no more than 4.6 with "
+      "95 % confidence; 5 motions reported there as like no gesture\n"
+      "latency        200 ms, at most 900 ms, from the labelled end of a take to its "
+      "event\n"
+      "\n"
+      "left out ann: 4 of 5 takes right; 3 templates from 10 samples\n"
+      "left out bob: 2 of 3 takes right; 2 templates from 12 samples\n");
+  EXPECT_EQ(text_of(Evaluation(), Provenance()),
+            "false events   no background to count them in\n");
+}
+
+TEST(EvaluationFigures, AreToldToPrograms) {
+  const auto told = to_json(two_folds(), with_a_word());
+  EXPECT_NEAR(told["kept_accuracy"].get<double>(), 6.0 / 7.0, 1e-12);
+  EXPECT_EQ(told["named"], 1.0);
+  EXPECT_EQ(told["named_by_all"], 0.75);
+  EXPECT_EQ(told["cut_beforehand"], 2);
+  EXPECT_EQ(told["confusion"].dump(), R"({"1":{"1":6,"2":1,"nothing":1}})");
+  EXPECT_EQ(told["classes"].dump(),
+            R"({"1":{"name":"raise","recall":0.75,"precision":0.75}})");
+  EXPECT_EQ(told["misses"].dump(), R"({"too short":2})");
+  EXPECT_EQ(told["false_events"], 4);
+  EXPECT_EQ(told["reported_as_no_gesture"], 5);
+  EXPECT_EQ(told["false_per_hour"], 2.0);
+  EXPECT_EQ(told["latency"], 0.2);
+  EXPECT_EQ(told["latency_worst"], 0.9);
+  EXPECT_EQ(told["folds"][1].dump(),
+            R"({"left_out":"bob","samples":12,"templates":2,"takes":3,"right":2})");
+  const auto nothing = to_json(Evaluation(), Provenance());
+  for (const char* unknown : {"accuracy", "kept_accuracy", "named", "named_by_all",
+                              "false_per_hour", "false_per_hour_bound_95", "latency"}) {
+    EXPECT_TRUE(nothing[unknown].is_null()) << unknown;
+  }
+}
+
+TEST(EvaluationFigures, AreHeldAgainstWhatIsRequired) {
+  const auto failure = [](const std::string& text, const Evaluation& result) {
+    return failure_of(parse(text), result);
+  };
+  const Evaluation result = two_folds();
+  EXPECT_EQ(failure("accuracy=0.75", result), "");
+  EXPECT_EQ(failure("accuracy=0.76", result),
+            "accuracy is 0.7500; at least 0.7600 is required");
+  EXPECT_EQ(failure("false_per_hour=2", result), "");
+  EXPECT_EQ(failure("false_per_hour=1.9", result),
+            "false_per_hour is 2.0000; at most 1.9000 is required");
+  EXPECT_EQ(failure("named=1", result), "");
+  EXPECT_EQ(failure("latency=0.1", result),
+            "latency is 0.2000; at most 0.1000 is required");
+  EXPECT_EQ(failure("kept_accuracy=0.5", Evaluation()),
+            "kept_accuracy is required, but there was nothing to measure");
+  Evaluation one;
+  one.takes = one.right = 1;
+  EXPECT_EQ(failure("accuracy=1", one), "");
 }
 
 class WholeRoad : public ::testing::Test {
@@ -86,6 +211,7 @@ TEST_F(WholeRoad, LeadsFromRecordingsToAModelThatKnowsOtherPeople) {
   EXPECT_GE(figures["named"], 0.95);
   EXPECT_EQ(figures["false_events"], 0);
   EXPECT_LT(figures["latency_worst"], 0.5);
+  EXPECT_GE(figures["folds"][0]["templates"], 5);
   size_t missed = 0;
   for (const auto& [cause, count] : figures["misses"].items()) {
     missed += count.get<size_t>();
@@ -134,6 +260,29 @@ TEST_F(WholeRoad, LeavesPeopleOut) {
     EXPECT_LE(fold["templates"], 10);
   }
   EXPECT_EQ(figures["takes"], 45);
+}
+
+// Each class has 9 takes: of four folds the first leaves out 3 of them, the others 2.
+TEST_F(WholeRoad, LeavesTakesOut) {
+  succeed("synth --training " + path("set") +
+          " --persons 3 --gestures 3 --distractors 10");
+  for (const std::string how : {"", " --spans"}) {
+    const Outcome eval =
+        run_wgr("eval " + path("set") + " --leave-out take --folds 4 --json" + how);
+    ASSERT_EQ(eval.status, 0) << eval.err;
+    const json figures = json::parse(eval.out);
+    ASSERT_EQ(figures["folds"].size(), 4u);
+    for (size_t f = 0; f < 4; ++f) {
+      const json& fold = figures["folds"][f];
+      EXPECT_EQ(fold["left_out"], "every 4th take, from " + std::to_string(f + 1));
+      EXPECT_EQ(fold["takes"], f == 0 ? 15 : 10);
+    }
+    EXPECT_EQ(figures["takes"], 45);
+    EXPECT_GE(figures["kept"], 40);
+    EXPECT_GE(figures["named"], 0.9);
+    EXPECT_GE(figures["kept_accuracy"], 0.8);
+    EXPECT_EQ(figures["latency_worst"].is_null(), !how.empty()) << "a take has no end";
+  }
 }
 
 TEST_F(WholeRoad, WordsGetNumbersThatTheInterfaceDoesNotUse) {
