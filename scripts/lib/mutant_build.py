@@ -143,7 +143,8 @@ class Build:
         words[words.index("-o") + 1] = str(to)
         to.parent.mkdir(parents=True, exist_ok=True)
         first = next(i for i, w in enumerate(words) if w.startswith("-I"))
-        words[first:first] = [f"-I{folder / root}" for folder in overlay for root in self.SOURCES]
+        words[first:first] = [f"-I{folder / root}" for folder in overlay
+                              for root in self.SOURCES]
         return subprocess.run(words + ["-w", *flags], cwd=self.folder, capture_output=True,
                               check=False).returncode == 0
 
@@ -172,7 +173,7 @@ class ToolBuild(Build):
     library = "libwgr_tool.so"
     MAIN = "libwgr_main.so"  # for the program alone: the tests have another main()
     # What computes motions, pages, sentences and findings is judged by what it makes.
-    APART = ("synthesis", "golden", "explanation", "diagnosis", "pages", "text")
+    APART = ("synthesis", "golden", "explanation", "diagnosis", "pages")
 
     @property
     def covered(self):
@@ -184,7 +185,8 @@ class ToolBuild(Build):
     @classmethod
     def files(cls, source):
         return [path for path in super().files(source) if path.suffix == ".cpp" and
-                not set(path.relative_to(source).parts) & set(cls.APART)]
+                not set(path.relative_to(source).parts) & set(cls.APART) and
+                not path.name.startswith("explanation_")]
 
     def find_tests(self):
         return [test for test in super().find_tests() if test[1] == "tools"]

@@ -6,9 +6,9 @@
 
 #include "base/sha256.h"
 #include "evaluation/evaluation.h"
-#include "evaluation/output.h"
 #include "segmentation/resample.h"
 #include "support/files.h"
+#include "text/evaluation_text.h"
 #include "tools/run_wgr.h"
 
 using namespace wgr;
@@ -68,10 +68,10 @@ TEST(EvaluationFigures, AreSharesQuantilesAndABound) {
   EXPECT_EQ(some.recall(2), std::nullopt);
   EXPECT_EQ(some.precision(2), std::nullopt);
   // Poisson's upper limits at 95 %, as tables have them.
-  EXPECT_EQ(some.false_per_hour(), 0.0);
+  EXPECT_EQ(some.false_positives_per_hour(), 0.0);
   EXPECT_NEAR(*some.false_per_hour_bound(), 2.9957 / 2.0, 1e-4);
   some.false_events = 4;
-  EXPECT_EQ(some.false_per_hour(), 2.0);
+  EXPECT_EQ(some.false_positives_per_hour(), 2.0);
   EXPECT_NEAR(*some.false_per_hour_bound(), 9.1535 / 2.0, 1e-4);
 }
 
@@ -137,14 +137,15 @@ TEST(EvaluationFigures, AreToldToPrograms) {
   EXPECT_EQ(told["misses"].dump(), R"({"too short":2})");
   EXPECT_EQ(told["false_events"], 4);
   EXPECT_EQ(told["reported_as_no_gesture"], 5);
-  EXPECT_EQ(told["false_per_hour"], 2.0);
+  EXPECT_EQ(told["false_positives_per_hour"], 2.0);
   EXPECT_EQ(told["latency"], 0.2);
   EXPECT_EQ(told["latency_worst"], 0.9);
   EXPECT_EQ(told["folds"][1].dump(),
             R"({"left_out":"bob","samples":12,"templates":2,"takes":3,"right":2})");
   const auto nothing = to_json(Evaluation(), Provenance());
-  for (const char* unknown : {"accuracy", "kept_accuracy", "named", "named_by_all",
-                              "false_per_hour", "false_per_hour_bound_95", "latency"}) {
+  for (const char* unknown :
+       {"accuracy", "kept_accuracy", "named", "named_by_all", "false_positives_per_hour",
+        "false_per_hour_bound_95", "latency"}) {
     EXPECT_TRUE(nothing[unknown].is_null()) << unknown;
   }
 }
@@ -157,9 +158,9 @@ TEST(EvaluationFigures, AreHeldAgainstWhatIsRequired) {
   EXPECT_EQ(failure("accuracy=0.75", result), "");
   EXPECT_EQ(failure("accuracy=0.76", result),
             "accuracy is 0.7500; at least 0.7600 is required");
-  EXPECT_EQ(failure("false_per_hour=2", result), "");
-  EXPECT_EQ(failure("false_per_hour=1.9", result),
-            "false_per_hour is 2.0000; at most 1.9000 is required");
+  EXPECT_EQ(failure("false_positives_per_hour=2", result), "");
+  EXPECT_EQ(failure("false_positives_per_hour=1.9", result),
+            "false_positives_per_hour is 2.0000; at most 1.9000 is required");
   EXPECT_EQ(failure("named=1", result), "");
   EXPECT_EQ(failure("latency=0.1", result),
             "latency is 0.2000; at most 0.1000 is required");
