@@ -12,9 +12,11 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/WearableInteractionConfigVersion.cmake
 file(RELATIVE_PATH WGR_PREFIX_FROM_PKGCONFIG
      /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 string(REGEX REPLACE "/$" "" WGR_PREFIX_FROM_PKGCONFIG "${WGR_PREFIX_FROM_PKGCONFIG}")
-configure_file(cmake/WearableInteraction.pc.in WearableInteraction.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/WearableInteraction.pc
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+foreach(library WearableInteraction WearablePreflight)
+  configure_file(cmake/${library}.pc.in ${library}.pc @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${library}.pc
+          DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+endforeach()
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME wearableinteraction)

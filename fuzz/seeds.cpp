@@ -338,12 +338,12 @@ static void make_command_lines() {
     const char* name;
     const char* words;  // a word a line
   } lines[] = {
-      {"replay", "replay\n--models\nmodels\n--rate=50\n--json\nx.csv"},
+      {"replay", "replay\n--models\nmodels\n--sample-rate=50\n--json\nx.csv"},
       {"replay-all",
        "replay\n--wearer\n1\n--mode\n2\n--bias=0.4,-0.2,1e1\n"
        "--sensitivity=-12\n--log\nl\n-"},
       {"session",
-       "replay\n--wearer\n1\n--mode\n2\n--rate\n0100\n"
+       "replay\n--wearer\n1\n--mode\n2\n--sample-rate\n0100\n"
        "--bias=0.4,-0.2,1e1\n--sensitivity=-12\n--\n--x.csv"},
       {"explain", "explain\n--expect\nx.labels.csv\n-o\np.html\n--no-init\nx.csv"},
       {"synth",
@@ -351,10 +351,10 @@ static void make_command_lines() {
        "--labels\nl.csv\n--style\ncalm\n--from\n1\n--dead-band\n0.5"},
       {"synth-set", "synth\n--training\nset\n--persons\n12\n--style\nmixed\n--seed\n3"},
       {"segment",
-       "cut\nset\n--background\nw\n--background\nv\n--rate\n50\n--min-length\n"
-       "25\n-o\ns.txt\n--spans"},
+       "cut\nset\n--background\nw\n--background\nv\n--sample-rate\n50\n--min-length\n"
+       "25\n-o\ns.txt\n--use-annotations"},
       {"build",
-       "build\nset\n-o\nm.xml\n--templates\n6\n--margin\n0.01\n--share\n"
+       "build\nset\n-o\nm.xml\n--templates\n6\n--tolerance\n0.01\n--share\n"
        "0.33\n--false-cost\n3\n--false-positives-per-hour\n1\n--background-hours\n2.5\n"
        "--threads\n2\n--report\nr.html"},
       {"slots", "build\n--slots\ns.csv\n-o\nmodels\n--model-only\n--cross-subject"},
@@ -364,16 +364,16 @@ static void make_command_lines() {
       {"require", "accuracy=0.95\nfalse_per_hour=1e1\nnamed=nan\nlatency=\nlatency=1x"},
       {"model", "model\ndiff\na.xml\nb.xml"},
       {"model-check", "model\ncheck\na.xml\n--\n-b.xml"},
-      {"doctor", "doctor\n--seconds\n60\n--rate\n100\n--bias\n1,2,3\n--json\nx.csv"},
+      {"doctor", "doctor\n--seconds\n60\n--sample-rate\n100\n--bias\n1,2,3\n--json\nx.csv"},
       {"preflight", "preflight\n--models\nm\n--json"},
-      {"log", "log\n--rate\n50\n--seconds\n86400\n--json\na\nb\nc"},
-      {"log-nan", "log\n--rate\nnan"},
-      {"log-inf", "log\n--seconds\n1e999\n--rate=0x32"},
+      {"log", "log\n--sample-rate\n50\n--seconds\n86400\n--json\na\nb\nc"},
+      {"log-nan", "log\n--sample-rate\nnan"},
+      {"log-inf", "log\n--seconds\n1e999\n--sample-rate=0x32"},
       {"selfcheck", "selfcheck\n--record"},
       {"help", "replay\n--help"},
       {"version", "--version"},
       {"unknown", "repaly\nx.csv"},
-      {"misplaced", "--rate\n50\nreplay\nx.csv"},
+      {"misplaced", "--sample-rate\n50\nreplay\nx.csv"},
       {"empty", ""},
   };
   for (const auto& line : lines) save("options", line.name, line.words);

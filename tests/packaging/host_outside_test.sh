@@ -43,7 +43,7 @@ PKG_CONFIG_LIBDIR=$scratch/stage/$libdir/pkgconfig
 export PKG_CONFIG_LIBDIR
 pkg-config --exact-version=0.1 WearableInteraction
 # shellcheck disable=SC2046,SC2086  # lists of options
-"$compiler" -std=c11 $flags $(pkg-config --cflags WearableInteraction) \
-  "$scratch/host/host.c" $(pkg-config --libs WearableInteraction) \
+"$compiler" -std=c11 $flags $(pkg-config --cflags WearablePreflight) \
+  "$scratch/host/host.c" $(pkg-config --libs WearablePreflight) \
   -Wl,-rpath,"$scratch/stage/$libdir" -o "$scratch/by-pkg-config"
 expect_host pkg-config "$@" "$scratch/by-pkg-config"

@@ -32,7 +32,7 @@ const std::vector<FaultCommand>& fault_commands() {
        {"in/walk.csv", "in/models/olvo_model_5_fb/hgr_olvo.xml"},
        true},
       {"doctor", "doctor in/walk.csv", {}, {"in/walk.csv"}, true},
-      {"doctor_json", "doctor --json --rate 100 in/walk.csv", {}, {"in/walk.csv"}, true},
+      {"doctor_json", "doctor --json --sample-rate 100 in/walk.csv", {}, {"in/walk.csv"}, true},
       {"preflight", "preflight", {}, {}, true},
       {"preflight_json", "preflight --json --models in/models", {}, {}, true},
       {"log", "log in/WgrLog.txt", {}, {"in/WgrLog.txt"}, true},

@@ -227,8 +227,8 @@ TEST_F(Log, RatesNeedAWordFromOutside) {
   const std::string text = start_lines() + samples(100);
   EXPECT_FALSE(summary(text).contains("effective_rate"));
   EXPECT_EQ(summary(text, "--seconds 4")["effective_rate"], 25.0);
-  EXPECT_EQ(summary(text, "--rate 50")["hours_by_rate"], 100.0 / 50 / 3600);
-  EXPECT_THAT(run_wgr("log --rate 50 --seconds 4 " + path_).out,
+  EXPECT_EQ(summary(text, "--sample-rate 50")["hours_by_rate"], 100.0 / 50 / 3600);
+  EXPECT_THAT(run_wgr("log --sample-rate 50 --seconds 4 " + path_).out,
               HasSubstr("25.00 samples/s over 4 s, 50.0 % missing"));
   EXPECT_THAT(run_wgr("log " + path_).out, HasSubstr("the log holds no times"));
 }
@@ -239,7 +239,7 @@ TEST_F(Log, IsToldToPeopleAsAWhole) {
                         "kernel: oops\n" + start_lines() + set_model(0, 2) +
                         closing(14, 0) + closing(4) + samples(1) + "update_ges");
   EXPECT_EQ(
-      run_wgr("log --rate 1 --seconds 20 " + path_).out,
+      run_wgr("log --sample-rate 1 --seconds 20 " + path_).out,
       "session  line         samples   compared  gestures  rejected  model\n"
       "      1  1                  8          5         2         1  wearer 1, mode 2\n"
       "      2  35                 3          2         1         0  wearer 0, mode 2\n"
@@ -260,7 +260,7 @@ TEST_F(Log, IsToldToPeopleAsAWhole) {
           path_ + ":34: foreign: \"kernel: oops\"\n  " + path_ +
           ":55: torn: \"update_ges\"\n");
   const std::vector<json> objects =
-      lines_of(run_wgr("log --json --rate 1 --seconds 20 " + path_).out);
+      lines_of(run_wgr("log --json --sample-rate 1 --seconds 20 " + path_).out);
   ASSERT_EQ(objects.size(), 3u);
   EXPECT_EQ(objects[0],
             json::parse("{\"type\":\"session\",\"file\":\"" + path_ + R"(","line":1,
@@ -286,7 +286,7 @@ TEST_F(Log, WithARateGesturesAreCountedByHour) {
   // At one sample a second an hour has 3600 of them.
   const json sum = summary(start_lines() + samples(3599) + closing(1) + closing(2) +
                                samples(3599) + closing(13),
-                           "--rate 1");
+                           "--sample-rate 1");
   ASSERT_EQ(sum["hours"].size(), 3u);
   EXPECT_EQ(sum["hours"][0]["by_class"], json({{"1", 1}}));
   EXPECT_EQ(sum["hours"][0]["samples"], 3600);
@@ -315,7 +315,7 @@ TEST_F(Log, StandardInputIsReadToo) {
 TEST_F(Log, WhatCannotBeReadEndsWithTwo) {
   EXPECT_EQ(run_wgr("log " + directory_.file("missing")).status, 2);
   EXPECT_EQ(run_wgr("log " + directory_.path()).status, 2);
-  EXPECT_EQ(run_wgr("log --rate 0 " + path_).status, 2);
+  EXPECT_EQ(run_wgr("log --sample-rate 0 " + path_).status, 2);
   write_file(path_, "\x1f\x8b\x08 this is not gzip");
   const Outcome outcome = run_wgr("log " + path_);
   EXPECT_EQ(outcome.status, 2);

@@ -40,48 +40,48 @@ struct NumberOption {
 static const NumberOption kNumbers[] = {
     {"replay", "--wearer", whole_from(0, 1)},
     {"replay", "--mode", whole_from(0, 2)},
-    {"replay", "--rate", whole_from(1, 100000)},
+    {"replay", "--sample-rate", whole_from(1, 100000)},
     {"replay", "--sensitivity", whole_from(-1000000, 3)},
     {"explain", "--wearer", whole_from(0, 1)},
     {"explain", "--mode", whole_from(0, 2)},
-    {"explain", "--rate", whole_from(1, 100000)},
+    {"explain", "--sample-rate", whole_from(1, 100000)},
     {"explain", "--sensitivity", whole_from(-1000000, 3)},
     {"explain", "--max-size", whole_from(1, 1000000)},
     {"synth", "--seed", whole_from(0, 2147483647)},
     {"synth", "--person", whole_from(0, 1000000)},
     {"synth", "--wearer", whole_from(0, 1)},
-    {"synth", "--rate", whole_from(10, 1000)},
+    {"synth", "--sample-rate", whole_from(10, 1000)},
     {"synth", "--from", number_from(0, 36000)},
     {"synth", "--dead-band", number_from(0, 10000)},
     {"synth", "--gestures", whole_from(0, 1000)},
     {"synth", "--distractors", number_from(0, 36000)},
     {"synth", "--persons", whole_from(1, 999)},
-    {"segment", "--rate", whole_from(10, 1000)},
+    {"segment", "--sample-rate", whole_from(10, 1000)},
     {"segment", "--min-length", whole_from(2, 10000)},
     {"segment", "--max-size", whole_from(1, 1000000)},
     {"build", "--templates", whole_from(1, 100)},
-    {"build", "--margin", number_from(0, 1)},
+    {"build", "--tolerance", number_from(0, 1)},
     {"build", "--share", number_from(0, 1)},
     {"build", "--false-cost", number_above(0, 1000000)},
     {"build", "--false-positives-per-hour", number_from(0, 10000)},
     {"build", "--threads", whole_from(1, 256)},
     {"build", "--background-hours", number_above(0, 100000)},
-    {"build", "--rate", whole_from(10, 1000)},
+    {"build", "--sample-rate", whole_from(10, 1000)},
     {"build", "--min-length", whole_from(2, 10000)},
     {"build", "--max-size", whole_from(1, 1000000)},
     {"eval", "--folds", whole_from(2, 1000)},
     {"eval", "--templates", whole_from(1, 100)},
-    {"eval", "--margin", number_from(0, 1)},
+    {"eval", "--tolerance", number_from(0, 1)},
     {"eval", "--share", number_from(0, 1)},
     {"eval", "--false-cost", number_above(0, 1000000)},
     {"eval", "--false-positives-per-hour", number_from(0, 10000)},
     {"eval", "--threads", whole_from(1, 256)},
-    {"eval", "--rate", whole_from(10, 1000)},
+    {"eval", "--sample-rate", whole_from(10, 1000)},
     {"eval", "--min-length", whole_from(2, 10000)},
     {"eval", "--max-size", whole_from(1, 1000000)},
-    {"doctor", "--rate", whole_from(1, 100000)},
+    {"doctor", "--sample-rate", whole_from(1, 100000)},
     {"doctor", "--seconds", number_above(0, 1000000000)},
-    {"log", "--rate", number_from(1, 100000)},
+    {"log", "--sample-rate", number_from(1, 100000)},
     {"log", "--seconds", number_above(0, 1000000000)},
 };
 
@@ -250,8 +250,8 @@ TEST(Options, LeadingZerosDoNotMakeANumberOctal) {
   CLI::App wgr;
   add_all(wgr);
   keep_from_running(wgr);
-  EXPECT_THROW(parse_and_run(wgr, {"replay", "--rate", "0100", "X"}), EndWithStatus);
-  EXPECT_EQ(wgr.get_subcommand("replay")->get_option("--rate")->as<int>(), 100);
+  EXPECT_THROW(parse_and_run(wgr, {"replay", "--sample-rate", "0100", "X"}), EndWithStatus);
+  EXPECT_EQ(wgr.get_subcommand("replay")->get_option("--sample-rate")->as<int>(), 100);
 }
 
 TEST(Options, WordsAreTakenAsTheyAreAndOthersAreRefused) {
@@ -275,7 +275,7 @@ TEST(Options, WordsAreTakenAsTheyAreAndOthersAreRefused) {
 
 TEST(Options, AWordThatIsNoneOfSeveralIsRefusedWithAllOfThem) {
   EXPECT_EQ(said_of({"eval", "X", "--leave-out", "sesion"}),
-            "--leave-out: subject, take or session is wanted, not \"sesion\"; did you "
+            "--leave-out: subject, repetition or session is wanted, not \"sesion\"; did you "
             "mean session? See wgr eval --help");
 }
 
@@ -301,7 +301,7 @@ TEST(Options, APathIsNeitherNothingNorTheNextOption) {
 }
 
 TEST(Options, AnEmptyValueBehindTheSignIsMetAfterOtherLongOptions) {
-  EXPECT_EQ(said_of({"replay", "--json", "--rate=50", "--log=", "X"}),
+  EXPECT_EQ(said_of({"replay", "--json", "--sample-rate=50", "--log=", "X"}),
             "--log: a value is wanted behind the =");
   EXPECT_EQ(said_of({"synth", "--seed", "1", "-out", "X"}),
             "-out: no option; did you mean --out?");
@@ -490,7 +490,7 @@ TEST(Help, ItsExamplesNameRecordingsThatExist) {
 
 TEST(Program, SaysWhoItIsBeforeEveryMessageAndEndsWithTwo) {
   for (const std::string arguments :
-       {"", "replya x", "replay", "replay --rate nan x", "replay --wearer", "model",
+       {"", "replya x", "replay", "replay --sample-rate nan x", "replay --wearer", "model",
         "replay --models /nowhere x", "eval", "build -o x", "segment /nowhere -o x",
         "log /nowhere", "doctor /nowhere", "explain --models /nowhere x",
         "model show /nowhere.xml", "preflight --models /nowhere", "selfcheck x",
@@ -536,13 +536,13 @@ TEST(Suggestion, CountsWhatMustBeChanged) {
 }
 
 TEST(Suggestion, IsTheNearestCandidateOrNone) {
-  const Words candidates = {"--rate", "--mode", "--models"};
-  EXPECT_EQ(most_like("--rat", candidates), "--rate");
+  const Words candidates = {"--sample-rate", "--mode", "--models"};
+  EXPECT_EQ(most_like("--rat", candidates), "--sample-rate");
   EXPECT_EQ(most_like("--model", candidates), "--mode");  // the first of equals
   EXPECT_EQ(most_like("--modesl", candidates), "--models");
   EXPECT_EQ(most_like("--quux", candidates), "");
   EXPECT_EQ(most_like(std::string(100000, '-'), candidates), "");
-  EXPECT_EQ(did_you_mean("--rat", candidates), "; did you mean --rate?");
+  EXPECT_EQ(did_you_mean("--rat", candidates), "; did you mean --sample-rate?");
   EXPECT_EQ(did_you_mean("", candidates), "");
 }
 

@@ -285,7 +285,7 @@ TEST_F(Commands, LeaveNothingWhenTheyAreKilled) {
   const auto before = contents();
   const Outcome outcome =
       run_command(placed("{ head -n 200 @/walk.csv; sleep 0.8; } | timeout -s KILL 0.5 " +
-                         std::string(WGR_PROGRAM) + " replay --rate 50 --models " +
+                         std::string(WGR_PROGRAM) + " replay --sample-rate 50 --models " +
                          kModels + " --log @/kept -"));
   EXPECT_NE(outcome.status, 0);
   EXPECT_EQ(contents(), before) << outcome.err;

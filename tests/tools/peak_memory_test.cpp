@@ -120,7 +120,7 @@ TEST(PeakMemory, AnExplanationTakesAShareOfADay) {
   constexpr double kHours = 1.5;
   for (const std::string option : {"", "--json "}) {
     const Measured run =
-        run_measured("explain --rate 50 " + option + "--models " + WGR_ROOT + "/models -",
+        run_measured("explain --sample-rate 50 " + option + "--models " + WGR_ROOT + "/models -",
                      [&](std::FILE* out) { write_hours(kHours, 50, out); });
     EXPECT_EQ(run.status, 0);
     EXPECT_LT(run.kilobytes, 16000 + 300000.0 / 24.0 * kHours);
@@ -136,7 +136,7 @@ TEST(PeakMemory, APageTakesAShareOfADay) {
   const std::string page = directory.file("page.html");
   constexpr double kHours = 3.0;
   const Measured run =
-      run_measured("explain --rate 50 -o " + page + " --models " + WGR_ROOT + "/models -",
+      run_measured("explain --sample-rate 50 -o " + page + " --models " + WGR_ROOT + "/models -",
                    [&](std::FILE* out) { write_hours(kHours, 50, out); });
   EXPECT_EQ(run.status, 0);
   EXPECT_LT(run.kilobytes, 65000 + 235000.0 / 24.0 * kHours);

@@ -28,7 +28,7 @@ TEST(RecordedSets, PhoneInTheHandOfPeopleWhoAreNotInTheModel) {
   const json figures =
       evaluate(kData +
                "uhh_imu --leave-out subject --cross-subject --no-gravity "
-               "--spans --min-length 10");
+               "--use-annotations --min-length 10");
   EXPECT_EQ(figures["takes"], 300);
   EXPECT_EQ(figures["kept"], 280);
   EXPECT_EQ(figures["misses"]["too weak"], 19);
@@ -47,7 +47,7 @@ TEST(RecordedSets, WandWithoutItsAttitude) {
   }
   if (!enough_cases()) GTEST_SKIP() << "takes too long where every step is slow";
   const json figures =
-      evaluate(kData + "wand_nano33 --leave-out take --no-attitude --share 1 --margin 0");
+      evaluate(kData + "wand_nano33 --leave-out repetition --no-attitude --share 1 --tolerance 0");
   EXPECT_EQ(figures["takes"], 125);
   EXPECT_EQ(figures["kept"], 123);
   EXPECT_EQ(figures["misses"]["starts fast"], 2);
@@ -61,7 +61,7 @@ TEST(RecordedSets, BoardInTheHand) {
   }
   if (!enough_cases()) GTEST_SKIP() << "takes too long where every step is slow";
   const json figures =
-      evaluate(kData + "nano_gestures --leave-out take --folds 4 --share 1 --margin 0");
+      evaluate(kData + "nano_gestures --leave-out repetition --folds 4 --share 1 --tolerance 0");
   EXPECT_EQ(figures["takes"], 265);
   EXPECT_EQ(figures["kept"], 228);
   EXPECT_EQ(figures["misses"]["starts fast"], 30);

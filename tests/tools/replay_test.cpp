@@ -190,9 +190,9 @@ TEST_F(Replay, TheOptionsHoldWithModelsFromAnyFolder) {
   std::filesystem::copy(recording_, "--odd name.csv",
                         std::filesystem::copy_options::overwrite_existing);
   for (const std::string options :
-       {"--rate 60", "--bias 20,-30,40", "--sensitivity -49", "--wearer 1"}) {
+       {"--sample-rate 60", "--bias 20,-30,40", "--sensitivity -49", "--wearer 1"}) {
     const std::string rest = "--json " + options + " -- '--odd name.csv'";
-    const Outcome plain = run_wgr("replay --rate 50 --json " + quoted_);
+    const Outcome plain = run_wgr("replay --sample-rate 50 --json " + quoted_);
     const Outcome installed = run_wgr("replay " + rest);
     const Outcome elsewhere = run_wgr("replay --models '" + models + "' " + rest);
     ASSERT_EQ(installed.status, 0) << installed.err;
@@ -273,7 +273,7 @@ TEST_F(Replay, WhatCameBeforeAMalformedLineIsUsed) {
   install_model();
   std::string content = read_file(recording_);
   write_file(recording_, content + "3.0,not,a,sample,0,0,0\n3.02,0,0,0,0,0,0\n");
-  for (const std::string how : {"", "--rate 50 "}) {
+  for (const std::string how : {"", "--sample-rate 50 "}) {
     const Outcome outcome = run_wgr("replay --json " + how + quoted_);
     EXPECT_EQ(outcome.status, 2);
     EXPECT_THAT(outcome.err,
@@ -317,10 +317,10 @@ TEST_F(Replay, TheRateIsTheOptionElseTheStampsElseFifty) {
     return json_lines(run_wgr("replay --json " + arguments, input).out).back()["rate"];
   };
   EXPECT_EQ(rate(quoted_, "/dev/null"), 100);
-  EXPECT_EQ(rate("--rate 25 " + quoted_, "/dev/null"), 25);
+  EXPECT_EQ(rate("--sample-rate 25 " + quoted_, "/dev/null"), 25);
   EXPECT_EQ(rate("-", quoted_), 50);
-  EXPECT_EQ(rate("--rate 100 -", quoted_), 100);
-  EXPECT_THAT(run_wgr("replay --rate 50 " + quoted_).out,
+  EXPECT_EQ(rate("--sample-rate 100 -", quoted_), 100);
+  EXPECT_THAT(run_wgr("replay --sample-rate 50 " + quoted_).out,
               HasSubstr("clock     100.0 samples/s by the time stamps\n"));
 }
 
@@ -330,7 +330,7 @@ TEST_F(Replay, AbsentAxesAndAnIrregularClockAreReportedNotRefused) {
              "t,ax,ay,az,gx,gy,gz\n"
              "0,0,0,10,,,\n0.02,0,0,10,,,\n0.04,0,0,10,,,\n0.04,0,0,10,,,\n"
              "0.5,0,0,10,,,\n0.4,0,0,10,,,\n");
-  const Outcome outcome = run_wgr("replay --rate 50 " + quoted_);
+  const Outcome outcome = run_wgr("replay --sample-rate 50 " + quoted_);
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.err, HasSubstr("wgr: " + recording_ +
                                      ": the axes gx, gy, gz are empty and read as 0\n"));
@@ -385,7 +385,7 @@ TEST_F(Replay, WrongArgumentsEndWithStatusTwo) {
   install_model();
   for (const std::string wrong :
        {"", "dance", "replay", "replay --wearer 2", "replay --mode -1", "replay --mode x",
-        "replay --rate 0", "replay --rate 1.5", "replay --bias 1,2",
+        "replay --sample-rate 0", "replay --sample-rate 1.5", "replay --bias 1,2",
         "replay --bias 1,2,3,", "replay --bias 1,2,3,4", "replay --bias 1,,3",
         "replay --bias 1,2,inf", "replay --sensitivity high",
         "replay --no-such-option"}) {

@@ -161,7 +161,7 @@ TEST(SynthProgram, TheSameArgumentsGiveTheSameBytesAndASeedOthers) {
 // As --help tells them.
 TEST(SynthProgram, WhatIsNotGivenHasItsDefault) {
   const Outcome all = run_wgr(
-      "synth --seed 1 --person 1 --style free --wearer 0 --rate 50 --from 0 --dead-band "
+      "synth --seed 1 --person 1 --style free --wearer 0 --sample-rate 50 --from 0 --dead-band "
       "0 "
       "--gestures 4 --distractors 120 -o -");
   EXPECT_EQ(all.status, 0) << all.err;
@@ -263,7 +263,7 @@ TEST(SynthProgram, SaysWhatCannotBeDoneAndEndsWithStatus2) {
       {"synth -o /dev/null/x.csv", "/dev/null/x.csv: cannot be written: Not a directory"},
       {"synth -o /dev/null --style mixed", "sets can be mixed"},
       {"synth -o /dev/null --style wild", "--style"},
-      {"synth -o /dev/null --rate 0", "--rate"},
+      {"synth -o /dev/null --sample-rate 0", "--sample-rate"},
       {"synth -o /dev/null --script /nowhere/s", "/nowhere/s: cannot be read"},
   };
   for (const auto& c : cases) {

@@ -466,7 +466,7 @@ TEST(SynthProgramCut, CountsEveryMotionAndSaysWhatIsWrong) {
   EXPECT_EQ(cut.out, read_file(directory.file("t"))) << "standard output has no more";
 
   EXPECT_EQ(run_wgr("segment /nowhere -o -").status, 2);
-  const Outcome rate = run_wgr("segment " + set + " --rate 100 -o -");
+  const Outcome rate = run_wgr("segment " + set + " --sample-rate 100 -o -");
   EXPECT_EQ(rate.status, 0) << rate.err;
   EXPECT_THAT(rate.err, HasSubstr("1 recordings, 100 samples/s; 1 recording of another "
                                   "rate resampled to it by linear interpolation "

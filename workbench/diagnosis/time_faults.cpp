@@ -24,7 +24,7 @@ void Examination::examine_stamps() {
   if (steps.empty()) {
     find("stamps", Sureness::kCertain, "the time stamps never go forward",
          "stamp each sample with the time it was taken at, in seconds",
-         "--rate HZ tells the other tools what the stamps do not");
+         "--sample-rate HZ tells the other tools what the stamps do not");
     return;
   }
   const double step = median(steps);
@@ -81,7 +81,7 @@ void Examination::examine_steps() {
          "samples come at " + fixed(*facts.rate, 2) + " a second, not at the " +
              std::to_string(*options_.rate) + " that the library is told",
          "pass the true rate: speeds, lengths and turns all follow from it",
-         "init_gesture_handle(h, " + right + ", ...); --rate " + right);
+         "init_gesture_handle(h, " + right + ", ...); --sample-rate " + right);
   } else if (std::fabs(std::round(*facts.rate) / *facts.rate - 1.0) > kRateTolerance) {
     find("rate", Sureness::kCertain,
          "samples come at " + fixed(*facts.rate, 2) +

@@ -123,18 +123,18 @@ static Division divide(const SegmentedSet& set, const EvaluationOptions& options
       fold = index_of(entry.subject, division.names);
     } else if (options.leave_out == LeaveOut::kSession) {
       fold = index_of(entry.file, division.names);
-    } else if (options.leave_out == LeaveOut::kTake) {
+    } else if (options.leave_out == LeaveOut::kRepetition) {
       fold = r % folds;
     }
     division.background.push_back(fold);
     division.takes.emplace_back();
     for (const Annotation& span : recording.spans) {
       division.takes.back().push_back(
-          options.leave_out == LeaveOut::kTake ? takes_of[span.label]++ % folds : fold);
+          options.leave_out == LeaveOut::kRepetition ? takes_of[span.label]++ % folds : fold);
     }
   }
   if (options.leave_out == LeaveOut::kNothing) division.names = {"nothing"};
-  if (options.leave_out == LeaveOut::kTake) {
+  if (options.leave_out == LeaveOut::kRepetition) {
     for (size_t f = 0; f < folds; ++f) {
       division.names.push_back("every " + std::to_string(folds) + "th take, from " +
                                std::to_string(f + 1));

@@ -15,7 +15,7 @@
 
 namespace wgr {
 
-enum class LeaveOut { kNothing, kSubject, kTake, kSession };
+enum class LeaveOut { kNothing, kSubject, kRepetition, kSession };
 
 struct EvaluationOptions {
   std::string model;  // file; with LeaveOut::kNothing

@@ -270,7 +270,7 @@ SegmentedSet segment_set(const std::vector<SetEntry>& set,
   const int rate = options.rate.value_or(cut.provenance.rate);
   if (rate < kLowestRate) {
     throw UsageError("the rate of " + std::to_string(rate) +
-                     " samples/s is too low for gestures; give --rate");
+                     " samples/s is too low for gestures; give --sample-rate");
   }
 
   const bool attitude = options.gravity && options.attitude;

@@ -1,5 +1,6 @@
 /* The least that a host does, to be built against the installed library. */
 #include <WgrInterface.h>
+#include <WgrPreflight.h>
 #include <stdio.h>
 
 static void on_gesture(void* handle, int gesture, void* count) {
@@ -13,6 +14,7 @@ int main(void) {
   static const Point3Df kNoTurn = {0.0, 0.0, 0.0};
   const WgVersion version = get_version();
   int events = 0;
+  if (preflight_gesture_library(NULL, NULL) == WG_PREFLIGHT_FATAL) return 1;
   WgrHandle handle = create_gesture_handle();
   if (init_gesture_handle(handle, 50, kNoTurn, 0, 0, 0, 50) != 0) return 1;
   if (set_gesture_model(handle, WG_WEARER_RIGHT, WG_MODE_MIX) != 0) return 1;

@@ -14,7 +14,7 @@ void add_build_options(CLI::App& command, BuildOptions& options) {
       ->transform(within(whole_from(1, 100)))
       ->option_text("N");
   command
-      .add_option("--margin", options.margin,
+      .add_option("--tolerance", options.margin,
                   "By how much the smallest set may be worse than\nthe best")
       ->transform(within(number_from(0, 1)))
       ->option_text("SHARE (0.01)");

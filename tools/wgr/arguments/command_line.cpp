@@ -79,7 +79,7 @@ static std::vector<std::string> names_of_subcommands(const CLI::App& app) {
   return names;
 }
 
-// "--rate", "-o" and so on, without those that are not for people.
+// "--sample-rate", "-o" and so on, without those that are not for people.
 static std::vector<std::string> names_of_options(const CLI::App& app) {
   std::vector<std::string> names;
   for (const CLI::Option* option : app.get_options()) {

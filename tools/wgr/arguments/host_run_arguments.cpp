@@ -49,7 +49,7 @@ void add_host_run_arguments(CLI::App& command, HostRunArguments& given) {
       ->transform(within(whole_from(0, 2)))
       ->option_text("0|1|2 (1)");
   command
-      .add_option("--rate", given.rate,
+      .add_option("--sample-rate", given.rate,
                   "Samples per second; otherwise what the time stamps of\na file say, "
                   "and 50 for standard input")
       ->transform(within(whole_from(1, kHighestRate)))
@@ -68,7 +68,7 @@ void add_host_run_arguments(CLI::App& command, HostRunArguments& given) {
 std::vector<std::string> host_run_words(const HostRunArguments& given) {
   std::vector<std::string> words = {"--wearer=" + std::to_string(given.session.wearer),
                                     "--mode=" + std::to_string(given.session.mode)};
-  if (given.rate) words.push_back("--rate=" + std::to_string(*given.rate));
+  if (given.rate) words.push_back("--sample-rate=" + std::to_string(*given.rate));
   if (!given.bias.empty()) words.push_back("--bias=" + given.bias);
   if (given.session.sensitivity) {
     words.push_back("--sensitivity=" + std::to_string(*given.session.sensitivity));
@@ -112,14 +112,14 @@ int choose_rate(const HostRunArguments& given, RecordingReader& reader) {
   if (given.recording == kStandardInput) {
     std::fprintf(
         stderr,
-        "wgr: taking %d samples/s for the live stream; --rate HZ says otherwise\n",
+        "wgr: taking %d samples/s for the live stream; --sample-rate HZ says otherwise\n",
         kAssumedRate);
     return kAssumedRate;
   }
   const std::optional<int> rate = estimate_rate(reader.read_ahead(kSamplesForRate));
   if (!rate) {
     std::fprintf(stderr,
-                 "wgr: %s: the time stamps give no rate: taking %d samples/s; --rate HZ "
+                 "wgr: %s: the time stamps give no rate: taking %d samples/s; --sample-rate HZ "
                  "says otherwise\n",
                  shown(given.recording).c_str(), kAssumedRate);
     return kAssumedRate;

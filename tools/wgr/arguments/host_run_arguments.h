@@ -28,7 +28,7 @@ struct HostRunArguments {
 CLI::Validator gyro_bias();
 Point3Df parse_bias(const std::string& text);
 
-// Adds RECORDING, --models, --wearer, --mode, --rate, --bias and --sensitivity.
+// Adds RECORDING, --models, --wearer, --mode, --sample-rate, --bias and --sensitivity.
 void add_host_run_arguments(CLI::App& command, HostRunArguments& given);
 
 // The words of the command line that stand for `given`, without --models and RECORDING.

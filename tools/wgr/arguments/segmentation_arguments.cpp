@@ -13,7 +13,7 @@ void add_segmentation_arguments(CLI::App& command, SegmentationArguments& given)
       ->option_text("PATH")
       ->allow_extra_args(false);
   command
-      .add_option("--rate", given.options.rate,
+      .add_option("--sample-rate", given.options.rate,
                   "Samples per second of the model; otherwise that of\nmost recordings")
       ->transform(within(whole_from(10, 1000)))
       ->option_text("HZ");
@@ -22,7 +22,7 @@ void add_segmentation_arguments(CLI::App& command, SegmentationArguments& given)
                   "Shortest motion, in samples; otherwise half a second")
       ->transform(within(whole_from(2, 10000)))
       ->option_text("N");
-  command.add_flag("--spans", given.options.whole_spans,
+  command.add_flag("--use-annotations", given.options.whole_spans,
                    "Take marked spans whole, not the motions between\nrests in them");
   command.add_flag("--no-gravity", given.no_gravity,
                    "The recordings have no gravity in them");

@@ -17,7 +17,7 @@ struct SegmentationArguments {
   bool no_attitude = false;
 };
 
-// Adds --background, --rate, --min-length, --spans, --no-gravity, --no-attitude
+// Adds --background, --sample-rate, --min-length, --use-annotations, --no-gravity, --no-attitude
 // and --max-size.
 void add_segmentation_arguments(CLI::App& command, SegmentationArguments& given);
 

@@ -25,7 +25,7 @@ static constexpr char kFooter[] =
     R"(INPUT is a training file (see wgr segment) or a folder of recordings, which is cut first.
 Affinity propagation picks each class's templates. A sweep over its preference finds the
 smallest set of templates whose accuracy, every sample compared with all templates but
-itself, is within --margin of the best; no class gets more templates than a third of its
+itself, is within --tolerance of the best; no class gets more templates than a third of its
 samples (--share). For wearers who recorded nothing, --cross-subject compares every sample
 with the templates of other subjects alone. Where affinity propagation does not converge
 it is tried with more damping; then templates are picked one by one. Each class's

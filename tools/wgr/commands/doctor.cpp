@@ -41,7 +41,7 @@ in both, or all three of the accelerometer turned.
 
 Examples:
   wgr doctor walk.csv
-  wgr doctor --rate 50 --bias=0.4,-0.2,0.1 walk.csv     as the host passes them
+  wgr doctor --sample-rate 50 --bias=0.4,-0.2,0.1 walk.csv     as the host passes them
   sensor-stream | wgr doctor -
 
 Exit status: 0 nothing found; 1 findings, or the machine failed (disk, memory); 2 the
@@ -183,7 +183,7 @@ void add_doctor(CLI::App& wgr) {
       ->transform(path_name())
       ->option_text(" ");
   command
-      ->add_option("--rate", given->options.rate,
+      ->add_option("--sample-rate", given->options.rate,
                    "Samples per second that the host passes to the library")
       ->transform(within(whole_from(1, kHighestRate)))
       ->option_text("HZ");

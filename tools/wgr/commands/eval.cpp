@@ -131,7 +131,7 @@ static void warn_of_unjudged(const Evaluation& result) {
         "wgr: class %d: %zu of its takes cannot be judged and count as missed: "
         "with what was left out beside them, a single repetition or none was left "
         "to build from. Record more of it, or leave out less at a time "
-        "(--leave-out take)\n",
+        "(--leave-out repetition)\n",
         label, takes);
   }
 }
@@ -185,7 +185,7 @@ void add_eval(CLI::App& wgr) {
       ->add_option("--leave-out", given->options.leave_out,
                    "Build models from the rest of the recordings instead")
       ->transform(one_of<LeaveOut>({{"subject", LeaveOut::kSubject},
-                                    {"take", LeaveOut::kTake},
+                                    {"repetition", LeaveOut::kRepetition},
                                     {"session", LeaveOut::kSession}}))
       ->option_text("subject|take|session");
   command->add_option("--folds", given->options.folds, "Parts that takes are left out in")

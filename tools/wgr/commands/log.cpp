@@ -39,15 +39,15 @@ and lines that are not the library's (foreign) or damaged (torn), with their num
 A sample without its second line is unanswered: the process ended in it, or two handles
 write into one log, or the disk was full.
 
-The log holds no times. With --rate HZ samples become hours, counted from the log's first
+The log holds no times. With --sample-rate HZ samples become hours, counted from the log's first
 sample as if it had no pauses. With --seconds S, the time that the log covers, the rate at
 which samples really came is told, and with both the share that is missing. Which hour of
 the day it was cannot be told.
 
 Examples:
   wgr log                                          the log of this machine
-  wgr log WgrLog.txt.2.gz WgrLog.txt.1 WgrLog.txt --rate 50
-  wgr log --seconds 86400 --rate 50 --json WgrLog.txt.1
+  wgr log WgrLog.txt.2.gz WgrLog.txt.1 WgrLog.txt --sample-rate 50
+  wgr log --seconds 86400 --sample-rate 50 --json WgrLog.txt.1
 
 Exit status: 0 read to its end; 1 the machine failed (disk, memory); 2 a file cannot be read
 or is no log, or an argument cannot be used.)";
@@ -130,7 +130,7 @@ static void print_session_text(const LoggedHostRun& session, Count number) {
 
 static std::string rates_text(const LogArguments& given, const LogTotals& totals) {
   if (!given.rate && !given.seconds) {
-    return "unknown: the log holds no times; see --rate and --seconds";
+    return "unknown: the log holds no times; see --sample-rate and --seconds";
   }
   const double samples = static_cast<double>(totals.samples);
   std::string text;
@@ -299,7 +299,7 @@ void add_log(CLI::App& wgr) {
       ->transform(path_name())
       ->option_text(" ");
   command
-      ->add_option("--rate", given->rate, "Samples per second, as given to the library")
+      ->add_option("--sample-rate", given->rate, "Samples per second, as given to the library")
       ->transform(within(number_from(1, kHighestRate)))
       ->option_text("HZ");
   command->add_option("--seconds", given->seconds, "The time that the log covers")

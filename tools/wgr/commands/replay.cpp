@@ -48,7 +48,7 @@ Examples:
   wgr replay --models models recordings/demo.csv
   wgr replay --wearer 1 --mode 2 --sensitivity 3 walk.csv
   wgr replay --bias 0.4,-0.2,0.1 --json walk.csv | jq 'select(.type == "event")'
-  sensor-stream | wgr replay --rate 100 -     events as they happen; Ctrl-C for the end
+  sensor-stream | wgr replay --sample-rate 100 -     events as they happen; Ctrl-C for the end
 
 Exit status: 0 done; 1 the machine failed (disk, memory); 2 the recording, the models or an
 argument cannot be used.)";

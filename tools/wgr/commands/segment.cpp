@@ -27,7 +27,7 @@ of all inputs, which wgr build takes up; standard output and devices get none.
 
 Examples:
   wgr segment set -o set.txt
-  wgr segment set --background walks --rate 50 -o set.txt
+  wgr segment set --background walks --sample-rate 50 -o set.txt
 
 Exit status: 0 done; 1 the machine failed (disk, memory); 2 the recordings or an argument
 cannot be used.)";

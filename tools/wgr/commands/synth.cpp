@@ -237,7 +237,7 @@ void add_synth(CLI::App& wgr) {
       ->add_option("--wearer", given->performance.wearer, "0: left wrist, 1: right wrist")
       ->transform(within(whole_from(0, 1)))
       ->option_text("0|1 (0)");
-  command->add_option("--rate", given->performance.rate, "Samples per second")
+  command->add_option("--sample-rate", given->performance.rate, "Samples per second")
       ->transform(within(whole_from(10, 1000)))
       ->option_text("HZ (50)");
   RecordingFaults& faults = given->performance.faults;
