@@ -537,12 +537,12 @@ TEST(Suggestion, CountsWhatMustBeChanged) {
 
 TEST(Suggestion, IsTheNearestCandidateOrNone) {
   const Words candidates = {"--sample-rate", "--mode", "--models"};
-  EXPECT_EQ(most_like("--rat", candidates), "--sample-rate");
+  EXPECT_EQ(most_like("--sample-rat", candidates), "--sample-rate");
   EXPECT_EQ(most_like("--model", candidates), "--mode");  // the first of equals
   EXPECT_EQ(most_like("--modesl", candidates), "--models");
   EXPECT_EQ(most_like("--quux", candidates), "");
   EXPECT_EQ(most_like(std::string(100000, '-'), candidates), "");
-  EXPECT_EQ(did_you_mean("--rat", candidates), "; did you mean --sample-rate?");
+  EXPECT_EQ(did_you_mean("--sample-rat", candidates), "; did you mean --sample-rate?");
   EXPECT_EQ(did_you_mean("", candidates), "");
 }
 
