@@ -7,9 +7,12 @@
 #include <sstream>
 
 #include "WgrInterface.h"
+#include "base/errors.h"
 #include "hostrun/fixed_paths.h"
 #include "hostrun/host_run.h"
+#include "hostrun/private_log.h"
 #include "live_replay.h"
+#include "output/output_files.h"
 #include "recording/recording.h"
 #include "run_wgr.h"
 #include "support/files.h"
@@ -224,6 +227,47 @@ TEST(Totals, AWearerIsNamedByMoreThanTwiceTheAnswersOfTheOther) {
     totals.wearer_answers = c.answers;
     EXPECT_EQ(totals.wearer(), c.wearer) << c.answers[0] << " " << c.answers[1];
   }
+}
+
+// Whoever watches a live stream sees each line when it is written.
+TEST_F(Replay, EveryPartOfTheReportIsThereAtOnce) {
+  const std::string path = directory_.file("report");
+  Totals totals(kRate);
+  for (const double t : {0.0, 0.02, 0.5, 0.5, 0.4, 0.42}) totals.clock.add(t);
+  totals.samples = 6;
+  totals.samples_at_rest = 3;
+  totals.events = {{1, 2}, {3, 1}};
+  totals.wearer_answers = {1, 5, 2};
+  totals.absent_fields = 2;
+  totals.absent_axes = "gz";
+  std::FILE* const out = std::fopen(path.c_str(), "w");
+  TextReport report(out);
+  report.start();
+  std::string expected = "    t (s)  class  strength (m/s²)  duration (ms)\n";
+  EXPECT_EQ(read_file(path), expected);
+  report.event({1.25, 3, 6.5, 480.0});
+  expected += "    1.250      3             6.50            480\n";
+  EXPECT_EQ(read_file(path), expected);
+  report.summary(totals);
+  expected +=
+      "\nsamples   6 (0.1 s at 50 samples/s)\n"
+      "at rest   50.0 %\n"
+      "events    3: class 1 x 2, class 3 x 1\n"
+      "wearer    right (answers: 1 left, 5 right, 2 undecided)\n"
+      "clock     1 gap (longest 0.480 s), 1 step back, 1 repeated time, 11.9 samples/s "
+      "by "
+      "the time stamps\n"
+      "absent    gz: 2 empty fields read as 0\n"
+      "speed     ";
+  EXPECT_THAT(read_file(path), StartsWith(expected));
+  std::fclose(out);
+}
+
+TEST_F(Replay, ALogThatCannotBeKeptIsNoSuccess) {
+  write_file(kLogFile, "somebody's");
+  OutputFiles files;
+  EXPECT_THROW(KeptLog(files.open(directory_.file("log"))), OutputError);
+  EXPECT_EQ(read_file(kLogFile), "somebody's");
 }
 
 TEST_F(Replay, AMissingDefaultModelIsSaidBeforeTheLibraryEndsTheProcess) {
