@@ -137,6 +137,18 @@ TEST_F(Explain, APageIsOneFileThatAsksForNothing) {
   EXPECT_EQ(refused.status, 2);
 }
 
+TEST_F(Explain, APageHoldsTheSamplesThatItDraws) {
+  if (kUplotScript.empty()) GTEST_SKIP() << "built without the page: nothing to measure";
+  const std::string page = directory_.file("report.html");
+  RandomPoints random(11);
+  const auto size_for = [&](size_t samples) {
+    write_recording(recording_, recorded(random_stream(random, samples, false)));
+    EXPECT_EQ(run_wgr("explain -o '" + page + "' " + quoted_).status, 0);
+    return std::filesystem::file_size(page);
+  };
+  EXPECT_GT(size_for(2000), size_for(1) + 20'000);
+}
+
 // An hour at 100 samples/s, in motion for half of it: the noise is of the size that packs
 // worst.
 TEST_F(Explain, AnHourGivesASmallPage) {

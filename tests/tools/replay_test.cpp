@@ -13,8 +13,10 @@
 #include "hostrun/private_log.h"
 #include "live_replay.h"
 #include "output/output_files.h"
+#include "output/temporary_file.h"
 #include "recording/recording.h"
 #include "run_wgr.h"
+#include "support/child.h"
 #include "support/files.h"
 #include "support/motions.h"
 #include "support/private_paths.h"
@@ -313,6 +315,21 @@ TEST_F(Replay, ADefaultModelThatTheLibraryRefusesIsNoSuccess) {
                                      "hgr_olvo.xml: the library cannot load it"));
 }
 
+TEST_F(Replay, NoHiddenFileIsLeftWhereTheLibraryEndsTheProcess) {
+  install_model();
+  write_file(model_file(kInstalledModels, 0, 1), "-1 0 0 0\n");
+  const std::string folder = directory_.file("hidden");
+  std::filesystem::create_directory(folder);
+  EXPECT_EQ(in_child([&] {
+              Capture said(STDERR_FILENO);
+              const TemporaryFile hidden(folder, "a", TemporaryFile::Name::kHidden);
+              const HostRun never{HostRunOptions()};
+              return 1;
+            }),
+            2);
+  EXPECT_TRUE(std::filesystem::is_empty(folder));
+}
+
 TEST_F(Replay, WhatCameBeforeAMalformedLineIsUsed) {
   install_model();
   std::string content = read_file(recording_);
@@ -366,6 +383,21 @@ TEST_F(Replay, TheRateIsTheOptionElseTheStampsElseFifty) {
   EXPECT_EQ(rate("--sample-rate 100 -", quoted_), 100);
   EXPECT_THAT(run_wgr("replay --sample-rate 50 " + quoted_).out,
               HasSubstr("clock     100.0 samples/s by the time stamps\n"));
+}
+
+TEST_F(Replay, TheFirst4096SamplesTellTheRate) {
+  install_model();
+  std::vector<RecordedSample> samples = recorded(rest(4096), 100);
+  for (RecordedSample& sample : samples) sample.t = 0.0;
+  samples.push_back(samples.back());
+  samples.back().t = 0.01;
+  write_recording(recording_, samples);
+  EXPECT_THAT(run_wgr("replay " + quoted_).err,
+              HasSubstr("the time stamps give no rate"));
+  samples.erase(samples.begin());
+  write_recording(recording_, samples);
+  EXPECT_THAT(run_wgr("replay " + quoted_).err,
+              HasSubstr(": 100 samples/s by the time stamps"));
 }
 
 TEST_F(Replay, AbsentAxesAndAnIrregularClockAreReportedNotRefused) {
