@@ -27,8 +27,8 @@ class RestingEngine {
     const auto model = std::filesystem::temp_directory_path() / "wgr-benchmark-model";
     Gmodel().write(model.c_str());
     const Point3Df no_bias = {0.0, 0.0, 0.0};
-    engine_ =
-        std::make_unique<AgGes>(model.c_str(), kAccAndGyro, 50, no_bias, -1, -1, -1, 2.0);
+    engine_ = std::make_unique<AgGes>(model.c_str(), wgr::kAccAndGyro, 50, no_bias, -1,
+                                      -1, -1, 2.0);
     std::filesystem::remove(model.string() + ".xml");
     feed();
   }

@@ -13,14 +13,15 @@
 inline constexpr int kClasses = 8;
 
 // All with `points` points before the gravity vector.
-Points noise(RandomPoints& random, int points);
-Points gesture(RandomPoints& random, int kind, int points);
-Points any_gesture(RandomPoints& random, int points);
+wgr::Points noise(RandomPoints& random, int points);
+wgr::Points gesture(RandomPoints& random, int kind, int points);
+wgr::Points any_gesture(RandomPoints& random, int points);
 
 // Templates of all classes in turn, 40 to 80 points each.
-Templates templates(RandomPoints& random, int count);
+wgr::Templates templates(RandomPoints& random, int count);
 
 // Templates for `trace`, none of which can be given up: all start and end where the trace
 // does, as far as can be told beforehand the first is the best, and each in truth is
 // better than those before it.
-Templates deceptive_templates(RandomPoints& random, const Points& trace, int count);
+wgr::Templates deceptive_templates(RandomPoints& random, const wgr::Points& trace,
+                                   int count);

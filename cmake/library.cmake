@@ -10,6 +10,7 @@ set(WGR_FREE_FUNCTIONS
   engine/orientation.cpp
   engine/rotation.cpp
   engine/reconstruction.cpp
+  engine/recognition.cpp
   engine/hand_votes.cpp
   dtw/dtw.cpp
   dtw/batched_dtw.cpp
@@ -23,7 +24,6 @@ set(WGR_CLASSES
   context/WgrContext.cpp
   engine/agGes.cpp
   engine/intake.cpp
-  engine/recognition.cpp
   engine/WHD.cpp
   classifier/HGR.cpp
   classifier/Gmodel.cpp

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "base/class_codes.h"
+#include "classifier/class_threshold.h"
 #include "context/WgrLog.h"
 #include "dtw/best_match.h"
 #include "dtw/similarity.h"
@@ -35,12 +36,8 @@ static double measure_strength(const Gmodel& model, Points& trace) {
 // none of its own. A score must exceed its threshold.
 static int fails_threshold(const Gmodel& model, int label, double score, int otherwise) {
   if (model.class_thresholds.empty()) return 0;
-  const size_t classes =
-      std::min({static_cast<size_t>(std::max(model.nclasses, 0)),
-                model.class_labels.size(), model.class_thresholds.size()});
-  for (size_t c = 0; c < classes; ++c) {
-    if (model.class_labels[c] == label) return score <= model.class_thresholds[c] ? 1 : 0;
-  }
+  const std::optional<double> threshold = threshold_of(model, label);
+  if (threshold) return score <= *threshold ? 1 : 0;
   return otherwise;
 }
 

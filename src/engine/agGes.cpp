@@ -11,6 +11,7 @@
 #include "base/printing.h"
 #include "context/WgrLog.h"
 #include "engine/orientation.h"
+#include "engine/reconstruction.h"
 #include "engine/sensitivity.h"
 
 using namespace wgr;
@@ -41,6 +42,35 @@ class KeptWorkingDirectory {
  private:
   char path_[kPathSize] = {};
   bool known_;
+};
+
+// Lends an engine's fields to a recognition and takes them back, as far as it got with
+// them, also when memory runs out.
+class LentFields {
+ public:
+  explicit LentFields(AgGes& engine) : engine_(engine) {
+    made.gravity = engine.gravity;
+    made.result.strength = engine.motion_strength;
+    swap_points();
+  }
+  ~LentFields() {
+    swap_points();
+    engine_.gravity = made.gravity;
+    engine_.motion_strength = made.result.strength;
+  }
+  LentFields(const LentFields&) = delete;
+  LentFields& operator=(const LentFields&) = delete;
+
+  Recognition made;
+
+ private:
+  void swap_points() {
+    made.trace.swap(engine_.trace);
+    made.velocity.swap(engine_.trace_velocity);
+    made.position.swap(engine_.trace_position);
+  }
+
+  AgGes& engine_;
 };
 
 }  // namespace
@@ -142,4 +172,19 @@ void AgGes::cal_rotation_theta(const double* R, Point3Df& w) { w = rotation_vect
 
 void AgGes::cal_first_rot_matrix(double* R) {
   mean_attitude_inverse(motion_gyro, sample_rate, R);
+}
+
+void AgGes::acc_correct() {
+  gravity = correct(motion_acc, motion_gyro, work_mode, sample_rate, trace);
+}
+
+void AgGes::trace_reconstruction() {
+  reconstruct(trace, sample_rate, trace_velocity, trace_position);
+}
+
+void AgGes::run() {
+  LentFields lent(*this);
+  recognise(motion_acc, motion_gyro, parameters(), *hgr, lent.made, intermediates);
+  result = lent.made.result;
+  if (result.ending != Ending::kCorrectedOnly) gesture_class = result.gesture_class;
 }

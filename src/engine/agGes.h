@@ -1,7 +1,7 @@
-// The gesture engine: cuts motions out of the stream and names them.
+// The gesture engine: finds the motions in the stream and classifies them.
 //
-// Accelerations are m/s² with gravity in them, angular rates deg/s. The engine trusts
-// its caller; operations return nothing and leave their results in fields.
+// Accelerations are m/s² with gravity in them, angular velocities deg/s. The engine
+// trusts its caller; operations return nothing and leave their results in fields.
 #pragma once
 
 #include <cstddef>
@@ -13,13 +13,10 @@
 #include "base/class_codes.h"
 #include "classifier/HGR.h"
 #include "engine/WHD.h"
+#include "engine/recognition.h"
 #include "engine/rotation.h"
 
 namespace wgr {
-
-// Values of AgGes::work_mode.
-inline constexpr int kAccOnly = 1;
-inline constexpr int kAccAndGyro = 2;
 
 // Of the working directory that is put back, characters, terminator included.
 inline constexpr std::size_t kPathSize = 256;
@@ -71,9 +68,14 @@ class AgGes {
   // sensors it moves only while both show motion.
   bool is_static();
 
-  // Names the collected motion: sets gesture_class and, with both sensors,
+  // Recognises the collected motion: sets result, gesture_class and, with both sensors,
   // motion_strength.
   void run();
+
+  // What a recognition depends on besides the motion and the classifier.
+  wgr::RecognitionParameters parameters() const {
+    return {work_mode, sample_rate, min_motion_len, strength_threshold};
+  }
 
   // Step one: motion_acc and motion_gyro to trace and gravity.
   void acc_correct();
@@ -88,7 +90,7 @@ class AgGes {
 
   int work_mode;              // 1: accelerometer only, 2: accelerometer and gyroscope
   int sample_rate;            // samples per second
-  int static_window;          // samples of the rest test; half of it is the margin
+  int static_window;          // samples of the rest test; half of it is the padding
   int min_motion_len;         // shortest motion that is recognised, samples
   int history_len;            // capacity of the histories, samples
   double strength_threshold;  // least motion strength accepted, m/s²
@@ -110,9 +112,12 @@ class AgGes {
   double motion_strength = 0.0;          // of the last two-sensor recognition, m/s²
   double recog_cost_time = 0.0;          // duration of the last trace, ms
   HGR* hgr = nullptr;                    // owned
+  wgr::RecognitionResult result;         // of the last motion
+  // Of the recognitions to come, for those who explain them; none by default.
+  wgr::Intermediates* intermediates = nullptr;
 
  private:
   // What the two intakes share; see intake.cpp.
-  int margin() const;
+  int padding() const;
   bool mark_newest();
 };

@@ -1,8 +1,8 @@
-// Takes samples in, marks each as rest or motion, and cuts the motions out.
+// Takes samples in, marks each as rest or motion, and finds the motions: segmentation.
 //
 // A change between rest and motion is noticed late, because the rest test looks at a
 // window of samples. The flags around a change are therefore rewritten: the change is
-// dated back by nearly half a window, the margin, and a motion begins with as many
+// dated back by nearly half a window, the padding, and a motion begins with as many
 // samples from before the change and ends without as many from before the end.
 #include <sys/time.h>
 
@@ -15,7 +15,6 @@
 using namespace wgr;
 
 static constexpr char kWrongMode[] = "Error : gesture mode setting do not match!\n";
-static constexpr double kMsPerSecond = 1000.0;
 
 template <class Queue>
 static long long length(const Queue& queue) {
@@ -62,14 +61,14 @@ bool AgGes::is_static() {
 }
 
 // Half the window; rounded down, for a negative one too.
-int AgGes::margin() const { return static_window >> 1; }
+int AgGes::padding() const { return static_window >> 1; }
 
 // Marks the newest sample, rewrites the marks around a change, and returns the new one.
 bool AgGes::mark_newest() {
   const bool at_rest = is_static();
   static_history.push_back(at_rest);
   const long long marks = length(static_history);
-  if (marks < margin() || marks < 2) return at_rest;
+  if (marks < padding() || marks < 2) return at_rest;
   if (at_rest == static_history[static_cast<size_t>(marks - 2)]) return at_rest;
 
   const long long newest = length(acc_history) - 1;
@@ -79,7 +78,7 @@ bool AgGes::mark_newest() {
     // samples is rewritten while the history reaches that far back.
     set_flags(static_history, newest - moved, newest, true);
   } else {
-    set_flags(static_history, newest + 1 - margin(), newest, at_rest);
+    set_flags(static_history, newest + 1 - padding(), newest, at_rest);
   }
   return at_rest;
 }
@@ -139,9 +138,10 @@ void AgGes::update(Point3Df acc, Point3Df gyro) {
     append_in_step(
         [&] {
           if (motion_acc.empty()) {
+            result = RecognitionResult();  // too short, unless it comes to be run
             const long long newest = length(acc_history) - 1;
-            append(acc_history, newest + 1 - margin(), newest, motion_acc);
-            append(gyro_history, newest + 1 - margin(), newest, motion_gyro);
+            append(acc_history, newest + 1 - padding(), newest, motion_acc);
+            append(gyro_history, newest + 1 - padding(), newest, motion_gyro);
           }
           motion_acc.push_back(acc);
           motion_gyro.push_back(rate);
@@ -152,18 +152,17 @@ void AgGes::update(Point3Df acc, Point3Df gyro) {
 
   const Emptying acc_end(motion_acc);
   const Emptying gyro_end(motion_gyro);
-  if (length(motion_acc) >= min_motion_len) {
-    drop_newest(motion_acc, margin());
-    drop_newest(motion_gyro, margin());
+  if (is_long_enough(motion_acc.size(), min_motion_len)) {
+    drop_newest(motion_acc, padding());
+    drop_newest(motion_gyro, padding());
     // The clock is read around the run, but what is reported as its cost is the
-    // duration of the trace at the nominal rate.
+    // duration of the trace at the nominal sample rate.
     timeval before;
     timeval after;
     gettimeofday(&before, nullptr);
     run();
     gettimeofday(&after, nullptr);
-    recog_cost_time = static_cast<double>(trace.size()) * kMsPerSecond /
-                      static_cast<double>(sample_rate);
+    recog_cost_time = result.duration_ms;
   }
   last_motion_acc.swap(motion_acc);
 }
@@ -185,15 +184,16 @@ void AgGes::update(Point3Df acc) {
 
   if (!at_rest) {
     if (motion_acc.empty()) {
+      result = RecognitionResult();
       const long long newest = length(acc_history) - 1;
-      append(acc_history, newest + 1 - margin(), newest, motion_acc);
+      append(acc_history, newest + 1 - padding(), newest, motion_acc);
     }
     motion_acc.push_back(acc);
     return;
   }
   const Emptying end(motion_acc);
-  if (length(motion_acc) >= min_motion_len) {
-    drop_newest(motion_acc, margin());
+  if (is_long_enough(motion_acc.size(), min_motion_len)) {
+    drop_newest(motion_acc, padding());
     run();
   }
 }

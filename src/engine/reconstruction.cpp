@@ -36,35 +36,37 @@ Kinematics integrate(const Points& acc, int sample_rate) {
   return motion;
 }
 
-double fast_from(const Kinematics& motion) {
-  return (motion.sum_of_squared_speeds /
-          static_cast<double>(motion.squared_speed.size())) *
-         kActiveShare;
-}
-
-Stretch active_stretch(const Kinematics& motion) {
+Activity activity_of(const Kinematics& motion) {
   const std::vector<double>& speed = motion.squared_speed;
   const size_t steps = speed.size();
-  if (steps == 0) return {0, 0};
-  const double threshold = fast_from(motion);
-  const auto fast = [&](size_t i) { return is_fast(speed[i], threshold); };
+  Activity activity;
+  activity.fast_from =
+      (motion.sum_of_squared_speeds / static_cast<double>(steps)) * kActiveShare;
+  if (steps == 0) return activity;
+  // A speed or a threshold that is not a number counts as fast.
+  const auto fast = [&](size_t i) { return !(speed[i] < activity.fast_from); };
 
-  if (fast(0) || fast(steps - 1)) return {0, 0};
+  activity.starts_fast = fast(0);
+  activity.ends_fast = fast(steps - 1);
+  if (activity.starts_fast || activity.ends_fast) return activity;
   size_t begin = 1;
   while (begin < steps && !fast(begin)) ++begin;
   size_t end = steps;
   while (end > begin && !fast(end - 1)) --end;
-  return {begin, end};
+  activity.active = {begin, end};
+  return activity;
 }
 
-void reconstruct(Points& trace, int sample_rate, Points& velocity, Points& position) {
+Activity reconstruct(Points& trace, int sample_rate, Points& velocity, Points& position,
+                     std::vector<double>* squared_speed) {
   velocity.clear();
   position.clear();
   // One step fewer than points: without any point that is no number of steps at all.
   if (trace.empty()) throw std::bad_alloc();
 
-  const Kinematics motion = integrate(trace, sample_rate);
-  const Stretch kept = active_stretch(motion);
+  Kinematics motion = integrate(trace, sample_rate);
+  const Activity activity = activity_of(motion);
+  const Stretch& kept = activity.active;
   Points stretch;
   stretch.reserve(kept.end - kept.begin);
   velocity.reserve(kept.end - kept.begin);
@@ -76,6 +78,8 @@ void reconstruct(Points& trace, int sample_rate, Points& velocity, Points& posit
     position.push_back(motion.position[k]);
   }
   trace = std::move(stretch);
+  if (squared_speed != nullptr) *squared_speed = std::move(motion.squared_speed);
+  return activity;
 }
 
 }  // namespace wgr

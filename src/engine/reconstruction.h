@@ -23,24 +23,26 @@ struct Stretch {
   size_t end;    // exclusive
 };
 
+// Which of a motion's steps are fast.
+struct Activity {
+  double fast_from = 0.0;  // (m/s)²: the squared speed from which on a step is fast
+  bool starts_fast = false;
+  bool ends_fast = false;
+  Stretch active = {0, 0};  // from the first to the last fast step
+};
+
 // Integrates at least one point; there is one step fewer than points.
 Kinematics integrate(const Points& acc, int sample_rate);
 
-// The squared speed from which on a step is fast, (m/s)²; not a number without steps.
-double fast_from(const Kinematics& motion);
+// The active stretch is empty when the first or the last step is fast itself: such a
+// motion was segmented in its middle.
+Activity activity_of(const Kinematics& motion);
 
-// Written so that a speed or a threshold that is not a number counts as fast.
-inline bool is_fast(double squared_speed, double threshold) {
-  return !(squared_speed < threshold);
-}
-
-// From the first to the last step that is fast; empty when the first or the last step
-// is fast itself: such a motion was cut in its middle.
-Stretch active_stretch(const Kinematics& motion);
-
-// Cuts `trace` down to the stretch of high speed and fills `velocity` and `position`
-// with one entry per point kept. A motion that does not start and end slow is cut to
-// nothing. Throws std::bad_alloc for an empty trace.
-void reconstruct(Points& trace, int sample_rate, Points& velocity, Points& position);
+// Reduces `trace` to the active stretch and fills `velocity` and `position` with one
+// entry per point kept; nothing is left of a motion that does not start and end slow.
+// Gives the squared speed of every step, (m/s)², to `squared_speed`, if not null. Throws
+// std::bad_alloc for an empty trace.
+Activity reconstruct(Points& trace, int sample_rate, Points& velocity, Points& position,
+                     std::vector<double>* squared_speed = nullptr);
 
 }  // namespace wgr

@@ -51,10 +51,10 @@ static size_t expect_agreement(const std::string& path, const HostRunOptions& op
   std::vector<const MotionAccount*> reported;
   for (const MotionAccount& m : e.motions) {
     if (m.reported) reported.push_back(&m);
-    if (m.predicted && m.cause != Cause::kNoScore) expect_same_score(e, m);
+    if (m.predicted && m.cause != Ending::kNoScore) expect_same_score(e, m);
     // A report has one of two causes, and nothing else has them.
     EXPECT_EQ(m.reported.has_value(),
-              m.cause == Cause::kReported || m.cause == Cause::kUnlike);
+              m.cause == Ending::kRecognised || m.cause == Ending::kBelowThreshold);
   }
   EXPECT_EQ(reported.size(), events.size());
   for (size_t i = 0; i < std::min(events.size(), reported.size()); ++i) {

@@ -41,7 +41,7 @@ TEST_F(Causes, AGestureIsReported) {
   const Explanation e = explained(one_gesture());
   ASSERT_EQ(e.motions.size(), 1u);
   const MotionAccount& m = e.motions[0];
-  EXPECT_EQ(m.cause, Cause::kReported);
+  EXPECT_EQ(m.cause, Ending::kRecognised);
   EXPECT_EQ(m.reported, kClass);
   // Judged in motion from its first sample to the ninth resting one.
   EXPECT_EQ(m.preroll, 4u);
@@ -58,7 +58,7 @@ TEST_F(Causes, AGestureIsReported) {
 TEST_F(Causes, AScoreThatDoesNotExceedItsThresholdIsReportedAsFive) {
   install_default_model(small_model(kClass, 0.0));
   const MotionAccount m = only_motion(one_gesture());
-  EXPECT_EQ(m.cause, Cause::kUnlike);
+  EXPECT_EQ(m.cause, Ending::kBelowThreshold);
   EXPECT_EQ(m.engine_class, 13);
   EXPECT_EQ(m.reported, 5);
   ASSERT_EQ(m.scores.size(), 1u);
@@ -68,22 +68,22 @@ TEST_F(Causes, AScoreThatDoesNotExceedItsThresholdIsReportedAsFive) {
 
 TEST_F(Causes, AMotionOfFewSamplesIsTooShort) {
   const MotionAccount m = only_motion(rest(50) + motion(12) + rest(50));
-  EXPECT_EQ(m.cause, Cause::kTooShort);
+  EXPECT_EQ(m.cause, Ending::kTooShort);
   EXPECT_EQ(m.collected, 16u);  // four of them pre-roll
   EXPECT_FALSE(m.ran);
   EXPECT_THAT(sentence(rest(50) + motion(12) + rest(50)),
               HasSubstr("Too short: 16 samples (0.32 s) with the pre-roll, the shortest "
                         "motion is 25."));
   // Twenty-one with the pre-roll make the shortest motion; it is looked at.
-  EXPECT_EQ(only_motion(rest(50) + motion(20)).cause, Cause::kTooShort);
-  EXPECT_NE(only_motion(rest(50) + motion(21)).cause, Cause::kTooShort);
+  EXPECT_EQ(only_motion(rest(50) + motion(20)).cause, Ending::kTooShort);
+  EXPECT_NE(only_motion(rest(50) + motion(21)).cause, Ending::kTooShort);
 }
 
 TEST_F(Causes, ARateOfExactlyZeroLosesTheAttitude) {
   HostRunOptions options;
   options.gyro_bias = kRestPair.gyro;  // a sensor that rests at its very bias
   const MotionAccount m = only_motion(one_gesture(), options);
-  EXPECT_EQ(m.cause, Cause::kNotANumber);
+  EXPECT_EQ(m.cause, Ending::kNotANumber);
   EXPECT_EQ(m.lost_at, 0u);
   EXPECT_TRUE(m.zero_rate);
   EXPECT_THAT(
@@ -116,7 +116,7 @@ TEST_F(Causes, TheSampleThatLosesTheAttitudeIsFound) {
   }
   ASSERT_LT(expected, m.kept()) << "this stream should lose its attitude";
   EXPECT_GT(expected, 0u);
-  EXPECT_EQ(m.cause, Cause::kNotANumber);
+  EXPECT_EQ(m.cause, Ending::kNotANumber);
   EXPECT_EQ(m.lost_at, expected);
   EXPECT_FALSE(m.zero_rate);
 }
@@ -125,7 +125,7 @@ TEST_F(Causes, AMotionUnderWayAtTheStartStartsFast) {
   // Samples 5 and 6, the first two that are collected, push the same way.
   const Stream stream = shaking({1, 1, 1, -1, -1, 1, 1, -1, -1, 1, 1, -1}, 60);
   const MotionAccount m = only_motion(stream + rest(20));
-  EXPECT_EQ(m.cause, Cause::kStartsFast);
+  EXPECT_EQ(m.cause, Ending::kStartsFast);
   EXPECT_EQ(m.first, 5u);
   EXPECT_TRUE(m.at_start);
   EXPECT_GE(m.speed.front(), m.fast_from);
@@ -134,14 +134,14 @@ TEST_F(Causes, AMotionUnderWayAtTheStartStartsFast) {
 TEST_F(Causes, AMotionThatDoesNotComeToAStopEndsFast) {
   // Pushes that cancel from sample to sample give no speed; half a push at the end does.
   const MotionAccount m = only_motion(shaking({1, -1}, 60) + rest(20));
-  EXPECT_EQ(m.cause, Cause::kEndsFast);
+  EXPECT_EQ(m.cause, Ending::kEndsFast);
   EXPECT_FALSE(m.starts_fast);
   EXPECT_GE(m.speed.back(), m.fast_from);
 }
 
 TEST_F(Causes, AMotionThatIsFastForTooFewSamplesIsCutTooShort) {
   const MotionAccount m = only_motion(rest(50) + gesture(10, 6.0));
-  EXPECT_EQ(m.cause, Cause::kStretchTooShort);
+  EXPECT_EQ(m.cause, Ending::kStretchTooShort);
   EXPECT_GE(m.collected, 25u);
   EXPECT_LT(m.compared_points(), 25u);
   EXPECT_GT(m.compared_points(), 0u);
@@ -151,7 +151,7 @@ TEST_F(Causes, AWeakMotionIsTooWeak) {
   HostRunOptions options;
   options.sensitivity = 3;  // 4.0 m/s²
   const MotionAccount m = only_motion(one_gesture(3.5), options);
-  EXPECT_EQ(m.cause, Cause::kTooWeak);
+  EXPECT_EQ(m.cause, Ending::kTooWeak);
   EXPECT_LT(m.strength, 4.0);
   EXPECT_GT(m.strength, 3.0);
   EXPECT_THAT(m.also, IsEmpty());
@@ -162,8 +162,8 @@ TEST_F(Causes, WhatWouldHaveStoppedAWeakMotionAsWellIsSaid) {
   HostRunOptions options;
   options.sensitivity = 3;
   const MotionAccount m = only_motion(one_gesture(3.5), options);
-  EXPECT_EQ(m.cause, Cause::kTooWeak);
-  EXPECT_THAT(m.also, ElementsAre(Cause::kUnlike));
+  EXPECT_EQ(m.cause, Ending::kTooWeak);
+  EXPECT_THAT(m.also, ElementsAre(Ending::kBelowThreshold));
 }
 
 TEST_F(Causes, AnEmptyModelHasNoTemplates) {
@@ -171,7 +171,7 @@ TEST_F(Causes, AnEmptyModelHasNoTemplates) {
   HostRunOptions options;
   options.wearer = 1;
   options.mode = 2;
-  EXPECT_EQ(only_motion(one_gesture(), options).cause, Cause::kNoTemplates);
+  EXPECT_EQ(only_motion(one_gesture(), options).cause, Ending::kNoTemplates);
 }
 
 TEST_F(Causes, TemplatesThatCannotBeComparedGiveNoScore) {
@@ -179,13 +179,13 @@ TEST_F(Causes, TemplatesThatCannotBeComparedGiveNoScore) {
   model.templates[0].second.back() = {0.0, 0.0, 0.0};  // a gravity without direction
   install_default_model(model);
   const MotionAccount nan = only_motion(one_gesture());
-  EXPECT_EQ(nan.cause, Cause::kNoScore);
+  EXPECT_EQ(nan.cause, Ending::kNoScore);
   EXPECT_TRUE(std::isnan(nan.scores[0].score));
 
   model.templates[0].second = {{0.0, 0.0, 10.0}};  // no motion before the gravity
   install_default_model(model);
   const MotionAccount infinite = only_motion(one_gesture());
-  EXPECT_EQ(infinite.cause, Cause::kNoScore);
+  EXPECT_EQ(infinite.cause, Ending::kNoScore);
   EXPECT_TRUE(std::isinf(infinite.scores[0].score));
 }
 
@@ -193,7 +193,7 @@ TEST_F(Causes, ClassesSixAndFourteenAreNeverReported) {
   for (const int label : {6, 14}) {
     install_default_model(small_model(label, -1e6));
     const MotionAccount m = only_motion(one_gesture());
-    EXPECT_EQ(m.cause, Cause::kNeverReported) << label;
+    EXPECT_EQ(m.cause, Ending::kNeverReported) << label;
     EXPECT_EQ(m.engine_class, label);
     EXPECT_FALSE(m.reported.has_value());
   }
@@ -203,7 +203,7 @@ TEST_F(Causes, AMotionAtTheEndOfTheRecordingIsUnfinished) {
   Stream stream = one_gesture();
   stream.resize(stream.size() - 1);  // the sample that would end it
   const MotionAccount m = only_motion(stream);
-  EXPECT_EQ(m.cause, Cause::kUnfinished);
+  EXPECT_EQ(m.cause, Circumstance::kUnfinished);
   EXPECT_EQ(m.first, 46u);
 }
 
@@ -213,10 +213,10 @@ TEST_F(Causes, AMotionRightBehindAReportLosesItsStart) {
   const Stream shaken = shaking({1, 1, 1, -1, -1, 1, 1, -1, -1, 1, 1, -1}, 60);
   const Explanation e = explained(one_gesture() + shaken);
   ASSERT_EQ(e.motions.size(), 2u);
-  EXPECT_EQ(e.motions[0].cause, Cause::kReported);
+  EXPECT_EQ(e.motions[0].cause, Ending::kRecognised);
   EXPECT_EQ(e.motions[1].first, 105u);
-  EXPECT_EQ(e.motions[1].cause, Cause::kCutByReport);
-  EXPECT_THAT(e.motions[1].also, ::testing::Contains(Cause::kStartsFast));
+  EXPECT_EQ(e.motions[1].cause, Circumstance::kCutByReport);
+  EXPECT_THAT(e.motions[1].also, ::testing::Contains(Ending::kStartsFast));
   EXPECT_THAT(sentence_for(e.motions[1], e.settings),
               HasSubstr("Its start was lost: after a report"));
 }
@@ -225,17 +225,14 @@ TEST_F(Causes, AHostThatForgetsToInitialiseIsInTheWrongMode) {
   HostRunOptions options;
   options.initialise = false;
   const MotionAccount m = only_motion(one_gesture(), options);
-  EXPECT_EQ(m.cause, Cause::kWrongMode);
+  EXPECT_EQ(m.cause, Circumstance::kWrongMode);
   EXPECT_EQ(m.collected, 100u);
 }
 
 TEST_F(Causes, EveryCauseHasANameOfItsOwn) {
   std::set<std::string> names;
-  for (int i = 0; i <= static_cast<int>(Cause::kNoSamples); ++i) {
-    names.insert(name_of(static_cast<Cause>(i)));
-  }
-  EXPECT_EQ(names.size(), static_cast<size_t>(Cause::kNoSamples) + 1);
-  EXPECT_EQ(names.count("unknown"), 0u);
+  for (const Cause& cause : every_cause()) names.insert(name_of(cause));
+  EXPECT_EQ(names.size(), every_cause().size());
 }
 
 // ---- rest
@@ -273,7 +270,7 @@ class Expectations : public Causes {
  protected:
   Expected found(const Stream& stream, double begin, double end, int label = kClass) {
     e = explained(stream);
-    e.expected.push_back({begin, end, label, Cause::kReported});
+    e.expected.push_back({begin, end, label, Ending::kRecognised});
     find_expected(e);
     return e.expected.back();
   }
@@ -283,45 +280,45 @@ class Expectations : public Causes {
 
 TEST_F(Expectations, AGestureThatCameIsNotMissing) {
   const Expected x = found(one_gesture(), 1.0, 1.8);
-  EXPECT_EQ(x.cause, Cause::kReported);
+  EXPECT_EQ(x.cause, Ending::kRecognised);
   EXPECT_EQ(x.motion, 0u);
 }
 
 TEST_F(Expectations, TheNearestMotionsCauseIsTold) {
   const Expected x = found(rest(50) + motion(12) + rest(50), 1.0, 1.3);
-  EXPECT_EQ(x.cause, Cause::kTooShort);
+  EXPECT_EQ(x.cause, Ending::kTooShort);
   EXPECT_EQ(x.motion, 0u);
 }
 
 TEST_F(Expectations, AnotherClassIsTold) {
   const Expected x = found(one_gesture(), 1.0, 1.8, 4);
-  EXPECT_EQ(x.cause, Cause::kOtherClass);
+  EXPECT_EQ(x.cause, Circumstance::kOtherClass);
   EXPECT_THAT(sentence_for(x, e), HasSubstr("The model has no template of class 4."));
 }
 
 TEST_F(Expectations, WhereTheWristRestedTheSensorIsTold) {
   const Expected x = found(rest(60) + one_gesture(), 0.4, 1.0);
-  EXPECT_EQ(x.cause, Cause::kAtRest);
+  EXPECT_EQ(x.cause, Circumstance::kAtRest);
   EXPECT_FALSE(x.motion.has_value());
   EXPECT_THAT(sentence_for(x, e), HasSubstr("both sensors said so"));
 }
 
 TEST_F(Expectations, WhatFellIntoThePauseAfterAReportIsTold) {
   const Expected x = found(one_gesture() + rest(50), 2.0, 2.1);
-  EXPECT_EQ(x.cause, Cause::kCutByReport);
+  EXPECT_EQ(x.cause, Circumstance::kCutByReport);
 }
 
 TEST_F(Expectations, WhatIsOutsideTheRecordingIsTold) {
-  EXPECT_EQ(found(one_gesture(), 100.0, 101.0).cause, Cause::kNoSamples);
+  EXPECT_EQ(found(one_gesture(), 100.0, 101.0).cause, Circumstance::kNoSamples);
 }
 
 TEST_F(Expectations, OneMotionIsNotTwoGestures) {
   e = explained(one_gesture());
-  e.expected.push_back({0.9, 1.5, kClass, Cause::kReported});
-  e.expected.push_back({1.5, 1.7, kClass, Cause::kReported});
+  e.expected.push_back({0.9, 1.5, kClass, Ending::kRecognised});
+  e.expected.push_back({1.5, 1.7, kClass, Ending::kRecognised});
   find_expected(e);
-  EXPECT_EQ(e.expected[0].cause, Cause::kReported);
-  EXPECT_EQ(e.expected[1].cause, Cause::kSharedMotion);
+  EXPECT_EQ(e.expected[0].cause, Ending::kRecognised);
+  EXPECT_EQ(e.expected[1].cause, Circumstance::kSharedMotion);
 }
 
 TEST_F(Expectations, TablesOfOneRecordingAndOfManyAreRead) {

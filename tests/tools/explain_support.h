@@ -64,3 +64,12 @@ inline Stream shaking(const std::vector<int>& signs, int samples) {
   }
   return stream + rest(kSettle);
 }
+
+inline std::vector<Cause> every_cause() {
+  std::vector<Cause> causes;
+  for (size_t i = 0; i < kEndings; ++i) causes.emplace_back(static_cast<Ending>(i));
+  for (size_t i = 0; i < kCircumstances; ++i) {
+    causes.emplace_back(static_cast<Circumstance>(i));
+  }
+  return causes;
+}

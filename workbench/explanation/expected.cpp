@@ -36,7 +36,7 @@ std::vector<Expected> read_expected(const std::string& path,
   const bool with_files = has_files(path);
   for (const Annotation& span : with_files ? read_labels(path) : read_spans(path)) {
     if (with_files && !is_file(recording, span.file)) continue;
-    expected.push_back({span.begin, span.end, span.label, Cause::kReported});
+    expected.push_back({span.begin, span.end, span.label, Ending::kRecognised});
   }
   return expected;
 }
@@ -88,34 +88,35 @@ static void explain_rest(const Explanation& e, Expected& x) {
     x.cause = cause;
     x.no_motion = why;
   };
-  if (seen.count == 0) return set(Cause::kNoSamples, NoMotion::kNoSamples);
+  if (seen.count == 0) return set(Circumstance::kNoSamples, NoMotion::kNoSamples);
   const size_t blind = count(Judgement::kWindowNotFull);
   if (2 * blind >= seen.count) {
     const bool after_report =
         std::any_of(e.events.begin(), e.events.end(),
                     [&x](const GestureEvent& event) { return event.t <= x.end; });
-    return after_report ? set(Cause::kCutByReport, NoMotion::kAfterReport)
-                        : set(Cause::kAtRest, NoMotion::kAtStart);
+    return after_report ? set(Circumstance::kCutByReport, NoMotion::kAfterReport)
+                        : set(Circumstance::kAtRest, NoMotion::kAtStart);
   }
   const size_t gyro = count(Judgement::kGyroRests);
   const size_t acc = count(Judgement::kAccRests);
-  set(Cause::kAtRest, count(Judgement::kBothRest) >= gyro + acc ? NoMotion::kBothRested
-                      : gyro >= acc                             ? NoMotion::kGyroRested
-                                                                : NoMotion::kAccRested);
+  set(Circumstance::kAtRest, count(Judgement::kBothRest) >= gyro + acc
+                                 ? NoMotion::kBothRested
+                             : gyro >= acc ? NoMotion::kGyroRested
+                                           : NoMotion::kAccRested);
 }
 
 static void explain_motion(const Explanation& e, Expected& x) {
   const MotionAccount& m = e.motions[*x.motion];
   x.cause = m.cause;
-  if (m.cause == Cause::kReported) {
+  if (m.cause == Ending::kRecognised) {
     if (m.reported != x.label) {
-      x.cause = Cause::kOtherClass;
+      x.cause = Circumstance::kOtherClass;
     } else if (belongs_to_another(e, x, *x.motion)) {
-      x.cause = Cause::kSharedMotion;
+      x.cause = Circumstance::kSharedMotion;
     }
   }
   x.much_longer =
-      x.cause != Cause::kReported && m.end - m.begin > kMuchLonger * (x.end - x.begin);
+      x.cause != Ending::kRecognised && m.end - m.begin > kMuchLonger * (x.end - x.begin);
 }
 
 void find_expected(Explanation& e) {
@@ -126,7 +127,7 @@ void find_expected(Explanation& e) {
     } else {
       explain_rest(e, x);
     }
-    x.no_template = x.cause != Cause::kReported && !has_class(e.model, x.label);
+    x.no_template = x.cause != Ending::kRecognised && !has_class(e.model, x.label);
   }
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <stdexcept>
 
 #include "base/table.h"
@@ -11,19 +10,23 @@
 
 namespace wgr {
 
-static bool same_bits(double a, double b) {
-  return (std::isnan(a) && std::isnan(b)) || std::memcmp(&a, &b, sizeof a) == 0;
-}
-
 namespace {
 
 // Looks at the engine after every sample of the host's.
 class Watcher {
  public:
   Watcher(const HostRun& session, Explanation& explanation)
-      : engine_(*static_cast<WgrContext*>(session.handle())->ages), e_(explanation) {}
+      : engine_(*static_cast<WgrContext*>(session.handle())->ages), e_(explanation) {
+    engine_.intermediates = &intermediates_;
+  }
+  ~Watcher() { engine_.intermediates = nullptr; }
+  Watcher(const Watcher&) = delete;
+  Watcher& operator=(const Watcher&) = delete;
 
-  void before() { collecting_before_ = engine_.motion_acc.size(); }
+  void before() {
+    collecting_before_ = engine_.motion_acc.size();
+    intermediates_ = Intermediates();
+  }
   void after(const Step& step);
   void finish();
 
@@ -32,13 +35,13 @@ class Watcher {
   void forget();
   Judgement judge(RestStretch& figures) const;
   void note_rest(Judgement judgement, const RestStretch& figures);
-  void close_motion(const Step& step);
+  void close_motion();
   void keep(MotionAccount account);
   void place(MotionAccount& account) const;
-  void compare(const MotionAccount& account, const Step& step) const;
   [[noreturn]] void disagree(const std::string& what) const;
 
   AgGes& engine_;
+  Intermediates intermediates_;  // of a motion that the next sample ends
   Explanation& e_;
   // The newest samples: of the motion being collected, and of the window at least.
   Samples acc_;
@@ -125,7 +128,7 @@ void Watcher::after(const Step& step) {
 
   const size_t collecting = engine_.motion_acc.size();
   if (collecting_before_ == 0 && collecting > 0) preroll_ = collecting - 1;
-  if (collecting_before_ > 0 && collecting == 0) close_motion(step);
+  if (collecting_before_ > 0 && collecting == 0) close_motion();
   if (step.event != nullptr) {
     afresh_ = e_.times.size();
     report_ended_ = true;
@@ -157,23 +160,23 @@ void Watcher::place(MotionAccount& account) const {
   }
 }
 
-void Watcher::close_motion(const Step& step) {
+void Watcher::close_motion() {
   const size_t first = newest() - collecting_before_;
   // The newest sample ended the motion and is none of it.
   const std::ptrdiff_t end = static_cast<std::ptrdiff_t>(acc_.size()) - 1;
   const std::ptrdiff_t begin = end - static_cast<std::ptrdiff_t>(collecting_before_);
   MotionAccount account = account_of(
-      engine_, Samples(acc_.begin() + begin, acc_.begin() + end),
+      engine_, std::move(intermediates_),
+      Samples(acc_.begin() + begin, acc_.begin() + end),
       Samples(rates_.begin() + begin, rates_.begin() + end), first, collecting_before_);
   place(account);
   account.reported = report_of(account.engine_class);
-  compare(account, step);
-  const bool lost_its_start = account.cause == Cause::kStartsFast ||
-                              account.cause == Cause::kTooShort ||
-                              account.cause == Cause::kStretchTooShort;
+  const bool lost_its_start = account.cause == Ending::kStartsFast ||
+                              account.cause == Ending::kTooShort ||
+                              account.cause == Ending::kStretchTooShort;
   if (account.after_report && lost_its_start) {
     account.also.insert(account.also.begin(), account.cause);
-    account.cause = Cause::kCutByReport;
+    account.cause = Circumstance::kCutByReport;
   }
   keep(std::move(account));
 }
@@ -186,24 +189,6 @@ void Watcher::keep(MotionAccount account) {
   e_.motions.push_back(std::move(account));
 }
 
-void Watcher::compare(const MotionAccount& account, const Step& step) const {
-  const GestureEvent* event = step.event;
-  if (account.reported.has_value() != (event != nullptr)) disagree("report");
-  if (event != nullptr && event->gesture != *account.reported) disagree("class");
-  if (!account.ran) return;
-  if (event == nullptr && engine_.gesture_class != account.engine_class) {
-    disagree("class");
-  }
-  if (account.predicted && !same_bits(engine_.motion_strength, account.strength)) {
-    disagree("strength");
-  }
-  if (!same_bits(engine_.recog_cost_time, account.duration_ms)) disagree("duration");
-  if (event != nullptr && (!same_bits(event->strength, account.strength) ||
-                           !same_bits(event->duration_ms, account.duration_ms))) {
-    disagree("event");
-  }
-}
-
 void Watcher::finish() {
   if (e_.times.empty()) return;
   const size_t collecting = engine_.motion_acc.size();
@@ -213,14 +198,14 @@ void Watcher::finish() {
     account.begin = e_.times.front();
     account.end = account.judged = e_.times.back();
     account.engine_class = engine_.gesture_class;
-    account.cause = Cause::kWrongMode;
+    account.cause = Circumstance::kWrongMode;
     keep(std::move(account));
   } else if (collecting > 0) {
     MotionAccount account;
     account.first = e_.times.size() - collecting;
     account.collected = collecting;
     account.engine_class = engine_.gesture_class;
-    account.cause = Cause::kUnfinished;
+    account.cause = Circumstance::kUnfinished;
     place(account);
     keep(std::move(account));
   }

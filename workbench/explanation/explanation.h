@@ -60,7 +60,7 @@ struct Expected {
   double begin;  // s
   double end;    // s
   int label;
-  Cause cause = Cause::kReported;          // kReported: it came
+  Cause cause = Ending::kRecognised;       // kReported: it came
   std::optional<size_t> motion = {};       // the nearest one
   std::optional<NoMotion> no_motion = {};  // where there is none
   bool much_longer = false;                // the motion, than what was expected
@@ -94,10 +94,9 @@ struct Explanation {
   std::vector<Expected> expected;
 };
 
-// Runs a host over the recording and watches the engine behind it. Every judgement,
-// class, strength and duration is compared with what the interface says, bit for bit;
-// throws std::logic_error should one differ. A RecordingError leaves with `explanation`
-// holding what came before.
+// Runs a host over the recording and watches the engine behind it. Every judgement of
+// rest is compared with the engine's; throws std::logic_error should one differ. A
+// RecordingError leaves with `explanation` holding what came before.
 void explain(const HostRunOptions& options, RecordingReader& reader,
              Explanation& explanation);
 

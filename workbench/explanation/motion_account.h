@@ -1,7 +1,7 @@
 // What became of one motion, and which of the engine's steps decided it.
 //
-// Every figure comes from the library's own functions over the library's own engine.
-// Accelerations in m/s², rates in deg/s with the bias off, times in s.
+// Every figure is the engine's own, of the recognition that the host saw. Accelerations
+// in m/s², angular velocities in deg/s with the bias off, times in s.
 #pragma once
 
 #include <cstddef>
@@ -16,31 +16,44 @@
 
 namespace wgr {
 
-// Why a motion was, or was not, reported.
-enum class Cause {
-  kReported,
-  kUnlike,           // like no gesture: reported as 5
-  kTooShort,         // before the trim
-  kNotANumber,       // the attitude was lost
-  kStartsFast,       // dropped whole
-  kEndsFast,         // dropped whole
-  kStretchTooShort,  // after the cut to the active stretch
-  kTooWeak,
-  kNoTemplates,    // the model is empty
-  kNoScore,        // no template could be compared with
-  kNeverReported,  // a class that the interface does not tell
-  kUnfinished,     // not at rest again when the recording ends
-  kCutByReport,    // its start fell into the pause after a report
-  kWrongMode,      // an engine for the accelerometer alone refuses sample pairs
-  // What else can keep an expected gesture away:
+// What else than the end of a recognition can keep an expected gesture from a host.
+enum class Circumstance {
+  kUnfinished,   // not at rest again when the recording ends
+  kCutByReport,  // its start fell into the pause after a report
+  kWrongMode,    // an engine for the accelerometer alone refuses sample pairs
   kAtRest,
   kOtherClass,
   kSharedMotion,  // one motion for two expected gestures
   kNoSamples,     // not in the recording
 };
+inline constexpr size_t kCircumstances = 7;
+
+// Why a motion, or an expected gesture, was or was not reported: how its recognition
+// ended, or a circumstance.
+class Cause {
+ public:
+  // Either is a cause as it stands.
+  // NOLINTNEXTLINE(google-explicit-constructor)
+  constexpr Cause(Ending ending) : ending_(ending) {}
+  // NOLINTNEXTLINE(google-explicit-constructor)
+  constexpr Cause(Circumstance circumstance) : circumstance_(circumstance) {}
+
+  const std::optional<Ending>& ending() const { return ending_; }
+  // Where there is no ending.
+  Circumstance circumstance() const { return circumstance_; }
+
+  friend bool operator==(const Cause& a, const Cause& b) {
+    return a.ending_ == b.ending_ && a.circumstance_ == b.circumstance_;
+  }
+  friend bool operator!=(const Cause& a, const Cause& b) { return !(a == b); }
+
+ private:
+  std::optional<Ending> ending_;
+  Circumstance circumstance_ = Circumstance::kUnfinished;
+};
 
 // A short name such as "too-weak", the same in text, JSON and page.
-const char* name_of(Cause cause);
+const char* name_of(const Cause& cause);
 
 struct TemplateScore {
   size_t index;  // in the model
@@ -89,7 +102,7 @@ struct MotionAccount {
   std::optional<int> reported;  // what the host is told
   double duration_ms = 0.0;     // as the interface answers
 
-  Cause cause = Cause::kUnfinished;
+  Cause cause = Circumstance::kUnfinished;
   std::vector<Cause> also;  // what would have stopped it as well
 
   // Drops what is only drawn: of scores the best `most_scores` stay, of traces nothing,
@@ -100,10 +113,11 @@ struct MotionAccount {
   size_t compared_points() const { return active.end - active.begin; }
 };
 
-// The motion of samples `first` to first + collected - 1, judged by the steps of
-// `engine`, whose parameters and classifier it uses.
-// `acc` and `rates` hold the collected samples alone.
-MotionAccount account_of(AgGes& engine, const Samples& acc, const Samples& rates,
-                         size_t first, size_t collected);
+// The motion of samples `first` to first + collected - 1, which `engine` has just ended;
+// `intermediates` are those of its recognition, if it was run. `acc` and `rates` hold the
+// collected samples alone.
+MotionAccount account_of(const AgGes& engine, Intermediates intermediates,
+                         const Samples& acc, const Samples& rates, size_t first,
+                         size_t collected);
 
 }  // namespace wgr

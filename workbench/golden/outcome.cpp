@@ -161,8 +161,9 @@ static void digest_given_traces(const GoldenStream& stream,
   outcome.digests[kStageClustering] = clustering.value();
 }
 
-// Score of the stretch that the engine has compared last; it does not keep its own.
-static double score_again(AgGes& engine) {
+// Score of the motion that was run last, also of a stretch too short to be compared.
+static double score_of(AgGes& engine) {
+  if (engine.result.compared()) return engine.result.score;
   if (engine.trace.empty()) return 0.0;
   std::vector<Point3Df> compared = engine.trace;
   compared.push_back(engine.gravity);
@@ -177,23 +178,24 @@ static void recognise(const GoldenStream& stream,
                       std::vector<GoldenRecognition>& recognitions) {
   const auto engine = engine_for(stream, kAccAndGyro, stream.model);
   engine->set_sensitivity(stream.level);
-  int collected = 0;
+  bool collecting = false;
   for (size_t i = 0; i < stream.acc.size(); ++i) {
     if (i == stream.switch_at) {
       *engine->hgr->model = golden_model(next_model(stream.model));
     }
     engine->update(stream.acc[i], stream.gyro[i]);
-    if (engine->motion_acc.empty() && collected >= engine->min_motion_len) {
+    if (collecting && engine->motion_acc.empty() &&
+        engine->result.ending != Ending::kTooShort) {
       const Point3Df last = engine->trace_position.empty()
                                 ? Point3Df{0, 0, 0}
                                 : engine->trace_position.back();
       recognitions.push_back({static_cast<int>(i), engine->gesture_class,
                               static_cast<int>(engine->trace.size()),
                               engine->recog_cost_time, engine->motion_strength,
-                              score_again(*engine), engine->gravity, last});
+                              score_of(*engine), engine->gravity, last});
     }
     if (report_of(engine->gesture_class)) engine->start_afresh();
-    collected = static_cast<int>(engine->motion_acc.size());
+    collecting = !engine->motion_acc.empty();
   }
 }
 

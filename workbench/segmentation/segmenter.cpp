@@ -1,9 +1,6 @@
 #include "segmentation/segmenter.h"
 
 #include <algorithm>
-#include <cmath>
-
-#include "engine/reconstruction.h"
 
 namespace wgr {
 
@@ -11,7 +8,8 @@ static constexpr int kOwnDefault = -1;             // a length that the engine c
 static constexpr double kStrengthThreshold = 2.0;  // m/s², as after initialisation
 static constexpr double kInsideShare = 0.5;  // of motion and span: the motion is its own
 
-// An engine that cuts and measures as with a model of ours, but recognises nothing.
+// An engine that segments and measures as with a model of ours. Without templates, every
+// motion that would be compared with some ends as Ending::kNoTemplates.
 static std::unique_ptr<AgGes> make_engine(int rate, int shortest, bool gravity) {
   auto classifier = std::make_unique<HGR>(1);
   classifier->model->havegravity = gravity ? 1 : 0;
@@ -37,47 +35,29 @@ void Segmenter::restart() {
   seen_.clear();
 }
 
-static bool has_nan(const Point3Df& p) { return !(squared_length(p) >= 0.0); }
-
-void Segmenter::refill(size_t first, size_t count) {
-  for (size_t i = first; i < first + count; ++i) {
-    engine_->motion_acc.push_back(seen_[i].acc);
-    engine_->motion_gyro.push_back(seen_[i].gyro);
+static Verdict verdict_of(Ending ending) {
+  switch (ending) {
+    case Ending::kTooShort:
+    case Ending::kStretchTooShort:
+      return Verdict::kTooShort;
+    case Ending::kNotANumber:
+      return Verdict::kNotANumber;
+    case Ending::kStartsFast:
+      return Verdict::kStartsFast;
+    case Ending::kEndsFast:
+      return Verdict::kEndsFast;
+    case Ending::kTooWeak:
+      return Verdict::kTooWeak;
+    default:
+      return Verdict::kKept;
   }
 }
 
-// Whether the motion's first step, rather than its last, is too fast. The engine only
-// tells that one of them is.
-bool Segmenter::starts_fast(size_t first, size_t count) {
-  refill(first, count);
-  engine_->acc_correct();
-  engine_->motion_acc.clear();
-  engine_->motion_gyro.clear();
-
-  const Kinematics motion = integrate(engine_->trace, engine_->sample_rate);
-  return motion.squared_speed.empty() ||
-         is_fast(motion.squared_speed.front(), fast_from(motion));
-}
-
-// Of the motion that the engine has just run on, or not: samples `first` to
-// first + kept - 1.
-Verdict Segmenter::judge(size_t first, size_t collected, size_t kept) {
-  const AgGes& engine = *engine_;
-  const long long least = engine.min_motion_len;
-  if (static_cast<long long>(collected) < least) return Verdict::kTooShort;
-  if (has_nan(engine.gravity)) return Verdict::kNotANumber;
-  if (engine.trace.empty()) {
-    return starts_fast(first, kept) ? Verdict::kStartsFast : Verdict::kEndsFast;
-  }
-  if (static_cast<long long>(engine.trace.size()) < least) return Verdict::kTooShort;
-  if (engine.motion_strength < engine.strength_threshold) return Verdict::kTooWeak;
-  return Verdict::kKept;
-}
-
-Motion Segmenter::take(size_t first, size_t collected, size_t kept) {
+// The motion that the engine has just ended.
+Motion Segmenter::take(size_t first, size_t collected) {
   Motion motion = {seen_[first].t,
                    seen_[first + collected - 1].t,
-                   judge(first, collected, kept),
+                   verdict_of(engine_->result.ending),
                    kBackground,
                    {},
                    first + collected - 1};
@@ -94,9 +74,7 @@ bool Segmenter::feed(const RecordedSample& sample, Motion& motion) {
   seen_.push_back(sample);
   if (collected == 0 || !engine_->motion_acc.empty()) return false;
 
-  const size_t margin = static_cast<size_t>(engine_->static_window / 2);
-  motion = take(seen_.size() - 1 - collected, collected,
-                collected - std::min(margin, collected));
+  motion = take(seen_.size() - 1 - collected, collected);
   // On the watch such a motion is reported, and all histories start afresh.
   if (motion.verdict == Verdict::kKept) clear_histories();
   return true;
@@ -105,11 +83,17 @@ bool Segmenter::feed(const RecordedSample& sample, Motion& motion) {
 Motion Segmenter::take_whole(const std::vector<RecordedSample>& samples) {
   restart();
   seen_ = samples;
-  refill(0, samples.size());
-  engine_->run();
-  engine_->motion_acc.clear();
-  engine_->motion_gyro.clear();
-  return take(0, samples.size(), samples.size());
+  engine_->result = RecognitionResult();
+  if (is_long_enough(samples.size(), engine_->min_motion_len)) {
+    for (const RecordedSample& sample : samples) {
+      engine_->motion_acc.push_back(sample.acc);
+      engine_->motion_gyro.push_back(sample.gyro);
+    }
+    engine_->run();
+    engine_->motion_acc.clear();
+    engine_->motion_gyro.clear();
+  }
+  return take(0, samples.size());
 }
 
 bool Segmenter::rests_around(const std::vector<RecordedSample>& samples) {

@@ -1,10 +1,10 @@
-// Cuts the motions out of a recording with the engine that runs on the watch, and says
-// what became of each.
+// Finds the motions of a recording with the engine that runs on the watch, and says what
+// became of each.
 //
 // A motion's trace is what the classifier is given there: freed of gravity, turned into
-// its mean frame, cut to its active stretch, the gravity vector as its last point; m/s².
-// Without gravity in the data that vector is nearly zero, and the classifier of a model
-// without gravity takes it for one more point of the motion.
+// its mean frame, reduced to its active stretch, the gravity vector as its last point;
+// m/s². Without gravity in the data that vector is nearly zero, and the classifier of a
+// model without gravity takes it for one more point of the motion.
 #pragma once
 
 #include <array>
@@ -18,13 +18,14 @@
 
 namespace wgr {
 
+// What segmentation makes of a motion: of an Ending, and of the annotations around it.
 enum class Verdict {
-  kKept,
-  kTooShort,
+  kKept,      // it came as far as the templates
+  kTooShort,  // before or after it was reduced to its active stretch
   kTooWeak,
-  kStartsFast,    // cut in its middle: the speed is high at its first step
-  kEndsFast,      // or at its last
-  kNotANumber,    // the attitude was lost
+  kStartsFast,
+  kEndsFast,
+  kNotANumber,
   kInTwoSpans,    // covers more than one labelled span
   kPartlyInSpan,  // neither inside nor outside
 };
@@ -71,10 +72,7 @@ class Segmenter {
 
  private:
   void clear_histories();
-  void refill(size_t first, size_t count);
-  Motion take(size_t first, size_t collected, size_t kept);
-  Verdict judge(size_t first, size_t collected, size_t kept);
-  bool starts_fast(size_t first, size_t count);
+  Motion take(size_t first, size_t collected);
 
   std::unique_ptr<AgGes> engine_;
   std::vector<RecordedSample> seen_;

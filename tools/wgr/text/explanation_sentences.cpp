@@ -55,54 +55,62 @@ static std::string best_text(const MotionAccount& m) {
   return text;
 }
 
-static std::string cause_text(Cause cause, const MotionAccount& m,
-                              const Settings& settings) {
-  switch (cause) {
-    case Cause::kReported:
+static std::string ending_text(Ending ending, const MotionAccount& m,
+                               const Settings& settings) {
+  switch (ending) {
+    case Ending::kRecognised:
       return "Reported as class " + std::to_string(m.reported.value_or(0)) + ": " +
              best_text(m) + ".";
-    case Cause::kUnlike:
+    case Ending::kBelowThreshold:
       return "Reported as 5, a strong motion like no gesture: the best, " + best_text(m) +
              ".";
-    case Cause::kTooShort:
+    case Ending::kTooShort:
       return "Too short: " + lengths(m.collected, settings) + " with the pre-roll, " +
              shortest(settings) + ".";
-    case Cause::kNotANumber:
+    case Ending::kNotANumber:
       return lost_attitude(m);
-    case Cause::kStartsFast:
+    case Ending::kStartsFast:
       return "It starts fast, as if cut in its middle: " + fixed(m.speed.front(), 3) +
              " m/s at its first step, " + fixed(m.fast_from, 3) +
              " m/s is fast; such a motion is dropped whole.";
-    case Cause::kEndsFast:
+    case Ending::kEndsFast:
       return "It ends fast, as if cut in its middle: " + fixed(m.speed.back(), 3) +
              " m/s at its last step, " + fixed(m.fast_from, 3) +
              " m/s is fast; such a motion is dropped whole.";
-    case Cause::kStretchTooShort:
+    case Ending::kStretchTooShort:
       return "Too short once cut to its active stretch: " +
              lengths(m.compared_points(), settings) + " of " + std::to_string(m.kept()) +
              " are fast, " + shortest(settings) + ".";
-    case Cause::kTooWeak:
+    case Ending::kTooWeak:
       return "Too weak: " + fixed(m.strength, 3) + " m/s², at least " +
              fixed(settings.strength_threshold, 3) + " m/s² is asked for.";
-    case Cause::kNoTemplates:
+    case Ending::kNoTemplates:
       return "The model has no templates: its file was missing, empty or malformed when "
              "it was loaded.";
-    case Cause::kNoScore:
+    case Ending::kNoScore:
       return "None of the " + std::to_string(m.compared_templates) +
              " templates can be compared with it: every score is minus infinity or not a "
              "number, as with templates without points or with a gravity of length zero.";
-    case Cause::kNeverReported:
+    case Ending::kNeverReported:
       return "It is most like " + best_text(m) + "; but a host is never told of class " +
              std::to_string(m.scores.front().label) + ".";
-    case Cause::kUnfinished:
+    default:
+      return "";
+  }
+}
+
+static std::string circumstance_text(Circumstance circumstance, const MotionAccount& m,
+                                     const Settings& settings) {
+  switch (circumstance) {
+    case Circumstance::kUnfinished:
       return "The recording ends while the wrist still moves; a motion is judged when "
              "the wrist comes to rest.";
-    case Cause::kCutByReport:
+    case Circumstance::kCutByReport:
       return "Its start was lost: after a report all histories start afresh, and for the "
              "next " +
              samples(static_cast<size_t>(std::max(settings.static_window - 1, 0))) +
              " the wrist counts as resting.";
-    case Cause::kWrongMode:
+    case Circumstance::kWrongMode:
       return "Every one of the " + std::to_string(m.collected) +
              " sample pairs was refused: the engine takes the accelerometer alone until "
              "init_gesture_handle() is called.";
@@ -111,20 +119,26 @@ static std::string cause_text(Cause cause, const MotionAccount& m,
   }
 }
 
+static std::string cause_text(const Cause& cause, const MotionAccount& m,
+                              const Settings& settings) {
+  return cause.ending() ? ending_text(*cause.ending(), m, settings)
+                        : circumstance_text(cause.circumstance(), m, settings);
+}
+
 std::string sentence_for(const MotionAccount& m, const Settings& settings) {
   std::string text = cause_text(m.cause, m, settings);
-  for (const Cause cause : m.also) {
-    if (m.cause == Cause::kCutByReport) {
+  for (const Cause& cause : m.also) {
+    if (m.cause == Circumstance::kCutByReport) {
       text += " What is left of it: " + cause_text(cause, m, settings);
-    } else if (cause == Cause::kUnlike) {
+    } else if (cause == Ending::kBelowThreshold) {
       text += " However strong, it is like no gesture: the best, " + best_text(m) + ".";
     } else {
       text += " Besides: " + cause_text(cause, m, settings);
     }
   }
-  if (m.after_report && m.cause != Cause::kCutByReport) {
+  if (m.after_report && m.cause != Circumstance::kCutByReport) {
     text += " It begins just after a report, so its very start may be missing.";
-  } else if (m.at_start && m.cause != Cause::kWrongMode) {
+  } else if (m.at_start && m.cause != Circumstance::kWrongMode) {
     text += " It was under way when the recording begins.";
   }
   return text;
@@ -158,13 +172,14 @@ std::string sentence_for(const Expected& x, const Explanation& e) {
   if (x.no_motion) text = text_of(*x.no_motion);
   if (x.motion) {
     const MotionAccount& m = e.motions[*x.motion];
-    if (x.cause == Cause::kSharedMotion) {
+    if (x.cause == Circumstance::kSharedMotion) {
       text =
           "The wrist did not rest between two gestures, so they were one motion, which "
           "was "
           "reported once.";
     } else {
-      if (x.cause == Cause::kOtherClass) text = "Another class was found more like it. ";
+      if (x.cause == Circumstance::kOtherClass)
+        text = "Another class was found more like it. ";
       text += sentence_for(m, e.settings);
     }
     if (x.much_longer) {

@@ -74,7 +74,7 @@ static void append_motion(std::string& text, size_t number, const MotionAccount&
           name_of(m.cause) +
           (m.reported ? "  class " + std::to_string(*m.reported) : std::string()) + "\n";
   append_wrapped(text, "  ", sentence_for(m, settings));
-  if (m.cause == Cause::kWrongMode) return;
+  if (m.cause == Circumstance::kWrongMode) return;
   text += "    collected " + std::to_string(m.collected) + " samples, " +
           std::to_string(m.preroll) + " of them pre-roll; " + std::to_string(m.trimmed) +
           " trimmed; judged at " + fixed(m.judged, 3) + " s\n";
@@ -94,11 +94,11 @@ void write_text_account(const Explanation& e, const TextSink& sink) {
   if (!e.expected.empty()) {
     const auto came =
         std::count_if(e.expected.begin(), e.expected.end(),
-                      [](const Expected& x) { return x.cause == Cause::kReported; });
+                      [](const Expected& x) { return x.cause == Ending::kRecognised; });
     text += "\nexpected gestures that came: " + std::to_string(came) + " of " +
             std::to_string(e.expected.size()) + "\n";
     for (const Expected& x : e.expected) {
-      if (x.cause == Cause::kReported) continue;
+      if (x.cause == Ending::kRecognised) continue;
       text += "  class " + std::to_string(x.label) + " at " + span_text(x.begin, x.end) +
               "  " + name_of(x.cause) +
               (x.motion ? ", motion " + std::to_string(*x.motion + 1) : std::string()) +
@@ -147,7 +147,7 @@ static Json motion_json(const MotionAccount& m, const Settings& settings) {
                       {"margin", s.margin() ? number(*s.margin()) : Json()}});
   }
   Json also = Json::array();
-  for (const Cause cause : m.also) also.push_back(name_of(cause));
+  for (const Cause& cause : m.also) also.push_back(name_of(cause));
   Json json = {{"begin", m.begin},
                {"end", m.end},
                {"judged", m.judged},
@@ -195,7 +195,7 @@ static Json head_json(const Explanation& e) {
     expected.push_back({{"begin", x.begin},
                         {"end", x.end},
                         {"class", x.label},
-                        {"came", x.cause == Cause::kReported},
+                        {"came", x.cause == Ending::kRecognised},
                         {"cause", name_of(x.cause)},
                         {"motion", x.motion ? Json(*x.motion + 1) : Json()},
                         {"sentence", sentence_for(x, e)}});
