@@ -61,7 +61,7 @@ class AgGes {
   // The same from the accelerometer alone. Refused in modes 2 and 3.
   void update(Point3Df acc);
 
-  // Cuts the histories to their newest static_window entries.
+  // Shortens the histories to their newest static_window entries.
   void clear_buf();
 
   // Whether the wrist is at rest over the newest static_window samples. With both

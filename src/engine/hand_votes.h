@@ -16,7 +16,7 @@ struct Hparams {
   std::vector<int> lags;         // sub-window length, samples
   std::vector<double> thr_x;     // on the x difference, m/s² summed
   std::vector<double> thr_y;     // on the y difference, m/s² summed
-  std::vector<double> thr_gyro;  // on the summed z rate, deg/s summed
+  std::vector<double> thr_gyro;  // on the summed angular velocity about z, deg/s
 };
 
 namespace wgr {

@@ -118,7 +118,7 @@ void AgGes::update(Point3Df acc, Point3Df gyro) {
     print(kWrongMode);
     return;
   }
-  const Point3Df rate = gyro - gyro_bias;
+  const Point3Df velocity = gyro - gyro_bias;
   // Only at this very length: a history that was made longer before keeps growing.
   if (length(acc_history) == history_len) {
     drop_oldest(acc_history);
@@ -129,7 +129,7 @@ void AgGes::update(Point3Df acc, Point3Df gyro) {
   append_in_step(
       [&] {
         acc_history.push_back(acc);
-        gyro_history.push_back(rate);
+        gyro_history.push_back(velocity);
         at_rest = mark_newest();
       },
       acc_history, gyro_history, static_history);
@@ -144,7 +144,7 @@ void AgGes::update(Point3Df acc, Point3Df gyro) {
             append(gyro_history, newest + 1 - padding(), newest, motion_gyro);
           }
           motion_acc.push_back(acc);
-          motion_gyro.push_back(rate);
+          motion_gyro.push_back(velocity);
         },
         motion_acc, motion_gyro);
     return;
@@ -172,7 +172,7 @@ void AgGes::update(Point3Df acc) {
     print(kWrongMode);
     return;
   }
-  // These histories do not slide: they grow to their length and are then cut back.
+  // These histories do not slide: they grow to their length and are then shortened.
   if (length(acc_history) == history_len) clear_buf();
   bool at_rest = true;
   append_in_step(

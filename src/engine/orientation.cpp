@@ -6,7 +6,7 @@
 
 namespace wgr {
 
-// M = M * (the rotation of one sample period at rate `gyro`, deg/s).
+// M = M * (the rotation of one sample period at the angular velocity `gyro`, deg/s).
 static void turn(double* M, const Point3Df& gyro, double radians) {
   double step[9];
   double turned[9];
@@ -20,8 +20,8 @@ void mean_attitude_inverse(const Samples& gyro, int sample_rate, double* R) {
   double attitude[9];
   std::copy_n(kIdentity3x3, 9, attitude);
   Point3Df sum = {0.0, 0.0, 0.0};
-  for (const Point3Df& rate : gyro) {
-    turn(attitude, rate, radians);
+  for (const Point3Df& velocity : gyro) {
+    turn(attitude, velocity, radians);
     sum = sum - rotation_vector(attitude);
   }
   rotation_matrix(sum / static_cast<double>(gyro.size()), R);
@@ -35,7 +35,7 @@ Point3Df orient(const Samples& acc, const Samples& gyro, int sample_rate, Points
   trace.assign(acc.size(), {0.0, 0.0, 0.0});
   Point3Df sum = {0.0, 0.0, 0.0};
   for (size_t i = 0; i < acc.size(); ++i) {
-    // The turn comes first: a sample's rate is taken to lead up to it.
+    // The turn comes first: a sample's angular velocity is taken to lead up to it.
     turn(attitude, i < gyro.size() ? gyro[i] : Point3Df{0.0, 0.0, 0.0}, radians);
     trace[i] = rotate(attitude, acc[i]);
     sum = sum + trace[i];

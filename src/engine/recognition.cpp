@@ -29,14 +29,14 @@ static bool has_nan(const Point3Df& p) { return !(squared_length(p) >= 0.0); }
 
 // Why a trace from both sensors is too short.
 static void add_reasons_of_cut(const Recognition& made, Reasons& reasons) {
-  const Activity& activity = made.result.activity;
+  const FastSteps& fast = made.result.fast;
   if (has_nan(made.gravity)) {
     reasons.add(Ending::kNotANumber);
     return;
   }
-  if (activity.starts_fast) reasons.add(Ending::kStartsFast);
-  if (activity.ends_fast) reasons.add(Ending::kEndsFast);
-  if (!activity.starts_fast && !activity.ends_fast) {
+  if (fast.starts_fast) reasons.add(Ending::kStartsFast);
+  if (fast.ends_fast) reasons.add(Ending::kEndsFast);
+  if (!fast.starts_fast && !fast.ends_fast) {
     reasons.add(Ending::kStretchTooShort);
   }
 }
@@ -84,7 +84,7 @@ static void recognise_acc(const RecognitionParameters& parameters, HGR& classifi
 static void recognise_both(const RecognitionParameters& parameters, HGR& classifier,
                            Recognition& made, Intermediates* kept) {
   RecognitionResult& result = made.result;
-  result.activity =
+  result.fast =
       reconstruct(made.trace, parameters.sample_rate, made.velocity, made.position,
                   kept != nullptr ? &kept->squared_speed : nullptr);
   if (too_short(made.trace, parameters.min_motion_len)) {

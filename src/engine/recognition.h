@@ -73,7 +73,7 @@ struct RecognitionResult {
   std::optional<double> threshold;  // that its class asks the score to exceed
   double strength = 0.0;            // m/s²; set where both sensors are compared
   double duration_ms = 0.0;         // of the trace, at the nominal sample rate
-  Activity activity;                // with both sensors
+  FastSteps fast;                   // with both sensors
 
   // Whether the classifier was asked, and whether it found a template.
   bool compared() const { return ending >= Ending::kTooWeak; }

@@ -36,37 +36,37 @@ Kinematics integrate(const Points& acc, int sample_rate) {
   return motion;
 }
 
-Activity activity_of(const Kinematics& motion) {
+FastSteps fast_steps_of(const Kinematics& motion) {
   const std::vector<double>& speed = motion.squared_speed;
   const size_t steps = speed.size();
-  Activity activity;
-  activity.fast_from =
+  FastSteps fast;
+  fast.fast_from =
       (motion.sum_of_squared_speeds / static_cast<double>(steps)) * kActiveShare;
-  if (steps == 0) return activity;
+  if (steps == 0) return fast;
   // A speed or a threshold that is not a number counts as fast.
-  const auto fast = [&](size_t i) { return !(speed[i] < activity.fast_from); };
+  const auto is_fast = [&](size_t i) { return !(speed[i] < fast.fast_from); };
 
-  activity.starts_fast = fast(0);
-  activity.ends_fast = fast(steps - 1);
-  if (activity.starts_fast || activity.ends_fast) return activity;
+  fast.starts_fast = is_fast(0);
+  fast.ends_fast = is_fast(steps - 1);
+  if (fast.starts_fast || fast.ends_fast) return fast;
   size_t begin = 1;
-  while (begin < steps && !fast(begin)) ++begin;
+  while (begin < steps && !is_fast(begin)) ++begin;
   size_t end = steps;
-  while (end > begin && !fast(end - 1)) --end;
-  activity.active = {begin, end};
-  return activity;
+  while (end > begin && !is_fast(end - 1)) --end;
+  fast.active = {begin, end};
+  return fast;
 }
 
-Activity reconstruct(Points& trace, int sample_rate, Points& velocity, Points& position,
-                     std::vector<double>* squared_speed) {
+FastSteps reconstruct(Points& trace, int sample_rate, Points& velocity, Points& position,
+                      std::vector<double>* squared_speed) {
   velocity.clear();
   position.clear();
   // One step fewer than points: without any point that is no number of steps at all.
   if (trace.empty()) throw std::bad_alloc();
 
   Kinematics motion = integrate(trace, sample_rate);
-  const Activity activity = activity_of(motion);
-  const Stretch& kept = activity.active;
+  const FastSteps fast = fast_steps_of(motion);
+  const Stretch& kept = fast.active;
   Points stretch;
   stretch.reserve(kept.end - kept.begin);
   velocity.reserve(kept.end - kept.begin);
@@ -79,7 +79,7 @@ Activity reconstruct(Points& trace, int sample_rate, Points& velocity, Points& p
   }
   trace = std::move(stretch);
   if (squared_speed != nullptr) *squared_speed = std::move(motion.squared_speed);
-  return activity;
+  return fast;
 }
 
 }  // namespace wgr

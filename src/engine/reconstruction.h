@@ -24,7 +24,7 @@ struct Stretch {
 };
 
 // Which of a motion's steps are fast.
-struct Activity {
+struct FastSteps {
   double fast_from = 0.0;  // (m/s)²: the squared speed from which on a step is fast
   bool starts_fast = false;
   bool ends_fast = false;
@@ -36,13 +36,13 @@ Kinematics integrate(const Points& acc, int sample_rate);
 
 // The active stretch is empty when the first or the last step is fast itself: such a
 // motion was segmented in its middle.
-Activity activity_of(const Kinematics& motion);
+FastSteps fast_steps_of(const Kinematics& motion);
 
 // Reduces `trace` to the active stretch and fills `velocity` and `position` with one
 // entry per point kept; nothing is left of a motion that does not start and end slow.
 // Gives the squared speed of every step, (m/s)², to `squared_speed`, if not null. Throws
 // std::bad_alloc for an empty trace.
-Activity reconstruct(Points& trace, int sample_rate, Points& velocity, Points& position,
-                     std::vector<double>* squared_speed = nullptr);
+FastSteps reconstruct(Points& trace, int sample_rate, Points& velocity, Points& position,
+                      std::vector<double>* squared_speed = nullptr);
 
 }  // namespace wgr

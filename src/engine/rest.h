@@ -2,7 +2,7 @@
 //
 // Each sensor is judged by two figures over the window: the length of the mean
 // vector and the spread around it. Accelerations are m/s² with gravity in them;
-// angular rates are deg/s with the bias taken off. Nothing is kept between calls.
+// angular velocities are deg/s with the bias taken off. Nothing is kept between calls.
 #pragma once
 
 #include <cstddef>

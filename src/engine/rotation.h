@@ -26,7 +26,7 @@ void mmmultiply(const T* a, const T* b, T* c, int rows, int inner, int cols, T i
 // M * v.
 Point3Df rotate(const double* M, const Point3Df& v);
 
-// Radians that a rate of 1 deg/s turns in one sample period.
+// Radians that an angular velocity of 1 deg/s turns in one sample period.
 double radians_per_sample(int sample_rate);
 
 // R = the rotation matrix of rotation vector w (Rodrigues, 1840).

@@ -8,10 +8,10 @@ static constexpr double kStrengthLevel2 = 2.5;
 static constexpr double kStrengthLevel3 = 4.0;
 static constexpr double kStrengthOther = 3.0;
 static constexpr double kStrengthPerSecond = 6.0;  // of a length given directly
-static constexpr double kLevel1Divisor = 3.5;      // of the rate, gives a length
+static constexpr double kLevel1Divisor = 3.5;      // of the sample rate, gives a length
 
 Sensitivity sensitivity_of(int level, int rate) {
-  // Adding to the rate, not negating the level: the lowest int has no negative.
+  // Adding to the sample rate, not negating the level: the lowest int has no negative.
   if (level < 0 && static_cast<long long>(rate) + level > 0) {
     const double seconds = static_cast<double>(-level) / static_cast<double>(rate);
     return {-level, seconds * kStrengthPerSecond};

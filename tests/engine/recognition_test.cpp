@@ -1,3 +1,5 @@
+#include "engine/recognition.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -292,4 +294,235 @@ TEST(RunInOtherModes, OnlyCorrectsTheMotionAndKeepsTheClass) {
     EXPECT_NE(engine->gravity.z, 0.0) << mode;
     EXPECT_EQ(predictions(), before) << mode;
   }
+}
+
+// ---- how a recognition ends
+// -----------------------------------------------------------------
+
+// Recognises a stream's samples by themselves, without an engine.
+class Endings : public ::testing::Test {
+ protected:
+  RecognitionResult result_of(const Stream& stream) {
+    HGR classifier(0);
+    *classifier.model = model_;
+    Samples acc, gyro;
+    for (const Pair& pair : stream) {
+      acc.push_back(pair.acc);
+      gyro.push_back(pair.gyro);
+    }
+    made_ = Recognition();
+    intermediates_ = Intermediates();
+    recognise(acc, gyro, parameters_, classifier, made_, &intermediates_);
+    return made_.result;
+  }
+
+  // The ending of a motion that is long, whole and strong enough, `expected`, and its
+  // class.
+  void expect_ending(Ending expected, int gesture_class) {
+    const RecognitionResult result = result_of(motion_that_keeps(25));
+    EXPECT_EQ(result.ending, expected);
+    EXPECT_EQ(result.gesture_class, gesture_class);
+    EXPECT_TRUE(result.compared());
+    EXPECT_EQ(result.duration_ms, 500.0);
+    EXPECT_GT(result.strength, 2.0);
+  }
+
+  RecognitionParameters parameters_ = {kAccAndGyro, 50, 25, 2.0};
+  Gmodel model_ = small_model(3, kAcceptAll);
+  Recognition made_;
+  Intermediates intermediates_;
+};
+
+TEST_F(Endings, AMotionIsRecognised) {
+  expect_ending(Ending::kRecognised, 3);
+  EXPECT_EQ(made_.result.label, 3);
+  EXPECT_EQ(made_.result.threshold, kAcceptAll);
+  EXPECT_TRUE(made_.result.scored());
+  EXPECT_EQ(made_.trace.size(), 25u);
+  EXPECT_EQ(made_.velocity.size(), 25u);
+  EXPECT_EQ(made_.position.size(), 25u);
+}
+
+TEST_F(Endings, AScoreBelowItsThresholdIsNotAccepted) {
+  model_ = small_model(3, kRejectAll);
+  expect_ending(Ending::kBelowThreshold, 13);
+  EXPECT_EQ(made_.result.label, 3);
+  EXPECT_EQ(made_.result.threshold, kRejectAll);
+}
+
+TEST_F(Endings, ALabelWithoutAThresholdHasNone) {
+  model_.class_labels = {8};
+  expect_ending(Ending::kRecognised, 3);
+  EXPECT_EQ(made_.result.threshold, std::nullopt);
+}
+
+TEST_F(Endings, SixAndFourteenAreNeverReported) {
+  for (const int label : {6, 14}) {
+    model_ = small_model(label, kAcceptAll);
+    expect_ending(Ending::kNeverReported, label);
+  }
+  model_ = small_model(6, kRejectAll);
+  expect_ending(Ending::kBelowThreshold, 13);
+  EXPECT_TRUE(made_.result.reasons.has(Ending::kNeverReported));
+}
+
+TEST_F(Endings, AnEmptyModelHasNoTemplates) {
+  model_ = Gmodel();
+  expect_ending(Ending::kNoTemplates, 14);
+  EXPECT_FALSE(made_.result.scored());
+  // Templates that the model does not count are none.
+  model_ = small_model(3, kAcceptAll);
+  model_.nTemplate = -1;
+  expect_ending(Ending::kNoTemplates, 14);
+}
+
+TEST_F(Endings, TemplatesWithoutPointsGiveNoScore) {
+  model_.templates[0].second.clear();
+  expect_ending(Ending::kNoScore, 14);
+  EXPECT_FALSE(made_.result.scored());
+  EXPECT_EQ(made_.result.threshold, std::nullopt);
+}
+
+TEST_F(Endings, AWeakMotionIsTooWeakWhateverElse) {
+  parameters_.strength_threshold = 1e6;
+  expect_ending(Ending::kTooWeak, 14);
+  EXPECT_FALSE(made_.result.reasons.has(Ending::kBelowThreshold));
+  model_ = small_model(3, kRejectAll);
+  expect_ending(Ending::kTooWeak, 14);
+  EXPECT_TRUE(made_.result.reasons.has(Ending::kBelowThreshold));
+  EXPECT_EQ(made_.result.label, 3);
+}
+
+TEST_F(Endings, AStretchOfOnePointTooFewIsTooShort) {
+  const RecognitionResult result = result_of(motion_that_keeps(24));
+  EXPECT_EQ(result.ending, Ending::kStretchTooShort);
+  EXPECT_EQ(result.gesture_class, 14);
+  EXPECT_FALSE(result.compared());
+  EXPECT_EQ(result.fast.active.end - result.fast.active.begin, 24u);
+}
+
+// A push and its stop along x, two samples each, `before` samples into thirty.
+static Stream short_push(size_t before) {
+  Stream stream = rest(30);
+  for (size_t i = 0; i < 4; ++i) stream[before + i].acc.x = i < 2 ? 6.0 : -6.0;
+  return stream;
+}
+
+// The first step's speed is half the sum of two accelerations times 0.02 s. As their sum
+// over the motion is zero, the last step's is that of the first and the last of them.
+// What is fast: more than 0.1 of a mean of 0.0025 (m/s)².
+TEST_F(Endings, AMotionSegmentedInItsMiddleStartsOrEndsFast) {
+  const struct {
+    size_t before;
+    bool starts_fast, ends_fast;
+    Ending ending;
+  } cases[] = {
+      {0, true, true, Ending::kStartsFast},   // 0.12 and 0.06 m/s
+      {1, true, false, Ending::kStartsFast},  // 0.06 and 0
+      {26, false, true, Ending::kEndsFast},   // 0 and 0.06
+      {10, false, false, Ending::kStretchTooShort},
+  };
+  for (const auto& c : cases) {
+    const RecognitionResult result = result_of(short_push(c.before));
+    EXPECT_EQ(result.ending, c.ending) << c.before;
+    EXPECT_EQ(result.fast.starts_fast, c.starts_fast) << c.before;
+    EXPECT_EQ(result.fast.ends_fast, c.ends_fast) << c.before;
+    EXPECT_EQ(result.reasons.has(Ending::kEndsFast), c.ends_fast) << c.before;
+    EXPECT_EQ(made_.trace.empty(), c.starts_fast || c.ends_fast) << c.before;
+    EXPECT_EQ(result.gesture_class, 14) << c.before;
+  }
+}
+
+TEST_F(Endings, AFirstRateOfExactlyZeroIsNotANumberAndNothingElse) {
+  Stream stream = motion_that_keeps(25);
+  stream[0].gyro = {0, 0, 0};
+  const RecognitionResult result = result_of(stream);
+  EXPECT_EQ(result.ending, Ending::kNotANumber);
+  EXPECT_EQ(result.gesture_class, 14);
+  EXPECT_TRUE(result.fast.starts_fast);
+  EXPECT_FALSE(result.reasons.has(Ending::kStartsFast));
+}
+
+TEST_F(Endings, NoSampleAtAllIsTooShort) {
+  for (const int mode : {kAccOnly, kAccAndGyro}) {
+    parameters_.work_mode = mode;
+    EXPECT_EQ(result_of({}).ending, Ending::kTooShort) << mode;
+    EXPECT_EQ(made_.result.gesture_class, 14) << mode;
+  }
+}
+
+TEST_F(Endings, OtherModesOnlyCorrect) {
+  parameters_.work_mode = 3;
+  const RecognitionResult result = result_of(rest(30));
+  EXPECT_EQ(result.ending, Ending::kCorrectedOnly);
+  EXPECT_EQ(result.duration_ms, 600.0);
+  EXPECT_FALSE(result.compared());
+}
+
+TEST_F(Endings, TheAccelerometerAloneKnowsNeitherStrengthNorRejection) {
+  parameters_ = {kAccOnly, 50, 25, 1e6};
+  model_ = small_model(3, kRejectAll, 0, 0);
+  EXPECT_EQ(result_of(rest(25)).ending, Ending::kRecognised);
+  EXPECT_EQ(made_.result.gesture_class, 3);
+  EXPECT_EQ(made_.result.strength, 0.0);
+  EXPECT_EQ(result_of(rest(24)).ending, Ending::kStretchTooShort);
+  model_ = small_model(6, kRejectAll, 0, 0);
+  EXPECT_EQ(result_of(rest(25)).ending, Ending::kNeverReported);
+  EXPECT_EQ(made_.result.gesture_class, 6);
+}
+
+// ---- what is only kept when asked for
+// -----------------------------------------------------------------
+
+TEST_F(Endings, TheIntermediatesAreThoseOfTheResult) {
+  model_ = small_model(3, kAcceptAll, 1, 1);
+  model_.templates.push_back(model_.templates[0]);
+  model_.templates.back().second.clear();
+  model_.nTemplate = 2;
+  const Stream stream = motion_that_keeps(25);
+  const RecognitionResult result = result_of(stream);
+  EXPECT_EQ(intermediates_.corrected.size(), stream.size());
+  ASSERT_EQ(intermediates_.squared_speed.size(), stream.size() - 1);
+  EXPECT_LT(intermediates_.squared_speed.front(), result.fast.fast_from);
+  EXPECT_GE(intermediates_.squared_speed[result.fast.active.begin],
+            result.fast.fast_from);
+  ASSERT_EQ(intermediates_.compared.size(), 26u);
+  EXPECT_TRUE(same_bits(intermediates_.compared.back(), made_.gravity));
+  EXPECT_FALSE(same_bits(intermediates_.compared.front(), made_.trace.front()));
+  ASSERT_EQ(intermediates_.scores.size(), 2u);
+  EXPECT_TRUE(same_bits(static_cast<double>(intermediates_.scores[0]), result.score));
+  EXPECT_TRUE(std::isinf(intermediates_.scores[1]));
+}
+
+TEST(TheEngine, GivesItsIntermediatesOnlyToThoseWhoAsk) {
+  const auto engine = quiet_engine();
+  EXPECT_EQ(engine->intermediates, nullptr);
+  Intermediates intermediates;
+  engine->intermediates = &intermediates;
+  set_motion(*engine, motion_that_keeps(25));
+  engine->run();
+  EXPECT_EQ(intermediates.scores.size(), 1u);
+  EXPECT_EQ(intermediates.compared.size(), 26u);
+}
+
+TEST(TheEngine, KeepsTheResultOfItsLastMotion) {
+  const auto engine = quiet_engine();
+  feed(*engine, rest(12) + gesture(20, 6.0));
+  EXPECT_EQ(engine->result.ending, Ending::kRecognised);
+  EXPECT_EQ(engine->result.gesture_class, engine->gesture_class);
+  EXPECT_EQ(engine->result.strength, engine->motion_strength);
+  EXPECT_EQ(engine->result.duration_ms, engine->recog_cost_time);
+  // Too short to be run: nothing of the motion before is left.
+  feed(*engine, rest(20) + motion(12) + rest(20));
+  EXPECT_EQ(engine->result.ending, Ending::kTooShort);
+  EXPECT_FALSE(engine->result.scored());
+  EXPECT_EQ(engine->gesture_class, 3);
+}
+
+TEST(TheEngine, KeepsTheResultFromTheAccelerometerAlone) {
+  const auto engine = quiet_engine(1, small_model(3, kAcceptAll, 0, 0));
+  feed_acc(*engine, rest(12) + motion(40) + rest(20));
+  EXPECT_EQ(engine->result.ending, Ending::kRecognised);
+  feed_acc(*engine, rest(20) + motion(12) + rest(20));
+  EXPECT_EQ(engine->result.ending, Ending::kTooShort);
 }

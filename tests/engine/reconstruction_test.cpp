@@ -102,10 +102,10 @@ TEST(Reconstruction, WhereOnlyTheSumOfSpeedsIsInfiniteNoStepIsFast) {
   Kinematics motion;
   motion.squared_speed = {1e308, 1e308, 1e308};
   motion.sum_of_squared_speeds = std::numeric_limits<double>::infinity();
-  const Activity activity = activity_of(motion);
-  EXPECT_FALSE(activity.starts_fast || activity.ends_fast);
-  EXPECT_EQ(activity.active.begin, 3u);
-  EXPECT_EQ(activity.active.end, 3u);
+  const FastSteps fast = fast_steps_of(motion);
+  EXPECT_FALSE(fast.starts_fast || fast.ends_fast);
+  EXPECT_EQ(fast.active.begin, 3u);
+  EXPECT_EQ(fast.active.end, 3u);
   // Speeds 0, 1.1e154, 1.1e154, 0 and 0 m/s.
   expect_empty(reconstructed(along_x({0, 0, 2.2e154, -2.2e154, 0, 0}), 1));
 }

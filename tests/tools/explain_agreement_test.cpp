@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "classifier/HGR.h"
+#include "dtw/similarity.h"
 #include "explain_support.h"
 #include "explanation/warping_path.h"
 #include "support/cases.h"
@@ -41,6 +42,11 @@ static void expect_same_score(const Explanation& e, const MotionAccount& m) {
   if (m.scores.empty()) return;
   EXPECT_TRUE(same_bits(score, static_cast<double>(m.scores.front().score)));
   EXPECT_EQ(label, m.scores.front().label);
+  // The path that is drawn is the one that the score is of.
+  const int k = e.model.havegravity;
+  const TemplateScore& best = m.scores.front();
+  const Points& other = e.model.templates[best.index].second;
+  EXPECT_EQ(score_of(m.path.path, gravity_distance(m.compared, other, k), k), best.score);
 }
 
 // Returns how many events there were.

@@ -67,14 +67,13 @@ static TracedPath path_of_best(const Gmodel& model, const MotionAccount& account
                     best, motion_points(best, model.havegravity));
 }
 
-static void take_speeds(const Activity& activity,
-                        const std::vector<double>& squared_speed,
+static void take_speeds(const FastSteps& fast, const std::vector<double>& squared_speed,
                         MotionAccount& account) {
   for (const double squared : squared_speed) account.speed.push_back(std::sqrt(squared));
-  account.fast_from = std::sqrt(activity.fast_from);
-  account.starts_fast = activity.starts_fast;
-  account.ends_fast = activity.ends_fast;
-  account.active = activity.active;
+  account.fast_from = std::sqrt(fast.fast_from);
+  account.starts_fast = fast.starts_fast;
+  account.ends_fast = fast.ends_fast;
+  account.active = fast.active;
 }
 
 static void take_result(const RecognitionResult& result, MotionAccount& account) {
@@ -118,20 +117,20 @@ MotionAccount account_of(const AgGes& engine, Intermediates intermediates,
   if (account.kept() == 0) return account;
 
   const Samples motion_rates = beginning(rates, account.kept());
-  Activity activity = engine.result.activity;
+  FastSteps fast = engine.result.fast;
   account.gravity = engine.gravity;
   if (!account.ran) {
     // Too short to be run, but not to be looked at.
     Recognition made;
     recognise(acc, rates, engine.parameters(), *engine.hgr, made, &intermediates);
-    activity = made.result.activity;
+    fast = made.result.fast;
     account.gravity = made.gravity;
   }
   account.lost_at = find_loss(motion_rates, engine.sample_rate);
   if (account.lost_at) {
     account.zero_rate = squared_length(motion_rates[*account.lost_at]) == 0.0;
   }
-  take_speeds(activity, intermediates.squared_speed, account);
+  take_speeds(fast, intermediates.squared_speed, account);
   account.corrected = std::move(intermediates.corrected);
   account.compared = std::move(intermediates.compared);
   rank_scores(*engine.hgr->model, intermediates.scores, account);
