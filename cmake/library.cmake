@@ -13,6 +13,8 @@ set(WGR_FREE_FUNCTIONS
   engine/recognition.cpp
   engine/hand_votes.cpp
   dtw/dtw.cpp
+  dtw/rows.cpp
+  dtw/wavefront.cpp
   dtw/batched_dtw.cpp
   dtw/similarity.cpp
   dtw/similarity_matrix.cpp

@@ -19,19 +19,12 @@
 #define WGR_TARGET_CLONES
 #endif
 
-// Whether the CPU works on several doubles, and chooses between them, at once: then work
-// is better laid out in another way than for single numbers.
-inline bool has_vectors_of_doubles() {
-#if defined(WGR_PORTABLE)
-  return false;
-#elif defined(__x86_64__) && defined(__GNUC__)
-  return __builtin_cpu_supports("avx2");
-#elif defined(__aarch64__)
-  return true;
-#else
-  return false;
+// Where every CPU works on several doubles, and chooses between them, at once: then work
+// is better laid out in another way than for single numbers. WGR_NO_VECTORS denies it, to
+// try and measure what the other CPUs get.
+#if (defined(__x86_64__) || defined(__aarch64__)) && !defined(WGR_NO_VECTORS)
+#define WGR_VECTORS_OF_DOUBLES
 #endif
-}
 
 // For what such a function calls, to become part of each version.
 #define WGR_INLINE __attribute__((always_inline)) static inline

@@ -1,5 +1,5 @@
 // The table is filled row by row, in all lanes alike; what a cell holds is told in
-// warping.cpp. A lane whose trace ends before the longest goes on with zeros, behind the
+// dtw.h. A lane whose trace ends before the longest goes on with zeros, behind the
 // corner that its result is taken from.
 //
 // The lanes fill exactly one vector of the CPU: the neighbours on the left and on the
@@ -11,24 +11,13 @@
 #include <cstring>
 
 #include "base/cpu_dispatch.h"
+#include "base/vectors.h"
 
 namespace wgr {
 
 using Count = std::ptrdiff_t;
 
 namespace {
-
-// One entry a lane.
-template <size_t kLanes>
-struct Vectors {
-  typedef double Doubles __attribute__((vector_size(kLanes * sizeof(double))));
-  typedef Count Counts __attribute__((vector_size(kLanes * sizeof(Count))));
-};
-template <>
-struct Vectors<1> {
-  using Doubles = double;
-  using Counts = Count;
-};
 
 struct Table {
   MotionPoints trace;    // i: rows
@@ -143,7 +132,7 @@ __attribute__((target("avx512f"))) static void fill_eight(const Table& t) { fill
 __attribute__((target("avx2"))) static void fill_four(const Table& t) { fill<4>(t); }
 #endif
 
-#if defined(__x86_64__) || defined(__aarch64__)
+#ifdef WGR_VECTORS_OF_DOUBLES
 static void fill_two(const Table& t) { fill<2>(t); }
 #else
 static void fill_one(const Table& t) { fill<1>(t); }
@@ -156,7 +145,7 @@ static Filler choose_filler() {
 #endif
   if (__builtin_cpu_supports("avx2")) return {4, fill_four};
 #endif
-#if defined(__x86_64__) || defined(__aarch64__)
+#ifdef WGR_VECTORS_OF_DOUBLES
   return {2, fill_two};
 #else
   return {1, fill_one};

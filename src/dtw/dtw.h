@@ -4,7 +4,12 @@
 // A path steps through the table of all pairs (i, j) of points, one on in i, in j or in
 // both; each pair it visits costs the squared distance of the two points. H. Sakoe and
 // S. Chiba, "Dynamic programming algorithm optimization for spoken word recognition",
-// IEEE Trans. ASSP 26 (1978), with unit steps and no window.
+// IEEE Trans. ASSP 26 (1978), with unit steps and no window:
+//
+//   g(i, j) = min { g(i - 1, j - 1), g(i - 1, j), g(i, j - 1) } + d(i, j)
+//
+// The trace lies along the columns (i) and the other along the rows (j): of a cell,
+// (i - 1, j) is `left`, (i, j - 1) is `up`.
 #pragma once
 
 #include <cstddef>
@@ -15,8 +20,8 @@
 
 namespace wgr {
 
-// A cheapest path. Of equally cheap predecessors the diagonal one is taken, then the one
-// with the smaller i; the length, and so a score, depends on that.
+// A cheapest path. Of equally cheap predecessors the diagonal one is taken, then the left
+// one; the length, and so a score, depends on that.
 struct WarpingPath {
   double cost;    // sum of the squared distances along it
   size_t length;  // pairs on it, and one more if its first step is diagonal
@@ -33,11 +38,6 @@ class Dtw {
  public:
   static constexpr double kNoLimit = std::numeric_limits<double>::infinity();
 
-  // The way in which tables are filled changes the time it takes, and nothing else.
-  enum class Order { kRows, kDiagonals };
-  Dtw();  // the faster one on this CPU
-  explicit Dtw(Order order) : order_(order) {}
-
   // The trace that is compared; it is copied. count >= 1.
   void set_trace(const Point3Df* points, size_t count);
 
@@ -46,12 +46,11 @@ class Dtw {
   WarpingPath warp(const Point3Df* other, size_t count, double limit = kNoLimit);
 
  private:
-  const Order order_;
-  std::vector<double> trace_;  // all x, all y, all z, the last point first
   size_t count_ = 0;
-  std::vector<double> other_;          // all x, all y, all z
-  std::vector<double> costs_;          // three anti-diagonals of the table, or a row
-  std::vector<std::ptrdiff_t> steps_;  // diagonal steps of their paths
+  // Columns, as a Table has them.
+  std::vector<double> trace_;
+  std::vector<double> costs_;
+  std::vector<std::ptrdiff_t> steps_;
 };
 
 }  // namespace wgr
