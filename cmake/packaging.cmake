@@ -90,7 +90,7 @@ if(CMAKE_CROSSCOMPILING)
   set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS OFF)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS OFF)
   set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "${runtime}")
-  string(APPEND CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS ", ${runtime}")
+  string(APPEND CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS ", ${runtime}, libfmt9 (>= 9.1)")
   install(FILES cmake/debian-tools-overrides RENAME wearableinteraction-tools
           DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides COMPONENT tools)
 endif()

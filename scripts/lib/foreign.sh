@@ -7,7 +7,7 @@
 unpack_foreign() {
   local root=$PWD/build/packages-$1 architecture=$2 package
   shift 2
-  [ ! -e "$root/complete" ] || return 0
+  [ "$(cat "$root/complete" 2>/dev/null)" != "$*" ] || return 0
   rm -rf "$root"
   mkdir -p "$root/apt/lists/partial" "$root/apt/cache/archives/partial"
   # Lists of its own: neither root's rights nor the machine's configuration are touched.
@@ -26,5 +26,5 @@ unpack_foreign() {
     dpkg-deb --extract "$package" "$root" || return 1
   done
   rm -rf "$root/apt"
-  touch "$root/complete"
+  echo "$*" >"$root/complete"
 }

@@ -2,7 +2,9 @@
 # What scripts/demo and scripts/test share; they source it from the project's root.
 
 cores=$(nproc)
-kBuildPackages="g++ cmake ninja-build libcli11-dev nlohmann-json3-dev zlib1g-dev"
+# The libraries that the tool is built with.
+kToolLibraries="libcli11-dev nlohmann-json3-dev zlib1g-dev libfmt-dev libmd-dev libutfcpp-dev"
+kBuildPackages="g++ cmake ninja-build $kToolLibraries"
 
 say() {
   printf '\n== %s\n' "$*"

@@ -17,10 +17,13 @@ configure() {
 }
 
 hide=-DCMAKE_DISABLE_FIND_PACKAGE
-! configure all "${hide}_CLI11=ON" "${hide}_nlohmann_json=ON" "${hide}_ZLIB=ON" ||
-  fail "configured without CLI11, nlohmann-json and zlib"
+! configure all "${hide}_CLI11=ON" "${hide}_nlohmann_json=ON" "${hide}_ZLIB=ON" \
+    "${hide}_fmt=ON" "${hide}_libmd=ON" "${hide}_utf8cpp=ON" ||
+  fail "configured without the libraries that the tool is built with"
 for word in "CLI11: apt-get install libcli11-dev, or -DWGR_BUILD_TOOLS=OFF" \
     "nlohmann_json: apt-get install nlohmann-json3-dev" "ZLIB: apt-get install zlib1g-dev" \
+    "fmt: apt-get install libfmt-dev" "libmd: apt-get install libmd-dev" \
+    "utf8cpp: apt-get install libutfcpp-dev" \
     "-DBUILD_TESTING=OFF"; do
   grep -qF -e "$word" "$folder/log" || fail "not said: $word"
 done

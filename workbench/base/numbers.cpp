@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "base/foreign_text.h"
+#include "base/text.h"
 
 namespace wgr {
 
@@ -17,8 +18,9 @@ bool NumberRange::holds(double value) const {
 
 std::string NumberRange::text() const {
   std::string made = whole ? "a whole number " : "a number ";
-  if (above) return made + "above " + plain(least) + " and up to " + plain(most);
-  return made + "from " + plain(least) + " to " + plain(most);
+  if (above)
+    return fmt::format("{}above {} and up to {}", made, plain(least), plain(most));
+  return fmt::format("{}from {} to {}", made, plain(least), plain(most));
 }
 
 template <class T>

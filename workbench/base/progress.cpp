@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include "base/text.h"
 
 namespace wgr {
 
@@ -24,13 +25,12 @@ void Progress::add(size_t steps) {
 
 void Progress::show(size_t percent) {
   if (!terminal_) {
-    std::fprintf(stderr, "%s: %zu %%\n", what_.c_str(), percent);
+    print(stderr, "{}: {} %\n", what_, percent);
     return;
   }
   std::string bar(kBarWidth, ' ');
   for (size_t i = 0; i < kBarWidth * percent / 100; ++i) bar[i] = '#';
-  std::fprintf(stderr, "\r%s [%s] %3zu %%%s", what_.c_str(), bar.c_str(), percent,
-               percent >= 100 ? "\n" : "");
+  print(stderr, "\r{} [{}] {:3} %{}", what_, bar, percent, percent >= 100 ? "\n" : "");
   std::fflush(stderr);
 }
 

@@ -11,6 +11,7 @@
 
 #include "base/errors.h"
 #include "base/foreign_text.h"
+#include "base/text.h"
 #include "base/text_lines.h"
 
 namespace wgr {
@@ -38,56 +39,56 @@ static std::vector<std::string> split(const std::string& line) {
 }
 
 void refuse_row(const TableRow& row, const std::string& path, const std::string& reason) {
-  throw UsageError(path + ":" + std::to_string(row.line) + ": " + reason);
+  throw UsageError(fmt::format("{}:{}: {}", path, row.line, reason));
+}
+
+// A line fit to be split: of a bounded length, UTF-8, without a carriage return.
+static bool next_checked(std::ifstream& file, const std::string& path, size_t line,
+                         std::string& text) {
+  if (!next_line(file, text, kLongestLine + 1)) return false;
+  if (!text.empty() && text.back() == '\r') text.pop_back();
+  if (text.size() > kLongestLine) {
+    refuse_row({line, {}}, path, fmt::format("longer than {} characters", kLongestLine));
+  }
+  if (!is_utf8(text)) refuse_row({line, {}}, path, "is not UTF-8");
+  return true;
 }
 
 std::vector<TableRow> read_table(const std::string& path, const std::string& header,
                                  const std::string& also, size_t most) {
   std::ifstream file(path, std::ios::binary);
   if (!file) throw UsageError(path + ": cannot be read: " + std::strerror(errno));
-  const size_t columns = split(header).size();
   const std::string longer = also.empty() ? header : header + "," + also;
-  const size_t most_columns = split(longer).size();
-  size_t fields = columns;
+  const TableRow first = {1, {}};
+  std::string text;
+  if (!next_checked(file, path, 1, text) && !file.bad()) {
+    refuse_row(first, path, "the file is empty: the first line must be " + header);
+  }
+  if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
+    text.erase(0, kByteOrderMark.size());
+  }
+  if (!file.bad() && text != header && text != longer) {
+    refuse_row(first, path, "the first line must be " + header);
+  }
+  const std::string columns = text;
+  const size_t fields = split(columns).size();
 
   std::vector<TableRow> rows;
-  std::string text;
-  size_t line = 1;
-  for (; next_line(file, text, kLongestLine + 1); ++line) {
-    if (!text.empty() && text.back() == '\r') text.pop_back();
-    TableRow row = {line, {}};
-    if (text.size() > kLongestLine) {
-      refuse_row(row, path,
-                 "longer than " + std::to_string(kLongestLine) + " characters");
-    }
-    if (!is_utf8(text)) refuse_row(row, path, "is not UTF-8");
-    if (line == 1) {
-      if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
-        text.erase(0, kByteOrderMark.size());
-      }
-      if (text != header && text != longer) {
-        refuse_row(row, path, "the first line must be " + header);
-      }
-      if (text == longer) fields = most_columns;
-      continue;
-    }
+  for (size_t line = 2; next_checked(file, path, line, text); ++line) {
     if (text.empty()) continue;
-    row.fields = split(text);
+    rows.push_back({line, split(text)});
+    TableRow& row = rows.back();
     if (row.fields.size() != fields) {
       refuse_row(row, path,
-                 std::to_string(row.fields.size()) + " fields instead of " +
-                     std::to_string(fields) + " (" +
-                     (fields == columns ? header : longer) + ")");
+                 fmt::format("{} fields instead of {} ({})", row.fields.size(), fields,
+                             columns));
     }
-    row.fields.resize(most_columns);
-    if (rows.size() == most) {
-      refuse_row(row, path, "more than " + std::to_string(most) + " rows");
+    row.fields.resize(split(longer).size());
+    if (rows.size() > most) {
+      refuse_row(row, path, fmt::format("more than {} rows", most));
     }
-    rows.push_back(std::move(row));
   }
   if (file.bad()) throw UsageError(path + ": cannot be read to its end");
-  if (line == 1)
-    refuse_row({1, {}}, path, "the file is empty: the first line must be " + header);
   return rows;
 }
 
@@ -96,8 +97,7 @@ double number_in(const TableRow& row, size_t index, const std::string& path,
   const std::string& field = row.fields[index];
   const std::optional<double> value = number_of(field, range);
   if (!value) {
-    refuse_row(row, path,
-               "field " + std::to_string(index + 1) + ": " + wanted(range, field));
+    refuse_row(row, path, fmt::format("field {}: {}", index + 1, wanted(range, field)));
   }
   return *value;
 }

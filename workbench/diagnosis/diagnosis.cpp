@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "base/numbers.h"
+#include "base/text.h"
 #include "diagnosis/examination.h"
 
 namespace wgr {
@@ -36,7 +37,7 @@ Diagnosis Examination::examine() {
   facts.samples = times_.size() - carried_.seen;
   if (times_.size() < 2 * kFewestInWindow) {
     find("short", Sureness::kCertain,
-         std::to_string(times_.size()) + " samples are too few to say anything",
+         fmt::format("{} samples are too few to say anything", times_.size()),
          "record a minute");
     return result_;
   }

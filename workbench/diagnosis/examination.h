@@ -71,20 +71,29 @@ class Examination {
   // time_faults.cpp
   void examine_stamps();
   void examine_steps();
+  std::optional<double> measure_steps(const std::vector<double>& steps);
   void count_steps(const std::vector<double>& steps, double rate);
+  void tell_irregular_steps(const std::vector<double>& steps, double rate);
   // value_faults.cpp
   void examine_values();
   void examine_spikes();
+  void tell_spikes(const Occurrences& all, const char* id, const char* name,
+                   const char* unit);
   void examine_zeros();
   void examine_clipping();
   void examine_bias();
   void examine_noise();
   // gravity_faults.cpp
   void examine_acceleration();
+  bool repair_swapped_sensors();
   void examine_rest();
+  void measure_rest();
   std::vector<double> quiet_lengths(const std::vector<Window>& windows) const;
   // turn_faults.cpp
   void examine_turns();
+  Point3Df first_bias() const;
+  void guess_gyro_unit();
+  std::vector<const Window*> steady_windows() const;
   std::vector<Turn> find_turns(const Point3Df& bias) const;
   void tell_axes(const Agreement& agreement);
 

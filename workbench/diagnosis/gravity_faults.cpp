@@ -5,6 +5,7 @@
 
 #include "base/numbers.h"
 #include "base/table.h"
+#include "base/text.h"
 #include "diagnosis/examination.h"
 #include "engine/rest.h"
 
@@ -56,25 +57,30 @@ std::vector<double> Examination::quiet_lengths(const std::vector<Window>& window
   return lengths;
 }
 
+// Whether the gyroscope's axes show gravity; then the sensors are put right.
+bool Examination::repair_swapped_sensors() {
+  const std::vector<double> lengths = quiet_lengths(gyro_windows_);
+  const double spread = percentile(lengths, 0.9) - percentile(lengths, 0.1);
+  if (unit_of(lengths) == nullptr || !(spread < 0.1 * median(lengths))) return false;
+  find(
+      "swapped-sensors", Sureness::kLikely,
+      fmt::format("the gyroscope's axes show gravity ({:.2f} long whenever it is quiet), "
+                  "the accelerometer's do not",
+                  median(lengths)),
+      "pass the accelerometer first and the gyroscope second",
+      "update_gesture(h, acc, gyro)");
+  acc_.swap(gyro_);
+  look_again();
+  return true;
+}
+
 // Finds which sensor shows gravity, and in which unit.
 void Examination::examine_acceleration() {
   look_again();
   if (quiet_.empty()) return;
   const AccUnit* unit = unit_of(quiet_lengths(acc_windows_));
-  if (unit == nullptr) {
-    const std::vector<double> lengths = quiet_lengths(gyro_windows_);
-    const AccUnit* const other = unit_of(lengths);
-    const double spread = percentile(lengths, 0.9) - percentile(lengths, 0.1);
-    if (other != nullptr && spread < 0.1 * median(lengths)) {
-      find("swapped-sensors", Sureness::kLikely,
-           "the gyroscope's axes show gravity (" + fixed(median(lengths), 2) +
-               " long whenever it is quiet), the accelerometer's do not",
-           "pass the accelerometer first and the gyroscope second",
-           "update_gesture(h, acc, gyro)");
-      acc_.swap(gyro_);
-      look_again();
-      unit = unit_of(quiet_lengths(acc_windows_));
-    }
+  if (unit == nullptr && repair_swapped_sensors()) {
+    unit = unit_of(quiet_lengths(acc_windows_));
   }
   const double usual = median(quiet_lengths(acc_windows_));
   if (unit == nullptr) {
@@ -83,18 +89,19 @@ void Examination::examine_acceleration() {
     find(
         "no-gravity",
         usual < 0.5 * kStandardGravity ? Sureness::kLikely : Sureness::kPossible,
-        "at its quietest the acceleration is " + fixed(usual, 2) +
-            " long, which is gravity in no unit",
+        fmt::format("at its quietest the acceleration is {:.2f} long, which is gravity "
+                    "in no unit",
+                    usual),
         "pass the accelerometer's samples with gravity in them, not linear acceleration, "
         "in m/s²; the rest test and the trace need gravity");
     return;
   }
   if (unit->scale != 1.0) {
     find("acc-unit", Sureness::kCertain,
-         "at rest the acceleration is " + fixed(usual, 3) + " long: it is in " +
-             unit->name + ", not in m/s²",
-         "multiply it by " + fixed(unit->scale, unit->scale < 1.0 ? 8 : 5), "",
-         unit->name);
+         fmt::format("at rest the acceleration is {:.3f} long: it is in {}, not in m/s²",
+                     usual, unit->name),
+         fmt::format("multiply it by {:.{}f}", unit->scale, unit->scale < 1.0 ? 8 : 5),
+         "", unit->name);
     scale(acc_, unit->scale);
     look_again();
   }
@@ -102,7 +109,8 @@ void Examination::examine_acceleration() {
   result_.facts.gravity = gravity_;
 }
 
-void Examination::examine_rest() {
+// Where the library would see rest.
+void Examination::measure_rest() {
   StreamFacts& facts = result_.facts;
   // As long as the library's by its default, at the rate that it is told.
   const long rate = options_.rate.value_or(nearest_int(1.0 / period_));
@@ -125,38 +133,41 @@ void Examination::examine_rest() {
     longest = std::max(longest, moving_for);
   }
   carried_.window = window;
-  const double all = static_cast<double>(acc_.size() - std::min(acc_.size(), first) + 1);
-  facts.rest_share = static_cast<double>(resting) / all;
-  facts.acc_rest_share = static_cast<double>(acc_resting) / all;
-  facts.gyro_rest_share = static_cast<double>(gyro_resting) / all;
+  const size_t all = acc_.size() - std::min(acc_.size(), first) + 1;
+  facts.rest_share = share(resting, all);
+  facts.acc_rest_share = share(acc_resting, all);
+  facts.gyro_rest_share = share(gyro_resting, all);
   facts.longest_motion = static_cast<double>(longest) * period_;
+}
 
+void Examination::examine_rest() {
+  measure_rest();
+  const StreamFacts& facts = result_.facts;
   std::vector<double> spreads;
   for (const size_t i : quiet_) spreads.push_back(acc_windows_[i].spread);
   const bool rested = facts.seconds >= kLeastSeconds && median(spreads) < kRestSpread;
   if (gravity_ && rested && !(*gravity_ > kLeastGravity && *gravity_ < kMostGravity)) {
     const double gain = 10.1 / *gravity_;
-    find(
-        "gravity-band", Sureness::kCertain,
-        "at its quietest the acceleration is " + fixed(*gravity_, 2) +
-            " m/s² long, outside 9.90 to 10.49: the accelerometer can hardly report rest "
-            "and the gyroscope must decide alone",
-        "nothing, when the gyroscope rests well; otherwise, and for the accelerometer "
-        "alone, multiply the acceleration by about " +
-            fixed(gain, 3));
+    find("gravity-band", Sureness::kCertain,
+         fmt::format("at its quietest the acceleration is {:.2f} m/s² long, outside 9.90 "
+                     "to 10.49: the accelerometer can hardly report rest and the "
+                     "gyroscope must decide alone",
+                     *gravity_),
+         fmt::format("nothing, when the gyroscope rests well; otherwise, and for the "
+                     "accelerometer alone, multiply the acceleration by about {:.3f}",
+                     gain));
   }
   if (facts.seconds < kLeastSeconds) {
     find("short", Sureness::kCertain,
-         "only " + fixed(facts.seconds, 1) +
-             " s: rest, bias and axes can hardly be judged",
+         fmt::format("only {:.1f} s: rest, bias and axes can hardly be judged",
+                     facts.seconds),
          "record a minute: lay the watch down for a few seconds, turn it about all axes, "
          "gesture");
   } else if (facts.rest_share < kLeastRest || facts.longest_motion > kMostMotion) {
     find("no-rest", Sureness::kCertain,
-         "by the library's rule the wrist rests in " +
-             fixed(100.0 * facts.rest_share, 0) +
-             " % of the samples; the longest motion lasts " +
-             fixed(facts.longest_motion, 1) + " s",
+         fmt::format("by the library's rule the wrist rests in {:.0f} % of the samples; "
+                     "the longest motion lasts {:.1f} s",
+                     100.0 * facts.rest_share, facts.longest_motion),
          "a gesture is looked for when a motion ends: mend what keeps the sensors from "
          "resting, or have the hand held still before and after a gesture");
   }

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/table.h"
+#include "base/text.h"
 #include "diagnosis/diagnosis.h"
 #include "diagnosis/examination.h"
 #include "recording/clock.h"
@@ -91,10 +92,9 @@ static std::vector<Finding> merged_findings(const std::vector<Part>& parts,
       Finding& finding = merged.finding;
       if (finding.id != id || (finding.id == kIds[0] && long_enough)) continue;
       if (merged.parts < parts.size() && !is_sum(finding.id)) {
-        finding.what += "; so in " + std::to_string(merged.parts) + " of " +
-                        std::to_string(parts.size()) +
-                        " parts of the recording, the first from " +
-                        fixed(merged.begin, 0) + " to " + fixed(merged.end, 0) + " s";
+        finding.what += fmt::format(
+            "; so in {} of {} parts of the recording, the first from {:.0f} to {:.0f} s",
+            merged.parts, parts.size(), merged.begin, merged.end);
       }
       findings.push_back(finding);
     }
@@ -102,55 +102,66 @@ static std::vector<Finding> merged_findings(const std::vector<Part>& parts,
   return findings;
 }
 
+// A figure averaged over the parts, by the samples that each has.
+static double averaged(const std::vector<Part>& parts, double StreamFacts::*figure) {
+  double sum = 0.0;
+  size_t samples = 0;
+  for (const Part& part : parts) {
+    const StreamFacts& facts = part.diagnosis.facts;
+    sum += static_cast<double>(facts.samples) * (facts.*figure);
+    samples += facts.samples;
+  }
+  return sum / static_cast<double>(samples);
+}
+
+// The duration, and the rate of those parts that have one.
+static void merge_time(const std::vector<Part>& parts, StreamFacts& all) {
+  double samples = 0.0;
+  double seconds = 0.0;
+  double jitter = 0.0;  // squared
+  double begin = parts.front().begin;
+  double end = parts.front().end;
+  for (const Part& part : parts) {
+    const StreamFacts& facts = part.diagnosis.facts;
+    const double count = static_cast<double>(facts.samples);
+    all.seconds += facts.seconds;
+    begin = std::min(begin, part.begin);
+    end = std::max(end, part.end);
+    if (!facts.rate) continue;
+    samples += count;
+    seconds += count / *facts.rate;
+    jitter += count * facts.jitter * facts.jitter;
+  }
+  if (!(samples > 0.0)) return;
+  all.seconds = end - begin;
+  all.rate = samples / seconds;
+  all.jitter = std::sqrt(jitter / samples);
+}
+
 // Figures of parts as one: shares and noise by the samples that each part has, gravity
 // and bias as usual among the parts.
 static StreamFacts merged_facts(const std::vector<Part>& parts) {
   StreamFacts all;
-  double samples_of_rate = 0.0;
-  double seconds_of_rate = 0.0;
-  double jitter = 0.0;  // squared
   double turn_errors = 0.0;
-  double seconds = 0.0;
-  double begin = parts.front().begin;
-  double end = parts.front().end;
   std::vector<double> gravities;
   std::vector<double> biases[3];
   for (const Part& part : parts) {
     const StreamFacts& facts = part.diagnosis.facts;
-    const double samples = static_cast<double>(facts.samples);
     all.samples += facts.samples;
-    seconds += facts.seconds;
-    begin = std::min(begin, part.begin);
-    end = std::max(end, part.end);
-    if (facts.rate) {
-      samples_of_rate += samples;
-      seconds_of_rate += samples / *facts.rate;
-      jitter += samples * facts.jitter * facts.jitter;
-    }
     if (facts.gravity) gravities.push_back(*facts.gravity);
     for (size_t a = 0; facts.bias && a < 3; ++a) {
       biases[a].push_back((*facts.bias).*kAxes[a].first);
     }
-    all.acc_noise += samples * facts.acc_noise;
-    all.gyro_noise += samples * facts.gyro_noise;
-    all.rest_share += samples * facts.rest_share;
-    all.acc_rest_share += samples * facts.acc_rest_share;
-    all.gyro_rest_share += samples * facts.gyro_rest_share;
     all.longest_motion = std::max(all.longest_motion, facts.longest_motion);
     all.turns += facts.turns;
     turn_errors += static_cast<double>(facts.turns) * facts.turn_error;
   }
-  const double samples = static_cast<double>(all.samples);
-  for (double* sum : {&all.acc_noise, &all.gyro_noise, &all.rest_share,
-                      &all.acc_rest_share, &all.gyro_rest_share}) {
-    *sum /= samples;
+  for (double StreamFacts::*figure :
+       {&StreamFacts::acc_noise, &StreamFacts::gyro_noise, &StreamFacts::rest_share,
+        &StreamFacts::acc_rest_share, &StreamFacts::gyro_rest_share}) {
+    all.*figure = averaged(parts, figure);
   }
-  all.seconds = seconds;
-  if (samples_of_rate > 0.0) {
-    all.seconds = end - begin;
-    all.rate = samples_of_rate / seconds_of_rate;
-    all.jitter = std::sqrt(jitter / samples_of_rate);
-  }
+  merge_time(parts, all);
   if (!gravities.empty()) all.gravity = median(gravities);
   if (!biases[0].empty())
     all.bias = {median(biases[0]), median(biases[1]), median(biases[2])};

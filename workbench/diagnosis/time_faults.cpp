@@ -4,6 +4,7 @@
 
 #include "base/numbers.h"
 #include "base/table.h"
+#include "base/text.h"
 #include "diagnosis/examination.h"
 #include "recording/clock.h"
 
@@ -39,21 +40,20 @@ void Examination::examine_stamps() {
   for (const auto& unit : kUnits) {
     if (step >= unit.most) continue;
     find("stamps-unit", Sureness::kLikely,
-         "from stamp to stamp it is " + fixed(step, 0) + " s: they are in " + unit.name,
+         fmt::format("from stamp to stamp it is {:.0f} s: they are in {}", step,
+                     unit.name),
          "write the time in seconds", "", unit.name);
     for (double& t : times_) t *= unit.scale;
     return;
   }
 }
 
-void Examination::examine_steps() {
+// Finds the rate and its jitter; the mean rate, if the stamps give one.
+std::optional<double> Examination::measure_steps(const std::vector<double>& steps) {
   StreamFacts& facts = result_.facts;
-  std::vector<double> steps;
-  for (size_t i = 1; i < times_.size(); ++i) steps.push_back(times_[i] - times_[i - 1]);
   const std::optional<double> rate = mean_rate(steps);
-  if (!rate) return;
+  if (!rate) return rate;
   period_ = 1.0 / *rate;
-
   size_t repeats = 0;
   double forward = 0.0;
   double squares = 0.0;
@@ -74,76 +74,83 @@ void Examination::examine_steps() {
   if (regular > 0) {
     facts.jitter = std::sqrt(squares / static_cast<double>(regular)) * *rate;
   }
+  return rate;
+}
 
+void Examination::examine_steps() {
+  const StreamFacts& facts = result_.facts;
+  std::vector<double> steps;
+  for (size_t i = 1; i < times_.size(); ++i) steps.push_back(times_[i] - times_[i - 1]);
+  const std::optional<double> rate = measure_steps(steps);
+  if (!rate) return;
   const std::string right = std::to_string(nearest_int(*facts.rate));
   if (options_.rate && std::fabs(*options_.rate / *facts.rate - 1.0) > kRateTolerance) {
     find("rate", Sureness::kCertain,
-         "samples come at " + fixed(*facts.rate, 2) + " a second, not at the " +
-             std::to_string(*options_.rate) + " that the library is told",
+         fmt::format(
+             "samples come at {:.2f} a second, not at the {} that the library is told",
+             *facts.rate, *options_.rate),
          "pass the true rate: speeds, lengths and turns all follow from it",
-         "init_gesture_handle(h, " + right + ", ...); --sample-rate " + right);
+         fmt::format("init_gesture_handle(h, {}, ...); --sample-rate {}", right, right));
   } else if (std::fabs(std::round(*facts.rate) / *facts.rate - 1.0) > kRateTolerance) {
     find("rate", Sureness::kCertain,
-         "samples come at " + fixed(*facts.rate, 2) +
-             " a second, which no whole number is near",
+         fmt::format("samples come at {:.2f} a second, which no whole number is near",
+                     *facts.rate),
          "resample, or ask the sensor for a rate of whole samples",
          "init_gesture_handle() takes whole samples per second");
   }
   if (facts.jitter > kMostJitter) {
     find("jitter", Sureness::kCertain,
-         "the time from sample to sample varies by " + fixed(100.0 * facts.jitter, 0) +
-             " % of its mean (standard deviation)",
+         fmt::format("the time from sample to sample varies by {:.0f} % of its mean "
+                     "(standard deviation)",
+                     100.0 * facts.jitter),
          "stamp the samples where they are taken, or resample them to an even rate: the "
          "library takes every step for the same time");
   }
-  count_steps(steps, *rate);
+  tell_irregular_steps(steps, *rate);
 }
 
-// Gaps, repeats and steps back: those that no part before this one holds are added.
+// Adds to the tallies the gaps, repeats and steps back that no part before this one
+// holds.
 void Examination::count_steps(const std::vector<double>& steps, double rate) {
-  size_t new_repeats = 0;
-  size_t new_backward = 0;
   for (size_t i = first_step(); i < steps.size(); ++i) {
-    if (steps[i] == 0.0) {
-      carried_.repeats.add(times_[i], 0.0);
-      ++new_repeats;
-    } else if (steps[i] < 0.0) {
-      carried_.backward.add(times_[i], 0.0);
-      ++new_backward;
-    }
+    if (steps[i] == 0.0) carried_.repeats.add(times_[i], 0.0);
+    if (steps[i] < 0.0) carried_.backward.add(times_[i], 0.0);
   }
   // Samples in a wrong order leave no gap once they are sorted.
   std::vector<double> sorted(times_.begin() + static_cast<std::ptrdiff_t>(first_step()),
                              times_.end());
   std::sort(sorted.begin(), sorted.end());
-  size_t new_gaps = 0;
   for (size_t i = 1; i < sorted.size(); ++i) {
     const double step = sorted[i] - sorted[i - 1];
-    if (!(step * rate > kGapPeriods)) continue;
-    carried_.gaps.add(sorted[i - 1], step);
-    ++new_gaps;
+    if (step * rate > kGapPeriods) carried_.gaps.add(sorted[i - 1], step);
   }
+}
 
-  const auto counted = [](const Occurrences& tally, const std::string& what) {
-    return std::to_string(tally.count) + what + ", the first at " +
-           fixed(tally.first, 3) + " s";
+void Examination::tell_irregular_steps(const std::vector<double>& steps, double rate) {
+  const size_t gaps = carried_.gaps.count;
+  const size_t repeats = carried_.repeats.count;
+  const size_t backward = carried_.backward.count;
+  count_steps(steps, rate);
+  const auto tallied = [](const Occurrences& tally, const std::string& what) {
+    return fmt::format("{}{}, the first at {:.3f} s", tally.count, what, tally.first);
   };
-  if (new_gaps > 0) {
+  if (carried_.gaps.count > gaps) {
     find(
         "gap", Sureness::kCertain,
-        counted(carried_.gaps, " gaps in the samples, the longest of " +
-                                   fixed(carried_.gaps.most, 3) + " s"),
+        tallied(carried_.gaps,
+                fmt::format(" gaps in the samples, the longest of {:.3f} s",
+                            carried_.gaps.most)),
         "find where samples are lost; fill short gaps in before update_gesture(), or the "
         "motion around them is compared too short");
   }
-  if (new_repeats > 0) {
+  if (carried_.repeats.count > repeats) {
     find("repeated", Sureness::kCertain,
-         counted(carried_.repeats, " stamps repeat the one before"),
+         tallied(carried_.repeats, " stamps repeat the one before"),
          "drop samples that were delivered twice; give bunches stamps of their own");
   }
-  if (new_backward > 0) {
+  if (carried_.backward.count > backward) {
     find("order", Sureness::kCertain,
-         counted(carried_.backward, " stamps lie before the one they follow"),
+         tallied(carried_.backward, " stamps lie before the one they follow"),
          "sort the samples by time before update_gesture()");
   }
 }

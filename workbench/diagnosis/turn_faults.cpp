@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "base/table.h"
+#include "base/text.h"
 #include "diagnosis/examination.h"
 
 namespace wgr {
@@ -18,7 +19,7 @@ static constexpr double kAgreement = 10.0;  // deg, of a prediction
 static constexpr double kExplained = 15.0;  // deg, of a repaired one
 static constexpr double kMuchBetter = 0.5;  // of the error as it is
 
-std::vector<Turn> Examination::find_turns(const Point3Df& bias) const {
+std::vector<const Window*> Examination::steady_windows() const {
   std::vector<const Window*> steady;
   for (const Window& window : acc_windows_) {
     const double length = std::sqrt(squared_length(window.mean));
@@ -27,35 +28,44 @@ std::vector<Turn> Examination::find_turns(const Point3Df& bias) const {
       steady.push_back(&window);
     }
   }
-  const double least_cosine = std::cos(kLeastTurn / kDegreesPerRadian);
-  const auto cosine = [](const Point3Df& a, const Point3Df& b) {
-    return (a.x * b.x + a.y * b.y + a.z * b.z) /
-           std::sqrt(squared_length(a) * squared_length(b));
-  };
+  return steady;
+}
 
+static size_t middle(const Window& window) { return (window.begin + window.end) / 2; }
+
+static double cosine_between(const Point3Df& a, const Point3Df& b) {
+  return (a.x * b.x + a.y * b.y + a.z * b.z) /
+         std::sqrt(squared_length(a) * squared_length(b));
+}
+
+// The moment before which gravity turned most since the moment i; i itself when it hardly
+// turned.
+static size_t most_turned(const std::vector<const Window*>& steady, size_t i,
+                          double period) {
+  size_t best = i;
+  double most = std::cos(kLeastTurn / kDegreesPerRadian);
+  for (size_t j = i + 1; j < steady.size(); ++j) {
+    const size_t samples = middle(*steady[j]) - middle(*steady[i]);
+    if (static_cast<double>(samples) * period > kLongestTurn) break;
+    const double turned = cosine_between(steady[i]->mean, steady[j]->mean);
+    if (turned < most) {
+      most = turned;
+      best = j;
+    }
+  }
+  return best;
+}
+
+std::vector<Turn> Examination::find_turns(const Point3Df& bias) const {
+  const std::vector<const Window*> steady = steady_windows();
   std::vector<Turn> turns;
   size_t used = 0;
   for (size_t i = 0; i < steady.size() && used < kMostTurnSamples; ++i) {
-    // The moment before which gravity turned most.
-    size_t best = i;
-    double most = least_cosine;
-    const size_t from = (steady[i]->begin + steady[i]->end) / 2;
-    for (size_t j = i + 1; j < steady.size(); ++j) {
-      const size_t to = (steady[j]->begin + steady[j]->end) / 2;
-      if (static_cast<double>(to - from) * period_ > kLongestTurn) break;
-      const double turned = cosine(steady[i]->mean, steady[j]->mean);
-      if (turned < most) {
-        most = turned;
-        best = j;
-      }
-    }
+    const size_t best = most_turned(steady, i, period_);
     if (best == i) continue;
-    Turn turn;
-    turn.before = steady[i]->mean;
-    turn.after = steady[best]->mean;
-    const size_t to = (steady[best]->begin + steady[best]->end) / 2;
+    Turn turn = {steady[i]->mean, steady[best]->mean, {}, {}};
     bool whole = true;
-    for (size_t k = from; k < to; ++k) {
+    for (size_t k = middle(*steady[i]); k < middle(*steady[best]); ++k) {
       const double step = times_[k + 1] - times_[k];
       whole = whole && !(step > 3.0 * period_);
       turn.rates.push_back(0.5 * (gyro_[k] + gyro_[k + 1]) - bias);
@@ -73,10 +83,10 @@ std::vector<Turn> Examination::find_turns(const Point3Df& bias) const {
 void Examination::tell_axes(const Agreement& agreement) {
   const AxisMap& gyro = agreement.gyro;
   const std::string of_gyro = "the gyroscope's axes are taken as " + as_text(gyro, 'g');
-  const std::string numbers = "gravity turns as the gyroscope says (to " +
-                              fixed(agreement.best_error, 1) + " instead of " +
-                              fixed(agreement.error, 1) + " degrees, in " +
-                              std::to_string(agreement.turns) + " turns)";
+  const std::string numbers = fmt::format(
+      "gravity turns as the gyroscope says (to {:.1f} instead of {:.1f} degrees, in {} "
+      "turns)",
+      agreement.best_error, agreement.error, agreement.turns);
   std::string what = numbers + " only when " + of_gyro;
   std::string remedy = "pass the gyroscope as " + as_text(gyro, 'g');
   if (determinant(gyro) == 1) {
@@ -85,8 +95,8 @@ void Examination::tell_axes(const Agreement& agreement) {
     const AxisMap& simpler = changes(other) < changes(acc) ? other : acc;
     const std::string of_acc = "the accelerometer's as " + as_text(simpler, 'a');
     if (changes(simpler) < changes(gyro)) {
-      what = numbers + " only when the accelerometer's axes are taken as " +
-             as_text(simpler, 'a') + ", or " + of_gyro;
+      what = fmt::format("{} only when the accelerometer's axes are taken as {}, or {}",
+                         numbers, as_text(simpler, 'a'), of_gyro);
       remedy = "pass the accelerometer as " + as_text(simpler, 'a');
     } else {
       what += ", or " + of_acc;
@@ -97,46 +107,51 @@ void Examination::tell_axes(const Agreement& agreement) {
        "update_gesture(h, acc, gyro)", remedy);
 }
 
+static std::vector<double> lengths_of(const std::vector<Window>& windows) {
+  std::vector<double> lengths;
+  for (const Window& window : windows) {
+    lengths.push_back(std::sqrt(squared_length(window.mean)));
+  }
+  return lengths;
+}
+
+// A first idea of the bias; in a stream that never rests there is none.
+Point3Df Examination::first_bias() const {
+  const double everywhere = percentile(lengths_of(gyro_windows_), 0.95);
+  Point3Df bias = {0.0, 0.0, 0.0};
+  for (const auto& [axis, name] : kAxes) {
+    std::vector<double> along;
+    for (const size_t i : quiet_) along.push_back(gyro_windows_[i].mean.*axis);
+    bias.*axis = median(along);
+    const double spread = percentile(along, 0.75) - percentile(along, 0.25);
+    if (!(spread < 0.05 * everywhere)) return {0.0, 0.0, 0.0};
+  }
+  return bias;
+}
+
+// Without turns of gravity: what a wrist does is tens to hundreds of deg/s, and a few
+// rad/s.
+void Examination::guess_gyro_unit() {
+  const double fastest = percentile(lengths_of(gyro_windows_), 0.99);
+  std::vector<double> pushes;
+  for (const Window& window : acc_windows_) pushes.push_back(window.spread);
+  if (percentile(pushes, 0.95) > 4.0 && fastest < 12.0 && fastest > 0.3) {
+    find(
+        "gyro-unit", Sureness::kPossible,
+        fmt::format("while the wrist is shaken it turns by no more than {:.1f}: that may "
+                    "be rad/s",
+                    fastest),
+        "multiply the rates by 57.29578 if they are in rad/s");
+  }
+}
+
 // Compares gravity's turns with the gyroscope's and repairs the latter.
 void Examination::examine_turns() {
   if (!gravity_ || result_.facts.seconds < kLeastSeconds) return;
-  // A first idea of the bias; in a stream that never rests there is none.
-  Point3Df bias = {0.0, 0.0, 0.0};
-  std::vector<double> along[3];
-  for (const size_t i : quiet_) {
-    for (size_t a = 0; a < 3; ++a)
-      along[a].push_back(gyro_windows_[i].mean.*kAxes[a].first);
-  }
-  double everywhere = 0.0;
-  std::vector<double> lengths;
-  for (const Window& window : gyro_windows_) {
-    lengths.push_back(std::sqrt(squared_length(window.mean)));
-  }
-  everywhere = percentile(lengths, 0.95);
-  bool settled = true;
-  for (size_t a = 0; a < 3; ++a) {
-    bias.*kAxes[a].first = median(along[a]);
-    const double spread = percentile(along[a], 0.75) - percentile(along[a], 0.25);
-    settled = settled && spread < 0.05 * everywhere;
-  }
-  if (!settled) bias = {0.0, 0.0, 0.0};
-
-  const std::vector<Turn> turns = find_turns(bias);
+  const std::vector<Turn> turns = find_turns(first_bias());
   StreamFacts& facts = result_.facts;
   facts.turns = turns.size();
-  if (turns.size() < kFewestTurns) {
-    // What a wrist does is tens to hundreds of deg/s, and a few rad/s.
-    const double fastest = percentile(lengths, 0.99);
-    std::vector<double> pushes;
-    for (const Window& window : acc_windows_) pushes.push_back(window.spread);
-    if (percentile(pushes, 0.95) > 4.0 && fastest < 12.0 && fastest > 0.3) {
-      find("gyro-unit", Sureness::kPossible,
-           "while the wrist is shaken it turns by no more than " + fixed(fastest, 1) +
-               ": that may be rad/s",
-           "multiply the rates by 57.29578 if they are in rad/s");
-    }
-    return;
-  }
+  if (turns.size() < kFewestTurns) return guess_gyro_unit();
   const Agreement agreement = compare_sensors(turns);
   facts.turn_error = agreement.error;
   if (agreement.error <= kAgreement) return;
@@ -148,15 +163,16 @@ void Examination::examine_turns() {
   if (agreement.factor == kDegreesPerRadian) {
     find("gyro-unit",
          agreement.turns > kFewestTurns ? Sureness::kCertain : Sureness::kLikely,
-         "gravity turns by " + fixed(agreement.angle, 0) +
-             " degrees where the gyroscope says next to nothing, and as it says (to " +
-             fixed(agreement.best_error, 1) + " degrees) when its rates are rad/s",
+         fmt::format(
+             "gravity turns by {:.0f} degrees where the gyroscope says next to nothing, "
+             "and as it says (to {:.1f} degrees) when its rates are rad/s",
+             agreement.angle, agreement.best_error),
          "multiply the rates by 57.29578: the library wants deg/s");
     scale(gyro_, kDegreesPerRadian);
   } else if (agreement.factor != 1.0) {
     find("turn-scale", Sureness::kLikely,
-         "gravity turns " + fixed(agreement.factor, 2) +
-             " times as far as rates and stamps say",
+         fmt::format("gravity turns {:.2f} times as far as rates and stamps say",
+                     agreement.factor),
          "see whether the stamps are true, and whether the gyroscope's range is the one "
          "that its values are scaled for");
   }

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "base/table.h"
+#include "base/text.h"
 #include "diagnosis/examination.h"
 #include "engine/rest.h"
 
@@ -20,6 +21,18 @@ static constexpr double kMostGyro = 4500.0;     // deg/s, an axis
 static constexpr double kUsualShare = 0.95;     // of the samples are of usual size
 static constexpr double kFarAboveUsual = 20.0;  // times as large
 
+// As "ax, az": the axes that never change, without those that have no values.
+static std::string stuck_axes(const Samples& samples, const char* letter,
+                              const std::string& absent) {
+  std::string stuck;
+  for (const auto& [axis, name] : kAxes) {
+    const std::string full = std::string(letter) + name;
+    if (!is_stuck(samples, axis) || absent.find(full) != std::string::npos) continue;
+    stuck += (stuck.empty() ? "" : ", ") + full;
+  }
+  return stuck;
+}
+
 void Examination::examine_values() {
   if (!options_.absent_axes.empty()) {
     find("absent", Sureness::kCertain,
@@ -34,13 +47,8 @@ void Examination::examine_values() {
     const char* letter;
   } sensors[] = {{acc_, "accelerometer", "a"}, {gyro_, "gyroscope", "g"}};
   for (const auto& sensor : sensors) {
-    std::string stuck;
-    for (const auto& [axis, name] : kAxes) {
-      if (!is_stuck(sensor.samples, axis)) continue;
-      const std::string full = std::string(sensor.letter) + name;
-      if (options_.absent_axes.find(full) != std::string::npos) continue;
-      stuck += (stuck.empty() ? "" : ", ") + full;
-    }
+    const std::string stuck =
+        stuck_axes(sensor.samples, sensor.letter, options_.absent_axes);
     if (!stuck.empty()) {
       find("stuck", Sureness::kCertain, stuck + " never changes",
            std::string("look at the driver of the ") + sensor.name +
@@ -51,8 +59,8 @@ void Examination::examine_values() {
     const double held = held_share(sensor.samples);
     if (held > kMostHeld) {
       find("held", Sureness::kLikely,
-           std::string("the ") + sensor.name + " repeats its last value in " +
-               fixed(100.0 * held, 0) + " % of the samples",
+           fmt::format("the {} repeats its last value in {:.0f} % of the samples",
+                       sensor.name, 100.0 * held),
            "it is read more often than it measures: pass pairs at the slower sensor's "
            "rate, or raise its own",
            "", sensor.name);
@@ -64,51 +72,61 @@ static double largest_of(const Point3Df& p) {
   return std::max({std::fabs(p.x), std::fabs(p.y), std::fabs(p.z)});
 }
 
+namespace {
+
+// What spikes of one sensor are.
+struct SpikeSensor {
+  Samples& samples;
+  Occurrences& tally;
+  double most;
+  const char* id;
+  const char* name;
+  const char* unit;
+};
+
+}  // namespace
+
+// How large a value that is no spike may be: values that are large all the time are in
+// another unit.
+static double spike_limit(const std::vector<double>& sizes, double most) {
+  return std::max(most, kFarAboveUsual * percentile(sizes, kUsualShare));
+}
+
 // What is found is replaced by the value before it, or else the one behind.
 void Examination::examine_spikes() {
-  const struct {
-    Samples& samples;
-    Occurrences& tally;
-    double most;
-    const char* id;
-    const char* name;
-    const char* unit;
-  } sensors[] = {
+  const SpikeSensor sensors[] = {
       {acc_, carried_.acc_spikes, kMostAcc, "acc-spike", "accelerometer", "m/s²"},
       {gyro_, carried_.gyro_spikes, kMostGyro, "gyro-spike", "gyroscope", "deg/s"}};
-  for (const auto& sensor : sensors) {
-    Samples& samples = sensor.samples;
+  for (const SpikeSensor& sensor : sensors) {
     std::vector<double> sizes;
-    for (const Point3Df& p : samples) sizes.push_back(largest_of(p));
-    // Values that are large all the time are in another unit.
-    const double limit =
-        std::max(sensor.most, kFarAboveUsual * percentile(sizes, kUsualShare));
-    size_t found = 0;
+    for (const Point3Df& p : sensor.samples) sizes.push_back(largest_of(p));
+    const double limit = spike_limit(sizes, sensor.most);
     const auto good = std::find_if(sizes.begin(), sizes.end(),
                                    [&](double size) { return size <= limit; });
     if (good == sizes.end()) continue;
-    Point3Df last = samples[static_cast<size_t>(good - sizes.begin())];
-    for (size_t i = 0; i < samples.size(); ++i) {
-      if (sizes[i] <= limit) {
-        last = samples[i];
-        continue;
+    const size_t before = sensor.tally.count;
+    Point3Df last = sensor.samples[static_cast<size_t>(good - sizes.begin())];
+    for (size_t i = 0; i < sizes.size(); ++i) {
+      if (sizes[i] > limit && i >= carried_.seen) {
+        sensor.tally.add(times_[i], sizes[i], line_of(i));
       }
-      samples[i] = last;
-      if (i < carried_.seen) continue;
-      sensor.tally.add(times_[i], sizes[i], line_of(i));
-      ++found;
+      if (sizes[i] <= limit) last = sensor.samples[i];
+      sensor.samples[i] = last;
     }
-    if (found == 0) continue;
-    const Occurrences& all = sensor.tally;
-    find(sensor.id, Sureness::kCertain,
-         std::to_string(all.count) + " samples of the " + sensor.name +
-             " are larger than any that it measures, up to " + fixed(all.most, 2) + " " +
-             sensor.unit + ", the first at " + fixed(all.first, 3) + " s (line " +
-             std::to_string(all.first_line) + ")",
-         "look for errors of the transfer and error codes of the driver, and pass the "
-         "sample before in the place of such a one: it makes a motion of a rest");
+    if (sensor.tally.count == before) continue;
+    tell_spikes(sensor.tally, sensor.id, sensor.name, sensor.unit);
     look_again();
   }
+}
+
+void Examination::tell_spikes(const Occurrences& all, const char* id, const char* name,
+                              const char* unit) {
+  find(id, Sureness::kCertain,
+       fmt::format("{} samples of the {} are larger than any that it measures, up to "
+                   "{:.2f} {}, the first at {:.3f} s (line {})",
+                   all.count, name, all.most, unit, all.first, all.first_line),
+       "look for errors of the transfer and error codes of the driver, and pass the "
+       "sample before in the place of such a one: it makes a motion of a rest");
 }
 
 void Examination::examine_clipping() {
@@ -132,9 +150,8 @@ void Examination::examine_clipping() {
                     [&](double range) { return std::fabs(limit / range - 1.0) < 0.03; });
     find(letter == 'a' ? "acc-clipping" : "gyro-clipping",
          known ? Sureness::kCertain : Sureness::kLikely,
-         axes + ": " + std::to_string(count) +
-             " samples stand at the end of the range, " + fixed(limit, 2) + " " +
-             unit_name,
+         fmt::format("{}: {} samples stand at the end of the range, {:.2f} {}", axes,
+                     count, limit, unit_name),
          "set the sensor to a wider range; what is cut off is lost to the comparison");
   };
   tell(acc_, 'a', kStandardGravity, kAccRanges, "g");
@@ -142,7 +159,7 @@ void Examination::examine_clipping() {
 }
 
 static std::string as_text(const Point3Df& p) {
-  return fixed(p.x, 2) + "," + fixed(p.y, 2) + "," + fixed(p.z, 2);
+  return fmt::format("{:.2f},{:.2f},{:.2f}", p.x, p.y, p.z);
 }
 
 void Examination::examine_bias() {
@@ -165,8 +182,8 @@ void Examination::examine_bias() {
   find("bias", Sureness::kCertain,
        "at rest the gyroscope shows " + as_text(left) + " deg/s that are not taken off",
        "pass the bias; a second of it turns a motion by as many degrees",
-       "init_gesture_handle(h, rate, (Point3Df){" + as_text(bias) +
-           "}, ...); --bias=" + as_text(bias));
+       fmt::format("init_gesture_handle(h, rate, (Point3Df){{{}}}, ...); --bias={}",
+                   as_text(bias), as_text(bias)));
 }
 
 void Examination::examine_noise() {
@@ -175,15 +192,15 @@ void Examination::examine_noise() {
   facts.gyro_noise = std::sqrt(noise_variance(gyro_, gyro_windows_, quiet_) / 3.0);
   if (facts.acc_noise > kMostAccNoise) {
     find("acc-noise", Sureness::kLikely,
-         "at its quietest the accelerometer's axes vary by " + fixed(facts.acc_noise, 2) +
-             " m/s²",
+         fmt::format("at its quietest the accelerometer's axes vary by {:.2f} m/s²",
+                     facts.acc_noise),
          "switch the sensor's low-pass filter on: from about 0.27 on it never reports "
          "rest");
   }
   if (facts.gyro_noise > kMostGyroNoise) {
     find("gyro-noise", Sureness::kLikely,
-         "at its quietest the gyroscope's axes vary by " + fixed(facts.gyro_noise, 1) +
-             " deg/s",
+         fmt::format("at its quietest the gyroscope's axes vary by {:.1f} deg/s",
+                     facts.gyro_noise),
          "switch the sensor's low-pass filter on: from about 6 on it never reports rest");
   }
 }
@@ -202,10 +219,9 @@ void Examination::examine_zeros() {
   }
   find(
       "zero-rate", Sureness::kCertain,
-      std::to_string(all.count) +
-          " samples have a rate of exactly zero on all axes, the first "
-          "at " +
-          fixed(all.first, 3) + " s",
+      fmt::format(
+          "{} samples have a rate of exactly zero on all axes, the first at {:.3f} s",
+          all.count, all.first),
       "one at the start of a motion makes the whole motion not-a-number, and no gesture: "
       "pass a bias that no sample equals",
       "init_gesture_handle(h, rate, (Point3Df){1e-6, 0, 0}, ...); --bias=1e-6,0,0");

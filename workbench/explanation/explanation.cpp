@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "base/table.h"
+#include "base/text.h"
 #include "context/WgrContext.h"
 #include "engine/rest.h"
 
@@ -55,9 +56,10 @@ class Watcher {
 }  // namespace
 
 void Watcher::disagree(const std::string& what) const {
-  throw std::logic_error(e_.recording + ": at " + fixed(e_.times.back(), 3) +
-                         " s the explanation's " + what +
-                         " is not the library's; please report this recording");
+  throw std::logic_error(
+      fmt::format("{}: at {:.3f} s the explanation's {} is not the library's; please "
+                  "report this recording",
+                  e_.recording, e_.times.back(), what));
 }
 
 // The newest sample, from its window; why a sensor did not say rest goes to `figures`.

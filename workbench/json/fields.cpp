@@ -11,6 +11,7 @@
 #include "base/errors.h"
 #include "base/foreign_text.h"
 #include "base/suggestion.h"
+#include "base/text.h"
 
 namespace wgr {
 
@@ -63,7 +64,7 @@ static std::string wanted_of(const JsonField& field) {
     case Kind::kList:
       return "a list";
     case Kind::kRow:
-      return "a list of " + std::to_string(field.inside.size()) + " values";
+      return fmt::format("a list of {} values", field.inside.size());
     case Kind::kObject:
     case Kind::kMap:
       break;
@@ -102,8 +103,8 @@ class Check {
     if (!fits(json, field)) {
       const std::string dumped =
           json.is_structured()
-              ? std::string(json.is_array() ? "a list of " : "an object of ") +
-                    std::to_string(json.size())
+              ? fmt::format("{}{}", json.is_array() ? "a list of " : "an object of ",
+                            json.size())
               : shortened(json.dump(-1, ' ', false, Json::error_handler_t::replace),
                           kLongestQuote);
       refuse(path, wanted_of(field) + " is wanted, not " + dumped);
@@ -116,7 +117,7 @@ class Check {
     }
     for (size_t i = 0; i < json.size() && json.is_array(); ++i) {
       const JsonField& of = field.inside[field.kind == Kind::kRow ? i : 0];
-      value(json[i], of, path + "[" + std::to_string(i) + "]");
+      value(json[i], of, fmt::format("{}[{}]", path, i));
     }
   }
 
@@ -145,7 +146,8 @@ class Check {
   }
 
   [[noreturn]] void refuse(const std::string& path, const std::string& reason) const {
-    throw UsageError(file_ + ": " + (path.empty() ? "" : path + ": ") + reason);
+    throw UsageError(
+        fmt::format("{}: {}{}", file_, path.empty() ? "" : path + ": ", reason));
   }
 
   const std::string file_;
@@ -173,8 +175,9 @@ static std::string bytes_of(const std::string& path) {
   } while (file && bytes.size() <= kMostBytes);
   if (file.bad()) throw UsageError(path + ": cannot be read to its end");
   if (bytes.size() > kMostBytes) {
-    throw UsageError(path + ": is longer than " + std::to_string(kMostBytes >> 20) +
-                     " MB, which no file of this kind is");
+    throw UsageError(
+        fmt::format("{}: is longer than {} MB, which no file of this kind is", path,
+                    kMostBytes >> 20));
   }
   return bytes;
 }
@@ -184,7 +187,7 @@ static std::string line_of(const std::string& path, const std::string& bytes,
                            size_t byte) {
   const auto end = bytes.begin() + static_cast<std::ptrdiff_t>(
                                        std::min(byte > 0 ? byte - 1 : 0, bytes.size()));
-  return path + ":" + std::to_string(1 + std::count(bytes.begin(), end, '\n'));
+  return fmt::format("{}:{}", path, 1 + std::count(bytes.begin(), end, '\n'));
 }
 
 Json read_json(const std::string& path, const JsonField& fields) {
@@ -193,16 +196,16 @@ Json read_json(const std::string& path, const JsonField& fields) {
   std::vector<std::set<std::string>> names;
   const auto watch = [&](int depth, Json::parse_event_t event, Json& parsed) {
     if (depth > kDeepest) {
-      throw UsageError(path + ": holds values inside more than " +
-                       std::to_string(kDeepest) + " others");
+      throw UsageError(
+          fmt::format("{}: holds values inside more than {} others", path, kDeepest));
     }
     if (event == Json::parse_event_t::object_start) names.emplace_back();
     if (event == Json::parse_event_t::object_end) names.pop_back();
     if (event == Json::parse_event_t::key) {
       const std::string& name = parsed.get_ref<const std::string&>();
       if (!names.back().insert(name).second) {
-        throw UsageError(path + ": " + shortened(name, kLongestQuote) +
-                         ": stands twice in one object");
+        throw UsageError(fmt::format("{}: {}: stands twice in one object", path,
+                                     shortened(name, kLongestQuote)));
       }
     }
     return true;

@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "base/foreign_text.h"
+#include "base/text.h"
 #include "context/WgrLog.h"
 
 namespace wgr {
@@ -21,8 +22,8 @@ static constexpr int kClassUnreported = 6;
 // A line of the log up to where its own values begin.
 static std::string fixed_part(const WgrLogSite& site) {
   const std::string message = site.message;
-  return std::string(site.function) + " " + std::to_string(site.tag) + ": " +
-         message.substr(0, message.find('%'));
+  return fmt::format("{} {}: {}", site.function, site.tag,
+                     message.substr(0, message.find('%')));
 }
 
 static const std::string kUpdate = fixed_part(kLogUpdateStart);
@@ -182,57 +183,60 @@ static bool is_torn(std::string_view text) {
   });
 }
 
+// The rest of a comparison's line; false when it is another.
+bool LogReading::comparison(std::string_view text) {
+  int templates = 0;
+  int rest = 0;
+  if (!take_number(text, templates) || !take(text, ", nclasses:") ||
+      !take_number(text, rest) || !take(text, ", normalize:") ||
+      !take_number(text, rest) || !take(text, ", havegravity:") ||
+      !take_number(text, rest) || !text.empty()) {
+    return false;
+  }
+  ++session().compared;
+  if (templates == 0) ++session().compared_empty;
+  compared_ = true;
+  return true;
+}
+
+// The rest of a line about the model that was chosen; false when it is another.
+bool LogReading::model_change(std::string_view text) {
+  int wearer = 0;
+  int mode = 0;
+  if (!take_number(text, wearer) || !take(text, ", mode:") || !take_number(text, mode) ||
+      !starts_with(text, ", path:")) {
+    return false;
+  }
+  ++session().model_changes;
+  session().model = fmt::format("wearer {}, mode {}", wearer, mode);
+  return true;
+}
+
+void LogReading::begin_session() {
+  if (open_) ++totals_.restarts;
+  close_session();
+  open_.emplace();
+  open_->file = file_;
+  open_->line = number_;
+}
+
 // Any line but the two of every sample; false when it is not the library's.
 bool LogReading::other_line(std::string_view text) {
-  if (take(text, kCompare)) {
-    int templates = 0;
-    int rest = 0;
-    if (!take_number(text, templates) || !take(text, ", nclasses:") ||
-        !take_number(text, rest) || !take(text, ", normalize:") ||
-        !take_number(text, rest) || !take(text, ", havegravity:") ||
-        !take_number(text, rest) || !text.empty()) {
-      return false;
-    }
-    ++session().compared;
-    if (templates == 0) ++session().compared_empty;
-    compared_ = true;
-    return true;
-  }
+  if (take(text, kCompare)) return comparison(text);
+  if (take(text, kSetModel)) return model_change(text);
   if (text == kBegin) {
-    const bool again = open_.has_value();
-    close_session();
-    open_.emplace();
-    open_->file = file_;
-    open_->line = number_;
-    if (again) ++totals_.restarts;
-    return true;
-  }
-  if (text == kReady) {
+    begin_session();
+  } else if (text == kReady) {
     session().ready = true;
-    return true;
-  }
-  if (text == kInit) {
+  } else if (text == kInit) {
     ++session().inits;
-    return true;
-  }
-  if (take(text, kSetModel)) {
-    int wearer = 0;
-    int mode = 0;
-    if (!take_number(text, wearer) || !take(text, ", mode:") ||
-        !take_number(text, mode) || !starts_with(text, ", path:")) {
-      return false;
-    }
-    ++session().model_changes;
-    session().model =
-        "wearer " + std::to_string(wearer) + ", mode " + std::to_string(mode);
-    return true;
-  }
-  if (starts_with(text, kNoModel)) {
+  } else if (starts_with(text, kNoModel)) {
     session().no_model = true;
-    return true;
+  } else {
+    return starts_with(text, kDirectory) ||
+           std::find(std::begin(kPlain), std::end(kPlain), text) != std::end(kPlain);
   }
-  if (starts_with(text, kDirectory)) return true;
-  return std::find(std::begin(kPlain), std::end(kPlain), text) != std::end(kPlain);
+  return true;
 }
 
 void LogReading::add(const std::string& file, size_t number, std::string_view text,

@@ -104,6 +104,9 @@ class LogReading {
   void close_session();
   void odd(std::string_view text, bool torn);
   void answer(int value);
+  bool comparison(std::string_view text);
+  bool model_change(std::string_view text);
+  void begin_session();
   bool other_line(std::string_view text);
   Answers& this_hour();
 

@@ -2,6 +2,7 @@
 
 #include "base/class_codes.h"
 #include "base/table.h"
+#include "base/text.h"
 #include "segmentation/recording_set.h"
 
 namespace wgr {
@@ -41,9 +42,11 @@ void check_label(const TableRow& row, size_t index, const std::string& path) {
   const std::string& word = row.fields[index];
   if (is_background(word)) return;
   if (number_of(word, kWholeNumbers) && !number_of(word, kLabels)) {
-    refuse_row(row, path,
-               "the label " + word + ": " + kLabels.text() +
-                   " is wanted, or -1 or background for what is no gesture");
+    refuse_row(
+        row, path,
+        fmt::format(
+            "the label {}: {} is wanted, or -1 or background for what is no gesture",
+            word, kLabels.text()));
   }
   const std::optional<double> label = number_of(word, kLabels);
   if (label && is_class_code(static_cast<int>(*label))) {
@@ -74,8 +77,8 @@ std::vector<Annotation> read_spans(const std::string& path) {
 
 // The columns that every table of spans has.
 static std::string columns_of(const Annotation& span) {
-  return fixed(span.begin, kTimeDecimals) + "," + fixed(span.end, kTimeDecimals) + "," +
-         std::to_string(span.label) + "\n";
+  return fmt::format("{:.{}f},{:.{}f},{}\n", span.begin, kTimeDecimals, span.end,
+                     kTimeDecimals, span.label);
 }
 
 std::string labels_text(const std::vector<Annotation>& spans) {

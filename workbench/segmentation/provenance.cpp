@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "base/errors.h"
+#include "base/text.h"
 #include "json/json_text.h"
 #include "recording/clock.h"
 #include "segmentation/recording_set.h"
@@ -23,6 +24,13 @@ static Json runs_of(const std::vector<std::string>& names) {
     runs.back()[1] = runs.back()[1].get<size_t>() + 1;
   }
   return runs;
+}
+
+std::string class_name(int label, const Provenance& provenance) {
+  for (const auto& [word, number] : provenance.classes) {
+    if (number == label && word != std::to_string(label)) return word;
+  }
+  return "";
 }
 
 Json to_json(const Provenance& p) {
@@ -74,14 +82,16 @@ static std::vector<std::string> subjects_in(const Json& runs, const std::string&
   for (const Json& run : runs) {
     const size_t count = run.at(1).get<size_t>();
     if (count > examples - subjects.size()) {
-      throw UsageError(path + ": subjects: are of more examples than the " +
-                       std::to_string(examples) + " of the training file");
+      throw UsageError(fmt::format(
+          "{}: subjects: are of more examples than the {} of the training file", path,
+          examples));
     }
     subjects.insert(subjects.end(), count, run.at(0).get<std::string>());
   }
   if (!subjects.empty() && subjects.size() != examples) {
-    throw UsageError(path + ": subjects: are of " + std::to_string(subjects.size()) +
-                     " examples, but the training file has " + std::to_string(examples));
+    throw UsageError(
+        fmt::format("{}: subjects: are of {} examples, but the training file has {}",
+                    path, subjects.size(), examples));
   }
   return subjects;
 }

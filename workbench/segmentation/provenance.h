@@ -30,6 +30,9 @@ struct Provenance {
   std::vector<std::string> subjects;  // whose each sample is; empty: not known
 };
 
+// The word for a label; empty when it has none but its number.
+std::string class_name(int label, const Provenance& provenance);
+
 nlohmann::ordered_json to_json(const Provenance& provenance);
 
 // What to_json() makes, for read_json(); whose examples they are may be left out. With

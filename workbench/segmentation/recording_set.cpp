@@ -9,6 +9,7 @@
 #include "base/class_codes.h"
 #include "base/errors.h"
 #include "base/table.h"
+#include "base/text.h"
 #include "engine/agGes.h"
 #include "recording/clock.h"
 
@@ -34,7 +35,8 @@ static std::vector<SetEntry> recordings_in(const std::string& folder) {
     if (!is_recording(file) || file == kLabels || file == kIndex) continue;
     std::error_code unknown;  // is said when the file is opened
     if (entry->is_fifo(unknown) || entry->is_character_file(unknown)) {
-      throw UsageError(folder + "/" + file + ": is no file: take it out of the folder");
+      throw UsageError(
+          fmt::format("{}/{}: is no file: take it out of the folder", folder, file));
     }
     files.insert(file);
   }
@@ -57,7 +59,7 @@ static SetEntry& entry_of(std::vector<SetEntry>& set, const std::string& file,
   const auto found = std::find_if(set.begin(), set.end(),
                                   [&](const SetEntry& e) { return e.file == plain; });
   if (found == set.end()) {
-    throw UsageError(table + ": names " + file + ", which is not there");
+    throw UsageError(fmt::format("{}: names {}, which is not there", table, file));
   }
   return *found;
 }
@@ -82,8 +84,9 @@ std::vector<SetEntry> read_recording_set(const std::string& folder) {
   const bool has_index = std::filesystem::exists(index);
   const bool has_labels = std::filesystem::exists(labels);
   if (!has_index && !has_labels) {
-    throw UsageError(folder + ": holds neither " + kLabels + " nor " + kIndex +
-                     ", so nothing says what its recordings show");
+    throw UsageError(fmt::format(
+        "{}: holds neither {} nor {}, so nothing says what its recordings show", folder,
+        kLabels, kIndex));
   }
   if (has_index) read_index(index, set);
   if (has_labels) {

@@ -10,6 +10,7 @@
 #include "base/numbers.h"
 #include "base/sha256.h"
 #include "base/table.h"
+#include "base/text.h"
 #include "segmentation/resample.h"
 
 namespace wgr {
@@ -35,10 +36,6 @@ struct ClockNotes {
 };
 
 }  // namespace
-
-static std::string counted(size_t count, const std::string& one) {
-  return std::to_string(count) + " " + one + (count == 1 ? "" : "s");
-}
 
 static bool is_near(double rate, double other) {
   return std::fabs(rate - other) <= kRateTolerance * rate;
@@ -91,43 +88,42 @@ static void note_clock(const SegmentedRecording& recording, int found,
   const double told = recording.entry.rate;
   if (told > 0.0 && !is_near(told, found)) {
     if (notes.index_differs++ == 0) {
-      notes.first_that_differs = recording.entry.path + ": " + std::to_string(found) +
-                                 " samples/s by the time stamps, " + fixed(told, 2) +
-                                 " by the index";
+      notes.first_that_differs =
+          fmt::format("{}: {} samples/s by the time stamps, {:.2f} by the index",
+                      recording.entry.path, found, told);
     }
   }
 }
 
 static std::string text_of(const ClockNotes& notes, int rate) {
-  std::string text = std::to_string(rate) + " samples/s";
+  std::string text = fmt::format("{} samples/s", rate);
   if (notes.resampled > 0) {
     text += "; " + counted(notes.resampled, "recording") +
             " of another rate resampled to it by linear interpolation (";
     std::string rates;
     for (const auto& [found, count] : notes.rates) {
       if (is_near(rate, found)) continue;
-      rates += (rates.empty() ? "" : ", ") + std::to_string(found) + " x " +
-               std::to_string(count);
+      rates += fmt::format("{}{} x {}", rates.empty() ? "" : ", ", found, count);
     }
     text += rates + ")";
   }
   text += "\n";
   if (notes.gaps > 0) {
-    text += counted(notes.gaps, "gap") + " in the time stamps of " +
-            counted(notes.recordings_with_gaps, "recording") + ", the longest " +
-            fixed(notes.longest_gap, 3) +
-            " s; motions across them are cut as if the "
-            "samples were next to each other" +
-            (notes.resampled > 0 ? ", or filled in by the resampling" : "") + "\n";
+    text += fmt::format(
+        "{} in the time stamps of {}, the longest {:.3f} s; motions across them are cut "
+        "as if the samples were next to each other{}\n",
+        counted(notes.gaps, "gap"), counted(notes.recordings_with_gaps, "recording"),
+        notes.longest_gap, notes.resampled > 0 ? ", or filled in by the resampling" : "");
   }
   if (notes.backward + notes.repeats > 0) {
-    text += "irregular clocks: " + counted(notes.backward, "step") + " back, " +
-            counted(notes.repeats, "repeated time") + "\n";
+    text +=
+        fmt::format("irregular clocks: {} back, {}\n", counted(notes.backward, "step"),
+                    counted(notes.repeats, "repeated time"));
   }
   if (notes.index_differs > 0) {
     text += shown(notes.first_that_differs) + "; the time stamps count";
     if (notes.index_differs > 1) {
-      text += " (so do " + std::to_string(notes.index_differs - 1) + " more)";
+      text += fmt::format(" (so do {} more)", notes.index_differs - 1);
     }
     text += "\n";
   }
@@ -172,8 +168,9 @@ static void segment_annotations(Segmenter& segmenter, SegmentedRecording& record
       }
     }
     if (inside.empty()) {
-      throw UsageError(recording.entry.path + ": has no sample in the span from " +
-                       fixed(span.begin, 3) + " to " + fixed(span.end, 3) + " s");
+      throw UsageError(
+          fmt::format("{}: has no sample in the span from {:.3f} to {:.3f} s",
+                      recording.entry.path, span.begin, span.end));
     }
     recording.motions.push_back(segmenter.take_whole(inside));
     const bool kept = recording.motions.back().verdict == Verdict::kKept;
@@ -214,9 +211,9 @@ static void check_gravity(const SegmentedSet& set, bool gravity) {
   if (lengths.empty()) return;
   const auto middle = lengths.begin() + static_cast<std::ptrdiff_t>(lengths.size() / 2);
   std::nth_element(lengths.begin(), middle, lengths.end());
-  const std::string found = set.recordings.front().entry.path +
-                            " and so on: over their motions the acceleration averages " +
-                            fixed(*middle, 2) + " m/s²";
+  const std::string found = fmt::format(
+      "{} and so on: over their motions the acceleration averages {:.2f} m/s²",
+      set.recordings.front().entry.path, *middle);
   if (gravity && *middle < kLeastGravity) {
     throw UsageError(found +
                      ", which cannot be gravity. Accelerations must be in m/s² with "
@@ -243,94 +240,124 @@ static void note_subjects(SegmentedSet& set) {
   if (told) set.provenance.subjects = std::move(subjects);
 }
 
+// Reads all recordings, and finds their rates; the set's is that of most gestures.
+static std::vector<int> read_entries(const std::vector<SetEntry>& set,
+                                     const std::vector<SetEntry>& background,
+                                     ReadingLimit limit, SegmentedSet& cut,
+                                     ClockNotes& notes) {
+  std::vector<int> rates;
+  for (const std::vector<SetEntry>* entries : {&set, &background}) {
+    for (const SetEntry& entry : *entries) {
+      cut.recordings.push_back(read_entry(entry, cut.provenance, limit));
+      rates.push_back(rate_of(cut.recordings.back()));
+      if (rates.back() < 1) {
+        throw UsageError(entry.path +
+                         ": neither the time stamps nor the index tell the rate");
+      }
+      note_clock(cut.recordings.back(), rates.back(), notes);
+    }
+    // The gestures' rate counts, not that of the background.
+    if (cut.provenance.rate == 0) cut.provenance.rate = most_frequent(notes.rates);
+  }
+  return rates;
+}
+
+namespace {
+
+// Recordings of a single repetition each.
+struct Repetitions {
+  size_t count = 0;
+  size_t whole = 0;  // that were not cut
+};
+
+}  // namespace
+
+static void segment_one(const Classes& classes, bool whole_spans, Segmenter& segmenter,
+                        SegmentedRecording& recording, Repetitions& repetitions) {
+  const SetEntry& entry = recording.entry;
+  find_spans(classes, recording);
+  if (entry.spans.empty() && !is_background(entry.word)) {
+    segment_repetition(classes.at(entry.word), segmenter, recording);
+    ++repetitions.count;
+    repetitions.whole += recording.whole ? 1 : 0;
+  } else if (whole_spans && !recording.spans.empty()) {
+    segment_annotations(segmenter, recording);
+  } else {
+    segment_stream(segmenter, recording);
+  }
+}
+
+static void note_segments(const AgGes& engine, SegmentedSet& cut) {
+  Provenance& p = cut.provenance;
+  for (const SegmentedRecording& recording : cut.recordings) {
+    p.background_seconds += recording.background_seconds;
+    for (const Motion& motion : recording.motions) {
+      ++p.verdicts[kVerdictNames[static_cast<size_t>(motion.verdict)]];
+    }
+  }
+  // So that the same bytes come from every machine.
+  p.background_seconds =
+      std::round(std::min(p.background_seconds, kMostSeconds) * kMsPerSecond) /
+      kMsPerSecond;
+  p.shortest = engine.min_motion_len;
+  p.static_window = engine.static_window;
+  p.strength_threshold = engine.strength_threshold;
+  note_subjects(cut);
+}
+
+static std::string text_of(const Repetitions& repetitions,
+                           const SegmentationOptions& options) {
+  std::string text;
+  if (repetitions.count > 0) {
+    text += fmt::format(
+        "{} of a single take: {} without rest around it taken whole, through the same "
+        "turning and trimming; {} cut\n",
+        counted(repetitions.count, "recording"), repetitions.whole,
+        repetitions.count - repetitions.whole);
+  }
+  if (options.whole_spans) {
+    text +=
+        "marked spans taken whole, through the same turning and trimming; what lies "
+        "between them does not count\n";
+  }
+  if (!options.gravity) {
+    text += "without gravity: the attitude does not count\n";
+  } else if (!options.attitude) {
+    text += "the attitude does not count; gravity is one more point\n";
+  }
+  return text;
+}
+
 SegmentedSet segment_set(const std::vector<SetEntry>& set,
                          const std::vector<SetEntry>& background,
                          const SegmentationOptions& options, const Classes& classes) {
   SegmentedSet cut;
   cut.provenance.classes = classes;
   number_labels(set, cut.provenance.classes);
-
   ClockNotes notes;
-  ReadingLimit limit = options.limit;
-  std::vector<int> rates;
-  for (const std::vector<SetEntry>* entries : {&set, &background}) {
-    for (const SetEntry& entry : *entries) {
-      cut.recordings.push_back(read_entry(entry, cut.provenance, limit));
-      const int found = rate_of(cut.recordings.back());
-      if (found < 1) {
-        throw UsageError(entry.path +
-                         ": neither the time stamps nor the index tell the rate");
-      }
-      rates.push_back(found);
-      note_clock(cut.recordings.back(), found, notes);
-    }
-    // The gestures' rate counts, not that of the background.
-    if (cut.provenance.rate == 0) cut.provenance.rate = most_frequent(notes.rates);
-  }
+  const std::vector<int> rates = read_entries(set, background, options.limit, cut, notes);
   const int rate = options.rate.value_or(cut.provenance.rate);
   if (rate < kLowestRate) {
-    throw UsageError("the rate of " + std::to_string(rate) +
-                     " samples/s is too low for gestures; give --sample-rate");
+    throw UsageError(fmt::format(
+        "the rate of {} samples/s is too low for gestures; give --sample-rate", rate));
   }
+  cut.provenance.rate = rate;
+  cut.provenance.gravity = options.gravity && options.attitude;
 
-  const bool attitude = options.gravity && options.attitude;
-  Segmenter segmenter(rate, options.shortest, attitude);
-  size_t whole = 0;
-  size_t takes = 0;
+  Segmenter segmenter(rate, options.shortest, cut.provenance.gravity);
+  Repetitions repetitions;
   for (size_t i = 0; i < cut.recordings.size(); ++i) {
     SegmentedRecording& recording = cut.recordings[i];
     if (!is_near(rate, rates[i])) {
       recording.samples = resample(recording.samples, rate);
       ++notes.resampled;
     }
-    const SetEntry& entry = recording.entry;
-    find_spans(cut.provenance.classes, recording);
-    if (entry.spans.empty() && !is_background(entry.word)) {
-      segment_repetition(cut.provenance.classes.at(entry.word), segmenter, recording);
-      ++takes;
-      whole += recording.whole ? 1 : 0;
-    } else if (options.whole_spans && !recording.spans.empty()) {
-      segment_annotations(segmenter, recording);
-    } else {
-      segment_stream(segmenter, recording);
-    }
-    cut.provenance.background_seconds += recording.background_seconds;
-    for (const Motion& motion : recording.motions) {
-      ++cut.provenance.verdicts[kVerdictNames[static_cast<size_t>(motion.verdict)]];
-    }
+    segment_one(cut.provenance.classes, options.whole_spans, segmenter, recording,
+                repetitions);
   }
-  // So that the same bytes come from every machine.
-  cut.provenance.background_seconds =
-      std::round(std::min(cut.provenance.background_seconds, kMostSeconds) *
-                 kMsPerSecond) /
-      kMsPerSecond;
-  const AgGes& engine = segmenter.engine();
-  cut.provenance.rate = rate;
-  cut.provenance.gravity = attitude;
-  cut.provenance.shortest = engine.min_motion_len;
-  cut.provenance.static_window = engine.static_window;
-  cut.provenance.strength_threshold = engine.strength_threshold;
   check_gravity(cut, options.gravity);
-  note_subjects(cut);
-
-  cut.notes = text_of(notes, rate);
-  if (takes > 0) {
-    cut.notes += counted(takes, "recording") +
-                 " of a single take: " + std::to_string(whole) +
-                 " without rest around it taken whole, through the same turning and "
-                 "trimming; " +
-                 std::to_string(takes - whole) + " cut\n";
-  }
-  if (options.whole_spans) {
-    cut.notes +=
-        "marked spans taken whole, through the same turning and trimming; what lies "
-        "between them does not count\n";
-  }
-  if (!options.gravity) {
-    cut.notes += "without gravity: the attitude does not count\n";
-  } else if (!options.attitude) {
-    cut.notes += "the attitude does not count; gravity is one more point\n";
-  }
+  note_segments(segmenter.engine(), cut);
+  cut.notes = text_of(notes, rate) + text_of(repetitions, options);
   return cut;
 }
 
@@ -347,11 +374,11 @@ std::vector<Motion> kept_motions(const SegmentedSet& set) {
 static std::string line(size_t count, const std::string& what) {
   std::string number = std::to_string(count);
   number.insert(0, number.size() < 6 ? 6 - number.size() : 0, ' ');
-  return number + " " + what + "\n";
+  return fmt::format("{} {}\n", number, what);
 }
 
 std::string summary_of(const SegmentedSet& set) {
-  std::string text = std::to_string(set.recordings.size()) + " recordings, " + set.notes;
+  std::string text = fmt::format("{} recordings, {}", set.recordings.size(), set.notes);
   std::array<size_t, kVerdicts> verdicts = {};
   std::map<int, size_t> labels;
   size_t spans = 0;
@@ -379,8 +406,8 @@ std::string summary_of(const SegmentedSet& set) {
   }
   std::string of = std::to_string(missed);
   of.insert(0, of.size() < 6 ? 6 - of.size() : 0, ' ');
-  text += of + " of " + std::to_string(spans) + " spans without a kept motion\n";
-  text += fixed(set.provenance.background_seconds, 1) + " s of background\n";
+  text += fmt::format("{} of {} spans without a kept motion\n", of, spans);
+  text += fmt::format("{:.1f} s of background\n", set.provenance.background_seconds);
   return text;
 }
 

@@ -5,6 +5,7 @@
 
 #include "base/errors.h"
 #include "base/table.h"
+#include "base/text.h"
 
 namespace wgr {
 
@@ -108,12 +109,12 @@ Plan read_script(const std::string& path) {
                           plan.back().end - plan.back().begin >= kReadyTime;
       if (!rested) {
         refuse_row(row, path,
-                   "a gesture needs a rest of at least " + fixed(kReadyTime, 1) +
-                       " s before it");
+                   fmt::format("a gesture needs a rest of at least {:.1f} s before it",
+                               kReadyTime));
       }
       if (end - begin < kShortestGesture) {
         refuse_row(row, path,
-                   "a gesture takes at least " + fixed(kShortestGesture, 1) + " s");
+                   fmt::format("a gesture takes at least {:.1f} s", kShortestGesture));
       }
     }
     plan.push_back({begin, end, what});
@@ -126,9 +127,9 @@ Plan read_script(const std::string& path) {
 std::string script_text(const Plan& plan) {
   std::string text = std::string(kHeader) + "\n";
   for (const PlannedActivity& activity : plan) {
-    text += fixed(activity.begin, kTimeDecimals) + "," +
-            fixed(activity.end, kTimeDecimals) + "," +
-            kNames[static_cast<size_t>(activity.what)] + "\n";
+    text +=
+        fmt::format("{:.{}f},{:.{}f},{}\n", activity.begin, kTimeDecimals, activity.end,
+                    kTimeDecimals, kNames[static_cast<size_t>(activity.what)]);
   }
   return text;
 }

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "base/table.h"
+#include "base/text.h"
 #include "classifier/HGR.h"
 #include "cluster/apcluster.h"
 
@@ -76,8 +77,8 @@ static Exemplars trivial(size_t n) {
 }
 
 static std::string found_by(double preference, double damping) {
-  return "affinity propagation, preference " + fixed(preference, 2) + ", damping " +
-         fixed(damping, 1);
+  return fmt::format("affinity propagation, preference {:.2f}, damping {:.1f}",
+                     preference, damping);
 }
 
 Exemplars choose_exemplars(const ClassMatrix& matrix, size_t most) {
@@ -123,8 +124,9 @@ std::vector<Exemplars> sweep_exemplars(const ClassMatrix& matrix) {
     }
     if (found.chosen.empty()) {
       found = {pick_greedily(matrix, last),
-               "one by one: affinity propagation did not converge at preference " +
-                   fixed(preference, 2) + ", however strong the damping"};
+               fmt::format("one by one: affinity propagation did not converge at "
+                           "preference {:.2f}, however strong the damping",
+                           preference)};
     }
     last = found.chosen.size();
     swept.push_back(std::move(found));

@@ -8,6 +8,7 @@
 #include "base/class_codes.h"
 #include "base/errors.h"
 #include "base/table.h"
+#include "base/text.h"
 #include "classifier/HGR.h"
 #include "segmentation/recording_set.h"
 #include "training/exemplars.h"
@@ -36,71 +37,72 @@ struct ModelBuilder::Job {
   std::vector<Template> templates;
 };
 
+template <class OfClass>
+static size_t sum(const std::vector<ClassReport>& classes, OfClass of_class) {
+  size_t all = 0;
+  for (const ClassReport& c : classes) all += of_class(c);
+  return all;
+}
+
 size_t BuildReport::samples() const {
-  size_t sum = 0;
-  for (const ClassReport& c : classes) sum += c.samples;
-  return sum;
+  return sum(classes, [](const ClassReport& c) { return c.samples; });
 }
-
 size_t BuildReport::named() const {
-  size_t sum = 0;
-  for (const ClassReport& c : classes) sum += c.right + c.refused;
-  return sum;
+  return sum(classes, [](const ClassReport& c) { return c.right + c.refused; });
 }
-
 size_t BuildReport::accepted() const {
-  size_t sum = 0;
-  for (const ClassReport& c : classes) sum += c.right;
-  return sum;
+  return sum(classes, [](const ClassReport& c) { return c.right; });
+}
+size_t BuildReport::templates() const {
+  return sum(classes, [](const ClassReport& c) { return c.templates; });
 }
 
-size_t BuildReport::templates() const {
-  size_t sum = 0;
-  for (const ClassReport& c : classes) sum += c.templates;
-  return sum;
+// The trace of a sample, normalised, and thinned until a template of it fits a line.
+Points ModelBuilder::made_ready(const Gsample& sample, const std::string& name) {
+  HGR scaler(1);
+  Points trace = sample.trace;
+  scaler.normalize(trace, k_);
+  const size_t points = trace.size() - static_cast<size_t>(k_);
+  while (sample.label >= 0 && !fits_a_line(trace)) {
+    thin(trace, k_);
+    scaler.normalize(trace, k_);  // what is left has another root mean square
+  }
+  const size_t left = trace.size() - static_cast<size_t>(k_);
+  if (left < points) {
+    notes_.push_back(
+        fmt::format("{}: thinned from {} to {} points, for a model's line has at "
+                    "most 4095 characters",
+                    name, points, left));
+  }
+  for (const Point3Df& p : trace) {
+    if (std::isfinite(squared_length(p))) continue;
+    throw UsageError(name + ": without any motion in it, nothing can be compared");
+  }
+  return trace;
 }
 
 ModelBuilder::ModelBuilder(const Gdata& data, unsigned threads, bool quiet,
                            const std::vector<std::string>& subjects)
     : k_(data.kind == 1 ? 1 : 0) {
-  HGR scaler(1);
   if (!subjects.empty() && subjects.size() != data.samples.size()) {
-    throw UsageError("there are " + std::to_string(data.samples.size()) +
-                     " samples, but subjects of " + std::to_string(subjects.size()));
+    throw UsageError(fmt::format("there are {} samples, but subjects of {}",
+                                 data.samples.size(), subjects.size()));
   }
   size_t gestures = 0;
   for (const bool background : {false, true}) {
     for (size_t i = 0; i < data.samples.size(); ++i) {
       const Gsample& sample = data.samples[i];
       if ((sample.label < 0) != background) continue;
-      const std::string name = "sample " + std::to_string(i + 1) + " (class " +
-                               std::to_string(sample.label) + ")";
+      const std::string name = fmt::format("sample {} (class {})", i + 1, sample.label);
       if (!background && is_class_code(sample.label)) {
         throw UsageError(name +
                          ": this class cannot be a gesture's, the interface "
                          "uses it for something else");
       }
-      Points trace = sample.trace;
-      scaler.normalize(trace, k_);
-      const size_t points = trace.size() - static_cast<size_t>(k_);
-      while (!background && !fits_a_line(trace)) {
-        thin(trace, k_);
-        scaler.normalize(trace, k_);  // what is left has another root mean square
-      }
-      const size_t left = trace.size() - static_cast<size_t>(k_);
-      if (left < points) {
-        notes_.push_back(name + ": thinned from " + std::to_string(points) + " to " +
-                         std::to_string(left) +
-                         " points, for a model's line has at most 4095 characters");
-      }
-      for (const Point3Df& p : trace) {
-        if (std::isfinite(squared_length(p))) continue;
-        throw UsageError(name + ": without any motion in it, nothing can be compared");
-      }
+      traces_.push_back(made_ready(sample, name));
       origin_.push_back(i);
       if (!subjects.empty()) subjects_.push_back(subjects.at(i));
       labels_.push_back(sample.label);
-      traces_.push_back(std::move(trace));
       gestures += background ? 0 : 1;
     }
   }
@@ -193,18 +195,42 @@ static size_t smallest_good(const std::vector<SweepStep>& sweep, double margin) 
   return chosen;
 }
 
+struct ModelBuilder::Standing {
+  size_t sample;
+  size_t class_index;
+  float own;    // best score among templates of its class
+  float other;  // and among the rest
+  bool right() const { return own > other; }
+};
+
+// How a sample stands with one more template.
+ModelBuilder::Standing ModelBuilder::with(Standing s, const Template& t,
+                                          bool cross_subject) const {
+  if (!judges(t.sample, s.sample, cross_subject)) return s;
+  float& best = s.class_index == t.class_index ? s.own : s.other;
+  best = std::max(best, (*similarities_)(s.sample, t.sample));
+  return s;
+}
+
+// How many more samples a template puts right; 0 when it helps none of its own class.
+int ModelBuilder::gain_of(const Template& t, const std::vector<Standing>& standings,
+                          bool cross_subject) const {
+  const auto helped = [&](const Standing& s) {
+    return s.class_index == t.class_index && !s.right() &&
+           with(s, t, cross_subject).right();
+  };
+  if (std::none_of(standings.begin(), standings.end(), helped)) return 0;
+  int gain = 0;
+  for (const Standing& s : standings) {
+    gain += (with(s, t, cross_subject).right() ? 1 : 0) - (s.right() ? 1 : 0);
+  }
+  return gain;
+}
+
 // Adds, one at a time, the template that puts the most samples right, while there is one
 // and its class may have more.
 void ModelBuilder::grow(const Job& job, const BuildOptions& options,
                         std::vector<Template>& set) const {
-  const Similarities& all = *similarities_;
-  struct Standing {
-    size_t sample;
-    size_t class_index;
-    float own;    // best score among templates of its class
-    float other;  // and among the rest
-    bool right() const { return own > other; }
-  };
   constexpr float kNone = -std::numeric_limits<float>::infinity();
   std::vector<Standing> standings;
   std::vector<size_t> room;
@@ -212,15 +238,9 @@ void ModelBuilder::grow(const Job& job, const BuildOptions& options,
     for (const size_t i : job.own[c]) standings.push_back({i, c, kNone, kNone});
     room.push_back(most_of(job.own[c].size(), options));
   }
-  const auto with = [&](Standing s, const Template& t) {
-    if (!judges(t.sample, s.sample, options.cross_subject)) return s;
-    float& best = s.class_index == t.class_index ? s.own : s.other;
-    best = std::max(best, all(s.sample, t.sample));
-    return s;
-  };
   std::vector<bool> used(labels_.size(), false);
   const auto take = [&](const Template& t) {
-    for (Standing& s : standings) s = with(s, t);
+    for (Standing& s : standings) s = with(s, t, options.cross_subject);
     used[t.sample] = true;
     if (room[t.class_index] > 0) --room[t.class_index];
   };
@@ -232,18 +252,11 @@ void ModelBuilder::grow(const Job& job, const BuildOptions& options,
     for (size_t c = 0; c < job.classes.size(); ++c) {
       if (room[c] == 0) continue;
       for (const size_t j : job.own[c]) {
-        const Template t = {j, c};
-        const auto helped = [&](const Standing& s) {
-          return s.class_index == c && !s.right() && with(s, t).right();
-        };
-        if (used[j] || std::none_of(standings.begin(), standings.end(), helped)) continue;
-        int gain = 0;
-        for (const Standing& s : standings) {
-          gain += (with(s, t).right() ? 1 : 0) - (s.right() ? 1 : 0);
-        }
+        if (used[j]) continue;
+        const int gain = gain_of({j, c}, standings, options.cross_subject);
         if (gain <= most) continue;
         most = gain;
-        best = t;
+        best = {j, c};
       }
     }
     if (!best) return;
@@ -252,69 +265,84 @@ void ModelBuilder::grow(const Job& job, const BuildOptions& options,
   }
 }
 
-void ModelBuilder::sweep(Job& job, const BuildOptions& options,
-                         BuildReport& report) const {
-  const std::vector<double> preferences = swept_preferences();
-  std::vector<std::vector<Exemplars>> swept;  // class, preference
-  for (const std::vector<size_t>& own : job.own) {
-    swept.push_back(sweep_exemplars(matrix_of(*similarities_, own)));
-  }
+// What is swept: for each class and preference its exemplars, and the sets of templates
+// that the steps of the report are about.
+struct ModelBuilder::Sweep {
+  std::vector<double> preferences = swept_preferences();
+  std::vector<std::vector<Exemplars>> exemplars;
   std::vector<std::vector<Template>> sets;
-  const auto judge = [&](double preference, std::vector<Template> set, bool few) {
-    size_t samples = 0;
-    size_t right = 0;
-    for (size_t c = 0; c < job.classes.size(); ++c) {
-      samples += job.own[c].size();
-      for (const size_t i : job.own[c]) {
-        right += name(i, set, options.cross_subject).class_index == c ? 1 : 0;
-      }
+};
+
+void ModelBuilder::judge(const Job& job, bool cross_subject, SweepStep step,
+                         std::vector<Template> set, Sweep& swept,
+                         BuildReport& report) const {
+  size_t samples = 0;
+  size_t right = 0;
+  for (size_t c = 0; c < job.classes.size(); ++c) {
+    samples += job.own[c].size();
+    for (const size_t i : job.own[c]) {
+      right += name(i, set, cross_subject).class_index == c ? 1 : 0;
     }
-    report.sweep.push_back({preference, set.size(),
-                            static_cast<double>(right) / static_cast<double>(samples),
-                            few, false, false});
-    sets.push_back(std::move(set));
-  };
-  for (size_t p = 0; p < preferences.size(); ++p) {
+  }
+  step.templates = set.size();
+  step.accuracy = share(right, samples);
+  report.sweep.push_back(step);
+  swept.sets.push_back(std::move(set));
+}
+
+void ModelBuilder::judge_preferences(const Job& job, const BuildOptions& options,
+                                     Sweep& swept, BuildReport& report) const {
+  for (const std::vector<size_t>& own : job.own) {
+    swept.exemplars.push_back(sweep_exemplars(matrix_of(*similarities_, own)));
+  }
+  for (size_t p = 0; p < swept.preferences.size(); ++p) {
     std::vector<Template> set;
     bool few = true;
     for (size_t c = 0; c < job.classes.size(); ++c) {
-      const std::vector<size_t>& chosen = swept[c][p].chosen;
+      const std::vector<size_t>& chosen = swept.exemplars[c][p].chosen;
       few = few && chosen.size() <= most_of(job.own[c].size(), options);
       for (const size_t i : chosen) set.push_back({job.own[c][i], c});
     }
-    judge(preferences[p], std::move(set), few);
+    judge(job, options.cross_subject, {swept.preferences[p], 0, 0.0, few, false, false},
+          std::move(set), swept, report);
   }
-
   // With few samples a class every set may have too many templates; then all count.
   const bool any = std::any_of(report.sweep.begin(), report.sweep.end(),
                                [](const SweepStep& s) { return s.in_question; });
   for (SweepStep& step : report.sweep) step.in_question = step.in_question || !any;
+}
+
+void ModelBuilder::sweep(Job& job, const BuildOptions& options,
+                         BuildReport& report) const {
+  Sweep swept;
+  judge_preferences(job, options, swept, report);
   // Some samples lie between clusters: the chosen set, and the best, are grown to name
   // them as well, and then compared with all.
   const size_t smallest = smallest_good(report.sweep, options.margin);
   const size_t best = smallest_good(report.sweep, 0.0);
   for (const size_t start : {smallest, best}) {
-    std::vector<Template> grown = sets[start];
+    std::vector<Template> grown = swept.sets[start];
     grow(job, options, grown);
-    if (grown.size() == sets[start].size()) continue;
-    judge(report.sweep[start].preference, std::move(grown), true);
-    report.sweep.back().grown = true;
+    if (grown.size() == swept.sets[start].size()) continue;
+    judge(job, options.cross_subject,
+          {report.sweep[start].preference, 0, 0.0, true, false, true}, std::move(grown),
+          swept, report);
     if (best == smallest) break;
   }
-  const size_t chosen = smallest_good(report.sweep, options.margin);
-  report.sweep[chosen].chosen = true;
-  job.templates = sets[chosen];
+  SweepStep& chosen = report.sweep[smallest_good(report.sweep, options.margin)];
+  chosen.chosen = true;
+  job.templates = swept.sets[static_cast<size_t>(&chosen - report.sweep.data())];
+  const auto p =
+      std::find(swept.preferences.begin(), swept.preferences.end(), chosen.preference) -
+      swept.preferences.begin();
   for (size_t c = 0; c < job.classes.size(); ++c) {
-    const auto p = std::find(preferences.begin(), preferences.end(),
-                             report.sweep[chosen].preference);
-    const Exemplars& start = swept[c][static_cast<size_t>(p - preferences.begin())];
+    const Exemplars& start = swept.exemplars[c][static_cast<size_t>(p)];
     const auto count =
         std::count_if(job.templates.begin(), job.templates.end(),
                       [c](const Template& t) { return t.class_index == c; });
     const size_t more = static_cast<size_t>(count) - start.chosen.size();
     report.classes[c].chosen_by =
-        start.how +
-        (more > 0 ? ", and " + std::to_string(more) + " for the confused" : "");
+        start.how + (more > 0 ? fmt::format(", and {} for the confused", more) : "");
   }
 }
 
@@ -324,27 +352,85 @@ static std::optional<size_t> allowed_background(const BuildOptions& options) {
       std::floor(*options.false_positives_per_hour * options.background_hours));
 }
 
+ModelBuilder::Job ModelBuilder::job_of(const std::vector<bool>& taken,
+                                       bool cross_subject) const {
+  Job job;
+  for (const int label : std::set<int>(labels_.begin(), labels_.end())) {
+    std::vector<size_t> own = members(taken, label);
+    if (label < 0 || own.empty()) continue;
+    job.classes.push_back(label);
+    job.own.push_back(std::move(own));
+  }
+  if (job.classes.empty()) throw UsageError("there is no sample of any gesture");
+  job.background = members(taken, -1);
+  if (cross_subject) check_subjects(job);
+  return job;
+}
+
+// The scores of samples that are named as each class: rightly, wrongly, and background's.
+struct ModelBuilder::Scores {
+  std::vector<std::vector<double>> right, wrong, background;
+};
+
+ModelBuilder::Scores ModelBuilder::scores_of(const Job& job, bool cross_subject) const {
+  const size_t classes = job.classes.size();
+  const std::vector<std::vector<double>> none(classes);
+  Scores scores = {none, none, none};
+  for (size_t c = 0; c < classes; ++c) {
+    for (const size_t i : job.own[c]) {
+      const Nearest naming = name(i, job.templates, cross_subject);
+      if (naming.class_index >= classes) continue;
+      (naming.class_index == c ? scores.right : scores.wrong)[naming.class_index]
+          .push_back(naming.score);
+    }
+  }
+  for (const size_t i : job.background) {
+    const Nearest naming = name(i, job.templates, cross_subject);
+    if (naming.class_index < classes) {
+      scores.background[naming.class_index].push_back(naming.score);
+    }
+  }
+  return scores;
+}
+
+static size_t above(const std::vector<double>& scores, double threshold) {
+  return static_cast<size_t>(
+      std::count_if(scores.begin(), scores.end(),
+                    [threshold](double score) { return score > threshold; }));
+}
+
+// Thresholds by the scores, and in the report what they accept.
+std::vector<double> ModelBuilder::set_thresholds(const Job& job,
+                                                 const BuildOptions& options,
+                                                 BuildReport& report) const {
+  const Scores scores = scores_of(job, options.cross_subject);
+  report.background = job.background.size();
+  report.background_allowed = allowed_background(options);
+  std::vector<double> thresholds =
+      choose_thresholds(scores.right, scores.wrong, options.false_cost, scores.background,
+                        report.background_allowed.value_or(kNoLimit));
+  for (size_t c = 0; c < job.classes.size(); ++c) {
+    // Background that came nowhere near a class allows nothing: more of it might.
+    if (options.false_positives_per_hour) {
+      thresholds[c] = std::max(thresholds[c],
+                               choose_threshold(scores.right[c], {}, options.false_cost));
+    }
+    ClassReport& entry = report.classes[c];
+    entry.threshold = thresholds[c];
+    entry.right = above(scores.right[c], thresholds[c]);
+    entry.refused = scores.right[c].size() - entry.right;
+    entry.confused = job.own[c].size() - scores.right[c].size();
+    report.background_accepted += above(scores.background[c], thresholds[c]);
+  }
+  return thresholds;
+}
+
 Gmodel ModelBuilder::build(const std::vector<bool>& taken, const BuildOptions& options,
                            BuildReport& report) const {
   report = BuildReport();
   report.notes = notes_;
-  Job job;
-  job.classes = labels_;
-  std::sort(job.classes.begin(), job.classes.end());
-  job.classes.erase(std::unique(job.classes.begin(), job.classes.end()),
-                    job.classes.end());
-  const auto useless = [&](int label) {
-    return label < 0 || members(taken, label).empty();
-  };
-  job.classes.erase(std::remove_if(job.classes.begin(), job.classes.end(), useless),
-                    job.classes.end());
-  if (job.classes.empty()) throw UsageError("there is no sample of any gesture");
-  for (const int label : job.classes) job.own.push_back(members(taken, label));
-  job.background = members(taken, -1);
-  if (options.cross_subject) check_subjects(job);
-
-  const size_t classes = job.classes.size();
-  for (size_t c = 0; c < classes; ++c) {
+  Job job = job_of(taken, options.cross_subject);
+  for (size_t c = 0; c < job.classes.size(); ++c) {
     report.classes.emplace_back();
     report.classes.back().label = job.classes[c];
     report.classes.back().samples = job.own[c].size();
@@ -354,59 +440,15 @@ Gmodel ModelBuilder::build(const std::vector<bool>& taken, const BuildOptions& o
   } else {
     sweep(job, options, report);
   }
-  for (const Template& t : job.templates) ++report.classes[t.class_index].templates;
-
-  std::vector<std::vector<double>> right(classes);
-  std::vector<std::vector<double>> wrong(classes);
-  std::vector<std::vector<double>> background(classes);
-  for (size_t c = 0; c < classes; ++c) {
-    for (const size_t i : job.own[c]) {
-      const Nearest naming = name(i, job.templates, options.cross_subject);
-      if (naming.class_index >= classes) continue;
-      (naming.class_index == c ? right : wrong)[naming.class_index].push_back(
-          naming.score);
-    }
-  }
-  for (const size_t i : job.background) {
-    const Nearest naming = name(i, job.templates, options.cross_subject);
-    if (naming.class_index < classes) {
-      background[naming.class_index].push_back(naming.score);
-    }
-  }
-  report.background_allowed = allowed_background(options);
-  std::vector<double> thresholds =
-      choose_thresholds(right, wrong, options.false_cost, background,
-                        report.background_allowed.value_or(kNoLimit));
-  // Background that came nowhere near a class allows nothing: more of it might.
-  for (size_t c = 0; c < classes && options.false_positives_per_hour; ++c) {
-    const double without = choose_threshold(right[c], {}, options.false_cost);
-    thresholds[c] = std::max(thresholds[c], without);
-  }
-
-  for (size_t c = 0; c < classes; ++c) {
-    ClassReport& entry = report.classes[c];
-    entry.threshold = thresholds[c];
-    for (const size_t i : job.own[c]) {
-      const Nearest naming = name(i, job.templates, options.cross_subject);
-      if (naming.class_index != c) {
-        ++entry.confused;
-      } else {
-        ++(naming.score > thresholds[c] ? entry.right : entry.refused);
-      }
-    }
-    for (const double score : background[c]) {
-      report.background_accepted += score > thresholds[c] ? 1 : 0;
-    }
-  }
-  report.background = job.background.size();
 
   Gmodel model;
   model.normalize = 1;
   model.havegravity = k_;
   model.class_labels = job.classes;
-  model.nclasses = static_cast<int>(classes);
-  model.class_thresholds = thresholds;
+  model.nclasses = static_cast<int>(job.classes.size());
+  model.class_thresholds = set_thresholds(job, options, report);
   for (const Template& t : job.templates) {
+    ++report.classes[t.class_index].templates;
     model.templates.emplace_back(job.classes[t.class_index], traces_[t.sample]);
     report.template_samples.push_back(t.sample);
   }

@@ -102,15 +102,30 @@ class ModelBuilder {
   struct Template;
   struct Nearest;
   struct Job;
+  struct Standing;
+  struct Sweep;
+  struct Scores;
 
+  Points made_ready(const Gsample& sample, const std::string& name);
   std::vector<size_t> members(const std::vector<bool>& taken, int label) const;
   void check_subjects(const Job& job) const;
   Nearest name(size_t sample, const std::vector<Template>& templates,
                bool cross_subject) const;
   void choose(Job& job, const BuildOptions& options, BuildReport& report) const;
+  Standing with(Standing s, const Template& t, bool cross_subject) const;
+  int gain_of(const Template& t, const std::vector<Standing>& standings,
+              bool cross_subject) const;
   void grow(const Job& job, const BuildOptions& options,
             std::vector<Template>& set) const;
+  void judge(const Job& job, bool cross_subject, SweepStep step,
+             std::vector<Template> set, Sweep& swept, BuildReport& report) const;
+  void judge_preferences(const Job& job, const BuildOptions& options, Sweep& swept,
+                         BuildReport& report) const;
   void sweep(Job& job, const BuildOptions& options, BuildReport& report) const;
+  Job job_of(const std::vector<bool>& taken, bool cross_subject) const;
+  Scores scores_of(const Job& job, bool cross_subject) const;
+  std::vector<double> set_thresholds(const Job& job, const BuildOptions& options,
+                                     BuildReport& report) const;
 
   int k_;
   // Gestures first, so that the similarities need columns for them alone.

@@ -13,6 +13,7 @@
 #include "base/errors.h"
 #include "base/foreign_text.h"
 #include "base/numbers.h"
+#include "base/text.h"
 #include "training/model_output.h"
 
 namespace wgr {
@@ -21,8 +22,8 @@ static constexpr char kSuffix[] = ".xml";
 static constexpr size_t kMostTold = 10;
 
 std::string line_about(const std::string& path, const ModelFinding& finding) {
-  const std::string line = finding.line == 0 ? "" : ":" + std::to_string(finding.line);
-  return path + line + ": " + finding.text;
+  const std::string line = finding.line == 0 ? "" : fmt::format(":{}", finding.line);
+  return fmt::format("{}{}: {}", path, line, finding.text);
 }
 
 // Whether the model has a template with points of motion, behind which gravity may stand.
@@ -56,11 +57,11 @@ void require_useful_model(const std::string& path) {
     require_comparable(model, path);
   }
   for (size_t i = 0; i < std::min(check.findings.size(), kMostTold); ++i) {
-    std::fprintf(stderr, "wgr: %s\n", shown(line_about(path, check.findings[i])).c_str());
+    warn(line_about(path, check.findings[i]));
   }
   if (check.findings.size() > kMostTold) {
-    std::fprintf(stderr, "wgr: %s: and %zu more; wgr model check lists them\n",
-                 shown(path).c_str(), check.findings.size() - kMostTold);
+    warn("{}: and {} more; wgr model check lists them", path,
+         check.findings.size() - kMostTold);
   }
 }
 
@@ -79,7 +80,7 @@ static ModelCheck check_of(const std::string& text) {
     throw std::runtime_error(std::string("the model cannot be checked: ") +
                              std::strerror(reason));
   }
-  const ModelCheck check = check_model_file("/proc/self/fd/" + std::to_string(fd));
+  const ModelCheck check = check_model_file(fmt::format("/proc/self/fd/{}", fd));
   close(fd);
   return check;
 }
@@ -99,13 +100,13 @@ void require_faultless_model(const Gmodel& model, const BuildReport& report,
                              const std::string& input) {
   for (const ClassReport& c : report.classes) {
     if (c.samples > 1 && c.threshold < 0.0) continue;
-    throw UsageError(input + ": class " + std::to_string(c.label) + " " + why_never(c));
+    throw UsageError(fmt::format("{}: class {} {}", input, c.label, why_never(c)));
   }
   const ModelCheck check = check_of(model_text(model));
   if (check.findings.empty()) return;
-  throw UsageError(input + ": the model built from it would be faulty: line " +
-                   std::to_string(check.findings.front().line) + ": " +
-                   check.findings.front().text);
+  throw UsageError(fmt::format("{}: the model built from it would be faulty: line {}: {}",
+                               input, check.findings.front().line,
+                               check.findings.front().text));
 }
 
 }  // namespace wgr

@@ -7,6 +7,7 @@
 
 #include "base/foreign_text.h"
 #include "base/table.h"
+#include "base/text.h"
 #include "segmentation/recording_set.h"
 
 namespace wgr {
@@ -30,78 +31,77 @@ std::string manifest_path(const std::string& model) {
   return beside(model, ".model.json");
 }
 
-static std::string name_of(int label, const Provenance& provenance) {
-  for (const auto& [word, number] : provenance.classes) {
-    if (number == label && word != std::to_string(label)) return " " + word;
-  }
-  return "";
-}
-
-static double share(size_t part, size_t whole) {
-  return whole == 0 ? 0.0 : static_cast<double>(part) / static_cast<double>(whole);
-}
-
 static std::string percent(size_t part, size_t whole) {
-  return fixed(100.0 * share(part, whole), 1) + " %";
+  return percent(share(part, whole));
+}
+
+static std::string text_of(const std::vector<SweepStep>& sweep,
+                           const BuildOptions& options, const std::string& left_out) {
+  if (sweep.empty()) return "";
+  std::string text = fmt::format("preference  templates  right, {}\n", left_out);
+  for (const SweepStep& step : sweep) {
+    text += fmt::format("{:10.2f}  {:9}  {:6.1f} %{}{}\n", step.preference,
+                        step.templates, 100.0 * step.accuracy,
+                        step.grown ? "  with more for the confused" : "",
+                        step.chosen         ? "  <- chosen"
+                        : !step.in_question ? "  too many"
+                                            : "");
+  }
+  return text + fmt::format(
+                    "the smallest set within {} of the best, with at most {} of "
+                    "each class's samples\n",
+                    percent(options.margin), percent(options.most_share));
+}
+
+static std::string text_of(const ClassReport& c, const Provenance& provenance) {
+  const std::string name = shown(class_name(c.label, provenance));
+  return fmt::format(
+      "class {}{}{}: {} samples, {} templates ({}), threshold {:.4f}: {} right, {} "
+      "confused, {} refused\n",
+      c.label, name.empty() ? "" : " ", name, c.samples, c.templates, c.chosen_by,
+      c.threshold, c.right, c.confused, c.refused);
+}
+
+static std::string false_events_text(const BuildReport& report,
+                                     const BuildOptions& options) {
+  if (!report.background_allowed) return "";
+  const double hours = options.background_hours;
+  const double aim = *options.false_positives_per_hour;
+  std::string text = fmt::format(
+      "false events: {:.2f} an hour aimed at, {} allowed in {:.2f} h of background, {} "
+      "accepted\n",
+      aim, *report.background_allowed, hours, report.background_accepted);
+  if (hours * aim < kRuleOfThree) {
+    text += fmt::format(
+        "so little background cannot show that: none in {:.2f} h means no more than "
+        "{:.1f} an hour, with 95 % confidence\n",
+        hours, kRuleOfThree / hours);
+  }
+  if (report.background_accepted > *report.background_allowed) {
+    text += "the aim was missed: background and gestures score alike\n";
+  }
+  return text;
 }
 
 std::string report_text(const BuildReport& report, const BuildOptions& options,
                         const Provenance& provenance) {
   const std::string left_out =
       options.cross_subject ? "leaving each one's own takes out" : "leaving one out";
-  std::string text;
-  if (!report.sweep.empty()) {
-    text += "preference  templates  right, " + left_out + "\n";
-    for (const SweepStep& step : report.sweep) {
-      char line[120];
-      std::snprintf(line, sizeof line, "%10s  %9zu  %6s %%%s%s\n",
-                    fixed(step.preference, 2).c_str(), step.templates,
-                    fixed(100.0 * step.accuracy, 1).c_str(),
-                    step.grown ? "  with more for the confused" : "",
-                    step.chosen         ? "  <- chosen"
-                    : !step.in_question ? "  too many"
-                                        : "");
-      text += line;
-    }
-    text += "the smallest set within " + fixed(100.0 * options.margin, 1) +
-            " % of the best, with at most " + fixed(100.0 * options.most_share, 1) +
-            " % of each class's samples\n";
-  }
-  for (const ClassReport& c : report.classes) {
-    text += "class " + std::to_string(c.label) + shown(name_of(c.label, provenance)) +
-            ": " + std::to_string(c.samples) + " samples, " +
-            std::to_string(c.templates) + " templates (" + c.chosen_by + "), threshold " +
-            fixed(c.threshold, 4) + ": " + std::to_string(c.right) + " right, " +
-            std::to_string(c.confused) + " confused, " + std::to_string(c.refused) +
-            " refused\n";
-  }
+  std::string text = text_of(report.sweep, options, left_out);
+  for (const ClassReport& c : report.classes) text += text_of(c, provenance);
   if (report.background == 0) {
     text +=
         "no background: thresholds lie half again below each class's least alike "
         "sample, and what they keep out of everyday movement is not known\n";
   }
   for (const std::string& note : report.notes) text += note + "\n";
-  text += left_out + ": " + percent(report.named(), report.samples()) + " of " +
-          std::to_string(report.samples()) + " named right, " +
-          percent(report.accepted(), report.samples()) + " accepted as well; " +
-          std::to_string(report.background_accepted) + " of " +
-          std::to_string(report.background) + " background samples accepted\n";
-  if (report.background_allowed) {
-    const double hours = options.background_hours;
-    text += "false events: " + fixed(*options.false_positives_per_hour, 2) +
-            " an hour aimed at, " + std::to_string(*report.background_allowed) +
-            " allowed in " + fixed(hours, 2) + " h of background, " +
-            std::to_string(report.background_accepted) + " accepted\n";
-    if (hours * *options.false_positives_per_hour < kRuleOfThree) {
-      text += "so little background cannot show that: none in " + fixed(hours, 2) +
-              " h means no more than " + fixed(kRuleOfThree / hours, 1) +
-              " an hour, with 95 % confidence\n";
-    }
-    if (report.background_accepted > *report.background_allowed) {
-      text += "the aim was missed: background and gestures score alike\n";
-    }
-  }
-  return text;
+  text += fmt::format(
+      "{}: {} of {} named right, {} accepted as well; {} of {} background samples "
+      "accepted\n",
+      left_out, percent(report.named(), report.samples()), report.samples(),
+      percent(report.accepted(), report.samples()), report.background_accepted,
+      report.background);
+  return text + false_events_text(report, options);
 }
 
 // Six digits, so that machines whose last digits differ write the same.

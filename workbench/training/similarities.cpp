@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "base/progress.h"
+#include "base/text.h"
 #include "dtw/similarity_matrix.h"
 
 namespace wgr {
@@ -46,7 +47,7 @@ Similarities::Similarities(const std::vector<Points>& traces, size_t columns, in
   const Line line = line_up(traces, columns, k);
   const size_t width = BatchedDtw::width();
   const size_t groups = (line.order.size() - line.columns_begin + width - 1) / width;
-  Progress progress("comparing " + std::to_string(traces.size()) + " samples", groups);
+  Progress progress(fmt::format("comparing {} samples", traces.size()), groups);
   if (threads == 0) threads = std::max(1u, std::thread::hardware_concurrency());
 
   // Groups are handed out one by one, the costly ones first: which thread scores a group

@@ -9,6 +9,7 @@
 #include "arguments/values.h"
 #include "base/foreign_text.h"
 #include "base/table.h"
+#include "base/text.h"
 #include "commands/subcommands.h"
 #include "output/output_files.h"
 #include "output/output_plan.h"
@@ -88,9 +89,7 @@ static Provenance description_of(const std::string& training, const Gdata& data)
     if (json.at("training_file_sha256") == sha256_of_file(training)) {
       p = provenance_from(json, path, data.samples.size());
     } else {
-      std::fprintf(stderr,
-                   "wgr: %s: describes another training file; it does not count\n",
-                   shown(path).c_str());
+      warn("{}: describes another training file; it does not count", path);
     }
   }
   p.inputs.push_back(
@@ -106,7 +105,7 @@ static void build_one(const Arguments& given, const Job& job, OutputFiles& files
   if (std::filesystem::is_directory(input)) {
     const SegmentedSet set = segment_given(input, given.segmentation);
     names = names_of_kept(set);
-    std::fputs(summary_of(set).c_str(), stderr);
+    print(stderr, "{}", summary_of(set));
     provenance = set.provenance;
     data = parse_training_text(training_text(kept_motions(set), provenance.gravity));
   } else {
@@ -132,7 +131,7 @@ static void build_one(const Arguments& given, const Job& job, OutputFiles& files
   const Gmodel model = builder.build(options, report);
   require_faultless_model(model, report, input);
   const std::string text = report_text(report, options, provenance);
-  std::fputs(text.c_str(), stderr);
+  print(stderr, "{}", text);
   if (!given.page.empty()) {
     ModelAccount account =
         account_of_build(builder, model, report, options, provenance, names);
@@ -175,9 +174,10 @@ static std::vector<Job> jobs_of_slots(const Arguments& given) {
 static void require_model_name(const std::string& out) {
   const std::filesystem::path path(out);
   if (path.extension() == kModelSuffix || !find_target(out).is_file()) return;
-  throw UsageError("-o " + out + ": the library opens no model that is not named " +
-                   kModelSuffix + ": name it " +
-                   std::filesystem::path(path).replace_extension(kModelSuffix).string());
+  throw UsageError(
+      fmt::format("-o {}: the library opens no model that is not named {}: name it {}",
+                  out, kModelSuffix,
+                  std::filesystem::path(path).replace_extension(kModelSuffix).string()));
 }
 
 static void check_files(const Arguments& given, const std::vector<Job>& jobs) {
@@ -215,7 +215,7 @@ static void build(const Arguments& given) {
   separate_results(LibraryPrints::kNowhere);
   OutputFiles files;
   for (const Job& job : jobs) {
-    if (!job.slot.empty()) std::fprintf(stderr, "== %s\n", shown(job.slot).c_str());
+    if (!job.slot.empty()) print(stderr, "== {}\n", shown(job.slot));
     build_one(given, job, files);
   }
   files.commit();
@@ -225,23 +225,19 @@ void add_build(CLI::App& wgr) {
   CLI::App* const command = wgr.add_subcommand(
       "build", "Build gesture models from recordings or a training file.");
   const auto given = std::make_shared<Arguments>();
-  command->add_option("INPUT", given->input, "The training file, or recordings")
-      ->transform(path_name())
-      ->option_text(" ");
+  add_value(*command, "INPUT", given->input, "The training file, or recordings",
+            path_name(), " ");
   command->add_option("-o,--out", given->out, "The model; with --slots their folder")
       ->required()
       ->transform(path_value())
       ->option_text("FILE");
-  command->add_option("--slots", given->slots, "Table of several models to build")
-      ->transform(path_value())
-      ->option_text("FILE");
+  add_value(*command, "--slots", given->slots, "Table of several models to build",
+            path_value(), "FILE");
   add_report_option(*command, given->page);
   add_build_options(*command, given->options);
-  command
-      ->add_option("--background-hours", given->background_hours,
-                   "Duration of the background in a training file")
-      ->transform(within(number_above(0, kMostHours)))
-      ->option_text("H");
+  add_value(*command, "--background-hours", given->background_hours,
+            "Duration of the background in a training file",
+            within(number_above(0, kMostHours)), "H");
   command->add_flag("--model-only", given->model_only, "Write no report and no manifest");
   add_segmentation_arguments(*command, given->segmentation);
   command->footer(kFooter);

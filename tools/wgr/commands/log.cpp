@@ -10,6 +10,7 @@
 #include "arguments/values.h"
 #include "base/foreign_text.h"
 #include "base/table.h"
+#include "base/text.h"
 #include "base/text_lines.h"
 #include "commands/subcommands.h"
 #include "hostrun/fixed_paths.h"
@@ -66,11 +67,10 @@ struct LogArguments {
 static std::string joined_counts(const Answers& answers) {
   std::string text;
   for (const auto& [label, count] : answers.gestures) {
-    text += (text.empty() ? "class " : ", class ") + std::to_string(label) + " x " +
-            std::to_string(count);
+    text += fmt::format("{}{} x {}", text.empty() ? "class " : ", class ", label, count);
   }
   if (answers.other_gestures > 0) {
-    text += ", other classes x " + std::to_string(answers.other_gestures);
+    text += fmt::format(", other classes x {}", answers.other_gestures);
   }
   return text.empty() ? "none" : text;
 }
@@ -96,7 +96,7 @@ static const char* state_of(const LoggedHostRun& session) {
   return "";
 }
 
-static void print_line(const Json& line) { std::puts(json_text(line).c_str()); }
+static void print_line(const Json& line) { print(stdout, "{}\n", json_text(line)); }
 
 static void print_session_json(const LoggedHostRun& session) {
   Json line = {{"type", "session"},
@@ -119,13 +119,13 @@ static void print_session_json(const LoggedHostRun& session) {
 static void print_session_text(const LoggedHostRun& session, Count number) {
   if (number > kMostSessionsPrinted) return;
   if (number == 1) {
-    std::puts("session  line         samples   compared  gestures  rejected  model");
+    print(stdout,
+          "session  line         samples   compared  gestures  rejected  model\n");
   }
-  std::printf("%7llu  %-11zu %8llu   %8llu  %8llu  %8llu  %s%s%s\n", number, session.line,
-              session.samples, session.compared, session.answers.reported(),
-              session.answers.rejected,
-              session.model.empty() ? "default" : session.model.c_str(),
-              *state_of(session) == '\0' ? "" : "; ", state_of(session));
+  print(stdout, "{:7}  {:<11} {:8}   {:8}  {:8}  {:8}  {}{}{}\n", number, session.line,
+        session.samples, session.compared, session.answers.reported(),
+        session.answers.rejected, session.model.empty() ? "default" : session.model,
+        *state_of(session) == '\0' ? "" : "; ", state_of(session));
 }
 
 static std::string rates_text(const LogArguments& given, const LogTotals& totals) {
@@ -135,59 +135,81 @@ static std::string rates_text(const LogArguments& given, const LogTotals& totals
   const double samples = static_cast<double>(totals.samples);
   std::string text;
   if (given.rate) {
-    text = fixed(samples / *given.rate / 3600.0, 2) + " h at " + fixed(*given.rate, 2) +
-           " samples/s";
+    text = fmt::format("{:.2f} h at {:.2f} samples/s", samples / *given.rate / 3600.0,
+                       *given.rate);
   }
   if (given.seconds) {
     const double real = samples / *given.seconds;
-    text += (text.empty() ? "" : "; ") + fixed(real, 2) + " samples/s over " +
-            fixed(*given.seconds, 0) + " s";
+    text += fmt::format("{}{:.2f} samples/s over {:.0f} s", text.empty() ? "" : "; ",
+                        real, *given.seconds);
     if (given.rate) {
-      text += ", " + fixed(100.0 * (1.0 - real / *given.rate), 1) + " % missing";
+      text += fmt::format(", {:.1f} % missing", 100.0 * (1.0 - real / *given.rate));
     }
   }
   return text;
 }
 
+static void print_odd_lines(const LogTotals& totals) {
+  print(stdout, "odd lines   {} foreign, {} torn\n", totals.foreign, totals.torn);
+  for (const OddLine& odd : totals.odd_lines) {
+    print(stdout, "  {}:{}: {}: \"{}\"\n", shown(odd.file), odd.line,
+          odd.torn ? "torn" : "foreign", odd.text);
+  }
+  if (totals.foreign + totals.torn > totals.odd_lines.size()) print(stdout, "  ...\n");
+}
+
 static void print_summary_text(const LogArguments& given, const LogTotals& totals) {
   if (totals.sessions > kMostSessionsPrinted) {
-    std::printf("         ... and %llu more; --json lists them all\n",
-                totals.sessions - kMostSessionsPrinted);
+    print(stdout, "         ... and {} more; --json lists them all\n",
+          totals.sessions - kMostSessionsPrinted);
   }
   const Answers& answers = totals.answers;
-  std::printf("\nread        %llu lines, %s MB\n", totals.lines,
-              fixed(static_cast<double>(totals.bytes) / kMillion, 1).c_str());
-  std::printf(
-      "sessions    %llu; %llu restarts, %llu without the default model, %llu never "
-      "ready\n",
-      totals.sessions, totals.restarts, totals.no_model, totals.unfinished);
-  std::printf("models      %llu changes\n", totals.model_changes);
-  std::printf("samples     %llu, %llu of them unanswered\n", totals.samples,
-              totals.unanswered);
-  std::printf("time        %s\n", rates_text(given, totals).c_str());
-  std::printf("compared    %llu motions", totals.compared);
+  print(stdout, "\nread        {} lines, {:.1f} MB\n", totals.lines,
+        static_cast<double>(totals.bytes) / kMillion);
+  print(stdout,
+        "sessions    {}; {} restarts, {} without the default model, {} never ready\n",
+        totals.sessions, totals.restarts, totals.no_model, totals.unfinished);
+  print(stdout, "models      {} changes\n", totals.model_changes);
+  print(stdout, "samples     {}, {} of them unanswered\n", totals.samples,
+        totals.unanswered);
+  print(stdout, "time        {}\n", rates_text(given, totals));
+  print(stdout, "compared    {} motions", totals.compared);
   if (totals.compared_empty > 0) {
-    std::printf(", %llu of them with an EMPTY model: its file could not be read",
-                totals.compared_empty);
+    print(stdout, ", {} of them with an EMPTY model: its file could not be read",
+          totals.compared_empty);
   }
-  std::printf("\ngestures    %llu: %s\n", answers.reported(),
-              joined_counts(answers).c_str());
-  std::printf("rejected    %llu (reported as 5)\n", answers.rejected);
-  std::printf("too weak    %llu\n", answers.too_weak);
+  print(stdout, "\ngestures    {}: {}\n", answers.reported(), joined_counts(answers));
+  print(stdout, "rejected    {} (reported as 5)\n", answers.rejected);
+  print(stdout, "too weak    {}\n", answers.too_weak);
   if (answers.unreported > 0)
-    std::printf("class 6     %llu, never reported\n", answers.unreported);
+    print(stdout, "class 6     {}, never reported\n", answers.unreported);
   for (size_t hour = 0; hour < totals.hours.size(); ++hour) {
     const auto& [samples, in_hour] = totals.hours[hour];
-    std::printf("hour %-6zu %llu gestures: %s; %llu rejected, %llu too weak\n", hour + 1,
-                in_hour.reported(), joined_counts(in_hour).c_str(), in_hour.rejected,
-                in_hour.too_weak);
+    print(stdout, "hour {:<6} {} gestures: {}; {} rejected, {} too weak\n", hour + 1,
+          in_hour.reported(), joined_counts(in_hour), in_hour.rejected, in_hour.too_weak);
   }
-  std::printf("odd lines   %llu foreign, %llu torn\n", totals.foreign, totals.torn);
+  print_odd_lines(totals);
+}
+
+static Json hours_json(const LogTotals& totals) {
+  Json hours = Json::array();
+  for (const auto& [count, answers] : totals.hours) {
+    Json hour = {{"samples", count}};
+    hour.update(as_json(answers));
+    hours.push_back(hour);
+  }
+  return hours;
+}
+
+static Json odd_lines_json(const LogTotals& totals) {
+  Json lines = Json::array();
   for (const OddLine& odd : totals.odd_lines) {
-    std::printf("  %s:%zu: %s: \"%s\"\n", shown(odd.file).c_str(), odd.line,
-                odd.torn ? "torn" : "foreign", odd.text.c_str());
+    lines.push_back({{"file", odd.file},
+                     {"line", odd.line},
+                     {"kind", odd.torn ? "torn" : "foreign"},
+                     {"text", odd.text}});
   }
-  if (totals.foreign + totals.torn > totals.odd_lines.size()) std::puts("  ...");
+  return lines;
 }
 
 static void print_summary_json(const LogArguments& given, const LogTotals& totals) {
@@ -207,23 +229,10 @@ static void print_summary_json(const LogArguments& given, const LogTotals& total
   const double samples = static_cast<double>(totals.samples);
   if (given.rate) line["hours_by_rate"] = samples / *given.rate / 3600.0;
   if (given.seconds) line["effective_rate"] = samples / *given.seconds;
-  Json hours = Json::array();
-  for (const auto& [count, answers] : totals.hours) {
-    Json hour = {{"samples", count}};
-    hour.update(as_json(answers));
-    hours.push_back(hour);
-  }
-  if (given.rate) line["hours"] = hours;
+  if (given.rate) line["hours"] = hours_json(totals);
   line["foreign"] = totals.foreign;
   line["torn"] = totals.torn;
-  Json odd_lines = Json::array();
-  for (const OddLine& odd : totals.odd_lines) {
-    odd_lines.push_back({{"file", odd.file},
-                         {"line", odd.line},
-                         {"kind", odd.torn ? "torn" : "foreign"},
-                         {"text", odd.text}});
-  }
-  line["odd_lines"] = odd_lines;
+  line["odd_lines"] = odd_lines_json(totals);
   print_line(line);
 }
 
@@ -237,17 +246,16 @@ static void read_file(const std::string& path, LogReading& reading,
     LineStream lines(path);
     for (LineStream::Line line; lines.next(line);) {
       if (line.too_long) {
-        throw UsageError(name + ":" + std::to_string(lines.number()) + ": longer than " +
-                         std::to_string(kLineLimit) + " characters");
+        throw UsageError(fmt::format("{}:{}: longer than {} characters", name,
+                                     lines.number(), kLineLimit));
       }
       reading.add(name, lines.number(), line.text, line.ended, line.cut);
       after_line();
     }
     reading.totals().bytes += lines.bytes();
     if (lines.cut_off()) {
-      std::fprintf(
-          stderr, "wgr: %s:%zu: the gzip data ends too early; what came before is used\n",
-          shown(name).c_str(), lines.number());
+      warn("{}:{}: the gzip data ends too early; what came before is used", name,
+           lines.number());
     }
   } catch (const ByteSourceError& error) {
     throw UsageError(name + ": " + error.what());
@@ -256,8 +264,9 @@ static void read_file(const std::string& path, LogReading& reading,
   const Count foreign = reading.totals().foreign - foreign_before;
   const Count odd = foreign + reading.totals().torn - torn_before;
   if (foreign > 0 && odd > count / 2) {
-    throw UsageError(name + ": is no diagnostic log: " + std::to_string(odd) +
-                     " of its " + std::to_string(count) + " lines are not the library's");
+    throw UsageError(
+        fmt::format("{}: is no diagnostic log: {} of its {} lines are not the library's",
+                    name, odd, count));
   }
 }
 
@@ -295,16 +304,12 @@ void add_log(CLI::App& wgr) {
       wgr.add_subcommand("log", "Read the diagnostic log and say what happened.");
   const auto given = std::make_shared<LogArguments>();
   given->files = {kLogFile};
-  command->add_option("FILE", given->files, "Logs, the oldest first")
-      ->transform(path_name())
-      ->option_text(" ");
-  command
-      ->add_option("--sample-rate", given->rate, "Samples per second, as given to the library")
-      ->transform(within(number_from(1, kHighestRate)))
-      ->option_text("HZ");
-  command->add_option("--seconds", given->seconds, "The time that the log covers")
-      ->transform(within(number_above(0, kMostSeconds)))
-      ->option_text("S");
+  add_value(*command, "FILE", given->files, "Logs, the oldest first", path_name(), " ");
+  add_value(*command, "--sample-rate", given->rate,
+            "Samples per second, as given to the library",
+            within(number_from(1, kHighestRate)), "HZ");
+  add_value(*command, "--seconds", given->seconds, "The time that the log covers",
+            within(number_above(0, kMostSeconds)), "S");
   command->add_flag("--json", given->json, "Print JSON lines");
   command->footer(kFooter);
   command->callback([given] { read_log(*given); });

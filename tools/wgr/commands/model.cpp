@@ -11,6 +11,7 @@
 #include "arguments/values.h"
 #include "base/foreign_text.h"
 #include "base/table.h"
+#include "base/text.h"
 #include "classifier/Gmodel.h"
 #include "commands/subcommands.h"
 #include "preflight/model_check.h"
@@ -70,26 +71,26 @@ static std::map<int, OfClass> classes_of(const Gmodel& model) {
 }
 
 static std::string threshold_text(const OfClass& c) {
-  return c.threshold ? fixed(*c.threshold, 4) : "none";
+  return c.threshold ? fmt::format("{:.4f}", *c.threshold) : "none";
 }
 
 static void show(const std::string& path) {
   const Gmodel model = read_model(path);
   size_t points = 0;
-  std::printf("class  templates  points  threshold\n");
+  print(stdout, "class  templates  points  threshold\n");
   for (const auto& [label, c] : classes_of(model)) {
-    std::printf("%5d  %9zu  %6zu  %9s\n", label, c.templates, c.points,
-                threshold_text(c).c_str());
+    print(stdout, "{:5}  {:9}  {:6}  {:>9}\n", label, c.templates, c.points,
+          threshold_text(c));
     points += c.points;
   }
-  std::printf("%zu templates, %zu points; traces %s, %s gravity\n",
-              model.templates.size(), points,
-              model.normalize != 0 ? "scaled to unit strength" : "as they are",
-              model.havegravity != 0 ? "with" : "without");
-  std::printf(
-      "cost: at most %zu cells for each point of a motion, %.0f for one of %.0f "
-      "points\n",
-      points, static_cast<double>(points) * kUsualPoints, kUsualPoints);
+  print(stdout, "{} templates, {} points; traces {}, {} gravity\n",
+        model.templates.size(), points,
+        model.normalize != 0 ? "scaled to unit strength" : "as they are",
+        model.havegravity != 0 ? "with" : "without");
+  print(stdout,
+        "cost: at most {} cells for each point of a motion, {:.0f} for one of {:.0f} "
+        "points\n",
+        points, static_cast<double>(points) * kUsualPoints, kUsualPoints);
 }
 
 static void check(const std::vector<std::string>& paths) {
@@ -99,9 +100,9 @@ static void check(const std::vector<std::string>& paths) {
       throw UsageError(path + ": there is no such file");
     const std::vector<ModelFinding> findings = check_model_file(path).findings;
     for (const ModelFinding& finding : findings) {
-      std::printf("%s\n", shown(line_about(path, finding)).c_str());
+      print(stdout, "{}\n", shown(line_about(path, finding)));
     }
-    if (findings.empty()) std::printf("%s: nothing is wrong\n", shown(path).c_str());
+    if (findings.empty()) print(stdout, "{}: nothing is wrong\n", shown(path));
     good = good && findings.empty();
   }
   std::fflush(stdout);
@@ -127,44 +128,44 @@ static size_t missing(const Gmodel& a, const Gmodel& b, int label) {
   return count;
 }
 
+static std::string lines_about_class(const Gmodel& a, const Gmodel& b, int label) {
+  const OfClass before = classes_of(a)[label];
+  const OfClass after = classes_of(b)[label];
+  std::string text;
+  if (threshold_text(before) != threshold_text(after)) {
+    text += fmt::format("class {}: threshold {} -> {}\n", label, threshold_text(before),
+                        threshold_text(after));
+  }
+  const size_t gone = missing(a, b, label);
+  const size_t come = missing(b, a, label);
+  if (gone + come > 0) {
+    text += fmt::format("class {}: {} templates gone, {} new, {} now\n", label, gone,
+                        come, after.templates);
+  }
+  return text;
+}
+
 static void diff(const std::string& first, const std::string& second) {
   const Gmodel a = read_model(first);
   const Gmodel b = read_model(second);
-  bool differ = false;
-  const auto say = [&differ](const std::string& text) {
-    differ = true;
-    std::printf("%s\n", shown(text).c_str());
-  };
-  if (a.normalize != b.normalize) say("one scales traces, the other does not");
-  if (a.havegravity != b.havegravity) say("one has gravity, the other does not");
-  std::map<int, OfClass> old_classes = classes_of(a);
-  std::map<int, OfClass> new_classes = classes_of(b);
-  std::map<int, OfClass> all = old_classes;
-  all.insert(new_classes.begin(), new_classes.end());
+  const std::map<int, OfClass> in_a = classes_of(a);
+  const std::map<int, OfClass> in_b = classes_of(b);
+  std::map<int, OfClass> all = in_a;
+  all.insert(in_b.begin(), in_b.end());
+  std::string text;
+  if (a.normalize != b.normalize) text += "one scales traces, the other does not\n";
+  if (a.havegravity != b.havegravity) text += "one has gravity, the other does not\n";
   for (const auto& [label, ignored] : all) {
-    const std::string name = "class " + std::to_string(label);
-    if (old_classes.count(label) == 0) {
-      say(name + ": only in " + second);
-      continue;
-    }
-    if (new_classes.count(label) == 0) {
-      say(name + ": only in " + first);
-      continue;
-    }
-    const std::string before = threshold_text(old_classes[label]);
-    const std::string after = threshold_text(new_classes[label]);
-    if (before != after) say(name + ": threshold " + before + " -> " + after);
-    const size_t gone = missing(a, b, label);
-    const size_t come = missing(b, a, label);
-    if (gone + come > 0) {
-      say(name + ": " + std::to_string(gone) + " templates gone, " +
-          std::to_string(come) + " new, " + std::to_string(new_classes[label].templates) +
-          " now");
+    if (in_a.count(label) > 0 && in_b.count(label) > 0) {
+      text += lines_about_class(a, b, label);
+    } else {
+      text += fmt::format("class {}: only in {}\n", label,
+                          shown(in_a.count(label) > 0 ? first : second));
     }
   }
+  print(stdout, "{}", text.empty() ? "no difference\n" : text);
   std::fflush(stdout);
-  if (differ) throw EndWithStatus{kExitFindings};
-  std::printf("no difference\n");
+  if (!text.empty()) throw EndWithStatus{kExitFindings};
 }
 
 void add_model(CLI::App& wgr) {

@@ -6,6 +6,7 @@
 #include "arguments/segmentation_arguments.h"
 #include "arguments/values.h"
 #include "base/sha256.h"
+#include "base/text.h"
 #include "commands/subcommands.h"
 #include "output/output_files.h"
 #include "output/output_plan.h"
@@ -53,7 +54,7 @@ static void segment(const Arguments& given) {
 
   const SegmentedSet set = segment_given(given.folder, given.segmentation);
   const std::string text = training_text(kept_motions(set), set.provenance.gravity);
-  std::fputs(summary_of(set).c_str(), stderr);
+  print(stderr, "{}", summary_of(set));
   OutputFiles files;
   files.write(given.out, text);
   if (is_file) {

@@ -9,6 +9,7 @@
 #include "arguments/values.h"
 #include "base/errors.h"
 #include "base/numbers.h"
+#include "base/text.h"
 #include "output/output_files.h"
 #include "output/output_plan.h"
 #include "recording/clock.h"
@@ -103,9 +104,9 @@ static Take make_take(const SynthArguments& given, int person_number,
       record(plan, person, given.performance, random.fork(2));
   const double from = given.performance.faults.from;
   if (samples.empty() && from > 0.0) {
-    throw UsageError("--from " + plain(from) + ": nothing is left of a recording of " +
-                     plain(plan.empty() ? 0.0 : plan.back().end) +
-                     " s: begin before it ends");
+    throw UsageError(fmt::format(
+        "--from {}: nothing is left of a recording of {} s: begin before it ends",
+        plain(from), plain(plan.empty() ? 0.0 : plan.back().end)));
   }
   return {std::move(plan), std::move(samples)};
 }
@@ -191,8 +192,7 @@ static void make_training_set(const SynthArguments& given) {
     write_recording(folder / m.file, made.samples, files);
     append_spans(made.plan, m.file, spans);
     // No label of its own: the spans hold them.
-    index += m.file + ",,p" + std::to_string(m.person) + "," +
-             std::to_string(given.performance.rate) + "\n";
+    index += fmt::format("{},,p{},{}\n", m.file, m.person, given.performance.rate);
   }
   files.write(folder / kLabels, labels_text(spans));
   files.write(folder / kIndex, index);
@@ -211,58 +211,40 @@ void add_synth(CLI::App& wgr) {
   CLI::App* const command =
       wgr.add_subcommand("synth", "Make recordings of wrists that gesture and do not.");
   const auto given = std::make_shared<SynthArguments>();
-  command->add_option("-o,--out", given->out, "The recording; - is standard output")
-      ->transform(path_value())
-      ->option_text("FILE");
-  command->add_option("--labels", given->labels, "Where the gestures' spans go")
-      ->transform(path_value())
-      ->option_text("FILE");
-  command->add_option("--plan", given->plan_out, "Where the script of it all goes")
-      ->transform(path_value())
-      ->option_text("FILE");
-  command->add_option("--script", given->script, "What happens; otherwise random")
-      ->transform(path_value())
-      ->option_text("FILE");
-  command->add_option("--seed", given->seed, "Another number, another take")
-      ->transform(within(whole_from(0, kHighestSeed)))
-      ->option_text("N (1)");
-  command->add_option("--person", given->person, "Who; in a set, the first")
-      ->transform(within(whole_from(0, kHighestPerson)))
-      ->option_text("N (1)");
-  command
-      ->add_option("--style", given->style, "How the person gestures; mixed: both ways")
-      ->transform(one_of({kStyles[0].name, kStyles[1].name, kMixed}))
-      ->option_text("calm|free|mixed (free)");
-  command
-      ->add_option("--wearer", given->performance.wearer, "0: left wrist, 1: right wrist")
-      ->transform(within(whole_from(0, 1)))
-      ->option_text("0|1 (0)");
-  command->add_option("--sample-rate", given->performance.rate, "Samples per second")
-      ->transform(within(whole_from(10, 1000)))
-      ->option_text("HZ (50)");
+  add_value(*command, "-o,--out", given->out, "The recording; - is standard output",
+            path_value(), "FILE");
+  add_value(*command, "--labels", given->labels, "Where the gestures' spans go",
+            path_value(), "FILE");
+  add_value(*command, "--plan", given->plan_out, "Where the script of it all goes",
+            path_value(), "FILE");
+  add_value(*command, "--script", given->script, "What happens; otherwise random",
+            path_value(), "FILE");
+  add_value(*command, "--seed", given->seed, "Another number, another take",
+            within(whole_from(0, kHighestSeed)), "N (1)");
+  add_value(*command, "--person", given->person, "Who; in a set, the first",
+            within(whole_from(0, kHighestPerson)), "N (1)");
+  add_value(*command, "--style", given->style,
+            "How the person gestures; mixed: both ways",
+            one_of({kStyles[0].name, kStyles[1].name, kMixed}), "calm|free|mixed (free)");
+  add_value(*command, "--wearer", given->performance.wearer,
+            "0: left wrist, 1: right wrist", within(whole_from(0, 1)), "0|1 (0)");
+  add_value(*command, "--sample-rate", given->performance.rate, "Samples per second",
+            within(whole_from(10, 1000)), "HZ (50)");
   RecordingFaults& faults = given->performance.faults;
-  command->add_option("--from", faults.from, "Begin later, whatever moves then")
-      ->transform(within(number_from(0, kLongestPlan)))
-      ->option_text("S (0)");
-  command
-      ->add_option("--dead-band", faults.gyro_dead_band,
-                   "Slower turns about an axis read as exactly zero")
-      ->transform(within(number_from(0, kFastestTurn)))
-      ->option_text("DEG/S (0)");
-  command->add_option("--gestures", given->plan.gestures, "Takes of each gesture")
-      ->transform(within(whole_from(0, 1000)))
-      ->option_text("N (4)");
-  command
-      ->add_option("--distractors", given->plan.distractors,
-                   "Seconds of everyday movement")
-      ->transform(within(number_from(0, kLongestPlan)))
-      ->option_text("S (120)");
-  command->add_option("--training", given->training, "Folder to make a whole set in")
-      ->transform(path_value())
-      ->option_text("DIR");
-  command->add_option("--persons", given->persons, "How many people a set has")
-      ->transform(within(whole_from(1, 999)))
-      ->option_text("N (12)");
+  add_value(*command, "--from", faults.from, "Begin later, whatever moves then",
+            within(number_from(0, kLongestPlan)), "S (0)");
+  add_value(*command, "--dead-band", faults.gyro_dead_band,
+            "Slower turns about an axis read as exactly zero",
+            within(number_from(0, kFastestTurn)), "DEG/S (0)");
+  add_value(*command, "--gestures", given->plan.gestures, "Takes of each gesture",
+            within(whole_from(0, 1000)), "N (4)");
+  add_value(*command, "--distractors", given->plan.distractors,
+            "Seconds of everyday movement", within(number_from(0, kLongestPlan)),
+            "S (120)");
+  add_value(*command, "--training", given->training, "Folder to make a whole set in",
+            path_value(), "DIR");
+  add_value(*command, "--persons", given->persons, "How many people a set has",
+            within(whole_from(1, 999)), "N (12)");
   command->footer(kFooter);
   command->callback([given] { synthesise(*given); });
 }

@@ -2,29 +2,28 @@
 #include <limits>
 
 #include "base/table.h"
+#include "base/text.h"
 #include "pages/model_accounts.h"
 
 namespace wgr {
-
-static std::string share_text(size_t part, size_t whole) {
-  const double share =
-      whole == 0 ? 0.0 : static_cast<double>(part) / static_cast<double>(whole);
-  return fixed(100.0 * share, 1) + " % of " + std::to_string(whole);
-}
 
 std::vector<std::string> names_of_kept(const SegmentedSet& set) {
   std::vector<std::string> names;
   for (const SegmentedRecording& recording : set.recordings) {
     for (const Motion& motion : recording.motions) {
       if (motion.verdict != Verdict::kKept) continue;
-      names.push_back(recording.entry.file + " at " + fixed(motion.begin, 2) + " s");
+      names.push_back(fmt::format("{} at {:.2f} s", recording.entry.file, motion.begin));
     }
   }
   return names;
 }
 
+static std::string share_text(size_t part, size_t whole) {
+  return fmt::format("{} of {}", percent(share(part, whole)), whole);
+}
+
 static std::string name_of_sample(size_t index, const std::vector<std::string>& names) {
-  return index < names.size() ? names[index] : "sample " + std::to_string(index + 1);
+  return index < names.size() ? names[index] : fmt::format("sample {}", index + 1);
 }
 
 static void judge(const Gmodel& model, const std::vector<Exemplar>& exemplars,
@@ -48,17 +47,17 @@ static void measure(const BuildReport& report, const BuildOptions& options,
   account.measured = {
       {"named right", share_text(report.named(), report.samples())},
       {"accepted as well", share_text(report.accepted(), report.samples())},
-      {"background accepted", std::to_string(report.background_accepted) + " of " +
-                                  std::to_string(report.background)}};
+      {"background accepted",
+       fmt::format("{} of {}", report.background_accepted, report.background)}};
   if (report.background_allowed) {
-    account.measured.emplace_back("background allowed",
-                                  std::to_string(*report.background_allowed) + ", for " +
-                                      fixed(*options.false_positives_per_hour, 2) +
-                                      " an hour");
+    account.measured.emplace_back(
+        "background allowed",
+        fmt::format("{}, for {:.2f} an hour", *report.background_allowed,
+                    *options.false_positives_per_hour));
   }
   if (options.background_hours > 0.0) {
     account.measured.emplace_back("background",
-                                  fixed(options.background_hours, 2) + " h");
+                                  fmt::format("{:.2f} h", options.background_hours));
   }
   for (const SweepStep& step : report.sweep) {
     account.sweep.push_back({{"templates", step.templates},
@@ -66,6 +65,29 @@ static void measure(const BuildReport& report, const BuildOptions& options,
                              {"in_question", step.in_question},
                              {"chosen", step.chosen}});
   }
+}
+
+// A sample held against the templates that may judge it.
+static AccountedTake account_of(size_t sample, const ModelBuilder& builder,
+                                const Gmodel& model, const BuildReport& report,
+                                bool cross_subject, const std::vector<std::string>& names,
+                                const std::vector<Exemplar>& exemplars) {
+  AccountedTake take;
+  take.name = name_of_sample(builder.origin()[sample], names);
+  take.label = builder.labels()[sample];
+  take.trace = builder.traces()[sample];
+  std::vector<size_t> met;
+  for (size_t t = 0; t < report.template_samples.size(); ++t) {
+    if (builder.judges(report.template_samples[t], sample, cross_subject)) {
+      met.push_back(t);
+    }
+  }
+  if (met.size() < report.template_samples.size()) {
+    take.why = cross_subject ? "it met the templates of other subjects"
+                             : "it is a template itself, and met the others";
+  }
+  judge(model, exemplars, met, take);
+  return take;
 }
 
 ModelAccount account_of_build(const ModelBuilder& builder, const Gmodel& model,
@@ -76,9 +98,8 @@ ModelAccount account_of_build(const ModelBuilder& builder, const Gmodel& model,
   account.provenance = provenance;
   account.model = model;
   account.facts = {
-      std::to_string(report.samples()) + " samples of " +
-          std::to_string(report.classes.size()) + " classes and " +
-          std::to_string(report.background) + " of background.",
+      fmt::format("{} samples of {} classes and {} of background.", report.samples(),
+                  report.classes.size(), report.background),
       options.cross_subject
           ? "Each was compared with the templates of other subjects alone."
           : "Each was compared with all templates but itself, so that what a template is "
@@ -94,22 +115,8 @@ ModelAccount account_of_build(const ModelBuilder& builder, const Gmodel& model,
                                  model.templates[i].first, model.templates[i].second});
   }
   for (size_t i = 0; i < builder.traces().size(); ++i) {
-    AccountedTake take;
-    take.name = name_of_sample(builder.origin()[i], names);
-    take.label = builder.labels()[i];
-    take.trace = builder.traces()[i];
-    std::vector<size_t> met;
-    for (size_t t = 0; t < report.template_samples.size(); ++t) {
-      if (builder.judges(report.template_samples[t], i, options.cross_subject)) {
-        met.push_back(t);
-      }
-    }
-    if (met.size() < report.template_samples.size()) {
-      take.why = options.cross_subject ? "it met the templates of other subjects"
-                                       : "it is a template itself, and met the others";
-    }
-    judge(model, account.exemplars, met, take);
-    account.takes.push_back(std::move(take));
+    account.takes.push_back(account_of(i, builder, model, report, options.cross_subject,
+                                       names, account.exemplars));
   }
   measure(report, options, account);
   return account;

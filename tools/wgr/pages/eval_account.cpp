@@ -2,6 +2,7 @@
 #include <map>
 
 #include "base/table.h"
+#include "base/text.h"
 #include "classifier/HGR.h"
 #include "pages/model_accounts.h"
 
@@ -30,7 +31,7 @@ static std::vector<std::vector<size_t>> collect(const std::vector<Gmodel>& model
         ++place;
       }
       if (place == exemplars.size()) {
-        exemplars.push_back({"no. " + std::to_string(place + 1), label, trace});
+        exemplars.push_back({fmt::format("no. {}", place + 1), label, trace});
       }
       places.back().push_back(place);
     }
@@ -62,7 +63,7 @@ static AccountedTake account_of(const Played& played, const SegmentedSet& set,
     begin = recording.motions[*played.motion].begin;
   }
   take.name = recording.entry.file;
-  if (!recording.whole) take.name += " at " + fixed(begin, 2) + " s";
+  if (!recording.whole) take.name += fmt::format(" at {:.2f} s", begin);
   if (!played.motion) return take;
   take.trace = recording.motions[*played.motion].trace;  // empty unless it was kept
   if (model.normalize != 0) HGR(0).normalize(take.trace, model.havegravity);
@@ -71,29 +72,30 @@ static AccountedTake account_of(const Played& played, const SegmentedSet& set,
 
 static void measure(const Evaluation& result, ModelAccount& account) {
   auto& measured = account.measured;
-  const auto percent = [](double share) { return fixed(100.0 * share, 1) + " %"; };
   if (result.takes > 0) {
-    measured.emplace_back("reported as their class", percent(result.accuracy()) + " of " +
-                                                         std::to_string(result.takes));
+    measured.emplace_back(
+        "reported as their class",
+        fmt::format("{} of {}", percent(result.accuracy()), result.takes));
     measured.emplace_back(
         "of takes with a motion of their own",
-        percent(result.kept_accuracy()) + " of " + std::to_string(result.kept));
+        fmt::format("{} of {}", percent(result.kept_accuracy()), result.kept));
   }
   if (const auto rate = result.false_positives_per_hour()) {
-    measured.emplace_back("false events", std::to_string(result.false_events) + " in " +
-                                              fixed(result.background_hours, 3) + " h");
-    measured.emplace_back("an hour", fixed(*rate, 2) + ", no more than " +
-                                         fixed(*result.false_per_hour_bound(), 1) +
-                                         " with 95 % confidence");
+    measured.emplace_back(
+        "false events",
+        fmt::format("{} in {:.3f} h", result.false_events, result.background_hours));
+    measured.emplace_back(
+        "an hour", fmt::format("{:.2f}, no more than {:.1f} with 95 % confidence", *rate,
+                               *result.false_per_hour_bound()));
     measured.emplace_back("outside takes, like no gesture",
                           std::to_string(result.refused_outside));
   } else {
     measured.emplace_back("false events", "no background to count them in");
   }
   if (const auto median = result.latency(0.5)) {
-    measured.emplace_back("latency", fixed(*median * kMsPerSecond, 0) + " ms, at most " +
-                                         fixed(*result.latency(1.0) * kMsPerSecond, 0) +
-                                         " ms");
+    measured.emplace_back(
+        "latency", fmt::format("{:.0f} ms, at most {:.0f} ms", *median * kMsPerSecond,
+                               *result.latency(1.0) * kMsPerSecond));
   }
   account.misses.assign(result.misses.begin(), result.misses.end());
   account.latencies = result.latencies;
@@ -128,9 +130,8 @@ static std::string cost_note(const std::vector<Gmodel>& models) {
       models.begin(), models.end(), [](const Gmodel& a, const Gmodel& b) {
         return a.templates.size() < b.templates.size();
       });
-  return "This is the first of " + std::to_string(models.size()) + " models; they have " +
-         std::to_string(least->templates.size()) + " to " +
-         std::to_string(most->templates.size()) + " templates.";
+  return fmt::format("This is the first of {} models; they have {} to {} templates.",
+                     models.size(), least->templates.size(), most->templates.size());
 }
 
 ModelAccount account_of_evaluation(const SegmentedSet& set, const Evaluation& result) {
@@ -138,14 +139,12 @@ ModelAccount account_of_evaluation(const SegmentedSet& set, const Evaluation& re
   account.provenance = set.provenance;
   account.model = result.models.front();
   account.cost_note = cost_note(result.models);
-  const size_t recordings = set.recordings.size();
-  account.facts = {std::to_string(result.takes) + " takes in " +
-                   std::to_string(recordings) +
-                   (recordings == 1 ? " recording" : " recordings") +
-                   ", played through the library's C interface."};
+  account.facts = {
+      fmt::format("{} takes in {}, played through the library's C interface.",
+                  result.takes, counted(set.recordings.size(), "recording"))};
   if (result.whole > 0) {
-    account.facts.push_back(std::to_string(result.whole) +
-                            " of them were cut beforehand and are no streams.");
+    account.facts.push_back(
+        fmt::format("{} of them were cut beforehand and are no streams.", result.whole));
   }
   account.classes = classes_of(result.models);
   const std::vector<std::vector<size_t>> places =

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/errors.h"
+#include "base/text.h"
 #include "explanation/series.h"
 #include "pages/parts.h"
 #include "pages/shell.h"
@@ -97,7 +98,7 @@ std::string explain_page(Explanation& e) {
   e.drawn_motions.write(stamped, add);
   add("}");
   const std::string uplot =
-      "\n/*\n" + std::string(kUplotLicence) + "\n*/\n" + std::string(kUplotScript) + "\n";
+      fmt::format("\n/*\n{}\n*/\n{}\n", kUplotLicence, kUplotScript);
   return page_of({"wgr explain",
                   kExplainHtml,
                   {std::string(kUplotCss), std::string(kExplainCss)},

@@ -6,10 +6,12 @@
 #include <map>
 #include <set>
 
+#include "base/text.h"
 #include "classifier/HGR.h"
 #include "explanation/series.h"
 #include "pages/parts.h"
 #include "pages/shell.h"
+#include "text/evaluation_text.h"
 
 namespace wgr {
 
@@ -38,62 +40,59 @@ void find_likeness(const std::vector<Exemplar>& exemplars, const std::vector<siz
   }
 }
 
-static std::string name_of(int label, const Provenance& provenance) {
-  for (const auto& [word, number] : provenance.classes) {
-    if (number == label && word != std::to_string(label)) return word;
+using Counts = std::map<int, std::map<std::string, size_t>>;
+
+// How often a class was reported, rightly or not.
+static size_t reports_of(const std::string& label, const Counts& counts) {
+  size_t sum = 0;
+  for (const auto& [other, outcomes] : counts) {
+    const auto found = outcomes.find(label);
+    if (found != outcomes.end()) sum += found->second;
   }
-  return "";
+  return sum;
+}
+
+static Json row_json(const ModelAccount& account, int label, Counts& counts,
+                     const std::vector<std::string>& columns) {
+  std::map<std::string, size_t>& row = counts[label];
+  Json json = {{"label", label},
+               {"counts", Json::array()},
+               {"recall", nullptr},
+               {"precision", nullptr}};
+  size_t all = 0;
+  for (const std::string& column : columns) {
+    json["counts"].push_back(row[column]);
+    all += row[column];
+  }
+  if (label < 0) return json;
+  const std::string own = std::to_string(label);
+  json["recall"] = share(row[own], all);
+  const size_t reports = reports_of(own, counts);
+  if (reports > 0) json["precision"] = share(row[own], reports);
+  const auto given = account.precision.find(label);
+  if (given != account.precision.end()) json["precision"] = given->second;
+  return json;
 }
 
 // What was reported for which takes; background is one row, the last.
 static Json matrix_json(const ModelAccount& account) {
-  std::map<int, std::map<std::string, size_t>> counts;
-  std::set<int> numbers;
-  std::set<std::string> words;
-  for (const ClassAccount& c : account.classes) numbers.insert(c.label);
+  Counts counts;
+  std::set<std::string> outcomes;
+  for (const ClassAccount& c : account.classes) outcomes.insert(std::to_string(c.label));
   for (const AccountedTake& take : account.takes) {
     ++counts[std::max(take.label, kBackgroundRow)][take.outcome];
-    const bool word = take.outcome == kRefused || take.outcome == kNothing;
-    if (word) words.insert(take.outcome);
-    if (!word) numbers.insert(std::stoi(take.outcome));
-    if (take.label >= 0) numbers.insert(take.label);
+    outcomes.insert(take.outcome);
+    if (take.label >= 0) outcomes.insert(std::to_string(take.label));
   }
-  std::vector<std::string> columns;
-  for (const int number : numbers) columns.push_back(std::to_string(number));
-  for (const char* word : {kRefused, kNothing}) {
-    if (words.count(word) > 0) columns.push_back(word);
+  const std::vector<std::string> columns = outcome_columns(outcomes);
+  std::vector<int> labels;
+  for (const auto& [label, row] : counts) {
+    if (label >= 0) labels.push_back(label);
   }
-
-  Json rows = Json::array();
-  std::vector<int> labels(numbers.begin(), numbers.end());
   if (counts.count(kBackgroundRow) > 0) labels.push_back(kBackgroundRow);
-  for (const int label : labels) {
-    if (counts.count(label) == 0) continue;
-    std::map<std::string, size_t>& row = counts[label];
-    Json cells = Json::array();
-    size_t all = 0;
-    for (const std::string& column : columns) {
-      cells.push_back(row[column]);
-      all += row[column];
-    }
-    Json recall = nullptr;
-    Json precision = nullptr;
-    if (label >= 0) {
-      const std::string own = std::to_string(label);
-      size_t named = 0;
-      for (auto& [other, outcomes] : counts) named += outcomes[own];
-      recall = static_cast<double>(row[own]) / static_cast<double>(all);
-      if (named > 0) {
-        precision = static_cast<double>(row[own]) / static_cast<double>(named);
-      }
-      const auto given = account.precision.find(label);
-      if (given != account.precision.end()) precision = given->second;
-    }
-    rows.push_back({{"label", label},
-                    {"counts", cells},
-                    {"recall", recall},
-                    {"precision", precision}});
-  }
+  Json rows = Json::array();
+  for (const int label : labels)
+    rows.push_back(row_json(account, label, counts, columns));
   return {{"columns", columns}, {"rows", rows}};
 }
 
@@ -171,31 +170,37 @@ static Json cost_json(const ModelAccount& account, size_t k) {
           {"sweep", account.sweep}};
 }
 
-std::string model_page(const ModelAccount& account) {
-  const size_t k = static_cast<size_t>(std::max(account.model.havegravity, 0));
+static Json classes_json(const ModelAccount& account) {
   Json classes = Json::array();
   for (const ClassAccount& c : account.classes) {
     classes.push_back({{"label", c.label},
-                       {"name", name_of(c.label, account.provenance)},
+                       {"name", class_name(c.label, account.provenance)},
                        {"thresholds", c.thresholds},
                        {"note", c.note}});
   }
+  return classes;
+}
+
+static Json measured_json(const ModelAccount& account) {
   Json facts = Json::array();
   for (const auto& [name, value] : account.measured) facts.push_back({name, value});
   Json misses = Json::array();
   for (const auto& [cause, count] : account.misses) misses.push_back({cause, count});
+  return {{"facts", facts},
+          {"misses", misses},
+          {"latencies", account.latencies},
+          {"folds", account.folds}};
+}
 
+std::string model_page(const ModelAccount& account) {
+  const size_t k = static_cast<size_t>(std::max(account.model.havegravity, 0));
   Json data = {{"title", account.title},
                {"facts", account.facts},
                {"rate", account.provenance.rate},
                {"normalised", account.model.normalize != 0},
-               {"classes", classes},
+               {"classes", classes_json(account)},
                {"matrix", matrix_json(account)},
-               {"measured",
-                {{"facts", facts},
-                 {"misses", misses},
-                 {"latencies", account.latencies},
-                 {"folds", account.folds}}},
+               {"measured", measured_json(account)},
                {"cost", cost_json(account, k)}};
   for (size_t most = kPointsPerTake;; most /= 2) {
     data["takes"] = takes_json(account, k, most);

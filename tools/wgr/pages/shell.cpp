@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "base/text.h"
 #include "pages/parts.h"
 
 namespace wgr {
@@ -36,9 +37,9 @@ static void fill(std::string& page, const std::string& name, std::string_view va
 
 static std::string in_elements(const std::string& name, std::string_view first,
                                const std::vector<std::string>& rest) {
-  std::string text = "<" + name + ">" + std::string(first) + "</" + name + ">\n";
+  std::string text = fmt::format("<{}>{}</{}>\n", name, first, name);
   for (const std::string& one : rest) {
-    text += "<" + name + ">" + one + "</" + name + ">\n";
+    text += fmt::format("<{}>{}</{}>\n", name, one, name);
   }
   return text;
 }

@@ -9,120 +9,120 @@
 #include "base/numbers.h"
 #include "base/suggestion.h"
 #include "base/table.h"
+#include "base/text.h"
 
 namespace wgr {
 
 using Json = nlohmann::ordered_json;
 
 static constexpr double kMsPerSecond = 1000.0;
-static constexpr size_t kColumn = 9;  // characters
-
-static std::string percent(double share) { return fixed(100.0 * share, 1) + " %"; }
 
 static std::string percent(const std::optional<double>& share) {
   return share ? percent(*share) : "-";
 }
 
-static std::string padded(const std::string& text) {
-  return std::string(text.size() < kColumn ? kColumn - text.size() : 1, ' ') + text;
-}
+// A column of nine characters, or a space where the text leaves none.
+static constexpr char kColumn[] = " {:>8}";
 
-static std::string name_of(int label, const Provenance& provenance) {
-  for (const auto& [word, number] : provenance.classes) {
-    if (number == label && word != std::to_string(label)) return " " + word;
-  }
-  return "";
-}
-
-// What was reported for takes: numbers in their order, then words.
-static std::vector<std::string> columns_of(const Evaluation& result) {
-  std::set<int> numbers;
-  std::set<std::string> words;
-  for (const auto& [label, row] : result.confusion) {
-    numbers.insert(label);
-    for (const auto& [what, count] : row) {
-      if (what == kRefused || what == kNothing) {
-        words.insert(what);
-      } else {
-        numbers.insert(std::stoi(what));
-      }
-    }
+std::vector<std::string> outcome_columns(const std::set<std::string>& outcomes) {
+  std::set<int> labels;
+  for (const std::string& outcome : outcomes) {
+    if (outcome != kRefused && outcome != kNothing) labels.insert(std::stoi(outcome));
   }
   std::vector<std::string> columns;
-  for (const int number : numbers) columns.push_back(std::to_string(number));
+  for (const int label : labels) columns.push_back(std::to_string(label));
   for (const char* word : {kRefused, kNothing}) {
-    if (words.count(word) > 0) columns.push_back(word);
+    if (outcomes.count(word) > 0) columns.push_back(word);
   }
   return columns;
+}
+
+static std::vector<std::string> columns_of(const Evaluation& result) {
+  std::set<std::string> outcomes;
+  for (const auto& [label, row] : result.confusion) {
+    outcomes.insert(std::to_string(label));
+    for (const auto& [outcome, count] : row) outcomes.insert(outcome);
+  }
+  return outcome_columns(outcomes);
 }
 
 static std::string confusion_text(const Evaluation& result,
                                   const Provenance& provenance) {
   const std::vector<std::string> columns = columns_of(result);
-  std::string text = "class \\ reported as";
-  text.resize(20, ' ');
-  for (const std::string& column : columns) text += padded(column);
-  text += padded("recall") + padded("precision") + "\n";
+  std::string text = fmt::format("{:20}", "class \\ reported as");
+  for (const std::string& column : columns) text += fmt::format(kColumn, column);
+  text += fmt::format(kColumn, "recall") + fmt::format(kColumn, "precision") + "\n";
   for (const auto& [label, row] : result.confusion) {
-    std::string head = std::to_string(label) + shown(name_of(label, provenance));
+    std::string head = std::to_string(label);
+    const std::string name = class_name(label, provenance);
+    if (!name.empty()) head += " " + shown(name);
     head.resize(std::max<size_t>(head.size(), 20), ' ');
     text += head;
     for (const std::string& column : columns) {
       const auto found = row.find(column);
-      text += padded(found == row.end() ? "." : std::to_string(found->second));
+      text +=
+          fmt::format(kColumn, found == row.end() ? "." : std::to_string(found->second));
     }
-    text += padded(percent(result.recall(label))) +
-            padded(percent(result.precision(label))) + "\n";
+    text += fmt::format(kColumn, percent(result.recall(label))) +
+            fmt::format(kColumn, percent(result.precision(label))) + "\n";
   }
   return text;
 }
 
-std::string text_of(const Evaluation& result, const Provenance& provenance) {
-  std::string text;
-  if (result.takes > 0) {
-    text += "accuracy       " + percent(result.accuracy()) + ": " +
-            std::to_string(result.right) + " of " + std::to_string(result.takes) +
-            " takes reported as their class";
-    if (result.whole > 0) {
-      text += " (" + std::to_string(result.whole) +
-              " of them cut beforehand and not played as streams)";
-    }
-    text += "\nof kept takes  " + percent(result.kept_accuracy()) + " of " +
-            std::to_string(result.kept) + "; " + percent(result.named()) +
-            " are nearest to a template of their class";
-    if (const auto all = result.named_by_all()) {
-      text += "; " + percent(*all) + " with every kept take of the rest as a template";
-    }
-    text += "\n\n";
-    text += confusion_text(result, provenance) + "\n";
-    for (const auto& [cause, count] : result.misses) {
-      text += "missed" + padded(std::to_string(count)) + "  " + cause + "\n";
-    }
+static std::string text_of_takes(const Evaluation& result, const Provenance& provenance) {
+  if (result.takes == 0) return "";
+  std::string text =
+      fmt::format("accuracy       {}: {} of {} takes reported as their class",
+                  percent(result.accuracy()), result.right, result.takes);
+  if (result.whole > 0) {
+    text += fmt::format(" ({} of them cut beforehand and not played as streams)",
+                        result.whole);
   }
-  if (const auto rate = result.false_positives_per_hour()) {
-    text += "false events   " + std::to_string(result.false_events) + " in " +
-            fixed(result.background_hours, 3) + " h of background: " + fixed(*rate, 2) +
-            " an hour, no more than " + fixed(*result.false_per_hour_bound(), 1) +
-            " with 95 % confidence; " + std::to_string(result.refused_outside) +
-            " motions reported there as like no gesture\n";
-  } else {
-    text += "false events   no background to count them in\n";
+  text += fmt::format(
+      "\nof kept takes  {} of {}; {} are nearest to a template of their class",
+      percent(result.kept_accuracy()), result.kept, percent(result.named()));
+  if (const auto all = result.named_by_all()) {
+    text +=
+        fmt::format("; {} with every kept take of the rest as a template", percent(*all));
   }
-  if (const auto median = result.latency(0.5)) {
-    text += "latency        " + fixed(*median * kMsPerSecond, 0) + " ms, at most " +
-            fixed(*result.latency(1.0) * kMsPerSecond, 0) +
-            " ms, from the labelled end of a take to its event\n";
-  }
-  if (result.folds.size() > 1) {
-    text += "\n";
-    for (const Fold& fold : result.folds) {
-      text += "left out " + shown(fold.left_out) + ": " + std::to_string(fold.right) +
-              " of " + std::to_string(fold.takes) + " takes right; " +
-              std::to_string(fold.templates) + " templates from " +
-              std::to_string(fold.samples) + " samples\n";
-    }
+  text += fmt::format("\n\n{}\n", confusion_text(result, provenance));
+  for (const auto& [cause, count] : result.misses) {
+    text += fmt::format("missed {:>8}  {}\n", count, cause);
   }
   return text;
+}
+
+static std::string text_of_background(const Evaluation& result) {
+  const auto rate = result.false_positives_per_hour();
+  if (!rate) return "false events   no background to count them in\n";
+  return fmt::format(
+      "false events   {} in {:.3f} h of background: {:.2f} an hour, no more than "
+      "{:.1f} with 95 % confidence; {} motions reported there as like no gesture\n",
+      result.false_events, result.background_hours, *rate, *result.false_per_hour_bound(),
+      result.refused_outside);
+}
+
+std::string text_of(const Evaluation& result, const Provenance& provenance) {
+  std::string text = text_of_takes(result, provenance) + text_of_background(result);
+  if (const auto median = result.latency(0.5)) {
+    text += fmt::format(
+        "latency        {:.0f} ms, at most {:.0f} ms, from the labelled end of a take to "
+        "its event\n",
+        *median * kMsPerSecond, *result.latency(1.0) * kMsPerSecond);
+  }
+  if (result.folds.size() > 1) text += "\n";
+  for (size_t i = 0; result.folds.size() > 1 && i < result.folds.size(); ++i) {
+    const Fold& fold = result.folds[i];
+    text += fmt::format(
+        "left out {}: {} of {} takes right; {} templates from {} samples\n",
+        shown(fold.left_out), fold.right, fold.takes, fold.templates, fold.samples);
+  }
+  return text;
+}
+
+static std::optional<double> of_takes(size_t takes, double value) {
+  if (takes == 0) return std::nullopt;
+  return value;
 }
 
 static Json or_null(const std::optional<double>& value) {
@@ -133,10 +133,10 @@ Json to_json(const Evaluation& result, const Provenance& provenance) {
   Json json;
   json["takes"] = result.takes;
   json["right"] = result.right;
-  json["accuracy"] = result.takes > 0 ? Json(result.accuracy()) : Json(nullptr);
+  json["accuracy"] = or_null(of_takes(result.takes, result.accuracy()));
   json["kept"] = result.kept;
-  json["kept_accuracy"] = result.kept > 0 ? Json(result.kept_accuracy()) : Json(nullptr);
-  json["named"] = result.kept > 0 ? Json(result.named()) : Json(nullptr);
+  json["kept_accuracy"] = or_null(of_takes(result.kept, result.kept_accuracy()));
+  json["named"] = or_null(of_takes(result.kept, result.named()));
   json["named_by_all"] = or_null(result.named_by_all());
   json["cut_beforehand"] = result.whole;
   json["confusion"] = Json::object();
@@ -144,12 +144,9 @@ Json to_json(const Evaluation& result, const Provenance& provenance) {
   for (const auto& [label, row] : result.confusion) {
     const std::string number = std::to_string(label);
     json["confusion"][number] = row;
-    json["classes"][number] = {{"name", name_of(label, provenance)},
+    json["classes"][number] = {{"name", class_name(label, provenance)},
                                {"recall", or_null(result.recall(label))},
                                {"precision", or_null(result.precision(label))}};
-    std::string name = name_of(label, provenance);
-    if (!name.empty()) name.erase(0, 1);
-    json["classes"][number]["name"] = name;
   }
   json["misses"] = result.misses;
   json["false_events"] = result.false_events;
@@ -180,11 +177,6 @@ struct Figure {
 
 }  // namespace
 
-static std::optional<double> of_takes(size_t takes, double value) {
-  if (takes == 0) return std::nullopt;
-  return value;
-}
-
 static constexpr Figure kFigures[] = {
     {"accuracy", true,
      [](const Evaluation& e) { return of_takes(e.takes, e.accuracy()); }},
@@ -213,8 +205,8 @@ std::string fault_in_requirement(const std::string& text) {
   if (figure_named(figure) == nullptr) {
     std::string all;
     for (const std::string& name : names) all += (all.empty() ? "" : ", ") + name;
-    return "FIGURE=VALUE is wanted, with one of " + all + ", not " + wgr::quoted(text) +
-           did_you_mean(figure, names);
+    return fmt::format("FIGURE=VALUE is wanted, with one of {}, not {}{}", all,
+                       wgr::quoted(text), did_you_mean(figure, names));
   }
   if (sign == text.size()) return figure + "=VALUE is wanted, not " + wgr::quoted(text);
   const std::string value = text.substr(sign + 1);
@@ -236,9 +228,8 @@ std::string failure_of(const Requirement& requirement, const Evaluation& result)
   const bool good =
       figure.at_least ? *value >= requirement.value : *value <= requirement.value;
   if (good) return "";
-  return requirement.figure + " is " + fixed(*value, 4) + "; at " +
-         (figure.at_least ? "least " : "most ") + fixed(requirement.value, 4) +
-         " is required";
+  return fmt::format("{} is {:.4f}; at {}{:.4f} is required", requirement.figure, *value,
+                     figure.at_least ? "least " : "most ", requirement.value);
 }
 
 }  // namespace wgr

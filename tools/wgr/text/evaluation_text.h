@@ -2,7 +2,9 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
+#include <set>
 #include <string>
+#include <vector>
 
 #include "evaluation/evaluation.h"
 
@@ -10,6 +12,9 @@ namespace wgr {
 
 std::string text_of(const Evaluation& result, const Provenance& provenance);
 nlohmann::ordered_json to_json(const Evaluation& result, const Provenance& provenance);
+
+// The columns of a confusion matrix: labels in their order, then what is no label.
+std::vector<std::string> outcome_columns(const std::set<std::string>& outcomes);
 
 // A figure that must be reached.
 struct Requirement {

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "base/table.h"
+#include "base/text.h"
 
 namespace wgr {
 
@@ -11,46 +12,46 @@ static constexpr int kScoreDecimals = 4;
 static constexpr size_t kMostlyPercent = 50;
 
 std::string span_text(double begin, double end) {
-  return fixed(begin, 3) + " s to " + fixed(end, 3) + " s";
+  return fmt::format("{:.3f} s to {:.3f} s", begin, end);
 }
 
-static std::string samples(size_t count) {
-  return std::to_string(count) + (count == 1 ? " sample" : " samples");
-}
+static std::string samples(size_t count) { return counted(count, "sample"); }
 
 static std::string lengths(size_t count, const Settings& settings) {
-  return samples(count) + " (" + fixed(static_cast<double>(count) / settings.rate, 2) +
-         " s)";
+  return fmt::format("{} ({:.2f} s)", samples(count),
+                     static_cast<double>(count) / settings.rate);
 }
 
 static std::string shortest(const Settings& settings) {
-  return "the shortest motion is " + std::to_string(settings.min_motion_len);
+  return fmt::format("the shortest motion is {}", settings.min_motion_len);
 }
 
 static std::string score_text(float score) {
-  return fixed(static_cast<double>(score), kScoreDecimals);
+  return fmt::format("{:.{}f}", score, kScoreDecimals);
 }
 
 static std::string lost_attitude(const MotionAccount& m) {
   if (!m.lost_at) return "Its numbers overflowed, so nothing could be compared.";
-  const std::string where = "sample " + std::to_string(*m.lost_at + 1) + " of " +
-                            std::to_string(m.kept()) + " (" +
-                            samples(m.first + *m.lost_at) + " into the recording)";
+  const std::string where =
+      fmt::format("sample {} of {} ({} into the recording)", *m.lost_at + 1, m.kept(),
+                  samples(m.first + *m.lost_at));
   if (m.zero_rate && *m.lost_at == 0) {
     return "The attitude is not a number from " + where +
            " on: the rate is exactly zero there, which leaves no axis to turn about.";
   }
-  return "The attitude is not a number from " + where +
-         " on: up to there the turns cancel out, which leaves no axis to turn about" +
-         (m.zero_rate ? " (the rate is exactly zero there)." : ".");
+  return fmt::format(
+      "The attitude is not a number from {} on: up to there the turns cancel out, which "
+      "leaves no axis to turn about{}",
+      where, m.zero_rate ? " (the rate is exactly zero there)." : ".");
 }
 
 static std::string best_text(const MotionAccount& m) {
   const TemplateScore& best = m.scores.front();
-  std::string text = "template " + std::to_string(best.index + 1) + " of class " +
-                     std::to_string(best.label) + " scores " + score_text(best.score);
+  std::string text = fmt::format("template {} of class {} scores {}", best.index + 1,
+                                 best.label, score_text(best.score));
   if (best.threshold) {
-    text += ", the class asks for more than " + fixed(*best.threshold, kScoreDecimals);
+    text += fmt::format(", the class asks for more than {:.{}f}", *best.threshold,
+                        kScoreDecimals);
   }
   return text;
 }
@@ -59,41 +60,45 @@ static std::string ending_text(Ending ending, const MotionAccount& m,
                                const Settings& settings) {
   switch (ending) {
     case Ending::kRecognised:
-      return "Reported as class " + std::to_string(m.reported.value_or(0)) + ": " +
-             best_text(m) + ".";
+      return fmt::format("Reported as class {}: {}.", m.reported.value_or(0),
+                         best_text(m));
     case Ending::kBelowThreshold:
       return "Reported as 5, a strong motion like no gesture: the best, " + best_text(m) +
              ".";
     case Ending::kTooShort:
-      return "Too short: " + lengths(m.collected, settings) + " with the pre-roll, " +
-             shortest(settings) + ".";
+      return fmt::format("Too short: {} with the pre-roll, {}.",
+                         lengths(m.collected, settings), shortest(settings));
     case Ending::kNotANumber:
       return lost_attitude(m);
     case Ending::kStartsFast:
-      return "It starts fast, as if cut in its middle: " + fixed(m.speed.front(), 3) +
-             " m/s at its first step, " + fixed(m.fast_from, 3) +
-             " m/s is fast; such a motion is dropped whole.";
+      return fmt::format(
+          "It starts fast, as if cut in its middle: {:.3f} m/s at its first step, {:.3f} "
+          "m/s is fast; such a motion is dropped whole.",
+          m.speed.front(), m.fast_from);
     case Ending::kEndsFast:
-      return "It ends fast, as if cut in its middle: " + fixed(m.speed.back(), 3) +
-             " m/s at its last step, " + fixed(m.fast_from, 3) +
-             " m/s is fast; such a motion is dropped whole.";
+      return fmt::format(
+          "It ends fast, as if cut in its middle: {:.3f} m/s at its last step, {:.3f} "
+          "m/s is fast; such a motion is dropped whole.",
+          m.speed.back(), m.fast_from);
     case Ending::kStretchTooShort:
-      return "Too short once cut to its active stretch: " +
-             lengths(m.compared_points(), settings) + " of " + std::to_string(m.kept()) +
-             " are fast, " + shortest(settings) + ".";
+      return fmt::format(
+          "Too short once cut to its active stretch: {} of {} are fast, {}.",
+          lengths(m.compared_points(), settings), m.kept(), shortest(settings));
     case Ending::kTooWeak:
-      return "Too weak: " + fixed(m.strength, 3) + " m/s², at least " +
-             fixed(settings.strength_threshold, 3) + " m/s² is asked for.";
+      return fmt::format("Too weak: {:.3f} m/s², at least {:.3f} m/s² is asked for.",
+                         m.strength, settings.strength_threshold);
     case Ending::kNoTemplates:
       return "The model has no templates: its file was missing, empty or malformed when "
              "it was loaded.";
     case Ending::kNoScore:
-      return "None of the " + std::to_string(m.compared_templates) +
-             " templates can be compared with it: every score is minus infinity or not a "
-             "number, as with templates without points or with a gravity of length zero.";
+      return fmt::format(
+          "None of the {} templates can be compared with it: every score is minus "
+          "infinity or not a number, as with templates without points or with a gravity "
+          "of length zero.",
+          m.compared_templates);
     case Ending::kNeverReported:
-      return "It is most like " + best_text(m) + "; but a host is never told of class " +
-             std::to_string(m.scores.front().label) + ".";
+      return fmt::format("It is most like {}; but a host is never told of class {}.",
+                         best_text(m), m.scores.front().label);
     default:
       return "";
   }
@@ -111,9 +116,10 @@ static std::string circumstance_text(Circumstance circumstance, const MotionAcco
              samples(static_cast<size_t>(std::max(settings.static_window - 1, 0))) +
              " the wrist counts as resting.";
     case Circumstance::kWrongMode:
-      return "Every one of the " + std::to_string(m.collected) +
-             " sample pairs was refused: the engine takes the accelerometer alone until "
-             "init_gesture_handle() is called.";
+      return fmt::format(
+          "Every one of the {} sample pairs was refused: the engine takes the "
+          "accelerometer alone until init_gesture_handle() is called.",
+          m.collected);
     default:
       return "";
   }
@@ -183,12 +189,14 @@ std::string sentence_for(const Expected& x, const Explanation& e) {
       text += sentence_for(m, e.settings);
     }
     if (x.much_longer) {
-      text += " The motion lasted " + fixed(m.end - m.begin, 2) +
-              " s, far longer than what was expected: there was no rest around it.";
+      text += fmt::format(
+          " The motion lasted {:.2f} s, far longer than what was expected: there was no "
+          "rest around it.",
+          m.end - m.begin);
     }
   }
   if (x.no_template) {
-    text += " The model has no template of class " + std::to_string(x.label) + ".";
+    text += fmt::format(" The model has no template of class {}.", x.label);
   }
   return text;
 }
@@ -202,8 +210,8 @@ static std::string why_acc_not(const RestStretch& rest) {
   const bool scattered = rest.acc_scattered > 0;
   std::string text;
   if (outside) {
-    text += "its mean of " + fixed(rest.mean_gravity, 2) +
-            " m/s² is outside the band of gravity";
+    text += fmt::format("its mean of {:.2f} m/s² is outside the band of gravity",
+                        rest.mean_gravity);
   }
   if (scattered) text += std::string(outside ? " and " : "") + "it scatters too much";
   return text;
@@ -234,14 +242,12 @@ std::string sentence_for(const RestStretch& rest, const Settings& settings) {
     } else {
       text = "the accelerometer says so, the gyroscope does not: " + why_gyro_not(rest);
     }
-    text += " (both " + std::to_string(percent(both, seen)) + " %, gyroscope alone " +
-            std::to_string(percent(gyro, seen)) + " %, accelerometer alone " +
-            std::to_string(percent(acc, seen)) + " %)";
+    text += fmt::format(" (both {} %, gyroscope alone {} %, accelerometer alone {} %)",
+                        percent(both, seen), percent(gyro, seen), percent(acc, seen));
   }
   if (blind > 0) {
-    text += (text.empty() ? "" : "; ") + samples(blind) +
-            " count as rest because the window of " +
-            std::to_string(settings.static_window) + " is not full yet";
+    text += fmt::format("{}{} count as rest because the window of {} is not full yet",
+                        text.empty() ? "" : "; ", samples(blind), settings.static_window);
   }
   return text;
 }

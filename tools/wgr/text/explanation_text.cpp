@@ -6,6 +6,7 @@
 
 #include "base/foreign_text.h"
 #include "base/table.h"
+#include "base/text.h"
 #include "hostrun/fixed_paths.h"
 #include "json/json_text.h"
 #include "text/explanation_sentences.h"
@@ -34,22 +35,18 @@ static void append_wrapped(std::string& text, const std::string& indent,
   text += '\n';
 }
 
-static std::string padded(const std::string& text, size_t width) {
-  return std::string(width - std::min(width, text.size()), ' ') + text;
-}
-
 static size_t templates_in(const Gmodel& model) { return model.templates.size(); }
 
 static std::string header(const Explanation& e) {
   const Settings& s = e.settings;
-  std::string text = shown(e.recording) + ": " + std::to_string(e.times.size()) +
-                     " samples at " + std::to_string(s.rate) + " samples/s\n";
-  text += "shortest motion " + std::to_string(s.min_motion_len) +
-          " samples, rest window " + std::to_string(s.static_window) +
-          " samples, least strength " + fixed(s.strength_threshold, 2) + " m/s²\n";
-  text += "model " + model_file(kInstalledModels, s.wearer, s.mode) + ": " +
-          std::to_string(templates_in(e.model)) + " templates, " +
-          std::to_string(e.model.class_labels.size()) + " classes\n";
+  std::string text = fmt::format("{}: {} samples at {} samples/s\n", shown(e.recording),
+                                 e.times.size(), s.rate);
+  text += fmt::format(
+      "shortest motion {} samples, rest window {} samples, least strength {:.2f} m/s²\n",
+      s.min_motion_len, s.static_window, s.strength_threshold);
+  text += fmt::format("model {}: {} templates, {} classes\n",
+                      model_file(kInstalledModels, s.wearer, s.mode),
+                      templates_in(e.model), e.model.class_labels.size());
   return text;
 }
 
@@ -58,11 +55,11 @@ static void append_scores(std::string& text, const MotionAccount& m) {
   text += "    template  class    score  threshold   margin\n";
   for (size_t i = 0; i < std::min(kTemplatesShown, m.scores.size()); ++i) {
     const TemplateScore& score = m.scores[i];
-    text += padded(std::to_string(score.index + 1), 12) +
-            padded(std::to_string(score.label), 7) +
-            padded(fixed(static_cast<double>(score.score), 4), 9) +
-            padded(score.threshold ? fixed(*score.threshold, 4) : "none", 11) +
-            padded(score.margin() ? fixed(*score.margin(), 4) : "", 9) + "\n";
+    const auto margin = score.margin();
+    text += fmt::format(
+        "{:12}{:7}{:9.4f}{:>11}{:>9}\n", score.index + 1, score.label, score.score,
+        score.threshold ? fmt::format("{:.4f}", *score.threshold) : "none",
+        margin ? fmt::format("{:.4f}", *margin) : "");
   }
 }
 
@@ -70,42 +67,45 @@ static std::string flag(bool yes) { return yes ? "yes" : "no"; }
 
 static void append_motion(std::string& text, size_t number, const MotionAccount& m,
                           const Settings& settings) {
-  text += "\nmotion " + std::to_string(number) + "  " + span_text(m.begin, m.end) + "  " +
-          name_of(m.cause) +
-          (m.reported ? "  class " + std::to_string(*m.reported) : std::string()) + "\n";
+  text += fmt::format(
+      "\nmotion {}  {}  {}{}\n", number, span_text(m.begin, m.end), name_of(m.cause),
+      m.reported ? fmt::format("  class {}", *m.reported) : std::string());
   append_wrapped(text, "  ", sentence_for(m, settings));
   if (m.cause == Circumstance::kWrongMode) return;
-  text += "    collected " + std::to_string(m.collected) + " samples, " +
-          std::to_string(m.preroll) + " of them pre-roll; " + std::to_string(m.trimmed) +
-          " trimmed; judged at " + fixed(m.judged, 3) + " s\n";
+  text += fmt::format(
+      "    collected {} samples, {} of them pre-roll; {} trimmed; judged at {:.3f} s\n",
+      m.collected, m.preroll, m.trimmed, m.judged);
   if (!m.ran) return;
-  text += "    starts fast: " + flag(m.starts_fast) +
-          ", ends fast: " + flag(m.ends_fast) + ", fast from " + fixed(m.fast_from, 3) +
-          " m/s; active stretch " + std::to_string(m.compared_points()) + " samples (" +
-          fixed(m.duration_ms, 0) + " ms)\n";
+  text += fmt::format(
+      "    starts fast: {}, ends fast: {}, fast from {:.3f} m/s; active stretch {} "
+      "samples ({:.0f} ms)\n",
+      flag(m.starts_fast), flag(m.ends_fast), m.fast_from, m.compared_points(),
+      m.duration_ms);
   if (!m.predicted) return;
-  text += "    strength " + fixed(m.strength, 3) + " m/s² of at least " +
-          fixed(settings.strength_threshold, 3) + "\n";
+  text += fmt::format("    strength {:.3f} m/s² of at least {:.3f}\n", m.strength,
+                      settings.strength_threshold);
   append_scores(text, m);
 }
 
-void write_text_account(const Explanation& e, const TextSink& sink) {
-  std::string text = header(e);
-  if (!e.expected.empty()) {
-    const auto came =
-        std::count_if(e.expected.begin(), e.expected.end(),
-                      [](const Expected& x) { return x.cause == Ending::kRecognised; });
-    text += "\nexpected gestures that came: " + std::to_string(came) + " of " +
-            std::to_string(e.expected.size()) + "\n";
-    for (const Expected& x : e.expected) {
-      if (x.cause == Ending::kRecognised) continue;
-      text += "  class " + std::to_string(x.label) + " at " + span_text(x.begin, x.end) +
-              "  " + name_of(x.cause) +
-              (x.motion ? ", motion " + std::to_string(*x.motion + 1) : std::string()) +
-              "\n";
-      append_wrapped(text, "    ", sentence_for(x, e));
-    }
+static std::string expected_text(const Explanation& e) {
+  if (e.expected.empty()) return "";
+  const auto came =
+      std::count_if(e.expected.begin(), e.expected.end(),
+                    [](const Expected& x) { return x.cause == Ending::kRecognised; });
+  std::string text =
+      fmt::format("\nexpected gestures that came: {} of {}\n", came, e.expected.size());
+  for (const Expected& x : e.expected) {
+    if (x.cause == Ending::kRecognised) continue;
+    text += fmt::format("  class {} at {}  {}{}\n", x.label, span_text(x.begin, x.end),
+                        name_of(x.cause),
+                        x.motion ? fmt::format(", motion {}", *x.motion + 1) : "");
+    append_wrapped(text, "    ", sentence_for(x, e));
   }
+  return text;
+}
+
+void write_text_account(const Explanation& e, const TextSink& sink) {
+  std::string text = header(e) + expected_text(e);
   const auto flush = [&] {
     sink(text);
     text.clear();
@@ -136,7 +136,7 @@ static Json vector_json(const Point3Df& p) {
   return Json::array({number(p.x), number(p.y), number(p.z)});
 }
 
-static Json motion_json(const MotionAccount& m, const Settings& settings) {
+static Json scores_json(const MotionAccount& m) {
   Json scores = Json::array();
   for (size_t i = 0; i < std::min(kTemplatesShown, m.scores.size()); ++i) {
     const TemplateScore& s = m.scores[i];
@@ -146,32 +146,35 @@ static Json motion_json(const MotionAccount& m, const Settings& settings) {
                       {"threshold", optional_json(s.threshold)},
                       {"margin", s.margin() ? number(*s.margin()) : Json()}});
   }
+  return scores;
+}
+
+static Json motion_json(const MotionAccount& m, const Settings& settings) {
   Json also = Json::array();
   for (const Cause& cause : m.also) also.push_back(name_of(cause));
-  Json json = {{"begin", m.begin},
-               {"end", m.end},
-               {"judged", m.judged},
-               {"cause", name_of(m.cause)},
-               {"also", also},
-               {"sentence", sentence_for(m, settings)},
-               {"reported", optional_json(m.reported)},
-               {"engine_class", m.engine_class},
-               {"first_sample", m.first},
-               {"collected", m.collected},
-               {"preroll", m.preroll},
-               {"trimmed", m.trimmed},
-               {"after_report", m.after_report},
-               {"at_start", m.at_start},
-               {"lost_at", optional_json(m.lost_at)},
-               {"starts_fast", m.starts_fast},
-               {"ends_fast", m.ends_fast},
-               {"fast_from", number(m.fast_from)},
-               {"active_samples", m.compared_points()},
-               {"duration_ms", m.duration_ms},
-               {"gravity", vector_json(m.gravity)},
-               {"strength", m.predicted ? number(m.strength) : Json()},
-               {"best_templates", scores}};
-  return json;
+  return {{"begin", m.begin},
+          {"end", m.end},
+          {"judged", m.judged},
+          {"cause", name_of(m.cause)},
+          {"also", also},
+          {"sentence", sentence_for(m, settings)},
+          {"reported", optional_json(m.reported)},
+          {"engine_class", m.engine_class},
+          {"first_sample", m.first},
+          {"collected", m.collected},
+          {"preroll", m.preroll},
+          {"trimmed", m.trimmed},
+          {"after_report", m.after_report},
+          {"at_start", m.at_start},
+          {"lost_at", optional_json(m.lost_at)},
+          {"starts_fast", m.starts_fast},
+          {"ends_fast", m.ends_fast},
+          {"fast_from", number(m.fast_from)},
+          {"active_samples", m.compared_points()},
+          {"duration_ms", m.duration_ms},
+          {"gravity", vector_json(m.gravity)},
+          {"strength", m.predicted ? number(m.strength) : Json()},
+          {"best_templates", scores_json(m)}};
 }
 
 static Json rest_json(const RestStretch& r, const Settings& settings) {
@@ -187,26 +190,34 @@ static Json rest_json(const RestStretch& r, const Settings& settings) {
           {"mean_gravity", number(r.mean_gravity)}};
 }
 
+static Json expected_json(const Explanation& e) {
+  Json all = Json::array();
+  for (const Expected& x : e.expected) {
+    all.push_back({{"begin", x.begin},
+                   {"end", x.end},
+                   {"class", x.label},
+                   {"came", x.cause == Ending::kRecognised},
+                   {"cause", name_of(x.cause)},
+                   {"motion", x.motion ? Json(*x.motion + 1) : Json()},
+                   {"sentence", sentence_for(x, e)}});
+  }
+  return all;
+}
+
+static Json events_json(const Explanation& e) {
+  Json all = Json::array();
+  for (const GestureEvent& event : e.events) {
+    all.push_back({{"t", event.t},
+                   {"class", event.gesture},
+                   {"strength", event.strength},
+                   {"duration_ms", event.duration_ms}});
+  }
+  return all;
+}
+
 // Everything but the motions and the rests, which may be many.
 static Json head_json(const Explanation& e) {
   const Settings& s = e.settings;
-  Json expected = Json::array();
-  for (const Expected& x : e.expected) {
-    expected.push_back({{"begin", x.begin},
-                        {"end", x.end},
-                        {"class", x.label},
-                        {"came", x.cause == Ending::kRecognised},
-                        {"cause", name_of(x.cause)},
-                        {"motion", x.motion ? Json(*x.motion + 1) : Json()},
-                        {"sentence", sentence_for(x, e)}});
-  }
-  Json events = Json::array();
-  for (const GestureEvent& event : e.events) {
-    events.push_back({{"t", event.t},
-                      {"class", event.gesture},
-                      {"strength", event.strength},
-                      {"duration_ms", event.duration_ms}});
-  }
   return {{"type", "explanation"},
           {"recording", e.recording},
           {"samples", e.times.size()},
@@ -223,8 +234,8 @@ static Json head_json(const Explanation& e) {
            {{"file", model_file(kInstalledModels, s.wearer, s.mode)},
             {"templates", templates_in(e.model)},
             {"classes", e.model.class_labels}}},
-          {"events", events},
-          {"expected", expected}};
+          {"events", events_json(e)},
+          {"expected", expected_json(e)}};
 }
 
 // A member behind others: an array of what `item` makes of each of `items`.

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 
+#include "base/text.h"
 #include "json/json_text.h"
 
 namespace wgr {
@@ -12,30 +13,20 @@ using Json = nlohmann::ordered_json;
 static constexpr const char* kWearerNames[] = {"left", "right", "undecided"};
 static constexpr double kRateTolerance = 0.02;  // of the rate; beyond, people are told
 
-static double rest_share(const Totals& totals) {
-  if (totals.samples == 0) return 0.0;
-  return static_cast<double>(totals.samples_at_rest) /
-         static_cast<double>(totals.samples);
-}
-
 // How many times faster than the sensors the run was.
 static double real_time_factor(const Totals& totals) {
   return totals.elapsed_seconds > 0.0 ? totals.seconds() / totals.elapsed_seconds : 0.0;
 }
 
 void TextReport::start() {
-  std::fputs("    t (s)  class  strength (m/s²)  duration (ms)\n", out_);
+  print(out_, "    t (s)  class  strength (m/s²)  duration (ms)\n");
   std::fflush(out_);
 }
 
 void TextReport::event(const GestureEvent& event) {
-  std::fprintf(out_, "%9.3f  %5d  %15.2f  %13.0f\n", event.t, event.gesture,
-               event.strength, event.duration_ms);
+  print(out_, "{:9.3f}  {:5}  {:15.2f}  {:13.0f}\n", event.t, event.gesture,
+        event.strength, event.duration_ms);
   std::fflush(out_);
-}
-
-static std::string counted(size_t count, const char* one, const char* many) {
-  return std::to_string(count) + " " + (count == 1 ? one : many);
 }
 
 static std::string clock_text(const Totals& totals) {
@@ -47,13 +38,13 @@ static std::string clock_text(const Totals& totals) {
   char number[64];
   if (clock.gaps() > 0) {
     std::snprintf(number, sizeof number, " (longest %.3f s)", clock.longest_gap());
-    add(counted(clock.gaps(), "gap", "gaps") + number);
+    add(counted(clock.gaps(), "gap") + number);
   }
   if (clock.backward() > 0) {
     add(counted(clock.backward(), "step back", "steps back"));
   }
   if (clock.repeats() > 0) {
-    add(counted(clock.repeats(), "repeated time", "repeated times"));
+    add(counted(clock.repeats(), "repeated time"));
   }
   const std::optional<double> observed = clock.observed_rate();
   if (observed && std::fabs(*observed - totals.rate) > kRateTolerance * totals.rate) {
@@ -64,34 +55,32 @@ static std::string clock_text(const Totals& totals) {
 }
 
 void TextReport::summary(const Totals& totals) {
-  std::fprintf(out_, "\nsamples   %zu (%.1f s at %d samples/s)\n", totals.samples,
-               totals.seconds(), totals.rate);
-  std::fprintf(out_, "at rest   %.1f %%\n", 100.0 * rest_share(totals));
+  print(out_, "\nsamples   {} ({:.1f} s at {} samples/s)\n", totals.samples,
+        totals.seconds(), totals.rate);
+  print(out_, "at rest   {}\n", percent(share(totals.samples_at_rest, totals.samples)));
 
   size_t sum = 0;
   std::string classes;
   for (const auto& [gesture, count] : totals.events) {
     sum += count;
-    classes += (classes.empty() ? ": " : ", ") + std::string("class ") +
-               std::to_string(gesture) + " x " + std::to_string(count);
+    classes +=
+        fmt::format("{}class {} x {}", classes.empty() ? ": " : ", ", gesture, count);
   }
-  std::fprintf(out_, "events    %zu%s\n", sum, classes.c_str());
-  std::fprintf(out_, "wearer    %s (answers: %zu left, %zu right, %zu undecided)\n",
-               kWearerNames[totals.wearer()], totals.wearer_answers[0],
-               totals.wearer_answers[1], totals.wearer_answers[2]);
-  std::fprintf(out_, "clock     %s\n", clock_text(totals).c_str());
+  print(out_, "events    {}{}\n", sum, classes);
+  print(out_, "wearer    {} (answers: {} left, {} right, {} undecided)\n",
+        kWearerNames[totals.wearer()], totals.wearer_answers[0], totals.wearer_answers[1],
+        totals.wearer_answers[2]);
+  print(out_, "clock     {}\n", clock_text(totals));
   if (totals.absent_fields > 0) {
-    std::fprintf(
-        out_, "absent    %s: %s\n", totals.absent_axes.c_str(),
-        (counted(totals.absent_fields, "empty field", "empty fields") + " read as 0")
-            .c_str());
+    print(out_, "absent    {}: {}\n", totals.absent_axes,
+          counted(totals.absent_fields, "empty field") + " read as 0");
   }
-  std::fprintf(out_, "speed     %.0f x real time\n", real_time_factor(totals));
+  print(out_, "speed     {:.0f} x real time\n", real_time_factor(totals));
   std::fflush(out_);
 }
 
 static void write_line(const Json& object, std::FILE* out) {
-  std::fprintf(out, "%s\n", json_text(object).c_str());
+  print(out, "{}\n", json_text(object));
   std::fflush(out);
 }
 
@@ -114,7 +103,7 @@ void JsonReport::summary(const Totals& totals) {
               {"samples", totals.samples},
               {"seconds", totals.seconds()},
               {"rate", totals.rate},
-              {"rest_share", rest_share(totals)},
+              {"rest_share", share(totals.samples_at_rest, totals.samples)},
               {"events", events},
               {"wearer", kWearerNames[totals.wearer()]},
               {"wearer_answers",

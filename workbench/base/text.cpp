@@ -1,0 +1,19 @@
+#include "base/text.h"
+
+#include "base/foreign_text.h"
+
+namespace wgr {
+
+void warn(const std::string& text) { print(stderr, "wgr: {}\n", shown(text)); }
+
+std::string counted(size_t count, const std::string& one, const std::string& many) {
+  return fmt::format("{} {}", count, count == 1 ? one : many.empty() ? one + "s" : many);
+}
+
+double share(size_t part, size_t whole) {
+  return whole == 0 ? 0.0 : static_cast<double>(part) / static_cast<double>(whole);
+}
+
+std::string percent(double share) { return fmt::format("{:.1f} %", 100.0 * share); }
+
+}  // namespace wgr
