@@ -4,8 +4,6 @@
 #include "support/random_points.h"
 #include "support/reference_clustering.h"
 
-using namespace wgr;
-
 static constexpr double kDamping = 0.9;
 static constexpr int kNever = 100;  // iterations over which decisions should hold
 

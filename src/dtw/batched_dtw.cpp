@@ -161,20 +161,21 @@ size_t BatchedDtw::width() { return filler().lanes; }
 
 void BatchedDtw::set_others(const std::vector<MotionPoints>& others) {
   const size_t lanes = width();
-  size_t columns = 0;
+  columns_ = 0;
   points_.clear();
   for (const MotionPoints& other : others) {
     points_.push_back(other.count);
-    columns = std::max(columns, other.count);
+    columns_ = std::max(columns_, other.count);
   }
-  others_.assign(3 * columns * lanes, 0.0);
-  cost_.resize(columns * lanes);
-  forth_.resize(columns * lanes);
-  back_.resize(columns * lanes);
+  others_.need(3 * columns_ * lanes);
+  std::fill_n(others_.data(), 3 * columns_ * lanes, 0.0);
+  cost_.need(columns_ * lanes);
+  forth_.need(columns_ * lanes);
+  back_.need(columns_ * lanes);
   for (size_t lane = 0; lane < others.size(); ++lane) {
     for (size_t j = 0; j < others[lane].count; ++j) {
       const Point3Df& p = others[lane].points[j];
-      double* const point = &others_[3 * j * lanes + lane];
+      double* const point = others_.data() + (3 * j * lanes + lane);
       point[0] = p.x;
       point[lanes] = p.y;
       point[2 * lanes] = p.z;
@@ -184,17 +185,17 @@ void BatchedDtw::set_others(const std::vector<MotionPoints>& others) {
 
 void BatchedDtw::warp(const MotionPoints& trace) {
   trace_points_ = trace.count;
-  filler().fill({trace, others_.data(), cost_.size() / width(), cost_.data(),
-                 forth_.data(), back_.data()});
+  filler().fill(
+      {trace, others_.data(), columns_, cost_.data(), forth_.data(), back_.data()});
 }
 
-WarpingPath BatchedDtw::path(size_t lane, const std::vector<Count>& steps) const {
+WarpingPath BatchedDtw::path(size_t lane, const Count* steps) const {
   const size_t corner = (points_[lane] - 1) * width() + lane;
-  return warping_path(cost_[corner], trace_points_, points_[lane], steps[corner]);
+  return warping_path(cost_.data()[corner], trace_points_, points_[lane], steps[corner]);
 }
 
-WarpingPath BatchedDtw::forth(size_t lane) const { return path(lane, forth_); }
+WarpingPath BatchedDtw::forth(size_t lane) const { return path(lane, forth_.data()); }
 
-WarpingPath BatchedDtw::back(size_t lane) const { return path(lane, back_); }
+WarpingPath BatchedDtw::back(size_t lane) const { return path(lane, back_.data()); }
 
 }  // namespace wgr

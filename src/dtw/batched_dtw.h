@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "base/aligned_array.h"
 #include "base/points.h"
 #include "dtw/dtw.h"
 
@@ -34,15 +35,16 @@ class BatchedDtw {
   WarpingPath back(size_t lane) const;   // of the other and the trace
 
  private:
-  WarpingPath path(size_t lane, const std::vector<std::ptrdiff_t>& steps) const;
+  WarpingPath path(size_t lane, const std::ptrdiff_t* steps) const;
 
   size_t trace_points_ = 0;
   std::vector<size_t> points_;  // of each other
   // Point by point, all lanes beside each other; x, y and z, and one row of the table.
-  std::vector<double> others_;
-  std::vector<double> cost_;
-  std::vector<std::ptrdiff_t> forth_;  // diagonal steps
-  std::vector<std::ptrdiff_t> back_;
+  size_t columns_ = 0;
+  AlignedArray<double> others_;
+  AlignedArray<double> cost_;
+  AlignedArray<std::ptrdiff_t> forth_;  // diagonal steps
+  AlignedArray<std::ptrdiff_t> back_;
 };
 
 }  // namespace wgr

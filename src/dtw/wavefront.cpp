@@ -235,7 +235,7 @@ WGR_INLINE PathEnd fill_band(const Table& given, size_t first_row, double limit,
   // What is above now is beyond the limit, or behind the last column.
   before = typename Vectors<kLanes>::Doubles{} + kGivenUp.cost;
   for (; column < stop; ++column) {
-    if (column > span.end && all_beyond<kLanes>(upper.left, upper.diagonal, limit) &&
+    if (all_beyond<kLanes>(upper.left, upper.diagonal, limit) &&
         (kVectors == 1 || all_beyond<kLanes>(lower.left, lower.diagonal, limit))) {
       break;  // (3)
     }
