@@ -36,9 +36,9 @@ list(TRANSFORM WGR_CLASSES PREPEND ${PROJECT_SOURCE_DIR}/src/)
 # What runs once a handle, a file or a gesture is to be small rather than fast.
 set(WGR_SMALL_SOURCES
   base/held_signals.cpp base/printing.cpp context/WgrContext.cpp context/WgrInterface.cpp
-  context/WgrLog.cpp engine/agGes.cpp engine/sensitivity.cpp engine/WHD.cpp
-  classifier/HGR.cpp classifier/Gmodel.cpp classifier/Gdata.cpp classifier/line_reader.cpp
-  dtw/similarity_matrix.cpp)
+  context/WgrLog.cpp engine/agGes.cpp engine/recognition.cpp engine/sensitivity.cpp
+  engine/WHD.cpp classifier/HGR.cpp classifier/Gmodel.cpp classifier/Gdata.cpp
+  classifier/line_reader.cpp dtw/similarity_matrix.cpp)
 list(TRANSFORM WGR_SMALL_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/src/)
 
 set(WGR_LIBRARY_LINK_OPTIONS -Wl,-Bsymbolic-functions -Wl,-z,noseparate-code

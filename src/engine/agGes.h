@@ -120,4 +120,6 @@ class AgGes {
   // What the two intakes share; see intake.cpp.
   int padding() const;
   bool mark_newest();
+  template <class... Intakes>
+  bool collect(const Intakes&... intakes);
 };

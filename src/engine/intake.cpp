@@ -98,6 +98,13 @@ static void append_in_step(Append append, Queues&... queues) {
 
 namespace {
 
+// A sensor's newest sample, and the queues that it goes to.
+struct Intake {
+  const Point3Df& sample;
+  Samples& history;
+  Samples& motion;
+};
+
 // Empties a queue of the collected motion in the end, also when memory does not do for
 // recognising it: its last samples are off by then, and it must not be tried again.
 class Emptying {
@@ -113,6 +120,32 @@ class Emptying {
 
 }  // namespace
 
+// Takes the newest samples in, one of each sensor, and returns whether the wrist is at
+// rest. While it moves the motion is collected.
+template <class... Intakes>
+bool AgGes::collect(const Intakes&... intakes) {
+  bool at_rest = true;
+  append_in_step(
+      [&] {
+        (intakes.history.push_back(intakes.sample), ...);
+        at_rest = mark_newest();
+      },
+      intakes.history..., static_history);
+  if (at_rest) return true;
+
+  append_in_step(
+      [&] {
+        if (motion_acc.empty()) {
+          result = RecognitionResult();  // too short, unless it comes to be run
+          const long long newest = length(acc_history) - 1;
+          (append(intakes.history, newest + 1 - padding(), newest, intakes.motion), ...);
+        }
+        (intakes.motion.push_back(intakes.sample), ...);
+      },
+      intakes.motion...);
+  return false;
+}
+
 void AgGes::update(Point3Df acc, Point3Df gyro) {
   if (work_mode == kAccOnly) {
     print(kWrongMode);
@@ -125,31 +158,10 @@ void AgGes::update(Point3Df acc, Point3Df gyro) {
     drop_oldest(gyro_history);
     drop_oldest(static_history);
   }
-  bool at_rest = true;
-  append_in_step(
-      [&] {
-        acc_history.push_back(acc);
-        gyro_history.push_back(velocity);
-        at_rest = mark_newest();
-      },
-      acc_history, gyro_history, static_history);
-
-  if (!at_rest) {
-    append_in_step(
-        [&] {
-          if (motion_acc.empty()) {
-            result = RecognitionResult();  // too short, unless it comes to be run
-            const long long newest = length(acc_history) - 1;
-            append(acc_history, newest + 1 - padding(), newest, motion_acc);
-            append(gyro_history, newest + 1 - padding(), newest, motion_gyro);
-          }
-          motion_acc.push_back(acc);
-          motion_gyro.push_back(velocity);
-        },
-        motion_acc, motion_gyro);
+  if (!collect(Intake{acc, acc_history, motion_acc},
+               Intake{velocity, gyro_history, motion_gyro})) {
     return;
   }
-
   const Emptying acc_end(motion_acc);
   const Emptying gyro_end(motion_gyro);
   if (is_long_enough(motion_acc.size(), min_motion_len)) {
@@ -174,23 +186,7 @@ void AgGes::update(Point3Df acc) {
   }
   // These histories do not slide: they grow to their length and are then shortened.
   if (length(acc_history) == history_len) clear_buf();
-  bool at_rest = true;
-  append_in_step(
-      [&] {
-        acc_history.push_back(acc);
-        at_rest = mark_newest();
-      },
-      acc_history, static_history);
-
-  if (!at_rest) {
-    if (motion_acc.empty()) {
-      result = RecognitionResult();
-      const long long newest = length(acc_history) - 1;
-      append(acc_history, newest + 1 - padding(), newest, motion_acc);
-    }
-    motion_acc.push_back(acc);
-    return;
-  }
+  if (!collect(Intake{acc, acc_history, motion_acc})) return;
   const Emptying end(motion_acc);
   if (is_long_enough(motion_acc.size(), min_motion_len)) {
     drop_newest(motion_acc, padding());
