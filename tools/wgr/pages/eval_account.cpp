@@ -4,6 +4,7 @@
 #include "base/table.h"
 #include "base/text.h"
 #include "classifier/HGR.h"
+#include "classifier/class_threshold.h"
 #include "pages/model_accounts.h"
 
 namespace wgr {
@@ -37,15 +38,6 @@ static std::vector<std::vector<size_t>> collect(const std::vector<Gmodel>& model
     }
   }
   return places;
-}
-
-static std::optional<double> threshold_of(const Gmodel& model, int label) {
-  const size_t classes =
-      std::min(model.class_labels.size(), model.class_thresholds.size());
-  for (size_t c = 0; c < classes; ++c) {
-    if (model.class_labels[c] == label) return model.class_thresholds[c];
-  }
-  return std::nullopt;
 }
 
 static AccountedTake account_of(const Played& played, const SegmentedSet& set,
