@@ -130,6 +130,21 @@ TEST(SynthCutter, EveryMotionGetsAVerdict) {
   }
 }
 
+// Two samples nine apart, each too little to end a rest: one window of ten holds both,
+// with spreads of 0.31 (m/s²)² and 144 (deg/s)². Of the five samples that are collected
+// then, none is left without the padding.
+TEST(SynthCutter, AMotionThatIsAllPaddingIsTooShort) {
+  Stream stream = rest(100);
+  for (const size_t i : {60, 69}) {
+    stream[i].acc.y += 1.4;
+    stream[i].gyro.x += 30.0;
+  }
+  Segmenter segmenter(50, 2);
+  const std::vector<Motion> motions = segment_recording(recorded(stream), {}, segmenter);
+  ASSERT_THAT(motions, SizeIs(1));
+  EXPECT_EQ(motions[0].verdict, Verdict::kTooShort);
+}
+
 // One rate of exactly zero at the start is enough to lose the attitude.
 TEST(SynthCutter, TellsAMotionWhoseAttitudeIsLost) {
   auto samples = recorded(rest(50) + gesture(20, 6.0) + rest(50));
