@@ -42,6 +42,8 @@ WGR_INLINE void go_right(Row& row, const Point3Df& p, double left, Count steps,
   }
 }
 
+// kLimited: not every cell is within the limit.
+template <bool kLimited>
 static void fill_next(Row& row, const Point3Df& p, double limit) {
   const Table t = row.table;  // a copy, which no store of the loop can touch
   const size_t stop = std::min(row.end + 1, t.columns);
@@ -58,11 +60,11 @@ static void fill_next(Row& row, const Point3Df& p, double limit) {
   size_t end = 0;
   double* const __restrict cost = t.cost;
   Count* const __restrict steps = t.steps;
-  const double* const __restrict x = t.trace + t.at(0);
-  const double* const __restrict y = x + t.stride();
-  const double* const __restrict z = y + t.stride();
+  const size_t stride = t.stride();
+  const double* __restrict x = t.trace + t.at(row.begin);
   for (size_t i = row.begin; i < stop; ++i) {
-    const Point3Df q = {*(x - i), *(y - i), *(z - i)};
+    const Point3Df q = {x[0], x[stride], x[2 * stride]};
+    --x;
     const double up = cost[i];
     const Count up_steps = steps[i];
     const double side = up < left ? up : left;
@@ -74,8 +76,9 @@ static void fill_next(Row& row, const Point3Df& p, double limit) {
     steps[i] = left_steps;
     diagonal = up;
     diagonal_steps = up_steps + 1;
-    end = left > limit ? end : i + 1;
+    if (kLimited) end = left > limit ? end : i + 1;
   }
+  if (!kLimited) return;
   row.end = end;
   if (row.end == stop) go_right(row, p, left, left_steps, limit);
   while (row.begin < row.end && t.cost[row.begin] > limit) ++row.begin;  // (2)
@@ -95,7 +98,11 @@ PathEnd sweep(const Table& t, double limit) {
   if (row.end == 0) return kGivenUp;
   t.steps[0] = -1;
   for (size_t j = 1; j < t.rows; ++j) {
-    fill_next(row, t.other[j], j + 1 == t.rows ? limit : within);
+    if (limit == kGivenUp.cost) {
+      fill_next<false>(row, t.other[j], limit);
+      continue;
+    }
+    fill_next<true>(row, t.other[j], j + 1 == t.rows ? limit : within);
     if (row.begin >= row.end) return kGivenUp;  // (4)
   }
   if (row.end < t.columns) return kGivenUp;
