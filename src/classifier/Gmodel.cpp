@@ -117,6 +117,11 @@ static bool can_hold(std::istream& file, size_t numbers) {
 bool Gmodel::read(const char* path) {
   std::ifstream file(std::string(path) + kSuffix);
   if (!file.is_open()) return false;
+  read(file);
+  return true;
+}
+
+void Gmodel::read(std::istream& file) {
   Counts counts;
   try {
     read_record(file, *this, counts);
@@ -125,5 +130,4 @@ bool Gmodel::read(const char* path) {
     if (can_hold(file, counts.announced())) throw;
     throw std::bad_array_new_length();
   }
-  return true;
 }

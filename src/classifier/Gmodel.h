@@ -32,6 +32,9 @@ class Gmodel {
   // and std::bad_alloc where memory runs out. The record is then partly overwritten.
   bool read(const char* path);
 
+  // The same from a stream that can be read twice.
+  void read(std::istream& file);
+
   int nclasses = 0;
   int nTemplate = 0;
   int normalize = 0;    // 1: traces are scaled to unit root mean square first

@@ -4,6 +4,7 @@
 #include <new>
 #include <optional>
 #include <stdexcept>
+#include <utility>
 
 #include "base/class_codes.h"
 #include "context/WgrLog.h"
@@ -27,11 +28,29 @@ static constexpr int kUseDefault = -1;            // a length the engine chooses
 static constexpr int kWearerUndecided = 2;
 static constexpr int kWearerResults[kWearers] = {0, 1};
 
+static std::unique_ptr<WHD> new_detector() {
+  return std::make_unique<WHD>(kDefaultRate, kDefaultHandWindow, nullptr);
+}
+
+// `model` is where it is, or a classifier that has it.
+template <class Model>
+static AgGes* new_engine(Model model) {
+  return new AgGes(std::move(model), kAccOnly, kDefaultRate, {0.0, 0.0, 0.0}, kUseDefault,
+                   kUseDefault, kUseDefault, kDefaultThreshold);
+}
+
 WgrContext::WgrContext() {
   WgrLogAt(kLogContextStart);
-  auto detector = std::make_unique<WHD>(kDefaultRate, kDefaultHandWindow, nullptr);
-  ages = new AgGes(c_GmodelPath[kDefaultModel], kAccOnly, kDefaultRate, {0.0, 0.0, 0.0},
-                   kUseDefault, kUseDefault, kUseDefault, kDefaultThreshold);
+  auto detector = new_detector();
+  ages = new_engine(c_GmodelPath[kDefaultModel]);
+  whd = detector.release();
+  WgrLogAt(kLogContextEnd);
+}
+
+WgrContext::WgrContext(std::unique_ptr<HGR> classifier) {
+  WgrLogAt(kLogContextStart);
+  auto detector = new_detector();
+  ages = new_engine(std::move(classifier));
   whd = detector.release();
   WgrLogAt(kLogContextEnd);
 }
@@ -78,6 +97,8 @@ int WgrContext::set_gesture_model(WgWatchWearer wearer, WgWorkMode mode) {
   WgrLogAt(kLogSetModelDone);
   return 0;
 }
+
+void WgrContext::set_logging(bool on) { wgr::set_logging(on); }
 
 int WgrContext::update_handtype(Point3Df acc) {
   const int wrist = whd->update(acc);

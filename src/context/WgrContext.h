@@ -2,6 +2,8 @@
 // six models, and the host's callback.
 #pragma once
 
+#include <memory>
+
 #include "WgrTypes.h"
 #include "engine/agGes.h"
 
@@ -21,6 +23,10 @@ class WgrContext {
   // Loads the default model, left wrist and mode 1; ends the process with status 0
   // when it cannot (see AgGes).
   WgrContext();
+
+  // The same with a classifier that is there already: nothing is read. It is a handle for
+  // the C functions as well; set_gesture_model() takes the installed models as ever.
+  explicit WgrContext(std::unique_ptr<HGR> classifier);
   ~WgrContext();
   WgrContext(const WgrContext&) = delete;
   WgrContext& operator=(const WgrContext&) = delete;
@@ -46,6 +52,10 @@ class WgrContext {
   // throws. Returns the reported class, or 6. While the callback runs nothing is taken
   // in, nor logged.
   int update_gesture(Point3Df acc, Point3Df gyro);
+
+  // Whether what this process makes of the library is logged: it is, until a program that
+  // is no host says otherwise. For all handles, and before there are any.
+  static void set_logging(bool on);
 
   WHD* whd = nullptr;     // owned
   AgGes* ages = nullptr;  // owned

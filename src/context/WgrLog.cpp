@@ -20,6 +20,25 @@ using namespace wgr;
 
 static constexpr size_t kLineSize = 256;  // characters, terminator included
 
+namespace {
+
+struct LogPath {
+  char text[sizeof kWgrLogPath];
+};
+
+}  // namespace
+
+// The text itself rather than a pointer to it, so that a line costs what it would with a
+// constant.
+static LogPath log_path = [] {
+  LogPath copy = {};
+  for (size_t i = 0; i < sizeof kWgrLogPath; ++i) copy.text[i] = kWgrLogPath[i];
+  return copy;
+}();
+
+// No file has an empty name.
+void wgr::set_logging(bool on) { log_path.text[0] = on ? kWgrLogPath[0] : '\0'; }
+
 // Opening for reading too refuses a file that may only be written, as "a+" would; not
 // blocking keeps a pipe that nobody empties from stopping the host. At 50 samples/s the
 // file passes 2 GiB within a week, which a 32-bit process must say that it can take.
@@ -27,7 +46,7 @@ static int open_log() {
   int fd = -1;
   do {
     fd = open(
-        kWgrLogPath,
+        log_path.text,
         O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | O_LARGEFILE,
         0666);
   } while (fd < 0 && errno == EINTR);

@@ -46,6 +46,10 @@ inline constexpr WgrLogSite kLogDetectorEnd    = {"WHD",                 658, "W
 inline constexpr WgrLogSite kLogPredict        = {"predict",             336, "nTemplate:%d, nclasses:%d, normalize:%d, havegravity:%d"};
 // clang-format on
 
+// Whether lines are written. Of this copy of the file alone: a program that is linked to
+// the library says it by WgrContext::set_logging().
+void set_logging(bool on);
+
 // Formats one line of the table and appends it. The whole line is cut to 255 characters.
 void WgrLogAt(WgrLogSite site, ...);
 

@@ -301,7 +301,9 @@ ModelCheck check_model_file(const std::string& path) {
   if (!S_ISREG(about.st_mode)) return unusable("it is not a regular file");
   std::ifstream file(path);
   if (!file.is_open()) return unusable(std::strerror(errno));
-  return Checker(file).check();
+  return check_model(file);
 }
+
+ModelCheck check_model(std::istream& text) { return Checker(text).check(); }
 
 }  // namespace wgr

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -24,5 +25,8 @@ struct ModelCheck {
 // Checks the file at `path` as it is, ".xml" included. Reads regular files only, and
 // needs no more memory than one line that fits the reader and what it says about it.
 ModelCheck check_model_file(const std::string& path);
+
+// The same of a model's text.
+ModelCheck check_model(std::istream& text);
 
 }  // namespace wgr

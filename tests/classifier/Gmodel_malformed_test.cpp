@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -18,10 +19,24 @@ using ::testing::IsEmpty;
 
 class MalformedModelTest : public ::testing::Test {
  protected:
-  // Reads `content` into `model`.
+  // Reads `content` into `model`; what memory makes of it is the same.
   void read(const std::string& content) {
+    std::istringstream memory(content);
+    Gmodel other = model;
+    other.read(memory);
     write_file(path + ".xml", content);
     EXPECT_TRUE(model.read(path.c_str()));
+    EXPECT_EQ(other.nclasses, model.nclasses);
+    EXPECT_EQ(other.nTemplate, model.nTemplate);
+    EXPECT_EQ(other.normalize, model.normalize);
+    EXPECT_EQ(other.havegravity, model.havegravity);
+    EXPECT_EQ(other.class_labels, model.class_labels);
+    EXPECT_EQ(other.class_thresholds, model.class_thresholds);
+    ASSERT_EQ(other.templates.size(), model.templates.size());
+    for (size_t t = 0; t < model.templates.size(); ++t) {
+      EXPECT_EQ(other.templates[t].first, model.templates[t].first);
+      EXPECT_TRUE(same_bits(other.templates[t].second, model.templates[t].second));
+    }
   }
 
   const Points& points(size_t t) const { return model.templates.at(t).second; }
@@ -181,6 +196,8 @@ TEST_F(MalformedModelTest, ANegativeCountThrows) {
     write_file(path + ".xml", content);
     Gmodel fresh;
     EXPECT_THROW(fresh.read(path.c_str()), std::length_error) << content;
+    std::istringstream memory(content);
+    EXPECT_THROW(fresh.read(memory), std::length_error) << content;
   }
 }
 

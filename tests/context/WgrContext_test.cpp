@@ -3,9 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "WgrInterface.h"
 #include "support/installed_models.h"
 #include "support/same_bits.h"
 #include "support/text.h"
@@ -111,6 +114,50 @@ TEST_F(Context, ConstructionLogsItsStepsInOrder) {
             "AgGes 50: Load model success!\n"
             "AgGes 70: AgGes end\n"
             "WgrContext 44: WgrConstruct end\n");
+}
+
+TEST_F(Context, AGivenClassifierIsTheHandlesWithoutAFile) {
+  std::filesystem::remove_all("/usr/share/GestureModel/olvo_model_5_fb");
+  auto classifier = std::make_unique<HGR>(0);
+  const HGR* const given = classifier.get();
+  *classifier->model = small_model(77, -1e6);
+  WgrHandle handle = new WgrContext(std::move(classifier));
+  EXPECT_EQ(read_log(),
+            "WgrContext 36: WgrConstruct start\n"
+            "WHD 623: WHD start\n"
+            "WHD 647: pp is NON NULL\n"
+            "WHD 658: WHD end\n"
+            "WgrContext 44: WgrConstruct end\n");
+  WgrContext& context = *static_cast<WgrContext*>(handle);
+  EXPECT_EQ(context.ages->hgr, given);
+  EXPECT_EQ(context.ages->work_mode, 1);
+  EXPECT_EQ(context.ages->static_window, 10);
+  EXPECT_EQ(context.ages->strength_threshold, 2.0);
+  EXPECT_EQ(context.whd->window_len, 50);
+
+  init_gesture_handle(handle, 50, {0, 0, 0}, -1, -1, -1, 50);
+  listen(context);
+  feed(context, rest(50) + gesture(20, 6.0) + rest(20));
+  ASSERT_EQ(reports.size(), 1u);
+  EXPECT_EQ(reports[0].gesture, 77);
+  // What a host asks for afterwards is what is installed.
+  set_gesture_model(handle, WG_WEARER_LEFT, static_cast<WgWorkMode>(0));
+  EXPECT_EQ(label(context), kFirstInstalledLabel);
+  destroy_gesture_handle(&handle);
+  EXPECT_EQ(handle, nullptr);
+}
+
+TEST_F(Context, NothingIsLoggedWhileLoggingIsOff) {
+  WgrContext::set_logging(false);
+  {
+    const auto context = make();
+    context->init_gesture_handle(50, {0, 0, 0}, -1, -1, -1, 50);
+    feed(*context, rest(50) + gesture(20, 6.0) + rest(20));
+  }
+  EXPECT_FALSE(std::filesystem::exists(kLogPath));
+  WgrContext::set_logging(true);
+  make();
+  EXPECT_NE(read_log(), "");
 }
 
 TEST_F(Context, BeforeItsInitialisationSamplesOnlyMeetTheMismatch) {
