@@ -123,7 +123,7 @@ function makePage(folder) {
   fs.writeFileSync(expected, labels + 'demo.csv,4.0,4.6,1\n' +
       `demo.csv,${weak.begin},${weak.end},2\n`);
   const made = spawnSync(kTool, ['explain', '--models', path.join(kRoot, 'models'),
-    '--expect', expected, path.join(kRoot, 'recordings/demo.csv'), '-o', report]);
+    '--expect', expected, path.join(kRoot, 'recordings/demo.csv'), '--report', report]);
   if (String(made.stderr).includes('built without its HTML report')) {
     skip(`${kTool} was built without its HTML report: npm and a network are needed`);
   }

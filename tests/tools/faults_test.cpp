@@ -251,7 +251,7 @@ static void judge_end(const Disturbed& d, const RunResult& result,
   }
   EXPECT_TRUE(result.status == 1 || result.status == 2) << "of another meaning";
   EXPECT_TRUE(says_why(d, result)) << "it does not say why";
-  // Files do not need a reader of the results: explain -o page | head.
+  // Files do not need a reader of the results: explain --report page | head.
   const bool printing_failed = written.others == 0 && !arrived(d, result);
   if (printing_failed) return;
   EXPECT_EQ(written.complete, 0u) << "it failed, and wrote some files all the same";
@@ -641,9 +641,9 @@ static void add_targets(std::vector<Case>& cases, const FaultCommand& command) {
   for (size_t i = 0; i < command.outputs.size(); ++i) {
     const std::string target = command.outputs[i];
     for (const Fault& fault : faults_of_a_target()) add(cases, command, fault, target);
-    const bool launched =
-        std::string(command.words).find("--models") != std::string::npos ||
-        std::string(command.words).find("eval") == 0;
+    const std::string words = command.words;
+    const bool launched = words.find("--models") != std::string::npos &&
+                          words.find("--log") != std::string::npos;
     if (i == 0 && !launched) {
       for (const Fault& fault : faults_of_a_plain_user())
         add(cases, command, fault, target);

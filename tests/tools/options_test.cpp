@@ -69,6 +69,8 @@ static const NumberOption kNumbers[] = {
     {"build", "--sample-rate", whole_from(10, 1000)},
     {"build", "--min-length", whole_from(2, 10000)},
     {"build", "--max-size", whole_from(1, 1000000)},
+    {"eval", "--wearer", whole_from(0, 1)},
+    {"eval", "--mode", whole_from(0, 2)},
     {"eval", "--folds", whole_from(2, 1000)},
     {"eval", "--templates", whole_from(1, 100)},
     {"eval", "--tolerance", number_from(0, 1)},
@@ -79,6 +81,8 @@ static const NumberOption kNumbers[] = {
     {"eval", "--sample-rate", whole_from(10, 1000)},
     {"eval", "--min-length", whole_from(2, 10000)},
     {"eval", "--max-size", whole_from(1, 1000000)},
+    {"doctor", "--wearer", whole_from(0, 1)},
+    {"doctor", "--mode", whole_from(0, 2)},
     {"doctor", "--sample-rate", whole_from(1, 100000)},
     {"doctor", "--seconds", number_above(0, 1000000000)},
     {"log", "--sample-rate", number_from(1, 100000)},
@@ -94,12 +98,13 @@ static const std::map<std::string, std::string> kWords = {
 
 // Everything else names a file or a folder.
 static const std::map<std::string, Words> kPaths = {
-    {"replay", {"--models", "--log"}},
-    {"explain", {"--models", "--expect", "--out"}},
+    {"replay", {"--model", "--models", "--log"}},
+    {"explain", {"--model", "--models", "--expect", "--report"}},
     {"synth", {"--out", "--labels", "--plan", "--script", "--training"}},
     {"segment", {"--out", "--background"}},
     {"build", {"--out", "--slots", "--report", "--background"}},
-    {"eval", {"--model", "--report", "--background"}},
+    {"eval", {"--model", "--models", "--report", "--background"}},
+    {"doctor", {"--model", "--models"}},
     {"preflight", {"--models"}},
 };
 
@@ -250,7 +255,8 @@ TEST(Options, LeadingZerosDoNotMakeANumberOctal) {
   CLI::App wgr;
   add_all(wgr);
   keep_from_running(wgr);
-  EXPECT_THROW(parse_and_run(wgr, {"replay", "--sample-rate", "0100", "X"}), EndWithStatus);
+  EXPECT_THROW(parse_and_run(wgr, {"replay", "--sample-rate", "0100", "X"}),
+               EndWithStatus);
   EXPECT_EQ(wgr.get_subcommand("replay")->get_option("--sample-rate")->as<int>(), 100);
 }
 
@@ -274,9 +280,10 @@ TEST(Options, WordsAreTakenAsTheyAreAndOthersAreRefused) {
 }
 
 TEST(Options, AWordThatIsNoneOfSeveralIsRefusedWithAllOfThem) {
-  EXPECT_EQ(said_of({"eval", "X", "--leave-out", "sesion"}),
-            "--leave-out: subject, repetition or session is wanted, not \"sesion\"; did you "
-            "mean session? See wgr eval --help");
+  EXPECT_EQ(
+      said_of({"eval", "X", "--leave-out", "sesion"}),
+      "--leave-out: subject, repetition or session is wanted, not \"sesion\"; did you "
+      "mean session? See wgr eval --help");
 }
 
 TEST(Options, APathIsNeitherNothingNorTheNextOption) {
@@ -338,7 +345,9 @@ TEST(Options, AMisspeltOptionIsNamedWithTheRightOne) {
     if (option.get_positional() || option.get_group().empty()) return;
     if (right.size() < 6 || right == "--help") return;  // several are as near
     for (const std::string& wrong : misspelt(right)) {
-      if (wrong.rfind("--persons", 0) == 0) continue;  // not misspelt
+      if (wrong.rfind("--persons", 0) == 0 || wrong.rfind("--models", 0) == 0) {
+        continue;  // not misspelt
+      }
       const std::string said = said_of(line(command, {wrong, "3"}));
       const std::string name = wrong.substr(0, wrong.find('='));
       if (said.find("did you mean " + right + "?") != std::string::npos) ++tried;
@@ -490,11 +499,12 @@ TEST(Help, ItsExamplesNameRecordingsThatExist) {
 
 TEST(Program, SaysWhoItIsBeforeEveryMessageAndEndsWithTwo) {
   for (const std::string arguments :
-       {"", "replya x", "replay", "replay --sample-rate nan x", "replay --wearer", "model",
-        "replay --models /nowhere x", "eval", "build -o x", "segment /nowhere -o x",
-        "log /nowhere", "doctor /nowhere", "explain --models /nowhere x",
-        "model show /nowhere.xml", "preflight --models /nowhere", "selfcheck x",
-        "synth --style mixed -o -", "synth --script /nowhere -o -"}) {
+       {"", "replya x", "replay", "replay --sample-rate nan x", "replay --wearer",
+        "model", "replay --models /nowhere x", "eval", "build -o x",
+        "segment /nowhere -o x", "log /nowhere", "doctor /nowhere",
+        "explain --models /nowhere x", "model show /nowhere.xml",
+        "preflight --models /nowhere", "selfcheck x", "synth --style mixed -o -",
+        "synth --script /nowhere -o -"}) {
     const Outcome outcome = run_wgr(arguments);
     EXPECT_EQ(outcome.status, 2) << arguments;
     EXPECT_EQ(outcome.out, "") << arguments;

@@ -72,7 +72,7 @@ TempDirectory* Commands::shared_ = nullptr;
 
 // Each with everything that it can write, at "@/x.xml", "@/y" and "@/z".
 static const char* const kWriters[] = {
-    "explain --models MODELS @/walk.csv -o @/x.xml",
+    "explain --models MODELS @/walk.csv --report @/x.xml",
     "replay --models MODELS @/walk.csv --log @/x.xml",
     "segment @/set -o @/x.xml",
     "build @/g.txt -o @/x.xml --report @/y",
@@ -133,12 +133,12 @@ TEST_F(Commands, RefuseToOverwriteWhatTheyRead) {
     const char* message;
   } cases[] = {
       {"replay --models MODELS --log @/walk.csv @/walk.csv", "--log"},
-      {"explain --models MODELS @/walk.csv -o @/walk.csv", "-o"},
+      {"explain --models MODELS @/walk.csv --report @/walk.csv", "--report"},
       {"explain --models MODELS --expect @/set/labels.csv @/walk.csv "
-       "-o @/set/labels.csv",
+       "--report @/set/labels.csv",
        "--expect"},
-      {"explain --models MODELS @/walk.csv -o -", "standard output"},
-      {"explain --models MODELS @/walk.csv -o /home/app/page.html", "would be lost"},
+      {"explain --models MODELS @/walk.csv --report -", "standard output"},
+      {"replay --models MODELS @/walk.csv --log /home/app/log", "would be lost"},
       {"segment @/set -o @/set/labels.csv", "FOLDER"},
       {"segment @/set -o @/set/p001_free.csv", "FOLDER"},
       {"segment @/set --background @/walk.csv -o @/walk.csv", "--background"},
@@ -251,7 +251,7 @@ TEST_F(Commands, EndWithStatusOneWhenTheirResultsAreLost) {
 
 TEST_F(Commands, WriteTheirFilesThoughNobodyReadsTheResults) {
   const std::string command = placed(std::string(WGR_PROGRAM) + " explain --models " +
-                                     kModels + " @/walk.csv -o @/page");
+                                     kModels + " @/walk.csv --report @/page");
   const Outcome outcome = run_command("{ sleep 0.2; " + command + "; echo $? >" +
                                       file("status") + "; } | true");
   EXPECT_EQ(outcome.status, 0);
@@ -310,8 +310,8 @@ TEST_F(Commands, MakeMissingFoldersForEveryOutput) {
 TEST_F(Commands, WriteRelativeToAnyWorkingDirectory) {
   const std::string deep = file(std::string(200, 'd') + "/" + std::string(200, 'e'));
   fs::create_directories(deep);
-  const Outcome outcome =
-      run("explain --models " + kModels + " @/walk.csv -o page", "cd '" + deep + "';");
+  const Outcome outcome = run("explain --models " + kModels + " @/walk.csv --report page",
+                              "cd '" + deep + "';");
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_TRUE(fs::exists(deep + "/page"));
 }

@@ -119,9 +119,9 @@ TEST(PeakMemory, AnExplanationTakesAShareOfADay) {
   if (!measures_memory()) GTEST_SKIP() << "this build takes memory of its own";
   constexpr double kHours = 1.5;
   for (const std::string option : {"", "--json "}) {
-    const Measured run =
-        run_measured("explain --sample-rate 50 " + option + "--models " + WGR_ROOT + "/models -",
-                     [&](std::FILE* out) { write_hours(kHours, 50, out); });
+    const Measured run = run_measured(
+        "explain --sample-rate 50 " + option + "--models " + WGR_ROOT + "/models -",
+        [&](std::FILE* out) { write_hours(kHours, 50, out); });
     EXPECT_EQ(run.status, 0);
     EXPECT_LT(run.kilobytes, 16000 + 300000.0 / 24.0 * kHours);
     EXPECT_GT(run.out.size(), 100000u);
@@ -135,9 +135,9 @@ TEST(PeakMemory, APageTakesAShareOfADay) {
   const TempDirectory directory;
   const std::string page = directory.file("page.html");
   constexpr double kHours = 3.0;
-  const Measured run =
-      run_measured("explain --sample-rate 50 -o " + page + " --models " + WGR_ROOT + "/models -",
-                   [&](std::FILE* out) { write_hours(kHours, 50, out); });
+  const Measured run = run_measured(
+      "explain --sample-rate 50 --report " + page + " --models " + WGR_ROOT + "/models -",
+      [&](std::FILE* out) { write_hours(kHours, 50, out); });
   EXPECT_EQ(run.status, 0);
   EXPECT_LT(run.kilobytes, 65000 + 235000.0 / 24.0 * kHours);
   EXPECT_GT(read_file(page).size(), 1000000u);

@@ -10,7 +10,7 @@
 #include "base/errors.h"
 #include "hostrun/fixed_paths.h"
 #include "hostrun/host_run.h"
-#include "hostrun/private_log.h"
+#include "hostrun/kept_log.h"
 #include "live_replay.h"
 #include "output/output_files.h"
 #include "output/temporary_file.h"
@@ -276,10 +276,12 @@ TEST_F(Replay, AMissingDefaultModelIsSaidBeforeTheLibraryEndsTheProcess) {
   const Outcome outcome = run_wgr("replay " + quoted_);
   EXPECT_EQ(outcome.status, 2);
   EXPECT_EQ(outcome.out, "");
-  EXPECT_EQ(outcome.err,
-            "wgr: /usr/share/GestureModel/olvo_model_5_fb/hgr_olvo.xml: cannot be read: "
-            "No such file or directory. It is the model that the library cannot start "
-            "without; name a folder that holds it with --models DIR, or install it.\n");
+  EXPECT_EQ(
+      outcome.err,
+      "wgr: /usr/share/GestureModel/olvo_model_5_fb/hgr_olvo.xml: cannot be read: "
+      "No such file or directory. It is the model that the library cannot start "
+      "without; name another with --model FILE, a folder that holds it with --models "
+      "DIR, or install it.\n");
   EXPECT_EQ(read_log(), "") << "the library was not even asked";
 }
 

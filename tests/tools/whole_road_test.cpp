@@ -267,9 +267,9 @@ TEST_F(WholeRoad, LeavesPeopleOut) {
 TEST_F(WholeRoad, LeavesTakesOut) {
   succeed("synth --training " + path("set") +
           " --persons 3 --gestures 3 --distractors 10");
-  for (const std::string how : {"", " --spans"}) {
+  for (const std::string how : {"", " --use-annotations"}) {
     const Outcome eval =
-        run_wgr("eval " + path("set") + " --leave-out take --folds 4 --json" + how);
+        run_wgr("eval " + path("set") + " --leave-out repetition --folds 4 --json" + how);
     ASSERT_EQ(eval.status, 0) << eval.err;
     const json figures = json::parse(eval.out);
     ASSERT_EQ(figures["folds"].size(), 4u);

@@ -10,6 +10,7 @@
 #include "arguments/command_line.h"
 #include "base/foreign_text.h"
 #include "commands/subcommands.h"
+#include "context/WgrContext.h"
 #include "output/standard_output.h"
 #include "recording/recording.h"
 
@@ -57,6 +58,7 @@ static int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   prepare_descriptors();
+  WgrContext::set_logging(false);  // /home/app/WgrLog.txt is a host's
   const int status = run(argc, argv);
   try {
     finish_results();

@@ -2,19 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <sstream>
+#include <memory>
 
 #include "base/class_codes.h"
 #include "base/errors.h"
 #include "base/progress.h"
 #include "classifier/HGR.h"
-#include "hostrun/fixed_paths.h"
 #include "hostrun/host_run.h"
-#include "output/output_files.h"
-#include "training/model_findings.h"
 #include "training/model_output.h"
 #include "training/training_file.h"
 
@@ -129,8 +124,9 @@ static Division divide(const SegmentedSet& set, const EvaluationOptions& options
     division.background.push_back(fold);
     division.takes.emplace_back();
     for (const Annotation& span : recording.spans) {
-      division.takes.back().push_back(
-          options.leave_out == LeaveOut::kRepetition ? takes_of[span.label]++ % folds : fold);
+      division.takes.back().push_back(options.leave_out == LeaveOut::kRepetition
+                                          ? takes_of[span.label]++ % folds
+                                          : fold);
     }
   }
   if (options.leave_out == LeaveOut::kNothing) division.names = {"nothing"};
@@ -150,10 +146,9 @@ static Division divide(const SegmentedSet& set, const EvaluationOptions& options
 using Answers = std::vector<std::optional<GestureEvent>>;
 
 static Answers play_stream(const SegmentedRecording& recording,
-                           const Provenance& provenance) {
+                           const Provenance& provenance, const Gmodel& model) {
   HostRunOptions options;
-  options.wearer = kDefaultWearer;
-  options.mode = kDefaultMode;
+  options.model = std::make_shared<const Gmodel>(model);
   options.rate = provenance.rate;
   options.shortest = provenance.shortest;
   HostRun session(options);
@@ -292,8 +287,9 @@ static void play(const SegmentedSet& set, const Division& division, size_t f,
     const std::vector<size_t>& folds = division.takes[r];
     const bool background = division.background[r] == f;
     if (!background && std::count(folds.begin(), folds.end(), f) == 0) continue;
-    const Answers answers = recording.whole ? ask_classifier(classifier, recording)
-                                            : play_stream(recording, set.provenance);
+    const Answers answers =
+        recording.whole ? ask_classifier(classifier, recording)
+                        : play_stream(recording, set.provenance, *classifier.model);
     if (background) progress.add(1);
     const auto note = [&](Played played) {
       played.recording = r;
@@ -370,15 +366,8 @@ static double hours_in(const SegmentedSet& set, const Division& division, size_t
 
 Evaluation evaluate(const SegmentedSet& set, const EvaluationOptions& options) {
   const Division division = divide(set, options);
-  const std::string place = model_file(kInstalledModels, kDefaultWearer, kDefaultMode);
   std::optional<ModelBuilder> builder;
-  if (options.leave_out == LeaveOut::kNothing) {
-    std::ifstream model(options.model, std::ios::binary);
-    if (!model) throw UsageError(options.model + ": cannot be read");
-    std::ostringstream bytes;
-    bytes << model.rdbuf();
-    write_output(place, bytes.str());
-  } else {
+  if (options.leave_out != LeaveOut::kNothing) {
     builder.emplace(
         parse_training_text(training_text(kept_motions(set), set.provenance.gravity)),
         options.build.threads, false, set.provenance.subjects);
@@ -390,12 +379,13 @@ Evaluation evaluate(const SegmentedSet& set, const EvaluationOptions& options) {
   for (size_t f = 0; f < division.names.size(); ++f) {
     Fold fold;
     fold.left_out = division.names[f];
+    HGR classifier(0);
     if (builder) {
       BuildOptions build = options.build;
       build.background_hours = hours_in(set, division, f);
       BuildReport report;
       const std::vector<bool> taken = taken_in(set, division, f);
-      write_output(place, model_text(builder->build(taken, build, report)));
+      *classifier.model = as_read_back(builder->build(taken, build, report));
       count_unjudged(set, division, f, report, result);
       const Tally by_all = builder->named_by_all(taken);
       result.by_all.samples += by_all.samples;
@@ -403,10 +393,8 @@ Evaluation evaluate(const SegmentedSet& set, const EvaluationOptions& options) {
       fold.samples = report.samples();
       fold.templates = report.templates();
     }
-    HGR classifier(0);
-    classifier.model->read(std::filesystem::path(place).replace_extension("").c_str());
     if (!builder) {
-      require_comparable(*classifier.model, options.model);
+      *classifier.model = options.model;
       fold.templates = classifier.model->templates.size();
     }
     result.models.push_back(*classifier.model);

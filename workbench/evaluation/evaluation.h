@@ -18,7 +18,7 @@ namespace wgr {
 enum class LeaveOut { kNothing, kSubject, kRepetition, kSession };
 
 struct EvaluationOptions {
-  std::string model;  // file; with LeaveOut::kNothing
+  Gmodel model;  // with LeaveOut::kNothing
   LeaveOut leave_out = LeaveOut::kNothing;
   int folds = 10;      // of takes
   BuildOptions build;  // of the folds' models
@@ -80,8 +80,7 @@ struct Evaluation {
   std::optional<double> latency(double quantile) const;
 };
 
-// Puts models at the library's fixed place, which must be there to be written to. Throws
-// UsageError for recordings that cannot be divided as asked.
+// Throws UsageError for recordings that cannot be divided as asked.
 Evaluation evaluate(const SegmentedSet& set, const EvaluationOptions& options);
 
 }  // namespace wgr

@@ -82,6 +82,7 @@ struct Explanation {
   std::string recording;
   Settings settings = {};
   Gmodel model;                      // that was in use
+  std::string model_file;            // set before: where it is from
   bool for_page = false;             // set before: what a page draws is kept
   bool keep_traces = false;          // set before: so are all traces and scores
   std::deque<double> times;          // s, of each sample

@@ -4,6 +4,7 @@
 #include <exception>
 
 #include "base/errors.h"
+#include "context/WgrContext.h"
 #include "golden/selfcheck.h"
 #include "output/standard_output.h"
 
@@ -11,6 +12,7 @@ using namespace wgr;
 
 int main(int argc, char** argv) {
   prepare_descriptors();
+  WgrContext::set_logging(false);  // /home/app/WgrLog.txt is a host's
   const bool record = argc == 2 && std::strcmp(argv[1], "--record") == 0;
   if (argc > 1 && !record) {
     std::fputs("usage: wgr-selfcheck [--record]\n", stderr);

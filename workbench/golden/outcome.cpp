@@ -203,12 +203,11 @@ static void count_event(void*, int, void* events) { ++*static_cast<int*>(events)
 
 static std::string interface_difference(const GoldenStream& stream,
                                         const std::vector<GoldenRecognition>& expected) {
-  WgrHandle handle = create_gesture_handle();
+  WgrHandle handle = new WgrContext(std::make_unique<HGR>(0));
   init_gesture_handle(handle, stream.rate, stream.bias, 0, 0, 0, stream.rate);
   set_gesture_rec_sensitivity(handle, stream.level);
   int called = 0;
   register_gesture_event_cb(handle, count_event, &called);
-  // The golden models instead of the machine's, which may be any.
   Gmodel& model = *static_cast<WgrContext*>(handle)->ages->hgr->model;
   model = golden_model(stream.model);
 
@@ -236,7 +235,7 @@ static std::string interface_difference(const GoldenStream& stream,
   return difference;
 }
 
-GoldenOutcome golden_outcome(int index, bool ask_interface) {
+GoldenOutcome golden_outcome(int index) {
   const GoldenStream stream = golden_stream(index);
   GoldenOutcome outcome = {};
   Digest samples;
@@ -257,9 +256,7 @@ GoldenOutcome golden_outcome(int index, bool ask_interface) {
   digest_given_traces(stream, std::move(motions), outcome);
 
   recognise(stream, outcome.recognitions);
-  if (ask_interface) {
-    outcome.interface_difference = interface_difference(stream, outcome.recognitions);
-  }
+  outcome.interface_difference = interface_difference(stream, outcome.recognitions);
   return outcome;
 }
 

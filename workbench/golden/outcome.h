@@ -40,12 +40,11 @@ struct GoldenRecognition {
 struct GoldenOutcome {
   std::array<uint64_t, kExactStages> digests;
   std::vector<GoldenRecognition> recognitions;
-  // What the C interface does otherwise than the engine; empty when nothing, and when it
-  // cannot be asked because the machine has no model for it to start with.
+  // What the C interface does otherwise than the engine; empty when nothing.
   std::string interface_difference;
 };
 
 // Runs one stream.
-GoldenOutcome golden_outcome(int index, bool ask_interface);
+GoldenOutcome golden_outcome(int index);
 
 }  // namespace wgr

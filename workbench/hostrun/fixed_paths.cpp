@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -36,19 +35,31 @@ static std::string unreadable(const std::string& path) {
   return regular ? "" : "it is not a regular file";
 }
 
+std::string existing_folder(const std::string& path) {
+  std::error_code missing;
+  const std::string folder = std::filesystem::canonical(path, missing);
+  if (missing) throw UsageError(path + ": " + missing.message());
+  return folder;
+}
+
 static void require_model(const std::string& path, const std::string& role) {
   const std::string reason = unreadable(path);
   if (reason.empty()) return;
   throw UsageError(path + ": cannot be read: " + reason + ". It is " + role +
-                   "; name a folder that holds it with --models DIR, or install it.");
+                   "; name another with --model FILE, a folder that holds it with "
+                   "--models DIR, or install it.");
+}
+
+void require_model(const std::string& folder, int wearer, int mode) {
+  require_model(model_file(folder, wearer, mode), "the model for wearer " +
+                                                      std::to_string(wearer) + ", mode " +
+                                                      std::to_string(mode));
 }
 
 void require_models(const std::string& folder, int wearer, int mode) {
   require_model(model_file(folder, kDefaultWearer, kDefaultMode),
                 "the model that the library cannot start without");
-  require_model(model_file(folder, wearer, mode), "the model for wearer " +
-                                                      std::to_string(wearer) + ", mode " +
-                                                      std::to_string(mode));
+  require_model(folder, wearer, mode);
 }
 
 // Runs this program again through the launcher, told to do so by `options`.
@@ -77,26 +88,19 @@ void require_models(const std::string& folder, int wearer, int mode) {
   throw UsageError(launcher + ": cannot be run: " + std::strerror(errno));
 }
 
-[[noreturn]] void run_again_with_models(const std::string& folder,
+[[noreturn]] void run_in_private_places(const std::string& models,
                                         const std::vector<std::string>& arguments) {
-  run_again({"--models", folder}, arguments);
+  run_again(models.empty() ? std::vector<std::string>()
+                           : std::vector<std::string>{"--models", models},
+            arguments);
 }
 
-[[noreturn]] void run_again_beside_own_home(const std::string& folder,
-                                            const std::vector<std::string>& arguments) {
-  run_again({"--models", folder, "--keep-home"}, arguments);
+[[noreturn]] void run_beside_own_home(const std::string& models,
+                                      const std::vector<std::string>& arguments) {
+  run_again({"--models", models, "--keep-home"}, arguments);
 }
 
-[[noreturn]] void run_again_with_own_places(const std::vector<std::string>& arguments) {
-  run_again({}, arguments);
-}
-
-void add_in_place_flag(CLI::App& command, bool& in_place) {
-  command.add_flag(kInPlace, in_place)->group("")->check([](const std::string&) {
-    if (std::getenv(kPlacesArePrivate) != nullptr) return std::string();
-    throw UsageError(std::string(kInPlace) + ": is for the tool's own use");
-  });
-}
+bool are_places_private() { return std::getenv(kPlacesArePrivate) != nullptr; }
 
 void keep_out_of_private_places(OutputPlan& plan) {
   plan.loses(kInstalledModels);

@@ -7,10 +7,6 @@
 
 #include "output/output_plan.h"
 
-namespace CLI {
-class App;
-}
-
 namespace wgr {
 
 inline constexpr char kInstalledModels[] = "/usr/share/GestureModel";
@@ -24,28 +20,30 @@ inline constexpr int kDefaultMode = 1;
 // The file of one of the six models in a folder of models.
 std::string model_file(const std::string& folder, int wearer, int mode);
 
-// Throws UsageError, with what to do, unless the folder holds the model that every
+// The folder, with all links followed. Throws UsageError when there is none.
+std::string existing_folder(const std::string& path);
+
+// Throws UsageError, with what to do, unless the folder holds the chosen model.
+void require_model(const std::string& folder, int wearer, int mode);
+
+// The same, unless it holds the model that every
 // handle starts with, without which the library ends the process, and the chosen one.
 void require_models(const std::string& folder, int wearer, int mode);
 
-// Runs this program again with `arguments` (without the program's name) and the folder
-// of models at kInstalledModels, for it alone. Does not return; throws UsageError when
-// the launcher cannot be found or run.
-[[noreturn]] void run_again_with_models(const std::string& folder,
+// Runs this program again with `arguments` (without the program's name) and both places
+// to itself: to be written to, and gone when the program ends, or with the folder of
+// models, where it is not empty, shown at kInstalledModels. Does not return; throws
+// UsageError when the launcher cannot be found or run.
+[[noreturn]] void run_in_private_places(const std::string& models,
                                         const std::vector<std::string>& arguments);
 
-// The same, but what is at /home/app, or that nothing is, stays as it is for the others.
-[[noreturn]] void run_again_beside_own_home(const std::string& folder,
-                                            const std::vector<std::string>& arguments);
+// The same with the models alone: what is at /home/app, or that nothing is, stays as it
+// is for the others.
+[[noreturn]] void run_beside_own_home(const std::string& models,
+                                      const std::vector<std::string>& arguments);
 
-// The same with both places empty, to be written to, and gone when the program ends.
-[[noreturn]] void run_again_with_own_places(const std::vector<std::string>& arguments);
-
-// What the arguments of such a second run hold besides: the places are its own.
-inline constexpr char kInPlace[] = "--in-place";
-
-// Adds it, hidden from the help. Whoever gives it to another run is refused.
-void add_in_place_flag(CLI::App& command, bool& in_place);
+// Whether this is such a run.
+bool are_places_private();
 
 // What a second run would write there is lost.
 void keep_out_of_private_places(OutputPlan& plan);

@@ -5,8 +5,11 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
+#include <utility>
 
 #include "base/errors.h"
+#include "context/WgrContext.h"
 #include "hostrun/fixed_paths.h"
 #include "output/temporary_file.h"
 
@@ -50,7 +53,13 @@ class KeptWorkingDirectory {
 
 }  // namespace
 
-static WgrHandle create() {
+static WgrHandle create_with(const Gmodel& model) {
+  auto classifier = std::make_unique<HGR>(0);
+  *classifier->model = model;
+  return new WgrContext(std::move(classifier));
+}
+
+static WgrHandle create_with_installed_models() {
   static const bool registered = std::atexit(report_end_while_creating) == 0;
   const KeptWorkingDirectory before;
   creating = registered;
@@ -59,14 +68,18 @@ static WgrHandle create() {
   return handle;
 }
 
-HostRun::HostRun(const HostRunOptions& options) : handle_(create()) {
+HostRun::HostRun(const HostRunOptions& options)
+    : handle_(options.model ? create_with(*options.model)
+                            : create_with_installed_models()) {
   if (options.initialise) {
     init_gesture_handle(handle_, options.rate, options.gyro_bias, options.shortest,
                         kLibraryChooses, kLibraryChooses, kHandWindow);
   }
-  const KeptWorkingDirectory before;
-  set_gesture_model(handle_, static_cast<WgWatchWearer>(options.wearer),
-                    static_cast<WgWorkMode>(options.mode));
+  if (!options.model) {
+    const KeptWorkingDirectory before;
+    set_gesture_model(handle_, static_cast<WgWatchWearer>(options.wearer),
+                      static_cast<WgWorkMode>(options.mode));
+  }
   if (options.sensitivity) set_gesture_rec_sensitivity(handle_, *options.sensitivity);
   register_gesture_event_cb(handle_, on_gesture, this);
 }

@@ -1,15 +1,18 @@
 // One host of the library, as a watch's sensor service is one: it drives the library
-// through its C interface and nothing else.
+// through its C interface. Only a handle with a model of its own is not made by it.
 #pragma once
 
+#include <memory>
 #include <optional>
 
 #include "WgrInterface.h"
+#include "classifier/Gmodel.h"
 #include "recording/recording.h"
 
 namespace wgr {
 
 struct HostRunOptions {
+  std::shared_ptr<const Gmodel> model;   // in the place of all; null: the installed ones
   int wearer = 0;                        // 0: left wrist, 1: right wrist
   int mode = 1;                          // 0, 1 or 2
   int rate = 50;                         // samples per second
@@ -28,9 +31,9 @@ struct GestureEvent {
 
 class HostRun {
  public:
-  // The models must be in place (see require_models()). A default model that the
-  // library cannot load all the same ends the process: with a message and
-  // kExitBadInput, not silently and with 0 as it would without this class.
+  // Without a model of its own the installed ones must be there (see require_models()). A
+  // default model that the library cannot load all the same ends the process: with a
+  // message and kExitBadInput, not silently and with 0 as it would without this class.
   explicit HostRun(const HostRunOptions& options);
   ~HostRun();
   HostRun(const HostRun&) = delete;

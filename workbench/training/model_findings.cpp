@@ -1,14 +1,11 @@
 #include "training/model_findings.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
-#include <stdexcept>
+#include <fstream>
+#include <sstream>
 
 #include "base/errors.h"
 #include "base/foreign_text.h"
@@ -18,7 +15,6 @@
 
 namespace wgr {
 
-static constexpr char kSuffix[] = ".xml";
 static constexpr size_t kMostTold = 10;
 
 std::string line_about(const std::string& path, const ModelFinding& finding) {
@@ -33,7 +29,7 @@ static bool can_compare(const Gmodel& model) {
                      [trailing](const auto& t) { return t.second.size() > trailing; });
 }
 
-void require_comparable(const Gmodel& model, const std::string& path) {
+static void require_comparable(const Gmodel& model, const std::string& path) {
   if (can_compare(model)) return;
   const ModelCheck check = check_model_file(path);
   throw UsageError(
@@ -42,20 +38,23 @@ void require_comparable(const Gmodel& model, const std::string& path) {
       (check.findings.empty() ? "" : "; " + line_about(path, check.findings.front())));
 }
 
-void require_useful_model(const std::string& path) {
+Gmodel read_model(const std::string& path) {
   const ModelCheck check = check_model_file(path);
   if (!check.loads) {
     throw UsageError(line_about(path, check.findings.front()) +
                      ": the library cannot load it");
   }
-  // Gmodel::read() appends the ending. Models without it are looked at where they are
-  // put.
-  const std::filesystem::path name(path);
+  std::ifstream file(path);
+  if (!file) throw UsageError(path + ": cannot be read: " + std::strerror(errno));
   Gmodel model;
-  if (name.extension() == kSuffix &&
-      model.read(std::filesystem::path(name).replace_extension("").c_str())) {
-    require_comparable(model, path);
-  }
+  model.read(file);
+  return model;
+}
+
+Gmodel read_useful_model(const std::string& path) {
+  Gmodel model = read_model(path);
+  require_comparable(model, path);
+  const ModelCheck check = check_model_file(path);
   for (size_t i = 0; i < std::min(check.findings.size(), kMostTold); ++i) {
     warn(line_about(path, check.findings[i]));
   }
@@ -63,26 +62,7 @@ void require_useful_model(const std::string& path) {
     warn("{}: and {} more; wgr model check lists them", path,
          check.findings.size() - kMostTold);
   }
-}
-
-// The library's check reads files: this one is in memory.
-static ModelCheck check_of(const std::string& text) {
-  const int fd = memfd_create("model", MFD_CLOEXEC);
-  size_t written = 0;
-  while (fd >= 0 && written < text.size()) {
-    const ssize_t count = write(fd, text.data() + written, text.size() - written);
-    if (count <= 0) break;
-    written += static_cast<size_t>(count);
-  }
-  if (fd < 0 || written < text.size()) {
-    const int reason = errno;
-    if (fd >= 0) close(fd);
-    throw std::runtime_error(std::string("the model cannot be checked: ") +
-                             std::strerror(reason));
-  }
-  const ModelCheck check = check_model_file(fmt::format("/proc/self/fd/{}", fd));
-  close(fd);
-  return check;
+  return model;
 }
 
 static std::string why_never(const ClassReport& c) {
@@ -102,7 +82,8 @@ void require_faultless_model(const Gmodel& model, const BuildReport& report,
     if (c.samples > 1 && c.threshold < 0.0) continue;
     throw UsageError(fmt::format("{}: class {} {}", input, c.label, why_never(c)));
   }
-  const ModelCheck check = check_of(model_text(model));
+  std::istringstream text(model_text(model));
+  const ModelCheck check = check_model(text);
   if (check.findings.empty()) return;
   throw UsageError(fmt::format("{}: the model built from it would be faulty: line {}: {}",
                                input, check.findings.front().line,

@@ -21,6 +21,13 @@ std::string model_text(const Gmodel& model) {
   return text.str();
 }
 
+Gmodel as_read_back(const Gmodel& model) {
+  std::istringstream text(model_text(model));
+  Gmodel read;
+  read.read(text);
+  return read;
+}
+
 static std::string beside(const std::string& path, const char* extension) {
   return std::filesystem::path(path).replace_extension(extension);
 }
@@ -178,6 +185,17 @@ JsonField manifest_fields() {
                 number_field("right", count), number_field("confused", count),
                 number_field("refused", count)})),
        list_field("notes", text_field("note")), samples});
+}
+
+std::optional<Provenance> provenance_of(const std::string& model) {
+  const std::string path = manifest_path(model);
+  if (model.empty() || !std::filesystem::exists(path)) return std::nullopt;
+  const nlohmann::ordered_json json = read_json(path, manifest_fields());
+  if (json.at("model_sha256") != sha256_of_file(model)) {
+    warn("{}: describes another model; it does not count", path);
+    return std::nullopt;
+  }
+  return provenance_from(json.at("samples"), path);
 }
 
 }  // namespace wgr

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 
 #include "base/sha256.h"
@@ -13,6 +14,9 @@ namespace wgr {
 
 // The model's file, as Gmodel writes it.
 std::string model_text(const Gmodel& model);
+
+// The model as whoever reads its file gets it, to a file's digits.
+Gmodel as_read_back(const Gmodel& model);
 
 // What goes beside a model: its path with ".report.txt" or ".model.json" for the
 // extension, or behind a name without one.
@@ -28,5 +32,9 @@ nlohmann::ordered_json manifest(const BuildReport& report, const BuildOptions& o
 
 // What a manifest holds, for read_json().
 JsonField manifest_fields();
+
+// What the model in the file was built from, by the manifest beside it; none where that
+// is missing, or of another model, which is said on standard error.
+std::optional<Provenance> provenance_of(const std::string& model);
 
 }  // namespace wgr

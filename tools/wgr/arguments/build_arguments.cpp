@@ -43,11 +43,4 @@ void add_build_options(CLI::App& command, BuildOptions& options) {
       ->option_text("N");
 }
 
-void add_report_option(CLI::App& command, std::string& page) {
-  command
-      .add_option("--report", page, "Draw every take and its score, a page for a browser")
-      ->transform(path_value())
-      ->option_text("FILE.html");
-}
-
 }  // namespace wgr

@@ -9,11 +9,7 @@
 namespace wgr {
 
 // Adds --templates, --tolerance, --share, --cross-subject, --false-cost,
-// --false-positives-per-hour and
-// --threads.
+// --false-positives-per-hour and --threads.
 void add_build_options(CLI::App& command, BuildOptions& options);
-
-// Adds --report, which names a page for a browser.
-void add_report_option(CLI::App& command, std::string& page);
 
 }  // namespace wgr

@@ -13,7 +13,7 @@ namespace wgr {
 static constexpr char kFooter[] =
     "Examples:\n"
     "  wgr replay --models models recordings/demo.csv\n"
-    "  wgr explain --models models -o report.html recordings/demo.csv\n"
+    "  wgr explain --models models --report report.html recordings/demo.csv\n"
     "  wgr replay --help\n"
     "\n"
     "Exit status: 0 done; 1 the machine failed (disk, memory), or a check found "

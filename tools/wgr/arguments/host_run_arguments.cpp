@@ -1,14 +1,14 @@
 #include "arguments/host_run_arguments.h"
 
 #include <cstdio>
-#include <filesystem>
+#include <memory>
 
 #include "arguments/values.h"
 #include "base/errors.h"
 #include "base/foreign_text.h"
 #include "hostrun/fixed_paths.h"
-#include "hostrun/private_log.h"
 #include "recording/clock.h"
+#include "training/model_findings.h"
 
 namespace wgr {
 
@@ -36,18 +36,7 @@ void add_host_run_arguments(CLI::App& command, HostRunArguments& given) {
       ->required()
       ->transform(path_name())
       ->option_text(" ");
-  command
-      .add_option("--models", given.models,
-                  "Folder of models, holding olvo_model_5_fb/hgr_olvo.xml\nand so on; "
-                  "otherwise /usr/share/GestureModel")
-      ->transform(path_value())
-      ->option_text("DIR");
-  command.add_option("--wearer", given.session.wearer, "0: left wrist, 1: right wrist")
-      ->transform(within(whole_from(0, 1)))
-      ->option_text("0|1 (0)");
-  command.add_option("--mode", given.session.mode, "Which of the wearer's three models")
-      ->transform(within(whole_from(0, 2)))
-      ->option_text("0|1|2 (1)");
+  add_model_options(command, given.model, "; otherwise\n/usr/share/GestureModel");
   command
       .add_option("--sample-rate", given.rate,
                   "Samples per second; otherwise what the time stamps of\na file say, "
@@ -62,12 +51,12 @@ void add_host_run_arguments(CLI::App& command, HostRunArguments& given) {
                   "1 permissive to 3 strict, -N for motions of N samples and more")
       ->transform(within(whole_from(-kLongestMotion, kStrictest)))
       ->option_text("LEVEL");
-  add_in_place_flag(command, given.in_place);
 }
 
 std::vector<std::string> host_run_words(const HostRunArguments& given) {
-  std::vector<std::string> words = {"--wearer=" + std::to_string(given.session.wearer),
-                                    "--mode=" + std::to_string(given.session.mode)};
+  std::vector<std::string> words = {"--wearer=" + std::to_string(given.model.wearer),
+                                    "--mode=" + std::to_string(given.model.mode)};
+  if (!given.model.file.empty()) words.push_back("--model=" + given.model.file);
   if (given.rate) words.push_back("--sample-rate=" + std::to_string(*given.rate));
   if (!given.bias.empty()) words.push_back("--bias=" + given.bias);
   if (given.session.sensitivity) {
@@ -76,35 +65,23 @@ std::vector<std::string> host_run_words(const HostRunArguments& given) {
   return words;
 }
 
-static bool is_model(const std::filesystem::path& path) {
-  return path.extension() == ".xml";
+void check_host_run(HostRunArguments& given, OutputPlan& plan) {
+  if (!given.bias.empty()) given.session.gyro_bias = parse_bias(given.bias);
+  plan.reads("RECORDING", given.recording);
+  add_inputs(plan, given.model);
+  plan.prints_results();
+  plan.check();
 }
 
-void prepare_host_run(HostRunArguments& given, OutputPlan& plan,
-                      const std::vector<std::string>& words) {
-  if (!given.bias.empty()) given.session.gyro_bias = parse_bias(given.bias);
-  const bool again = !given.in_place && (!given.models.empty() || given.keeps_log);
-  plan.reads("RECORDING", given.recording);
-  if (given.models.empty()) {
-    plan.reads_folder("the installed models", kInstalledModels, is_model);
+void take_model(HostRunArguments& given) {
+  given.session.wearer = given.model.wearer;
+  given.session.mode = given.model.mode;
+  if (names_model(given.model)) {
+    const std::string path = path_of(given.model);
+    given.session.model = std::make_shared<const Gmodel>(read_useful_model(path));
   } else {
-    plan.reads_folder("--models", given.models, is_model);
+    require_models(kInstalledModels, given.model.wearer, given.model.mode);
   }
-  plan.prints_results();
-  if (again) keep_out_of_private_places(plan);
-  plan.check();
-
-  std::error_code missing;
-  const std::string folder =
-      given.models.empty() ? std::string(kInstalledModels)
-                           : std::filesystem::canonical(given.models, missing).string();
-  if (missing) throw UsageError(given.models + ": " + missing.message());
-  require_models(folder, given.session.wearer, given.session.mode);
-  if (given.in_place && !given.keeps_log) drop_private_log();
-  if (!again) return;
-  std::vector<std::string> more = words;
-  more.insert(more.end(), {kInPlace, "--", given.recording});
-  run_again_with_models(folder, more);
 }
 
 int choose_rate(const HostRunArguments& given, RecordingReader& reader) {
@@ -118,10 +95,11 @@ int choose_rate(const HostRunArguments& given, RecordingReader& reader) {
   }
   const std::optional<int> rate = estimate_rate(reader.read_ahead(kSamplesForRate));
   if (!rate) {
-    std::fprintf(stderr,
-                 "wgr: %s: the time stamps give no rate: taking %d samples/s; --sample-rate HZ "
-                 "says otherwise\n",
-                 shown(given.recording).c_str(), kAssumedRate);
+    std::fprintf(
+        stderr,
+        "wgr: %s: the time stamps give no rate: taking %d samples/s; --sample-rate HZ "
+        "says otherwise\n",
+        shown(given.recording).c_str(), kAssumedRate);
     return kAssumedRate;
   }
   std::fprintf(stderr, "wgr: %s: %d samples/s by the time stamps\n",

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "arguments/model_arguments.h"
 #include "hostrun/host_run.h"
 #include "output/output_plan.h"
 #include "recording/recording.h"
@@ -16,11 +17,9 @@ inline constexpr char kStandardInput[] = "-";
 
 struct HostRunArguments {
   std::string recording;  // file; "-": standard input
-  std::string models;     // folder; empty: the installed ones
-  std::string bias;       // X,Y,Z
+  ModelArguments model;
+  std::string bias;  // X,Y,Z
   std::optional<int> rate;
-  bool keeps_log = false;  // wants the log of this run
-  bool in_place = false;   // runs with the library's places to itself
   HostRunOptions session;
 };
 
@@ -28,18 +27,17 @@ struct HostRunArguments {
 CLI::Validator gyro_bias();
 Point3Df parse_bias(const std::string& text);
 
-// Adds RECORDING, --models, --wearer, --mode, --sample-rate, --bias and --sensitivity.
+// Adds RECORDING, the options of the model, --sample-rate, --bias and --sensitivity.
 void add_host_run_arguments(CLI::App& command, HostRunArguments& given);
 
 // The words of the command line that stand for `given`, without --models and RECORDING.
 std::vector<std::string> host_run_words(const HostRunArguments& given);
 
-// Sets the gyroscope bias, completes and checks the plan, and sees that the models are
-// there. With --models, and for the log of this run, the process is replaced by a run of
-// the same program that has the library's places to itself: of the command line `words`,
-// then "--" and the recording.
-void prepare_host_run(HostRunArguments& given, OutputPlan& plan,
-                      const std::vector<std::string>& words);
+// Sets the gyroscope bias, completes the plan and checks it.
+void check_host_run(HostRunArguments& given, OutputPlan& plan);
+
+// Takes the model into the host run's options, or sees that the installed ones are there.
+void take_model(HostRunArguments& given);
 
 // The rate that was given, or else the recording's; said on standard error.
 int choose_rate(const HostRunArguments& given, RecordingReader& reader);

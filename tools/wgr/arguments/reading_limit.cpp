@@ -4,20 +4,15 @@
 
 namespace wgr {
 
-static constexpr char kOption[] = "--max-size";
 static constexpr unsigned long long kMega = 1'000'000;
 
 void add_max_size(CLI::App& command, ReadingLimit& limit) {
   command
       .add_option_function<unsigned>(
-          kOption, [&limit](unsigned megabytes) { limit.most = megabytes * kMega; },
+          "--max-size", [&limit](unsigned megabytes) { limit.most = megabytes * kMega; },
           "Most that is read of recordings, MB unpacked, for\nthey are kept in memory")
       ->transform(within(whole_from(1, 1'000'000)))
       ->option_text("MB (1000)");
-}
-
-std::string word_of(const ReadingLimit& limit) {
-  return std::string(kOption) + "=" + std::to_string(limit.most / kMega);
 }
 
 }  // namespace wgr

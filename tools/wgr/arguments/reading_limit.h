@@ -12,7 +12,4 @@ namespace wgr {
 // Adds --max-size.
 void add_max_size(CLI::App& command, ReadingLimit& limit);
 
-// The word of the command line that stands for the limit.
-std::string word_of(const ReadingLimit& limit);
-
 }  // namespace wgr

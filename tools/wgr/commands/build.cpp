@@ -5,6 +5,7 @@
 #include <string>
 
 #include "arguments/build_arguments.h"
+#include "arguments/report_option.h"
 #include "arguments/segmentation_arguments.h"
 #include "arguments/values.h"
 #include "base/foreign_text.h"
@@ -233,7 +234,7 @@ void add_build(CLI::App& wgr) {
       ->option_text("FILE");
   add_value(*command, "--slots", given->slots, "Table of several models to build",
             path_value(), "FILE");
-  add_report_option(*command, given->page);
+  add_report_option(*command, given->page, kDrawnTakes);
   add_build_options(*command, given->options);
   add_value(*command, "--background-hours", given->background_hours,
             "Duration of the background in a training file",

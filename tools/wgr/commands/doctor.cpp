@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "arguments/host_run_arguments.h"
+#include "arguments/model_arguments.h"
 #include "arguments/values.h"
 #include "base/numbers.h"
 #include "base/table.h"
@@ -17,12 +18,15 @@
 #include "output/output_plan.h"
 #include "recording/clock.h"
 #include "recording/recording.h"
+#include "training/model_findings.h"
+#include "training/model_output.h"
 
 namespace wgr {
 
 using Json = nlohmann::ordered_json;
 
 static constexpr double kLiveSeconds = 60.0;
+static constexpr double kRateTolerance = 0.02;  // between stream and model
 
 static constexpr char kFooter[] =
     R"(Reads a recording, or a minute of a live stream (-), and looks for: wrong units of either
@@ -39,8 +43,12 @@ accelerometer shows. So let the recording hold some turns about all axes with a 
 rest before and after each. What both sensors have in common cannot be seen: an axis turned
 in both, or all three of the accelerometer turned.
 
+A model is checked as by wgr model check, and its manifest, where wgr build left one beside
+it, tells whether it was built from samples at the stream's rate.
+
 Examples:
   wgr doctor walk.csv
+  wgr doctor --model models/olvo_model_5_fb/hgr_olvo.xml walk.csv
   wgr doctor --sample-rate 50 --bias=0.4,-0.2,0.1 walk.csv     as the host passes them
   sensor-stream | wgr doctor -
 
@@ -53,6 +61,7 @@ struct DoctorArguments {
   std::string recording;
   std::optional<double> seconds;
   std::string bias;  // X,Y,Z
+  ModelArguments model;
   bool json = false;
   DiagnosisOptions options;
 };
@@ -143,6 +152,21 @@ static void print_text(const Diagnosis& diagnosis) {
   }
 }
 
+// Whether the stream comes at the rate of what the model was built from.
+static void compare_rates(const std::string& model, Diagnosis& diagnosis) {
+  const std::optional<Provenance> built_from = provenance_of(model);
+  const std::optional<double> rate = diagnosis.facts.rate;
+  if (!built_from || built_from->rate <= 0 || !rate) return;
+  const double built_at = built_from->rate;
+  if (std::fabs(*rate / built_at - 1.0) <= kRateTolerance) return;
+  diagnosis.findings.push_back(
+      {"model-rate", Sureness::kLikely,
+       "the stream has " + fixed(*rate, 1) + " samples/s, and the model was built from " +
+           fixed(built_at, 0),
+       "build a model for this rate, or sample at the model's",
+       "wgr build --sample-rate " + rate_to_pass(diagnosis.facts), ""});
+}
+
 static void examine(DoctorArguments& given) {
   if (!given.bias.empty()) given.options.gyro_bias = parse_bias(given.bias);
   std::optional<double> seconds = given.seconds;
@@ -152,6 +176,8 @@ static void examine(DoctorArguments& given) {
   plan.reads("RECORDING", given.recording);
   plan.prints_results();
   plan.check();
+  const std::string model = names_model(given.model) ? path_of(given.model) : "";
+  if (!model.empty()) read_useful_model(model);
   RecordingReader reader(given.recording);
   StreamDiagnosis stream(given.options);
   std::optional<double> first;
@@ -165,7 +191,8 @@ static void examine(DoctorArguments& given) {
     if (seconds && sample.t - *first >= *seconds) break;
     stream.add(sample);
   }
-  const Diagnosis diagnosis = stream.finish();
+  Diagnosis diagnosis = stream.finish();
+  compare_rates(model, diagnosis);
   if (given.json) {
     print_json(diagnosis);
   } else {
@@ -187,6 +214,7 @@ void add_doctor(CLI::App& wgr) {
                    "Samples per second that the host passes to the library")
       ->transform(within(whole_from(1, kHighestRate)))
       ->option_text("HZ");
+  add_model_options(*command, given->model, "; otherwise\nno model is looked at");
   command->add_option("--bias", given->bias, "Gyroscope bias that it passes, deg/s")
       ->transform(gyro_bias())
       ->option_text("X,Y,Z");

@@ -1,22 +1,19 @@
 // wgr eval: how good a model is on labelled recordings.
-#include <charconv>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "arguments/build_arguments.h"
+#include "arguments/model_arguments.h"
+#include "arguments/report_option.h"
 #include "arguments/segmentation_arguments.h"
 #include "arguments/values.h"
 #include "base/foreign_text.h"
 #include "base/table.h"
 #include "commands/subcommands.h"
 #include "evaluation/evaluation.h"
-#include "hostrun/fixed_paths.h"
-#include "hostrun/private_log.h"
 #include "output/output_files.h"
 #include "output/output_plan.h"
 #include "output/standard_output.h"
@@ -39,6 +36,7 @@ named at least; false_positives_per_hour, latency at most. --report draws it all
 browser.
 
 Examples:
+  wgr eval set --models models --wearer 1 --mode 2
   wgr eval set --model models/olvo_model_5_fb/hgr_olvo.xml --require accuracy=0.95
   wgr eval set --leave-out subject --background walks --false-positives-per-hour 1 --json
 
@@ -52,7 +50,7 @@ struct Arguments {
   std::string page;  // file; empty: none
   std::vector<std::string> requirements;
   bool json = false;
-  bool in_place = false;  // run with the library's places to itself
+  ModelArguments model;
   SegmentationArguments segmentation;
   EvaluationOptions options;
 };
@@ -64,64 +62,34 @@ static CLI::Validator requirement() {
       [](const std::string& text) { return fault_in_requirement(text); }, "");
 }
 
-static std::vector<std::string> own_words() {
-  std::ifstream file("/proc/self/cmdline", std::ios::binary);
-  std::vector<std::string> words;
-  for (std::string word; std::getline(file, word, '\0');) words.push_back(word);
-  if (!words.empty()) words.erase(words.begin());
-  return words;
-}
-
-// The same run, with the library's fixed places to itself: models can be put there.
-[[noreturn]] static void run_again() {
-  std::vector<std::string> words = own_words();
-  words.push_back(kInPlace);
-  run_again_with_own_places(words);
-}
-
 static void check(const Arguments& given) {
   const bool leaves_out = given.options.leave_out != LeaveOut::kNothing;
-  if (given.options.model.empty() == !leaves_out) {
-    throw UsageError("eval: either --model or --leave-out is wanted");
+  if (names_model(given.model) == leaves_out) {
+    throw UsageError("eval: either --model, --models or --leave-out is wanted");
   }
   if (given.folder.empty() && given.segmentation.background.empty()) {
     throw UsageError("eval: FOLDER or --background is wanted");
   }
 }
 
-static std::string title_of(const Arguments& given) {
+// `model` is its file; empty: built from what is not left out.
+static std::string title_of(const Arguments& given, const std::string& model) {
   const std::string played = name_of_path(
       given.folder.empty() ? given.segmentation.background.front() : given.folder);
-  const std::string& model = given.options.model;
   if (model.empty()) return played + ", left out part by part";
   // All models have one name; their folders tell them apart.
   const std::string folder = name_of_path(std::filesystem::absolute(model).parent_path());
   return played + ", played to " + folder + "/" + name_of_path(model);
 }
 
-static void check_files(const Arguments& given) {
-  const std::string& model = given.options.model;
+static void check_files(const Arguments& given, const std::string& model) {
   OutputPlan plan;
   add_inputs(plan, given.folder, given.segmentation);
-  plan.reads("--model", model);
+  if (!model.empty()) add_inputs(plan, given.model);
   if (!model.empty()) plan.reads("the manifest of --model", manifest_path(model));
   plan.writes("--report", given.page);
   plan.prints_results();
-  if (!given.in_place) keep_out_of_private_places(plan);
   plan.check();
-}
-
-// The names of the model's classes, from the manifest beside it if that is its own.
-static Classes classes_of(const std::string& model) {
-  const std::string path = manifest_path(model);
-  if (model.empty() || !std::filesystem::exists(path)) return {};
-  const nlohmann::ordered_json json = read_json(path, manifest_fields());
-  if (json.at("model_sha256") != sha256_of_file(model)) {
-    std::fprintf(stderr, "wgr: %s: describes another model; it does not count\n",
-                 shown(path).c_str());
-    return {};
-  }
-  return provenance_from(json.at("samples"), path).classes;
 }
 
 static void warn_of_unjudged(const Evaluation& result) {
@@ -136,18 +104,16 @@ static void warn_of_unjudged(const Evaluation& result) {
   }
 }
 
-static void eval(const Arguments& given) {
+static void eval(Arguments& given) {
   check(given);
-  check_files(given);
-  if (!given.in_place) {
-    if (!given.options.model.empty()) require_useful_model(given.options.model);
-    run_again();
-  }
+  const std::string model = names_model(given.model) ? path_of(given.model) : "";
+  check_files(given, model);
+  if (!model.empty()) given.options.model = read_useful_model(model);
   separate_results(LibraryPrints::kNowhere);
-  drop_private_log();
 
-  const Classes classes = classes_of(given.options.model);
-  const SegmentedSet set = segment_given(given.folder, given.segmentation, classes);
+  const std::optional<Provenance> built_from = provenance_of(model);
+  const SegmentedSet set = segment_given(given.folder, given.segmentation,
+                                         built_from ? built_from->classes : Classes());
   std::fputs(summary_of(set).c_str(), stderr);
   const Evaluation result = evaluate(set, given.options);
   warn_of_unjudged(result);
@@ -157,7 +123,7 @@ static void eval(const Arguments& given) {
 
   if (!given.page.empty()) {
     ModelAccount account = account_of_evaluation(set, result);
-    account.title = title_of(given);
+    account.title = title_of(given, model);
     write_output(given.page, model_page(account));
   }
 
@@ -178,9 +144,7 @@ void add_eval(CLI::App& wgr) {
   command->add_option("FOLDER", given->folder, "Recordings with labels.csv or index.csv")
       ->transform(path_name())
       ->option_text(" ");
-  command->add_option("--model", given->options.model, "The model")
-      ->transform(path_value())
-      ->option_text("FILE");
+  add_model_options(*command, given->model, "");
   command
       ->add_option("--leave-out", given->options.leave_out,
                    "Build models from the rest of the recordings instead")
@@ -196,8 +160,7 @@ void add_eval(CLI::App& wgr) {
       ->option_text("FIGURE=VALUE")
       ->allow_extra_args(false);
   command->add_flag("--json", given->json, "Print JSON");
-  add_report_option(*command, given->page);
-  add_in_place_flag(*command, given->in_place);
+  add_report_option(*command, given->page, kDrawnTakes);
   add_build_options(*command, given->options.build);
   add_segmentation_arguments(*command, given->segmentation);
   command->footer(kFooter);

@@ -3,10 +3,10 @@
 #include <exception>
 #include <memory>
 #include <string>
-#include <string_view>
 
 #include "arguments/host_run_arguments.h"
 #include "arguments/reading_limit.h"
+#include "arguments/report_option.h"
 #include "arguments/values.h"
 #include "base/foreign_text.h"
 #include "base/table.h"
@@ -30,13 +30,13 @@ strength and duration told is the one that it reports to a host.
 file,t_start,t_end,label as wgr segment reads it. Those that did not come are listed with
 what happened instead.
 
--o writes a page that opens in a browser without a network. --json prints one object.
+--report writes a page that opens in a browser without a network. --json prints one object.
 What the words mean: docs/why-not-recognised.md.
 
 Examples:
   wgr explain --models models recordings/demo.csv
-  wgr explain --models models --expect recordings/demo.labels.csv -o report.html \
-      recordings/demo.csv
+  wgr explain --model my_model.xml --expect recordings/demo.labels.csv \
+      --report report.html recordings/demo.csv
   wgr explain --json walk.csv | jq -r '.motions[] | [.begin, .cause] | @tsv'
 
 Exit status: 0 done; 1 the machine failed (disk, memory); 2 the recording, the models or an
@@ -54,27 +54,18 @@ struct ExplainArguments : HostRunArguments {
 
 }  // namespace
 
-static std::vector<std::string> words_of(const ExplainArguments& given) {
-  std::vector<std::string> words = host_run_words(given);
-  words.insert(words.begin(), "explain");
-  if (!given.expect.empty()) words.push_back("--expect=" + given.expect);
-  if (!given.page.empty()) words.push_back("--out=" + given.page);
-  if (given.json) words.push_back("--json");
-  if (given.forgets_init) words.push_back("--no-init");
-  words.push_back(word_of(given.limit));
-  return words;
-}
-
 static void explain_recording(ExplainArguments& given) {
   if (!given.page.empty()) require_page();
   OutputPlan plan;
   plan.reads("--expect", given.expect);
-  plan.writes("-o", given.page);
-  prepare_host_run(given, plan, words_of(given));
+  plan.writes("--report", given.page);
+  check_host_run(given, plan);
+  take_model(given);
   given.session.initialise = !given.forgets_init;
 
   Explanation explanation;
   explanation.recording = given.recording;
+  explanation.model_file = path_of(given.model);
   explanation.for_page = !given.page.empty();
   if (!given.expect.empty()) {
     explanation.expected = read_expected(given.expect, given.recording);
@@ -114,9 +105,7 @@ void add_explain(CLI::App& wgr) {
                    "Table of the gestures that should have come")
       ->transform(path_value())
       ->option_text("FILE");
-  command->add_option("-o,--out", given->page, "Write a page for a browser")
-      ->transform(path_value())
-      ->option_text("FILE.html");
+  add_report_option(*command, given->page, "Draw the recording and its motions");
   command->add_flag("--json", given->json, "Print JSON instead of text");
   command->add_flag("--no-init", given->forgets_init,
                     "Be a host that forgets init_gesture_handle()");

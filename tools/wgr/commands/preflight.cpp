@@ -1,6 +1,5 @@
 // wgr preflight: says, before a host is started, whether the library finds what it needs.
 #include <cstdio>
-#include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -60,12 +59,9 @@ static void print_json(int weight, const char* text, void*) {
 
 static void preflight(const PreflightArguments& given) {
   if (!given.models.empty()) {
-    std::error_code missing;
-    const std::string folder = std::filesystem::canonical(given.models, missing);
-    if (missing) throw UsageError(given.models + ": " + missing.message());
     std::vector<std::string> words = {"preflight"};
     if (given.json) words.push_back("--json");
-    run_again_beside_own_home(folder, words);
+    run_beside_own_home(existing_folder(given.models), words);
   }
   const int heaviest =
       preflight_gesture_library(given.json ? print_json : print_text, nullptr);

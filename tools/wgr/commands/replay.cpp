@@ -18,7 +18,7 @@
 #include "commands/subcommands.h"
 #include "hostrun/fixed_paths.h"
 #include "hostrun/host_run.h"
-#include "hostrun/private_log.h"
+#include "hostrun/kept_log.h"
 #include "hostrun/run.h"
 #include "output/output_files.h"
 #include "output/standard_output.h"
@@ -40,11 +40,12 @@ motion's strength, and the duration of the stretch that was compared. With --jso
 event is one object a line, {"type":"event",...}, and the last line is the summary,
 {"type":"summary",...}. What the library itself prints goes to standard error.
 
-The library appends a diagnostic log to /home/app/WgrLog.txt, and silently does without
-where that cannot be written. With --models it logs nothing. --log keeps the log of this
-run, all of it or none, in a file instead.
+Nothing is written to /home/app/WgrLog.txt, where a host's library logs. --log keeps the log
+of this run, all of it or none, in a file. For that alone the library's places are mounted
+for the run: by root, or where user namespaces are allowed.
 
 Examples:
+  wgr replay --model my_model.xml recordings/demo.csv
   wgr replay --models models recordings/demo.csv
   wgr replay --wearer 1 --mode 2 --sensitivity 3 walk.csv
   wgr replay --bias 0.4,-0.2,0.1 --json walk.csv | jq 'select(.type == "event")'
@@ -53,11 +54,14 @@ Examples:
 Exit status: 0 done; 1 the machine failed (disk, memory); 2 the recording, the models or an
 argument cannot be used.)";
 
+static constexpr char kInPlace[] = "--in-place";
+
 namespace {
 
 struct ReplayArguments : HostRunArguments {
   std::string log;  // file; empty: not kept
   bool json = false;
+  bool in_place = false;  // runs with the library's places to itself
 };
 
 }  // namespace
@@ -81,22 +85,37 @@ static void let_interrupts_end_the_stream() {
   sigaction(SIGTERM, &action, nullptr);
 }
 
-static void replay(ReplayArguments& given) {
+// Another run of this program, that has the library's places to itself: its log is there.
+[[noreturn]] static void run_again_to_log(const ReplayArguments& given) {
+  const ModelArguments& model = given.model;
   std::vector<std::string> words = host_run_words(given);
-  words.insert(words.begin(), "replay");
-  if (!given.log.empty()) words.push_back("--log=" + given.log);
+  words.insert(words.begin(), {"replay", kInPlace, "--log=" + given.log});
   if (given.json) words.push_back("--json");
+  words.insert(words.end(), {"--", given.recording});
+
+  std::string folder;
+  if (model.file.empty()) {
+    folder = model.folder.empty() ? kInstalledModels : existing_folder(model.folder);
+    require_models(folder, model.wearer, model.mode);
+  }
+  run_in_private_places(folder, words);
+}
+
+static void replay(ReplayArguments& given) {
+  const bool again = !given.log.empty() && !given.in_place;
   OutputPlan plan;
   plan.writes("--log", given.log);
-  given.keeps_log = !given.log.empty();
-  prepare_host_run(given, plan, words);
+  if (again) keep_out_of_private_places(plan);
+  check_host_run(given, plan);
+  if (again) run_again_to_log(given);
+  take_model(given);
 
   if (given.recording == kStandardInput) let_interrupts_end_the_stream();
   RecordingReader reader(given.recording);
   given.session.rate = choose_rate(given, reader);
   OutputFiles files;
   std::optional<KeptLog> log;
-  if (given.keeps_log) log.emplace(files.open(given.log));
+  if (!given.log.empty()) log.emplace(files.open(given.log));
 
   separate_results(LibraryPrints::kToStandardError);
   std::FILE* const out = results();
@@ -151,6 +170,11 @@ void add_replay(CLI::App& wgr) {
   command->add_option("--log", given->log, "File to keep the diagnostic log in")
       ->transform(path_value())
       ->option_text("FILE");
+  // Of the second run: hidden from the help, and refused to whoever else gives it.
+  command->add_flag(kInPlace, given->in_place)->group("")->check([](const std::string&) {
+    if (are_places_private()) return std::string();
+    throw UsageError(std::string(kInPlace) + ": is for the tool's own use");
+  });
   command->footer(kFooter);
   command->callback([given] { replay(*given); });
 }

@@ -78,7 +78,7 @@ static Json stream_json(const Explanation& e, const std::vector<double>& t) {
 void require_page() {
   if (!kUplotScript.empty()) return;
   throw UsageError(
-      "-o: this wgr was built without its page, for uPlot was not there: run "
+      "--report: this wgr was built without its page, for uPlot was not there: run "
       "scripts/fetch-page, configure and build again. Text and --json work.");
 }
 

@@ -7,7 +7,6 @@
 #include "base/foreign_text.h"
 #include "base/table.h"
 #include "base/text.h"
-#include "hostrun/fixed_paths.h"
 #include "json/json_text.h"
 #include "text/explanation_sentences.h"
 
@@ -44,8 +43,7 @@ static std::string header(const Explanation& e) {
   text += fmt::format(
       "shortest motion {} samples, rest window {} samples, least strength {:.2f} m/s²\n",
       s.min_motion_len, s.static_window, s.strength_threshold);
-  text += fmt::format("model {}: {} templates, {} classes\n",
-                      model_file(kInstalledModels, s.wearer, s.mode),
+  text += fmt::format("model {}: {} templates, {} classes\n", shown(e.model_file),
                       templates_in(e.model), e.model.class_labels.size());
   return text;
 }
@@ -231,7 +229,7 @@ static Json head_json(const Explanation& e) {
             {"wearer", s.wearer},
             {"mode", s.mode}}},
           {"model",
-           {{"file", model_file(kInstalledModels, s.wearer, s.mode)},
+           {{"file", e.model_file},
             {"templates", templates_in(e.model)},
             {"classes", e.model.class_labels}}},
           {"events", events_json(e)},

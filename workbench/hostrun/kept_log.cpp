@@ -1,4 +1,4 @@
-#include "hostrun/private_log.h"
+#include "hostrun/kept_log.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -8,21 +8,23 @@
 #include <cerrno>
 
 #include "base/errors.h"
+#include "context/WgrContext.h"
 #include "hostrun/fixed_paths.h"
 
 namespace wgr {
-
-// A folder in the log's place cannot be opened for writing.
-void drop_private_log() { mkdir(kLogFile, 0700); }
 
 KeptLog::KeptLog(OutputFile& file)
     : file_(file),
       pipe_(mkfifo(kLogFile, 0600) == 0 ? open(kLogFile, O_RDWR | O_NONBLOCK | O_CLOEXEC)
                                         : -1) {
   if (pipe_ < 0) throw OutputError(kLogFile, errno);
+  WgrContext::set_logging(true);
 }
 
-KeptLog::~KeptLog() { close(pipe_); }
+KeptLog::~KeptLog() {
+  WgrContext::set_logging(false);
+  close(pipe_);
+}
 
 void KeptLog::take() {
   std::array<char, 65536> bytes;

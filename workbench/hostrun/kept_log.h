@@ -1,17 +1,13 @@
-// The library's diagnostic log while this run has the log's place to itself.
+// The library's diagnostic log, of a run that has the log's place to itself.
 #pragma once
 
 #include "output/output_files.h"
 
 namespace wgr {
 
-// Before a handle is made: the library finds nothing to log to. A log in a private place
-// would take memory, and nobody could read it.
-void drop_private_log();
-
-// Passes what the library logs on to a file, line by line and without loss: a disk that
-// is full or a limit on sizes is an error of that file, while the library itself would
-// drop the line without a word.
+// Lets the library log while it lives, and passes the log on to a file, line by line and
+// without loss: a disk that is full or a limit on sizes is an error of that file, while
+// the library itself would drop the line without a word.
 class KeptLog {
  public:
   // Before a handle is made.

@@ -1,0 +1,15 @@
+// The option for a page that a browser shows.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+namespace wgr {
+
+// Of a page on how a model does.
+inline constexpr char kDrawnTakes[] = "Draw every take and its score";
+
+// Adds --report; `draws` says what is on the page.
+void add_report_option(CLI::App& command, std::string& page, const std::string& draws);
+
+}  // namespace wgr
