@@ -358,6 +358,30 @@ TEST_F(WholeRoad, ThinsATemplateThatAModelsLineCannotHold) {
   EXPECT_EQ(run_wgr("model check " + path("m.xml")).status, 0);
 }
 
+// Classes 1 to 3; of class 2 one template stays, two go and one comes.
+TEST_F(WholeRoad, TwoModelsAreComparedByClass) {
+  const std::string t = "2 1\n1\n0\n0\n";
+  const std::string u = "2 1\n2\n0\n0\n";
+  const std::string v = "2 1\n3\n0\n0\n";
+  const std::string w = "2 1\n4\n0\n0\n";
+  const std::string one = "1 1\n1\n0\n0\n";
+  const std::string three = "3 1\n1\n0\n0\n";
+  write_file(path("a.xml"), "2 4 1 0\n1 2\n1 -1.5 -2.5\n" + one + t + u + v);
+  write_file(path("b.xml"), "2 3 1 0\n2 3\n1 -1.25 -2.5\n" + t + w + three);
+  const Outcome diff = run_wgr("model diff " + path("a.xml") + " " + path("b.xml"));
+  EXPECT_EQ(diff.status, 1);
+  EXPECT_EQ(diff.out, "class 1: only in " + path("a.xml") +
+                          "\nclass 2: threshold -2.5000 -> -1.2500\n"
+                          "class 2: 2 templates gone, 1 new, 2 now\n"
+                          "class 3: only in " +
+                          path("b.xml") + "\n");
+  EXPECT_THAT(run_wgr("model show " + path("a.xml")).out,
+              HasSubstr("class  templates  points  threshold\n"
+                        "    1          1       1    -1.5000\n"
+                        "    2          3       3    -2.5000\n"
+                        "4 templates, 4 points; "));
+}
+
 TEST_F(WholeRoad, AModelIsCheckedLineByLine) {
   const struct {
     const char* text;
