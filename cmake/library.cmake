@@ -58,10 +58,14 @@ function(wgr_library name)
   set_source_files_properties(${PROJECT_SOURCE_DIR}/src/engine/hand_votes.cpp
     PROPERTIES COMPILE_OPTIONS "$<$<CONFIG:Release>:-O2>")
   add_library(${name}_objects OBJECT ${WGR_FREE_FUNCTIONS})
-  add_library(${name} SHARED ${WGR_CLASSES} $<TARGET_OBJECTS:${name}_objects>)
+  add_library(${name}_classes OBJECT ${WGR_CLASSES})
+  # Both by their objects: generators do not agree in which order they link these and a
+  # library's own sources, and the order shows in the bytes.
+  add_library(${name} SHARED
+    $<TARGET_OBJECTS:${name}_classes> $<TARGET_OBJECTS:${name}_objects>)
   add_library(${name}_internals STATIC $<TARGET_OBJECTS:${name}_objects>)
   add_library(${name}_inside SHARED $<TARGET_OBJECTS:${name}_objects>)
-  foreach(target ${name}_objects ${name})
+  foreach(target ${name}_objects ${name}_classes ${name})
     target_compile_definitions(${target} PRIVATE ${ARGN})
     # Nothing in here is meant to be replaced from outside.
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
@@ -71,10 +75,11 @@ function(wgr_library name)
       $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>
       $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
   endforeach()
-  set_target_properties(${name}_objects PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  set_target_properties(${name}_objects ${name}_classes PROPERTIES
+    POSITION_INDEPENDENT_CODE ON)
   target_link_libraries(${name} PRIVATE m)
   target_link_options(${name} PRIVATE ${WGR_LIBRARY_LINK_OPTIONS})
-  set_target_properties(${name} PROPERTIES
+  set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX
     LINK_DEPENDS ${PROJECT_SOURCE_DIR}/src/exports.map)
   foreach(inside ${name}_internals ${name}_inside)
     target_link_libraries(${inside} PUBLIC ${name})
