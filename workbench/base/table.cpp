@@ -1,10 +1,8 @@
 #include "base/table.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
-#include <cmath>
 #include <cstring>
 #include <fstream>
 #include <string_view>

@@ -1,7 +1,6 @@
 #include "diagnosis/diagnosis.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "base/numbers.h"
 #include "base/text.h"

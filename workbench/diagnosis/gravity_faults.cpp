@@ -4,7 +4,6 @@
 #include <cmath>
 
 #include "base/numbers.h"
-#include "base/table.h"
 #include "base/text.h"
 #include "diagnosis/examination.h"
 #include "engine/rest.h"

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <utility>
 
-#include "base/table.h"
 #include "base/text.h"
 #include "diagnosis/diagnosis.h"
 #include "diagnosis/examination.h"

@@ -3,7 +3,6 @@
 #include <cmath>
 
 #include "base/numbers.h"
-#include "base/table.h"
 #include "base/text.h"
 #include "diagnosis/examination.h"
 #include "recording/clock.h"

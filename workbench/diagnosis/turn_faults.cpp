@@ -1,9 +1,7 @@
 // What both sensors tell together: from one steady moment to the next gravity turns as
 // the gyroscope says, or unit, axes or signs are wrong.
-#include <algorithm>
 #include <cmath>
 
-#include "base/table.h"
 #include "base/text.h"
 #include "diagnosis/examination.h"
 

@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <fstream>
 
-#include "base/table.h"
 #include "base/text_lines.h"
 #include "segmentation/annotations.h"
 

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <stdexcept>
 
-#include "base/table.h"
 #include "base/text.h"
 #include "context/WgrContext.h"
 #include "engine/rest.h"

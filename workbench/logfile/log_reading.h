@@ -4,7 +4,6 @@
 // samples become time, and with the time that the log covers they become the true rate.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <map>
 #include <optional>

@@ -3,13 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
-#include <numeric>
 
 #include "base/errors.h"
 #include "base/foreign_text.h"
 #include "base/numbers.h"
 #include "base/sha256.h"
-#include "base/table.h"
 #include "base/text.h"
 #include "segmentation/resample.h"
 

@@ -2,7 +2,6 @@
 // the recordings.
 #pragma once
 
-#include <array>
 #include <optional>
 #include <string>
 #include <vector>

@@ -4,7 +4,6 @@
 #include <limits>
 #include <memory>
 
-#include "base/table.h"
 #include "base/text.h"
 #include "classifier/HGR.h"
 #include "cluster/apcluster.h"

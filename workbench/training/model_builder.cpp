@@ -7,7 +7,6 @@
 
 #include "base/class_codes.h"
 #include "base/errors.h"
-#include "base/table.h"
 #include "base/text.h"
 #include "classifier/HGR.h"
 #include "segmentation/recording_set.h"

@@ -2,13 +2,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <sstream>
 
 #include "base/errors.h"
-#include "base/foreign_text.h"
 #include "base/numbers.h"
 #include "base/text.h"
 #include "training/model_output.h"

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "classifier/Gmodel.h"
 #include "preflight/model_check.h"

@@ -6,7 +6,6 @@
 #include <sstream>
 
 #include "base/foreign_text.h"
-#include "base/table.h"
 #include "base/text.h"
 #include "segmentation/recording_set.h"
 

@@ -12,6 +12,7 @@
 #include "arguments/values.h"
 #include "base/numbers.h"
 #include "base/table.h"
+#include "base/text.h"
 #include "commands/subcommands.h"
 #include "diagnosis/diagnosis.h"
 #include "json/json_text.h"
@@ -68,8 +69,8 @@ struct DoctorArguments {
 
 }  // namespace
 
-static std::string numbers(const Point3Df& p, const char* between) {
-  return fixed(p.x, 2) + between + fixed(p.y, 2) + between + fixed(p.z, 2);
+static std::string numbers(const Point3Df& p) {
+  return fmt::format("{:.2f}, {:.2f}, {:.2f}", p.x, p.y, p.z);
 }
 
 static std::string rate_to_pass(const StreamFacts& facts) {
@@ -88,7 +89,7 @@ static void print_json(const Diagnosis& diagnosis) {
                        {"what", finding.what},
                        {"remedy", finding.remedy},
                        {"call", finding.call}};
-    std::puts(json_text(line).c_str());
+    print(stdout, "{}\n", json_text(line));
   }
   const StreamFacts& facts = diagnosis.facts;
   Json bias;
@@ -109,46 +110,44 @@ static void print_json(const Diagnosis& diagnosis) {
                      {"longest_motion", facts.longest_motion},
                      {"turns", facts.turns},
                      {"turn_error", facts.turn_error}};
-  std::puts(json_text(line).c_str());
+  print(stdout, "{}\n", json_text(line));
 }
 
-static std::string percent(double share) { return fixed(100.0 * share, 0) + " %"; }
+static void print_facts(const StreamFacts& facts) {
+  print(stdout, "samples   {} in {:.2f} s\n", facts.samples, facts.seconds);
+  print(stdout, "rate      {} samples/s, jitter {:.0f} %\n",
+        facts.rate ? fmt::format("{:.2f}", *facts.rate) : "unknown",
+        100.0 * facts.jitter);
+  print(stdout, "gravity   {} at rest\n",
+        facts.gravity ? fmt::format("{:.2f} m/s²", *facts.gravity) : "not seen");
+  print(stdout, "bias      {}\n",
+        facts.bias ? numbers(*facts.bias) + " deg/s" : "not seen");
+  print(stdout, "noise     {:.3f} m/s², {:.2f} deg/s\n", facts.acc_noise,
+        facts.gyro_noise);
+  print(stdout,
+        "rest      {:.0f} % (accelerometer {:.0f} %, gyroscope {:.0f} %); longest motion "
+        "{:.1f} s\n",
+        100.0 * facts.rest_share, 100.0 * facts.acc_rest_share,
+        100.0 * facts.gyro_rest_share, facts.longest_motion);
+  if (facts.turns > 0) {
+    print(stdout,
+          "turns     {} of gravity, predicted by the gyroscope to {:.1f} degrees\n",
+          facts.turns, facts.turn_error);
+  } else {
+    print(stdout, "turns     none of gravity: the axes cannot be judged\n");
+  }
+  print(stdout,
+        "pass      init_gesture_handle(h, {}, (Point3Df){{{}}}, -1, -1, -1, 50)\n\n",
+        rate_to_pass(facts), numbers(facts.bias.value_or(Point3Df{0.0, 0.0, 0.0})));
+}
 
 static void print_text(const Diagnosis& diagnosis) {
-  const StreamFacts& facts = diagnosis.facts;
-  std::printf("samples   %zu in %s s\n", facts.samples, fixed(facts.seconds, 2).c_str());
-  std::printf("rate      %s samples/s, jitter %s\n",
-              facts.rate ? fixed(*facts.rate, 2).c_str() : "unknown",
-              percent(facts.jitter).c_str());
-  std::printf("gravity   %s at rest\n",
-              facts.gravity ? (fixed(*facts.gravity, 2) + " m/s²").c_str() : "not seen");
-  std::printf("bias      %s\n",
-              facts.bias ? (numbers(*facts.bias, ", ") + " deg/s").c_str() : "not seen");
-  std::printf("noise     %s m/s², %s deg/s\n", fixed(facts.acc_noise, 3).c_str(),
-              fixed(facts.gyro_noise, 2).c_str());
-  std::printf("rest      %s (accelerometer %s, gyroscope %s); longest motion %s s\n",
-              percent(facts.rest_share).c_str(), percent(facts.acc_rest_share).c_str(),
-              percent(facts.gyro_rest_share).c_str(),
-              fixed(facts.longest_motion, 1).c_str());
-  if (facts.turns > 0) {
-    std::printf("turns     %zu of gravity, predicted by the gyroscope to %s degrees\n",
-                facts.turns, fixed(facts.turn_error, 1).c_str());
-  } else {
-    std::puts("turns     none of gravity: the axes cannot be judged");
-  }
-  const Point3Df bias = facts.bias.value_or(Point3Df{0.0, 0.0, 0.0});
-  std::printf("pass      init_gesture_handle(h, %s, (Point3Df){%s}, -1, -1, -1, 50)\n\n",
-              rate_to_pass(facts).c_str(), numbers(bias, ", ").c_str());
-
-  if (diagnosis.findings.empty()) {
-    std::puts("nothing found");
-    return;
-  }
+  print_facts(diagnosis.facts);
+  if (diagnosis.findings.empty()) print(stdout, "nothing found\n");
   for (const Finding& finding : diagnosis.findings) {
-    std::printf("%s (%s): %s\n  do: %s\n", finding.id.c_str(),
-                sureness_name(finding.sure), finding.what.c_str(),
-                finding.remedy.c_str());
-    if (!finding.call.empty()) std::printf("  by: %s\n", finding.call.c_str());
+    print(stdout, "{} ({}): {}\n  do: {}\n", finding.id, sureness_name(finding.sure),
+          finding.what, finding.remedy);
+    if (!finding.call.empty()) print(stdout, "  by: {}\n", finding.call);
   }
 }
 

@@ -9,7 +9,6 @@
 
 #include "arguments/values.h"
 #include "base/foreign_text.h"
-#include "base/table.h"
 #include "base/text.h"
 #include "base/text_lines.h"
 #include "commands/subcommands.h"

@@ -10,7 +10,6 @@
 
 #include "arguments/values.h"
 #include "base/foreign_text.h"
-#include "base/table.h"
 #include "base/text.h"
 #include "classifier/Gmodel.h"
 #include "commands/subcommands.h"

@@ -7,6 +7,7 @@
 #include "WgrPreflight.h"
 #include "arguments/values.h"
 #include "base/foreign_text.h"
+#include "base/text.h"
 #include "commands/subcommands.h"
 #include "hostrun/fixed_paths.h"
 #include "json/json_text.h"
@@ -48,13 +49,13 @@ static const char* weight_name(int weight) {
 }
 
 static void print_text(int weight, const char* text, void*) {
-  std::printf("%-5s  %s\n", weight_name(weight), shown(text).c_str());
+  print(stdout, "{:5}  {}\n", weight_name(weight), shown(text));
 }
 
 static void print_json(int weight, const char* text, void*) {
   const nlohmann::ordered_json line = {
       {"type", "finding"}, {"weight", weight_name(weight)}, {"text", text}};
-  std::puts(json_text(line).c_str());
+  print(stdout, "{}\n", json_text(line));
 }
 
 static void preflight(const PreflightArguments& given) {
@@ -68,10 +69,10 @@ static void preflight(const PreflightArguments& given) {
   if (given.json) {
     const nlohmann::ordered_json line = {{"type", "summary"},
                                          {"weight", weight_name(heaviest)}};
-    std::puts(json_text(line).c_str());
+    print(stdout, "{}\n", json_text(line));
   } else if (heaviest == WG_PREFLIGHT_CLEAN) {
-    std::puts(
-        "clean  six models, the log and the working directory are as they should be");
+    print(stdout,
+          "clean  six models, the log and the working directory are as they should be\n");
   }
   if (heaviest == WG_PREFLIGHT_FAULT) throw EndWithStatus{kExitFindings};
   if (heaviest == WG_PREFLIGHT_FATAL) throw EndWithStatus{kExitBadInput};

@@ -1,5 +1,4 @@
 // wgr synth: makes recordings of people who never lived, with a script of what they do.
-#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <memory>

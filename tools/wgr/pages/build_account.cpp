@@ -1,7 +1,5 @@
 #include <algorithm>
-#include <limits>
 
-#include "base/table.h"
 #include "base/text.h"
 #include "pages/model_accounts.h"
 

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <map>
 
-#include "base/table.h"
 #include "base/text.h"
 #include "classifier/HGR.h"
 #include "classifier/class_threshold.h"

@@ -1,14 +1,12 @@
 #include "text/evaluation_text.h"
 
 #include <algorithm>
-#include <cmath>
 #include <set>
 
 #include "base/errors.h"
 #include "base/foreign_text.h"
 #include "base/numbers.h"
 #include "base/suggestion.h"
-#include "base/table.h"
 #include "base/text.h"
 
 namespace wgr {

@@ -1,9 +1,7 @@
 #include "text/explanation_sentences.h"
 
 #include <algorithm>
-#include <cmath>
 
-#include "base/table.h"
 #include "base/text.h"
 
 namespace wgr {

@@ -5,7 +5,6 @@
 #include <nlohmann/json.hpp>
 
 #include "base/foreign_text.h"
-#include "base/table.h"
 #include "base/text.h"
 #include "json/json_text.h"
 #include "text/explanation_sentences.h"
