@@ -102,8 +102,7 @@ static void parse_whole_line(const std::vector<std::string>& words) {
 static bool same(const HostRunArguments& a, const HostRunArguments& b) {
   return a.recording == b.recording && a.bias == b.bias && a.rate == b.rate &&
          a.model.file == b.model.file && a.model.wearer == b.model.wearer &&
-         a.model.mode == b.model.mode &&
-         a.session.sensitivity == b.session.sensitivity;
+         a.model.mode == b.model.mode && a.session.sensitivity == b.session.sensitivity;
 }
 
 // False when the words are refused.

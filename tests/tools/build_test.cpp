@@ -17,6 +17,7 @@
 #include "support/child.h"
 #include "support/files.h"
 #include "tools/run_wgr.h"
+#include "training/model_output.h"
 #include "training/similarities.h"
 
 using namespace wgr;
@@ -195,4 +196,22 @@ TEST_F(Strangers, AreToldByTheDescriptionBesideATrainingFileToo) {
   const Outcome unknown = build(training_);
   EXPECT_EQ(unknown.status, 2);
   EXPECT_THAT(unknown.err, HasSubstr("needs to know whose every sample is"));
+}
+
+// The watch reads a model's file, of six significant digits: what is evaluated in memory
+// has to be that model, not the one that was built.
+TEST(ModelText, IsReadBackWithItsSixDigits) {
+  Gmodel built;
+  built.nclasses = 1;
+  built.nTemplate = 1;
+  built.normalize = 1;
+  built.class_labels = {3};
+  built.class_thresholds = {-0.123456789};
+  built.templates = {{3, {{1.00000049, -2.3456789, 1e-7 / 3.0}}}};
+  const Gmodel read = as_read_back(built);
+  ASSERT_EQ(read.templates.size(), 1u);
+  EXPECT_EQ(read.class_thresholds, std::vector<double>{-0.123457});
+  EXPECT_EQ(read.templates[0].second[0].x, 1.0);
+  EXPECT_EQ(read.templates[0].second[0].y, -2.34568);
+  EXPECT_EQ(read.templates[0].second[0].z, 3.33333e-08);
 }

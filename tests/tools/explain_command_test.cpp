@@ -146,7 +146,8 @@ TEST_F(Explain, APageHoldsTheSamplesThatItDraws) {
   const std::string page = directory_.file("report.html");
   RandomPoints random(11);
   const auto size_for = [&](size_t samples) {
-    write_recording(recording_, recorded(random_stream(random, samples, false)));
+    write_recording(recording_,
+                    recorded(random_stream(random, static_cast<int>(samples), false)));
     EXPECT_EQ(run_wgr("explain --report '" + page + "' " + quoted_).status, 0);
     return std::filesystem::file_size(page);
   };

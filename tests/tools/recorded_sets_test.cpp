@@ -46,8 +46,8 @@ TEST(RecordedSets, WandWithoutItsAttitude) {
     GTEST_SKIP() << "../shared/data/wand_nano33 is not at hand";
   }
   if (!enough_cases()) GTEST_SKIP() << "takes too long where every step is slow";
-  const json figures =
-      evaluate(kData + "wand_nano33 --leave-out repetition --no-attitude --share 1 --tolerance 0");
+  const json figures = evaluate(
+      kData + "wand_nano33 --leave-out repetition --no-attitude --share 1 --tolerance 0");
   EXPECT_EQ(figures["takes"], 125);
   EXPECT_EQ(figures["kept"], 123);
   EXPECT_EQ(figures["misses"]["starts fast"], 2);
@@ -60,8 +60,8 @@ TEST(RecordedSets, BoardInTheHand) {
     GTEST_SKIP() << "../shared/data/nano_gestures is not at hand";
   }
   if (!enough_cases()) GTEST_SKIP() << "takes too long where every step is slow";
-  const json figures =
-      evaluate(kData + "nano_gestures --leave-out repetition --folds 4 --share 1 --tolerance 0");
+  const json figures = evaluate(
+      kData + "nano_gestures --leave-out repetition --folds 4 --share 1 --tolerance 0");
   EXPECT_EQ(figures["takes"], 265);
   EXPECT_EQ(figures["kept"], 228);
   EXPECT_EQ(figures["misses"]["starts fast"], 30);

@@ -161,7 +161,8 @@ TEST(SynthProgram, TheSameArgumentsGiveTheSameBytesAndASeedOthers) {
 // As --help tells them.
 TEST(SynthProgram, WhatIsNotGivenHasItsDefault) {
   const Outcome all = run_wgr(
-      "synth --seed 1 --person 1 --style free --wearer 0 --sample-rate 50 --from 0 --dead-band "
+      "synth --seed 1 --person 1 --style free --wearer 0 --sample-rate 50 --from 0 "
+      "--dead-band "
       "0 "
       "--gestures 4 --distractors 120 -o -");
   EXPECT_EQ(all.status, 0) << all.err;

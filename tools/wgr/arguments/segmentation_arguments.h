@@ -17,8 +17,8 @@ struct SegmentationArguments {
   bool no_attitude = false;
 };
 
-// Adds --background, --sample-rate, --min-length, --use-annotations, --no-gravity, --no-attitude
-// and --max-size.
+// Adds --background, --sample-rate, --min-length, --use-annotations, --no-gravity,
+// --no-attitude and --max-size.
 void add_segmentation_arguments(CLI::App& command, SegmentationArguments& given);
 
 // All that segment_given() reads.
