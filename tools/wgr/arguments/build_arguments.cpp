@@ -15,20 +15,20 @@ void add_build_options(CLI::App& command, BuildOptions& options) {
       ->option_text("N");
   command
       .add_option("--tolerance", options.margin,
-                  "By how much the smallest set may be worse than\nthe best")
+                  "By how much accuracy the smallest set may be\nworse than the best")
       ->transform(within(number_from(0, 1)))
       ->option_text("SHARE (0.01)");
   command
       .add_option("--share", options.most_share,
-                  "Of a class's samples, how many may be templates")
+                  "Of a class's examples, how many may be templates")
       ->transform(within(number_from(0, 1)))
       ->option_text("SHARE (0.33)");
   command.add_flag("--cross-subject", options.cross_subject,
-                   "Judge every sample by the templates of other\nsubjects, for wearers "
+                   "Compare every example with templates of other\nsubjects, for wearers "
                    "who recorded nothing");
   command
       .add_option("--false-cost", options.false_cost,
-                  "What an accepted wrong sample costs, in refused right ones")
+                  "What an accepted wrong example costs, in rejected\nright ones")
       ->transform(within(number_above(0, kMostCost)))
       ->option_text("COST (3)");
   command

@@ -22,8 +22,9 @@ void add_segmentation_arguments(CLI::App& command, SegmentationArguments& given)
                   "Shortest motion, in samples; otherwise half a second")
       ->transform(within(whole_from(2, 10000)))
       ->option_text("N");
-  command.add_flag("--use-annotations", given.options.whole_spans,
-                   "Take marked spans whole, not the motions between\nrests in them");
+  command.add_flag(
+      "--use-annotations", given.options.whole_spans,
+      "Take annotated intervals whole, not the motions\nbetween rests in them");
   command.add_flag("--no-gravity", given.no_gravity,
                    "The recordings have no gravity in them");
   add_max_size(command, given.options.limit);

@@ -24,16 +24,16 @@
 namespace wgr {
 
 static constexpr char kFooter[] =
-    R"(INPUT is a training file (see wgr segment) or a folder of recordings, which is cut first.
+    R"(INPUT is a training file (see wgr segment) or a folder of recordings, segmented first.
 Affinity propagation picks each class's templates. A sweep over its preference finds the
-smallest set of templates whose accuracy, every sample compared with all templates but
+smallest set of templates whose accuracy, every example compared with all templates but
 itself, is within --tolerance of the best; no class gets more templates than a third of its
-samples (--share). For wearers who recorded nothing, --cross-subject compares every sample
+examples (--share). For wearers who recorded nothing, --cross-subject compares every example
 with the templates of other subjects alone. Where affinity propagation does not converge
 it is tried with more damping; then templates are picked one by one. Each class's
-threshold comes from the scores of right, wrong and background samples; with
---false-positives-per-hour no more background samples are accepted than that many in the
-background's duration, and no threshold lies lower than it would without background.
+threshold comes from the scores of right, wrong and background examples; with
+--false-positives-per-hour no more background is accepted than that many motions in its
+duration, and no threshold lies lower than it would without background.
 Labels below 0 are background.
 
 Beside the model go a report (.report.txt) and a manifest (.model.json); --model-only takes

@@ -26,10 +26,10 @@ namespace wgr {
 
 static constexpr char kFooter[] =
     R"(FOLDER is as for wgr segment; all streams are fed to the library through its C interface,
-with the model in place. A take that was cut beforehand, without rest around it, is no
-stream: it goes through the same steps as wgr segment and the library's classifier. With
---leave-out a model is built for each subject, each recording (session), or each of
---folds parts of the takes, from all the others, and played what was left out.
+with the model in place. A pre-segmented recording, one repetition without rest around it,
+is no stream: it goes through the same steps as wgr segment and the library's classifier.
+With --leave-out a model is built for each subject, each recording (session), or each of
+--folds parts of the repetitions, from all the others, and tested on what was left out.
 
 --require ends with status 1 unless a figure is good enough: accuracy, kept_accuracy,
 named at least; false_positives_per_hour, latency at most. --report draws it all as a page for a
@@ -96,7 +96,7 @@ static void warn_of_unjudged(const Evaluation& result) {
   for (const auto& [label, takes] : result.unjudged) {
     std::fprintf(
         stderr,
-        "wgr: class %d: %zu of its takes cannot be judged and count as missed: "
+        "wgr: class %d: %zu of its repetitions cannot be judged and count as missed: "
         "with what was left out beside them, a single repetition or none was left "
         "to build from. Record more of it, or leave out less at a time "
         "(--leave-out repetition)\n",
@@ -139,7 +139,7 @@ static void eval(Arguments& given) {
 
 void add_eval(CLI::App& wgr) {
   CLI::App* const command =
-      wgr.add_subcommand("eval", "Tell how good a model is on labelled recordings.");
+      wgr.add_subcommand("eval", "Test how good a model is on labelled recordings.");
   const auto given = std::make_shared<Arguments>();
   command->add_option("FOLDER", given->folder, "Recordings with labels.csv or index.csv")
       ->transform(path_name())
@@ -151,8 +151,10 @@ void add_eval(CLI::App& wgr) {
       ->transform(one_of<LeaveOut>({{"subject", LeaveOut::kSubject},
                                     {"repetition", LeaveOut::kRepetition},
                                     {"session", LeaveOut::kSession}}))
-      ->option_text("subject|take|session");
-  command->add_option("--folds", given->options.folds, "Parts that takes are left out in")
+      ->option_text("subject|repetition|session");
+  command
+      ->add_option("--folds", given->options.folds,
+                   "Parts in which repetitions are left out")
       ->transform(within(whole_from(2, 1000)))
       ->option_text("N (10)");
   command->add_option("--require", given->requirements, "What must be reached")

@@ -19,7 +19,7 @@
 namespace wgr {
 
 static constexpr char kFooter[] =
-    R"(check tells what is wrong with each line.
+    R"(check lists what is wrong with each line.
 
 Examples:
   wgr model show models/olvo_model_5_fb/hgr_olvo.xml

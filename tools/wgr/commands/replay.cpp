@@ -163,7 +163,7 @@ static void replay(ReplayArguments& given) {
 
 void add_replay(CLI::App& wgr) {
   CLI::App* const command = wgr.add_subcommand(
-      "replay", "Run the library over a recording and tell what it reports.");
+      "replay", "Run the library over a recording and list what it reports.");
   const auto given = std::make_shared<ReplayArguments>();
   add_host_run_arguments(*command, *given);
   command->add_flag("--json", given->json, "Print JSON lines");

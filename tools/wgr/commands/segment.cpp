@@ -19,10 +19,10 @@ namespace wgr {
 static constexpr char kFooter[] =
     R"(FOLDER holds recordings (.csv, .csv.gz) and labels.csv with the header
 file,t_start,t_end,label, or index.csv with file,label,subject,rate_hz[,notes] for
-recordings that show one label each, or both. The motions of every recording are cut out,
-turned and trimmed by the engine that runs on the watch. A motion that fills a labelled
-span becomes a sample of that label, one outside all spans a background sample, label -1;
-every motion's fate is counted in the summary. Labels that are words get numbers. Beside
+recordings that show one label each, or both. The motions of every recording are segmented,
+rotated and trimmed by the engine that runs on the watch. A motion that fills an annotation
+becomes an example of its label, one outside all annotations background, label -1; the
+summary counts what became of every motion. Labels that are words get numbers. Beside
 the training file goes a description, .training.json, with rate, classes and the SHA-256
 of all inputs, which wgr build takes up; standard output and devices get none.
 

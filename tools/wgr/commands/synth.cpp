@@ -212,13 +212,13 @@ void add_synth(CLI::App& wgr) {
   const auto given = std::make_shared<SynthArguments>();
   add_value(*command, "-o,--out", given->out, "The recording; - is standard output",
             path_value(), "FILE");
-  add_value(*command, "--labels", given->labels, "Where the gestures' spans go",
+  add_value(*command, "--labels", given->labels, "Where the gestures' annotations go",
             path_value(), "FILE");
   add_value(*command, "--plan", given->plan_out, "Where the script of it all goes",
             path_value(), "FILE");
   add_value(*command, "--script", given->script, "What happens; otherwise random",
             path_value(), "FILE");
-  add_value(*command, "--seed", given->seed, "Another number, another take",
+  add_value(*command, "--seed", given->seed, "Another number, another recording",
             within(whole_from(0, kHighestSeed)), "N (1)");
   add_value(*command, "--person", given->person, "Who; in a set, the first",
             within(whole_from(0, kHighestPerson)), "N (1)");
