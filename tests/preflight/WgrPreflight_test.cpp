@@ -22,9 +22,9 @@
 
 #ifdef __SSE2__
 #include <xmmintrin.h>
+#endif
 
 using namespace wgr;
-#endif
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;

@@ -27,9 +27,7 @@ static constexpr gid_t kOddGroup = 5678;
 static constexpr char kFiller[] = "out/filler";
 
 // How many cases go untried: where a step takes longer, one of some is tried.
-static size_t every() {
-  return property_cases() >= 1'000'000 ? 1 : 24;
-}
+static size_t every() { return property_cases() >= 1'000'000 ? 1 : 24; }
 
 // ---- One disturbed run ----------------------------------------------------------------
 

@@ -359,13 +359,15 @@ TEST(Eval, SaysWhichTakesNoModelCouldAccept) {
   const std::string eval = "eval " + set + " --leave-out ";
   Outcome outcome = run_wgr(eval + "session");
   EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_THAT(outcome.err, HasSubstr("\nwgr: class 3: 1 of its repetitions cannot be judged"));
+  EXPECT_THAT(outcome.err,
+              HasSubstr("\nwgr: class 3: 1 of its repetitions cannot be judged"));
   EXPECT_THAT(outcome.err, Not(HasSubstr("wgr: class 1")));
   // Two sessions with one repetition each: one is left, whichever is left out.
   labels.replace(labels.rfind(",1"), 2, ",3");
   write_file(set + "/labels.csv", labels);
   outcome = run_wgr(eval + "session");
-  EXPECT_THAT(outcome.err, HasSubstr("\nwgr: class 3: 2 of its repetitions cannot be judged"));
+  EXPECT_THAT(outcome.err,
+              HasSubstr("\nwgr: class 3: 2 of its repetitions cannot be judged"));
 }
 
 TEST(Build, RefusesAClassThatWouldNeverBeRecognised) {
