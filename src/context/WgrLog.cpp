@@ -28,13 +28,16 @@ struct LogPath {
 
 }  // namespace
 
-// The text itself rather than a pointer to it, so that a line costs what it would with a
-// constant.
-static LogPath log_path = [] {
+static constexpr LogPath copy_of_path() {
   LogPath copy = {};
   for (size_t i = 0; i < sizeof kWgrLogPath; ++i) copy.text[i] = kWgrLogPath[i];
   return copy;
-}();
+}
+static constexpr LogPath kFixedPath = copy_of_path();
+
+// The text itself rather than a pointer to it, so that a line costs what it would with a
+// constant.
+static LogPath log_path = kFixedPath;
 
 // No file has an empty name.
 void wgr::set_logging(bool on) { log_path.text[0] = on ? kWgrLogPath[0] : '\0'; }

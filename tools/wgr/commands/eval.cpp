@@ -85,8 +85,10 @@ static std::string title_of(const Arguments& given, const std::string& model) {
 static void check_files(const Arguments& given, const std::string& model) {
   OutputPlan plan;
   add_inputs(plan, given.folder, given.segmentation);
-  if (!model.empty()) add_inputs(plan, given.model);
-  if (!model.empty()) plan.reads("the manifest of --model", manifest_path(model));
+  if (!model.empty()) {
+    add_inputs(plan, given.model);
+    plan.reads("the manifest of --model", manifest_path(model));
+  }
   plan.writes("--report", given.page);
   plan.prints_results();
   plan.check();
