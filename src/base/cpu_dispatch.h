@@ -1,15 +1,29 @@
-// Lets the compiler make a hot function several times, once for each width of vectors.
+// Lets a hot function be compiled several times, once for each width of vectors.
 //
-// On x86-64 the loader picks the version for the widest vectors that the CPU has. All
-// give the same bits: the order of every sum is written out, and no product is fused into
-// one.
+// On x86-64 the version for the widest vectors that the CPU has is called. All give the
+// same bits: the order of every sum is written out, and no product is fused into one.
 #pragma once
 
-// Sanitizers cannot do with functions that are chosen before they run. WGR_PORTABLE and
-// WGR_NO_AVX512 leave versions out, to measure what the others get.
-#if defined(__x86_64__) && defined(__gnu_linux__) && !defined(__clang__) && \
-    !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) &&      \
-    !defined(WGR_PORTABLE)
+#include <cstddef>
+
+// Where every CPU works on several doubles, and chooses between them, at once: then work
+// is better laid out in another way than for single numbers. WGR_NO_VECTORS denies it, to
+// try and measure what the other CPUs get.
+#if (defined(__x86_64__) || defined(__aarch64__)) && !defined(WGR_NO_VECTORS)
+#define WGR_VECTORS_OF_DOUBLES
+#endif
+
+// Where a CPU may have wider vectors than all of its kind have. WGR_PORTABLE and
+// WGR_NO_AVX512 deny them, to measure what the others get.
+#if defined(__x86_64__) && !defined(WGR_PORTABLE)
+#define WGR_WIDER_VECTORS
+#define WGR_FOR_FOUR_LANES __attribute__((target("avx2")))
+#define WGR_FOR_EIGHT_LANES __attribute__((target("avx512f")))
+#endif
+
+// Sanitizers cannot do with functions that are chosen before they run.
+#if defined(__gnu_linux__) && !defined(__clang__) && !defined(__SANITIZE_ADDRESS__) && \
+    !defined(__SANITIZE_THREAD__) && defined(WGR_WIDER_VECTORS)
 #ifdef WGR_NO_AVX512
 #define WGR_TARGET_CLONES __attribute__((target_clones("avx2", "default")))
 #else
@@ -19,19 +33,24 @@
 #define WGR_TARGET_CLONES
 #endif
 
-// Where every CPU works on several doubles, and chooses between them, at once: then work
-// is better laid out in another way than for single numbers. WGR_NO_VECTORS denies it, to
-// try and measure what the other CPUs get.
-#if (defined(__x86_64__) || defined(__aarch64__)) && !defined(WGR_NO_VECTORS)
-#define WGR_VECTORS_OF_DOUBLES
-#endif
-
 // For what such a function calls, to become part of each version.
 #define WGR_INLINE __attribute__((always_inline)) static inline
 
-// Before a loop whose turns do not touch each other's memory.
-#if defined(__clang__)
-#define WGR_INDEPENDENT_TURNS _Pragma("clang loop vectorize(assume_safety)")
-#else
-#define WGR_INDEPENDENT_TURNS _Pragma("GCC ivdep")
+namespace wgr {
+
+// How many doubles a vector of this CPU has, of the widths that there are versions for.
+inline std::size_t lanes_of_cpu() {
+#ifdef WGR_WIDER_VECTORS
+#ifndef WGR_NO_AVX512
+  if (__builtin_cpu_supports("avx512f")) return 8;
 #endif
+  if (__builtin_cpu_supports("avx2")) return 4;
+#endif
+#ifdef WGR_VECTORS_OF_DOUBLES
+  return 2;
+#else
+  return 1;
+#endif
+}
+
+}  // namespace wgr

@@ -4,6 +4,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
+
+#include "base/cpu_dispatch.h"
 
 namespace wgr {
 
@@ -19,5 +22,16 @@ struct Vectors<1> {
   using Doubles = double;
   using Counts = std::ptrdiff_t;
 };
+
+// From and to any address, be it a vector's boundary or not.
+template <class Vector, class Entry>
+WGR_INLINE void load(const Entry* from, Vector& to) {
+  std::memcpy(&to, from, sizeof to);
+}
+
+template <class Vector, class Entry>
+WGR_INLINE void store(const Vector& from, Entry* to) {
+  std::memcpy(to, &from, sizeof from);
+}
 
 }  // namespace wgr

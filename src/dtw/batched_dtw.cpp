@@ -1,14 +1,13 @@
-// The table is filled row by row, in all lanes alike; what a cell holds is told in
-// dtw.h. A lane whose trace ends before the longest goes on with zeros, behind the
-// corner that its result is taken from.
+// The table of dtw.h is filled column by column, in all lanes alike. A lane whose trace
+// ends before the longest goes on with zeros, behind the corner that its result is taken
+// from.
 //
-// The lanes fill exactly one vector of the CPU: the neighbours on the left and on the
-// diagonal then stay in registers. Compilers do not find that by themselves, so these
+// The lanes fill exactly one vector of the CPU: the neighbours above and on the diagonal
+// then stay in registers. Compilers do not find that by themselves, so these
 // loops name their vectors; they are compiled once for each width.
 #include "dtw/batched_dtw.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "base/cpu_dispatch.h"
 #include "base/vectors.h"
@@ -20,10 +19,10 @@ using Count = std::ptrdiff_t;
 namespace {
 
 struct Table {
-  MotionPoints trace;    // i: rows
-  const double* others;  // j: columns
-  size_t columns;
-  // The row that was filled last.
+  MotionPoints trace;    // i: columns
+  const double* others;  // j: rows
+  size_t rows;
+  // The column that was filled last.
   double* cost;
   Count* forth;  // diagonal steps, seen from (i, j)
   Count* back;   // and from (j, i)
@@ -39,19 +38,18 @@ struct Cell {
 
 }  // namespace
 
-// Vectors go in and out by reference: how they are passed by value depends on the CPU.
 template <size_t kLanes>
 WGR_INLINE void load(const Table& table, size_t j, Cell<kLanes>& cell) {
-  std::memcpy(&cell.cost, table.cost + j * kLanes, sizeof cell.cost);
-  std::memcpy(&cell.forth, table.forth + j * kLanes, sizeof cell.forth);
-  std::memcpy(&cell.back, table.back + j * kLanes, sizeof cell.back);
+  load(table.cost + j * kLanes, cell.cost);
+  load(table.forth + j * kLanes, cell.forth);
+  load(table.back + j * kLanes, cell.back);
 }
 
 template <size_t kLanes>
 WGR_INLINE void store(const Cell<kLanes>& cell, const Table& table, size_t j) {
-  std::memcpy(table.cost + j * kLanes, &cell.cost, sizeof cell.cost);
-  std::memcpy(table.forth + j * kLanes, &cell.forth, sizeof cell.forth);
-  std::memcpy(table.back + j * kLanes, &cell.back, sizeof cell.back);
+  store(cell.cost, table.cost + j * kLanes);
+  store(cell.forth, table.forth + j * kLanes);
+  store(cell.back, table.back + j * kLanes);
 }
 
 template <size_t kLanes>
@@ -59,9 +57,9 @@ WGR_INLINE void add_distance(const Point3Df& p, const Table& table, size_t j,
                              Cell<kLanes>& cell) {
   typename Vectors<kLanes>::Doubles x, y, z;
   const double* const other = table.others + 3 * j * kLanes;
-  std::memcpy(&x, other, sizeof x);
-  std::memcpy(&y, other + kLanes, sizeof y);
-  std::memcpy(&z, other + 2 * kLanes, sizeof z);
+  load(other, x);
+  load(other + kLanes, y);
+  load(other + 2 * kLanes, z);
   x = p.x - x;
   y = p.y - y;
   z = p.z - z;
@@ -72,11 +70,11 @@ WGR_INLINE void add_distance(const Point3Df& p, const Table& table, size_t j,
 // (i, j - 1) and (i - 1, j - 1). Of two equal sides it is the one with the smaller index
 // of the first trace; seen from (j, i) that is the other one.
 template <size_t kLanes>
-WGR_INLINE void choose(const Cell<kLanes>& up, const Cell<kLanes>& left,
+WGR_INLINE void choose(const Cell<kLanes>& left, const Cell<kLanes>& up,
                        const Cell<kLanes>& diagonal, Cell<kLanes>& cell) {
-  const auto side = up.cost < left.cost ? up.cost : left.cost;
-  const auto side_forth = left.cost < up.cost ? left.forth : up.forth;
-  const auto side_back = up.cost < left.cost ? up.back : left.back;
+  const auto side = left.cost < up.cost ? left.cost : up.cost;
+  const auto side_forth = up.cost < left.cost ? up.forth : left.forth;
+  const auto side_back = left.cost < up.cost ? left.back : up.back;
   cell.cost = side < diagonal.cost ? side : diagonal.cost;
   cell.forth = side < diagonal.cost ? side_forth : diagonal.forth + 1;
   cell.back = side < diagonal.cost ? side_back : diagonal.back + 1;
@@ -87,31 +85,31 @@ WGR_INLINE void fill(const Table& table) {
   const Point3Df* const points = table.trace.points;
   const typename Vectors<kLanes>::Counts none = {};
   // A first step that is diagonal is not to count, so the first cell starts at -1.
-  Cell<kLanes> left = {};
-  left.forth -= 1;
-  left.back -= 1;
-  for (size_t j = 0; j < table.columns; ++j) {
-    add_distance(points[0], table, j, left);
-    store(left, table, j);
-    left.forth = none;
-    left.back = none;
+  Cell<kLanes> up = {};
+  up.forth -= 1;
+  up.back -= 1;
+  for (size_t j = 0; j < table.rows; ++j) {
+    add_distance(points[0], table, j, up);
+    store(up, table, j);
+    up.forth = none;
+    up.back = none;
   }
   for (size_t i = 1; i < table.trace.count; ++i) {
     Cell<kLanes> diagonal;
     load(table, 0, diagonal);
-    left.cost = diagonal.cost;
-    left.forth = none;
-    left.back = none;
-    add_distance(points[i], table, 0, left);
-    store(left, table, 0);
-    for (size_t j = 1; j < table.columns; ++j) {
-      Cell<kLanes> up, cell;
-      load(table, j, up);
-      choose(up, left, diagonal, cell);
+    up.cost = diagonal.cost;
+    up.forth = none;
+    up.back = none;
+    add_distance(points[i], table, 0, up);
+    store(up, table, 0);
+    for (size_t j = 1; j < table.rows; ++j) {
+      Cell<kLanes> left, cell;
+      load(table, j, left);
+      choose(left, up, diagonal, cell);
       add_distance(points[i], table, j, cell);
       store(cell, table, j);
-      diagonal = up;
-      left = cell;
+      diagonal = left;
+      up = cell;
     }
   }
 }
@@ -125,31 +123,23 @@ struct Filler {
 
 }  // namespace
 
-#if defined(__x86_64__) && !defined(WGR_PORTABLE)
-#ifndef WGR_NO_AVX512
-__attribute__((target("avx512f"))) static void fill_eight(const Table& t) { fill<8>(t); }
+#ifdef WGR_WIDER_VECTORS
+WGR_FOR_EIGHT_LANES static void fill_eight(const Table& t) { fill<8>(t); }
+WGR_FOR_FOUR_LANES static void fill_four(const Table& t) { fill<4>(t); }
 #endif
-__attribute__((target("avx2"))) static void fill_four(const Table& t) { fill<4>(t); }
-#endif
-
 #ifdef WGR_VECTORS_OF_DOUBLES
-static void fill_two(const Table& t) { fill<2>(t); }
+static void fill_least(const Table& t) { fill<2>(t); }
 #else
-static void fill_one(const Table& t) { fill<1>(t); }
+static void fill_least(const Table& t) { fill<1>(t); }
 #endif
 
 static Filler choose_filler() {
-#if defined(__x86_64__) && !defined(WGR_PORTABLE)
-#ifndef WGR_NO_AVX512
-  if (__builtin_cpu_supports("avx512f")) return {8, fill_eight};
+  const size_t lanes = lanes_of_cpu();
+#ifdef WGR_WIDER_VECTORS
+  if (lanes == 8) return {lanes, fill_eight};
+  if (lanes == 4) return {lanes, fill_four};
 #endif
-  if (__builtin_cpu_supports("avx2")) return {4, fill_four};
-#endif
-#ifdef WGR_VECTORS_OF_DOUBLES
-  return {2, fill_two};
-#else
-  return {1, fill_one};
-#endif
+  return {lanes, fill_least};
 }
 
 static const Filler& filler() {
@@ -161,17 +151,17 @@ size_t BatchedDtw::width() { return filler().lanes; }
 
 void BatchedDtw::set_others(const std::vector<MotionPoints>& others) {
   const size_t lanes = width();
-  columns_ = 0;
+  rows_ = 0;
   points_.clear();
   for (const MotionPoints& other : others) {
     points_.push_back(other.count);
-    columns_ = std::max(columns_, other.count);
+    rows_ = std::max(rows_, other.count);
   }
-  others_.need(3 * columns_ * lanes);
-  std::fill_n(others_.data(), 3 * columns_ * lanes, 0.0);
-  cost_.need(columns_ * lanes);
-  forth_.need(columns_ * lanes);
-  back_.need(columns_ * lanes);
+  others_.need(3 * rows_ * lanes);
+  std::fill_n(others_.data(), 3 * rows_ * lanes, 0.0);
+  cost_.need(rows_ * lanes);
+  forth_.need(rows_ * lanes);
+  back_.need(rows_ * lanes);
   for (size_t lane = 0; lane < others.size(); ++lane) {
     for (size_t j = 0; j < others[lane].count; ++j) {
       const Point3Df& p = others[lane].points[j];
@@ -186,7 +176,7 @@ void BatchedDtw::set_others(const std::vector<MotionPoints>& others) {
 void BatchedDtw::warp(const MotionPoints& trace) {
   trace_points_ = trace.count;
   filler().fill(
-      {trace, others_.data(), columns_, cost_.data(), forth_.data(), back_.data()});
+      {trace, others_.data(), rows_, cost_.data(), forth_.data(), back_.data()});
 }
 
 WarpingPath BatchedDtw::path(size_t lane, const Count* steps) const {

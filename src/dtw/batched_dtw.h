@@ -39,8 +39,8 @@ class BatchedDtw {
 
   size_t trace_points_ = 0;
   std::vector<size_t> points_;  // of each other
-  // Point by point, all lanes beside each other; x, y and z, and one row of the table.
-  size_t columns_ = 0;
+  // Point by point, all lanes beside each other; x, y and z, and one column of the table.
+  size_t rows_ = 0;
   AlignedArray<double> others_;
   AlignedArray<double> cost_;
   AlignedArray<std::ptrdiff_t> forth_;  // diagonal steps

@@ -1,9 +1,9 @@
-// Two lower bounds on a path's cost decide what need not be compared to the end: every
-// path visits both corners of the table, and crosses its front (see Dtw::warp). A path
-// has at most na + nb - 1 pairs, so a bound, divided by that and with the gravity
-// distance added, bounds the distance that the score is the negative of. The most
-// promising templates are compared first: the sooner a good score is known, the sooner
-// the others are given up.
+// Every path visits both corners of the table, which bounds its cost from below. A path
+// has at most na + nb - 1 pairs, so that bound, divided by that and with the gravity
+// distance added, bounds the distance that the score is the negative of: it decides which
+// templates need not be compared at all, and in which order. The most promising ones are
+// compared first: the sooner a good score is known, the sooner the others are given up
+// (see Dtw::warp).
 #include "dtw/best_match.h"
 
 #include <algorithm>

@@ -11,8 +11,8 @@ namespace wgr {
 
 using Count = std::ptrdiff_t;
 
-// `yes` or `no`. Told by a condition alone, compilers branch on it, and which way a path
-// turns cannot be foreseen.
+// `yes` or `no`. Compilers branch on a plain condition here, and which way a path turns
+// cannot be foreseen.
 WGR_INLINE Count choose(bool condition, Count yes, Count no) {
   return no ^ ((no ^ yes) & -static_cast<Count>(condition));
 }

@@ -19,7 +19,6 @@
 //
 // The numbers are those of the conditions in table.h.
 #include <algorithm>
-#include <cstring>
 #if defined(__x86_64__) && !defined(__clang__)
 #include <immintrin.h>
 // Of a vector that an instruction returns; all that is called here becomes part of its
@@ -48,17 +47,6 @@ struct Rows {
 };
 
 }  // namespace
-
-// Vectors go in and out by reference: how they are passed by value depends on the CPU.
-template <class Vector, class Entry>
-WGR_INLINE void load(const Entry* from, Vector& to) {
-  std::memcpy(&to, from, sizeof to);
-}
-
-template <class Vector, class Entry>
-WGR_INLINE void store(const Vector& from, Entry* to) {
-  std::memcpy(to, &from, sizeof from);
-}
 
 // Each lane gets what the one before it holds in `rows`; the first, what the last holds
 // in `before`.
@@ -191,6 +179,21 @@ WGR_INLINE void narrow(const Table& table, size_t stored, double limit, Span& sp
   while (span.begin < span.end && table.cost[table.at(span.begin)] > limit) ++span.begin;
 }
 
+// What was filled last in a band's row, counted from its first.
+template <size_t kLanes, size_t kVectors>
+WGR_INLINE PathEnd front_cell(const Rows<kLanes>& upper, const Rows<kLanes>& lower,
+                              size_t row) {
+  double cost[2 * kLanes];
+  Count steps[2 * kLanes];
+  store(upper.left, cost);
+  store(upper.left_steps, steps);
+  if (kVectors == 2) {
+    store(lower.left, cost + kLanes);
+    store(lower.left_steps, steps + kLanes);
+  }
+  return {cost[row], steps[row]};
+}
+
 // Fills kVectors * kLanes rows. The path into the last column of the last of these rows
 // that the table has; kGivenUp when no path within the limit leaves them.
 template <size_t kLanes, size_t kVectors>
@@ -247,15 +250,7 @@ WGR_INLINE PathEnd fill_band(const Table& given, size_t first_row, double limit,
     return kGivenUp;
   }
   if (column < stop) return kGivenUp;
-  double cost[2 * kLanes];
-  Count steps[2 * kLanes];
-  store(upper.left, cost);
-  store(upper.left_steps, steps);
-  if (kVectors == 2) {
-    store(lower.left, cost + kLanes);
-    store(lower.left_steps, steps + kLanes);
-  }
-  return {cost[last_row], steps[last_row]};
+  return front_cell<kLanes, kVectors>(upper, lower, last_row);
 }
 
 // The row above the first: a copy of it, as far as the limit.
@@ -287,24 +282,20 @@ WGR_INLINE PathEnd fill_table(const Table& table, double limit) {
 
 using Sweep = PathEnd (*)(const Table&, double limit);
 
-#if defined(__x86_64__) && !defined(WGR_PORTABLE)
-#ifndef WGR_NO_AVX512
-__attribute__((target("avx512f"))) static PathEnd by_eight(const Table& t, double limit) {
+#ifdef WGR_WIDER_VECTORS
+WGR_FOR_EIGHT_LANES static PathEnd by_eight(const Table& t, double limit) {
   return fill_table<8>(t, limit);
 }
-#endif
-__attribute__((target("avx2"))) static PathEnd by_four(const Table& t, double limit) {
+WGR_FOR_FOUR_LANES static PathEnd by_four(const Table& t, double limit) {
   return fill_table<4>(t, limit);
 }
 #endif
 static PathEnd by_two(const Table& t, double limit) { return fill_table<2>(t, limit); }
 
 static Sweep choose_sweep() {
-#if defined(__x86_64__) && !defined(WGR_PORTABLE)
-#ifndef WGR_NO_AVX512
-  if (__builtin_cpu_supports("avx512f")) return by_eight;
-#endif
-  if (__builtin_cpu_supports("avx2")) return by_four;
+#ifdef WGR_WIDER_VECTORS
+  if (lanes_of_cpu() == 8) return by_eight;
+  if (lanes_of_cpu() == 4) return by_four;
 #endif
   return by_two;
 }
