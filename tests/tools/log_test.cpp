@@ -403,3 +403,31 @@ TEST_F(Log, ALineOfAnyLengthIsOneTornLine) {
   EXPECT_EQ(sum["samples"], 2);
   EXPECT_EQ(sum["torn"], 1);
 }
+
+// The end of an endless file never comes to be judged.
+TEST_F(Log, WhatIsNoLogIsRefusedBeforeItsEnd) {
+  write_file(path_, samples(1));
+  const std::string reads = "timeout 60 " + std::string(WGR_PROGRAM) + " log ";
+  const std::string half_line = "update_gesture 115: upd";
+  const std::string fifo = directory_.file("fifo");
+  for (const std::string& command :
+       {reads + "/dev/urandom", "yes no log | " + reads + "-",
+        "mkfifo " + fifo + " && { yes >" + fifo + " & " + reads + fifo + "; }",
+        "{ cat " + path_ + "; yes; } | " + reads + "-",
+        "yes '" + half_line + "' | " + reads + "-",
+        "while head -c 10000000 /dev/zero && echo; do :; done | " + reads + "-"}) {
+    const Outcome outcome = run_command(command);
+    EXPECT_EQ(outcome.status, 2) << command;
+    EXPECT_THAT(outcome.err, HasSubstr(": is no diagnostic log: ")) << command;
+    EXPECT_THAT(outcome.err, HasSubstr(" lines are not the library's")) << command;
+  }
+}
+
+// Other lines, however many follow each other, are told where more are the library's.
+TEST_F(Log, OtherLinesInARowAreNoReasonToRefuseALog) {
+  std::string others;
+  for (int i = 0; i < 12000; ++i) others += "no log\n";
+  EXPECT_EQ(summary(samples(7000) + others + samples(1))["foreign"], 12000);
+  // A torn line at the beginning, as long as one may be, comes before the first good one.
+  EXPECT_EQ(summary(std::string(30000000, '\0') + "\n" + samples(1))["torn"], 1);
+}

@@ -213,6 +213,11 @@ TEST(SynthProgram, LabelsOfARecordingOnStandardOutputHaveNoName) {
   ASSERT_EQ(run_wgr(command + "- --labels " + labels).status, 0);
   EXPECT_EQ(read_file(labels), spans_text(spans));
   EXPECT_EQ(read_expected(labels, "-").size(), 5u);
+  for (const char* no_file : {"/dev/stdout", "/dev/fd/1", "/dev/null"}) {
+    std::filesystem::remove(labels);
+    ASSERT_EQ(run_wgr(command + no_file + " --labels " + labels).status, 0);
+    EXPECT_EQ(read_file(labels), spans_text(spans)) << no_file;
+  }
 }
 
 TEST(SynthProgram, ABeginningBehindTheEndIsRefusedBeforeAnythingIsWritten) {

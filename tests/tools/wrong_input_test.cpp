@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <functional>
 #include <random>
+#include <regex>
 
 #include "base/errors.h"
 #include "base/sha256.h"
@@ -368,6 +369,23 @@ TEST(Eval, SaysWhichTakesNoModelCouldAccept) {
   outcome = run_wgr(eval + "session");
   EXPECT_THAT(outcome.err,
               HasSubstr("\nwgr: class 3: 2 of its repetitions cannot be judged"));
+}
+
+TEST(Eval, NamesThePartWithoutWhichNothingIsLeftToBuildFrom) {
+  const TempDirectory directory;
+  const std::string set = directory.file("set");
+  ASSERT_EQ(
+      run_wgr("synth --training " + set + " --persons 2 --gestures 1 --distractors 0")
+          .status,
+      0);
+  // All gestures are of the second subject.
+  const std::string rows = read_file(set + "/labels.csv");
+  write_file(set + "/labels.csv", std::regex_replace(rows, std::regex("p001_.*\n"), ""));
+  const Outcome outcome = run_wgr("eval " + set + " --leave-out subject");
+  EXPECT_EQ(outcome.status, 2) << outcome.out;
+  EXPECT_THAT(outcome.err,
+              HasSubstr("\nwgr: --leave-out: with p2 left out, there is no sample of any "
+                        "gesture: record more, or leave out less at a time"));
 }
 
 TEST(Build, RefusesAClassThatWouldNeverBeRecognised) {

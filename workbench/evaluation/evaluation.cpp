@@ -8,6 +8,7 @@
 #include "base/class_codes.h"
 #include "base/errors.h"
 #include "base/progress.h"
+#include "base/text.h"
 #include "classifier/HGR.h"
 #include "hostrun/host_run.h"
 #include "training/model_output.h"
@@ -19,10 +20,6 @@ static constexpr double kSecondsPerHour = 3600.0;
 static constexpr double kDoubt = 0.05;       // that the bound does not hold
 static constexpr size_t kFewestSamples = 2;  // of a class, to find a threshold from
 static constexpr size_t kEventSamples = 1;   // that a motion may end behind its event
-
-static double share(size_t part, size_t whole) {
-  return whole == 0 ? 0.0 : static_cast<double>(part) / static_cast<double>(whole);
-}
 
 double Evaluation::accuracy() const { return share(right, takes); }
 double Evaluation::kept_accuracy() const { return share(kept_right, kept); }
@@ -364,6 +361,20 @@ static double hours_in(const SegmentedSet& set, const Division& division, size_t
   return seconds / kSecondsPerHour;
 }
 
+// The model of a fold; what cannot be built is told with what was left out.
+static Gmodel build_without(const std::string& left_out, const ModelBuilder& builder,
+                            const std::vector<bool>& taken, const BuildOptions& options,
+                            BuildReport& report) {
+  try {
+    return builder.build(taken, options, report);
+  } catch (const UsageError& error) {
+    throw UsageError(fmt::format(
+        "--leave-out: with {} left out, {}: record more, or leave out less at "
+        "a time (--leave-out repetition, more --folds)",
+        left_out, error.what()));
+  }
+}
+
 Evaluation evaluate(const SegmentedSet& set, const EvaluationOptions& options) {
   const Division division = divide(set, options);
   std::optional<ModelBuilder> builder;
@@ -385,7 +396,8 @@ Evaluation evaluate(const SegmentedSet& set, const EvaluationOptions& options) {
       build.background_hours = hours_in(set, division, f);
       BuildReport report;
       const std::vector<bool> taken = taken_in(set, division, f);
-      *classifier.model = as_read_back(builder->build(taken, build, report));
+      *classifier.model =
+          as_read_back(build_without(fold.left_out, *builder, taken, build, report));
       count_unjudged(set, division, f, report, result);
       const Tally by_all = builder->named_by_all(taken);
       result.by_all.samples += by_all.samples;

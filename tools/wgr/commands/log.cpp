@@ -27,9 +27,16 @@ using Json = nlohmann::ordered_json;
 static constexpr Count kMostSessionsPrinted = 20;
 static constexpr double kMillion = 1e6;
 
+// What may come without a line of the library's before a file is judged: an endless one
+// is not read for ever. A single torn line can have kLineLimit characters.
+static constexpr Count kMostOddLines = 10000;
+static constexpr Count kMostOddBytes = 2 * kLineLimit;
+
 static constexpr char kFooter[] =
     R"(A log is plain or gzip; - is standard input. Several files are read in the order given,
-as one log: name the oldest first. A log of any size is read in the same small memory.
+as one log: name the oldest first. A log of any size is read in the same small memory; a
+file is refused as soon as 10000 lines or 64 MiB without one of the library's have come
+and most lines so far are not.
 
 Printed: each handle that was made (a session), then the sum: samples, motions that were
 long enough to be compared, gestures by class, and why others were none:
@@ -235,12 +242,65 @@ static void print_summary_json(const LogArguments& given, const LogTotals& total
   print_line(line);
 }
 
+namespace {
+
+// Whether a file is a log at all.
+class FileJudge {
+ public:
+  FileJudge(std::string name, const LogTotals& totals)
+      : name_(std::move(name)), totals_(totals), before_(totals), last_(totals) {}
+
+  // After each line, with the bytes read so far.
+  void look(Count bytes) {
+    const Seen now(totals_);
+    if (now.odd() == last_.odd()) {
+      good_lines_ = now.lines;
+      good_bytes_ = bytes;
+    }
+    last_ = now;
+    if (now.lines - good_lines_ < kMostOddLines && bytes - good_bytes_ < kMostOddBytes)
+      return;
+    refuse_if_odd("first ");
+  }
+
+  // A log that is torn throughout was one.
+  void end() const {
+    if (totals_.foreign > before_.foreign) refuse_if_odd("");
+  }
+
+ private:
+  struct Seen {
+    explicit Seen(const LogTotals& totals)
+        : lines(totals.lines), foreign(totals.foreign), torn(totals.torn) {}
+    Count odd() const { return foreign + torn; }
+    Count lines, foreign, torn;
+  };
+
+  void refuse_if_odd(const char* which) const {
+    const Seen now(totals_);
+    const Count count = now.lines - before_.lines;
+    const Count odd = now.odd() - before_.odd();
+    if (odd <= count / 2) return;
+    throw UsageError(fmt::format(
+        "{}: is no diagnostic log: {} of its {}{} lines are not the library's: name a "
+        "log such as {}",
+        name_, odd, which, count, kLogFile));
+  }
+
+  const std::string name_;
+  const LogTotals& totals_;
+  const Seen before_;
+  Seen last_;
+  Count good_lines_ = before_.lines;
+  Count good_bytes_ = 0;
+};
+
+}  // namespace
+
 static void read_file(const std::string& path, LogReading& reading,
                       const std::function<void()>& after_line) {
   const std::string name = path == "-" ? "standard input" : path;
-  const Count lines_before = reading.totals().lines;
-  const Count foreign_before = reading.totals().foreign;
-  const Count torn_before = reading.totals().torn;
+  FileJudge judge(name, reading.totals());
   try {
     LineStream lines(path);
     for (LineStream::Line line; lines.next(line);) {
@@ -249,6 +309,7 @@ static void read_file(const std::string& path, LogReading& reading,
                                      lines.number(), kLineLimit));
       }
       reading.add(name, lines.number(), line.text, line.ended, line.cut);
+      judge.look(lines.bytes());
       after_line();
     }
     reading.totals().bytes += lines.bytes();
@@ -259,14 +320,7 @@ static void read_file(const std::string& path, LogReading& reading,
   } catch (const ByteSourceError& error) {
     throw UsageError(name + ": " + error.what());
   }
-  const Count count = reading.totals().lines - lines_before;
-  const Count foreign = reading.totals().foreign - foreign_before;
-  const Count odd = foreign + reading.totals().torn - torn_before;
-  if (foreign > 0 && odd > count / 2) {
-    throw UsageError(
-        fmt::format("{}: is no diagnostic log: {} of its {} lines are not the library's",
-                    name, odd, count));
-  }
+  judge.end();
 }
 
 static void read_log(const LogArguments& given) {

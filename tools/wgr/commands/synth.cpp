@@ -11,6 +11,7 @@
 #include "base/text.h"
 #include "output/output_files.h"
 #include "output/output_plan.h"
+#include "output/target.h"
 #include "recording/clock.h"
 #include "recording/recording.h"
 #include "segmentation/annotations.h"
@@ -20,8 +21,9 @@ namespace wgr {
 
 static constexpr char kFooter[] =
     R"(One recording goes to -o, what happens in it to --plan (a script, with everything) and
---labels (the gestures' spans alone, as wgr segment reads them; with -o - without the
-recording's name, as wgr explain --expect reads them). With --script the wrist does what a
+--labels (the gestures' spans alone, as wgr segment reads them; where -o is no file but
+standard output, a FIFO or a device, without a recording's name, as wgr explain --expect
+reads them). With --script the wrist does what a
 file says: CSV with the header t_start,t_end,what; seconds, and one of swing,
 raise, twist, push, circle (labels 0 to 4), rest, walk, reach, fidget, type. A gesture
 needs a rest before it. Without one, --gestures takes of each gesture and --distractors
@@ -119,11 +121,11 @@ static void append_spans(const Plan& plan, const std::string& file,
   }
 }
 
-// The table of a single recording; on standard output it has no name.
+// The table of a single recording; what is no file gives it no name.
 static std::string labels_of(const Plan& plan, const std::string& recording) {
   std::vector<Annotation> spans;
   append_spans(plan, std::filesystem::path(recording).filename(), spans);
-  return recording == kStandardOutput ? spans_text(spans) : labels_text(spans);
+  return find_target(recording).is_file() ? labels_text(spans) : spans_text(spans);
 }
 
 static void make_recording(const SynthArguments& given) {
