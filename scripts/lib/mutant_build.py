@@ -37,18 +37,17 @@ def copy_tree(root, target):
 class Build:
     """The library and its tests as they are, and the commands that make them."""
 
-    OPTIONS = ["-DWGR_BUILD_TOOLS=OFF"]
-    FLAGS = "-O0"
+    BUILD = "build"  # below the folder
+    OPTIONS = ["-DWGR_BUILD_TOOLS=OFF", "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O0"]
     SOURCES = ("src",)  # roots of includes
     KINDS_APART = ()  # of mutants
     GOAL = 0.95  # share of the mutants that are killed
     library = LIBRARY
 
     def __init__(self, root, folder, jobs):
-        self.source, self.folder = folder / "source", folder / "build"
+        self.source, self.folder = folder / "source", folder / self.BUILD
         copy_tree(root, self.source)
         run(["cmake", "-G", "Ninja", "-S", self.source, "-B", self.folder,
-             "-DCMAKE_BUILD_TYPE=None", f"-DCMAKE_CXX_FLAGS={self.FLAGS}",
              "-DCMAKE_SKIP_RPATH=ON", f"-DWGR_UPLOT={root / UPLOT}", *self.OPTIONS])
         self.links = {}
         self.tests = self.find_tests()
@@ -56,10 +55,7 @@ class Build:
                                capture_output=True, text=True, check=False)
         if built.returncode != 0:
             sys.exit(built.stdout)
-        self.compilations = {}
-        for entry in json.loads((self.folder / "compile_commands.json").read_text()):
-            words = shlex.split(entry["command"])
-            self.compilations[words[words.index("-o") + 1]] = words
+        self.compilations = self.compile_commands()
         self.depends = {}  # object file: paths of the sources that it is made from
         for line in run(["ninja", "-C", self.folder, "-t", "deps"]).splitlines():
             if line.startswith("    "):
@@ -71,6 +67,14 @@ class Build:
                 self.depends[last] = set()
         self.objects = self.find_objects()
         self.prepare(jobs)
+
+    def compile_commands(self):
+        """The words of the command for each object file."""
+        commands = {}
+        for entry in json.loads((self.folder / "compile_commands.json").read_text()):
+            words = shlex.split(entry["command"])
+            commands[words[words.index("-o") + 1]] = words
+        return commands
 
     def targets(self):
         """What is built; nothing: everything."""
@@ -164,8 +168,9 @@ class ToolBuild(Build):
     """The tool and its tests, with all of the tool but main() in a shared library, so that
     a mutant is one object compiled and that library linked."""
 
-    OPTIONS = ["-DCMAKE_POSITION_INDEPENDENT_CODE=ON"]
-    FLAGS = "-O2"  # of the library and what else no mutant is made of
+    # As `cmake --preset release` has it, from where ccache finds the objects of the tests.
+    BUILD = "source/build/release"
+    OPTIONS = ["-DCMAKE_BUILD_TYPE=Release"]
     SOURCES = ("workbench", "tools/wgr")
     COMMANDS = "tools/wgr/commands"
     KINDS_APART = ("text",)
@@ -180,7 +185,18 @@ class ToolBuild(Build):
         return self.folder / "covered"
 
     def targets(self):
-        return ["wgr", *(name for name, _, _ in self.tests)]
+        """What the tests are linked from, but for the tool."""
+        commands = self.compile_commands()
+        generated = [
+            name for name in self.find_objects()
+            if Path(commands[name][commands[name].index("-c") + 1]).is_relative_to(self.folder)]
+        return [*generated, *{word for program in self.programs()
+                              for word in self.link(program)
+                              if word.endswith((".o", ".a", ".so")) and
+                              not word.startswith(("/", "-", *self.SOURCES))}]
+
+    def programs(self):
+        return ["wgr", *(f"tests/{name}" for name, _, _ in self.tests)]
 
     @classmethod
     def files(cls, source):
@@ -192,16 +208,17 @@ class ToolBuild(Build):
         return [test for test in super().find_tests() if test[1] == "tools"]
 
     def find_objects(self):
-        return [name for name in self.compilations if name.startswith(self.SOURCES) and
-                "wgr-selfcheck" not in name]
+        return [name for name in self.compile_commands()
+                if name.startswith(self.SOURCES) and "wgr-selfcheck" not in name]
 
     def build_covered(self, jobs):
         """Builds the tool so that it notes which lines are reached."""
         # A cached object notes what is reached elsewhere.
+        own = [name for name in self.objects if not self.is_apart(name)]
         os.environ["CCACHE_DISABLE"] = "1"
-        good = self.compile_all(self.objects, self.covered, ["--coverage"], jobs)
+        good = self.compile_all(own, self.covered, ["--coverage"], jobs)
         del os.environ["CCACHE_DISABLE"]
-        objects = {name: self.covered / name for name in self.objects}
+        objects = {name: self.covered / name for name in own}
         if not good or not self.link_mutant(self.covered / self.library, objects,
                                             ["--coverage"]):
             sys.exit("scripts/mutate: the tool cannot be built with --coverage")
@@ -226,7 +243,7 @@ class ToolBuild(Build):
         return reached
 
     def compile(self, name, to, overlay, flags=()):
-        level = [] if self.is_apart(name) else ["-O0"]
+        level = [] if self.is_apart(name) else ["-O0"]  # a mutant is compiled quickly
         return super().compile(name, to, overlay, [*flags, "-fPIC", *level])
 
     def is_apart(self, name):
@@ -238,18 +255,19 @@ class ToolBuild(Build):
                 lambda name: self.compile(name, into / name, [], flags), names))
 
     def prepare(self, jobs):
-        own = [name for name in self.objects if not self.is_apart(name)]
-        if not (self.compile_all(own, self.folder, [], jobs) and
+        for name in self.objects:
+            source = self.compilations[name][self.compilations[name].index("-c") + 1]
+            self.depends[name] = {os.path.relpath(source, self.source)}
+        if not (self.compile_all(self.objects, self.folder, [], jobs) and
                 self.link_mutant(self.folder / self.library, {})):
             sys.exit("scripts/mutate: the tool cannot be linked")
-        for program in self.targets():
-            at = program if program == "wgr" else f"tests/{program}"
-            words = self.link(at)
-            own = [w for w in words if not w.startswith(self.SOURCES)]
-            where = next(i for i, w in enumerate(own) if w in (ARCHIVE, LIBRARY))
-            own[where:where] = [*([self.MAIN] if program == "wgr" else []), self.library]
-            if not self.link_to(own, self.folder / at):
-                sys.exit(f"scripts/mutate: {at} cannot be linked with {self.library}")
+        others = [w for w in self.link("wgr") if not w.startswith(self.SOURCES) and
+                  (w.startswith("-l") or w.endswith((".a", ".so")))]
+        for program in self.programs():
+            own = [w for w in self.link(program) if not w.startswith(self.SOURCES)]
+            own += [*([self.MAIN] if program == "wgr" else []), self.library, *others]
+            if not self.link_to(own, self.folder / program):
+                sys.exit(f"scripts/mutate: {program} cannot be linked with {self.library}")
 
     def link_mutant(self, to, replaced, flags=()):
         """Both libraries, side by side."""
