@@ -21,7 +21,7 @@ wgr::Points any_gesture(RandomPoints& random, int points);
 wgr::Templates templates(RandomPoints& random, int count);
 
 // Templates for `trace`, none of which can be given up: all start and end where the trace
-// does, as far as can be told beforehand the first is the best, and each in truth is
+// does, as far as can be known beforehand the first is the best, and each in truth is
 // better than those before it.
 wgr::Templates deceptive_templates(RandomPoints& random, const wgr::Points& trace,
                                    int count);

@@ -122,7 +122,7 @@ static void run(const std::uint8_t* bytes, std::size_t size) {
   require(of_file.has_value() + manifest.has_value() + alone.has_value() <= 1,
           "JSON is of one kind");
   if (of_file) read_as_description(*of_file);
-  if (manifest) read_as_description(manifest->at("samples"));
+  if (manifest) read_as_description(manifest->at("training_set"));
   if (alone) read_as_description(*alone);
 }
 

@@ -31,15 +31,15 @@ namespace {
 
 enum class InCallback { kNothing, kModel, kInit, kQueries, kCount };
 
-// One of the host's handles, its shadow, and what its callback was told.
+// One of the host's handles, its shadow, and what its callback got.
 struct Host {
   WgrHandle handle = nullptr;
   std::unique_ptr<ShadowContext> shadow;
   bool registered = false;
   InCallback in_callback = InCallback::kNothing;
   int calls = 0;
-  int told = 0;
-  WgrHandle told_handle = nullptr;
+  int reported = 0;
+  WgrHandle reported_handle = nullptr;
 };
 
 class Script {
@@ -81,8 +81,8 @@ class Script {
 static void in_callback(void* handle, int gesture, void* user_data) {
   Host& host = *static_cast<Host*>(user_data);
   ++host.calls;
-  host.told = gesture;
-  host.told_handle = handle;
+  host.reported = gesture;
+  host.reported_handle = handle;
   require(update_gesture(handle, {0, 0, 10}, {0, 0, 0}) == 6,
           "in the callback no sample is taken in");
   switch (host.in_callback) {
@@ -225,8 +225,8 @@ void Script::feed(const Pair& pair) {
           "the callback is called once for a report, and for nothing else");
   if (reported) {
     if (host_->registered) {
-      require(host_->told == expected && host_->told_handle == host_->handle,
-              "the callback is told what is answered");
+      require(host_->reported == expected && host_->reported_handle == host_->handle,
+              "the callback gets what is answered");
       if (host_->in_callback == InCallback::kModel) shadow.set_model(1, 0);
       if (host_->in_callback == InCallback::kInit) {
         shadow.init(40, {0, 1, 0}, 12, -1, -1, 20);

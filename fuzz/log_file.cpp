@@ -48,7 +48,7 @@ struct Line {
 };
 
 struct Counts {
-  Count sessions = 0, restarts = 0, no_model = 0, unfinished = 0, samples = 0,
+  Count host_runs = 0, restarts = 0, no_model = 0, unfinished = 0, samples = 0,
         unanswered = 0, inits = 0, model_changes = 0, compared = 0, compared_empty = 0,
         reported = 0, rejected = 0, too_weak = 0, unreported = 0, odd = 0;
 };
@@ -136,19 +136,19 @@ static void count_answer(const Line& line, bool compared, Counts& counts) {
   }
 }
 
-// Lines of one session, from its first on.
-static void count_session(const std::vector<Line>& lines, Counts& counts) {
+// Lines of one host run, from its first on.
+static void count_host_run(const std::vector<Line>& lines, Counts& counts) {
   const auto has = [&lines](Kind kind) {
     return std::any_of(lines.begin(), lines.end(),
                        [kind](const Line& line) { return line.kind == kind; });
   };
-  // Only a line that says something of a session makes one.
+  // Only a line that says something of a host run makes one.
   if (!has(Kind::kBegin) && !has(Kind::kUpdate) && !has(Kind::kAnswer) &&
       !has(Kind::kCompare) && !has(Kind::kModel) && !has(Kind::kInit) &&
       !has(Kind::kNoModel) && !has(Kind::kReady)) {
     return;
   }
-  ++counts.sessions;
+  ++counts.host_runs;
   if (has(Kind::kNoModel)) ++counts.no_model;
   // What the log begins with in its middle was ready before.
   if (has(Kind::kBegin) && !has(Kind::kReady) && !has(Kind::kNoModel))
@@ -188,18 +188,18 @@ static void count_session(const std::vector<Line>& lines, Counts& counts) {
 
 static Counts plain_counts(const std::vector<Line>& lines) {
   Counts counts;
-  std::vector<Line> session;
+  std::vector<Line> host_run;
   for (const Line& line : lines) {
     if (line.kind == Kind::kOdd) ++counts.odd;
     if (line.kind == Kind::kBegin) {
-      const Count before = counts.sessions;
-      count_session(session, counts);
-      if (counts.sessions > before) ++counts.restarts;
-      session.clear();
+      const Count before = counts.host_runs;
+      count_host_run(host_run, counts);
+      if (counts.host_runs > before) ++counts.restarts;
+      host_run.clear();
     }
-    session.push_back(line);
+    host_run.push_back(line);
   }
-  count_session(session, counts);
+  count_host_run(host_run, counts);
   return counts;
 }
 
@@ -208,18 +208,18 @@ static Counts plain_counts(const std::vector<Line>& lines) {
 namespace {
 
 struct Sums {
-  Count sessions = 0, samples = 0, unanswered = 0, inits = 0, compared = 0, reported = 0;
+  Count host_runs = 0, samples = 0, unanswered = 0, inits = 0, compared = 0, reported = 0;
 };
 
 }  // namespace
 
-static void add(const LoggedHostRun& session, Sums& sums) {
-  ++sums.sessions;
-  sums.samples += session.samples;
-  sums.unanswered += session.unanswered;
-  sums.inits += session.inits;
-  sums.compared += session.compared;
-  sums.reported += session.answers.reported();
+static void add(const LoggedHostRun& host_run, Sums& sums) {
+  ++sums.host_runs;
+  sums.samples += host_run.samples;
+  sums.unanswered += host_run.unanswered;
+  sums.inits += host_run.inits;
+  sums.compared += host_run.compared;
+  sums.reported += host_run.answers.reported();
 }
 
 // All lines into the reading; false when the packed data is broken.
@@ -246,14 +246,14 @@ static bool read(LogReading& reading, Sums& sums, std::string& content) {
 }
 
 static void require_consistent(const LogTotals& totals, const Sums& sums) {
-  require(sums.sessions == totals.sessions && sums.samples == totals.samples &&
+  require(sums.host_runs == totals.host_runs && sums.samples == totals.samples &&
               sums.unanswered == totals.unanswered && sums.compared == totals.compared &&
               sums.reported == totals.answers.reported(),
-          "sessions add up to the totals");
+          "host runs add up to the totals");
   require(totals.unanswered <= totals.samples, "what is unanswered is a sample");
   require(totals.compared_empty <= totals.compared, "empty models are compared with");
-  require(totals.no_model + totals.unfinished <= totals.sessions,
-          "a session ends in one way");
+  require(totals.no_model + totals.unfinished <= totals.host_runs,
+          "a host run ends in one way");
   require(totals.answers.gestures.size() <= Answers::kMostClasses,
           "few classes are kept");
   require(totals.odd_lines.size() ==
@@ -282,10 +282,10 @@ static void require_hours(const LogTotals& totals) {
 
 static void require_same(const LogTotals& totals, const Sums& sums,
                          const Counts& counts) {
-  require(totals.sessions == counts.sessions && totals.restarts == counts.restarts,
-          "the same sessions are found");
+  require(totals.host_runs == counts.host_runs && totals.restarts == counts.restarts,
+          "the same host runs are found");
   require(totals.no_model == counts.no_model && totals.unfinished == counts.unfinished,
-          "sessions end alike");
+          "host runs end alike");
   require(totals.samples == counts.samples && totals.unanswered == counts.unanswered,
           "as many samples are counted");
   require(sums.inits == counts.inits && totals.model_changes == counts.model_changes,

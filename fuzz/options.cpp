@@ -102,7 +102,7 @@ static void parse_whole_line(const std::vector<std::string>& words) {
 static bool same(const HostRunArguments& a, const HostRunArguments& b) {
   return a.recording == b.recording && a.bias == b.bias && a.rate == b.rate &&
          a.model.file == b.model.file && a.model.wearer == b.model.wearer &&
-         a.model.mode == b.model.mode && a.session.sensitivity == b.session.sensitivity;
+         a.model.mode == b.model.mode && a.host_run.sensitivity == b.host_run.sensitivity;
 }
 
 // False when the words are refused.
@@ -118,7 +118,7 @@ static bool parse(HostRunArguments& given, const std::vector<std::string>& words
 }
 
 // What a host is run with comes through a second command line unchanged.
-static void parse_session(std::vector<std::string> words) {
+static void parse_host_run(std::vector<std::string> words) {
   HostRunArguments given;
   if (!parse(given, words)) return;
   if (!given.bias.empty()) {
@@ -158,7 +158,7 @@ static void run(const std::uint8_t* bytes, std::size_t size) {
   if (words.front() == "replay" || words.front() == "explain") {
     words.erase(words.begin());
   }
-  parse_session(words);
+  parse_host_run(words);
   parse_requirements(words);
 }
 

@@ -186,7 +186,7 @@ static void make_recordings() {
 // ---- tables -------------------------------------------------------------------------
 
 // By the first byte, as tables.cpp has them.
-enum Table : char { kLabels, kSpans, kIndex, kScript, kSlots };
+enum Table : char { kLabels, kAnnotations, kIndex, kScript, kSlots };
 
 static void save_table(Table kind, const std::string& name, const Bytes& content) {
   save("tables", name, Bytes(1, kind) + content);
@@ -194,7 +194,7 @@ static void save_table(Table kind, const std::string& name, const Bytes& content
 
 static void make_tables() {
   const Bytes labels = "file,t_start,t_end,label\n";
-  const Bytes spans = "t_start,t_end,label\n";
+  const Bytes annotations = "t_start,t_end,label\n";
   const Bytes index = "file,label,subject,rate_hz\n";
   const Bytes script = "t_start,t_end,what\n";
   const Bytes tricky = "\"b/\xC3\xA4, 1.csv\"";  // a recording of tables.cpp's
@@ -218,7 +218,7 @@ static void make_tables() {
     words += "a.csv,1,2," + Bytes(1, word) + "\n";
   }
   save_table(kLabels, "many-words", labels + words);
-  save_table(kSpans, "spans", spans + "0,1,0\n1,2,1000\n2,3.5,12\n");
+  save_table(kAnnotations, "annotations", annotations + "0,1,0\n1,2,1000\n2,3.5,12\n");
   save_table(
       kIndex, "index",
       index + "a.csv,push,ann,50\nb/c.csv.gz,,,\n" + tricky + ",background,bob,99.5\n");
@@ -308,7 +308,7 @@ static void make_logs() {
   const Bytes model =
       "set_gesture_model 81: ---setmode----hand type:1, mode:2, path:/x\n"
       "set_gesture_model 87: ---set_hand_model success\n";
-  save("log_file", "session",
+  save("log_file", "host-run",
        start + none + gesture + model + update + compare + answer + "13\n" + update +
            compare + answer + "14\n");
   save("log_file", "restart", none + start + none + start + update + start + none);
@@ -342,7 +342,7 @@ static void make_command_lines() {
       {"replay-all",
        "replay\n--wearer\n1\n--mode\n2\n--bias=0.4,-0.2,1e1\n"
        "--sensitivity=-12\n--log\nl\n-"},
-      {"session",
+      {"host-run",
        "replay\n--wearer\n1\n--mode\n2\n--sample-rate\n0100\n"
        "--bias=0.4,-0.2,1e1\n--sensitivity=-12\n--\n--x.csv"},
       {"explain", "explain\n--expect\nx.labels.csv\n-o\np.html\n--no-init\nx.csv"},
@@ -361,7 +361,9 @@ static void make_command_lines() {
       {"eval",
        "eval\nset\n--leave-out\nsubject\n--folds\n10\n--require\n"
        "accuracy=0.95\n--require\nlatency=1\n--json"},
-      {"require", "accuracy=0.95\nfalse_per_hour=1e1\nnamed=nan\nlatency=\nlatency=1x"},
+      {"require",
+       "accuracy=0.95\nfalse_positives_per_hour=1e1\nclassified_right=nan\nlatency="
+       "\nlatency=1x"},
       {"model", "model\ndiff\na.xml\nb.xml"},
       {"model-check", "model\ncheck\na.xml\n--\n-b.xml"},
       {"doctor",

@@ -1,4 +1,5 @@
-// Tables of any content: labels, spans, an index, a script, and which models to build.
+// Tables of any content: labels, annotations, an index, a script, and which models to
+// build.
 //
 // The first byte chooses which; the rest is the file. What is read, and the line that is
 // refused, are those of a plain reading; what was read is written and read again.
@@ -29,7 +30,7 @@ static const std::string kTable = kRoot + "/table.csv";
 static const std::string kAgain = kRoot + "/again.csv";
 static const char* const kRecordings[] = {"a.csv", "b/c.csv.gz", "b/\xC3\xA4, 1.csv"};
 static constexpr char kLabelsHeader[] = "file,t_start,t_end,label";
-static constexpr char kSpansHeader[] = "t_start,t_end,label";
+static constexpr char kAnnotationsHeader[] = "t_start,t_end,label";
 static constexpr int kMostLabel = 1000;
 static constexpr double kLargestNumber = 1e9;  // of a label, which is a name beyond it
 static constexpr int kTakenLabels[] = {5, 6, 13, 14};
@@ -89,7 +90,7 @@ static void require_rows(const std::string& path, const reference::Table& expect
 
 // ---- labels -------------------------------------------------------------------------
 
-// The time span in two fields of a row; nothing when it is none.
+// The time interval in two fields of a row; nothing when it is none.
 static std::optional<std::pair<double, double>> times_in(const reference::Row& row,
                                                          std::size_t first) {
   const std::optional<double> begin = reference::number_of(row.fields[first]);
@@ -112,14 +113,14 @@ static bool may_be_label(const std::string& word) {
              std::end(kTakenLabels);
 }
 
-struct Spans {
-  std::vector<Annotation> spans;
+struct Annotations {
+  std::vector<Annotation> annotations;
   long faulty_line = 0;
 };
 
-static Spans plain_spans(const reference::Table& table, bool with_files) {
+static Annotations plain_annotations(const reference::Table& table, bool with_files) {
   const std::size_t first = with_files ? 1 : 0;
-  Spans result;
+  Annotations result;
   // Rows are looked at when all have been read.
   result.faulty_line = first_line(table);
   if (result.faulty_line != 0) return result;
@@ -131,8 +132,8 @@ static Spans plain_spans(const reference::Table& table, bool with_files) {
       result.faulty_line = static_cast<long>(row.line);
       return result;
     }
-    result.spans.push_back({with_files ? row.fields[0] : "", times->first, times->second,
-                            static_cast<int>(*label)});
+    result.annotations.push_back({with_files ? row.fields[0] : "", times->first,
+                                  times->second, static_cast<int>(*label)});
   }
   return result;
 }
@@ -144,17 +145,17 @@ static bool same(const Annotation& a, const Annotation& b) {
 static void require_same(const std::vector<Annotation>& a,
                          const std::vector<Annotation>& b) {
   require(std::equal(a.begin(), a.end(), b.begin(), b.end(), same),
-          "the same spans are read");
+          "the same annotations are read");
 }
 
 // Whether a file that is written to the millisecond holds the time.
 static bool is_whole_ms(double t) { return reference::number_of(fixed(t, 3)) == t; }
 
-static void write_and_read_again(const std::vector<Annotation>& spans) {
+static void write_and_read_again(const std::vector<Annotation>& annotations) {
   std::vector<Annotation> kept;
-  std::copy_if(spans.begin(), spans.end(), std::back_inserter(kept),
-               [](const Annotation& span) {
-                 return is_whole_ms(span.begin) && is_whole_ms(span.end);
+  std::copy_if(annotations.begin(), annotations.end(), std::back_inserter(kept),
+               [](const Annotation& annotation) {
+                 return is_whole_ms(annotation.begin) && is_whole_ms(annotation.end);
                });
   write_whole_file(kAgain, labels_text(kept));
   require_same(read_labels(kAgain), kept);
@@ -179,19 +180,19 @@ static bool is_of(const std::string& recording, const std::string& file) {
 
 static void read_what_is_expected(const std::string& path, const std::string& content) {
   const std::size_t mark = content.substr(0, 3) == "\xEF\xBB\xBF" ? 3 : 0;
-  const std::string header(kSpansHeader);
+  const std::string header(kAnnotationsHeader);
   const bool with_files = content.substr(mark, header.size()) != header;
-  const Spans spans =
-      plain_spans(reference::table_of(content, with_files ? kLabelsHeader : kSpansHeader),
-                  with_files);
+  const Annotations annotations = plain_annotations(
+      reference::table_of(content, with_files ? kLabelsHeader : kAnnotationsHeader),
+      with_files);
   for (const char* const name : kRecordings) {
     const std::string recording = kRoot + "/" + name;
     std::vector<Annotation> own;
-    for (const Annotation& span : spans.spans) {
-      if (!with_files || is_of(recording, span.file)) own.push_back(span);
+    for (const Annotation& annotation : annotations.annotations) {
+      if (!with_files || is_of(recording, annotation.file)) own.push_back(annotation);
     }
     const auto answer = answer_of([&] { return read_expected(path, recording); });
-    require_verdict(answer, path, spans.faulty_line);
+    require_verdict(answer, path, annotations.faulty_line);
     if (!answer.read) continue;
     require(answer.read->size() == own.size(), "as much is expected");
     for (std::size_t i = 0; i < own.size(); ++i) {
@@ -262,7 +263,7 @@ static void require_classes(const std::vector<SetEntry>& set) {
     require(taken.count(number) == 0, "a class is of one label");
   require(numbers.size() == words, "each word has a class of its own");
   for (const SetEntry& entry : set) {
-    for (const WordedAnnotation& worded : entry.spans) {
+    for (const WordedAnnotation& worded : entry.annotations) {
       require(classes.count(worded.word) == (is_background(worded.word) ? 0u : 1u),
               "every gesture has a class");
     }
@@ -270,11 +271,11 @@ static void require_classes(const std::vector<SetEntry>& set) {
 }
 
 static void read_labels_of_any_content(const reference::Table& table) {
-  const Spans expected = plain_spans(table, true);
+  const Annotations expected = plain_annotations(table, true);
   const auto numbers = answer_of([] { return read_labels(kLabels); });
   require_verdict(numbers, kLabels, expected.faulty_line);
   if (numbers.read) {
-    require_same(*numbers.read, expected.spans);
+    require_same(*numbers.read, expected.annotations);
     write_and_read_again(*numbers.read);
   }
 
@@ -300,16 +301,17 @@ static void read_labels_of_any_content(const reference::Table& table) {
   const auto set = answer_of([] { return read_recording_set(kRoot + "/labels"); });
   require_verdict(set, kLabels, names_others ? -1 : 0);
   if (!set.read) return;
-  std::size_t spans = 0;
-  for (const SetEntry& entry : *set.read) spans += entry.spans.size();
-  require(spans == rows, "every span is in the set");
+  std::size_t annotations = 0;
+  for (const SetEntry& entry : *set.read) annotations += entry.annotations.size();
+  require(annotations == rows, "every annotation is in the set");
   for (const WordedAnnotation& worded : *words.read) {
-    const SetEntry& entry = entry_of(*set.read, worded.span.file);
-    require(std::any_of(entry.spans.begin(), entry.spans.end(),
+    const SetEntry& entry = entry_of(*set.read, worded.annotation.file);
+    require(std::any_of(entry.annotations.begin(), entry.annotations.end(),
                         [&](const WordedAnnotation& own) {
-                          return own.word == worded.word && same(own.span, worded.span);
+                          return own.word == worded.word &&
+                                 same(own.annotation, worded.annotation);
                         }),
-            "a span is with its recording");
+            "an annotation is with its recording");
   }
   require_classes(*set.read);
 }
@@ -400,7 +402,7 @@ static void read_script_of_any_content(const reference::Table& table) {
 
 static void run(const std::uint8_t* bytes, std::size_t size) {
   if (size == 0) return;
-  enum Kind { kOfLabels, kOfSpans, kOfRecordings, kOfActivities, kOfSlots, kKinds };
+  enum Kind { kOfLabels, kOfAnnotations, kOfRecordings, kOfActivities, kOfSlots, kKinds };
   const std::string content(bytes + 1, bytes + size);
   const std::string* path = &kTable;
   std::string header;
@@ -410,8 +412,8 @@ static void run(const std::uint8_t* bytes, std::size_t size) {
       header = kLabelsHeader;
       path = &kLabels;
       break;
-    case kOfSpans:
-      header = kSpansHeader;
+    case kOfAnnotations:
+      header = kAnnotationsHeader;
       break;
     case kOfRecordings:
       header = "file,label,subject,rate_hz";
@@ -433,7 +435,7 @@ static void run(const std::uint8_t* bytes, std::size_t size) {
       read_labels_of_any_content(table);
       read_what_is_expected(kLabels, content);
       break;
-    case kOfSpans:
+    case kOfAnnotations:
       read_what_is_expected(kTable, content);
       break;
     case kOfRecordings:

@@ -109,7 +109,7 @@ void set_gesture_rec_sensitivity(WgrHandle h, int level);
 int set_gesture_model(WgrHandle h, WgWatchWearer wearer, WgWorkMode mode);
 
 /**
- * Registers the function that is told of each gesture; one at a time.
+ * Registers the function that each gesture is reported to; one at a time.
  *
  * The callback may call everything but destroy_gesture_handle() on its handle.
  * update_gesture() on its own handle takes nothing in and answers 6 there; other handles
@@ -152,7 +152,7 @@ int update_gesture(WgrHandle h, Point3Df acc, Point3Df gyro);
 int get_wearer_type(WgrHandle h, Point3Df acc);
 
 /**
- * Tells whether the newest sample of update_gesture() ended at rest.
+ * Reports whether the newest sample of update_gesture() ended at rest.
  *
  * return  1 at rest, 0 moving; 1 as well when h is null or there is no sample yet
  */

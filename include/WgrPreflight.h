@@ -17,7 +17,7 @@ extern "C" {
  * What a finding means for the host. They are ints, in the order of their weight.
  */
 enum {
-  WG_PREFLIGHT_CLEAN = 0, /* nothing to tell; an answer, never a finding's weight */
+  WG_PREFLIGHT_CLEAN = 0, /* nothing to report; an answer, never a finding's weight */
   WG_PREFLIGHT_NOTE = 1,  /* everything works, but the log is dropped, or others can
                              lay hands on it */
   WG_PREFLIGHT_FAULT = 2, /* handles work, but something will not do what it should */
@@ -25,7 +25,7 @@ enum {
 };
 
 /**
- * Told of one finding.
+ * Receives one finding.
  *
  * weight     WG_PREFLIGHT_NOTE, _FAULT or _FATAL
  * text       one line without its end, as "PATH:LINE: what is wrong"; valid during the

@@ -8,7 +8,7 @@
 #define WGR_TYPES_H
 
 /*
- * The enumerations are as wide as int. C++ is told so, which makes every int a
+ * The enumerations are as wide as int. C++ declares it so, which makes every int a
  * host may pass a valid value that the library can look at and refuse.
  */
 #ifdef __cplusplus

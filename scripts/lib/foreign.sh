@@ -15,7 +15,7 @@ unpack_foreign() {
              -o "Dir::State::lists=$root/apt/lists" -o "Dir::Cache=$root/apt/cache"
              -o Acquire::Languages=none)
   say "Unpacking for $architecture: $*"
-  # A mirror may lack an index that is not needed; the download tells.
+  # A mirror may lack an index that is not needed; the download shows it.
   (cd "$root/apt" && { "${apt[@]}" update || true; } &&
      "${apt[@]}" download "${@/%/:$architecture}") >"$root/log" 2>&1 || {
     cat "$root/log" >&2

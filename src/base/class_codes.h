@@ -1,12 +1,12 @@
-// The gesture classes that stand for something else than a gesture, and what the host is
-// told of a class.
+// The gesture classes that stand for something else than a gesture, and what is reported
+// to the host for a class.
 #pragma once
 
 #include <optional>
 
 namespace wgr {
 
-inline constexpr int kReportedRejected = 5;  // what the host is told for kRejected
+inline constexpr int kReportedRejected = 5;  // what is reported to the host for kRejected
 inline constexpr int kNothingReported = 6;   // an answer; as a label, never reported
 inline constexpr int kRejected = 13;         // a strong motion that no template matches
 inline constexpr int kNoGesture = 14;        // a motion that is no gesture, or none yet
@@ -17,7 +17,8 @@ inline bool is_class_code(int label) {
          label == kNoGesture;
 }
 
-// What the host is told of a class of the engine; nothing when it is not reported.
+// What is reported to the host for a class of the engine; nothing when it is not
+// reported.
 inline std::optional<int> report_of(int engine_class) {
   if (engine_class == kRejected) return kReportedRejected;
   if (engine_class == kNoGesture || engine_class == kNothingReported) return std::nullopt;

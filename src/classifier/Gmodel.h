@@ -22,7 +22,7 @@ class Gmodel {
   // opened, true otherwise.
   bool write(const char* path) const;
 
-  // The same text to a stream, whose state tells whether it took all.
+  // The same text to a stream, whose state says whether it took all.
   void write(std::ostream& file) const;
 
   // Fills the record from path + ".xml". Returns false, with the record unchanged,

@@ -40,7 +40,7 @@ inline constexpr WgrLogSite kLogModelFailed    = {"AgGes",                60, "E
 inline constexpr WgrLogSite kLogEngineEnd      = {"AgGes",                70, "AgGes end"};
 inline constexpr WgrLogSite kLogDetectorStart  = {"WHD",                 623, "WHD start"};
 inline constexpr WgrLogSite kLogDetectorGiven  = {"WHD",                 635, "pp is NON NULL"};
-// The same words whether or not a record was given; only the tag tells them apart.
+// The same words whether or not a record was given; only the tag differs.
 inline constexpr WgrLogSite kLogDetectorOwn    = {"WHD",                 647, "pp is NON NULL"};
 inline constexpr WgrLogSite kLogDetectorEnd    = {"WHD",                 658, "WHD end"};
 inline constexpr WgrLogSite kLogPredict        = {"predict",             336, "nTemplate:%d, nclasses:%d, normalize:%d, havegravity:%d"};

@@ -25,7 +25,7 @@ static constexpr int kWindowsPerSecond = 5;
 
 namespace {
 
-// Puts the working directory back at the end of its life, if it could be told at the
+// Puts the working directory back at the end of its life, if it could be found at the
 // start.
 class KeptWorkingDirectory {
  public:

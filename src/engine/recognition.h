@@ -34,7 +34,7 @@ enum class Ending {
   kNoTemplates,      // the model has none
   kNoScore,          // no template can be compared with it
   kBelowThreshold,   // its score does not exceed the threshold of the class
-  kNeverReported,    // a label that a host is never told
+  kNeverReported,    // a label that is never reported to a host
   kRecognised,
 };
 inline constexpr size_t kEndings = 12;

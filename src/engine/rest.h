@@ -1,4 +1,4 @@
-// Tells a wrist at rest from a wrist in motion, from a window of samples alone.
+// Distinguishes a wrist at rest from one in motion by a window of samples alone.
 //
 // Each sensor is judged by two figures over the window: the length of the mean
 // vector and the spread around it. Accelerations are m/s² with gravity in them;

@@ -43,7 +43,7 @@ class Teller {
 class UntrappedArithmetic {
  public:
   UntrappedArithmetic() {
-#ifdef __GLIBC__  // elsewhere nothing tells
+#ifdef __GLIBC__  // elsewhere nothing shows it
     trapped_ = fegetexcept() != 0;
 #endif
     held_ = std::feholdexcept(&before_) == 0;
@@ -138,7 +138,7 @@ static void check_log(Teller& teller) {
   check_access_to_log(teller);
 }
 
-// A thread may be told to make zeros of denormal numbers: of results, and of operands,
+// A thread may be set to make zeros of denormal numbers: of results, and of operands,
 // such as those of the comparison.
 static bool keeps_denormals() {
   volatile double smallest_normal = DBL_MIN;

@@ -276,7 +276,7 @@ ModelCheck Checker::check() {
   check_labels();
   const size_t labels_line = line_;
   check_thresholds();
-  // To the end, also when no more is told: the last template may be what is refused.
+  // To the end, also when no more is reported: the last template may be what is refused.
   for (int i = 0; i < header_.templates && file_; ++i) check_template(i);
   if (!file_) return check_;
   for (size_t i = 0; i < labels_.size(); ++i) {

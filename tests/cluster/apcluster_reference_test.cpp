@@ -43,7 +43,7 @@ struct Case {
   std::vector<float> s;
 };
 
-// How often each kind of end was met, so that a test can tell it saw all.
+// How often each kind of end was met, so that a test can check it saw all.
 struct Ends {
   int exemplars = 0;
   int none = 0;

@@ -107,7 +107,7 @@ TEST(SimilarityProperty, EveryMatrixEntryHasTheBitsOfTheLiteralVersion) {
     }
     entries += expected.size();
   }
-  // Or nothing would tell one order of a pair from the other.
+  // Or nothing would distinguish the two orders of a pair.
   if (enough_cases()) {
     EXPECT_GT(different, cases / 2000);
   }

@@ -144,7 +144,7 @@ using ConstructionDeathTest = Construction;
 
 static void construct(const std::string& path) {
   // What the process leaves behind on standard output and in its working directory is
-  // told on standard error, where the test reads it.
+  // printed on standard error, where the test reads it.
   static Capture* printing = new Capture();
   std::atexit([] {
     const std::string text = printing->finish() + "|" + working_directory() + "|";

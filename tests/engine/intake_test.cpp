@@ -8,7 +8,7 @@
 
 using namespace wgr;
 
-// An engine at 50 samples a second: window 10, margin 5, least motion 25, history 250.
+// An engine at 50 samples a second: window 10, padding 5, least motion 25, history 250.
 
 static int false_flags(const AgGes& engine) {
   return static_cast<int>(
@@ -277,7 +277,7 @@ TEST(TwoSensorIntake, RaisingTheWindowInMidMotionClosesIt) {
   engine->update({0, 0, 30}, {0, 0, 400});
   EXPECT_TRUE(engine->static_history.back());
   EXPECT_TRUE(engine->motion_acc.empty());
-  EXPECT_EQ(length(engine->last_motion_acc), 4u);  // less a margin of thirty
+  EXPECT_EQ(length(engine->last_motion_acc), 4u);  // less a padding of thirty
 }
 
 // After samples of the accelerometer alone the gyroscope's history is the shorter one.

@@ -71,7 +71,7 @@ static int feed_gesture(WgrHandle h) {
   return feed_rest(h, 1);
 }
 
-static void walk_the_whole_road(void) {
+static void call_every_function(void) {
   const Point3Df bias = {1.0, 0.0, 0.0};
   struct heard heard;
   memset(&heard, 0, sizeof heard);
@@ -144,7 +144,7 @@ static void ask_for_the_version(void) {
 int main(void) {
   CHECK(write_model("olvo_model_5_fb", LABEL, -1e9));
   CHECK(write_model("olvo_model_5r_mix", LABEL, 0.0));
-  if (failures == 0) walk_the_whole_road();
+  if (failures == 0) call_every_function();
   ask_without_a_handle();
   ask_for_the_version();
   return failures == 0 ? 0 : 1;

@@ -72,7 +72,7 @@ async function checkPage(browser, file, checks, width, colorScheme) {
   await page.setViewportSize({width, height: 900});
   await page.emulateMedia({colorScheme});
   let failures = 0;
-  const tell = (good, text) => {
+  const report = (good, text) => {
     failures += good ? 0 : 1;
     const name = path.basename(file, '.html');
     console.log(`${good ? 'ok     ' : 'FAILED '} ${name} ${width} ${colorScheme}: ${text}`);
@@ -90,12 +90,12 @@ async function checkPage(browser, file, checks, width, colorScheme) {
   for (const [name, check] of Object.entries({...checks, ...always})) {
     try {
       await check(page, width);
-      tell(true, name);
+      report(true, name);
     } catch (error) {
-      tell(false, `${name}: ${error.message}`);
+      report(false, `${name}: ${error.message}`);
     }
   }
-  tell(complaints.length === 0, complaints.join('; ') || 'no complaint, no request');
+  report(complaints.length === 0, complaints.join('; ') || 'no complaint, no request');
   if (process.env.WGR_SCREENSHOTS) {
     const name = `${path.basename(file, '.html')}-${width}-${colorScheme}.png`;
     await page.screenshot({path: path.join(process.env.WGR_SCREENSHOTS, name),

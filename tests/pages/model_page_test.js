@@ -11,7 +11,7 @@ const path = require('node:path');
 const {testPages} = require('./browser.js');
 
 const [, , kTool, kPackages] = process.argv;
-let told;  // by wgr eval --json
+let evaluated;  // by wgr eval --json
 
 const texts = (locator) => locator.allTextContents();
 
@@ -20,25 +20,25 @@ const rowNumbers = async (row) =>
   (await texts(row.locator('td'))).map((text) => Number(text.replaceAll(',', '')));
 
 const common = {
-  async 'the takes of a number in the table are listed, by keyboard'(page) {
+  async 'the examples of a number in the table are listed, by keyboard'(page) {
     const buttons = page.locator('#outcomes td button');
     assert.ok(await buttons.count() >= 5, 'every class has a number');
     const button = buttons.nth(1);
     await button.focus();
     await page.keyboard.press('Enter');
-    assert.equal(await page.locator('.take').count(), Number(await button.textContent()));
+    assert.equal(await page.locator('.example').count(), Number(await button.textContent()));
     assert.equal(await page.evaluate(() => document.activeElement.id), 'filter');
     await page.locator('#filter').selectOption('outstanding');
   },
 
-  async 'all takes of a class are drawn, and its templates over them'(page) {
+  async 'all examples of a class are drawn, and its templates over them'(page) {
     const card = page.locator('.class').first();
     assert.equal(await card.locator('figure').count(), 4);
     const facts = await texts(card.locator('dd'));
     for (const axis of ['x', 'y', 'z']) {
-      const takes = card.locator(`path[class="${axis} all"]`);
-      assert.equal(await takes.count(), Number(facts[0]));
-      const d = await takes.first().getAttribute('d');
+      const examples = card.locator(`path[class="${axis} all"]`);
+      assert.equal(await examples.count(), Number(facts[0]));
+      const d = await examples.first().getAttribute('d');
       assert.ok(d.length > 100 && !d.includes('NaN'), d.slice(0, 80));
     }
     assert.equal(await card.locator('path.exemplar').count(), 3 * Number(facts[2]));
@@ -71,24 +71,24 @@ const common = {
     await card.locator('path.exemplar').first().waitFor();
   },
 
-  async 'a take that stands out is beside its nearest template'(page, width) {
-    const take = page.locator('.take').last();
-    await take.locator('summary').focus();
+  async 'an example that stands out is beside its nearest template'(page, width) {
+    const example = page.locator('.example').last();
+    await example.locator('summary').focus();
     await page.keyboard.press('Enter');
-    await take.locator('figure').first().waitFor();
-    assert.ok(await take.locator('figure').count() >= 2);
-    const captions = await texts(take.locator('figcaption'));
-    assert.match(captions[0], /^This take/);
+    await example.locator('figure').first().waitFor();
+    assert.ok(await example.locator('figure').count() >= 2);
+    const captions = await texts(example.locator('figcaption'));
+    assert.match(captions[0], /^This example/);
     assert.match(captions[1], /^The nearest template, .* score -\d/);
     const boxes = [];
-    for (const i of [0, 1]) boxes.push(await take.locator('svg').nth(i).boundingBox());
+    for (const i of [0, 1]) boxes.push(await example.locator('svg').nth(i).boundingBox());
     if (width > 1000) {
       assert.equal(boxes[0].y, boxes[1].y);
       assert.ok(boxes[1].x >= boxes[0].x + boxes[0].width);
     } else {
       assert.ok(boxes[1].y >= boxes[0].y + boxes[0].height);
     }
-    for (const d of await take.locator('path').evaluateAll((all) =>
+    for (const d of await example.locator('path').evaluateAll((all) =>
       all.map((p) => p.getAttribute('d')))) {
       assert.ok(d.length > 100 && !d.includes('NaN'), d.slice(0, 80));
     }
@@ -120,25 +120,25 @@ const ofEval = {
   async 'the table has the numbers that --json prints'(page) {
     const heads = await texts(page.locator('#outcomes thead th'));
     const rows = page.locator('#outcomes tbody tr');
-    const labels = Object.keys(told.confusion);
-    assert.ok(Object.values(told.misses).reduce((sum, n) => sum + n, 0) > 0);
+    const labels = Object.keys(evaluated.confusion);
+    assert.ok(Object.values(evaluated.misses).reduce((sum, n) => sum + n, 0) > 0);
     for (let i = 0; i < labels.length; ++i) {
       const cells = await texts(rows.nth(i).locator('td'));
       heads.forEach((outcome, k) => {
         if (outcome === 'recall' || outcome === 'precision') {
-          const share = told.classes[labels[i]][outcome];
+          const share = evaluated.classes[labels[i]][outcome];
           assert.equal(cells[k], share === null ? '–' : (100 * share).toFixed(1) + ' %');
         } else {
-          const count = told.confusion[labels[i]][outcome] ?? 0;
+          const count = evaluated.confusion[labels[i]][outcome] ?? 0;
           assert.equal(cells[k], count === 0 ? '·' : String(count));
         }
       });
     }
   },
 
-  async 'misses, latency and false events are told'(page) {
+  async 'misses, latency and false positives are shown'(page) {
     const names = await texts(page.locator('#measured dt'));
-    assert.ok(names.includes('false events') && names.includes('latency'), String(names));
+    assert.ok(names.includes('false positives') && names.includes('latency'), String(names));
     const figures = page.locator('#measured figure');
     assert.equal(await figures.count(), 2);
     assert.match(await figures.nth(0).textContent(), /by cause/);
@@ -165,7 +165,7 @@ function makePages(folder) {
     fs.appendFileSync(path.join(folder, 'others', table), rows);
   }
   wgr('build', 'set', '-o', 'model/hgr_olvo.xml', '--report', 'build.html');
-  told = JSON.parse(wgr('eval', 'others', '--model', 'model/hgr_olvo.xml', '--json',
+  evaluated = JSON.parse(wgr('eval', 'others', '--model', 'model/hgr_olvo.xml', '--json',
       '--report', 'eval.html'));
   return [[path.join(folder, 'build.html'), ofBuild],
     [path.join(folder, 'eval.html'), ofEval]];

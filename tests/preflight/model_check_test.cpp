@@ -52,7 +52,7 @@ class ModelChecking : public ::testing::Test {
   const std::string path_ = directory_.file("model.xml");
 };
 
-static std::string told(const ModelCheck& check) {
+static std::string listed(const ModelCheck& check) {
   std::string text;
   for (const ModelFinding& finding : check.findings) {
     text += std::to_string(finding.line) + ": " + finding.text + "\n";
@@ -62,19 +62,19 @@ static std::string told(const ModelCheck& check) {
 
 TEST_F(ModelChecking, ASoundFileHasNoFindings) {
   const ModelCheck result = check(joined(sound()));
-  EXPECT_EQ(told(result), "");
+  EXPECT_EQ(listed(result), "");
   EXPECT_TRUE(result.loads);
 }
 
 TEST_F(ModelChecking, AHostsLocaleChangesNothing) {
   const CommaLocale comma;
-  EXPECT_EQ(told(check(joined(sound()))), "");
+  EXPECT_EQ(listed(check(joined(sound()))), "");
 }
 
 TEST_F(ModelChecking, LinesThatEndInCarriageReturnsAreFine) {
   std::string text;
   for (const std::string& line : sound()) text += line + "\r\n";
-  EXPECT_EQ(told(check(text)), "");
+  EXPECT_EQ(listed(check(text)), "");
 }
 
 TEST_F(ModelChecking, WhatTheLibraryWritesIsSound) {
@@ -87,7 +87,7 @@ TEST_F(ModelChecking, WhatTheLibraryWritesIsSound) {
   model.templates = {{2, {{third, third, -third}, {-third, third, third}, {1, 2, 9.3}}}};
   model.nTemplate = 1;
   ASSERT_TRUE(model.write(directory_.file("model").c_str()));
-  EXPECT_EQ(told(check_model_file(path_)), "");
+  EXPECT_EQ(listed(check_model_file(path_)), "");
 }
 
 // What a finding says of values, after it has named them.
@@ -137,45 +137,46 @@ TEST_F(ModelChecking, EachFaultIsNamedOnceWithItsLine) {
   };
   for (const auto& c : cases) {
     const ModelCheck result = with(c.line, c.text);
-    EXPECT_THAT("\n" + told(result), HasSubstr("\n" + std::string(c.finding) + "\n"))
+    EXPECT_THAT("\n" + listed(result), HasSubstr("\n" + std::string(c.finding) + "\n"))
         << c.text;
     EXPECT_TRUE(result.loads) << c.text;
     // One that is wrong in the first two lines has more to it further down.
     if (c.line > 2) {
-      EXPECT_EQ(result.findings.size(), 1u) << c.text << "\n" << told(result);
+      EXPECT_EQ(result.findings.size(), 1u) << c.text << "\n" << listed(result);
     }
   }
 }
 
 // Not in that of their discovery; two of one line in the order in which they stand there.
 TEST_F(ModelChecking, FindingsAreInTheOrderOfTheirLines) {
-  EXPECT_EQ(told(with(7, "0 0.8 0 1 ")),
+  EXPECT_EQ(listed(with(7, "0 0.8 0 1 ")),
             "4: template 1: its gravity, the last point, has no length: it never wins\n"
             "7: template 1, its z: more than 3 values; the surplus is ignored\n");
-  EXPECT_THAT(told(with(1, "2 2 3 2")), StartsWith("1: normalize: 3 is neither 0 nor 1\n"
-                                                   "1: havegravity: 2 is neither"));
+  EXPECT_THAT(listed(with(1, "2 2 3 2")),
+              StartsWith("1: normalize: 3 is neither 0 nor 1\n"
+                         "1: havegravity: 2 is neither"));
 }
 
 TEST_F(ModelChecking, RoundingToSixDigitsIsNoFault) {
-  EXPECT_EQ(told(with(5, "1.00001 0 0 ")), "");
+  EXPECT_EQ(listed(with(5, "1.00001 0 0 ")), "");
   // The root mean square of 1.0019 and 1 is 1.00095, that of 1.0022 and 1 is 1.0011.
-  EXPECT_EQ(told(with(5, "1.0019 0 0 ")), "");
-  EXPECT_NE(told(with(5, "1.0022 0 0 ")), "");
+  EXPECT_EQ(listed(with(5, "1.0019 0 0 ")), "");
+  EXPECT_NE(listed(with(5, "1.0022 0 0 ")), "");
 }
 
 TEST_F(ModelChecking, OnlyNormalisingModelsNeedUnitTraces) {
   std::vector<std::string> lines = sound();
   lines[0] = "2 2 0 1";
   lines[4] = "20 0 0 ";
-  EXPECT_EQ(told(check(joined(lines))), "");
+  EXPECT_EQ(listed(check(joined(lines))), "");
 }
 
 TEST_F(ModelChecking, AClassWithoutATemplateAndATemplateWithoutAClassAreFaults) {
-  EXPECT_EQ(told(with(8, "3 2")), "2: no template has the label 7: it never wins\n");
-  EXPECT_EQ(told(with(8, "9 2")),
+  EXPECT_EQ(listed(with(8, "3 2")), "2: no template has the label 7: it never wins\n");
+  EXPECT_EQ(listed(with(8, "9 2")),
             "2: no template has the label 7: it never wins\n"
             "8: template 2: its label 9 is not in the list of classes\n");
-  EXPECT_EQ(told(with(2, "3 3 ")),
+  EXPECT_EQ(listed(with(2, "3 3 ")),
             "2: the label 3 stands twice; only its first threshold counts\n"
             "2: no template has the label 3: it never wins\n"
             "8: template 2: its label 7 is not in the list of classes\n");
@@ -185,11 +186,11 @@ TEST_F(ModelChecking, ATemplateNeedsAPointThatIsNotItsGravity) {
   std::vector<std::string> lines = sound();
   lines.resize(7);
   lines.insert(lines.end(), {"7 1", "0 ", "0 ", "10 "});
-  EXPECT_EQ(told(check(joined(lines))),
+  EXPECT_EQ(listed(check(joined(lines))),
             "8: template 2: it has no points of motion and never wins\n");
   lines.resize(7);
   lines.insert(lines.end(), {"7 0", "", "", ""});
-  EXPECT_EQ(told(check(joined(lines))),
+  EXPECT_EQ(listed(check(joined(lines))),
             "8: template 2: it has no points of motion and never wins\n");
 }
 
@@ -212,34 +213,34 @@ TEST_F(ModelChecking, TheFirstLineThatIsMissingIsNamed) {
     const ModelCheck result = check(joined(lines));
     const std::string expected = std::to_string(kept + 1) + ": the file ends where " +
                                  names[kept - 1] + " should be: it was cut off\n";
-    EXPECT_THAT("\n" + told(result), HasSubstr("\n" + expected));
+    EXPECT_THAT("\n" + listed(result), HasSubstr("\n" + expected));
     EXPECT_TRUE(result.loads) << kept;
   }
   // Of classes whose templates are missing with the rest nothing is said.
   std::vector<std::string> lines = sound();
   lines.resize(7);
-  EXPECT_EQ(told(check(joined(lines))),
+  EXPECT_EQ(listed(check(joined(lines))),
             "8: the file ends where template 2 should be: it was cut off\n");
   EXPECT_THAT(
-      told(check("")),
+      listed(check("")),
       StartsWith("1: the file ends where the header should be: it was cut off\n"));
 }
 
 TEST_F(ModelChecking, ALastLineWithoutItsEndIsFound) {
   std::string text = joined(sound());
   text.pop_back();
-  EXPECT_EQ(told(check(text)), "11: the last line has no end: the file was cut off\n");
+  EXPECT_EQ(listed(check(text)), "11: the last line has no end: the file was cut off\n");
 }
 
 TEST_F(ModelChecking, LinesBehindTheLastTemplateAreFound) {
-  EXPECT_EQ(told(check(joined(sound()) + "8 2\n0 1 \n")),
+  EXPECT_EQ(listed(check(joined(sound()) + "8 2\n0 1 \n")),
             "12: more lines than the header announces; they are ignored\n");
 }
 
 TEST_F(ModelChecking, ALineMayHave4095CharactersAndNoMore) {
   const std::string blanks(4095 - 6, ' ');
-  EXPECT_EQ(told(with(5, "1 0 0 " + blanks)), "");
-  EXPECT_THAT(told(with(5, "1 0 0  " + blanks)),
+  EXPECT_EQ(listed(with(5, "1 0 0 " + blanks)), "");
+  EXPECT_THAT(listed(with(5, "1 0 0  " + blanks)),
               HasSubstr("5: the line has 4096 characters; those after 4095 and all later "
                         "lines are lost\n"));
 }
@@ -251,15 +252,15 @@ TEST_F(ModelChecking, CountsThatTheReaderCannotFollowKeepAModelFromLoading) {
     EXPECT_FALSE(result.loads) << header;
     EXPECT_FALSE(result.findings.empty()) << header;
   }
-  EXPECT_EQ(told(with(1, "-1 2 1 1")),
+  EXPECT_EQ(listed(with(1, "-1 2 1 1")),
             "1: the number of classes: -1 is negative: the model is refused\n");
-  EXPECT_EQ(told(with(1, "2 10000001 1 1")),
+  EXPECT_EQ(listed(with(1, "2 10000001 1 1")),
             "1: the number of templates: 10000001 is more than any model has: it is "
             "refused\n");
   const ModelCheck points = with(8, "7 -2");
   EXPECT_FALSE(points.loads);
   EXPECT_EQ(
-      told(points),
+      listed(points),
       "8: template 2, its number of points: -2 is negative: the model is refused\n");
 }
 
@@ -298,9 +299,9 @@ TEST_F(ModelChecking, ANegativeCountThatTheReaderNeverSeesDoesNotKeepItFromLoadi
 
 TEST_F(ModelChecking, WhatIsNoRegularFileIsNotRead) {
   const ModelCheck missing = check_model_file(directory_.file("missing.xml"));
-  EXPECT_EQ(told(missing), "0: cannot be read: No such file or directory\n");
+  EXPECT_EQ(listed(missing), "0: cannot be read: No such file or directory\n");
   EXPECT_FALSE(missing.loads);
-  EXPECT_EQ(told(check_model_file(directory_.path())),
+  EXPECT_EQ(listed(check_model_file(directory_.path())),
             "0: cannot be read: it is not a regular file\n");
 }
 
@@ -312,7 +313,7 @@ TEST_F(ModelChecking, AnotherKindOfFileIsNotComplainedAboutWithoutEnd) {
 }
 
 // The reader does not stop at the hundredth fault.
-TEST_F(ModelChecking, ACountThatIsRefusedBehindAHundredFaultsIsTold) {
+TEST_F(ModelChecking, ACountThatIsRefusedBehindAHundredFaultsIsReported) {
   std::string text = "1 151 0 0\n3 \n0 \n";
   for (int t = 0; t < 150; ++t) text += "4 0\n\n\n\n";  // of no class
   const std::string refused = text + "3 -1\n\n\n\n";

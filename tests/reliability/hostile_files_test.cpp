@@ -115,7 +115,7 @@ TEST_F(HostileFiles, AModelThatIsNoneRecognisesNothingUntilAnotherIsChosen) {
 
 // A file that cannot be opened, or whose counts no model has, ends the process with
 // status 0; one that says nothing is a model without templates. The check beforehand
-// tells which.
+// says which.
 TEST_F(HostileFiles, ADefaultModelThatIsNoneEndsTheProcessOrRecognisesNothing) {
   const std::string ends[] = {"a gigabyte of digits", "a link to nowhere",
                               "a link to itself",     "huge counts",

@@ -40,7 +40,7 @@ static Stream stream_of(int number) {
          gesture(18, 6.0) + gesture(18, 5.0);
 }
 
-// A handle from its making to its end; `number` tells which model it uses.
+// A handle from its making to its end; `number` chooses the model it uses.
 static Day live(int number, const Stream& stream) {
   Day day;
   WgrHandle h = create_gesture_handle();

@@ -5,7 +5,7 @@
 
 #include <cstddef>
 
-// Pages of this process that are in memory, bytes; 0 where the system does not tell.
+// Pages of this process that are in memory, bytes; 0 where the system does not say.
 long resident_memory();
 
 // Bytes that this process has from malloc() and has not put back.

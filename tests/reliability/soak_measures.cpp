@@ -21,7 +21,7 @@ static constexpr int kRotationPeriod = 250;  // ms
 static constexpr long kFilesAside = 8;       // that are not counted yet
 
 long resident_memory() {
-  // Counted page by page; what /proc/self/statm tells lags behind.
+  // Counted page by page; what /proc/self/statm reports lags behind.
   std::FILE* const file = std::fopen("/proc/self/smaps_rollup", "r");
   if (file == nullptr) return 0;
   char line[256];
@@ -127,9 +127,9 @@ static void rotate_until(int stop, int results) {
   }
   while (counted < files) count_file(aside(counted++), lines);
   count_file(kWgrLogPath, lines);
-  const bool told = write(results, &lines, sizeof lines) == sizeof lines &&
-                    write(results, &files, sizeof files) == sizeof files;
-  _exit(told ? 0 : 1);
+  const bool written = write(results, &lines, sizeof lines) == sizeof lines &&
+                       write(results, &files, sizeof files) == sizeof files;
+  _exit(written ? 0 : 1);
 }
 
 Rotation::Rotation() {

@@ -96,7 +96,7 @@ TEST_F(StarvedOfFiles, ATornLineIsTakenOffAgainAndNothingElse) {
             "theirs, without a line breakupdate_gesture 123: ---gestype---:6\n");
 }
 
-TEST_F(StarvedOfFiles, AWorkingDirectoryThatCannotBeToldOrEnteredDoesNotStopTheLoading) {
+TEST_F(StarvedOfFiles, AWorkingDirectoryThatCannotBeFoundOrEnteredDoesNotStopTheLoading) {
   const fs::path here = fs::current_path();
   const std::vector<std::string> all = live(Call::kGetcwd, 0, 0);
   const struct {

@@ -48,7 +48,7 @@ check_run() {
     "$("$@" sh -c "echo a >$models/a && echo b >$home/b && echo \$(cat $models/a $home/b)")"
   expect "$how: a second run finds nothing of the first" "" "$("$@" ls $models $home |
     grep -v -e : -e '^$')"
-  expect "$how: the program can tell" "1" "$("$@" sh -c 'echo $WGR_PRIVATE_PATHS')"
+  expect "$how: the program can find out" "1" "$("$@" sh -c 'echo $WGR_PRIVATE_PATHS')"
   expect "$how: the program keeps its user" "$(id -u):$(id -g)" \
     "$("$@" sh -c 'echo $(id -u):$(id -g)')"
   expect "$how: standard input reaches the program" "in" "$(echo in | "$@" cat)"

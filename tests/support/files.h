@@ -61,7 +61,7 @@ class TempDirectory {
   std::string path_;
 };
 
-// Takes what the process prints on a descriptor, standard output unless told
+// Takes what the process prints on a descriptor, standard output unless given
 // otherwise, from construction until finish().
 class Capture {
  public:

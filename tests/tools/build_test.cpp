@@ -87,7 +87,7 @@ TEST(Progress, IsALineForEveryQuarterWhereItIsNoTerminal) {
             "nothing: 100 %\n");
 }
 
-// Ten samples a class that nobody could tell apart, long enough to keep it busy.
+// Ten samples a class that nobody could distinguish, long enough to keep it busy.
 static std::string busy_training_text() {
   std::mt19937 random(1);
   std::string text;
@@ -137,7 +137,7 @@ TEST(Build, WhenInterruptedLeavesAllAsItWas) {
   int status = 0;
   pid_t ended = 0;
   while (ended == 0 &&
-         read_file(said).find("comparing 300 samples: ") == std::string::npos) {
+         read_file(said).find("comparing 300 examples: ") == std::string::npos) {
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
     ended = waitpid(build, &status, WNOHANG);
   }
@@ -153,7 +153,7 @@ TEST(Build, WhenInterruptedLeavesAllAsItWas) {
   EXPECT_TRUE(std::filesystem::is_empty(temporary));
 }
 
-class Strangers : public ::testing::Test {
+class CrossSubject : public ::testing::Test {
  protected:
   void SetUp() override {
     const Outcome made =
@@ -172,20 +172,20 @@ class Strangers : public ::testing::Test {
 
 // Two people: whoever is no template's owner is judged by the other one's, so each class
 // that knows both needs a template of both.
-TEST_F(Strangers, NeedTemplatesOfTwoPeopleInEveryClass) {
+TEST_F(CrossSubject, NeedsTemplatesOfTwoPeopleInEveryClass) {
   const Outcome built = build(set_);
   ASSERT_EQ(built.status, 0) << built.err;
-  EXPECT_THAT(built.err, HasSubstr("leaving each one's own takes out"));
+  EXPECT_THAT(built.err, HasSubstr("leaving each one's own examples out"));
   const json manifest = json::parse(read_file(directory_.file("m.model.json")));
   EXPECT_EQ(manifest["build"]["judged_by"], "other subjects");
   for (const json& c : manifest["model_classes"]) {
-    if (c["confused"] == 0) {
+    if (c["misclassified"] == 0) {
       EXPECT_GE(c["templates"], 2) << c["label"];
     }
   }
 }
 
-TEST_F(Strangers, AreToldByTheDescriptionBesideATrainingFileToo) {
+TEST_F(CrossSubject, KnowsSubjectsFromTheDescriptionBesideATrainingFileToo) {
   ASSERT_EQ(run_wgr("segment " + set_ + " -o " + training_).status, 0);
   ASSERT_EQ(build(set_).status, 0);
   const std::string direct = read_file(model_);
@@ -195,7 +195,7 @@ TEST_F(Strangers, AreToldByTheDescriptionBesideATrainingFileToo) {
   std::filesystem::remove(directory_.file("set.training.json"));
   const Outcome unknown = build(training_);
   EXPECT_EQ(unknown.status, 2);
-  EXPECT_THAT(unknown.err, HasSubstr("needs to know whose every sample is"));
+  EXPECT_THAT(unknown.err, HasSubstr("needs to know whose every example is"));
 }
 
 // The watch reads a model's file, of six significant digits: what is evaluated in memory

@@ -25,8 +25,8 @@ using ::testing::IsEmpty;
 using Recorded = std::vector<RecordedSample>;
 
 // A minute or so: each gesture twice, some everyday movement, the ways between.
-static Recorded take(int number, int rate = 50, int wearer = 0,
-                     Style style = Style::kFree) {
+static Recorded repetition(int number, int rate = 50, int wearer = 0,
+                           Style style = Style::kFree) {
   const Person person = make_person(number, style);
   const Random random(static_cast<uint64_t>(1000 + number));
   Random planning = random.fork(1);
@@ -43,7 +43,7 @@ static std::string ids(const Diagnosis& diagnosis) {
   return text;
 }
 
-static std::string told(const Diagnosis& diagnosis) {
+static std::string listed(const Diagnosis& diagnosis) {
   std::string text;
   for (const Finding& finding : diagnosis.findings) {
     text += finding.id + ": " + finding.what + " | " + finding.remedy + " | " +
@@ -58,8 +58,8 @@ TEST(Doctor, FindsNothingInSoundStreams) {
     const int rates[] = {50, 100, 25, 64};
     const int rate = rates[person % 4];
     const Style style = person % 3 == 0 ? Style::kCalm : Style::kFree;
-    const Diagnosis diagnosis = diagnose(take(person, rate, person % 2, style), {});
-    EXPECT_EQ(told(diagnosis), "") << "person " << person << " at " << rate;
+    const Diagnosis diagnosis = diagnose(repetition(person, rate, person % 2, style), {});
+    EXPECT_EQ(listed(diagnosis), "") << "person " << person << " at " << rate;
     ASSERT_TRUE(diagnosis.facts.rate);
     EXPECT_NEAR(*diagnosis.facts.rate, rate, 0.05);
     EXPECT_GT(diagnosis.facts.turns, 1u);
@@ -70,7 +70,7 @@ TEST(Doctor, FindsNothingInSoundStreams) {
 // The device's own bias is measured from the stream.
 TEST(Doctor, MeasuresTheBiasToATenthOfADegree) {
   for (int person = 1; person <= 10; ++person) {
-    const Diagnosis diagnosis = diagnose(take(person), {});
+    const Diagnosis diagnosis = diagnose(repetition(person), {});
     const Point3Df bias = make_person(person, Style::kFree).sensors.gyro_bias;
     ASSERT_TRUE(diagnosis.facts.bias);
     EXPECT_LT(std::sqrt(squared_length(*diagnosis.facts.bias - bias)), 0.35) << person;
@@ -84,7 +84,7 @@ struct Fault {
   const char* ids;
   std::function<void(Recorded&)> plant;
   const char* says = "";  // in a finding's words
-  std::optional<int> told_rate = {};
+  std::optional<int> given_rate = {};
 };
 
 }  // namespace
@@ -250,16 +250,17 @@ TEST(Doctor, FindsEveryPlantedFaultAndNothingElse) {
   EXPECT_GE(faults().size(), 20u);
   const int people = enough_cases() ? 6 : 1;
   for (int person = 1; person <= people; ++person) {
-    const Recorded sound = take(person, 50, person % 2);
+    const Recorded sound = repetition(person, 50, person % 2);
     for (const Fault& fault : faults()) {
       Recorded samples = sound;
       fault.plant(samples);
       DiagnosisOptions options;
-      options.rate = fault.told_rate;
+      options.rate = fault.given_rate;
       const Diagnosis diagnosis = diagnose(samples, options);
       EXPECT_EQ(ids(diagnosis), fault.ids) << fault.name << ", person " << person << "\n"
-                                           << told(diagnosis);
-      EXPECT_THAT(told(diagnosis), HasSubstr(fault.says)) << fault.name << " " << person;
+                                           << listed(diagnosis);
+      EXPECT_THAT(listed(diagnosis), HasSubstr(fault.says))
+          << fault.name << " " << person;
     }
   }
 }
@@ -268,19 +269,19 @@ TEST(Doctor, FindsEveryPlantedFaultAndNothingElse) {
 TEST(Doctor, FindsWhatIsWrongInTheLastHourAlone) {
   constexpr int kRate = 25;
   constexpr size_t kHour = 3600 * kRate;
-  const Recorded once = take(1, kRate);
+  const Recorded once = repetition(1, kRate);
   Recorded sound;
   for (size_t i = 0; i < 5 * kHour / 2; ++i) {
     sound.push_back(once[i % once.size()]);
     sound.back().t = static_cast<double>(i) / kRate;
   }
-  EXPECT_EQ(told(diagnose(sound, {})), "");
+  EXPECT_EQ(listed(diagnose(sound, {})), "");
   const size_t step = enough_cases() ? 5 : 20;
   size_t found = 0;
   for (size_t f = 0; f < faults().size(); f += step) {
     const Fault& fault = faults()[f];
     // Of stamps and rates the whole stream has one.
-    if (std::string(fault.name).find("stamps") == 0 || fault.told_rate) continue;
+    if (std::string(fault.name).find("stamps") == 0 || fault.given_rate) continue;
     Recorded samples = sound;
     const auto last_hour = samples.end() - static_cast<std::ptrdiff_t>(kHour);
     Recorded part(last_hour, samples.end());
@@ -302,7 +303,7 @@ TEST(Doctor, FindsWhatIsWrongInTheLastHourAlone) {
 // Where one part ends and the next begins nothing is lost and nothing is counted twice.
 TEST(Doctor, CountsOverAllPartsOnce) {
   constexpr int kRate = 25;
-  const Recorded once = take(1, kRate);
+  const Recorded once = repetition(1, kRate);
   Recorded samples;
   size_t gaps = 0;
   double t = 0.0;
@@ -315,8 +316,8 @@ TEST(Doctor, CountsOverAllPartsOnce) {
     if (i % 125 == 3) samples.back().gyro = {0.0, 0.0, 0.0};
   }
   const Diagnosis diagnosis = diagnose(samples, {});
-  EXPECT_THAT(told(diagnosis), HasSubstr("gap: " + std::to_string(gaps) + " gaps"));
-  EXPECT_THAT(told(diagnosis), HasSubstr("zero-rate: 1600 samples"));
+  EXPECT_THAT(listed(diagnosis), HasSubstr("gap: " + std::to_string(gaps) + " gaps"));
+  EXPECT_THAT(listed(diagnosis), HasSubstr("zero-rate: 1600 samples"));
   EXPECT_NEAR(diagnosis.facts.seconds, t - samples.front().t, 1e-6);
   EXPECT_EQ(diagnosis.facts.samples, samples.size());
   // A clock that stands still where the first part of 45,750 ends.
@@ -324,7 +325,7 @@ TEST(Doctor, CountsOverAllPartsOnce) {
     const size_t ticks = i < 45600 ? i : std::max<size_t>(i, 46200) - 600;
     samples[i].t = static_cast<double>(ticks) / kRate;
   }
-  EXPECT_THAT(told(diagnose(samples, {})), HasSubstr("repeated: 600 stamps"));
+  EXPECT_THAT(listed(diagnose(samples, {})), HasSubstr("repeated: 600 stamps"));
 }
 
 // A motion that goes on from one part into the next is one motion.
@@ -343,11 +344,11 @@ TEST(Doctor, MeasuresAMotionAcrossParts) {
 }
 
 TEST(Doctor, ABiasThatIsPassedIsNoFault) {
-  Recorded samples = take(1);
+  Recorded samples = repetition(1);
   for (RecordedSample& s : samples) s.gyro = s.gyro + Point3Df{10.0, 0.0, 0.0};
   DiagnosisOptions options;
   options.gyro_bias = *diagnose(samples, {}).facts.bias;
-  EXPECT_EQ(told(diagnose(samples, options)), "");
+  EXPECT_EQ(listed(diagnose(samples, options)), "");
   // And the rate that it makes zero is one.
   samples[500].gyro = options.gyro_bias;
   EXPECT_EQ(ids(diagnose(samples, options)), "zero-rate");
@@ -355,16 +356,16 @@ TEST(Doctor, ABiasThatIsPassedIsNoFault) {
 
 // Turning what both sensors share is a watch worn another way round, not a fault.
 TEST(Doctor, AWatchThatIsTurnedAsAWholeIsSound) {
-  Recorded samples = take(2);
+  Recorded samples = repetition(2);
   for (RecordedSample& s : samples) {
     s.acc = {-s.acc.y, s.acc.x, s.acc.z};
     s.gyro = {-s.gyro.y, s.gyro.x, s.gyro.z};
   }
-  EXPECT_EQ(told(diagnose(samples, {})), "");
+  EXPECT_EQ(listed(diagnose(samples, {})), "");
 }
 
 TEST(Doctor, SaysOfAFewSamplesThatTheyAreTooFew) {
-  const Recorded whole = take(1);
+  const Recorded whole = repetition(1);
   for (size_t count : {size_t{0}, size_t{1}, size_t{9}, size_t{10}, size_t{50}}) {
     const Recorded part(whole.begin(),
                         whole.begin() + static_cast<std::ptrdiff_t>(count));
@@ -401,7 +402,7 @@ class DoctorCommand : public ::testing::Test {
 };
 
 TEST_F(DoctorCommand, EndsWithZeroWhenItFindsNothing) {
-  const Outcome outcome = run_wgr("doctor " + recording(take(1)));
+  const Outcome outcome = run_wgr("doctor " + recording(repetition(1)));
   EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
   EXPECT_THAT(outcome.out, HasSubstr("rate      50.00 samples/s"));
   EXPECT_THAT(outcome.out, HasSubstr("pass      init_gesture_handle(h, 50, (Point3Df){"));
@@ -409,7 +410,7 @@ TEST_F(DoctorCommand, EndsWithZeroWhenItFindsNothing) {
 }
 
 TEST_F(DoctorCommand, EndsWithOneWhenItFindsSomething) {
-  Recorded samples = take(1);
+  Recorded samples = repetition(1);
   for (RecordedSample& s : samples) s.gyro = s.gyro / kDegreesPerRadian;
   const std::string path = recording(samples);
   const Outcome text = run_wgr("doctor " + path);
@@ -428,22 +429,22 @@ TEST_F(DoctorCommand, EndsWithOneWhenItFindsSomething) {
   EXPECT_FALSE(std::getline(in, line));
 }
 
-TEST_F(DoctorCommand, TellsAsJsonWhatItMeasured) {
-  const Recorded samples = take(1);
+TEST_F(DoctorCommand, PrintsAsJsonWhatItMeasured) {
+  const Recorded samples = repetition(1);
   const StreamFacts facts = diagnose(samples, {}).facts;
   ASSERT_TRUE(facts.rate && facts.gravity && facts.bias);
-  const auto told =
+  const auto figures =
       nlohmann::json::parse(run_wgr("doctor --json " + recording(samples)).out);
-  EXPECT_EQ(told["samples"], samples.size());
-  EXPECT_NEAR(told["rate"].get<double>(), *facts.rate, 1e-6);
-  EXPECT_NEAR(told["gravity"].get<double>(), *facts.gravity, 1e-6);
-  EXPECT_NEAR(told["bias"][0].get<double>(), facts.bias->x, 1e-6);
-  EXPECT_NEAR(told["bias"][1].get<double>(), facts.bias->y, 1e-6);
-  EXPECT_NEAR(told["bias"][2].get<double>(), facts.bias->z, 1e-6);
-  EXPECT_NEAR(told["seconds"].get<double>(), facts.seconds, 1e-6);
-  EXPECT_EQ(told["turns"], facts.turns);
+  EXPECT_EQ(figures["samples"], samples.size());
+  EXPECT_NEAR(figures["rate"].get<double>(), *facts.rate, 1e-6);
+  EXPECT_NEAR(figures["gravity"].get<double>(), *facts.gravity, 1e-6);
+  EXPECT_NEAR(figures["bias"][0].get<double>(), facts.bias->x, 1e-6);
+  EXPECT_NEAR(figures["bias"][1].get<double>(), facts.bias->y, 1e-6);
+  EXPECT_NEAR(figures["bias"][2].get<double>(), facts.bias->z, 1e-6);
+  EXPECT_NEAR(figures["seconds"].get<double>(), facts.seconds, 1e-6);
+  EXPECT_EQ(figures["turns"], facts.turns);
 
-  // A sample alone has no rate, and without rest nothing tells gravity and bias.
+  // A sample alone has no rate, and without rest nothing shows gravity and bias.
   const std::string one = run_wgr("doctor --json " + recording({samples[0]})).out;
   const auto of_one = nlohmann::json::parse(one.substr(one.rfind("{\"type\"")));
   for (const char* unknown : {"rate", "gravity", "bias"}) {
@@ -452,7 +453,7 @@ TEST_F(DoctorCommand, TellsAsJsonWhatItMeasured) {
 }
 
 TEST_F(DoctorCommand, TakesTheBiasThatItIsGivenForCorrected) {
-  Recorded samples = take(1);
+  Recorded samples = repetition(1);
   for (RecordedSample& s : samples) s.gyro = s.gyro + Point3Df{20.0, 0.0, -10.0};
   const std::string path = recording(samples);
   const Outcome without = run_wgr("doctor " + path);
@@ -465,15 +466,15 @@ TEST_F(DoctorCommand, EndsWithTwoWhenItCannotRead) {
   EXPECT_EQ(run_wgr("doctor " + directory_.file("missing.csv")).status, 2);
   write_file(directory_.file("bad.csv"), "t,ax,ay,az,gx,gy,gz\n0,1,2\n");
   EXPECT_EQ(run_wgr("doctor " + directory_.file("bad.csv")).status, 2);
-  EXPECT_EQ(run_wgr("doctor --bias 1,2 " + recording(take(1))).status, 2);
+  EXPECT_EQ(run_wgr("doctor --bias 1,2 " + recording(repetition(1))).status, 2);
   EXPECT_EQ(run_wgr("doctor").status, 2);
 }
 
-TEST_F(DoctorCommand, ReadsNoMoreThanItIsToldTo) {
-  const std::string path = recording(take(1));
+TEST_F(DoctorCommand, ReadsNoMoreThanItIsGiven) {
+  const std::string path = recording(repetition(1));
   EXPECT_THAT(run_wgr("doctor --seconds 10 " + path).out, HasSubstr("samples   500 in"));
   // Of a live stream a minute is enough, though more would come.
-  const Recorded part = take(1);
+  const Recorded part = repetition(1);
   ASSERT_GT(part.back().t, 61.0);
   const Outcome live = run_command(std::string(WGR_PROGRAM) + " doctor - <" + path);
   EXPECT_THAT(live.out, HasSubstr("samples   3000 in 59.98 s"));
@@ -481,7 +482,7 @@ TEST_F(DoctorCommand, ReadsNoMoreThanItIsToldTo) {
 
 TEST_F(DoctorCommand, NamesAxesThatHaveNoValues) {
   std::string text = "t,ax,ay,az,gx,gy,gz\n";
-  for (const RecordedSample& s : take(1)) {
+  for (const RecordedSample& s : repetition(1)) {
     std::ostringstream line;
     line << s.t << ',' << s.acc.x << ',' << s.acc.y << ',' << s.acc.z << ',' << s.gyro.x
          << ',' << s.gyro.y << ",\n";

@@ -23,7 +23,7 @@ static Json drawn(size_t motions, bool stamped) {
   std::deque<double> times;
   DrawnMotions drawn;
   for (size_t n = 0; n < motions; ++n) {
-    MotionAccount motion;
+    MotionExplanation motion;
     motion.first = times.size();
     motion.collected = kSamples;
     for (size_t i = 0; i < kSamples; ++i) {

@@ -1,5 +1,5 @@
-// The explanation says what a host is told: class, strength, score and duration to the
-// last bit, on every recording at hand.
+// The explanation says what is reported to a host: class, strength, score and duration to
+// the last bit, on every recording at hand.
 #include <gtest/gtest.h>
 
 #include "classifier/HGR.h"
@@ -19,15 +19,15 @@ static std::vector<GestureEvent> replayed(const std::string& path,
   RecordingReader reader(path);
   Totals totals(options.rate);
   Capture quiet;
-  HostRun session(options);
-  run_host(session, reader, totals, [&events](const Step& step) {
+  HostRun host_run(options);
+  run_host(host_run, reader, totals, [&events](const Step& step) {
     if (step.event != nullptr) events.push_back(*step.event);
   });
   return events;
 }
 
 // Scores anew, with a classifier of its own, what the explanation says was compared.
-static void expect_same_score(const Explanation& e, const MotionAccount& m) {
+static void expect_same_score(const Explanation& e, const MotionExplanation& m) {
   HGR hgr(0);
   *hgr.model = e.model;
   Points trace = m.corrected;
@@ -54,8 +54,8 @@ static size_t expect_agreement(const std::string& path, const HostRunOptions& op
   SCOPED_TRACE(path);
   const std::vector<GestureEvent> events = replayed(path, options);
   const Explanation e = explained(path, options);
-  std::vector<const MotionAccount*> reported;
-  for (const MotionAccount& m : e.motions) {
+  std::vector<const MotionExplanation*> reported;
+  for (const MotionExplanation& m : e.motions) {
     if (m.reported) reported.push_back(&m);
     if (m.predicted && m.cause != Ending::kNoScore) expect_same_score(e, m);
     // A report has one of two causes, and nothing else has them.

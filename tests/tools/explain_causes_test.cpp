@@ -23,12 +23,12 @@ class Causes : public ::testing::Test {
  protected:
   void SetUp() override { install_default_model(small_model(kClass, -1e6)); }
 
-  // The one motion of the stream, with the sentence that tells its cause.
-  static MotionAccount only_motion(const Stream& stream,
-                                   const HostRunOptions& options = HostRunOptions()) {
+  // The one motion of the stream, with the sentence for its cause.
+  static MotionExplanation only_motion(const Stream& stream,
+                                       const HostRunOptions& options = HostRunOptions()) {
     const Explanation e = explained(stream, options);
     EXPECT_EQ(e.motions.size(), 1u);
-    return e.motions.empty() ? MotionAccount() : e.motions.front();
+    return e.motions.empty() ? MotionExplanation() : e.motions.front();
   }
   static std::string sentence(const Stream& stream,
                               const HostRunOptions& options = HostRunOptions()) {
@@ -40,7 +40,7 @@ class Causes : public ::testing::Test {
 TEST_F(Causes, AGestureIsReported) {
   const Explanation e = explained(one_gesture());
   ASSERT_EQ(e.motions.size(), 1u);
-  const MotionAccount& m = e.motions[0];
+  const MotionExplanation& m = e.motions[0];
   EXPECT_EQ(m.cause, Ending::kRecognised);
   EXPECT_EQ(m.reported, kClass);
   // Judged in motion from its first sample to the ninth resting one.
@@ -57,17 +57,17 @@ TEST_F(Causes, AGestureIsReported) {
 
 TEST_F(Causes, AScoreThatDoesNotExceedItsThresholdIsReportedAsFive) {
   install_default_model(small_model(kClass, 0.0));
-  const MotionAccount m = only_motion(one_gesture());
+  const MotionExplanation m = only_motion(one_gesture());
   EXPECT_EQ(m.cause, Ending::kBelowThreshold);
   EXPECT_EQ(m.engine_class, 13);
   EXPECT_EQ(m.reported, 5);
   ASSERT_EQ(m.scores.size(), 1u);
-  EXPECT_EQ(m.scores[0].margin(), static_cast<double>(m.scores[0].score));
+  EXPECT_EQ(m.scores[0].decision_margin(), static_cast<double>(m.scores[0].score));
   EXPECT_THAT(m.also, IsEmpty());
 }
 
 TEST_F(Causes, AMotionOfFewSamplesIsTooShort) {
-  const MotionAccount m = only_motion(rest(50) + motion(12) + rest(50));
+  const MotionExplanation m = only_motion(rest(50) + motion(12) + rest(50));
   EXPECT_EQ(m.cause, Ending::kTooShort);
   EXPECT_EQ(m.collected, 16u);  // four of them pre-roll
   EXPECT_FALSE(m.ran);
@@ -82,7 +82,7 @@ TEST_F(Causes, AMotionOfFewSamplesIsTooShort) {
 TEST_F(Causes, ARateOfExactlyZeroLosesTheAttitude) {
   HostRunOptions options;
   options.gyro_bias = kRestPair.gyro;  // a sensor that rests at its very bias
-  const MotionAccount m = only_motion(one_gesture(), options);
+  const MotionExplanation m = only_motion(one_gesture(), options);
   EXPECT_EQ(m.cause, Ending::kNotANumber);
   EXPECT_EQ(m.lost_at, 0u);
   EXPECT_TRUE(m.zero_rate);
@@ -103,7 +103,7 @@ TEST_F(Causes, TheSampleThatLosesTheAttitudeIsFound) {
   stream = stream + gesture(20, 6.0);
   const Explanation e = explained(stream);
   ASSERT_EQ(e.motions.size(), 1u);
-  const MotionAccount& m = e.motions[0];
+  const MotionExplanation& m = e.motions[0];
   // Whether rounding brings the attitude back to none depends on the bits: the first
   // sample from which it is none is the one that must be named.
   Samples rates;
@@ -124,7 +124,7 @@ TEST_F(Causes, TheSampleThatLosesTheAttitudeIsFound) {
 TEST_F(Causes, AMotionUnderWayAtTheStartStartsFast) {
   // Samples 5 and 6, the first two that are collected, push the same way.
   const Stream stream = shaking({1, 1, 1, -1, -1, 1, 1, -1, -1, 1, 1, -1}, 60);
-  const MotionAccount m = only_motion(stream + rest(20));
+  const MotionExplanation m = only_motion(stream + rest(20));
   EXPECT_EQ(m.cause, Ending::kStartsFast);
   EXPECT_EQ(m.first, 5u);
   EXPECT_TRUE(m.at_start);
@@ -133,14 +133,14 @@ TEST_F(Causes, AMotionUnderWayAtTheStartStartsFast) {
 
 TEST_F(Causes, AMotionThatDoesNotComeToAStopEndsFast) {
   // Pushes that cancel from sample to sample give no speed; half a push at the end does.
-  const MotionAccount m = only_motion(shaking({1, -1}, 60) + rest(20));
+  const MotionExplanation m = only_motion(shaking({1, -1}, 60) + rest(20));
   EXPECT_EQ(m.cause, Ending::kEndsFast);
   EXPECT_FALSE(m.starts_fast);
   EXPECT_GE(m.speed.back(), m.fast_from);
 }
 
 TEST_F(Causes, AMotionThatIsFastForTooFewSamplesIsCutTooShort) {
-  const MotionAccount m = only_motion(rest(50) + gesture(10, 6.0));
+  const MotionExplanation m = only_motion(rest(50) + gesture(10, 6.0));
   EXPECT_EQ(m.cause, Ending::kStretchTooShort);
   EXPECT_GE(m.collected, 25u);
   EXPECT_LT(m.compared_points(), 25u);
@@ -150,7 +150,7 @@ TEST_F(Causes, AMotionThatIsFastForTooFewSamplesIsCutTooShort) {
 TEST_F(Causes, AWeakMotionIsTooWeak) {
   HostRunOptions options;
   options.sensitivity = 3;  // 4.0 m/s²
-  const MotionAccount m = only_motion(one_gesture(3.5), options);
+  const MotionExplanation m = only_motion(one_gesture(3.5), options);
   EXPECT_EQ(m.cause, Ending::kTooWeak);
   EXPECT_LT(m.strength, 4.0);
   EXPECT_GT(m.strength, 3.0);
@@ -161,7 +161,7 @@ TEST_F(Causes, WhatWouldHaveStoppedAWeakMotionAsWellIsSaid) {
   install_default_model(small_model(kClass, 0.0));
   HostRunOptions options;
   options.sensitivity = 3;
-  const MotionAccount m = only_motion(one_gesture(3.5), options);
+  const MotionExplanation m = only_motion(one_gesture(3.5), options);
   EXPECT_EQ(m.cause, Ending::kTooWeak);
   EXPECT_THAT(m.also, ElementsAre(Ending::kBelowThreshold));
 }
@@ -178,13 +178,13 @@ TEST_F(Causes, TemplatesThatCannotBeComparedGiveNoScore) {
   Gmodel model = small_model(kClass, -1e6);
   model.templates[0].second.back() = {0.0, 0.0, 0.0};  // a gravity without direction
   install_default_model(model);
-  const MotionAccount nan = only_motion(one_gesture());
+  const MotionExplanation nan = only_motion(one_gesture());
   EXPECT_EQ(nan.cause, Ending::kNoScore);
   EXPECT_TRUE(std::isnan(nan.scores[0].score));
 
   model.templates[0].second = {{0.0, 0.0, 10.0}};  // no motion before the gravity
   install_default_model(model);
-  const MotionAccount infinite = only_motion(one_gesture());
+  const MotionExplanation infinite = only_motion(one_gesture());
   EXPECT_EQ(infinite.cause, Ending::kNoScore);
   EXPECT_TRUE(std::isinf(infinite.scores[0].score));
 }
@@ -192,7 +192,7 @@ TEST_F(Causes, TemplatesThatCannotBeComparedGiveNoScore) {
 TEST_F(Causes, ClassesSixAndFourteenAreNeverReported) {
   for (const int label : {6, 14}) {
     install_default_model(small_model(label, -1e6));
-    const MotionAccount m = only_motion(one_gesture());
+    const MotionExplanation m = only_motion(one_gesture());
     EXPECT_EQ(m.cause, Ending::kNeverReported) << label;
     EXPECT_EQ(m.engine_class, label);
     EXPECT_FALSE(m.reported.has_value());
@@ -202,7 +202,7 @@ TEST_F(Causes, ClassesSixAndFourteenAreNeverReported) {
 TEST_F(Causes, AMotionAtTheEndOfTheRecordingIsUnfinished) {
   Stream stream = one_gesture();
   stream.resize(stream.size() - 1);  // the sample that would end it
-  const MotionAccount m = only_motion(stream);
+  const MotionExplanation m = only_motion(stream);
   EXPECT_EQ(m.cause, Circumstance::kUnfinished);
   EXPECT_EQ(m.first, 46u);
 }
@@ -224,7 +224,7 @@ TEST_F(Causes, AMotionRightBehindAReportLosesItsStart) {
 TEST_F(Causes, AHostThatForgetsToInitialiseIsInTheWrongMode) {
   HostRunOptions options;
   options.initialise = false;
-  const MotionAccount m = only_motion(one_gesture(), options);
+  const MotionExplanation m = only_motion(one_gesture(), options);
   EXPECT_EQ(m.cause, Circumstance::kWrongMode);
   EXPECT_EQ(m.collected, 100u);
 }
@@ -284,31 +284,31 @@ TEST_F(Expectations, AGestureThatCameIsNotMissing) {
   EXPECT_EQ(x.motion, 0u);
 }
 
-TEST_F(Expectations, TheNearestMotionsCauseIsTold) {
+TEST_F(Expectations, TheNearestMotionsCauseIsReported) {
   const Expected x = found(rest(50) + motion(12) + rest(50), 1.0, 1.3);
   EXPECT_EQ(x.cause, Ending::kTooShort);
   EXPECT_EQ(x.motion, 0u);
 }
 
-TEST_F(Expectations, AnotherClassIsTold) {
+TEST_F(Expectations, AnotherClassIsReported) {
   const Expected x = found(one_gesture(), 1.0, 1.8, 4);
   EXPECT_EQ(x.cause, Circumstance::kOtherClass);
   EXPECT_THAT(sentence_for(x, e), HasSubstr("The model has no template of class 4."));
 }
 
-TEST_F(Expectations, WhereTheWristRestedTheSensorIsTold) {
+TEST_F(Expectations, WhereTheWristRestedTheSensorIsReported) {
   const Expected x = found(rest(60) + one_gesture(), 0.4, 1.0);
   EXPECT_EQ(x.cause, Circumstance::kAtRest);
   EXPECT_FALSE(x.motion.has_value());
   EXPECT_THAT(sentence_for(x, e), HasSubstr("both sensors said so"));
 }
 
-TEST_F(Expectations, WhatFellIntoThePauseAfterAReportIsTold) {
+TEST_F(Expectations, WhatFellIntoThePauseAfterAReportIsReported) {
   const Expected x = found(one_gesture() + rest(50), 2.0, 2.1);
   EXPECT_EQ(x.cause, Circumstance::kCutByReport);
 }
 
-TEST_F(Expectations, WhatIsOutsideTheRecordingIsTold) {
+TEST_F(Expectations, WhatIsOutsideTheRecordingIsReported) {
   EXPECT_EQ(found(one_gesture(), 100.0, 101.0).cause, Circumstance::kNoSamples);
 }
 

@@ -32,7 +32,7 @@ class Explain : public ::testing::Test {
   const std::string quoted_ = "'" + recording_ + "'";
 };
 
-TEST_F(Explain, TextTellsTheMotionAndItsCause) {
+TEST_F(Explain, TextNamesTheMotionAndItsCause) {
   const Outcome outcome = run_wgr("explain " + quoted_);
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_THAT(outcome.out, StartsWith(recording_ + ": 150 samples at 50 samples/s\n"));
@@ -99,7 +99,7 @@ TEST_F(Explain, ExpectedGesturesAreComparedWithWhatCame) {
   write_file(table, "t_start,t_end,label\n1.0,1.8,3\n2.2,2.8,3\n");
   const Outcome outcome = run_wgr("explain --expect '" + table + "' " + quoted_);
   EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_THAT(outcome.out, HasSubstr("expected gestures that came: 1 of 2\n"
+  EXPECT_THAT(outcome.out, HasSubstr("expected gestures recognised: 1 of 2\n"
                                      "  class 3 at 2.200 s to 2.800 s  at-rest\n"));
   const Outcome refused = run_wgr("explain --expect /no/such " + quoted_);
   EXPECT_EQ(refused.status, 2);

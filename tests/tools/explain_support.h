@@ -27,7 +27,7 @@ inline std::vector<RecordedSample> recorded(const Stream& stream) {
   return samples;
 }
 
-// The model that every session starts with and, unless told otherwise, uses.
+// The model that every host run starts with and, unless another is given, uses.
 inline void install_default_model(const Gmodel& model) { install_model(1, model); }
 
 inline Explanation explained(const std::string& path, const HostRunOptions& options) {

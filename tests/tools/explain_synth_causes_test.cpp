@@ -45,7 +45,7 @@ class SynthCauses : public ::testing::Test {
   // The cause of the only motion at a time.
   static std::string cause_at(const Explanation& e, double t) {
     std::string found;
-    for (const MotionAccount& m : e.motions) {
+    for (const MotionExplanation& m : e.motions) {
       if (m.begin <= t && t <= m.end) found += name_of(m.cause);
     }
     return found;

@@ -686,7 +686,7 @@ static std::vector<Case> chosen_cases() {
 
 namespace {
 
-// The inputs, made once, and what was met, told at the end.
+// The inputs, made once, and what was met, printed at the end.
 class Ground : public ::testing::Environment {
  public:
   void SetUp() override {

@@ -1,4 +1,4 @@
-// wgr log: what it tells of a log that the library wrote, and of one that is damaged.
+// wgr log: what it reports of a log that the library wrote, and of one that is damaged.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <zlib.h>
@@ -78,11 +78,11 @@ class Log : public ::testing::Test {
   std::vector<json> objects_;
 };
 
-TEST_F(Log, CountsSessionsSamplesAndGesturesByClass) {
+TEST_F(Log, CountsHostRunsSamplesAndGesturesByClass) {
   const json sum = summary(start_lines() + set_model(1, 2) + samples(3) + closing(2) +
                            closing(2) + closing(0) + closing(13) + closing(14) +
                            samples(1) + start_lines() + samples(2) + closing(4));
-  EXPECT_EQ(sum["sessions"], 2);
+  EXPECT_EQ(sum["host_runs"], 2);
   EXPECT_EQ(sum["restarts"], 1);
   EXPECT_EQ(sum["model_changes"], 1);
   EXPECT_EQ(sum["samples"], 3 + 5 + 1 + 2 + 1);
@@ -102,7 +102,7 @@ TEST_F(Log, CountsSessionsSamplesAndGesturesByClass) {
   EXPECT_EQ(objects_[1]["samples"], 3);
 }
 
-TEST_F(Log, TellsWhatTheLibraryItselfWrote) {
+TEST_F(Log, ReportsWhatTheLibraryItselfWrote) {
   clear_log();
   install_all_models();
   {
@@ -116,7 +116,7 @@ TEST_F(Log, TellsWhatTheLibraryItselfWrote) {
     destroy_gesture_handle(&handle);
   }
   const json sum = summary(read_log());
-  EXPECT_EQ(sum["sessions"], 1);
+  EXPECT_EQ(sum["host_runs"], 1);
   EXPECT_EQ(sum["samples"], 150);
   EXPECT_EQ(sum["compared"], 1);
   EXPECT_EQ(sum["by_class"], json({{std::to_string(kFirstInstalledLabel + 3), 1}}));
@@ -130,7 +130,7 @@ TEST_F(Log, TellsWhatTheLibraryItselfWrote) {
   clear_log();
 }
 
-TEST_F(Log, TheHostsEndForWantOfItsModelIsASessionOfItsOwn) {
+TEST_F(Log, TheHostsEndForWantOfItsModelIsAHostRunOfItsOwn) {
   clear_log();
   std::filesystem::remove(model_file(kInstalledModels, 0, 1));
   EXPECT_EQ(in_child([] {
@@ -140,22 +140,22 @@ TEST_F(Log, TheHostsEndForWantOfItsModelIsASessionOfItsOwn) {
             }),
             0);
   const json sum = summary(read_log());
-  EXPECT_EQ(sum["sessions"], 1);
+  EXPECT_EQ(sum["host_runs"], 1);
   EXPECT_EQ(sum["without_default_model"], 1);
   EXPECT_EQ(sum["never_ready"], 0);
   EXPECT_EQ(sum["foreign"], 0);
   clear_log();
 }
 
-TEST_F(Log, ALogMayBeginInTheMiddleOfASession) {
+TEST_F(Log, ALogMayBeginInTheMiddleOfAHostRun) {
   const json sum = summary("update_gesture 123: ---gestype---:3\n" + samples(1));
   EXPECT_EQ(sum["samples"], 2);
-  EXPECT_EQ(sum["sessions"], 1);
+  EXPECT_EQ(sum["host_runs"], 1);
   EXPECT_EQ(sum["restarts"], 0);
   EXPECT_EQ(objects_[0]["from_before"], true);
 }
 
-TEST_F(Log, ComparingWithAnEmptyModelIsTold) {
+TEST_F(Log, ComparingWithAnEmptyModelIsReported) {
   const json sum = summary(start_lines() + set_model(0, 2) + closing(14, 0));
   EXPECT_EQ(sum["compared_with_empty_model"], 1);
   EXPECT_THAT(run_wgr("log " + path_).out, HasSubstr("with an EMPTY model"));
@@ -178,14 +178,14 @@ TEST_F(Log, AnUpdateWithoutItsSecondLineIsUnanswered) {
   EXPECT_EQ(summary(start_lines() + samples(5))["unanswered"], 0);
 }
 
-TEST_F(Log, AHandleThatWasNeverReadyIsTold) {
+TEST_F(Log, AHandleThatWasNeverReadyIsReported) {
   const json sum =
       summary("WgrContext 36: WgrConstruct start\nWHD 623: WHD start\n" + start_lines());
   EXPECT_EQ(sum["never_ready"], 1);
-  EXPECT_EQ(sum["sessions"], 2);
+  EXPECT_EQ(sum["host_runs"], 2);
 }
 
-TEST_F(Log, ForeignAndTornLinesAreToldWithTheirNumbers) {
+TEST_F(Log, ForeignAndTornLinesAreReportedWithTheirNumbers) {
   const json sum = summary(samples(1) +
                            "kernel: oops\n"
                            "update_gesture 115: upda\n"
@@ -233,19 +233,19 @@ TEST_F(Log, RatesNeedAWordFromOutside) {
   EXPECT_THAT(run_wgr("log " + path_).out, HasSubstr("the log holds no times"));
 }
 
-TEST_F(Log, IsToldToPeopleAsAWhole) {
+TEST_F(Log, IsPrintedForPeopleAsAWhole) {
   write_file(path_, start_lines() + set_model(1, 2) + samples(3) + closing(2) +
                         closing(2) + closing(13) + closing(14) + closing(6) +
                         "kernel: oops\n" + start_lines() + set_model(0, 2) +
                         closing(14, 0) + closing(4) + samples(1) + "update_ges");
   EXPECT_EQ(
       run_wgr("log --sample-rate 1 --seconds 20 " + path_).out,
-      "session  line         samples   compared  gestures  rejected  model\n"
-      "      1  1                  8          5         2         1  wearer 1, mode 2\n"
-      "      2  35                 3          2         1         0  wearer 0, mode 2\n"
+      "host run  line         samples   compared  gestures  rejected  model\n"
+      "       1  1                  8          5         2         1  wearer 1, mode 2\n"
+      "       2  35                 3          2         1         0  wearer 0, mode 2\n"
       "\n"
       "read        55 lines, 0.0 MB\n"
-      "sessions    2; 1 restarts, 0 without the default model, 0 never ready\n"
+      "host runs   2; 1 restarts, 0 without the default model, 0 never ready\n"
       "models      2 changes\n"
       "samples     11, 0 of them unanswered\n"
       "time        0.00 h at 1.00 samples/s; 0.55 samples/s over 20 s, 45.0 % missing\n"
@@ -263,14 +263,14 @@ TEST_F(Log, IsToldToPeopleAsAWhole) {
       lines_of(run_wgr("log --json --sample-rate 1 --seconds 20 " + path_).out);
   ASSERT_EQ(objects.size(), 3u);
   EXPECT_EQ(objects[0],
-            json::parse("{\"type\":\"session\",\"file\":\"" + path_ + R"(","line":1,
+            json::parse("{\"type\":\"host_run\",\"file\":\"" + path_ + R"(","line":1,
       "from_before":false,"ready":true,"no_default_model":false,"inits":1,
       "model_changes":1,"model":"wearer 1, mode 2","samples":8,"unanswered":0,
       "compared":5,"compared_with_empty_model":0,"gestures":2,"by_class":{"2":2},
       "rejected":1,"too_weak":1,"unreported":1})"));
   EXPECT_EQ(objects[2],
             json::parse(R"({"type":"summary","lines":55,"bytes":2132,
-      "sessions":2,"restarts":1,"without_default_model":0,"never_ready":0,
+      "host_runs":2,"restarts":1,"without_default_model":0,"never_ready":0,
       "model_changes":2,"samples":11,"unanswered":0,"compared":7,
       "compared_with_empty_model":1,"gestures":3,"by_class":{"2":2,"4":1},"rejected":1,
       "too_weak":2,"unreported":1,"hours_by_rate":0.0030555555555555557,
@@ -301,7 +301,7 @@ TEST_F(Log, SeveralFilesAreOneLogAndGzipIsUnpacked) {
   gzwrite(file, text.data(), static_cast<unsigned>(text.size()));
   gzclose(file);
   const json sum = summary(samples(5) + closing(3), packed);
-  EXPECT_EQ(sum["sessions"], 1);
+  EXPECT_EQ(sum["host_runs"], 1);
   EXPECT_EQ(sum["samples"], 16);
   EXPECT_EQ(sum["bytes"], text.size() + std::filesystem::file_size(path_));
 }
@@ -337,13 +337,13 @@ TEST_F(Log, PackedDataWithoutItsEndIsReadUpToThere) {
             10000);
 }
 
-TEST_F(Log, AnEmptyLogHasNoSessions) {
+TEST_F(Log, AnEmptyLogHasNoHostRuns) {
   const json sum = summary("");
-  EXPECT_EQ(sum["sessions"], 0);
+  EXPECT_EQ(sum["host_runs"], 0);
   EXPECT_EQ(sum["lines"], 0);
 }
 
-TEST_F(Log, ManySessionsAreListedByJsonAlone) {
+TEST_F(Log, ManyHostRunsAreListedByJsonAlone) {
   std::string text;
   for (int i = 0; i < 100; ++i) text += start_lines();
   EXPECT_EQ(summary(text)["restarts"], 99);

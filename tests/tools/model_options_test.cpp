@@ -22,7 +22,7 @@ static const std::string kModels = std::string(WGR_ROOT) + "/models";
 static const std::string kDemo = std::string(WGR_ROOT) + "/recordings/demo.csv";
 
 // Without what differs from run to run, and the model's path.
-static std::string told(const std::string& arguments) {
+static std::string output_of(const std::string& arguments) {
   const Outcome outcome = run_wgr(arguments + " " + kDemo);
   EXPECT_EQ(outcome.status, 0) << arguments << "\n" << outcome.err;
   std::string text = outcome.out;
@@ -44,11 +44,11 @@ TEST(ModelOptions, AFileIsTheSameAsItsPlaceInAFolder) {
       const std::string file = " --json --wearer " + std::to_string(wearer) + " --mode " +
                                std::to_string(mode) + " --model " +
                                model_file(kModels, wearer, mode);
-      const std::string replayed = told("replay" + place);
+      const std::string replayed = output_of("replay" + place);
       EXPECT_THAT(replayed, HasSubstr("\"event\""));
-      EXPECT_EQ(told("replay" + file), replayed);
-      all.push_back(told("explain" + place));
-      EXPECT_EQ(told("explain" + file), all.back());
+      EXPECT_EQ(output_of("replay" + file), replayed);
+      all.push_back(output_of("explain" + place));
+      EXPECT_EQ(output_of("explain" + file), all.back());
       for (size_t i = 0; i + 1 < all.size(); ++i) EXPECT_NE(all[i], all.back()) << i;
     }
   }
@@ -60,8 +60,8 @@ TEST(ModelOptions, AModelInMemoryIsRecognisedWithAsAnInstalledOne) {
                         std::filesystem::copy_options::recursive |
                             std::filesystem::copy_options::overwrite_existing);
   for (const std::string chosen : {"", " --wearer 1 --mode 2"}) {
-    EXPECT_EQ(told("replay --json --models " + kModels + chosen),
-              told("replay --json" + chosen));
+    EXPECT_EQ(output_of("replay --json --models " + kModels + chosen),
+              output_of("replay --json" + chosen));
   }
 }
 

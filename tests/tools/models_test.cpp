@@ -100,9 +100,9 @@ TEST(Demo, EveryScriptedGestureIsReportedAndNothingElse) {
       {3.20, 0},  {6.42, 1},  {9.72, 2},  {13.02, 3}, {16.38, 4}, {28.06, 3},
       {31.46, 1}, {42.24, 0}, {45.50, 4}, {56.22, 2}, {59.32, 1}};
   std::vector<std::pair<double, int>> events;
-  HostRun session(HostRunOptions{});
+  HostRun host_run(HostRunOptions{});
   for (const RecordedSample& sample : read_recording(kDemo + ".csv")) {
-    if (const auto event = session.feed(sample)) {
+    if (const auto event = host_run.feed(sample)) {
       events.emplace_back(event->t, event->gesture);
     }
   }

@@ -36,7 +36,7 @@ struct NumberOption {
 
 }  // namespace
 
-// By subcommand and option; a new option has to be told here.
+// By subcommand and option; a new option has to be added here.
 static const NumberOption kNumbers[] = {
     {"replay", "--wearer", whole_from(0, 1)},
     {"replay", "--mode", whole_from(0, 2)},

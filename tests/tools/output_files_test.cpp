@@ -469,7 +469,7 @@ TEST(StandardOutput, ThatIsClosedIsAnError) {
   EXPECT_EQ(status, 0);
 }
 
-TEST(StandardOutput, TellsOfEveryLossOnce) {
+TEST(StandardOutput, ReportsEveryLossOnce) {
   for (const bool separated : {false, true}) {
     const int status = in_child([&] {
       prepare_descriptors();

@@ -38,7 +38,7 @@ TEST_F(PreflightCommand, TheShippedModelsAreClean) {
   EXPECT_THAT(outcome.out, StartsWith("clean  six models"));
 }
 
-TEST_F(PreflightCommand, NotesAreToldButEndWithZero) {
+TEST_F(PreflightCommand, NotesArePrintedButEndWithZero) {
   std::filesystem::create_directory(kLogFile);
   const Outcome outcome = run_wgr("preflight");
   EXPECT_EQ(outcome.status, 0);

@@ -198,7 +198,7 @@ TEST(Recording, ReadingAheadUsesNothing) {
     EXPECT_EQ(sample.t, 0.0);
     ASSERT_TRUE(reader.next(sample));
     EXPECT_EQ(sample.t, 0.02);
-    // Told when it is its turn, and again.
+    // Reported when it is its turn, and again.
     EXPECT_THROW(reader.next(sample), RecordingError) << ahead;
   }
 }
@@ -282,7 +282,8 @@ TEST(Recording, ATornLastLineIsLeftOutAndSaid) {
   for (size_t length = 1; length < last.size(); ++length) {
     const std::string torn = last.substr(0, length);
     const Reading reading = reading_of(before + torn);
-    // A cut within the last number leaves one that nobody can tell from a whole one.
+    // A cut within the last number leaves one that nobody can distinguish from a whole
+    // one.
     const bool whole = length >= last.find("-6") + 2;
     ASSERT_EQ(reading.samples.size(), whole ? 3u : 2u) << torn;
     expect_same_bits({reading.samples[0], reading.samples[1]}, two);

@@ -387,7 +387,7 @@ TEST_F(Replay, TheRateIsTheOptionElseTheStampsElseFifty) {
               HasSubstr("clock     100.0 samples/s by the time stamps\n"));
 }
 
-TEST_F(Replay, TheFirst4096SamplesTellTheRate) {
+TEST_F(Replay, TheFirst4096SamplesGiveTheRate) {
   install_model();
   std::vector<RecordedSample> samples = recorded(rest(4096), 100);
   for (RecordedSample& sample : samples) sample.t = 0.0;

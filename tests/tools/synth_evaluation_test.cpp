@@ -1,4 +1,4 @@
-// The models that ship, on people and takes that they were not trained on.
+// The models that ship, on people and repetitions that they were not trained on.
 //
 // A short run by default. With WGR_EVALUATE=full in the environment, as
 // scripts/evaluate-models sets it, each model is given hundreds of gestures and an hour
@@ -18,7 +18,7 @@
 using namespace wgr;
 
 static constexpr double kLeastRight = 0.95;
-static constexpr double kFalseEventsPerSecond = 1.0 / 600.0;
+static constexpr double kFalsePositivesPerSecond = 1.0 / 600.0;
 
 namespace {
 
@@ -63,7 +63,7 @@ static void print(const char* name, const Score& s) {
       "%zu false between gestures\n",
       name, s.right, s.gestures,
       100.0 * static_cast<double>(s.right) / static_cast<double>(s.gestures), s.confused,
-      s.rejected, s.unnoticed, s.distractor_seconds / 60.0, s.false_events,
+      s.rejected, s.unnoticed, s.distractor_seconds / 60.0, s.false_positives,
       s.rejected_distractors, s.between_events);
 }
 
@@ -94,8 +94,8 @@ TEST_P(SynthEvaluation, NamesGesturesOfOtherPeopleAndLeavesEverydayMovementAlone
 
   EXPECT_GE(static_cast<double>(sum.right),
             kLeastRight * static_cast<double>(sum.gestures));
-  EXPECT_LE(static_cast<double>(sum.false_events),
-            kFalseEventsPerSecond * sum.distractor_seconds);
+  EXPECT_LE(static_cast<double>(sum.false_positives),
+            kFalsePositivesPerSecond * sum.distractor_seconds);
 }
 
 INSTANTIATE_TEST_SUITE_P(AllModels, SynthEvaluation, ::testing::ValuesIn(kSlots),

@@ -44,14 +44,14 @@ TEST(SynthRandom, GaussianHasTheMomentsOfOne) {
 TEST(SynthPlan, ARandomPlanHoldsWhatWasAskedFor) {
   Random random(1);
   const Plan plan = random_plan({3, 60.0}, kSomebody, random);
-  int takes[kGestures] = {};
+  int repetitions[kGestures] = {};
   double everyday = 0.0;
   double t = 0.0;
   for (size_t i = 0; i < plan.size(); ++i) {
     EXPECT_EQ(plan[i].begin, t) << "activities follow each other";
     t = plan[i].end;
     if (const auto label = label_of(plan[i].what)) {
-      ++takes[*label];
+      ++repetitions[*label];
       ASSERT_GT(i, 0u);
       EXPECT_EQ(plan[i - 1].what, Activity::kRest);
       EXPECT_GE(plan[i - 1].end - plan[i - 1].begin, kReadyTime);
@@ -61,11 +61,11 @@ TEST(SynthPlan, ARandomPlanHoldsWhatWasAskedFor) {
       everyday += plan[i].end - plan[i].begin;
     }
   }
-  for (const int count : takes) EXPECT_EQ(count, 3);
+  for (const int count : repetitions) EXPECT_EQ(count, 3);
   EXPECT_NEAR(everyday, 60.0, 0.05);
 }
 
-TEST(SynthPlan, AGestureMovesTheWristInItsSpanAndNotBeforeIt) {
+TEST(SynthPlan, AGestureMovesTheWristInItsAnnotationAndNotBeforeIt) {
   for (int label = 0; label < kGestures; ++label) {
     const Plan plan = {{0.0, 3.0, Activity::kRest},
                        {3.0, 4.1, static_cast<Activity>(label)},
@@ -158,7 +158,7 @@ TEST(SynthProgram, TheSameArgumentsGiveTheSameBytesAndASeedOthers) {
   EXPECT_NE(once, bytes("--person 7 --wearer 1"));
 }
 
-// As --help tells them.
+// As --help lists them.
 TEST(SynthProgram, WhatIsNotGivenHasItsDefault) {
   const Outcome all = run_wgr(
       "synth --seed 1 --person 1 --style free --wearer 0 --sample-rate 50 --from 0 "
@@ -183,20 +183,20 @@ TEST(SynthProgram, LabelsAreThePlansGestures) {
       "synth --gestures 1 --distractors 20 -o " + directory.file("r.csv") + " --labels " +
       directory.file("labels.csv") + " --plan " + directory.file("plan.csv"));
   ASSERT_EQ(outcome.status, 0) << outcome.err;
-  const auto spans = read_labels(directory.file("labels.csv"));
+  const auto annotations = read_labels(directory.file("labels.csv"));
   std::vector<Annotation> planned;
   for (const PlannedActivity& activity : read_script(directory.file("plan.csv"))) {
     if (const auto label = label_of(activity.what)) {
       planned.push_back({"r.csv", activity.begin, activity.end, *label});
     }
   }
-  ASSERT_EQ(spans.size(), 5u);
+  ASSERT_EQ(annotations.size(), 5u);
   ASSERT_EQ(planned.size(), 5u);
-  for (size_t i = 0; i < spans.size(); ++i) {
-    EXPECT_EQ(spans[i].file, planned[i].file);
-    EXPECT_EQ(spans[i].begin, planned[i].begin);
-    EXPECT_EQ(spans[i].end, planned[i].end);
-    EXPECT_EQ(spans[i].label, planned[i].label);
+  for (size_t i = 0; i < annotations.size(); ++i) {
+    EXPECT_EQ(annotations[i].file, planned[i].file);
+    EXPECT_EQ(annotations[i].begin, planned[i].begin);
+    EXPECT_EQ(annotations[i].end, planned[i].end);
+    EXPECT_EQ(annotations[i].label, planned[i].label);
   }
 }
 
@@ -208,15 +208,15 @@ TEST(SynthProgram, LabelsOfARecordingOnStandardOutputHaveNoName) {
                     directory.file("named.csv"))
                 .status,
             0);
-  const std::vector<Annotation> spans = read_labels(directory.file("named.csv"));
+  const std::vector<Annotation> annotations = read_labels(directory.file("named.csv"));
   const std::string labels = directory.file("labels.csv");
   ASSERT_EQ(run_wgr(command + "- --labels " + labels).status, 0);
-  EXPECT_EQ(read_file(labels), spans_text(spans));
+  EXPECT_EQ(read_file(labels), annotations_text(annotations));
   EXPECT_EQ(read_expected(labels, "-").size(), 5u);
   for (const char* no_file : {"/dev/stdout", "/dev/fd/1", "/dev/null"}) {
     std::filesystem::remove(labels);
     ASSERT_EQ(run_wgr(command + no_file + " --labels " + labels).status, 0);
-    EXPECT_EQ(read_file(labels), spans_text(spans)) << no_file;
+    EXPECT_EQ(read_file(labels), annotations_text(annotations)) << no_file;
   }
 }
 
@@ -253,9 +253,9 @@ TEST(SynthProgram, ATrainingSetIsRecordingsIndexAndLabels) {
             "p041_calm.csv,,p41,50\n"
             "p041_free.csv,,p41,50\n");
   std::set<std::string> files;
-  for (const Annotation& span : read_labels(directory.file("set/labels.csv"))) {
-    files.insert(span.file);
-    EXPECT_TRUE(std::filesystem::exists(directory.file("set/" + span.file)));
+  for (const Annotation& annotation : read_labels(directory.file("set/labels.csv"))) {
+    files.insert(annotation.file);
+    EXPECT_TRUE(std::filesystem::exists(directory.file("set/" + annotation.file)));
   }
   EXPECT_EQ(files.size(), 4u);
 }

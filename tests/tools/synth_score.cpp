@@ -15,12 +15,12 @@ static std::vector<GestureEvent> events_of(const Plan& plan, const Person& perso
   HostRunOptions chosen;
   chosen.wearer = options.wearer;
   chosen.mode = options.mode;
-  HostRun session(chosen);
+  HostRun host_run(chosen);
   PerformanceOptions performance;
   performance.wearer = options.wearer;
   std::vector<GestureEvent> events;
   for (const RecordedSample& sample : record(plan, person, performance, random)) {
-    if (const auto event = session.feed(sample)) events.push_back(*event);
+    if (const auto event = host_run.feed(sample)) events.push_back(*event);
   }
   return events;
 }
@@ -69,7 +69,7 @@ Score score(const ScoreOptions& options) {
     score.distractor_seconds += options.distractors;
     for (const GestureEvent& event :
          events_of(everyday, person, options, random.fork(3))) {
-      ++(event.gesture == 5 ? score.rejected_distractors : score.false_events);
+      ++(event.gesture == 5 ? score.rejected_distractors : score.false_positives);
     }
   }
   return score;
@@ -82,7 +82,7 @@ void add(const Score& more, Score& sum) {
   sum.rejected += more.rejected;
   sum.unnoticed += more.unnoticed;
   sum.distractor_seconds += more.distractor_seconds;
-  sum.false_events += more.false_events;
+  sum.false_positives += more.false_positives;
   sum.rejected_distractors += more.rejected_distractors;
   sum.between_events += more.between_events;
 }

@@ -1,5 +1,5 @@
 // How well the library does on synthesised streams, through its C interface: what a host
-// is told, held against what the wrist did.
+// is reported, compared with what the wrist did.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@ struct Score {
   size_t rejected = 0;   // reported as class 5 only
   size_t unnoticed = 0;  // not reported at all
   double distractor_seconds = 0.0;  // of streams without any gesture
-  size_t false_events = 0;          // classes 0 to 4 reported there
+  size_t false_positives = 0;       // classes 0 to 4 reported there
   size_t rejected_distractors = 0;  // class 5 reported there
   size_t between_events = 0;        // classes 0 to 4 between gestures in the others
 };
@@ -27,7 +27,7 @@ struct ScoreOptions {
   Style style = Style::kFree;
   int first_person = 2001;  // nobody of the training set
   int persons = 1;
-  int gestures = 4;           // takes of each class and person
+  int gestures = 4;           // repetitions of each class and person
   double distractors = 60.0;  // s per person
   uint64_t seed = 1;
 };

@@ -28,10 +28,10 @@ using ::testing::SizeIs;
 
 static const Point3Df kNoBias = {0.0, 0.0, 0.0};
 
-static std::vector<Motion> cut(const std::vector<RecordedSample>& samples,
-                               const std::vector<Annotation>& spans = {}) {
+static std::vector<Motion> motions_in(const std::vector<RecordedSample>& samples,
+                                      const std::vector<Annotation>& annotations = {}) {
   Segmenter segmenter(50);
-  return segment_recording(samples, spans, segmenter);
+  return segment_recording(samples, annotations, segmenter);
 }
 
 static std::vector<RecordedSample> recorded(const Stream& stream) {
@@ -42,10 +42,10 @@ static std::vector<RecordedSample> recorded(const Stream& stream) {
   return samples;
 }
 
-TEST(SynthCutter, KeepsWhatTheEngineOnTheWatchCompares) {
+TEST(SynthSegmenter, KeepsWhatTheEngineOnTheWatchCompares) {
   const auto samples =
       recorded(rest(50) + gesture(20, 6.0) + rest(50) + gesture(22, 7.0) + rest(50));
-  const std::vector<Motion> motions = cut(samples);
+  const std::vector<Motion> motions = motions_in(samples);
   ASSERT_THAT(motions, SizeIs(2));
 
   // The same stream through an engine with a model that accepts everything.
@@ -77,7 +77,7 @@ TEST(SynthCutter, KeepsWhatTheEngineOnTheWatchCompares) {
   }
 }
 
-TEST(SynthCutter, ForgetsARecordingBeforeTheNext) {
+TEST(SynthSegmenter, ForgetsARecordingBeforeTheNext) {
   const auto samples = recorded(rest(50) + gesture(20, 6.0) + rest(50));
   const auto broken_off = recorded(rest(50) + gesture(20, 6.0));
   Segmenter segmenter(50);
@@ -110,7 +110,7 @@ static Stream lifted() {
   return stream;
 }
 
-TEST(SynthCutter, EveryMotionGetsAVerdict) {
+TEST(SynthSegmenter, EveryMotionGetsAVerdict) {
   const struct {
     const char* what;
     Stream stream;
@@ -122,7 +122,7 @@ TEST(SynthCutter, EveryMotionGetsAVerdict) {
       {"one that starts fast", rest(50) + lifted() + rest(50), Verdict::kStartsFast},
   };
   for (const auto& c : cases) {
-    const std::vector<Motion> motions = cut(recorded(c.stream));
+    const std::vector<Motion> motions = motions_in(recorded(c.stream));
     ASSERT_THAT(motions, SizeIs(1)) << c.what;
     EXPECT_EQ(motions[0].verdict, c.verdict)
         << c.what << ": " << kVerdictNames[static_cast<size_t>(motions[0].verdict)];
@@ -133,7 +133,7 @@ TEST(SynthCutter, EveryMotionGetsAVerdict) {
 // Two samples nine apart, each too little to end a rest: one window of ten holds both,
 // with spreads of 0.31 (m/s²)² and 144 (deg/s)². Of the five samples that are collected
 // then, none is left without the padding.
-TEST(SynthCutter, AMotionThatIsAllPaddingIsTooShort) {
+TEST(SynthSegmenter, AMotionThatIsAllPaddingIsTooShort) {
   Stream stream = rest(100);
   for (const size_t i : {60, 69}) {
     stream[i].acc.y += 1.4;
@@ -146,21 +146,22 @@ TEST(SynthCutter, AMotionThatIsAllPaddingIsTooShort) {
 }
 
 // One rate of exactly zero at the start is enough to lose the attitude.
-TEST(SynthCutter, TellsAMotionWhoseAttitudeIsLost) {
+TEST(SynthSegmenter, ReportsAMotionWhoseAttitudeIsLost) {
   auto samples = recorded(rest(50) + gesture(20, 6.0) + rest(50));
   for (RecordedSample& sample : samples) {
     if (sample.t < 1.0) sample.gyro = {0.0, 0.0, 0.0};
   }
-  const std::vector<Motion> motions = cut(samples);
+  const std::vector<Motion> motions = motions_in(samples);
   ASSERT_THAT(motions, SizeIs(1));
   EXPECT_EQ(motions[0].verdict, Verdict::kNotANumber);
 }
 
-TEST(SynthCutter, AMotionTakesTheLabelOfTheSpanItFills) {
+TEST(SynthSegmenter, AMotionGetsTheLabelOfTheAnnotationItFills) {
   const auto judge = [](double begin, double end) {
-    const std::vector<Annotation> spans = {{"f", 10.0, 11.0, 2}, {"f", 11.2, 12.2, 4}};
+    const std::vector<Annotation> annotations = {{"f", 10.0, 11.0, 2},
+                                                 {"f", 11.2, 12.2, 4}};
     Motion motion = {begin, end, Verdict::kKept, kBackground, {}};
-    label_motion(spans, motion);
+    label_motion(annotations, motion);
     return motion;
   };
   EXPECT_EQ(judge(9.95, 11.05).label, 2);
@@ -168,9 +169,9 @@ TEST(SynthCutter, AMotionTakesTheLabelOfTheSpanItFills) {
   EXPECT_EQ(judge(11.3, 12.4).label, 4);
   EXPECT_EQ(judge(5.0, 9.0).label, kBackground);
   EXPECT_EQ(judge(5.0, 9.0).verdict, Verdict::kKept);
-  EXPECT_EQ(judge(10.0, 12.0).verdict, Verdict::kInTwoSpans);
-  EXPECT_EQ(judge(7.0, 10.8).verdict, Verdict::kPartlyInSpan) << "mostly outside";
-  EXPECT_EQ(judge(10.1, 10.4).verdict, Verdict::kPartlyInSpan) << "a part of it";
+  EXPECT_EQ(judge(10.0, 12.0).verdict, Verdict::kInTwoAnnotations);
+  EXPECT_EQ(judge(7.0, 10.8).verdict, Verdict::kPartlyInAnnotation) << "mostly outside";
+  EXPECT_EQ(judge(10.1, 10.4).verdict, Verdict::kPartlyInAnnotation) << "a part of it";
 }
 
 TEST(SynthTrainingFile, IsReadBackByTheLibrary) {
@@ -199,7 +200,7 @@ TEST(SynthThresholds, LieInTheMiddleBetweenRightAndWrong) {
 }
 
 // One wrong sample at -0.1 costs 3; refusing the right one at -0.15 costs 1.
-TEST(SynthThresholds, WeighAFalseEventAgainstMisses) {
+TEST(SynthThresholds, WeighAFalsePositiveAgainstMisses) {
   EXPECT_DOUBLE_EQ(choose_threshold({-0.05, -0.15}, {-0.1}, 3.0), -0.075);
   EXPECT_DOUBLE_EQ(choose_threshold({-0.05, -0.15}, {-0.1, -0.55}, 0.5), -0.35);
 }
@@ -277,15 +278,15 @@ TEST(SynthBuilder, CountsEverySampleOnce) {
   EXPECT_EQ(report.background, 1u);
   EXPECT_EQ(report.background_accepted, 0u);
   for (const ClassReport& c : report.classes) {
-    EXPECT_EQ(c.samples, 8u);
+    EXPECT_EQ(c.examples, 8u);
     EXPECT_EQ(c.right, 8u);
-    EXPECT_EQ(c.right + c.confused + c.refused, c.samples);
+    EXPECT_EQ(c.right + c.misclassified + c.rejected, c.examples);
   }
-  EXPECT_EQ(report.samples(), 16u);
-  EXPECT_EQ(report.named(), 16u);
+  EXPECT_EQ(report.examples(), 16u);
+  EXPECT_EQ(report.classified_right(), 16u);
   EXPECT_EQ(report.accepted(), 16u);
   EXPECT_EQ(report.templates(), model.templates.size());
-  EXPECT_EQ(report.template_samples.size(), model.templates.size());
+  EXPECT_EQ(report.template_examples.size(), model.templates.size());
   EXPECT_THAT(model.class_thresholds,
               ElementsAre(report.classes[0].threshold, report.classes[1].threshold));
 }
@@ -305,10 +306,10 @@ static Gdata three_shapes() {
 
 TEST(SynthBuilder, ChoosesTheFewestTemplatesWithinTheMarginOfTheBest) {
   Capture hushed;
-  for (const double margin : {0.0, 0.1}) {
+  for (const double tolerance : {0.0, 0.1}) {
     BuildReport report;
     BuildOptions options;
-    options.margin = margin;
+    options.tolerance = tolerance;
     const Gmodel model = build_model(three_shapes(), options, report);
     const SweepStep* chosen = nullptr;
     double best = 0.0;
@@ -322,11 +323,12 @@ TEST(SynthBuilder, ChoosesTheFewestTemplatesWithinTheMarginOfTheBest) {
     }
     ASSERT_NE(chosen, nullptr);
     EXPECT_TRUE(chosen->in_question);
-    EXPECT_GE(chosen->accuracy, best - margin);
+    EXPECT_GE(chosen->accuracy, best - tolerance);
     EXPECT_EQ(chosen->templates, model.templates.size());
-    EXPECT_DOUBLE_EQ(chosen->accuracy, static_cast<double>(report.named()) / 36.0);
+    EXPECT_DOUBLE_EQ(chosen->accuracy,
+                     static_cast<double>(report.classified_right()) / 36.0);
     for (const SweepStep& step : report.sweep) {
-      if (!step.in_question || step.accuracy < best - margin) continue;
+      if (!step.in_question || step.accuracy < best - tolerance) continue;
       EXPECT_GE(step.templates, chosen->templates);
       if (step.templates > chosen->templates) continue;
       EXPECT_LE(step.accuracy, chosen->accuracy);
@@ -360,13 +362,13 @@ static std::vector<double> stamps(double step, const std::map<size_t, double>& o
   return times;
 }
 
-static SegmentedSet cut_folder(const std::string& folder,
-                               const SegmentationOptions& options = {}) {
+static SegmentedSet segment_folder(const std::string& folder,
+                                   const SegmentationOptions& options = {}) {
   Capture hushed;
   return segment_set(read_recording_set(folder), {}, options);
 }
 
-TEST(SynthCutSet, TellsWhatIsOddAboutItsClocks) {
+TEST(SynthSegmentedSet, ReportsWhatIsOddAboutItsClocks) {
   const TempDirectory set;
   const auto write = [&](const char* name, const std::vector<double>& times) {
     write_file(set.file(name), recording_text(times, rest(200)));
@@ -379,28 +381,30 @@ TEST(SynthCutSet, TellsWhatIsOddAboutItsClocks) {
              "file,label,subject,rate_hz\n"
              "a.csv,1,,50\nb.csv,1,,40\nc.csv,1,,30\nd.csv,1,,\n");
   EXPECT_EQ(
-      cut_folder(set.path()).notes,
+      segment_folder(set.path()).notes,
       "50 samples/s; 1 recording of another rate resampled to it by linear interpolation "
       "(25 x 1)\n"
       "3 gaps in the time stamps of 2 recordings, the longest 0.500 s; motions across "
-      "them are cut as if the samples were next to each other, or filled in by the "
+      "them are segmented as if the samples were next to each other, or filled in by the "
       "resampling\n"
       "irregular clocks: 1 step back, 2 repeated times\n" +
           set.file("b.csv") +
           ": 50 samples/s by the time stamps, 40.00 by the index; the time stamps count "
           "(so do 1 more)\n"
-          "4 recordings of a single take: 0 without rest around it taken whole, through "
-          "the same turning and trimming; 4 cut\n");
+          "4 recordings of a single repetition: 0 without rest around it used whole, "
+          "through "
+          "the same rotation and trimming; 4 segmented\n");
 
   write_file(set.file("index.csv"), "file,label,subject,rate_hz\na.csv,1,,\n");
   for (const char* name : {"b.csv", "c.csv"}) std::filesystem::remove(set.file(name));
   write("a.csv", stamps(0.02, {}));
-  EXPECT_EQ(cut_folder(set.path()).notes,
-            "50 samples/s\n1 recording of a single take: 0 without rest around it taken "
-            "whole, through the same turning and trimming; 1 cut\n");
+  EXPECT_EQ(
+      segment_folder(set.path()).notes,
+      "50 samples/s\n1 recording of a single repetition: 0 without rest around it used "
+      "whole, through the same rotation and trimming; 1 segmented\n");
 }
 
-TEST(SynthCutSet, TakesARecordingWithoutRestAsAWhole) {
+TEST(SynthSegmentedSet, UsesARecordingWithoutRestWhole) {
   const TempDirectory set;
   const Stream shaken = gesture(20, 6.0) + gesture(20, 6.0);
   std::vector<double> times = stamps(0.02, {});
@@ -412,57 +416,59 @@ TEST(SynthCutSet, TakesARecordingWithoutRestAsAWhole) {
   write_file(set.file("b.csv"), recording_text(times, rested));
   write_file(set.file("index.csv"),
              "file,label,subject,rate_hz\na.csv,up,ann,\nb.csv,down,bob,\n");
-  const SegmentedSet cut = cut_folder(set.path());
-  ASSERT_THAT(cut.recordings, SizeIs(2));
-  EXPECT_TRUE(cut.recordings[0].whole);
-  EXPECT_FALSE(cut.recordings[1].whole);
-  EXPECT_THAT(cut.notes, HasSubstr("2 recordings of a single take: 1 without rest around "
-                                   "it taken whole, through the same turning and "
-                                   "trimming; 1 cut\n"));
-  EXPECT_THAT(kept_motions(cut), SizeIs(2));
-  EXPECT_EQ(cut.provenance.subjects, (std::vector<std::string>{"ann", "bob"}));
-  EXPECT_EQ(summary_of(cut), "2 recordings, " + cut.notes +
-                                 "     2 kept\n"
-                                 "     0 too short\n"
-                                 "     0 too weak\n"
-                                 "     0 starts fast\n"
-                                 "     0 ends fast\n"
-                                 "     0 not a number\n"
-                                 "     0 overlaps two spans\n"
-                                 "     0 partly in one span\n"
-                                 "     1 samples of class 0, down\n"
-                                 "     1 samples of class 1, up\n"
-                                 "     0 of 2 spans without a kept motion\n"
-                                 "0.0 s of background\n");
+  const SegmentedSet segmented = segment_folder(set.path());
+  ASSERT_THAT(segmented.recordings, SizeIs(2));
+  EXPECT_TRUE(segmented.recordings[0].pre_segmented);
+  EXPECT_FALSE(segmented.recordings[1].pre_segmented);
+  EXPECT_THAT(segmented.notes,
+              HasSubstr("2 recordings of a single repetition: 1 without rest "
+                        "around it used whole, through the same rotation and "
+                        "trimming; 1 segmented\n"));
+  EXPECT_THAT(kept_motions(segmented), SizeIs(2));
+  EXPECT_EQ(segmented.provenance.subjects, (std::vector<std::string>{"ann", "bob"}));
+  EXPECT_EQ(summary_of(segmented), "2 recordings, " + segmented.notes +
+                                       "     2 kept\n"
+                                       "     0 too short\n"
+                                       "     0 too weak\n"
+                                       "     0 starts fast\n"
+                                       "     0 ends fast\n"
+                                       "     0 not a number\n"
+                                       "     0 overlaps two annotations\n"
+                                       "     0 partly in one annotation\n"
+                                       "     1 examples of class 0, down\n"
+                                       "     1 examples of class 1, up\n"
+                                       "     0 of 2 annotations without a kept motion\n"
+                                       "0.0 s of background\n");
 }
 
-TEST(SynthCutSet, TakesMarkedSpansAsTheyAreMarked) {
+TEST(SynthSegmentedSet, UsesAnnotationsAsTheyAre) {
   const TempDirectory set;
   const Stream stream = rest(50) + gesture(20, 6.0) + rest(50);
   std::vector<double> times = stamps(0.02, {});
   times.resize(stream.size());
   write_file(set.file("a.csv"), recording_text(times, stream));
   SegmentationOptions options;
-  options.whole_spans = true;
+  options.whole_annotations = true;
   const std::string labels = "file,t_start,t_end,label\na.csv,1,1.78,3\na.csv,0,0.5,3\n";
   write_file(set.file("labels.csv"), labels);
-  const SegmentedSet cut = cut_folder(set.path(), options);
-  ASSERT_THAT(cut.recordings, SizeIs(1));
-  const SegmentedRecording& recording = cut.recordings[0];
-  EXPECT_TRUE(recording.whole);
+  const SegmentedSet segmented = segment_folder(set.path(), options);
+  ASSERT_THAT(segmented.recordings, SizeIs(1));
+  const SegmentedRecording& recording = segmented.recordings[0];
+  EXPECT_TRUE(recording.pre_segmented);
   ASSERT_THAT(recording.motions, SizeIs(2));
   EXPECT_EQ(recording.motions[0].verdict, Verdict::kKept);
   EXPECT_EQ(recording.motions[0].label, 3);
   EXPECT_NE(recording.motions[1].verdict, Verdict::kKept);
-  EXPECT_THAT(recording.span_of, ElementsAre(0, -1));
-  EXPECT_THAT(cut.notes, HasSubstr("marked spans taken whole"));
-  EXPECT_THAT(summary_of(cut), HasSubstr("     1 of 2 spans without a kept motion\n"));
+  EXPECT_THAT(recording.annotation_of, ElementsAre(0, -1));
+  EXPECT_THAT(segmented.notes, HasSubstr("annotations used whole"));
+  EXPECT_THAT(summary_of(segmented),
+              HasSubstr("     1 of 2 annotations without a kept motion\n"));
 
   write_file(set.file("labels.csv"), labels + "a.csv,7.125,8.25,3\n");
   EXPECT_THAT(
-      [&] { cut_folder(set.path(), options); },
+      [&] { segment_folder(set.path(), options); },
       ::testing::ThrowsMessage<UsageError>(
-          set.path() + "/a.csv: has no sample in the span from 7.125 to 8.250 s"));
+          set.path() + "/a.csv: has no sample in the annotation from 7.125 to 8.250 s"));
 }
 
 TEST(SynthProgramCut, CountsEveryMotionAndSaysWhatIsWrong) {
@@ -473,12 +479,14 @@ TEST(SynthProgramCut, CountsEveryMotionAndSaysWhatIsWrong) {
                     "--distractors 30")
                 .status,
             0);
-  const Outcome cut = run_wgr("segment " + set + " -o -");
-  ASSERT_EQ(cut.status, 0) << cut.err;
-  EXPECT_THAT(cut.err, HasSubstr("     2 samples of class 0\n"));
-  EXPECT_THAT(cut.err, HasSubstr("     0 of 10 spans without a kept motion\n"));
+  const Outcome segmented = run_wgr("segment " + set + " -o -");
+  ASSERT_EQ(segmented.status, 0) << segmented.err;
+  EXPECT_THAT(segmented.err, HasSubstr("     2 examples of class 0\n"));
+  EXPECT_THAT(segmented.err,
+              HasSubstr("     0 of 10 annotations without a kept motion\n"));
   ASSERT_EQ(run_wgr("segment " + set + " -o " + directory.file("t")).status, 0);
-  EXPECT_EQ(cut.out, read_file(directory.file("t"))) << "standard output has no more";
+  EXPECT_EQ(segmented.out, read_file(directory.file("t")))
+      << "standard output has no more";
 
   EXPECT_EQ(run_wgr("segment /nowhere -o -").status, 2);
   const Outcome rate = run_wgr("segment " + set + " --sample-rate 100 -o -");
@@ -493,7 +501,7 @@ TEST(SynthProgramCut, CountsEveryMotionAndSaysWhatIsWrong) {
   write_file(set + "/labels.csv", "file,t_start,t_end,label\np001_free.csv,1,1,x\n");
   const Outcome label = run_wgr("segment " + set + " -o -");
   EXPECT_EQ(label.status, 2);
-  EXPECT_THAT(label.err, HasSubstr("labels.csv:2: the span ends before it starts"));
+  EXPECT_THAT(label.err, HasSubstr("labels.csv:2: the interval ends before it starts"));
 }
 
 TEST(SynthProgramBuild, SaysWhatIsWrongAndWritesNothing) {
@@ -503,6 +511,6 @@ TEST(SynthProgramBuild, SaysWhatIsWrongAndWritesNothing) {
   write_file(directory.file("t"), "-1 1 0 0 9.9\n1\n1\n1\n");
   const Outcome outcome = run_wgr("build " + directory.file("t") + " -o " + out);
   EXPECT_EQ(outcome.status, 2);
-  EXPECT_THAT(outcome.err, HasSubstr("no sample of any gesture"));
+  EXPECT_THAT(outcome.err, HasSubstr("no example of any gesture"));
   EXPECT_FALSE(std::filesystem::exists(out));
 }

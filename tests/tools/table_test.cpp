@@ -42,12 +42,13 @@ TEST(Table, AnEmptyFileIsNoTable) {
 TEST(Table, NamesWithCommasAndQuotesAreReadBackAsTheyWere) {
   TempDirectory directory;
   const std::string path = directory.file("labels.csv");
-  const std::vector<Annotation> spans = {{"a,b.csv", 0, 1, 2},
-                                         {"\"c\" \"\".csv", 1, 2, 0}};
-  write_file(path, labels_text(spans));
+  const std::vector<Annotation> annotations = {{"a,b.csv", 0, 1, 2},
+                                               {"\"c\" \"\".csv", 1, 2, 0}};
+  write_file(path, labels_text(annotations));
   const std::vector<Annotation> again = read_labels(path);
-  ASSERT_EQ(again.size(), spans.size());
-  for (size_t i = 0; i < spans.size(); ++i) EXPECT_EQ(again[i].file, spans[i].file);
+  ASSERT_EQ(again.size(), annotations.size());
+  for (size_t i = 0; i < annotations.size(); ++i)
+    EXPECT_EQ(again[i].file, annotations[i].file);
 }
 
 // They would be two rows, or a table that its reader refuses.
@@ -57,7 +58,7 @@ TEST(Table, NamesThatNoFieldHoldsAreRefused) {
   EXPECT_EQ(field("\xC3\xA4.csv"), "\xC3\xA4.csv");
 }
 
-TEST(Table, ExpectedSpansMayHaveAByteOrderMark) {
+TEST(Table, ExpectedAnnotationsMayHaveAByteOrderMark) {
   TempDirectory directory;
   const std::string path = directory.file("expected.csv");
   for (const char* const header : {"t_start,t_end,label", "file,t_start,t_end,label"}) {

@@ -197,7 +197,7 @@ TEST(Manifest, OfEveryBuildFitsItsTable) {
     if (swept) options.false_positives_per_hour = 1.5;
     ordered_json json = manifest(report, options, p, std::string(64, 'a'));
     EXPECT_NO_THROW(check_json(json, manifest_fields(), "m"));
-    json["samples"]["classes"]["x"] = 1e300;
+    json["training_set"]["classes"]["x"] = 1e300;
     EXPECT_THROW(check_json(json, manifest_fields(), "m"), UsageError);
     json = manifest(report, options, p, std::string(64, 'a'));
     json["model_classes"][0]["threshold"] = "low";
@@ -323,13 +323,13 @@ TEST(Eval, TakesAClockThatStepsBack) {
   const Outcome after = run_wgr(eval);
   EXPECT_EQ(after.status, 0) << after.err;
   EXPECT_THAT(after.err, HasSubstr("1 step back"));
-  // Spans behind the step are elsewhere now, but as much is reported.
+  // Annotations behind the step are elsewhere now, but as much is reported.
   const auto reported = [](const Outcome& o) {
     const ordered_json json = ordered_json::parse(o.out);
-    size_t sum = json.at("false_events").get<size_t>();
+    size_t sum = json.at("false_positives").get<size_t>();
     for (const auto& [label, outcomes] : json.at("confusion").items()) {
       for (const auto& [what, count] : outcomes.items()) {
-        if (what != "nothing" && what != "refused") sum += count.get<size_t>();
+        if (what != "not detected" && what != "rejected") sum += count.get<size_t>();
       }
     }
     return sum;
@@ -339,7 +339,7 @@ TEST(Eval, TakesAClockThatStepsBack) {
 }
 
 // Its models have no threshold for the class, or no template of it.
-TEST(Eval, SaysWhichTakesNoModelCouldAccept) {
+TEST(Eval, SaysWhichRepetitionsNoModelCouldAccept) {
   const TempDirectory directory;
   const std::string set = directory.file("set");
   const std::string script = directory.file("script.csv");
@@ -383,9 +383,10 @@ TEST(Eval, NamesThePartWithoutWhichNothingIsLeftToBuildFrom) {
   write_file(set + "/labels.csv", std::regex_replace(rows, std::regex("p001_.*\n"), ""));
   const Outcome outcome = run_wgr("eval " + set + " --leave-out subject");
   EXPECT_EQ(outcome.status, 2) << outcome.out;
-  EXPECT_THAT(outcome.err,
-              HasSubstr("\nwgr: --leave-out: with p2 left out, there is no sample of any "
-                        "gesture: record more, or leave out less at a time"));
+  EXPECT_THAT(
+      outcome.err,
+      HasSubstr("\nwgr: --leave-out: with p2 left out, there is no example of any "
+                "gesture: record more, or leave out less at a time"));
 }
 
 TEST(Build, RefusesAClassThatWouldNeverBeRecognised) {

@@ -73,12 +73,12 @@ class Examination {
   void examine_steps();
   std::optional<double> measure_steps(const std::vector<double>& steps);
   void count_steps(const std::vector<double>& steps, double rate);
-  void tell_irregular_steps(const std::vector<double>& steps, double rate);
+  void report_irregular_steps(const std::vector<double>& steps, double rate);
   // value_faults.cpp
   void examine_values();
   void examine_spikes();
-  void tell_spikes(const Occurrences& all, const char* id, const char* name,
-                   const char* unit);
+  void report_spikes(const Occurrences& all, const char* id, const char* name,
+                     const char* unit);
   void examine_zeros();
   void examine_clipping();
   void examine_bias();
@@ -95,7 +95,7 @@ class Examination {
   void guess_gyro_unit();
   std::vector<const Window*> steady_windows() const;
   std::vector<Turn> find_turns(const Point3Df& bias) const;
-  void tell_axes(const Agreement& agreement);
+  void report_axes(const Agreement& agreement);
 
   // The first of the samples whose steps to the next one are new in this part.
   size_t first_step() const { return carried_.seen > 0 ? carried_.seen - 1 : 0; }

@@ -1,4 +1,4 @@
-// What gravity tells: which sensor shows it, in which unit, and whether the wrist can be
+// What gravity shows: which sensor shows it, in which unit, and whether the wrist can be
 // seen to rest.
 #include <algorithm>
 #include <cmath>
@@ -111,7 +111,7 @@ void Examination::examine_acceleration() {
 // Where the library would see rest.
 void Examination::measure_rest() {
   StreamFacts& facts = result_.facts;
-  // As long as the library's by its default, at the rate that it is told.
+  // As long as the library's by its default, at the rate that it is given.
   const long rate = options_.rate.value_or(nearest_int(1.0 / period_));
   const size_t window = static_cast<size_t>(std::max(1L, rate / 5));
   for (Point3Df& p : gyro_) p = p - options_.gyro_bias;

@@ -57,7 +57,7 @@ static constexpr const char* kIds[] = {
     "acc-clipping", "gyro-clipping",   "bias",        "acc-noise",  "gyro-noise",
     "gravity-band", "no-rest"};
 
-// These tell of all parts up to their own.
+// These report all parts up to their own.
 static constexpr const char* kSums[] = {"gap",       "repeated",   "order",    "absent",
                                         "acc-spike", "gyro-spike", "zero-rate"};
 

@@ -1,4 +1,4 @@
-// What the time stamps tell: unit, rate, jitter, gaps, samples twice or out of order.
+// What the time stamps show: unit, rate, jitter, gaps, samples twice or out of order.
 #include <algorithm>
 #include <cmath>
 
@@ -24,7 +24,7 @@ void Examination::examine_stamps() {
   if (steps.empty()) {
     find("stamps", Sureness::kCertain, "the time stamps never go forward",
          "stamp each sample with the time it was taken at, in seconds",
-         "--sample-rate HZ tells the other tools what the stamps do not");
+         "--sample-rate HZ gives the other subcommands what the stamps do not");
     return;
   }
   const double step = median(steps);
@@ -86,7 +86,7 @@ void Examination::examine_steps() {
   if (options_.rate && std::fabs(*options_.rate / *facts.rate - 1.0) > kRateTolerance) {
     find("rate", Sureness::kCertain,
          fmt::format(
-             "samples come at {:.2f} a second, not at the {} that the library is told",
+             "samples come at {:.2f} a second, not at the {} that the library is given",
              *facts.rate, *options_.rate),
          "pass the true rate: speeds, lengths and turns all follow from it",
          fmt::format("init_gesture_handle(h, {}, ...); --sample-rate {}", right, right));
@@ -105,7 +105,7 @@ void Examination::examine_steps() {
          "stamp the samples where they are taken, or resample them to an even rate: the "
          "library takes every step for the same time");
   }
-  tell_irregular_steps(steps, *rate);
+  report_irregular_steps(steps, *rate);
 }
 
 // Adds to the tallies the gaps, repeats and steps back that no part before this one
@@ -125,7 +125,7 @@ void Examination::count_steps(const std::vector<double>& steps, double rate) {
   }
 }
 
-void Examination::tell_irregular_steps(const std::vector<double>& steps, double rate) {
+void Examination::report_irregular_steps(const std::vector<double>& steps, double rate) {
   const size_t gaps = carried_.gaps.count;
   const size_t repeats = carried_.repeats.count;
   const size_t backward = carried_.backward.count;

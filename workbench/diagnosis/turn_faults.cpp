@@ -1,4 +1,4 @@
-// What both sensors tell together: from one steady moment to the next gravity turns as
+// What both sensors show together: from one steady moment to the next gravity turns as
 // the gyroscope says, or unit, axes or signs are wrong.
 #include <cmath>
 
@@ -78,7 +78,7 @@ std::vector<Turn> Examination::find_turns(const Point3Df& bias) const {
   return turns;
 }
 
-void Examination::tell_axes(const Agreement& agreement) {
+void Examination::report_axes(const Agreement& agreement) {
   const AxisMap& gyro = agreement.gyro;
   const std::string of_gyro = "the gyroscope's axes are taken as " + as_text(gyro, 'g');
   const std::string numbers = fmt::format(
@@ -175,7 +175,7 @@ void Examination::examine_turns() {
          "that its values are scaled for");
   }
   if (!is_identity(agreement.gyro)) {
-    tell_axes(agreement);
+    report_axes(agreement);
     for (Point3Df& p : gyro_) p = mapped(agreement.gyro, p);
   }
   look_again();

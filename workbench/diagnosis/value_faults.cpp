@@ -1,4 +1,4 @@
-// What the values of one sensor tell: axes that are absent, stuck, held or clipped, rates
+// What the values of one sensor show: axes that are absent, stuck, held or clipped, rates
 // of exactly zero, bias and noise.
 #include <algorithm>
 #include <cmath>
@@ -114,13 +114,13 @@ void Examination::examine_spikes() {
       sensor.samples[i] = last;
     }
     if (sensor.tally.count == before) continue;
-    tell_spikes(sensor.tally, sensor.id, sensor.name, sensor.unit);
+    report_spikes(sensor.tally, sensor.id, sensor.name, sensor.unit);
     look_again();
   }
 }
 
-void Examination::tell_spikes(const Occurrences& all, const char* id, const char* name,
-                              const char* unit) {
+void Examination::report_spikes(const Occurrences& all, const char* id, const char* name,
+                                const char* unit) {
   find(id, Sureness::kCertain,
        fmt::format("{} samples of the {} are larger than any that it measures, up to "
                    "{:.2f} {}, the first at {:.3f} s (line {})",
@@ -132,8 +132,8 @@ void Examination::tell_spikes(const Occurrences& all, const char* id, const char
 void Examination::examine_clipping() {
   static constexpr double kAccRanges[] = {2, 4, 8, 16};                 // g
   static constexpr double kGyroRanges[] = {125, 250, 500, 1000, 2000};  // deg/s
-  const auto tell = [this](const Samples& samples, char letter, double unit,
-                           const auto& ranges, const char* unit_name) {
+  const auto report = [this](const Samples& samples, char letter, double unit,
+                             const auto& ranges, const char* unit_name) {
     std::string axes;
     size_t count = 0;
     double limit = 0.0;
@@ -154,8 +154,8 @@ void Examination::examine_clipping() {
                      count, limit, unit_name),
          "set the sensor to a wider range; what is cut off is lost to the comparison");
   };
-  tell(acc_, 'a', kStandardGravity, kAccRanges, "g");
-  tell(gyro_, 'g', 1.0, kGyroRanges, "deg/s");
+  report(acc_, 'a', kStandardGravity, kAccRanges, "g");
+  report(gyro_, 'g', 1.0, kGyroRanges, "deg/s");
 }
 
 static std::string as_text(const Point3Df& p) {

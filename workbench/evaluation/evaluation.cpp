@@ -17,22 +17,22 @@
 namespace wgr {
 
 static constexpr double kSecondsPerHour = 3600.0;
-static constexpr double kDoubt = 0.05;       // that the bound does not hold
-static constexpr size_t kFewestSamples = 2;  // of a class, to find a threshold from
-static constexpr size_t kEventSamples = 1;   // that a motion may end behind its event
+static constexpr double kDoubt = 0.05;        // that the bound does not hold
+static constexpr size_t kFewestExamples = 2;  // of a class, to find a threshold from
+static constexpr size_t kEventSamples = 1;    // that a motion may end behind its event
 
-double Evaluation::accuracy() const { return share(right, takes); }
+double Evaluation::accuracy() const { return share(right, repetitions); }
 double Evaluation::kept_accuracy() const { return share(kept_right, kept); }
-double Evaluation::named() const { return share(kept_named, kept); }
+double Evaluation::classified_right() const { return share(kept_classified, kept); }
 
-std::optional<double> Evaluation::named_by_all() const {
-  if (by_all.samples == 0) return std::nullopt;
-  return share(by_all.right, by_all.samples);
+std::optional<double> Evaluation::baseline_1nn() const {
+  if (baseline.examples == 0) return std::nullopt;
+  return share(baseline.right, baseline.examples);
 }
 
 std::optional<double> Evaluation::false_positives_per_hour() const {
   if (!(background_hours > 0.0)) return std::nullopt;
-  return static_cast<double>(false_events) / background_hours;
+  return static_cast<double>(false_positives) / background_hours;
 }
 
 // How likely at most n events are where `mean` are expected (Poisson).
@@ -49,10 +49,10 @@ static double likelihood(size_t n, double mean) {
 std::optional<double> Evaluation::false_per_hour_bound() const {
   if (!(background_hours > 0.0)) return std::nullopt;
   double low = 0.0;
-  double high = 10.0 + 3.0 * static_cast<double>(false_events);
+  double high = 10.0 + 3.0 * static_cast<double>(false_positives);
   for (int i = 0; i < 60; ++i) {
     const double middle = 0.5 * (low + high);
-    (likelihood(false_events, middle) > kDoubt ? low : high) = middle;
+    (likelihood(false_positives, middle) > kDoubt ? low : high) = middle;
   }
   return high / background_hours;
 }
@@ -84,11 +84,11 @@ std::optional<double> Evaluation::latency(double quantile) const {
 
 namespace {
 
-// Which fold each take, and the background of each recording, is left out in.
+// Which fold each repetition, and the background of each recording, is left out in.
 struct Division {
   std::vector<std::string> names;
-  std::vector<std::vector<size_t>> takes;  // recording, span
-  std::vector<size_t> background;          // recording
+  std::vector<std::vector<size_t>> repetitions;  // recording, annotation
+  std::vector<size_t> background;                // recording
 };
 
 }  // namespace
@@ -103,7 +103,7 @@ static size_t index_of(const std::string& name, std::vector<std::string>& names)
 static Division divide(const SegmentedSet& set, const EvaluationOptions& options) {
   Division division;
   const size_t folds = static_cast<size_t>(options.folds);
-  std::map<int, size_t> takes_of;  // of each class so far
+  std::map<int, size_t> repetitions_of;  // of each class so far
   for (size_t r = 0; r < set.recordings.size(); ++r) {
     const SegmentedRecording& recording = set.recordings[r];
     const SetEntry& entry = recording.entry;
@@ -119,17 +119,17 @@ static Division divide(const SegmentedSet& set, const EvaluationOptions& options
       fold = r % folds;
     }
     division.background.push_back(fold);
-    division.takes.emplace_back();
-    for (const Annotation& span : recording.spans) {
-      division.takes.back().push_back(options.leave_out == LeaveOut::kRepetition
-                                          ? takes_of[span.label]++ % folds
-                                          : fold);
+    division.repetitions.emplace_back();
+    for (const Annotation& annotation : recording.annotations) {
+      const bool in_turn = options.leave_out == LeaveOut::kRepetition;
+      division.repetitions.back().push_back(
+          in_turn ? repetitions_of[annotation.label]++ % folds : fold);
     }
   }
   if (options.leave_out == LeaveOut::kNothing) division.names = {"nothing"};
   if (options.leave_out == LeaveOut::kRepetition) {
     for (size_t f = 0; f < folds; ++f) {
-      division.names.push_back("every " + std::to_string(folds) + "th take, from " +
+      division.names.push_back("every " + std::to_string(folds) + "th repetition, from " +
                                std::to_string(f + 1));
     }
   } else if (options.leave_out != LeaveOut::kNothing && division.names.size() < 2) {
@@ -148,12 +148,12 @@ static Answers play_stream(const SegmentedRecording& recording,
   options.model = std::make_shared<const Gmodel>(model);
   options.rate = provenance.rate;
   options.shortest = provenance.shortest;
-  HostRun session(options);
+  HostRun host_run(options);
   Answers answers(recording.motions.size());
   // By the samples' order: the clock may step back.
   size_t motion = 0;
   for (size_t i = 0; i < recording.samples.size(); ++i) {
-    const std::optional<GestureEvent> event = session.feed(recording.samples[i]);
+    const std::optional<GestureEvent> event = host_run.feed(recording.samples[i]);
     // A motion's last sample is the one before that which completes it.
     while (motion < recording.motions.size() && recording.motions[motion].last + 1 < i) {
       ++motion;
@@ -162,7 +162,7 @@ static Answers play_stream(const SegmentedRecording& recording,
       if (motion == recording.motions.size() ||
           recording.motions[motion].last > i + kEventSamples || answers[motion]) {
         throw std::logic_error(recording.entry.path +
-                               ": the library cut another motion than wgr segment");
+                               ": the library segmented another motion than wgr segment");
       }
       answers[motion] = event;
     }
@@ -178,18 +178,18 @@ static Answers ask_classifier(HGR& classifier, const SegmentedRecording& recordi
     Points trace = motion.trace;
     int reject = 0;
     double strength = 0.0;
-    const int named = classifier.predict(trace, &strength, nullptr, &reject);
-    const std::optional<int> reported = report_of(reject != 0 ? kRejected : named);
+    const int label = classifier.predict(trace, &strength, nullptr, &reject);
+    const std::optional<int> reported = report_of(reject != 0 ? kRejected : label);
     if (reported) answers.back() = GestureEvent{motion.end, *reported, strength, 0.0};
   }
   return answers;
 }
 
-static double overlap(const Motion& motion, const Annotation& span) {
-  return std::min(span.end, motion.end) - std::max(span.begin, motion.begin);
+static double overlap(const Motion& motion, const Annotation& annotation) {
+  return std::min(annotation.end, motion.end) - std::max(annotation.begin, motion.begin);
 }
 
-// The span that a motion overlaps most, or the motion that a span does; -1: none.
+// The annotation that a motion overlaps most, or the other way round; -1: none.
 template <class Items>
 static int most_overlapped(
     const Items& items,
@@ -206,41 +206,41 @@ static int most_overlapped(
 }
 
 // The class of the nearest template, whatever its threshold.
-static int name_of(HGR& classifier, const Motion& motion) {
+static int nearest_class(HGR& classifier, const Motion& motion) {
   Points trace = motion.trace;
   return classifier.predict(trace, nullptr, nullptr, nullptr);
 }
 
 static std::string outcome_of(const std::optional<GestureEvent>& answer) {
-  if (!answer) return kNothing;
-  return answer->gesture == report_of(kRejected) ? kRefused
+  if (!answer) return kOutcomeNotDetected;
+  return answer->gesture == report_of(kRejected) ? kOutcomeRejected
                                                  : std::to_string(answer->gesture);
 }
 
-static Played score_take(const SegmentedRecording& recording, size_t take,
-                         const Answers& answers, HGR& classifier, Fold& fold,
-                         Evaluation& result) {
-  const Annotation& span = recording.spans[take];
-  ++result.takes;
-  ++fold.takes;
-  result.whole += recording.whole ? 1 : 0;
-  const auto own = std::find(recording.span_of.begin(), recording.span_of.end(),
-                             static_cast<int>(take));
-  const bool kept = own != recording.span_of.end();
+static Played score_repetition(const SegmentedRecording& recording, size_t repetition,
+                               const Answers& answers, HGR& classifier, Fold& fold,
+                               Evaluation& result) {
+  const Annotation& annotation = recording.annotations[repetition];
+  ++result.repetitions;
+  ++fold.repetitions;
+  result.pre_segmented += recording.pre_segmented ? 1 : 0;
+  const auto own = std::find(recording.annotation_of.begin(),
+                             recording.annotation_of.end(), static_cast<int>(repetition));
+  const bool kept = own != recording.annotation_of.end();
   const int nearest = most_overlapped<std::vector<Motion>>(
-      recording.motions, [&](const Motion& m) { return overlap(m, span); });
-  const size_t m = kept ? static_cast<size_t>(own - recording.span_of.begin())
+      recording.motions, [&](const Motion& m) { return overlap(m, annotation); });
+  const size_t m = kept ? static_cast<size_t>(own - recording.annotation_of.begin())
                         : static_cast<size_t>(std::max(nearest, 0));
-  std::string outcome = kNothing;
+  std::string outcome = kOutcomeNotDetected;
   std::string cause = "no motion: the wrist counted as resting";
   if (kept || nearest >= 0) {
     const Motion& motion = recording.motions[m];
     const bool shared = most_overlapped<std::vector<Annotation>>(
-                            recording.spans, [&](const Annotation& s) {
+                            recording.annotations, [&](const Annotation& s) {
                               return overlap(motion, s);
-                            }) != static_cast<int>(take);
+                            }) != static_cast<int>(repetition);
     if (shared) {
-      cause = "one motion with another take";
+      cause = "one motion with another repetition";
     } else if (!answers[m]) {
       cause = motion.verdict == Verdict::kKept
                   ? "not reported"
@@ -248,29 +248,30 @@ static Played score_take(const SegmentedRecording& recording, size_t take,
     } else {
       const int reported = answers[m]->gesture;
       outcome = outcome_of(answers[m]);
-      const bool refused = outcome == kRefused;
-      cause = refused ? "refused: less alike than the threshold" : "taken for another";
+      const bool rejected = outcome == kOutcomeRejected;
+      cause = rejected ? "rejected: less alike than the threshold" : "misclassified";
       if (!kept) {
         cause +=
             std::string(" (") + kVerdictNames[static_cast<size_t>(motion.verdict)] + ")";
       }
-      if (reported == span.label && !recording.whole) {
-        result.latencies.push_back(answers[m]->t - span.end);
+      if (reported == annotation.label && !recording.pre_segmented) {
+        result.latencies.push_back(answers[m]->t - annotation.end);
       }
     }
   }
-  ++result.confusion[span.label][outcome];
-  const bool right = outcome == std::to_string(span.label);
+  ++result.confusion[annotation.label][outcome];
+  const bool right = outcome == std::to_string(annotation.label);
   result.right += right ? 1 : 0;
   fold.right += right ? 1 : 0;
   if (!right) ++result.misses[cause];
   if (kept) {
     ++result.kept;
     result.kept_right += right ? 1 : 0;
-    result.kept_named += name_of(classifier, recording.motions[m]) == span.label ? 1 : 0;
+    result.kept_classified +=
+        nearest_class(classifier, recording.motions[m]) == annotation.label ? 1 : 0;
   }
   Played played;
-  played.take = take;
+  played.repetition = repetition;
   if (kept || nearest >= 0) played.motion = m;
   played.outcome = outcome;
   if (!right) played.cause = cause;
@@ -281,36 +282,38 @@ static void play(const SegmentedSet& set, const Division& division, size_t f,
                  HGR& classifier, Fold& fold, Evaluation& result, Progress& progress) {
   for (size_t r = 0; r < set.recordings.size(); ++r) {
     const SegmentedRecording& recording = set.recordings[r];
-    const std::vector<size_t>& folds = division.takes[r];
+    const std::vector<size_t>& folds = division.repetitions[r];
     const bool background = division.background[r] == f;
     if (!background && std::count(folds.begin(), folds.end(), f) == 0) continue;
     const Answers answers =
-        recording.whole ? ask_classifier(classifier, recording)
-                        : play_stream(recording, set.provenance, *classifier.model);
+        recording.pre_segmented
+            ? ask_classifier(classifier, recording)
+            : play_stream(recording, set.provenance, *classifier.model);
     if (background) progress.add(1);
     const auto note = [&](Played played) {
       played.recording = r;
       played.fold = f;
       result.played.push_back(std::move(played));
     };
-    for (size_t take = 0; take < folds.size(); ++take) {
-      if (folds[take] != f) continue;
-      note(score_take(recording, take, answers, classifier, fold, result));
+    for (size_t repetition = 0; repetition < folds.size(); ++repetition) {
+      if (folds[repetition] != f) continue;
+      note(score_repetition(recording, repetition, answers, classifier, fold, result));
     }
     if (background) result.background_hours += recording.background_seconds;
     for (size_t m = 0; m < answers.size(); ++m) {
       const bool asked = recording.motions[m].verdict == Verdict::kKept;
       if (!answers[m] && !asked) continue;
-      const int span = most_overlapped<std::vector<Annotation>>(
-          recording.spans,
+      const int annotation = most_overlapped<std::vector<Annotation>>(
+          recording.annotations,
           [&](const Annotation& s) { return overlap(recording.motions[m], s); });
-      const bool counts = span < 0 ? background : folds[static_cast<size_t>(span)] == f;
+      const bool counts =
+          annotation < 0 ? background : folds[static_cast<size_t>(annotation)] == f;
       if (!counts) continue;
-      if (span < 0) note({0, {}, m, 0, outcome_of(answers[m]), ""});
+      if (annotation < 0) note({0, {}, m, 0, outcome_of(answers[m]), ""});
       if (!answers[m]) continue;
-      const bool refused = answers[m]->gesture == report_of(kRejected);
-      if (!refused) ++result.events[answers[m]->gesture];
-      if (span < 0) ++(refused ? result.refused_outside : result.false_events);
+      const bool rejected = answers[m]->gesture == report_of(kRejected);
+      if (!rejected) ++result.events[answers[m]->gesture];
+      if (annotation < 0) ++(rejected ? result.rejected_outside : result.false_positives);
     }
   }
 }
@@ -322,9 +325,10 @@ static std::vector<bool> taken_in(const SegmentedSet& set, const Division& divis
     const SegmentedRecording& recording = set.recordings[r];
     for (size_t m = 0; m < recording.motions.size(); ++m) {
       if (recording.motions[m].verdict != Verdict::kKept) continue;
-      const int span = recording.span_of[m];
-      const size_t out = span < 0 ? division.background[r]
-                                  : division.takes[r][static_cast<size_t>(span)];
+      const int annotation = recording.annotation_of[m];
+      const size_t out = annotation < 0
+                             ? division.background[r]
+                             : division.repetitions[r][static_cast<size_t>(annotation)];
       taken.push_back(out != fold);
     }
   }
@@ -335,18 +339,19 @@ static std::vector<bool> taken_in(const SegmentedSet& set, const Division& divis
 static bool is_accepted(int label, const BuildReport& report) {
   return std::any_of(report.classes.begin(), report.classes.end(),
                      [label](const ClassReport& c) {
-                       return c.label == label && c.samples >= kFewestSamples;
+                       return c.label == label && c.examples >= kFewestExamples;
                      });
 }
 
 static void count_unjudged(const SegmentedSet& set, const Division& division, size_t f,
                            const BuildReport& report, Evaluation& result) {
   for (size_t r = 0; r < set.recordings.size(); ++r) {
-    const std::vector<Annotation>& spans = set.recordings[r].spans;
-    for (size_t take = 0; take < spans.size(); ++take) {
-      if (division.takes[r][take] != f || is_accepted(spans[take].label, report))
+    const std::vector<Annotation>& annotations = set.recordings[r].annotations;
+    for (size_t repetition = 0; repetition < annotations.size(); ++repetition) {
+      if (division.repetitions[r][repetition] != f ||
+          is_accepted(annotations[repetition].label, report))
         continue;
-      ++result.unjudged[spans[take].label];
+      ++result.unjudged[annotations[repetition].label];
     }
   }
 }
@@ -399,10 +404,10 @@ Evaluation evaluate(const SegmentedSet& set, const EvaluationOptions& options) {
       *classifier.model =
           as_read_back(build_without(fold.left_out, *builder, taken, build, report));
       count_unjudged(set, division, f, report, result);
-      const Tally by_all = builder->named_by_all(taken);
-      result.by_all.samples += by_all.samples;
-      result.by_all.right += by_all.right;
-      fold.samples = report.samples();
+      const Tally baseline = builder->baseline_1nn(taken);
+      result.baseline.examples += baseline.examples;
+      result.baseline.right += baseline.right;
+      fold.examples = report.examples();
       fold.templates = report.templates();
     }
     if (!builder) {

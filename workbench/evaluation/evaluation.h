@@ -1,7 +1,7 @@
 // How well a model does on labelled recordings, end to end: every stream is fed to the
 // library through its C interface, and what it reports is held against the labels.
 //
-// A take that was cut beforehand is no stream; its motion goes through the same steps and
+// A pre-segmented recording is no stream; its motion goes through the same steps and
 // the library's classifier.
 #pragma once
 
@@ -20,58 +20,58 @@ enum class LeaveOut { kNothing, kSubject, kRepetition, kSession };
 struct EvaluationOptions {
   Gmodel model;  // with LeaveOut::kNothing
   LeaveOut leave_out = LeaveOut::kNothing;
-  int folds = 10;      // of takes
+  int folds = 10;      // of repetitions
   BuildOptions build;  // of the folds' models
 };
 
-inline constexpr char kRefused[] = "refused";  // reported as like no gesture
-inline constexpr char kNothing[] = "nothing";  // not reported at all
+inline constexpr char kOutcomeRejected[] = "rejected";  // reported as like no gesture
+inline constexpr char kOutcomeNotDetected[] = "not detected";  // not reported at all
 
 struct Fold {
   std::string left_out;
-  size_t samples = 0;  // of gestures, that the model was built from
+  size_t examples = 0;  // of gestures, that the model was built from
   size_t templates = 0;
-  size_t takes = 0;  // that were played to it
+  size_t repetitions = 0;  // that were played to it
   size_t right = 0;
 };
 
-// A take, or a motion outside all takes that a model was asked about.
+// A repetition, or a motion outside all repetitions that a model was asked about.
 struct Played {
-  size_t recording = 0;          // of the set
-  std::optional<size_t> take;    // of the recording's spans
-  std::optional<size_t> motion;  // of the recording's motions
+  size_t recording = 0;              // of the set
+  std::optional<size_t> repetition;  // of the recording's annotations
+  std::optional<size_t> motion;      // of the recording's motions
   size_t fold = 0;
   std::string outcome;  // a class's number, or one of the words above
   std::string cause;    // why it was not reported as its class
 };
 
 struct Evaluation {
-  size_t takes = 0;       // labelled
-  size_t right = 0;       // reported as their class
-  size_t kept = 0;        // takes with a motion of their own that reached the classifier
-  size_t kept_right = 0;  // of these, reported as their class
-  size_t kept_named = 0;  // of these, nearest to a template of their class
-  size_t whole = 0;       // takes cut beforehand
-  Tally by_all;  // with models from the rest: samples left out, by all of the rest
-  // What was reported for the takes of each class, by number, or one of the words above.
+  size_t repetitions = 0;  // labelled
+  size_t right = 0;        // reported as their class
+  size_t kept = 0;  // repetitions with a motion of their own that reached the classifier
+  size_t kept_right = 0;       // of these, reported as their class
+  size_t kept_classified = 0;  // of these, classified right whatever the score
+  size_t pre_segmented = 0;    // repetitions in pre-segmented recordings
+  Tally baseline;  // examples left out, with every one of the rest as a template
+  // What was reported for each class's repetitions: a class's number, or a word above.
   std::map<int, std::map<std::string, size_t>> confusion;
   std::map<int, size_t> events;  // of each class, anywhere
-  // Takes of each class that were played to models built from a single repetition of it,
-  // or none, which accept nothing as that class.
+  // Repetitions of each class that were played to models built from a single repetition
+  // of it, or none, which accept nothing as that class.
   std::map<int, size_t> unjudged;
-  std::map<std::string, size_t> misses;  // why takes were not reported as their class
-  size_t false_events = 0;               // gestures reported outside all takes
-  size_t refused_outside = 0;            // reported there as like no gesture
+  std::map<std::string, size_t> misses;  // causes of not being reported as their class
+  size_t false_positives = 0;            // gestures reported outside all repetitions
+  size_t rejected_outside = 0;           // reported there as like no gesture
   double background_hours = 0.0;
-  std::vector<double> latencies;  // s, from the end of a take to its event; sorted
+  std::vector<double> latencies;  // s, from the end of a repetition to its event; sorted
   std::vector<Fold> folds;
   std::vector<Gmodel> models;  // of the folds, as the library read them
   std::vector<Played> played;
 
   double accuracy() const;
   double kept_accuracy() const;
-  double named() const;
-  std::optional<double> named_by_all() const;
+  double classified_right() const;
+  std::optional<double> baseline_1nn() const;
   std::optional<double> false_positives_per_hour() const;
   // No more than this an hour, with 95 % confidence.
   std::optional<double> false_per_hour_bound() const;

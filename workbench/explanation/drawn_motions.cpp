@@ -18,7 +18,7 @@ static constexpr size_t kFewestPoints = 4;            // fewer are not halved
 
 // The best template along the warping path: for every point of the motion the mean of the
 // template's points that are laid upon it.
-static Points laid_over(const MotionAccount& m, const Points& best, size_t count) {
+static Points laid_over(const MotionExplanation& m, const Points& best, size_t count) {
   Points laid(count, {0.0, 0.0, 0.0});
   std::vector<double> pairs(count, 0.0);
   for (const auto& [i, j] : m.path.pairs) {
@@ -30,12 +30,12 @@ static Points laid_over(const MotionAccount& m, const Points& best, size_t count
 }
 
 // How many points the warping path and its template are drawn over.
-static size_t points_on_path(const MotionAccount& m) {
+static size_t points_on_path(const MotionExplanation& m) {
   return m.path.pairs.empty() ? 0 : m.path.pairs.back().first + 1;
 }
 
 // `t`: when each of the motion's samples is drawn.
-static Json motion_series(const MotionAccount& m, const Gmodel& model,
+static Json motion_series(const MotionExplanation& m, const Gmodel& model,
                           const std::vector<double>& t, size_t most) {
   if (m.corrected.empty()) return nullptr;
   const size_t bucket = bucket_for(t.size(), most);
@@ -81,7 +81,7 @@ void DrawnMotions::Timeline::drop_too_large() {
   while (!arrays_.front().fits()) arrays_.erase(arrays_.begin());
 }
 
-void DrawnMotions::Timeline::add(const MotionAccount& m, const Gmodel& model,
+void DrawnMotions::Timeline::add(const MotionExplanation& m, const Gmodel& model,
                                  const std::vector<double>& t) {
   std::string text;
   size_t buckets[2] = {0, 0};
@@ -109,7 +109,7 @@ void DrawnMotions::Timeline::write(const TextSink& sink) {
   arrays_.front().text->write(sink);
 }
 
-void DrawnMotions::add(const MotionAccount& motion, const Gmodel& model,
+void DrawnMotions::add(const MotionExplanation& motion, const Gmodel& model,
                        const std::deque<double>& times, int rate) {
   std::vector<double> stamps;
   std::vector<double> nominal;

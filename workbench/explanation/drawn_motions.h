@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "base/text_sink.h"
-#include "explanation/motion_account.h"
+#include "explanation/motion_explanation.h"
 #include "json/deflated.h"
 
 namespace wgr {
@@ -16,7 +16,7 @@ namespace wgr {
 class DrawnMotions {
  public:
   // `times`: stamps of all samples up to the motion's end, `rate`: their nominal rate.
-  void add(const MotionAccount& motion, const Gmodel& model,
+  void add(const MotionExplanation& motion, const Gmodel& model,
            const std::deque<double>& times, int rate);
 
   // The JSON array of all motions' series, as fine as a page takes them, over the stamps
@@ -28,7 +28,7 @@ class DrawnMotions {
   class Timeline {
    public:
     Timeline();
-    void add(const MotionAccount& motion, const Gmodel& model,
+    void add(const MotionExplanation& motion, const Gmodel& model,
              const std::vector<double>& t);
     void write(const TextSink& sink);
 

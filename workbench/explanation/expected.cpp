@@ -9,7 +9,7 @@
 
 namespace wgr {
 
-static constexpr char kSpansHeader[] = "t_start,t_end,label";
+static constexpr char kAnnotationsHeader[] = "t_start,t_end,label";
 static constexpr size_t kByteOrderMark = 3;  // bytes that may stand before the header
 static constexpr double kMuchLonger = 2.0;   // motion, in lengths of what was expected
 
@@ -25,22 +25,24 @@ static bool is_file(const std::filesystem::path& path,
 static bool has_files(const std::string& path) {
   std::ifstream file(path);
   std::string header;
-  next_line(file, header, kByteOrderMark + sizeof kSpansHeader);
-  return header.find(kSpansHeader) > kByteOrderMark;
+  next_line(file, header, kByteOrderMark + sizeof kAnnotationsHeader);
+  return header.find(kAnnotationsHeader) > kByteOrderMark;
 }
 
 std::vector<Expected> read_expected(const std::string& path,
                                     const std::string& recording) {
   std::vector<Expected> expected;
   const bool with_files = has_files(path);
-  for (const Annotation& span : with_files ? read_labels(path) : read_spans(path)) {
-    if (with_files && !is_file(recording, span.file)) continue;
-    expected.push_back({span.begin, span.end, span.label, Ending::kRecognised});
+  for (const Annotation& annotation :
+       with_files ? read_labels(path) : read_annotations(path)) {
+    if (with_files && !is_file(recording, annotation.file)) continue;
+    expected.push_back(
+        {annotation.begin, annotation.end, annotation.label, Ending::kRecognised});
   }
   return expected;
 }
 
-static double overlap(const MotionAccount& m, double begin, double end) {
+static double overlap(const MotionExplanation& m, double begin, double end) {
   return std::min(m.end, end) - std::max(m.begin, begin);
 }
 
@@ -59,7 +61,7 @@ static std::optional<size_t> nearest_motion(const Explanation& e, const Expected
 
 // Whether another expectation of the same motion covers more of it.
 static bool belongs_to_another(const Explanation& e, const Expected& x, size_t motion) {
-  const MotionAccount& m = e.motions[motion];
+  const MotionExplanation& m = e.motions[motion];
   const double own = overlap(m, x.begin, x.end);
   for (const Expected& other : e.expected) {
     if (&other == &x || other.label != x.label) continue;
@@ -105,7 +107,7 @@ static void explain_rest(const Explanation& e, Expected& x) {
 }
 
 static void explain_motion(const Explanation& e, Expected& x) {
-  const MotionAccount& m = e.motions[*x.motion];
+  const MotionExplanation& m = e.motions[*x.motion];
   x.cause = m.cause;
   if (m.cause == Ending::kRecognised) {
     if (m.reported != x.label) {

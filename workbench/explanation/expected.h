@@ -1,4 +1,4 @@
-// Compares what was expected of a recording with what came.
+// Compares what was expected of a recording with what was recognised.
 #pragma once
 
 #include <string>

@@ -15,8 +15,8 @@ namespace {
 // Looks at the engine after every sample of the host's.
 class Watcher {
  public:
-  Watcher(const HostRun& session, Explanation& explanation)
-      : engine_(*static_cast<WgrContext*>(session.handle())->ages), e_(explanation) {
+  Watcher(const HostRun& host_run, Explanation& explanation)
+      : engine_(*static_cast<WgrContext*>(host_run.handle())->ages), e_(explanation) {
     engine_.intermediates = &intermediates_;
   }
   ~Watcher() { engine_.intermediates = nullptr; }
@@ -36,8 +36,8 @@ class Watcher {
   Judgement judge(RestStretch& figures) const;
   void note_rest(Judgement judgement, const RestStretch& figures);
   void close_motion();
-  void keep(MotionAccount account);
-  void place(MotionAccount& account) const;
+  void keep(MotionExplanation explained);
+  void place(MotionExplanation& explained) const;
   [[noreturn]] void disagree(const std::string& what) const;
 
   AgGes& engine_;
@@ -147,17 +147,17 @@ void Watcher::forget() {
   }
 }
 
-void Watcher::place(MotionAccount& account) const {
-  const size_t kept = std::max<size_t>(account.kept(), 1);
-  account.preroll = preroll_;
-  account.begin = e_.times[account.first];
-  account.end = e_.times[account.first + kept - 1];
-  account.judged = e_.times.back();
+void Watcher::place(MotionExplanation& explained) const {
+  const size_t kept = std::max<size_t>(explained.kept(), 1);
+  explained.preroll = preroll_;
+  explained.begin = e_.times[explained.first];
+  explained.end = e_.times[explained.first + kept - 1];
+  explained.judged = e_.times.back();
   // The first sample that a full window judged: what was before it nobody saw.
   const size_t first_judged = afresh_ + static_cast<size_t>(engine_.static_window) - 1;
-  if (account.first + account.preroll == first_judged) {
-    account.after_report = report_ended_;
-    account.at_start = !report_ended_;
+  if (explained.first + explained.preroll == first_judged) {
+    explained.after_report = report_ended_;
+    explained.at_start = !report_ended_;
   }
 }
 
@@ -166,56 +166,56 @@ void Watcher::close_motion() {
   // The newest sample ended the motion and is none of it.
   const std::ptrdiff_t end = static_cast<std::ptrdiff_t>(acc_.size()) - 1;
   const std::ptrdiff_t begin = end - static_cast<std::ptrdiff_t>(collecting_before_);
-  MotionAccount account = account_of(
+  MotionExplanation explained = explanation_of(
       engine_, std::move(intermediates_),
       Samples(acc_.begin() + begin, acc_.begin() + end),
       Samples(rates_.begin() + begin, rates_.begin() + end), first, collecting_before_);
-  place(account);
-  account.reported = report_of(account.engine_class);
-  const bool lost_its_start = account.cause == Ending::kStartsFast ||
-                              account.cause == Ending::kTooShort ||
-                              account.cause == Ending::kStretchTooShort;
-  if (account.after_report && lost_its_start) {
-    account.also.insert(account.also.begin(), account.cause);
-    account.cause = Circumstance::kCutByReport;
+  place(explained);
+  explained.reported = report_of(explained.engine_class);
+  const bool lost_its_start = explained.cause == Ending::kStartsFast ||
+                              explained.cause == Ending::kTooShort ||
+                              explained.cause == Ending::kStretchTooShort;
+  if (explained.after_report && lost_its_start) {
+    explained.also.insert(explained.also.begin(), explained.cause);
+    explained.cause = Circumstance::kCutByReport;
   }
-  keep(std::move(account));
+  keep(std::move(explained));
 }
 
-void Watcher::keep(MotionAccount account) {
+void Watcher::keep(MotionExplanation explained) {
   if (e_.for_page) {
-    e_.drawn_motions.add(account, e_.model, e_.times, e_.settings.rate);
+    e_.drawn_motions.add(explained, e_.model, e_.times, e_.settings.rate);
   }
-  if (!e_.keep_traces) account.drop_traces(kTemplatesShown);
-  e_.motions.push_back(std::move(account));
+  if (!e_.keep_traces) explained.drop_traces(kTemplatesShown);
+  e_.motions.push_back(std::move(explained));
 }
 
 void Watcher::finish() {
   if (e_.times.empty()) return;
   const size_t collecting = engine_.motion_acc.size();
   if (engine_.work_mode == kAccOnly) {
-    MotionAccount account;
-    account.collected = e_.times.size();
-    account.begin = e_.times.front();
-    account.end = account.judged = e_.times.back();
-    account.engine_class = engine_.gesture_class;
-    account.cause = Circumstance::kWrongMode;
-    keep(std::move(account));
+    MotionExplanation explained;
+    explained.collected = e_.times.size();
+    explained.begin = e_.times.front();
+    explained.end = explained.judged = e_.times.back();
+    explained.engine_class = engine_.gesture_class;
+    explained.cause = Circumstance::kWrongMode;
+    keep(std::move(explained));
   } else if (collecting > 0) {
-    MotionAccount account;
-    account.first = e_.times.size() - collecting;
-    account.collected = collecting;
-    account.engine_class = engine_.gesture_class;
-    account.cause = Circumstance::kUnfinished;
-    place(account);
-    keep(std::move(account));
+    MotionExplanation explained;
+    explained.first = e_.times.size() - collecting;
+    explained.collected = collecting;
+    explained.engine_class = engine_.gesture_class;
+    explained.cause = Circumstance::kUnfinished;
+    place(explained);
+    keep(std::move(explained));
   }
 }
 
 void explain(const HostRunOptions& options, RecordingReader& reader,
              Explanation& explanation) {
-  HostRun session(options);
-  const AgGes& engine = *static_cast<WgrContext*>(session.handle())->ages;
+  HostRun host_run(options);
+  const AgGes& engine = *static_cast<WgrContext*>(host_run.handle())->ages;
   explanation.settings = {engine.sample_rate,
                           engine.min_motion_len,
                           engine.static_window,
@@ -226,11 +226,11 @@ void explain(const HostRunOptions& options, RecordingReader& reader,
                           options.mode};
   explanation.model = *engine.hgr->model;
   Totals totals(engine.sample_rate);
-  Watcher watcher(session, explanation);
+  Watcher watcher(host_run, explanation);
   std::exception_ptr malformed;
   watcher.before();
   try {
-    run_host(session, reader, totals, [&](const Step& step) {
+    run_host(host_run, reader, totals, [&](const Step& step) {
       watcher.after(step);
       watcher.before();
     });

@@ -11,7 +11,7 @@
 
 #include "explanation/drawn_motions.h"
 #include "explanation/drawn_stream.h"
-#include "explanation/motion_account.h"
+#include "explanation/motion_explanation.h"
 #include "hostrun/host_run.h"
 #include "hostrun/run.h"
 #include "recording/recording.h"
@@ -60,7 +60,7 @@ struct Expected {
   double begin;  // s
   double end;    // s
   int label;
-  Cause cause = Ending::kRecognised;       // kReported: it came
+  Cause cause = Ending::kRecognised;       // recognised: as expected
   std::optional<size_t> motion = {};       // the nearest one
   std::optional<NoMotion> no_motion = {};  // where there is none
   bool much_longer = false;                // the motion, than what was expected
@@ -90,7 +90,7 @@ struct Explanation {
   DrawnMotions drawn_motions;        // the motions' traces, for a page
   std::deque<Judgement> judgements;  // one for each sample
   std::vector<RestStretch> rests;
-  std::vector<MotionAccount> motions;
+  std::vector<MotionExplanation> motions;
   std::vector<GestureEvent> events;  // as the library reported them
   std::vector<Expected> expected;
 };

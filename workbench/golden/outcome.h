@@ -10,8 +10,8 @@
 
 namespace wgr {
 
-// The stages in the order of a gesture's road. These are compared bit by bit: nothing in
-// them needs a sine, a cosine or an arc cosine.
+// The stages in the order in which a gesture passes them. These are compared bit by bit:
+// nothing in them needs a sine, a cosine or an arc cosine.
 enum GoldenStage {
   kStageStream,          // the samples themselves
   kStageIntake,          // rest flags, histories, the motions cut out

@@ -62,7 +62,7 @@ void require_models(const std::string& folder, int wearer, int mode) {
   require_model(folder, wearer, mode);
 }
 
-// Runs this program again through the launcher, told to do so by `options`.
+// Runs this program again through the launcher, with its `options`.
 [[noreturn]] static void run_again(const std::vector<std::string>& options,
                                    const std::vector<std::string>& arguments) {
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");

@@ -86,8 +86,8 @@ HostRun::HostRun(const HostRunOptions& options)
 
 HostRun::~HostRun() { destroy_gesture_handle(&handle_); }
 
-void HostRun::on_gesture(void* handle, int gesture, void* session) {
-  HostRun& self = *static_cast<HostRun*>(session);
+void HostRun::on_gesture(void* handle, int gesture, void* host_run) {
+  HostRun& self = *static_cast<HostRun*>(host_run);
   self.event_ = GestureEvent{self.now_, gesture, get_motion_strength(handle),
                              get_recog_cost_time(handle)};
 }

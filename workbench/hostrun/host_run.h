@@ -53,7 +53,7 @@ class HostRun {
   WgrHandle handle() const { return handle_; }
 
  private:
-  static void on_gesture(void* handle, int gesture, void* session);
+  static void on_gesture(void* handle, int gesture, void* host_run);
 
   WgrHandle handle_;
   double now_ = 0.0;  // time of the sample being fed, s

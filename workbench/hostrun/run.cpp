@@ -10,11 +10,11 @@ static void count(const Step& step, Totals& totals) {
   totals.clock.add(step.sample.t);
 }
 
-void run_host(HostRun& session, RecordingReader& reader, Totals& totals,
+void run_host(HostRun& host_run, RecordingReader& reader, Totals& totals,
               const std::function<void(const Step&)>& observe) {
   for (RecordedSample sample; reader.next(sample);) {
-    const std::optional<GestureEvent> event = session.feed(sample);
-    const Step step = {sample, session.at_rest(), session.ask_wearer(sample),
+    const std::optional<GestureEvent> event = host_run.feed(sample);
+    const Step step = {sample, host_run.at_rest(), host_run.ask_wearer(sample),
                        event ? &*event : nullptr};
     count(step, totals);
     observe(step);

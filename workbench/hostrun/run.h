@@ -19,7 +19,7 @@ struct Step {
 
 // Feeds every sample of the recording to the host, counts into `totals`, and shows each
 // step to the observer. A RecordingError leaves with `totals` up to date.
-void run_host(HostRun& session, RecordingReader& reader, Totals& totals,
+void run_host(HostRun& host_run, RecordingReader& reader, Totals& totals,
               const std::function<void(const Step&)>& observe);
 
 }  // namespace wgr

@@ -100,9 +100,9 @@ Count Answers::reported() const {
 
 LogReading::LogReading(std::optional<double> rate) : rate_(rate) {}
 
-// The session that a line belongs to; lines before the first beginning are of one from
+// The host run that a line belongs to; lines before the first beginning are of one from
 // before the log.
-LoggedHostRun& LogReading::session() {
+LoggedHostRun& LogReading::host_run() {
   if (!open_) {
     open_.emplace();
     open_->file = file_;
@@ -113,19 +113,19 @@ LoggedHostRun& LogReading::session() {
   return *open_;
 }
 
-void LogReading::close_session() {
+void LogReading::close_host_run() {
   if (!open_) return;
-  LoggedHostRun& s = *open_;
-  if (updating_) ++s.unanswered;
-  ++totals_.sessions;
-  if (s.no_model) ++totals_.no_model;
-  if (!s.ready && !s.no_model) ++totals_.unfinished;
-  totals_.samples += s.samples;
-  totals_.unanswered += s.unanswered;
-  totals_.model_changes += s.model_changes;
-  totals_.compared += s.compared;
-  totals_.compared_empty += s.compared_empty;
-  totals_.answers.add(s.answers);
+  LoggedHostRun& run = *open_;
+  if (updating_) ++run.unanswered;
+  ++totals_.host_runs;
+  if (run.no_model) ++totals_.no_model;
+  if (!run.ready && !run.no_model) ++totals_.unfinished;
+  totals_.samples += run.samples;
+  totals_.unanswered += run.unanswered;
+  totals_.model_changes += run.model_changes;
+  totals_.compared += run.compared;
+  totals_.compared_empty += run.compared_empty;
+  totals_.answers.add(run.answers);
   closed_ = std::move(open_);
   open_.reset();
   updating_ = false;
@@ -138,7 +138,7 @@ std::optional<LoggedHostRun> LogReading::take_closed() {
   return taken;
 }
 
-void LogReading::finish() { close_session(); }
+void LogReading::finish() { close_host_run(); }
 
 void LogReading::odd(std::string_view text, bool torn) {
   ++(torn ? totals_.torn : totals_.foreign);
@@ -148,7 +148,7 @@ void LogReading::odd(std::string_view text, bool torn) {
 }
 
 Answers& LogReading::this_hour() {
-  // Sessions follow each other without a pause: how long one lasted is not in the log.
+  // Host runs follow each other without a pause: how long one lasted is not in the log.
   const double so_far =
       static_cast<double>(totals_.samples + (open_ ? open_->samples : 0));
   const double hour = std::floor(std::max(so_far - 1.0, 0.0) / *rate_ / kSecondsPerHour);
@@ -158,10 +158,10 @@ Answers& LogReading::this_hour() {
 }
 
 void LogReading::answer(int value) {
-  LoggedHostRun& s = session();
-  if (!updating_) ++s.samples;  // its first line was lost, or is in an earlier file
+  LoggedHostRun& run = host_run();
+  if (!updating_) ++run.samples;  // its first line was lost, or is in an earlier file
   updating_ = false;
-  s.answers.add(value, compared_);
+  run.answers.add(value, compared_);
   if (rate_) {
     this_hour().add(value, compared_);
     ++totals_.hours.back().first;
@@ -193,8 +193,8 @@ bool LogReading::comparison(std::string_view text) {
       !take_number(text, rest) || !text.empty()) {
     return false;
   }
-  ++session().compared;
-  if (templates == 0) ++session().compared_empty;
+  ++host_run().compared;
+  if (templates == 0) ++host_run().compared_empty;
   compared_ = true;
   return true;
 }
@@ -207,14 +207,14 @@ bool LogReading::model_change(std::string_view text) {
       !starts_with(text, ", path:")) {
     return false;
   }
-  ++session().model_changes;
-  session().model = fmt::format("wearer {}, mode {}", wearer, mode);
+  ++host_run().model_changes;
+  host_run().model = fmt::format("wearer {}, mode {}", wearer, mode);
   return true;
 }
 
-void LogReading::begin_session() {
+void LogReading::begin_host_run() {
   if (open_) ++totals_.restarts;
-  close_session();
+  close_host_run();
   open_.emplace();
   open_->file = file_;
   open_->line = number_;
@@ -225,13 +225,13 @@ bool LogReading::other_line(std::string_view text) {
   if (take(text, kCompare)) return comparison(text);
   if (take(text, kSetModel)) return model_change(text);
   if (text == kBegin) {
-    begin_session();
+    begin_host_run();
   } else if (text == kReady) {
-    session().ready = true;
+    host_run().ready = true;
   } else if (text == kInit) {
-    ++session().inits;
+    ++host_run().inits;
   } else if (starts_with(text, kNoModel)) {
-    session().no_model = true;
+    host_run().no_model = true;
   } else {
     return starts_with(text, kDirectory) ||
            std::find(std::begin(kPlain), std::end(kPlain), text) != std::end(kPlain);
@@ -249,9 +249,9 @@ void LogReading::add(const std::string& file, size_t number, std::string_view te
     return;
   }
   if (text == kUpdate) {
-    LoggedHostRun& s = session();
-    if (updating_) ++s.unanswered;
-    ++s.samples;
+    LoggedHostRun& run = host_run();
+    if (updating_) ++run.unanswered;
+    ++run.samples;
     updating_ = true;
     compared_ = false;
     return;

@@ -1,4 +1,4 @@
-// What a diagnostic log tells: handles that were made, samples, gestures, damage.
+// What a diagnostic log shows: handles that were made, samples, gestures, damage.
 //
 // The log has no times. What it has is two lines a sample pair, so with the nominal rate
 // samples become time, and with the time that the log covers they become the true rate.
@@ -61,10 +61,10 @@ struct LogTotals {
 
   Count bytes = 0;
   Count lines = 0;
-  Count sessions = 0;
+  Count host_runs = 0;
   Count restarts = 0;  // handles that were made after another one in the log
   Count no_model = 0;
-  Count unfinished = 0;  // sessions whose handle was never ready
+  Count unfinished = 0;  // host runs whose handle was never ready
   Count samples = 0;
   Count unanswered = 0;
   Count model_changes = 0;
@@ -89,23 +89,23 @@ class LogReading {
   void add(const std::string& file, size_t number, std::string_view text, bool ended,
            bool cut);
 
-  // The session that was closed by the last line added, once.
+  // The host run that was closed by the last line added, once.
   std::optional<LoggedHostRun> take_closed();
 
-  // Closes the last session.
+  // Closes the last host run.
   void finish();
 
   const LogTotals& totals() const { return totals_; }
   LogTotals& totals() { return totals_; }
 
  private:
-  LoggedHostRun& session();
-  void close_session();
+  LoggedHostRun& host_run();
+  void close_host_run();
   void odd(std::string_view text, bool torn);
   void answer(int value);
   bool comparison(std::string_view text);
   bool model_change(std::string_view text);
-  void begin_session();
+  void begin_host_run();
   bool other_line(std::string_view text);
   Answers& this_hour();
 

@@ -101,7 +101,7 @@ class OutputFiles::FilePart : public OutputFiles::Part {
 
   void finish() override {
     flush();
-    // Some file systems tell of a full disk when a descriptor is closed.
+    // Some file systems report a full disk when a descriptor is closed.
     const int copy = dup(file_.descriptor());
     if (copy < 0 || close(copy) != 0) throw OutputError(target_.given, errno);
   }

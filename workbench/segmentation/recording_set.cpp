@@ -90,7 +90,8 @@ std::vector<SetEntry> read_recording_set(const std::string& folder) {
   if (has_index) read_index(index, set);
   if (has_labels) {
     for (WordedAnnotation& worded : read_worded_labels(labels)) {
-      entry_of(set, worded.span.file, labels).spans.push_back(std::move(worded));
+      entry_of(set, worded.annotation.file, labels)
+          .annotations.push_back(std::move(worded));
     }
   }
   return set;
@@ -126,12 +127,12 @@ bool is_background(const std::string& word) {
 
 void number_labels(const std::vector<SetEntry>& set, Classes& classes) {
   std::set<std::string> words;
-  const auto take = [&](const std::string& word) {
+  const auto note = [&](const std::string& word) {
     if (!is_background(word) && classes.count(word) == 0) words.insert(word);
   };
   for (const SetEntry& entry : set) {
-    if (entry.spans.empty()) take(entry.word);
-    for (const WordedAnnotation& worded : entry.spans) take(worded.word);
+    if (entry.annotations.empty()) note(entry.word);
+    for (const WordedAnnotation& worded : entry.annotations) note(worded.word);
   }
   std::set<int> used;
   for (const auto& [word, label] : classes) used.insert(label);

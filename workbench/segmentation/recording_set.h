@@ -1,8 +1,8 @@
 // A folder of recordings with the tables that say what is in them.
 //
-// labels.csv marks spans of recordings (see labels.h). index.csv, with the header
+// labels.csv annotates recordings (see labels.h). index.csv, with the header
 // file,label,subject,rate_hz and perhaps notes, names recordings one by one; a label
-// there holds for the whole recording when no span of it is marked. Files are named
+// there holds for the whole recording when no annotation of it is marked. Files are named
 // relative to the folder.
 #pragma once
 
@@ -24,7 +24,7 @@ struct SetEntry {
   std::string word;     // the whole recording's label; may be empty
   double rate = 0.0;    // samples per second by the index; 0 when it does not say
   bool indexed = false;
-  std::vector<WordedAnnotation> spans;
+  std::vector<WordedAnnotation> annotations;
 };
 
 // Recordings in the order of the alphabet. Throws UsageError for a folder without

@@ -14,7 +14,7 @@
 namespace wgr {
 
 static constexpr double kRateTolerance = 0.02;  // of the rate
-static constexpr double kLeastGravity = 5.0;    // m/s², as training files tell it
+static constexpr double kLeastGravity = 5.0;    // m/s², as training files have it
 static constexpr int kLowestRate = 10;          // samples per second
 static constexpr double kMsPerSecond = 1000.0;
 
@@ -39,14 +39,14 @@ static bool is_near(double rate, double other) {
   return std::fabs(rate - other) <= kRateTolerance * rate;
 }
 
-// The recording's rate by its time stamps, or by the index where these do not tell.
+// The recording's rate by its time stamps, or by the index where these do not show it.
 static int rate_of(const SegmentedRecording& recording) {
   const std::vector<RecordedSample>& samples = recording.samples;
   const std::optional<int> found =
       estimate_rate(std::deque<RecordedSample>(samples.begin(), samples.end()));
-  const double told = recording.entry.rate;
-  if (!found || (told > 0.0 && is_near(told, *found))) {
-    return nearest_int(told);
+  const double by_index = recording.entry.rate;
+  if (!found || (by_index > 0.0 && is_near(by_index, *found))) {
+    return nearest_int(by_index);
   }
   return *found;
 }
@@ -83,12 +83,12 @@ static void note_clock(const SegmentedRecording& recording, int found,
   notes.longest_gap = std::max(notes.longest_gap, clock.longest_gap());
   notes.backward += clock.backward();
   notes.repeats += clock.repeats();
-  const double told = recording.entry.rate;
-  if (told > 0.0 && !is_near(told, found)) {
+  const double by_index = recording.entry.rate;
+  if (by_index > 0.0 && !is_near(by_index, found)) {
     if (notes.index_differs++ == 0) {
       notes.first_that_differs =
           fmt::format("{}: {} samples/s by the time stamps, {:.2f} by the index",
-                      recording.entry.path, found, told);
+                      recording.entry.path, found, by_index);
     }
   }
 }
@@ -108,8 +108,8 @@ static std::string text_of(const ClockNotes& notes, int rate) {
   text += "\n";
   if (notes.gaps > 0) {
     text += fmt::format(
-        "{} in the time stamps of {}, the longest {:.3f} s; motions across them are cut "
-        "as if the samples were next to each other{}\n",
+        "{} in the time stamps of {}, the longest {:.3f} s; motions across them are "
+        "segmented as if the samples were next to each other{}\n",
         counted(notes.gaps, "gap"), counted(notes.recordings_with_gaps, "recording"),
         notes.longest_gap, notes.resampled > 0 ? ", or filled in by the resampling" : "");
   }
@@ -128,73 +128,78 @@ static std::string text_of(const ClockNotes& notes, int rate) {
   return text;
 }
 
-static void find_spans(const Classes& classes, SegmentedRecording& recording) {
-  for (const WordedAnnotation& worded : recording.entry.spans) {
+static void find_annotations(const Classes& classes, SegmentedRecording& recording) {
+  for (const WordedAnnotation& worded : recording.entry.annotations) {
     if (is_background(worded.word)) continue;
-    recording.spans.push_back(worded.span);
-    recording.spans.back().label = classes.at(worded.word);
+    recording.annotations.push_back(worded.annotation);
+    recording.annotations.back().label = classes.at(worded.word);
   }
 }
 
-// A recording that is one take: as a whole, or the motions in it.
+// A recording of one repetition: as a whole, or the motions in it.
 static void segment_repetition(int label, Segmenter& segmenter,
                                SegmentedRecording& recording) {
   const std::vector<RecordedSample>& samples = recording.samples;
-  recording.spans = {{recording.entry.file, samples.front().t, samples.back().t, label}};
-  recording.whole = !segmenter.rests_around(samples);
-  recording.motions = recording.whole ? std::vector<Motion>{segmenter.take_whole(samples)}
-                                      : segment_recording(samples, {}, segmenter);
+  recording.annotations = {
+      {recording.entry.file, samples.front().t, samples.back().t, label}};
+  recording.pre_segmented = !segmenter.rests_around(samples);
+  recording.motions = recording.pre_segmented
+                          ? std::vector<Motion>{segmenter.take_whole(samples)}
+                          : segment_recording(samples, {}, segmenter);
   for (Motion& motion : recording.motions) {
     const bool kept = motion.verdict == Verdict::kKept;
     if (kept) motion.label = label;
-    recording.span_of.push_back(kept ? 0 : -1);
+    recording.annotation_of.push_back(kept ? 0 : -1);
   }
 }
 
-// Takes every marked span for a motion, with as much around it as the engine would add.
+// Takes every annotation for a motion, with as much around it as the engine would add.
 static void segment_annotations(Segmenter& segmenter, SegmentedRecording& recording) {
   const std::vector<RecordedSample>& samples = recording.samples;
-  const double margin =
+  const double padding =
       0.5 * segmenter.engine().static_window / segmenter.engine().sample_rate;
-  recording.whole = true;
-  for (size_t i = 0; i < recording.spans.size(); ++i) {
-    const Annotation& span = recording.spans[i];
+  recording.pre_segmented = true;
+  for (size_t i = 0; i < recording.annotations.size(); ++i) {
+    const Annotation& annotation = recording.annotations[i];
     std::vector<RecordedSample> inside;
     for (const RecordedSample& sample : samples) {
-      if (sample.t >= span.begin - margin && sample.t <= span.end + margin) {
+      if (sample.t >= annotation.begin - padding &&
+          sample.t <= annotation.end + padding) {
         inside.push_back(sample);
       }
     }
     if (inside.empty()) {
       throw UsageError(
-          fmt::format("{}: has no sample in the span from {:.3f} to {:.3f} s",
-                      recording.entry.path, span.begin, span.end));
+          fmt::format("{}: has no sample in the annotation from {:.3f} to {:.3f} s",
+                      recording.entry.path, annotation.begin, annotation.end));
     }
     recording.motions.push_back(segmenter.take_whole(inside));
     const bool kept = recording.motions.back().verdict == Verdict::kKept;
-    if (kept) recording.motions.back().label = span.label;
-    recording.span_of.push_back(kept ? static_cast<int>(i) : -1);
+    if (kept) recording.motions.back().label = annotation.label;
+    recording.annotation_of.push_back(kept ? static_cast<int>(i) : -1);
   }
 }
 
 static void segment_stream(Segmenter& segmenter, SegmentedRecording& recording) {
-  recording.motions = segment_recording(recording.samples, recording.spans, segmenter);
+  recording.motions =
+      segment_recording(recording.samples, recording.annotations, segmenter);
   for (const Motion& motion : recording.motions) {
     int best = -1;
     double most = 0.0;
-    for (size_t i = 0; i < recording.spans.size() && motion.label != kBackground; ++i) {
-      const Annotation& span = recording.spans[i];
+    for (size_t i = 0; i < recording.annotations.size() && motion.label != kBackground;
+         ++i) {
+      const Annotation& annotation = recording.annotations[i];
       const double overlap =
-          std::min(span.end, motion.end) - std::max(span.begin, motion.begin);
+          std::min(annotation.end, motion.end) - std::max(annotation.begin, motion.begin);
       if (overlap <= most) continue;
       most = overlap;
       best = static_cast<int>(i);
     }
-    recording.span_of.push_back(best);
+    recording.annotation_of.push_back(best);
   }
   recording.background_seconds = recording.samples.back().t - recording.samples.front().t;
-  for (const Annotation& span : recording.spans) {
-    recording.background_seconds -= span.end - span.begin;
+  for (const Annotation& annotation : recording.annotations) {
+    recording.background_seconds -= annotation.end - annotation.begin;
   }
   recording.background_seconds =
       std::clamp(recording.background_seconds, 0.0, kMostSeconds);
@@ -224,38 +229,39 @@ static void check_gravity(const SegmentedSet& set, bool gravity) {
   }
 }
 
-// Whose the kept motions are, if the index tells that of any.
+// Whose the kept motions are, if the index says that of any.
 static void note_subjects(SegmentedSet& set) {
-  bool told = false;
+  bool known = false;
   std::vector<std::string> subjects;
   for (const SegmentedRecording& recording : set.recordings) {
     for (const Motion& motion : recording.motions) {
       if (motion.verdict != Verdict::kKept) continue;
       subjects.push_back(recording.entry.subject);
-      told = told || !recording.entry.subject.empty();
+      known = known || !recording.entry.subject.empty();
     }
   }
-  if (told) set.provenance.subjects = std::move(subjects);
+  if (known) set.provenance.subjects = std::move(subjects);
 }
 
 // Reads all recordings, and finds their rates; the set's is that of most gestures.
 static std::vector<int> read_entries(const std::vector<SetEntry>& set,
                                      const std::vector<SetEntry>& background,
-                                     ReadingLimit limit, SegmentedSet& cut,
+                                     ReadingLimit limit, SegmentedSet& segmented,
                                      ClockNotes& notes) {
   std::vector<int> rates;
   for (const std::vector<SetEntry>* entries : {&set, &background}) {
     for (const SetEntry& entry : *entries) {
-      cut.recordings.push_back(read_entry(entry, cut.provenance, limit));
-      rates.push_back(rate_of(cut.recordings.back()));
+      segmented.recordings.push_back(read_entry(entry, segmented.provenance, limit));
+      rates.push_back(rate_of(segmented.recordings.back()));
       if (rates.back() < 1) {
         throw UsageError(entry.path +
-                         ": neither the time stamps nor the index tell the rate");
+                         ": neither the time stamps nor the index give the rate");
       }
-      note_clock(cut.recordings.back(), rates.back(), notes);
+      note_clock(segmented.recordings.back(), rates.back(), notes);
     }
     // The gestures' rate counts, not that of the background.
-    if (cut.provenance.rate == 0) cut.provenance.rate = most_frequent(notes.rates);
+    if (segmented.provenance.rate == 0)
+      segmented.provenance.rate = most_frequent(notes.rates);
   }
   return rates;
 }
@@ -265,29 +271,30 @@ namespace {
 // Recordings of a single repetition each.
 struct Repetitions {
   size_t count = 0;
-  size_t whole = 0;  // that were not cut
+  size_t pre_segmented = 0;
 };
 
 }  // namespace
 
-static void segment_one(const Classes& classes, bool whole_spans, Segmenter& segmenter,
-                        SegmentedRecording& recording, Repetitions& repetitions) {
+static void segment_one(const Classes& classes, bool whole_annotations,
+                        Segmenter& segmenter, SegmentedRecording& recording,
+                        Repetitions& repetitions) {
   const SetEntry& entry = recording.entry;
-  find_spans(classes, recording);
-  if (entry.spans.empty() && !is_background(entry.word)) {
+  find_annotations(classes, recording);
+  if (entry.annotations.empty() && !is_background(entry.word)) {
     segment_repetition(classes.at(entry.word), segmenter, recording);
     ++repetitions.count;
-    repetitions.whole += recording.whole ? 1 : 0;
-  } else if (whole_spans && !recording.spans.empty()) {
+    repetitions.pre_segmented += recording.pre_segmented ? 1 : 0;
+  } else if (whole_annotations && !recording.annotations.empty()) {
     segment_annotations(segmenter, recording);
   } else {
     segment_stream(segmenter, recording);
   }
 }
 
-static void note_segments(const AgGes& engine, SegmentedSet& cut) {
-  Provenance& p = cut.provenance;
-  for (const SegmentedRecording& recording : cut.recordings) {
+static void note_segments(const AgGes& engine, SegmentedSet& segmented) {
+  Provenance& p = segmented.provenance;
+  for (const SegmentedRecording& recording : segmented.recordings) {
     p.background_seconds += recording.background_seconds;
     for (const Motion& motion : recording.motions) {
       ++p.verdicts[kVerdictNames[static_cast<size_t>(motion.verdict)]];
@@ -300,7 +307,7 @@ static void note_segments(const AgGes& engine, SegmentedSet& cut) {
   p.shortest = engine.min_motion_len;
   p.static_window = engine.static_window;
   p.strength_threshold = engine.strength_threshold;
-  note_subjects(cut);
+  note_subjects(segmented);
 }
 
 static std::string text_of(const Repetitions& repetitions,
@@ -308,14 +315,15 @@ static std::string text_of(const Repetitions& repetitions,
   std::string text;
   if (repetitions.count > 0) {
     text += fmt::format(
-        "{} of a single take: {} without rest around it taken whole, through the same "
-        "turning and trimming; {} cut\n",
-        counted(repetitions.count, "recording"), repetitions.whole,
-        repetitions.count - repetitions.whole);
+        "{} of a single repetition: {} without rest around it used whole, through the "
+        "same "
+        "rotation and trimming; {} segmented\n",
+        counted(repetitions.count, "recording"), repetitions.pre_segmented,
+        repetitions.count - repetitions.pre_segmented);
   }
-  if (options.whole_spans) {
+  if (options.whole_annotations) {
     text +=
-        "marked spans taken whole, through the same turning and trimming; what lies "
+        "annotations used whole, through the same rotation and trimming; what lies "
         "between them does not count\n";
   }
   if (!options.gravity) {
@@ -329,34 +337,35 @@ static std::string text_of(const Repetitions& repetitions,
 SegmentedSet segment_set(const std::vector<SetEntry>& set,
                          const std::vector<SetEntry>& background,
                          const SegmentationOptions& options, const Classes& classes) {
-  SegmentedSet cut;
-  cut.provenance.classes = classes;
-  number_labels(set, cut.provenance.classes);
+  SegmentedSet segmented;
+  segmented.provenance.classes = classes;
+  number_labels(set, segmented.provenance.classes);
   ClockNotes notes;
-  const std::vector<int> rates = read_entries(set, background, options.limit, cut, notes);
-  const int rate = options.rate.value_or(cut.provenance.rate);
+  const std::vector<int> rates =
+      read_entries(set, background, options.limit, segmented, notes);
+  const int rate = options.rate.value_or(segmented.provenance.rate);
   if (rate < kLowestRate) {
     throw UsageError(fmt::format(
         "the rate of {} samples/s is too low for gestures; give --sample-rate", rate));
   }
-  cut.provenance.rate = rate;
-  cut.provenance.gravity = options.gravity && options.attitude;
+  segmented.provenance.rate = rate;
+  segmented.provenance.gravity = options.gravity && options.attitude;
 
-  Segmenter segmenter(rate, options.shortest, cut.provenance.gravity);
+  Segmenter segmenter(rate, options.shortest, segmented.provenance.gravity);
   Repetitions repetitions;
-  for (size_t i = 0; i < cut.recordings.size(); ++i) {
-    SegmentedRecording& recording = cut.recordings[i];
+  for (size_t i = 0; i < segmented.recordings.size(); ++i) {
+    SegmentedRecording& recording = segmented.recordings[i];
     if (!is_near(rate, rates[i])) {
       recording.samples = resample(recording.samples, rate);
       ++notes.resampled;
     }
-    segment_one(cut.provenance.classes, options.whole_spans, segmenter, recording,
-                repetitions);
+    segment_one(segmented.provenance.classes, options.whole_annotations, segmenter,
+                recording, repetitions);
   }
-  check_gravity(cut, options.gravity);
-  note_segments(segmenter.engine(), cut);
-  cut.notes = text_of(notes, rate) + text_of(repetitions, options);
-  return cut;
+  check_gravity(segmented, options.gravity);
+  note_segments(segmenter.engine(), segmented);
+  segmented.notes = text_of(notes, rate) + text_of(repetitions, options);
+  return segmented;
 }
 
 std::vector<Motion> kept_motions(const SegmentedSet& set) {
@@ -379,16 +388,16 @@ std::string summary_of(const SegmentedSet& set) {
   std::string text = fmt::format("{} recordings, {}", set.recordings.size(), set.notes);
   std::array<size_t, kVerdicts> verdicts = {};
   std::map<int, size_t> labels;
-  size_t spans = 0;
+  size_t annotations = 0;
   size_t missed = 0;
   for (const SegmentedRecording& recording : set.recordings) {
     for (const Motion& motion : recording.motions) {
       ++verdicts[static_cast<size_t>(motion.verdict)];
       if (motion.verdict == Verdict::kKept) ++labels[motion.label];
     }
-    spans += recording.spans.size();
-    for (size_t i = 0; i < recording.spans.size(); ++i) {
-      missed += std::count(recording.span_of.begin(), recording.span_of.end(),
+    annotations += recording.annotations.size();
+    for (size_t i = 0; i < recording.annotations.size(); ++i) {
+      missed += std::count(recording.annotation_of.begin(), recording.annotation_of.end(),
                            static_cast<int>(i)) == 0;
     }
   }
@@ -400,11 +409,11 @@ std::string summary_of(const SegmentedSet& set) {
     std::string name = label == kBackground ? "background" : "class " + number;
     if (label != kBackground && words[label] != number)
       name += ", " + shown(words[label]);
-    text += line(count, "samples of " + name);
+    text += line(count, "examples of " + name);
   }
   std::string of = std::to_string(missed);
   of.insert(0, of.size() < 6 ? 6 - of.size() : 0, ' ');
-  text += fmt::format("{} of {} spans without a kept motion\n", of, spans);
+  text += fmt::format("{} of {} annotations without a kept motion\n", of, annotations);
   text += fmt::format("{:.1f} s of background\n", set.provenance.background_seconds);
   return text;
 }

@@ -1,5 +1,5 @@
-// Cuts all recordings of a set: every motion with its verdict, and what is to be told of
-// the recordings.
+// Segments all recordings of a set: every motion with its verdict, and what is to be
+// reported of the recordings.
 #pragma once
 
 #include <optional>
@@ -14,23 +14,24 @@
 namespace wgr {
 
 struct SegmentationOptions {
-  std::optional<int> rate;   // samples per second; otherwise that of most recordings
-  int shortest = -1;         // motion that is kept, samples; below 1: half a second
-  bool gravity = true;       // whether the data has gravity in it
-  bool attitude = true;      // whether gravity's direction is to count
-  bool whole_spans = false;  // marked spans are takes as they are marked
-  ReadingLimit limit;        // of all recordings together
+  std::optional<int> rate;  // samples per second; otherwise that of most recordings
+  int shortest = -1;        // motion that is kept, samples; below 1: half a second
+  bool gravity = true;      // whether the data has gravity in it
+  bool attitude = true;     // whether gravity's direction is to count
+  bool whole_annotations = false;  // annotated intervals are motions as they are
+  ReadingLimit limit;              // of all recordings together
 };
 
 // One recording at the set's rate.
 struct SegmentedRecording {
   SetEntry entry;
   std::vector<RecordedSample> samples;
-  std::vector<Annotation> spans;  // of gestures; the whole recording if it is one take
-  // Its motions are takes that were cut beforehand, not by the rest around them.
-  bool whole = false;
+  std::vector<Annotation>
+      annotations;  // of gestures; the whole recording if it is one repetition
+  // It holds one repetition and nothing else, without rest around it.
+  bool pre_segmented = false;
   std::vector<Motion> motions;
-  std::vector<int> span_of;  // of each motion, which span it fills; -1: none
+  std::vector<int> annotation_of;  // of each motion, which annotation it fills; -1: none
   double background_seconds = 0.0;
 };
 
@@ -40,9 +41,9 @@ struct SegmentedSet {
   std::string notes;  // what people should know, a line each
 };
 
-// Reads and cuts a set, with background recordings besides. `classes` may hold numbers of
-// labels already. Throws UsageError or RecordingError for what cannot be read, and
-// UsageError when the recordings do not have, or do have, the gravity they should.
+// Reads and segments a set, with background recordings besides. `classes` may hold
+// numbers of labels already. Throws UsageError or RecordingError for what cannot be read,
+// and UsageError when the recordings do not have, or do have, the gravity they should.
 SegmentedSet segment_set(const std::vector<SetEntry>& set,
                          const std::vector<SetEntry>& background,
                          const SegmentationOptions& options, const Classes& classes = {});

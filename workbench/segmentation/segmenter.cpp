@@ -6,7 +6,8 @@ namespace wgr {
 
 static constexpr int kOwnDefault = -1;             // a length that the engine chooses
 static constexpr double kStrengthThreshold = 2.0;  // m/s², as after initialisation
-static constexpr double kInsideShare = 0.5;  // of motion and span: the motion is its own
+static constexpr double kInsideShare =
+    0.5;  // of motion and annotation: the motion is its own
 
 // An engine that segments and measures as with a model of ours. Without templates, every
 // motion that would be compared with some ends as Ending::kNoTemplates.
@@ -113,37 +114,38 @@ bool Segmenter::rests_around(const std::vector<RecordedSample>& samples) {
   return rests;
 }
 
-void label_motion(const std::vector<Annotation>& spans, Motion& motion) {
+void label_motion(const std::vector<Annotation>& annotations, Motion& motion) {
   if (motion.verdict != Verdict::kKept) return;
   int inside = 0;
   int touched = 0;
-  for (const Annotation& span : spans) {
+  for (const Annotation& annotation : annotations) {
     const double overlap =
-        std::min(span.end, motion.end) - std::max(span.begin, motion.begin);
+        std::min(annotation.end, motion.end) - std::max(annotation.begin, motion.begin);
     if (overlap <= 0.0) continue;
     ++touched;
-    const double longer = std::max(span.end - span.begin, motion.end - motion.begin);
+    const double longer =
+        std::max(annotation.end - annotation.begin, motion.end - motion.begin);
     if (overlap >= kInsideShare * longer) {
       ++inside;
-      motion.label = span.label;
+      motion.label = annotation.label;
     }
   }
   if (touched > 1) {
-    motion.verdict = Verdict::kInTwoSpans;
+    motion.verdict = Verdict::kInTwoAnnotations;
   } else if (touched > inside) {
-    motion.verdict = Verdict::kPartlyInSpan;
+    motion.verdict = Verdict::kPartlyInAnnotation;
   }
 }
 
 std::vector<Motion> segment_recording(const std::vector<RecordedSample>& samples,
-                                      const std::vector<Annotation>& spans,
+                                      const std::vector<Annotation>& annotations,
                                       Segmenter& segmenter) {
   segmenter.restart();
   std::vector<Motion> motions;
   Motion motion;
   for (const RecordedSample& sample : samples) {
     if (!segmenter.feed(sample, motion)) continue;
-    label_motion(spans, motion);
+    label_motion(annotations, motion);
     motions.push_back(motion);
   }
   return motions;

@@ -26,16 +26,22 @@ enum class Verdict {
   kStartsFast,
   kEndsFast,
   kNotANumber,
-  kInTwoSpans,    // covers more than one labelled span
-  kPartlyInSpan,  // neither inside nor outside
+  kInTwoAnnotations,    // covers more than one annotation
+  kPartlyInAnnotation,  // neither inside nor outside
 };
 inline constexpr size_t kVerdicts = 8;
 inline constexpr std::array<const char*, kVerdicts> kVerdictNames = {
-    "kept",      "too short",    "too weak",           "starts fast",
-    "ends fast", "not a number", "overlaps two spans", "partly in one span",
+    "kept",
+    "too short",
+    "too weak",
+    "starts fast",
+    "ends fast",
+    "not a number",
+    "overlaps two annotations",
+    "partly in one annotation",
 };
 
-inline constexpr int kBackground = -1;  // the label of motions outside every span
+inline constexpr int kBackground = -1;  // the label of motions outside every annotation
 
 struct Motion {
   double begin;  // s, of its first sample
@@ -61,7 +67,7 @@ class Segmenter {
   // background unless the engine dropped it.
   bool feed(const RecordedSample& sample, Motion& motion);
 
-  // Takes all samples for one motion that was cut out beforehand: the same steps from
+  // All samples as one motion that was segmented beforehand: the same steps from
   // there on. There is at least one sample.
   Motion take_whole(const std::vector<RecordedSample>& samples);
 
@@ -78,12 +84,12 @@ class Segmenter {
   std::vector<RecordedSample> seen_;
 };
 
-// Labels a kept motion from the spans of its own recording, or changes its verdict.
-void label_motion(const std::vector<Annotation>& spans, Motion& motion);
+// Labels a kept motion from the annotations of its own recording, or changes its verdict.
+void label_motion(const std::vector<Annotation>& annotations, Motion& motion);
 
 // All motions of a recording, by a segmenter of its rate.
 std::vector<Motion> segment_recording(const std::vector<RecordedSample>& samples,
-                                      const std::vector<Annotation>& spans,
+                                      const std::vector<Annotation>& annotations,
                                       Segmenter& segmenter);
 
 }  // namespace wgr

@@ -4,7 +4,7 @@ namespace wgr {
 
 static constexpr double kUsualLength[kGestures] = {1.15, 1.00, 1.10, 1.05, 1.15};  // s
 
-// What each take adds that is not the gesture, as shares of its size.
+// What each repetition adds that is not the gesture, as shares of its size.
 static constexpr double kStrayAngle = 0.08;      // rad
 static constexpr double kStrayDistance = 0.012;  // m
 

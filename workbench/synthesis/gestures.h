@@ -6,7 +6,7 @@
 //   3 push    the hand is pushed straight ahead and drawn back
 //   4 circle  the hand draws one upright circle in front of the body
 //
-// Everything is told for the left wrist; on the right one it is seen in a mirror.
+// Everything is written for the left wrist; the right one mirrors it.
 #pragma once
 
 #include <array>
@@ -19,10 +19,10 @@ inline constexpr int kGestures = 5;
 inline constexpr std::array<const char*, kGestures> kGestureNames = {
     "swing", "raise", "twist", "push", "circle"};
 
-// How long a take of the gesture is, s; about 0.8 to 1.4.
+// How long a repetition of the gesture is, s; about 0.8 to 1.4.
 double gesture_length(int label, const Person& person, Random& random);
 
-// Adds one take. The arm is held ready before and after it.
+// Adds one repetition. The arm is held ready before and after it.
 void add_gesture(int label, double begin, double end, const Person& person,
                  Random& random, WristMotion& motion);
 

@@ -6,14 +6,14 @@ namespace wgr {
 
 namespace {
 
-// How far apart people are, and one person's takes.
+// How far apart people are, and one person's repetitions.
 struct Spread {
   double slowest, fastest;
   double smallest, largest;
   double unevenness;
   double least_elbow, most_elbow;
   double tilt;    // of the arm from person to person, rad
-  double wobble;  // of the arm from take to take, rad
+  double wobble;  // of the arm from repetition to repetition, rad
 };
 
 }  // namespace

@@ -12,7 +12,8 @@
 namespace wgr {
 
 enum class Style {
-  kCalm,  // by the forearm alone, the body still, much alike from take to take
+  kCalm,  // by the forearm alone, the body still, much alike from repetition to
+          // repetition
   kFree,  // standing, as it comes: speed, size and tilt vary more, the elbow goes along
 };
 
@@ -29,9 +30,9 @@ struct Sensors {
 struct Person {
   double pace;         // of gestures; 1 is average, more is faster
   double size;         // of gestures; 1 is average
-  double unevenness;   // spread of pace and size from take to take, a share
+  double unevenness;   // spread of pace and size from repetition to repetition, a share
   double elbow_share;  // of the elbow's part in a gesture; 1 is average
-  double wobble;       // tilt of the ready arm from take to take, rad
+  double wobble;       // tilt of the ready arm from repetition to repetition, rad
   double vigour;       // of everyday movement; 1 is average
   Placement ready;     // how the arm is held for a gesture
   Point3Df lever;      // from the elbow to the watch, in the watch's frame

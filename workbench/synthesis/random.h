@@ -13,7 +13,7 @@ class Random {
  public:
   explicit Random(uint64_t seed) : state_(seed) {}
 
-  // An independent generator; `topic` tells those of one seed apart.
+  // An independent generator; `topic` distinguishes those of one seed.
   Random fork(uint64_t topic) const {
     Random mixed(state_ ^ (topic * 0xD1342543DE82EF95u + 0x2545F4914F6CDD1Du));
     return Random(mixed.next());

@@ -72,7 +72,7 @@ static std::vector<size_t> pick_greedily(const ClassMatrix& matrix, size_t most)
 }
 
 static Exemplars trivial(size_t n) {
-  return {std::vector<size_t>(n, 0), "the only sample"};
+  return {std::vector<size_t>(n, 0), "the only example"};
 }
 
 static std::string found_by(double preference, double damping) {

@@ -1,4 +1,4 @@
-// Picks the few samples that stand for all of a class.
+// Picks the few examples that stand for all of a class.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +14,7 @@ struct Exemplars {
   std::string how;             // in words, for the report
 };
 
-// The similarities of a class's n samples with each other, row-major.
+// The similarities of a class's n examples with each other, row-major.
 struct ClassMatrix {
   size_t n = 0;
   std::vector<float> scores;

@@ -19,7 +19,7 @@ namespace wgr {
 static constexpr size_t kNoLimit = std::numeric_limits<size_t>::max();
 
 struct ModelBuilder::Template {
-  size_t sample;
+  size_t example;
   size_t class_index;
 };
 
@@ -31,7 +31,7 @@ struct ModelBuilder::Nearest {
 // One model in the making.
 struct ModelBuilder::Job {
   std::vector<int> classes;
-  std::vector<std::vector<size_t>> own;  // samples of each class
+  std::vector<std::vector<size_t>> own;  // examples of each class
   std::vector<size_t> background;
   std::vector<Template> templates;
 };
@@ -43,11 +43,11 @@ static size_t sum(const std::vector<ClassReport>& classes, OfClass of_class) {
   return all;
 }
 
-size_t BuildReport::samples() const {
-  return sum(classes, [](const ClassReport& c) { return c.samples; });
+size_t BuildReport::examples() const {
+  return sum(classes, [](const ClassReport& c) { return c.examples; });
 }
-size_t BuildReport::named() const {
-  return sum(classes, [](const ClassReport& c) { return c.right + c.refused; });
+size_t BuildReport::classified_right() const {
+  return sum(classes, [](const ClassReport& c) { return c.right + c.rejected; });
 }
 size_t BuildReport::accepted() const {
   return sum(classes, [](const ClassReport& c) { return c.right; });
@@ -56,13 +56,13 @@ size_t BuildReport::templates() const {
   return sum(classes, [](const ClassReport& c) { return c.templates; });
 }
 
-// The trace of a sample, normalised, and thinned until a template of it fits a line.
-Points ModelBuilder::made_ready(const Gsample& sample, const std::string& name) {
+// The trace of an example, normalised, and thinned until a template of it fits a line.
+Points ModelBuilder::made_ready(const Gsample& example, const std::string& name) {
   HGR scaler(1);
-  Points trace = sample.trace;
+  Points trace = example.trace;
   scaler.normalize(trace, k_);
   const size_t points = trace.size() - static_cast<size_t>(k_);
-  while (sample.label >= 0 && !fits_a_line(trace)) {
+  while (example.label >= 0 && !fits_a_line(trace)) {
     thin(trace, k_);
     scaler.normalize(trace, k_);  // what is left has another root mean square
   }
@@ -84,28 +84,28 @@ ModelBuilder::ModelBuilder(const Gdata& data, unsigned threads, bool quiet,
                            const std::vector<std::string>& subjects)
     : k_(data.kind == 1 ? 1 : 0) {
   if (!subjects.empty() && subjects.size() != data.samples.size()) {
-    throw UsageError(fmt::format("there are {} samples, but subjects of {}",
+    throw UsageError(fmt::format("there are {} examples, but subjects of {}",
                                  data.samples.size(), subjects.size()));
   }
   size_t gestures = 0;
   for (const bool background : {false, true}) {
     for (size_t i = 0; i < data.samples.size(); ++i) {
-      const Gsample& sample = data.samples[i];
-      if ((sample.label < 0) != background) continue;
-      const std::string name = fmt::format("sample {} (class {})", i + 1, sample.label);
-      if (!background && is_class_code(sample.label)) {
+      const Gsample& example = data.samples[i];
+      if ((example.label < 0) != background) continue;
+      const std::string name = fmt::format("example {} (class {})", i + 1, example.label);
+      if (!background && is_class_code(example.label)) {
         throw UsageError(name +
                          ": this class cannot be a gesture's, the interface "
                          "uses it for something else");
       }
-      traces_.push_back(made_ready(sample, name));
+      traces_.push_back(made_ready(example, name));
       origin_.push_back(i);
       if (!subjects.empty()) subjects_.push_back(subjects.at(i));
-      labels_.push_back(sample.label);
+      labels_.push_back(example.label);
       gestures += background ? 0 : 1;
     }
   }
-  if (gestures == 0) throw UsageError("there is no sample of any gesture");
+  if (gestures == 0) throw UsageError("there is no example of any gesture");
   similarities_.emplace(traces_, gestures, k_, threads, quiet);
 }
 
@@ -119,10 +119,10 @@ std::vector<size_t> ModelBuilder::members(const std::vector<bool>& taken,
   return found;
 }
 
-bool ModelBuilder::judges(size_t as_template, size_t sample, bool cross_subject) const {
-  if (as_template == sample) return false;
-  return !cross_subject || labels_[sample] < 0 ||
-         subjects_[as_template] != subjects_[sample];
+bool ModelBuilder::judges(size_t as_template, size_t example, bool cross_subject) const {
+  if (as_template == example) return false;
+  return !cross_subject || labels_[example] < 0 ||
+         subjects_[as_template] != subjects_[example];
 }
 
 void ModelBuilder::check_subjects(const Job& job) const {
@@ -132,18 +132,19 @@ void ModelBuilder::check_subjects(const Job& job) const {
   }
   if (found.size() > 1 && found.count("") == 0) return;
   throw UsageError(
-      "--cross-subject needs to know whose every sample is, of two subjects at least: by "
+      "--cross-subject needs to know whose every example is, of two subjects at least: "
+      "by "
       "index.csv, or by the description beside a training file");
 }
 
-ModelBuilder::Nearest ModelBuilder::name(size_t sample,
-                                         const std::vector<Template>& templates,
-                                         bool cross_subject) const {
+ModelBuilder::Nearest ModelBuilder::nearest_to(size_t example,
+                                               const std::vector<Template>& templates,
+                                               bool cross_subject) const {
   Nearest best = {std::numeric_limits<size_t>::max(),
                   std::numeric_limits<double>::lowest()};
   for (const Template& t : templates) {
-    if (!judges(t.sample, sample, cross_subject)) continue;
-    const double score = (*similarities_)(sample, t.sample);
+    if (!judges(t.example, example, cross_subject)) continue;
+    const double score = (*similarities_)(example, t.example);
     if (score > best.score) best = {t.class_index, score};
   }
   return best;
@@ -168,15 +169,15 @@ void ModelBuilder::choose(Job& job, const BuildOptions& options,
   }
 }
 
-// Templates that a class of so many samples may have.
-static size_t most_of(size_t samples, const BuildOptions& options) {
+// Templates that a class of so many examples may have.
+static size_t most_of(size_t examples, const BuildOptions& options) {
   return std::max<size_t>(
-      1, static_cast<size_t>(static_cast<double>(samples) * options.most_share));
+      1, static_cast<size_t>(static_cast<double>(examples) * options.most_share));
 }
 
 // Of the steps in question, the one with the fewest templates whose accuracy is within
-// the margin of the best.
-static size_t smallest_good(const std::vector<SweepStep>& sweep, double margin) {
+// the tolerance of the best.
+static size_t smallest_good(const std::vector<SweepStep>& sweep, double tolerance) {
   double best = 0.0;
   for (const SweepStep& step : sweep) {
     if (step.in_question) best = std::max(best, step.accuracy);
@@ -184,7 +185,7 @@ static size_t smallest_good(const std::vector<SweepStep>& sweep, double margin) 
   size_t chosen = sweep.size();
   for (size_t p = 0; p < sweep.size(); ++p) {
     const SweepStep& step = sweep[p];
-    if (!step.in_question || step.accuracy < best - margin) continue;
+    if (!step.in_question || step.accuracy < best - tolerance) continue;
     if (chosen == sweep.size() || step.templates < sweep[chosen].templates ||
         (step.templates == sweep[chosen].templates &&
          step.accuracy > sweep[chosen].accuracy)) {
@@ -195,23 +196,23 @@ static size_t smallest_good(const std::vector<SweepStep>& sweep, double margin) 
 }
 
 struct ModelBuilder::Standing {
-  size_t sample;
+  size_t example;
   size_t class_index;
   float own;    // best score among templates of its class
   float other;  // and among the rest
   bool right() const { return own > other; }
 };
 
-// How a sample stands with one more template.
+// How an example stands with one more template.
 ModelBuilder::Standing ModelBuilder::with(Standing s, const Template& t,
                                           bool cross_subject) const {
-  if (!judges(t.sample, s.sample, cross_subject)) return s;
+  if (!judges(t.example, s.example, cross_subject)) return s;
   float& best = s.class_index == t.class_index ? s.own : s.other;
-  best = std::max(best, (*similarities_)(s.sample, t.sample));
+  best = std::max(best, (*similarities_)(s.example, t.example));
   return s;
 }
 
-// How many more samples a template puts right; 0 when it helps none of its own class.
+// How many more examples a template puts right; 0 when it helps none of its own class.
 int ModelBuilder::gain_of(const Template& t, const std::vector<Standing>& standings,
                           bool cross_subject) const {
   const auto helped = [&](const Standing& s) {
@@ -226,7 +227,7 @@ int ModelBuilder::gain_of(const Template& t, const std::vector<Standing>& standi
   return gain;
 }
 
-// Adds, one at a time, the template that puts the most samples right, while there is one
+// Adds, one at a time, the template that puts the most examples right, while there is one
 // and its class may have more.
 void ModelBuilder::grow(const Job& job, const BuildOptions& options,
                         std::vector<Template>& set) const {
@@ -238,12 +239,12 @@ void ModelBuilder::grow(const Job& job, const BuildOptions& options,
     room.push_back(most_of(job.own[c].size(), options));
   }
   std::vector<bool> used(labels_.size(), false);
-  const auto take = [&](const Template& t) {
+  const auto add = [&](const Template& t) {
     for (Standing& s : standings) s = with(s, t, options.cross_subject);
-    used[t.sample] = true;
+    used[t.example] = true;
     if (room[t.class_index] > 0) --room[t.class_index];
   };
-  for (const Template& t : set) take(t);
+  for (const Template& t : set) add(t);
 
   for (;;) {
     std::optional<Template> best;
@@ -259,7 +260,7 @@ void ModelBuilder::grow(const Job& job, const BuildOptions& options,
       }
     }
     if (!best) return;
-    take(*best);
+    add(*best);
     set.push_back(*best);
   }
 }
@@ -275,16 +276,16 @@ struct ModelBuilder::Sweep {
 void ModelBuilder::judge(const Job& job, bool cross_subject, SweepStep step,
                          std::vector<Template> set, Sweep& swept,
                          BuildReport& report) const {
-  size_t samples = 0;
+  size_t examples = 0;
   size_t right = 0;
   for (size_t c = 0; c < job.classes.size(); ++c) {
-    samples += job.own[c].size();
+    examples += job.own[c].size();
     for (const size_t i : job.own[c]) {
-      right += name(i, set, cross_subject).class_index == c ? 1 : 0;
+      right += nearest_to(i, set, cross_subject).class_index == c ? 1 : 0;
     }
   }
   step.templates = set.size();
-  step.accuracy = share(right, samples);
+  step.accuracy = share(right, examples);
   report.sweep.push_back(step);
   swept.sets.push_back(std::move(set));
 }
@@ -305,7 +306,7 @@ void ModelBuilder::judge_preferences(const Job& job, const BuildOptions& options
     judge(job, options.cross_subject, {swept.preferences[p], 0, 0.0, few, false, false},
           std::move(set), swept, report);
   }
-  // With few samples a class every set may have too many templates; then all count.
+  // With few examples a class every set may have too many templates; then all count.
   const bool any = std::any_of(report.sweep.begin(), report.sweep.end(),
                                [](const SweepStep& s) { return s.in_question; });
   for (SweepStep& step : report.sweep) step.in_question = step.in_question || !any;
@@ -315,9 +316,9 @@ void ModelBuilder::sweep(Job& job, const BuildOptions& options,
                          BuildReport& report) const {
   Sweep swept;
   judge_preferences(job, options, swept, report);
-  // Some samples lie between clusters: the chosen set, and the best, are grown to name
-  // them as well, and then compared with all.
-  const size_t smallest = smallest_good(report.sweep, options.margin);
+  // Some examples lie between clusters: the chosen set, and the best, are grown to
+  // classify them as well, and then compared with all.
+  const size_t smallest = smallest_good(report.sweep, options.tolerance);
   const size_t best = smallest_good(report.sweep, 0.0);
   for (const size_t start : {smallest, best}) {
     std::vector<Template> grown = swept.sets[start];
@@ -328,7 +329,7 @@ void ModelBuilder::sweep(Job& job, const BuildOptions& options,
           swept, report);
     if (best == smallest) break;
   }
-  SweepStep& chosen = report.sweep[smallest_good(report.sweep, options.margin)];
+  SweepStep& chosen = report.sweep[smallest_good(report.sweep, options.tolerance)];
   chosen.chosen = true;
   job.templates = swept.sets[static_cast<size_t>(&chosen - report.sweep.data())];
   const auto p =
@@ -341,7 +342,7 @@ void ModelBuilder::sweep(Job& job, const BuildOptions& options,
                       [c](const Template& t) { return t.class_index == c; });
     const size_t more = static_cast<size_t>(count) - start.chosen.size();
     report.classes[c].chosen_by =
-        start.how + (more > 0 ? fmt::format(", and {} for the confused", more) : "");
+        start.how + (more > 0 ? fmt::format(", and {} for the misclassified", more) : "");
   }
 }
 
@@ -360,13 +361,14 @@ ModelBuilder::Job ModelBuilder::job_of(const std::vector<bool>& taken,
     job.classes.push_back(label);
     job.own.push_back(std::move(own));
   }
-  if (job.classes.empty()) throw UsageError("there is no sample of any gesture");
+  if (job.classes.empty()) throw UsageError("there is no example of any gesture");
   job.background = members(taken, -1);
   if (cross_subject) check_subjects(job);
   return job;
 }
 
-// The scores of samples that are named as each class: rightly, wrongly, and background's.
+// The scores of examples that are classified as each class: rightly, wrongly, and
+// background's.
 struct ModelBuilder::Scores {
   std::vector<std::vector<double>> right, wrong, background;
 };
@@ -377,16 +379,16 @@ ModelBuilder::Scores ModelBuilder::scores_of(const Job& job, bool cross_subject)
   Scores scores = {none, none, none};
   for (size_t c = 0; c < classes; ++c) {
     for (const size_t i : job.own[c]) {
-      const Nearest naming = name(i, job.templates, cross_subject);
-      if (naming.class_index >= classes) continue;
-      (naming.class_index == c ? scores.right : scores.wrong)[naming.class_index]
-          .push_back(naming.score);
+      const Nearest nearest = nearest_to(i, job.templates, cross_subject);
+      if (nearest.class_index >= classes) continue;
+      (nearest.class_index == c ? scores.right : scores.wrong)[nearest.class_index]
+          .push_back(nearest.score);
     }
   }
   for (const size_t i : job.background) {
-    const Nearest naming = name(i, job.templates, cross_subject);
-    if (naming.class_index < classes) {
-      scores.background[naming.class_index].push_back(naming.score);
+    const Nearest nearest = nearest_to(i, job.templates, cross_subject);
+    if (nearest.class_index < classes) {
+      scores.background[nearest.class_index].push_back(nearest.score);
     }
   }
   return scores;
@@ -417,8 +419,8 @@ std::vector<double> ModelBuilder::set_thresholds(const Job& job,
     ClassReport& entry = report.classes[c];
     entry.threshold = thresholds[c];
     entry.right = above(scores.right[c], thresholds[c]);
-    entry.refused = scores.right[c].size() - entry.right;
-    entry.confused = job.own[c].size() - scores.right[c].size();
+    entry.rejected = scores.right[c].size() - entry.right;
+    entry.misclassified = job.own[c].size() - scores.right[c].size();
     report.background_accepted += above(scores.background[c], thresholds[c]);
   }
   return thresholds;
@@ -432,7 +434,7 @@ Gmodel ModelBuilder::build(const std::vector<bool>& taken, const BuildOptions& o
   for (size_t c = 0; c < job.classes.size(); ++c) {
     report.classes.emplace_back();
     report.classes.back().label = job.classes[c];
-    report.classes.back().samples = job.own[c].size();
+    report.classes.back().examples = job.own[c].size();
   }
   if (options.most_templates) {
     choose(job, options, report);
@@ -448,14 +450,14 @@ Gmodel ModelBuilder::build(const std::vector<bool>& taken, const BuildOptions& o
   model.class_thresholds = set_thresholds(job, options, report);
   for (const Template& t : job.templates) {
     ++report.classes[t.class_index].templates;
-    model.templates.emplace_back(job.classes[t.class_index], traces_[t.sample]);
-    report.template_samples.push_back(t.sample);
+    model.templates.emplace_back(job.classes[t.class_index], traces_[t.example]);
+    report.template_examples.push_back(t.example);
   }
   model.nTemplate = static_cast<int>(model.templates.size());
   return model;
 }
 
-Tally ModelBuilder::named_by_all(const std::vector<bool>& taken) const {
+Tally ModelBuilder::baseline_1nn(const std::vector<bool>& taken) const {
   std::vector<Template> all;
   for (size_t i = 0; i < labels_.size(); ++i) {
     const bool used = labels_[i] >= 0 && taken[origin_[i]];
@@ -464,8 +466,9 @@ Tally ModelBuilder::named_by_all(const std::vector<bool>& taken) const {
   Tally tally;
   for (size_t i = 0; i < labels_.size(); ++i) {
     if (labels_[i] < 0 || taken[origin_[i]]) continue;
-    ++tally.samples;
-    tally.right += name(i, all, false).class_index == static_cast<size_t>(labels_[i]);
+    ++tally.examples;
+    tally.right +=
+        nearest_to(i, all, false).class_index == static_cast<size_t>(labels_[i]);
   }
   return tally;
 }

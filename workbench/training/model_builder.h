@@ -1,4 +1,4 @@
-// Makes a model from training samples, by the library's own routines.
+// Makes a model from training examples, by the library's own routines.
 #pragma once
 
 #include <optional>
@@ -13,14 +13,15 @@ namespace wgr {
 
 struct BuildOptions {
   // Templates per class, at most. Without it a sweep finds the smallest set of all
-  // classes' templates that names nearly as many samples rightly as the best.
+  // classes' templates that classifies nearly as many examples right as the best.
   std::optional<size_t> most_templates;
-  double false_cost = 3.0;  // of an accepted wrong sample, in refused right ones
-  double margin = 0.01;     // share of samples by which the smallest set may be worse
-  double most_share = 1.0 / 3.0;  // of a class's samples that may become templates
-  bool cross_subject = false;  // a sample is judged by templates of other subjects alone
-  // Accepted background samples an hour that are aimed at; needs the background's
-  // duration. Without it a background sample costs what another wrong one does.
+  double false_cost = 3.0;  // of an accepted wrong example, in rejected right ones
+  double tolerance = 0.01;  // share of examples by which the smallest set may be worse
+  double most_share = 1.0 / 3.0;  // of a class's examples that may become templates
+  bool cross_subject =
+      false;  // an example is judged by templates of other subjects alone
+  // Accepted background examples an hour that are aimed at; needs the background's
+  // duration. Without it a background example costs what another wrong one does.
   std::optional<double> false_positives_per_hour;
   double background_hours = 0.0;
   unsigned threads = 0;  // 0: one for each processor
@@ -28,72 +29,74 @@ struct BuildOptions {
 
 struct ClassReport {
   int label = 0;
-  size_t samples = 0;
+  size_t examples = 0;
   size_t templates = 0;
   std::string chosen_by;  // how the templates were found
   double threshold = 0.0;
-  size_t right = 0;     // own samples that are named and accepted
-  size_t confused = 0;  // own samples that are named as another class
-  size_t refused = 0;   // own samples that are named rightly but refused
+  size_t right = 0;          // own examples that are classified right and accepted
+  size_t misclassified = 0;  // own examples that are classified as another class
+  size_t rejected = 0;       // own examples that are classified right but rejected
 };
 
 struct SweepStep {
   double preference = 0.0;
   size_t templates = 0;
-  double accuracy = 0.0;     // share of samples named rightly, leaving one out
+  double accuracy = 0.0;     // share of examples classified right, leaving one out
   bool in_question = false;  // no class has too many templates
   bool chosen = false;
-  bool grown = false;  // by templates for samples that were confused
+  bool grown = false;  // by templates for examples that were misclassified
 };
 
 struct BuildReport {
   std::vector<ClassReport> classes;
   std::vector<SweepStep> sweep;    // empty with most_templates
-  std::vector<std::string> notes;  // fallbacks and thinned samples
-  size_t background = 0;           // samples
-  size_t background_accepted = 0;  // of them, taken for a gesture
+  std::vector<std::string> notes;  // fallbacks and thinned examples
+  size_t background = 0;           // examples
+  size_t background_accepted = 0;  // of them, classified as a gesture
   std::optional<size_t> background_allowed;
   std::vector<size_t>
-      template_samples;  // of each template of the model, its ModelBuilder's
+      template_examples;  // of each template of the model, its ModelBuilder's
 
-  size_t samples() const;
-  size_t named() const;     // rightly
-  size_t accepted() const;  // named rightly and accepted
+  size_t examples() const;
+  size_t classified_right() const;
+  size_t accepted() const;  // classified right and accepted
   size_t templates() const;
 };
 
-// A sample is compared with every template but itself. Labels below 0 are background.
-// Gravity is used when the samples have it; traces are normalised. `subjects` says whose
-// each sample is, where that is known. Throws UsageError when there is nothing to build a
-// model from, for labels that cannot be reported, and for cross_subject without subjects.
+// A example is compared with every template but itself. Labels below 0 are background.
+// Gravity is used when the examples have it; traces are normalised. `subjects` says whose
+// each example is, where that is known. Throws UsageError when there is nothing to build
+// a model from, for labels that cannot be reported, and for cross_subject without
+// subjects.
 Gmodel build_model(const Gdata& data, const BuildOptions& options, BuildReport& report,
                    const std::vector<std::string>& subjects = {});
 
 struct Tally {
-  size_t samples = 0;
+  size_t examples = 0;
   size_t right = 0;
 };
 
-// Samples made ready, and compared once for any number of models from parts of them.
+// Examples made ready, and compared once for any number of models from parts of them.
 class ModelBuilder {
  public:
   // Throws as build_model() does. `quiet`: without progress.
   ModelBuilder(const Gdata& data, unsigned threads, bool quiet = false,
                const std::vector<std::string>& subjects = {});
 
-  // The model of those samples of the data for which `taken` is true.
+  // The model of those examples of the data for which `taken` is true.
   Gmodel build(const std::vector<bool>& taken, const BuildOptions& options,
                BuildReport& report) const;
   Gmodel build(const BuildOptions& options, BuildReport& report) const;
 
   // Whether the one judges the other; background is judged by all templates.
-  bool judges(size_t as_template, size_t sample, bool cross_subject) const;
+  bool judges(size_t as_template, size_t example, bool cross_subject) const;
 
-  // How many of the gestures' samples that are not taken are named rightly when all that
-  // are taken are templates: what templates chosen among them are to be held against.
-  Tally named_by_all(const std::vector<bool>& taken) const;
+  // How many of the gestures' examples that are not taken are classified right when all
+  // that are taken are templates: what templates chosen among them are to be compared
+  // with.
+  Tally baseline_1nn(const std::vector<bool>& taken) const;
 
-  // The samples made ready, those of gestures first.
+  // The examples made ready, those of gestures first.
   const std::vector<Points>& traces() const { return traces_; }
   const std::vector<int>& labels() const { return labels_; }
   const std::vector<size_t>& origin() const { return origin_; }  // index in the data
@@ -106,11 +109,11 @@ class ModelBuilder {
   struct Sweep;
   struct Scores;
 
-  Points made_ready(const Gsample& sample, const std::string& name);
+  Points made_ready(const Gsample& example, const std::string& name);
   std::vector<size_t> members(const std::vector<bool>& taken, int label) const;
   void check_subjects(const Job& job) const;
-  Nearest name(size_t sample, const std::vector<Template>& templates,
-               bool cross_subject) const;
+  Nearest nearest_to(size_t example, const std::vector<Template>& templates,
+                     bool cross_subject) const;
   void choose(Job& job, const BuildOptions& options, BuildReport& report) const;
   Standing with(Standing s, const Template& t, bool cross_subject) const;
   int gain_of(const Template& t, const std::vector<Standing>& standings,

@@ -13,7 +13,7 @@
 
 namespace wgr {
 
-static constexpr size_t kMostTold = 10;
+static constexpr size_t kMostListed = 10;
 
 std::string line_about(const std::string& path, const ModelFinding& finding) {
   const std::string line = finding.line == 0 ? "" : fmt::format(":{}", finding.line);
@@ -53,18 +53,18 @@ Gmodel read_useful_model(const std::string& path) {
   Gmodel model = read_model(path);
   require_comparable(model, path);
   const ModelCheck check = check_model_file(path);
-  for (size_t i = 0; i < std::min(check.findings.size(), kMostTold); ++i) {
+  for (size_t i = 0; i < std::min(check.findings.size(), kMostListed); ++i) {
     warn(line_about(path, check.findings[i]));
   }
-  if (check.findings.size() > kMostTold) {
+  if (check.findings.size() > kMostListed) {
     warn("{}: and {} more; wgr model check lists them", path,
-         check.findings.size() - kMostTold);
+         check.findings.size() - kMostListed);
   }
   return model;
 }
 
 static std::string why_never(const ClassReport& c) {
-  if (c.samples == 1) {
+  if (c.examples == 1) {
     return "has a single repetition, and nothing says how far others may differ from it: "
            "record more, or leave the class out";
   }
@@ -77,7 +77,7 @@ static std::string why_never(const ClassReport& c) {
 void require_faultless_model(const Gmodel& model, const BuildReport& report,
                              const std::string& input) {
   for (const ClassReport& c : report.classes) {
-    if (c.samples > 1 && c.threshold < 0.0) continue;
+    if (c.examples > 1 && c.threshold < 0.0) continue;
     throw UsageError(fmt::format("{}: class {} {}", input, c.label, why_never(c)));
   }
   std::istringstream text(model_text(model));

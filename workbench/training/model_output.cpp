@@ -48,33 +48,34 @@ static std::string text_of(const std::vector<SweepStep>& sweep,
   for (const SweepStep& step : sweep) {
     text += fmt::format("{:10.2f}  {:9}  {:6.1f} %{}{}\n", step.preference,
                         step.templates, 100.0 * step.accuracy,
-                        step.grown ? "  with more for the confused" : "",
+                        step.grown ? "  with more for the misclassified" : "",
                         step.chosen         ? "  <- chosen"
                         : !step.in_question ? "  too many"
                                             : "");
   }
   return text + fmt::format(
                     "the smallest set within {} of the best, with at most {} of "
-                    "each class's samples\n",
-                    percent(options.margin), percent(options.most_share));
+                    "each class's examples\n",
+                    percent(options.tolerance), percent(options.most_share));
 }
 
 static std::string text_of(const ClassReport& c, const Provenance& provenance) {
   const std::string name = shown(class_name(c.label, provenance));
   return fmt::format(
-      "class {}{}{}: {} samples, {} templates ({}), threshold {:.4f}: {} right, {} "
-      "confused, {} refused\n",
-      c.label, name.empty() ? "" : " ", name, c.samples, c.templates, c.chosen_by,
-      c.threshold, c.right, c.confused, c.refused);
+      "class {}{}{}: {} examples, {} templates ({}), threshold {:.4f}: {} right, "
+      "{} misclassified, {} rejected\n",
+      c.label, name.empty() ? "" : " ", name, c.examples, c.templates, c.chosen_by,
+      c.threshold, c.right, c.misclassified, c.rejected);
 }
 
-static std::string false_events_text(const BuildReport& report,
-                                     const BuildOptions& options) {
+static std::string false_positives_text(const BuildReport& report,
+                                        const BuildOptions& options) {
   if (!report.background_allowed) return "";
   const double hours = options.background_hours;
   const double aim = *options.false_positives_per_hour;
   std::string text = fmt::format(
-      "false events: {:.2f} an hour aimed at, {} allowed in {:.2f} h of background, {} "
+      "false positives: {:.2f} an hour aimed at, {} allowed in {:.2f} h of background, "
+      "{} "
       "accepted\n",
       aim, *report.background_allowed, hours, report.background_accepted);
   if (hours * aim < kRuleOfThree) {
@@ -92,22 +93,22 @@ static std::string false_events_text(const BuildReport& report,
 std::string report_text(const BuildReport& report, const BuildOptions& options,
                         const Provenance& provenance) {
   const std::string left_out =
-      options.cross_subject ? "leaving each one's own takes out" : "leaving one out";
+      options.cross_subject ? "leaving each one's own examples out" : "leaving one out";
   std::string text = text_of(report.sweep, options, left_out);
   for (const ClassReport& c : report.classes) text += text_of(c, provenance);
   if (report.background == 0) {
     text +=
         "no background: thresholds lie half again below each class's least alike "
-        "sample, and what they keep out of everyday movement is not known\n";
+        "example, and what they keep out of everyday movement is not known\n";
   }
   for (const std::string& note : report.notes) text += note + "\n";
   text += fmt::format(
-      "{}: {} of {} named right, {} accepted as well; {} of {} background samples "
+      "{}: {} of {} classified right, {} accepted as well; {} of {} background examples "
       "accepted\n",
-      left_out, percent(report.named(), report.samples()), report.samples(),
-      percent(report.accepted(), report.samples()), report.background_accepted,
+      left_out, percent(report.classified_right(), report.examples()), report.examples(),
+      percent(report.accepted(), report.examples()), report.background_accepted,
       report.background);
-  return text + false_events_text(report, options);
+  return text + false_positives_text(report, options);
 }
 
 // Six digits, so that machines whose last digits differ write the same.
@@ -124,66 +125,67 @@ nlohmann::ordered_json manifest(const BuildReport& report, const BuildOptions& o
   if (options.most_templates) {
     build["most_templates"] = *options.most_templates;
   } else {
-    build["margin"] = options.margin;
+    build["tolerance"] = options.tolerance;
   }
   build["share"] = rounded(options.most_share);
-  build["judged_by"] = options.cross_subject ? "other subjects" : "other samples";
+  build["judged_by"] = options.cross_subject ? "other subjects" : "other examples";
   if (options.false_positives_per_hour)
     build["false_positives_per_hour"] = *options.false_positives_per_hour;
   build["background_hours"] = rounded(options.background_hours);
   nlohmann::ordered_json& accuracy = json["accuracy_leaving_one_out"];
-  accuracy["samples"] = report.samples();
-  accuracy["named_right"] = rounded(share(report.named(), report.samples()));
-  accuracy["accepted_as_well"] = rounded(share(report.accepted(), report.samples()));
-  accuracy["background_samples"] = report.background;
+  accuracy["examples"] = report.examples();
+  accuracy["classified_right"] =
+      rounded(share(report.classified_right(), report.examples()));
+  accuracy["accepted_as_well"] = rounded(share(report.accepted(), report.examples()));
+  accuracy["background_examples"] = report.background;
   accuracy["background_accepted"] = report.background_accepted;
   json["model_classes"] = nlohmann::ordered_json::array();
   for (const ClassReport& c : report.classes) {
     json["model_classes"].push_back({{"label", c.label},
-                                     {"samples", c.samples},
+                                     {"examples", c.examples},
                                      {"templates", c.templates},
                                      {"chosen_by", c.chosen_by},
                                      {"threshold", rounded(c.threshold)},
                                      {"right", c.right},
-                                     {"confused", c.confused},
-                                     {"refused", c.refused}});
+                                     {"misclassified", c.misclassified},
+                                     {"rejected", c.rejected}});
   }
   json["notes"] = report.notes;
-  json["samples"] = to_json(provenance);
+  json["training_set"] = to_json(provenance);
   return json;
 }
 
 JsonField manifest_fields() {
   const NumberRange count = whole_from(0, 1e9);
   const NumberRange share_range = number_from(0, 1);
-  JsonField samples = description_fields(false);
-  samples.name = "samples";
+  JsonField training_set = description_fields(false);
+  training_set.name = "training_set";
   return object_field(
       "",
       {text_field("tool"), sha256_field("model_sha256"),
        object_field("build", {number_field("false_cost", number_from(0, 1e6)),
                               optional(number_field("most_templates", count)),
-                              optional(number_field("margin", share_range)),
+                              optional(number_field("tolerance", share_range)),
                               number_field("share", share_range), text_field("judged_by"),
                               optional(number_field("false_positives_per_hour",
                                                     number_from(0, 1e9))),
                               number_field("background_hours", number_from(0, 1e6))}),
-       object_field(
-           "accuracy_leaving_one_out",
-           {number_field("samples", count), number_field("named_right", share_range),
-            number_field("accepted_as_well", share_range),
-            number_field("background_samples", count),
-            number_field("background_accepted", count)}),
+       object_field("accuracy_leaving_one_out",
+                    {number_field("examples", count),
+                     number_field("classified_right", share_range),
+                     number_field("accepted_as_well", share_range),
+                     number_field("background_examples", count),
+                     number_field("background_accepted", count)}),
        list_field(
            "model_classes",
            object_field(
                "class",
                {number_field("label", whole_from(0, kHighestLabel)),
-                number_field("samples", count), number_field("templates", count),
+                number_field("examples", count), number_field("templates", count),
                 text_field("chosen_by"), number_field("threshold", number_from(-1e6, 0)),
-                number_field("right", count), number_field("confused", count),
-                number_field("refused", count)})),
-       list_field("notes", text_field("note")), samples});
+                number_field("right", count), number_field("misclassified", count),
+                number_field("rejected", count)})),
+       list_field("notes", text_field("note")), training_set});
 }
 
 std::optional<Provenance> provenance_of(const std::string& model) {
@@ -194,7 +196,7 @@ std::optional<Provenance> provenance_of(const std::string& model) {
     warn("{}: describes another model; it does not count", path);
     return std::nullopt;
   }
-  return provenance_from(json.at("samples"), path);
+  return provenance_from(json.at("training_set"), path);
 }
 
 }  // namespace wgr

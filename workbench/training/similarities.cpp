@@ -47,7 +47,7 @@ Similarities::Similarities(const std::vector<Points>& traces, size_t columns, in
   const Line line = line_up(traces, columns, k);
   const size_t width = BatchedDtw::width();
   const size_t groups = (line.order.size() - line.columns_begin + width - 1) / width;
-  Progress progress(fmt::format("comparing {} samples", traces.size()), groups);
+  Progress progress(fmt::format("comparing {} examples", traces.size()), groups);
   if (threads == 0) threads = std::max(1u, std::thread::hardware_concurrency());
 
   // Groups are handed out one by one, the costly ones first: which thread scores a group

@@ -32,7 +32,7 @@ double choose_threshold(std::vector<double> right, std::vector<double> wrong,
   std::sort(scores.begin(), scores.end(),
             [](const Scored& a, const Scored& b) { return a.score < b.score; });
 
-  // Above the best score everything is refused: the loss of 0 that others are held
+  // Above the best score everything is rejected: the loss of 0 that others are held
   // against. From there the threshold goes down gap by gap. Between neighbouring scores
   // nothing changes: the middle stands for the gap.
   double best_threshold = 0.0;
@@ -63,8 +63,8 @@ std::vector<double> choose_thresholds(const std::vector<std::vector<double>>& ri
       std::any_of(background.begin(), background.end(),
                   [](const std::vector<double>& scores) { return !scores.empty(); });
   if (!any_background) {
-    // Nothing is known of what must be refused; to refuse a take instead of taking it for
-    // another helps nobody.
+    // Nothing is known of what must be rejected; to reject an example instead of
+    // misclassifying it helps nobody.
     for (size_t c = 0; c < right.size(); ++c) {
       thresholds[c] = choose_threshold(right[c], {}, false_cost);
     }

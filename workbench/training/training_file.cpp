@@ -161,7 +161,7 @@ static void check(const std::string& path) {
     }
     ++records;
   }
-  if (records == 0) throw UsageError(path + ":1: holds no sample");
+  if (records == 0) throw UsageError(path + ":1: holds no example");
 }
 
 static Gdata load(const std::string& path) {

@@ -5,7 +5,7 @@
 namespace wgr {
 
 static constexpr double kMostCost = 1e6;
-static constexpr double kMostAnHour = 1e4;  // false events; far more than gestures
+static constexpr double kMostAnHour = 1e4;  // false positives; far more than gestures
 
 void add_build_options(CLI::App& command, BuildOptions& options) {
   command
@@ -14,7 +14,7 @@ void add_build_options(CLI::App& command, BuildOptions& options) {
       ->transform(within(whole_from(1, 100)))
       ->option_text("N");
   command
-      .add_option("--tolerance", options.margin,
+      .add_option("--tolerance", options.tolerance,
                   "By how much accuracy the smallest set may be\nworse than the best")
       ->transform(within(number_from(0, 1)))
       ->option_text("SHARE (0.01)");

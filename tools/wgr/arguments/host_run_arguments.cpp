@@ -47,7 +47,7 @@ void add_host_run_arguments(CLI::App& command, HostRunArguments& given) {
       ->transform(gyro_bias())
       ->option_text("X,Y,Z");
   command
-      .add_option("--sensitivity", given.session.sensitivity,
+      .add_option("--sensitivity", given.host_run.sensitivity,
                   "1 permissive to 3 strict, -N for motions of N samples and more")
       ->transform(within(whole_from(-kLongestMotion, kStrictest)))
       ->option_text("LEVEL");
@@ -59,14 +59,14 @@ std::vector<std::string> host_run_words(const HostRunArguments& given) {
   if (!given.model.file.empty()) words.push_back("--model=" + given.model.file);
   if (given.rate) words.push_back("--sample-rate=" + std::to_string(*given.rate));
   if (!given.bias.empty()) words.push_back("--bias=" + given.bias);
-  if (given.session.sensitivity) {
-    words.push_back("--sensitivity=" + std::to_string(*given.session.sensitivity));
+  if (given.host_run.sensitivity) {
+    words.push_back("--sensitivity=" + std::to_string(*given.host_run.sensitivity));
   }
   return words;
 }
 
 void check_host_run(HostRunArguments& given, OutputPlan& plan) {
-  if (!given.bias.empty()) given.session.gyro_bias = parse_bias(given.bias);
+  if (!given.bias.empty()) given.host_run.gyro_bias = parse_bias(given.bias);
   plan.reads("RECORDING", given.recording);
   add_inputs(plan, given.model);
   plan.prints_results();
@@ -74,11 +74,11 @@ void check_host_run(HostRunArguments& given, OutputPlan& plan) {
 }
 
 void take_model(HostRunArguments& given) {
-  given.session.wearer = given.model.wearer;
-  given.session.mode = given.model.mode;
+  given.host_run.wearer = given.model.wearer;
+  given.host_run.mode = given.model.mode;
   if (names_model(given.model)) {
     const std::string path = path_of(given.model);
-    given.session.model = std::make_shared<const Gmodel>(read_useful_model(path));
+    given.host_run.model = std::make_shared<const Gmodel>(read_useful_model(path));
   } else {
     require_models(kInstalledModels, given.model.wearer, given.model.mode);
   }

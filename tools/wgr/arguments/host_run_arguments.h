@@ -20,7 +20,7 @@ struct HostRunArguments {
   ModelArguments model;
   std::string bias;  // X,Y,Z
   std::optional<int> rate;
-  HostRunOptions session;
+  HostRunOptions host_run;
 };
 
 // What --bias takes, and its value, X,Y,Z in deg/s.

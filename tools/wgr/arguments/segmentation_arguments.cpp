@@ -23,8 +23,8 @@ void add_segmentation_arguments(CLI::App& command, SegmentationArguments& given)
       ->transform(within(whole_from(2, 10000)))
       ->option_text("N");
   command.add_flag(
-      "--use-annotations", given.options.whole_spans,
-      "Take annotated intervals whole, not the motions\nbetween rests in them");
+      "--use-annotations", given.options.whole_annotations,
+      "Use annotated intervals whole, not the motions\nbetween rests in them");
   command.add_flag("--no-gravity", given.no_gravity,
                    "The recordings have no gravity in them");
   add_max_size(command, given.options.limit);

@@ -1,4 +1,4 @@
-// The command line arguments of the subcommands that cut recordings.
+// The command line arguments of the subcommands that segment recordings.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -25,7 +25,7 @@ void add_segmentation_arguments(CLI::App& command, SegmentationArguments& given)
 void add_inputs(OutputPlan& plan, const std::string& folder,
                 const SegmentationArguments& given);
 
-// Reads and cuts a folder, and the background that was given.
+// Reads and segments a folder, and the background that was given.
 SegmentedSet segment_given(const std::string& folder, const SegmentationArguments& given,
                            const Classes& classes = {});
 

@@ -15,7 +15,7 @@
 #include "output/output_files.h"
 #include "output/output_plan.h"
 #include "output/standard_output.h"
-#include "pages/model_accounts.h"
+#include "pages/page_data.h"
 #include "training/model_builder.h"
 #include "training/model_findings.h"
 #include "training/model_output.h"
@@ -134,10 +134,10 @@ static void build_one(const Arguments& given, const Job& job, OutputFiles& files
   const std::string text = report_text(report, options, provenance);
   print(stderr, "{}", text);
   if (!given.page.empty()) {
-    ModelAccount account =
-        account_of_build(builder, model, report, options, provenance, names);
-    account.title = "Built from " + name_of_path(input);
-    files.write(given.page, model_page(account));
+    PageData page_data =
+        page_data_of_build(builder, model, report, options, provenance, names);
+    page_data.title = "Built from " + name_of_path(input);
+    files.write(given.page, model_page(page_data));
   }
   const std::string bytes = model_text(model);
   files.write(job.out, bytes);
@@ -234,7 +234,7 @@ void add_build(CLI::App& wgr) {
       ->option_text("FILE");
   add_value(*command, "--slots", given->slots, "Table of several models to build",
             path_value(), "FILE");
-  add_report_option(*command, given->page, kDrawnTakes);
+  add_report_option(*command, given->page, kDrawnExamples);
   add_build_options(*command, given->options);
   add_value(*command, "--background-hours", given->background_hours,
             "Duration of the background in a training file",

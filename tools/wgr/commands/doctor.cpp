@@ -45,7 +45,7 @@ rest before and after each. What both sensors have in common cannot be seen: an 
 in both, or all three of the accelerometer turned.
 
 A model is checked as by wgr model check, and its manifest, where wgr build left one beside
-it, tells whether it was built from samples at the stream's rate.
+it, reports whether it was built from samples at the stream's rate.
 
 Examples:
   wgr doctor walk.csv

@@ -17,7 +17,7 @@
 #include "output/output_files.h"
 #include "output/output_plan.h"
 #include "output/standard_output.h"
-#include "pages/model_accounts.h"
+#include "pages/page_data.h"
 #include "text/evaluation_text.h"
 #include "training/model_findings.h"
 #include "training/model_output.h"
@@ -77,7 +77,7 @@ static std::string title_of(const Arguments& given, const std::string& model) {
   const std::string played = name_of_path(
       given.folder.empty() ? given.segmentation.background.front() : given.folder);
   if (model.empty()) return played + ", left out part by part";
-  // All models have one name; their folders tell them apart.
+  // All models have one name; their folders distinguish them.
   const std::string folder = name_of_path(std::filesystem::absolute(model).parent_path());
   return played + ", played to " + folder + "/" + name_of_path(model);
 }
@@ -95,14 +95,14 @@ static void check_files(const Arguments& given, const std::string& model) {
 }
 
 static void warn_of_unjudged(const Evaluation& result) {
-  for (const auto& [label, takes] : result.unjudged) {
+  for (const auto& [label, repetitions] : result.unjudged) {
     std::fprintf(
         stderr,
         "wgr: class %d: %zu of its repetitions cannot be judged and count as missed: "
         "with what was left out beside them, a single repetition or none was left "
         "to build from. Record more of it, or leave out less at a time "
         "(--leave-out repetition)\n",
-        label, takes);
+        label, repetitions);
   }
 }
 
@@ -124,9 +124,9 @@ static void eval(Arguments& given) {
   write_results(text);
 
   if (!given.page.empty()) {
-    ModelAccount account = account_of_evaluation(set, result);
-    account.title = title_of(given, model);
-    write_output(given.page, model_page(account));
+    PageData page_data = page_data_of_evaluation(set, result);
+    page_data.title = title_of(given, model);
+    write_output(given.page, model_page(page_data));
   }
 
   bool good = true;
@@ -164,7 +164,7 @@ void add_eval(CLI::App& wgr) {
       ->option_text("FIGURE=VALUE")
       ->allow_extra_args(false);
   command->add_flag("--json", given->json, "Print JSON");
-  add_report_option(*command, given->page, kDrawnTakes);
+  add_report_option(*command, given->page, kDrawnExamples);
   add_build_options(*command, given->options.build);
   add_segmentation_arguments(*command, given->segmentation);
   command->footer(kFooter);

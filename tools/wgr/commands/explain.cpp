@@ -21,10 +21,10 @@
 namespace wgr {
 
 static constexpr char kFooter[] =
-    R"(Tells, motion by motion, from when to when it went, how it was trimmed, whether it was
+    R"(Reports, motion by motion, from when to when it went, how it was trimmed, whether it was
 long, whole and strong enough, which templates it resembles and by how much, and in one
 sentence which cause decided. The library itself runs over the recording; every class,
-strength and duration told is the one that it reports to a host.
+strength and duration given is the one that it reports to a host.
 
 --expect names a table of the gestures that should have come: t_start,t_end,label, or
 file,t_start,t_end,label as wgr segment reads it. Those that did not come are listed with
@@ -61,7 +61,7 @@ static void explain_recording(ExplainArguments& given) {
   plan.writes("--report", given.page);
   check_host_run(given, plan);
   take_model(given);
-  given.session.initialise = !given.forgets_init;
+  given.host_run.initialise = !given.forgets_init;
 
   Explanation explanation;
   explanation.recording = given.recording;
@@ -71,12 +71,12 @@ static void explain_recording(ExplainArguments& given) {
     explanation.expected = read_expected(given.expect, given.recording);
   }
   RecordingReader reader(given.recording, &given.limit);
-  given.session.rate = choose_rate(given, reader);
+  given.host_run.rate = choose_rate(given, reader);
   separate_results(LibraryPrints::kToStandardError);
 
   std::exception_ptr malformed;
   try {
-    explain(given.session, reader, explanation);
+    explain(given.host_run, reader, explanation);
   } catch (const RecordingError&) {
     malformed = std::current_exception();
   }
@@ -87,17 +87,17 @@ static void explain_recording(ExplainArguments& given) {
   find_expected(explanation);
 
   if (given.json) {
-    write_json_account(explanation, true, write_results);
+    write_json_explanation(explanation, true, write_results);
   } else {
-    write_text_account(explanation, write_results);
+    write_text_explanation(explanation, write_results);
   }
   if (!given.page.empty()) write_output(given.page, explain_page(explanation));
   if (malformed) std::rethrow_exception(malformed);
 }
 
 void add_explain(CLI::App& wgr) {
-  CLI::App* const command =
-      wgr.add_subcommand("explain", "Tell why each motion was, or was not, recognised.");
+  CLI::App* const command = wgr.add_subcommand(
+      "explain", "Report why each motion was, or was not, recognised.");
   const auto given = std::make_shared<ExplainArguments>();
   add_host_run_arguments(*command, *given);
   command

@@ -24,7 +24,7 @@ namespace wgr {
 
 using Json = nlohmann::ordered_json;
 
-static constexpr Count kMostSessionsPrinted = 20;
+static constexpr Count kMostHostRunsPrinted = 20;
 static constexpr double kMillion = 1e6;
 
 // What may come without a line of the library's before a file is judged: an endless one
@@ -38,7 +38,7 @@ as one log: name the oldest first. A log of any size is read in the same small m
 file is refused as soon as 10000 lines or 64 MiB without one of the library's have come
 and most lines so far are not.
 
-Printed: each handle that was made (a session), then the sum: samples, motions that were
+Printed: each handle that was made (a host run), then the sum: samples, motions that were
 long enough to be compared, gestures by class, and why others were none:
   rejected   strong, but like no template: class 13 in the log, 5 for the host
   too weak   compared, and weaker than the sensitivity asks (or the model is empty)
@@ -48,8 +48,8 @@ write into one log, or the disk was full.
 
 The log holds no times. With --sample-rate HZ samples become hours, counted from the log's first
 sample as if it had no pauses. With --seconds S, the time that the log covers, the rate at
-which samples really came is told, and with both the share that is missing. Which hour of
-the day it was cannot be told.
+which samples really came is reported, and with both the share that is missing. Which hour of
+the day it was is not in the log.
 
 Examples:
   wgr log                                          the log of this machine
@@ -94,44 +94,44 @@ static Json as_json(const Answers& answers) {
           {"unreported", answers.unreported}};
 }
 
-static const char* state_of(const LoggedHostRun& session) {
-  if (session.no_model) return "ended: no default model";
-  if (!session.ready) return "never ready";
-  if (session.from_before) return "from before this log";
-  if (session.inits == 0) return "not initialised";
+static const char* state_of(const LoggedHostRun& host_run) {
+  if (host_run.no_model) return "ended: no default model";
+  if (!host_run.ready) return "never ready";
+  if (host_run.from_before) return "from before this log";
+  if (host_run.inits == 0) return "not initialised";
   return "";
 }
 
 static void print_line(const Json& line) { print(stdout, "{}\n", json_text(line)); }
 
-static void print_session_json(const LoggedHostRun& session) {
-  Json line = {{"type", "session"},
-               {"file", session.file},
-               {"line", session.line},
-               {"from_before", session.from_before},
-               {"ready", session.ready},
-               {"no_default_model", session.no_model},
-               {"inits", session.inits},
-               {"model_changes", session.model_changes},
-               {"model", session.model},
-               {"samples", session.samples},
-               {"unanswered", session.unanswered},
-               {"compared", session.compared},
-               {"compared_with_empty_model", session.compared_empty}};
-  line.update(as_json(session.answers));
+static void print_host_run_json(const LoggedHostRun& host_run) {
+  Json line = {{"type", "host_run"},
+               {"file", host_run.file},
+               {"line", host_run.line},
+               {"from_before", host_run.from_before},
+               {"ready", host_run.ready},
+               {"no_default_model", host_run.no_model},
+               {"inits", host_run.inits},
+               {"model_changes", host_run.model_changes},
+               {"model", host_run.model},
+               {"samples", host_run.samples},
+               {"unanswered", host_run.unanswered},
+               {"compared", host_run.compared},
+               {"compared_with_empty_model", host_run.compared_empty}};
+  line.update(as_json(host_run.answers));
   print_line(line);
 }
 
-static void print_session_text(const LoggedHostRun& session, Count number) {
-  if (number > kMostSessionsPrinted) return;
+static void print_host_run_text(const LoggedHostRun& host_run, Count number) {
+  if (number > kMostHostRunsPrinted) return;
   if (number == 1) {
     print(stdout,
-          "session  line         samples   compared  gestures  rejected  model\n");
+          "host run  line         samples   compared  gestures  rejected  model\n");
   }
-  print(stdout, "{:7}  {:<11} {:8}   {:8}  {:8}  {:8}  {}{}{}\n", number, session.line,
-        session.samples, session.compared, session.answers.reported(),
-        session.answers.rejected, session.model.empty() ? "default" : session.model,
-        *state_of(session) == '\0' ? "" : "; ", state_of(session));
+  print(stdout, "{:8}  {:<11} {:8}   {:8}  {:8}  {:8}  {}{}{}\n", number, host_run.line,
+        host_run.samples, host_run.compared, host_run.answers.reported(),
+        host_run.answers.rejected, host_run.model.empty() ? "default" : host_run.model,
+        *state_of(host_run) == '\0' ? "" : "; ", state_of(host_run));
 }
 
 static std::string rates_text(const LogArguments& given, const LogTotals& totals) {
@@ -165,16 +165,16 @@ static void print_odd_lines(const LogTotals& totals) {
 }
 
 static void print_summary_text(const LogArguments& given, const LogTotals& totals) {
-  if (totals.sessions > kMostSessionsPrinted) {
+  if (totals.host_runs > kMostHostRunsPrinted) {
     print(stdout, "         ... and {} more; --json lists them all\n",
-          totals.sessions - kMostSessionsPrinted);
+          totals.host_runs - kMostHostRunsPrinted);
   }
   const Answers& answers = totals.answers;
   print(stdout, "\nread        {} lines, {:.1f} MB\n", totals.lines,
         static_cast<double>(totals.bytes) / kMillion);
   print(stdout,
-        "sessions    {}; {} restarts, {} without the default model, {} never ready\n",
-        totals.sessions, totals.restarts, totals.no_model, totals.unfinished);
+        "host runs   {}; {} restarts, {} without the default model, {} never ready\n",
+        totals.host_runs, totals.restarts, totals.no_model, totals.unfinished);
   print(stdout, "models      {} changes\n", totals.model_changes);
   print(stdout, "samples     {}, {} of them unanswered\n", totals.samples,
         totals.unanswered);
@@ -222,7 +222,7 @@ static void print_summary_json(const LogArguments& given, const LogTotals& total
   Json line = {{"type", "summary"},
                {"lines", totals.lines},
                {"bytes", totals.bytes},
-               {"sessions", totals.sessions},
+               {"host_runs", totals.host_runs},
                {"restarts", totals.restarts},
                {"without_default_model", totals.no_model},
                {"never_ready", totals.unfinished},
@@ -330,16 +330,16 @@ static void read_log(const LogArguments& given) {
   plan.check();
 
   LogReading reading(given.rate);
-  Count sessions = 0;
+  Count host_runs = 0;
   const auto print_closed = [&] {
     const std::optional<LoggedHostRun> closed = reading.take_closed();
     if (!closed) return;
     require_results();  // a long log is not read for nobody
-    ++sessions;
+    ++host_runs;
     if (given.json) {
-      print_session_json(*closed);
+      print_host_run_json(*closed);
     } else {
-      print_session_text(*closed, sessions);
+      print_host_run_text(*closed, host_runs);
     }
   };
   for (const std::string& file : given.files) read_file(file, reading, print_closed);

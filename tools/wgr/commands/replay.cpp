@@ -1,4 +1,4 @@
-// wgr replay: runs the library over a recording, or over a live stream, and tells what
+// wgr replay: runs the library over a recording, or over a live stream, and reports what
 // it reports.
 #include <fcntl.h>
 #include <unistd.h>
@@ -112,7 +112,7 @@ static void replay(ReplayArguments& given) {
 
   if (given.recording == kStandardInput) let_interrupts_end_the_stream();
   RecordingReader reader(given.recording);
-  given.session.rate = choose_rate(given, reader);
+  given.host_run.rate = choose_rate(given, reader);
   OutputFiles files;
   std::optional<KeptLog> log;
   if (!given.log.empty()) log.emplace(files.open(given.log));
@@ -126,24 +126,24 @@ static void replay(ReplayArguments& given) {
     report = std::make_unique<TextReport>(out);
   }
 
-  Totals totals(given.session.rate);
-  bool told_of_absent = false;
+  Totals totals(given.host_run.rate);
+  bool absent_reported = false;
   std::exception_ptr malformed;
   {
-    HostRun session(given.session);
+    HostRun host_run(given.host_run);
     if (log) log->take();
     report->start();
     const auto start = std::chrono::steady_clock::now();
     try {
-      run_host(session, reader, totals, [&](const Step& step) {
+      run_host(host_run, reader, totals, [&](const Step& step) {
         if (step.event != nullptr) report->event(*step.event);
         if (log) {
           log->take();
         } else {
           require_results();  // a live stream without a reader would never end
         }
-        if (told_of_absent || reader.absent_fields() == 0) return;
-        told_of_absent = true;
+        if (absent_reported || reader.absent_fields() == 0) return;
+        absent_reported = true;
         std::fprintf(stderr, "wgr: %s: the axes %s are empty and read as 0\n",
                      shown(given.recording).c_str(), reader.absent_axes().c_str());
       });

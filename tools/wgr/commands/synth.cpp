@@ -21,12 +21,12 @@ namespace wgr {
 
 static constexpr char kFooter[] =
     R"(One recording goes to -o, what happens in it to --plan (a script, with everything) and
---labels (the gestures' spans alone, as wgr segment reads them; where -o is no file but
+--labels (the gestures' annotations alone, as wgr segment reads them; where -o is no file but
 standard output, a FIFO or a device, without a recording's name, as wgr explain --expect
 reads them). With --script the wrist does what a
 file says: CSV with the header t_start,t_end,what; seconds, and one of swing,
 raise, twist, push, circle (labels 0 to 4), rest, walk, reach, fidget, type. A gesture
-needs a rest before it. Without one, --gestures takes of each gesture and --distractors
+needs a rest before it. Without one, --gestures repetitions of each gesture and --distractors
 seconds of everyday movement come in random order.
 
 With --training DIR there is one recording for each of --persons people, with index.csv
@@ -75,8 +75,8 @@ static constexpr double kFastestTurn = 10000.0;  // deg/s, far above any gyrosco
 static constexpr char kLabels[] = "labels.csv";
 static constexpr char kIndex[] = "index.csv";
 
-// The take of one person that a seed stands for.
-static Random take(int seed, int person, const std::string& style) {
+// The random numbers of one person for a seed.
+static Random random_of(int seed, int person, const std::string& style) {
   const uint64_t manner = style == kStyles[0].name ? 0 : 1;
   return Random(static_cast<uint64_t>(seed))
       .fork(2 * static_cast<uint64_t>(person) + manner);
@@ -89,15 +89,15 @@ static Style style_named(const std::string& name) {
   throw UsageError("--style mixed: one recording is calm or free; sets can be mixed");
 }
 
-struct Take {
+struct Repetition {
   Plan plan;
   std::vector<RecordedSample> samples;
 };
 
-static Take make_take(const SynthArguments& given, int person_number,
-                      const std::string& style) {
+static Repetition make_repetition(const SynthArguments& given, int person_number,
+                                  const std::string& style) {
   const Person person = make_person(person_number, style_named(style));
-  const Random random = take(given.seed, person_number, style);
+  const Random random = random_of(given.seed, person_number, style);
   Random planning = random.fork(1);
   Plan plan = given.script.empty() ? random_plan(given.plan, person, planning)
                                    : read_script(given.script);
@@ -112,20 +112,21 @@ static Take make_take(const SynthArguments& given, int person_number,
   return {std::move(plan), std::move(samples)};
 }
 
-static void append_spans(const Plan& plan, const std::string& file,
-                         std::vector<Annotation>& spans) {
+static void append_annotations(const Plan& plan, const std::string& file,
+                               std::vector<Annotation>& annotations) {
   for (const PlannedActivity& activity : plan) {
     if (const std::optional<int> label = label_of(activity.what)) {
-      spans.push_back({file, activity.begin, activity.end, *label});
+      annotations.push_back({file, activity.begin, activity.end, *label});
     }
   }
 }
 
 // The table of a single recording; what is no file gives it no name.
 static std::string labels_of(const Plan& plan, const std::string& recording) {
-  std::vector<Annotation> spans;
-  append_spans(plan, std::filesystem::path(recording).filename(), spans);
-  return find_target(recording).is_file() ? labels_text(spans) : spans_text(spans);
+  std::vector<Annotation> annotations;
+  append_annotations(plan, std::filesystem::path(recording).filename(), annotations);
+  return find_target(recording).is_file() ? labels_text(annotations)
+                                          : annotations_text(annotations);
 }
 
 static void make_recording(const SynthArguments& given) {
@@ -137,7 +138,7 @@ static void make_recording(const SynthArguments& given) {
   plan.writes("--plan", given.plan_out);
   plan.check();
 
-  const Take made = make_take(given, given.person, given.style);
+  const Repetition made = make_repetition(given, given.person, given.style);
   OutputFiles files;
   write_recording(given.out, made.samples, files);
   if (!given.plan_out.empty()) files.write(given.plan_out, script_text(made.plan));
@@ -187,15 +188,15 @@ static void make_training_set(const SynthArguments& given) {
 
   OutputFiles files;
   std::string index = "file,label,subject,rate_hz\n";
-  std::vector<Annotation> spans;
+  std::vector<Annotation> annotations;
   for (const SetMember& m : members) {
-    const Take made = make_take(given, m.person, m.style);
+    const Repetition made = make_repetition(given, m.person, m.style);
     write_recording(folder / m.file, made.samples, files);
-    append_spans(made.plan, m.file, spans);
-    // No label of its own: the spans hold them.
+    append_annotations(made.plan, m.file, annotations);
+    // No label of its own: the annotations hold them.
     index += fmt::format("{},,p{},{}\n", m.file, m.person, given.performance.rate);
   }
-  files.write(folder / kLabels, labels_text(spans));
+  files.write(folder / kLabels, labels_text(annotations));
   files.write(folder / kIndex, index);
   files.commit();
 }
@@ -237,7 +238,7 @@ void add_synth(CLI::App& wgr) {
   add_value(*command, "--dead-band", faults.gyro_dead_band,
             "Slower turns about an axis read as exactly zero",
             within(number_from(0, kFastestTurn)), "DEG/S (0)");
-  add_value(*command, "--gestures", given->plan.gestures, "Takes of each gesture",
+  add_value(*command, "--gestures", given->plan.gestures, "Repetitions of each gesture",
             within(whole_from(0, 1000)), "N (4)");
   add_value(*command, "--distractors", given->plan.distractors,
             "Seconds of everyday movement", within(number_from(0, kLongestPlan)),

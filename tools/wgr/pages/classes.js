@@ -1,8 +1,8 @@
-// Draws one class of a model: its templates over all its takes, and what its threshold lets
+// Draws one class of a model: its templates over all its examples, and what its threshold lets
 // through.
 'use strict';
 
-const kMostDrawn = 150;   // takes of a class that are drawn over each other
+const kMostDrawn = 150;   // examples of a class that are drawn over each other
 const kMostBold = 12;     // templates of a class in that picture
 const kSteps = 400;       // of the slider that tries a threshold
 
@@ -12,19 +12,19 @@ const some = (list, most) => {
   return list.filter((_, i) => i % Math.max(step, 1) === 0);
 };
 
-// Exemplars over takes, an axis below the other.
-function overlayFigure(data, takes, exemplars, axis) {
-  const traces = takes.map((take) => take.trace[axis]);
+// Exemplars over examples, an axis below the other.
+function overlayFigure(data, examples, exemplars, axis) {
+  const traces = examples.map((example) => example.trace[axis]);
   const bold = exemplars.map((e) => e.trace[axis]);
   const range = rangeOf([...traces, ...bold].map((values) => [values]));
-  const longest = Math.max(...[...takes, ...exemplars].map((one) => lengthOf(data, one.trace)));
+  const longest = Math.max(...[...examples, ...exemplars].map((one) => lengthOf(data, one.trace)));
   const f = frame(pictureWidth(), 150, [0, longest], range);
   addLevels(f, ...range);
   const text = timeText(data);
   addFooter(f, text(0), kAxes[axis], text(longest));
   const add = (trace, kind) => f.picture.append(svg('path', {class: kind,
     d: pathOf(f, timesOf(data, trace), trace[axis])}));
-  for (const take of takes) add(take.trace, `${kAxes[axis]} all`);
+  for (const example of examples) add(example.trace, `${kAxes[axis]} all`);
   for (const e of exemplars) add(e.trace, 'exemplar');
   return f.picture;
 }
@@ -44,10 +44,10 @@ const kGroups = ['right', 'wrong', 'background'];
 // The scores of what came out nearest to a class, ascending.
 function scoresOf(data, label) {
   const groups = {right: [], wrong: [], background: []};
-  for (const take of data.takes) {
-    if (take.named !== label || take.score === null) continue;
-    groups[take.label < 0 ? 'background' : take.label === label ? 'right' : 'wrong']
-        .push(take.score);
+  for (const example of data.examples) {
+    if (example.nearest_class !== label || example.score === null) continue;
+    groups[example.label < 0 ? 'background' : example.label === label ? 'right' : 'wrong']
+        .push(example.score);
   }
   for (const group of kGroups) groups[group].sort((a, b) => a - b);
   return groups;
@@ -98,7 +98,7 @@ function tradeOffFigure(data, c) {
     return el('p', {class: 'note'}, 'Nothing came out nearest to this class.');
   }
   const {picture, least, left, moveTo} = tradeOff(groups, c.thresholds);
-  const result = figure('Accepted with each threshold, in percent: right takes of the ' +
+  const result = figure('Accepted with each threshold, in percent: right examples of the ' +
       'class, wrong ones of other classes, and background that is nearest to it; below, ' +
       'the scores themselves. Dashed: the threshold', picture, kGroups);
   const start = c.thresholds[c.thresholds.length >> 1] ?? least;
@@ -108,29 +108,29 @@ function tradeOffFigure(data, c) {
   slider.style.marginLeft = `${100 * left}%`;  // below its picture
   slider.style.width = `${98 - 100 * left}%`;
   const output = el('output');
-  const tell = (at) => {
+  const showShares = (at) => {
     moveTo(at);
-    const told = kGroups.filter((group) => groups[group].length > 0).map((group) =>
+    const accepted = kGroups.filter((group) => groups[group].length > 0).map((group) =>
       `${above(groups[group], at)} of ${groups[group].length} ${group}`);
-    output.textContent = `With ${at.toFixed(4)}: ${told.join(', ')} accepted.`;
+    output.textContent = `With ${at.toFixed(4)}: ${accepted.join(', ')} accepted.`;
     slider.setAttribute('aria-valuetext', output.textContent);
   };
-  slider.addEventListener('input', () => tell(Number(slider.value)));
-  tell(start);
+  slider.addEventListener('input', () => showShares(Number(slider.value)));
+  showShares(start);
   result.append(el('label', {class: 'try'}, 'Try a threshold', slider, output));
   return result;
 }
 
 function fillClass(body, data, c) {
-  const own = data.takes.filter((take) => take.label === c.label && take.trace !== null);
+  const own = data.examples.filter((example) => example.label === c.label && example.trace !== null);
   const used = new Map();
-  for (const take of data.takes) {
-    if (take.nearest !== null) used.set(take.nearest, (used.get(take.nearest) ?? 0) + 1);
+  for (const example of data.examples) {
+    if (example.nearest !== null) used.set(example.nearest, (used.get(example.nearest) ?? 0) + 1);
   }
   const exemplars = data.exemplars.filter((e) => e.label === c.label);
   const right = own.filter(isRight).length;
   const facts = [
-    ['takes compared', String(own.length)],
+    ['examples compared', String(own.length)],
     ['of them right', String(right)],
     ['templates', String(exemplars.length)],
     [c.thresholds.length > 1 ? 'thresholds' : 'threshold',
@@ -147,12 +147,12 @@ function fillClass(body, data, c) {
     const bold = exemplars.map((e) => ({...e, used: used.get(data.exemplars.indexOf(e)) ?? 0}))
         .sort((a, b) => b.used - a.used).slice(0, kMostBold);
     const few = drawn.length < own.length ? ` (every ${Math.ceil(own.length / kMostDrawn)}. ` +
-        'take)' : '';
+        'example)' : '';
     const most = bold.length < exemplars.length
-        ? `the ${bold.length} templates that most takes are nearest to` : 'the templates';
+        ? `the ${bold.length} templates that most examples are nearest to` : 'the templates';
     kAxes.forEach((axis, i) => figures.append(figure(i === 0
         ? `Acceleration along ${axis}, ${data.normalised ? 'times the strength' : 'm/s²'}: ` +
-          `all takes of the class${few}, and in bold ${most}`
+          `all examples of the class${few}, and in bold ${most}`
         : `The same along ${axis}`, overlayFigure(data, drawn, bold, i))));
   }
   figures.append(tradeOffFigure(data, c));
@@ -161,7 +161,7 @@ function fillClass(body, data, c) {
 
 function showClasses(data) {
   for (const c of data.classes) {
-    const own = data.takes.filter((take) => take.label === c.label);
+    const own = data.examples.filter((example) => example.label === c.label);
     const right = own.filter(isRight).length;
     const body = el('div');
     const item = el('details', {class: 'card class', 'data-label': c.label},

@@ -45,12 +45,12 @@ function showHeader(e) {
 }
 
 function showMissing(e, openMotion) {
-  const missing = e.expected.filter((x) => !x.came);
+  const missing = e.expected.filter((x) => !x.recognised);
   if (e.expected.length === 0) return;
   $('#missing').hidden = false;
   if (missing.length === 0) {
     $('#missing h2').textContent = 'Expected, and there';
-    $('#missing ol').append(el('li', {class: 'card'}, `All ${e.expected.length} gestures came.`));
+    $('#missing ol').append(el('li', {class: 'card'}, `All ${e.expected.length} gestures were recognised.`));
   }
   for (const x of missing) {
     const item = el('li', {class: 'card'}, el('div', {class: 'tools'},
@@ -84,7 +84,7 @@ function scoreFigure(templates) {
       return;
     }
     const accepted = s.threshold === null || s.score > s.threshold;
-    picture.append(svg('rect', {class: 'bar ' + (accepted ? 'accepted' : 'refused'), x: left,
+    picture.append(svg('rect', {class: 'bar ' + (accepted ? 'accepted' : 'rejected'), x: left,
       y: y + 4, width: Math.max(x(-s.score) - left, 1), height: 16, rx: 2}));
     if (s.threshold !== null) {
       const at = x(-s.threshold);
@@ -139,7 +139,7 @@ function fillMotion(body, m, series, data, zoomTo) {
   }
   if (m.best_templates.length > 0) {
     figures.append(figure('The best templates: shorter is more alike; a bar that reaches ' +
-        'its mark, the limit of its class, is refused', scoreFigure(m.best_templates)));
+        'its mark, the threshold of its class, is rejected', scoreFigure(m.best_templates)));
   }
   body.append(figures);
 }

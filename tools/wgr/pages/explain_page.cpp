@@ -1,4 +1,4 @@
-// The page's data is what the JSON output tells, and the series that are drawn. Series
+// The page's data is the JSON output and the series that are drawn. Series
 // are thinned to what a screen can show, and to a size that a browser takes in at once;
 // all figures come from the JSON output.
 #include "pages/explain_page.h"
@@ -53,7 +53,7 @@ static Json stream_json(const Explanation& e, const std::vector<double>& t) {
     stream.clear();  // before the next is made
   }
   Json bands = Json::array();
-  for (const MotionAccount& m : e.motions) {
+  for (const MotionExplanation& m : e.motions) {
     bands.push_back({{"begin", t[m.first]},
                      {"end", t[m.first + std::max<size_t>(m.kept(), 1) - 1]},
                      {"cause", name_of(m.cause)}});
@@ -89,7 +89,7 @@ std::string explain_page(Explanation& e) {
   Deflated data(kPageLevel);
   const auto add = [&data](std::string_view text) { data.add(text); };
   add("{\"explanation\":");
-  write_json_account(e, false, add);
+  write_json_explanation(e, false, add);
   add(e.model.normalize != 0 ? ",\"normalised\":true" : ",\"normalised\":false");
   add(",\"stream\":");
   data.add(stream_json(e, times(e, stamped)));

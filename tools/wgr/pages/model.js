@@ -1,25 +1,25 @@
-// Draws the report of a model: what became of takes that were held against its templates.
+// Draws the report of a model: how it classified examples.
 'use strict';
 
-const kMostListed = 200;  // takes at a time
-const kFarthest = 3;      // right takes of each class that are listed for being least alike
+const kMostListed = 200;  // examples at a time
+const kFarthest = 3;      // right examples of each class that are listed for being least alike
 const kBinMs = 20;        // of the latencies
-const kRefused = 'refused';
+const kRejected = 'rejected';
 
 const isNumber = (text) => /^-?\d+$/.test(text);
 const plural = (n, word) => `${n} ${word}${n === 1 ? '' : 's'}`;
 const percent = (share) => (100 * share).toFixed(1) + ' %';
 
 // Background is right when nothing is made of it.
-const isRight = (take) => take.label < 0 ? !isNumber(take.outcome)
-                                         : take.outcome === String(take.label);
+const isRight = (example) => example.label < 0 ? !isNumber(example.outcome)
+                                         : example.outcome === String(example.label);
 const nameOf = (data, label) => {
   if (label < 0) return 'background';
   const name = data.classes.find((c) => c.label === label)?.name;
   return name ? `class ${label} ${name}` : `class ${label}`;
 };
-const outcomeText = (take) => isNumber(take.outcome) ? `reported ${take.outcome}`
-                                                     : take.outcome;
+const outcomeText = (example) => isNumber(example.outcome) ? `reported ${example.outcome}`
+                                                     : example.outcome;
 const chip = (good, text) => el('span', {class: 'chip ' + (good ? 'right' : 'wrong')}, text);
 
 // The times of a trace: seconds, or its points where the rate is not known. Fewer of its
@@ -34,11 +34,11 @@ function showHeader(data) {
   $('#title').textContent = data.title;
   $('#facts').textContent = data.facts.join(' ');
   const counts = new Map();
-  for (const take of data.takes) {
-    const what = isRight(take) ? take.label < 0 ? 'background kept out' : 'right'
-        : take.label < 0 ? 'background taken for a gesture'
-        : isNumber(take.outcome) ? 'taken for another' : take.outcome;
-    const entry = counts.get(what) ?? {good: isRight(take), count: 0};
+  for (const example of data.examples) {
+    const what = isRight(example) ? example.label < 0 ? 'background kept out' : 'right'
+        : example.label < 0 ? 'background classified as a gesture'
+        : isNumber(example.outcome) ? 'misclassified' : example.outcome;
+    const entry = counts.get(what) ?? {good: isRight(example), count: 0};
     ++entry.count;
     counts.set(what, entry);
   }
@@ -47,9 +47,9 @@ function showHeader(data) {
   }
 }
 
-// ---- what became of the takes ----------------------------------------------------------
+// ---- results ----------------------------------------------------------
 
-function showMatrix(data, showTakes) {
+function showMatrix(data, showExamples) {
   const {columns, rows} = data.matrix;
   const share = (value) => value === null ? '–' : percent(value);
   const table = el('table', {}, el('thead', {}, el('tr', {},
@@ -63,10 +63,10 @@ function showMatrix(data, showTakes) {
       const outcome = columns[i];
       const right = isRight({label: row.label, outcome});
       const button = el('button', {type: 'button', 'aria-label':
-        `${plural(count, 'take')} of ${nameOf(data, row.label)}, reported as ${outcome}`},
+        `${plural(count, 'example')} of ${nameOf(data, row.label)}, reported as ${outcome}`},
       String(count));
       button.style.setProperty('--share', `${Math.round(12 + 28 * count / all)}%`);
-      button.addEventListener('click', () => showTakes(row.label, outcome));
+      button.addEventListener('click', () => showExamples(row.label, outcome));
       return el('td', right ? {class: 'right'} : {}, button);
     });
     body.append(el('tr', {}, el('th', {scope: 'row'}, nameOf(data, row.label)), ...cells,
@@ -101,7 +101,7 @@ function latencyFigure(latencies) {
   const most = Math.max(...bins.values());
   const f = frame(pictureWidth(), 170, [first, last], [0, most]);
   addLevels(f, 0, most);
-  addFooter(f, `${first * kBinMs} ms`, `takes in each ${kBinMs} ms`, `${last * kBinMs} ms`);
+  addFooter(f, `${first * kBinMs} ms`, `examples in each ${kBinMs} ms`, `${last * kBinMs} ms`);
   for (const [bin, count] of bins) {
     f.picture.append(svg('rect', {class: 'bar', x: f.x(bin) + 1, y: f.y(count),
       width: Math.max(f.x(bin + 1) - f.x(bin) - 2, 1), height: f.bottom - f.y(count)}));
@@ -115,38 +115,38 @@ function showMeasured(data) {
     el('div', {}, el('dt', {}, name), el('dd', {}, value)))));
   const figures = el('div', {class: 'figures'});
   if (m.misses.length > 0) {
-    figures.append(figure('Takes that were not reported as their class, by cause',
+    figures.append(figure('Examples that were not reported as their class, by cause',
         barFigure(m.misses)));
   }
   if (m.latencies.length > 0) {
-    figures.append(figure('Latency: from the labelled end of a take to its event',
+    figures.append(figure('Latency: from the labelled end of a repetition to its event',
         latencyFigure(m.latencies)));
   }
   $('#measured').append(figures);
   if (m.folds.length > 1) {
     $('#measured').append(el('div', {class: 'wide', tabindex: 0, role: 'region',
       'aria-label': 'What was left out'}, el('table', {class: 'plain'},
-    el('thead', {}, el('tr', {}, ...['Left out', 'Takes', 'Right', 'Templates',
-      'From samples'].map((name) => el('th', {scope: 'col'}, name)))),
+    el('thead', {}, el('tr', {}, ...['Left out', 'Repetitions', 'Right', 'Templates',
+      'From examples'].map((name) => el('th', {scope: 'col'}, name)))),
     el('tbody', {}, ...m.folds.map((fold) => el('tr', {},
         ...fold.map((cell) => el('td', {}, String(cell)))))))));
   }
 }
 
-// ---- takes -----------------------------------------------------------------------------
+// ---- examples -----------------------------------------------------------------------------
 
-function takeFigures(data, take) {
+function exampleFigures(data, example) {
   const figures = el('div', {class: 'figures'});
-  if (take.trace === null) return figures;
-  const shown = [[`This take, x, y, z`, take.trace]];
+  if (example.trace === null) return figures;
+  const shown = [[`This example, x, y, z`, example.trace]];
   const add = (title, place, score) => {
     const e = data.exemplars[place];
     shown.push([`${title}, ${e.name} of ${nameOf(data, e.label)}: x, y, z` +
         (score === null ? '' : `, score ${score.toFixed(4)}`), e.trace]);
   };
-  if (take.nearest !== null) add('The nearest template', take.nearest, take.score);
-  if (take.own !== null && take.own !== take.nearest) {
-    add('The nearest of its own class', take.own, take.own_score);
+  if (example.nearest !== null) add('The nearest template', example.nearest, example.score);
+  if (example.own !== null && example.own !== example.nearest) {
+    add('The nearest of its own class', example.own, example.own_score);
   }
   const range = rangeOf(shown.flatMap(([, trace]) => trace.map((values) => [values])));
   const end = Math.max(...shown.map(([, trace]) => lengthOf(data, trace)));
@@ -159,39 +159,39 @@ function takeFigures(data, take) {
   return figures;
 }
 
-function takeItem(data, take) {
+function exampleItem(data, example) {
   const body = el('div', {class: 'body'});
   const words = [];
-  if (take.score !== null) {
-    words.push(`Nearest to ${nameOf(data, take.named)} with ${take.score.toFixed(4)}` +
-        (take.threshold === null ? '.' : `; more than ${take.threshold.toFixed(4)} is accepted.`));
+  if (example.score !== null) {
+    words.push(`Nearest to ${nameOf(data, example.nearest_class)} with ${example.score.toFixed(4)}` +
+        (example.threshold === null ? '.' : `; more than ${example.threshold.toFixed(4)} is accepted.`));
   }
-  if (take.why) words.push(take.why[0].toUpperCase() + take.why.slice(1) + '.');
-  const item = el('details', {class: 'card take'}, el('summary', {},
-      el('span', {class: 'when'}, take.name),
-      el('span', {}, nameOf(data, take.label)),
-      chip(isRight(take), outcomeText(take)),
+  if (example.why) words.push(example.why[0].toUpperCase() + example.why.slice(1) + '.');
+  const item = el('details', {class: 'card example'}, el('summary', {},
+      el('span', {class: 'when'}, example.name),
+      el('span', {}, nameOf(data, example.label)),
+      chip(isRight(example), outcomeText(example)),
       el('p', {class: 'why'}, words.join(' '))), body);
   item.addEventListener('toggle', () => {
-    if (item.open && body.childElementCount === 0) body.append(takeFigures(data, take));
+    if (item.open && body.childElementCount === 0) body.append(exampleFigures(data, example));
   });
   return item;
 }
 
 const kOutstanding = 'outstanding';
 
-// Wrong takes, the worst first; then the least alike of each class that are right.
+// Wrong examples, the worst first; then the least alike of each class that are right.
 function outstanding(data) {
-  const score = (take) => take.score ?? -Infinity;
-  const wrong = data.takes.filter((take) => !isRight(take));
+  const score = (example) => example.score ?? -Infinity;
+  const wrong = data.examples.filter((example) => !isRight(example));
   const far = data.classes.flatMap((c) =>
-    data.takes.filter((take) => take.label === c.label && isRight(take) && take.score !== null)
+    data.examples.filter((example) => example.label === c.label && isRight(example) && example.score !== null)
         .sort((a, b) => a.score - b.score).slice(0, kFarthest));
   const byScore = (a, b) => score(a) - score(b);
   return [...wrong.sort(byScore), ...far.sort(byScore)];
 }
 
-function showTakes(data) {
+function showExamples(data) {
   const filter = $('#filter');
   const lists = new Map([[kOutstanding, outstanding(data)]]);
   filter.append(el('option', {value: kOutstanding},
@@ -201,8 +201,8 @@ function showTakes(data) {
     data.matrix.columns.forEach((outcome, i) => {
       if (row.counts[i] === 0) return;
       const key = `${row.label} ${outcome}`;
-      const list = data.takes.filter((take) =>
-        take.label === row.label && take.outcome === outcome);
+      const list = data.examples.filter((example) =>
+        example.label === row.label && example.outcome === outcome);
       lists.set(key, list);
       filter.append(el('option', {value: key}, `${nameOf(data, row.label)}, ` +
           `${isNumber(outcome) ? 'reported ' : ''}${outcome} (${list.length})`));
@@ -210,8 +210,8 @@ function showTakes(data) {
   }
   const show = () => {
     const list = lists.get(filter.value);
-    $('#list').replaceChildren(...list.slice(0, kMostListed).map((take) =>
-      takeItem(data, take)));
+    $('#list').replaceChildren(...list.slice(0, kMostListed).map((example) =>
+      exampleItem(data, example)));
     if (list.length === 0) $('#list').append(el('p', {}, 'There is none.'));
     $('#left-out').hidden = list.length <= kMostListed;
     $('#left-out').textContent = `The first ${kMostListed} of ${list.length}.`;
@@ -221,7 +221,7 @@ function showTakes(data) {
   return (label, outcome) => {
     filter.value = `${label} ${outcome}`;
     show();
-    $('#takes').scrollIntoView({block: 'start'});
+    $('#examples').scrollIntoView({block: 'start'});
     filter.focus({preventScroll: true});
   };
 }
@@ -262,20 +262,20 @@ function showCost(data) {
                   ...figures.map((v) => el('td', {}, String(v)))))))));
   if (cost.sweep.length > 0) {
     $('#cost').append(el('div', {class: 'figures'}, figure(
-        'Named right, leaving one out, in percent, for each set of templates that was ' +
+        'Classified right, leaving one out, in percent, for each set of templates that was ' +
         'tried: the chosen one is larger, hollow ones have too many for a class',
         sweepFigure(cost.sweep))));
   }
 }
 
 start((data) => {
-  for (const one of [...data.takes, ...data.exemplars]) {
+  for (const one of [...data.examples, ...data.exemplars]) {
     if (one.trace === null) continue;
     one.trace = one.trace.map(unpack);
     one.trace.points = one.points;
   }
   showHeader(data);
-  const show = showTakes(data);
+  const show = showExamples(data);
   showMatrix(data, show);
   showMeasured(data);
   showClasses(data);

@@ -17,15 +17,15 @@ namespace wgr {
 
 using Json = nlohmann::ordered_json;
 
-static constexpr double kShapeUnit = 0.01;     // how fine a trace is drawn
-static constexpr double kUsualPoints = 45.0;   // of a motion, for the cost
-static constexpr size_t kPointsPerTake = 400;  // at first; halved until all fit
+static constexpr double kShapeUnit = 0.01;        // how fine a trace is drawn
+static constexpr double kUsualPoints = 45.0;      // of a motion, for the cost
+static constexpr size_t kPointsPerExample = 400;  // at first; halved until all fit
 static constexpr size_t kLeastPoints = 8;
 static constexpr size_t kMostForTraces = 3'500'000;  // characters of base64
 static constexpr int kBackgroundRow = -1;
 
 void find_likeness(const std::vector<Exemplar>& exemplars, const std::vector<size_t>& met,
-                   int k, AccountedTake& take) {
+                   int k, PageExample& example) {
   HGR classifier(0);
   // The first of equals, as in the classifier.
   const auto better = [](const std::optional<Likeness>& old, double score) {
@@ -33,10 +33,10 @@ void find_likeness(const std::vector<Exemplar>& exemplars, const std::vector<siz
   };
   for (const size_t place : met) {
     const double score = static_cast<double>(
-        classifier.cal_simlarity(take.trace, exemplars[place].trace, k));
-    if (better(take.best, score)) take.best = Likeness{place, score};
-    if (exemplars[place].label != take.label) continue;
-    if (better(take.own, score)) take.own = Likeness{place, score};
+        classifier.cal_simlarity(example.trace, exemplars[place].trace, k));
+    if (better(example.best, score)) example.best = Likeness{place, score};
+    if (exemplars[place].label != example.label) continue;
+    if (better(example.own, score)) example.own = Likeness{place, score};
   }
 }
 
@@ -52,7 +52,7 @@ static size_t reports_of(const std::string& label, const Counts& counts) {
   return sum;
 }
 
-static Json row_json(const ModelAccount& account, int label, Counts& counts,
+static Json row_json(const PageData& page_data, int label, Counts& counts,
                      const std::vector<std::string>& columns) {
   std::map<std::string, size_t>& row = counts[label];
   Json json = {{"label", label},
@@ -69,20 +69,20 @@ static Json row_json(const ModelAccount& account, int label, Counts& counts,
   json["recall"] = share(row[own], all);
   const size_t reports = reports_of(own, counts);
   if (reports > 0) json["precision"] = share(row[own], reports);
-  const auto given = account.precision.find(label);
-  if (given != account.precision.end()) json["precision"] = given->second;
+  const auto given = page_data.precision.find(label);
+  if (given != page_data.precision.end()) json["precision"] = given->second;
   return json;
 }
 
-// What was reported for which takes; background is one row, the last.
-static Json matrix_json(const ModelAccount& account) {
+// What was reported for which examples; background is one row, the last.
+static Json matrix_json(const PageData& page_data) {
   Counts counts;
   std::set<std::string> outcomes;
-  for (const ClassAccount& c : account.classes) outcomes.insert(std::to_string(c.label));
-  for (const AccountedTake& take : account.takes) {
-    ++counts[std::max(take.label, kBackgroundRow)][take.outcome];
-    outcomes.insert(take.outcome);
-    if (take.label >= 0) outcomes.insert(std::to_string(take.label));
+  for (const PageClass& c : page_data.classes) outcomes.insert(std::to_string(c.label));
+  for (const PageExample& example : page_data.examples) {
+    ++counts[std::max(example.label, kBackgroundRow)][example.outcome];
+    outcomes.insert(example.outcome);
+    if (example.label >= 0) outcomes.insert(std::to_string(example.label));
   }
   const std::vector<std::string> columns = outcome_columns(outcomes);
   std::vector<int> labels;
@@ -92,7 +92,7 @@ static Json matrix_json(const ModelAccount& account) {
   if (counts.count(kBackgroundRow) > 0) labels.push_back(kBackgroundRow);
   Json rows = Json::array();
   for (const int label : labels)
-    rows.push_back(row_json(account, label, counts, columns));
+    rows.push_back(row_json(page_data, label, counts, columns));
   return {{"columns", columns}, {"rows", rows}};
 }
 
@@ -107,39 +107,39 @@ static Json trace_json(const Points& trace, size_t k, size_t most) {
   return axes_json(trace, count, bucket_for(count, most), kShapeUnit);
 }
 
-static Json takes_json(const ModelAccount& account, size_t k, size_t most) {
+static Json examples_json(const PageData& page_data, size_t k, size_t most) {
   Json all = Json::array();
-  for (const AccountedTake& take : account.takes) {
-    Json json = {{"name", take.name},
-                 {"label", take.label},
-                 {"outcome", take.outcome},
-                 {"why", take.why},
-                 {"named", nullptr},
+  for (const PageExample& example : page_data.examples) {
+    Json json = {{"name", example.name},
+                 {"label", example.label},
+                 {"outcome", example.outcome},
+                 {"why", example.why},
+                 {"nearest_class", nullptr},
                  {"score", nullptr},
                  {"threshold", nullptr},
                  {"nearest", nullptr},
                  {"own", nullptr},
                  {"own_score", nullptr},
-                 {"points", points_of(take.trace, k)},
-                 {"trace", trace_json(take.trace, k, most)}};
-    if (take.best) {
-      json["named"] = account.exemplars[take.best->exemplar].label;
-      json["score"] = take.best->score;
-      json["nearest"] = take.best->exemplar;
+                 {"points", points_of(example.trace, k)},
+                 {"trace", trace_json(example.trace, k, most)}};
+    if (example.best) {
+      json["nearest_class"] = page_data.exemplars[example.best->exemplar].label;
+      json["score"] = example.best->score;
+      json["nearest"] = example.best->exemplar;
     }
-    if (take.threshold) json["threshold"] = *take.threshold;
-    if (take.own) {
-      json["own"] = take.own->exemplar;
-      json["own_score"] = take.own->score;
+    if (example.threshold) json["threshold"] = *example.threshold;
+    if (example.own) {
+      json["own"] = example.own->exemplar;
+      json["own_score"] = example.own->score;
     }
     all.push_back(std::move(json));
   }
   return all;
 }
 
-static Json exemplars_json(const ModelAccount& account, size_t k, size_t most) {
+static Json exemplars_json(const PageData& page_data, size_t k, size_t most) {
   Json all = Json::array();
-  for (const Exemplar& e : account.exemplars) {
+  for (const Exemplar& e : page_data.exemplars) {
     all.push_back({{"name", e.name},
                    {"label", e.label},
                    {"points", points_of(e.trace, k)},
@@ -148,10 +148,10 @@ static Json exemplars_json(const ModelAccount& account, size_t k, size_t most) {
   return all;
 }
 
-static Json cost_json(const ModelAccount& account, size_t k) {
+static Json cost_json(const PageData& page_data, size_t k) {
   std::map<int, std::pair<size_t, size_t>> of;  // templates, points
   size_t points = 0;
-  for (const auto& [label, trace] : account.model.templates) {
+  for (const auto& [label, trace] : page_data.model.templates) {
     const size_t count = points_of(trace, k);
     ++of[label].first;
     of[label].second += count;
@@ -163,48 +163,48 @@ static Json cost_json(const ModelAccount& account, size_t k) {
         {{"label", label}, {"templates", figures.first}, {"points", figures.second}});
   }
   return {{"usual_points", kUsualPoints},
-          {"templates", account.model.templates.size()},
+          {"templates", page_data.model.templates.size()},
           {"points", points},
           {"classes", classes},
-          {"note", account.cost_note},
-          {"sweep", account.sweep}};
+          {"note", page_data.cost_note},
+          {"sweep", page_data.sweep}};
 }
 
-static Json classes_json(const ModelAccount& account) {
+static Json classes_json(const PageData& page_data) {
   Json classes = Json::array();
-  for (const ClassAccount& c : account.classes) {
+  for (const PageClass& c : page_data.classes) {
     classes.push_back({{"label", c.label},
-                       {"name", class_name(c.label, account.provenance)},
+                       {"name", class_name(c.label, page_data.provenance)},
                        {"thresholds", c.thresholds},
                        {"note", c.note}});
   }
   return classes;
 }
 
-static Json measured_json(const ModelAccount& account) {
+static Json measured_json(const PageData& page_data) {
   Json facts = Json::array();
-  for (const auto& [name, value] : account.measured) facts.push_back({name, value});
+  for (const auto& [name, value] : page_data.measured) facts.push_back({name, value});
   Json misses = Json::array();
-  for (const auto& [cause, count] : account.misses) misses.push_back({cause, count});
+  for (const auto& [cause, count] : page_data.misses) misses.push_back({cause, count});
   return {{"facts", facts},
           {"misses", misses},
-          {"latencies", account.latencies},
-          {"folds", account.folds}};
+          {"latencies", page_data.latencies},
+          {"folds", page_data.folds}};
 }
 
-std::string model_page(const ModelAccount& account) {
-  const size_t k = static_cast<size_t>(std::max(account.model.havegravity, 0));
-  Json data = {{"title", account.title},
-               {"facts", account.facts},
-               {"rate", account.provenance.rate},
-               {"normalised", account.model.normalize != 0},
-               {"classes", classes_json(account)},
-               {"matrix", matrix_json(account)},
-               {"measured", measured_json(account)},
-               {"cost", cost_json(account, k)}};
-  for (size_t most = kPointsPerTake;; most /= 2) {
-    data["takes"] = takes_json(account, k, most);
-    data["exemplars"] = exemplars_json(account, k, most);
+std::string model_page(const PageData& page_data) {
+  const size_t k = static_cast<size_t>(std::max(page_data.model.havegravity, 0));
+  Json data = {{"title", page_data.title},
+               {"facts", page_data.facts},
+               {"rate", page_data.provenance.rate},
+               {"normalised", page_data.model.normalize != 0},
+               {"classes", classes_json(page_data)},
+               {"matrix", matrix_json(page_data)},
+               {"measured", measured_json(page_data)},
+               {"cost", cost_json(page_data, k)}};
+  for (size_t most = kPointsPerExample;; most /= 2) {
+    data["examples"] = examples_json(page_data, k, most);
+    data["exemplars"] = exemplars_json(page_data, k, most);
     if (most <= kLeastPoints || packed_size(data) <= kMostForTraces) break;
   }
   return page_of({"wgr",

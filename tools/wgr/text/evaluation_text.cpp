@@ -19,17 +19,20 @@ static std::string percent(const std::optional<double>& share) {
   return share ? percent(*share) : "-";
 }
 
-// A column of nine characters, or a space where the text leaves none.
-static constexpr char kColumn[] = " {:>8}";
+// A value below the head of its column, which has at least nine characters.
+static std::string in_column(const std::string& value, const std::string& head) {
+  return fmt::format(" {:>{}}", value, std::max<size_t>(head.size(), 8));
+}
 
 std::vector<std::string> outcome_columns(const std::set<std::string>& outcomes) {
   std::set<int> labels;
   for (const std::string& outcome : outcomes) {
-    if (outcome != kRefused && outcome != kNothing) labels.insert(std::stoi(outcome));
+    if (outcome != kOutcomeRejected && outcome != kOutcomeNotDetected)
+      labels.insert(std::stoi(outcome));
   }
   std::vector<std::string> columns;
   for (const int label : labels) columns.push_back(std::to_string(label));
-  for (const char* word : {kRefused, kNothing}) {
+  for (const char* word : {kOutcomeRejected, kOutcomeNotDetected}) {
     if (outcomes.count(word) > 0) columns.push_back(word);
   }
   return columns;
@@ -48,8 +51,8 @@ static std::string confusion_text(const Evaluation& result,
                                   const Provenance& provenance) {
   const std::vector<std::string> columns = columns_of(result);
   std::string text = fmt::format("{:20}", "class \\ reported as");
-  for (const std::string& column : columns) text += fmt::format(kColumn, column);
-  text += fmt::format(kColumn, "recall") + fmt::format(kColumn, "precision") + "\n";
+  for (const std::string& column : columns) text += in_column(column, column);
+  text += in_column("recall", "") + in_column("precision", "") + "\n";
   for (const auto& [label, row] : result.confusion) {
     std::string head = std::to_string(label);
     const std::string name = class_name(label, provenance);
@@ -58,30 +61,29 @@ static std::string confusion_text(const Evaluation& result,
     text += head;
     for (const std::string& column : columns) {
       const auto found = row.find(column);
-      text +=
-          fmt::format(kColumn, found == row.end() ? "." : std::to_string(found->second));
+      text += in_column(found == row.end() ? "." : std::to_string(found->second), column);
     }
-    text += fmt::format(kColumn, percent(result.recall(label))) +
-            fmt::format(kColumn, percent(result.precision(label))) + "\n";
+    text += in_column(percent(result.recall(label)), "") +
+            in_column(percent(result.precision(label)), "") + "\n";
   }
   return text;
 }
 
-static std::string text_of_takes(const Evaluation& result, const Provenance& provenance) {
-  if (result.takes == 0) return "";
+static std::string text_of_repetitions(const Evaluation& result,
+                                       const Provenance& provenance) {
+  if (result.repetitions == 0) return "";
   std::string text =
-      fmt::format("accuracy       {}: {} of {} takes reported as their class",
-                  percent(result.accuracy()), result.right, result.takes);
-  if (result.whole > 0) {
-    text += fmt::format(" ({} of them cut beforehand and not played as streams)",
-                        result.whole);
+      fmt::format("accuracy:        {}: {} of {} repetitions reported as their class",
+                  percent(result.accuracy()), result.right, result.repetitions);
+  if (result.pre_segmented > 0) {
+    text += fmt::format(" ({} of them pre-segmented and not played as streams)",
+                        result.pre_segmented);
   }
   text += fmt::format(
-      "\nof kept takes  {} of {}; {} are nearest to a template of their class",
-      percent(result.kept_accuracy()), result.kept, percent(result.named()));
-  if (const auto all = result.named_by_all()) {
-    text +=
-        fmt::format("; {} with every kept take of the rest as a template", percent(*all));
+      "\nof those kept:   {} of {}; {} classified right whatever the score",
+      percent(result.kept_accuracy()), result.kept, percent(result.classified_right()));
+  if (const auto all = result.baseline_1nn()) {
+    text += fmt::format("; 1-NN baseline {}", percent(*all));
   }
   text += fmt::format("\n\n{}\n", confusion_text(result, provenance));
   for (const auto& [cause, count] : result.misses) {
@@ -92,34 +94,35 @@ static std::string text_of_takes(const Evaluation& result, const Provenance& pro
 
 static std::string text_of_background(const Evaluation& result) {
   const auto rate = result.false_positives_per_hour();
-  if (!rate) return "false events   no background to count them in\n";
+  if (!rate) return "false positives: no background to count them in\n";
   return fmt::format(
-      "false events   {} in {:.3f} h of background: {:.2f} an hour, no more than "
+      "false positives: {} in {:.3f} h of background: {:.2f} an hour, no more than "
       "{:.1f} with 95 % confidence; {} motions reported there as like no gesture\n",
-      result.false_events, result.background_hours, *rate, *result.false_per_hour_bound(),
-      result.refused_outside);
+      result.false_positives, result.background_hours, *rate,
+      *result.false_per_hour_bound(), result.rejected_outside);
 }
 
 std::string text_of(const Evaluation& result, const Provenance& provenance) {
-  std::string text = text_of_takes(result, provenance) + text_of_background(result);
+  std::string text = text_of_repetitions(result, provenance) + text_of_background(result);
   if (const auto median = result.latency(0.5)) {
     text += fmt::format(
-        "latency        {:.0f} ms, at most {:.0f} ms, from the labelled end of a take to "
-        "its event\n",
+        "latency:         {:.0f} ms, at most {:.0f} ms, from the labelled end of a "
+        "repetition to its event\n",
         *median * kMsPerSecond, *result.latency(1.0) * kMsPerSecond);
   }
   if (result.folds.size() > 1) text += "\n";
   for (size_t i = 0; result.folds.size() > 1 && i < result.folds.size(); ++i) {
     const Fold& fold = result.folds[i];
     text += fmt::format(
-        "left out {}: {} of {} takes right; {} templates from {} samples\n",
-        shown(fold.left_out), fold.right, fold.takes, fold.templates, fold.samples);
+        "left out {}: {} of {} repetitions right; {} templates from {} examples\n",
+        shown(fold.left_out), fold.right, fold.repetitions, fold.templates,
+        fold.examples);
   }
   return text;
 }
 
-static std::optional<double> of_takes(size_t takes, double value) {
-  if (takes == 0) return std::nullopt;
+static std::optional<double> of_repetitions(size_t repetitions, double value) {
+  if (repetitions == 0) return std::nullopt;
   return value;
 }
 
@@ -129,14 +132,15 @@ static Json or_null(const std::optional<double>& value) {
 
 Json to_json(const Evaluation& result, const Provenance& provenance) {
   Json json;
-  json["takes"] = result.takes;
+  json["repetitions"] = result.repetitions;
   json["right"] = result.right;
-  json["accuracy"] = or_null(of_takes(result.takes, result.accuracy()));
+  json["accuracy"] = or_null(of_repetitions(result.repetitions, result.accuracy()));
   json["kept"] = result.kept;
-  json["kept_accuracy"] = or_null(of_takes(result.kept, result.kept_accuracy()));
-  json["named"] = or_null(of_takes(result.kept, result.named()));
-  json["named_by_all"] = or_null(result.named_by_all());
-  json["cut_beforehand"] = result.whole;
+  json["kept_accuracy"] = or_null(of_repetitions(result.kept, result.kept_accuracy()));
+  json["classified_right"] =
+      or_null(of_repetitions(result.kept, result.classified_right()));
+  json["baseline_1nn"] = or_null(result.baseline_1nn());
+  json["pre_segmented"] = result.pre_segmented;
   json["confusion"] = Json::object();
   json["classes"] = Json::object();
   for (const auto& [label, row] : result.confusion) {
@@ -147,8 +151,8 @@ Json to_json(const Evaluation& result, const Provenance& provenance) {
                                {"precision", or_null(result.precision(label))}};
   }
   json["misses"] = result.misses;
-  json["false_events"] = result.false_events;
-  json["reported_as_no_gesture"] = result.refused_outside;
+  json["false_positives"] = result.false_positives;
+  json["reported_as_no_gesture"] = result.rejected_outside;
   json["background_hours"] = result.background_hours;
   json["false_positives_per_hour"] = or_null(result.false_positives_per_hour());
   json["false_per_hour_bound_95"] = or_null(result.false_per_hour_bound());
@@ -157,9 +161,9 @@ Json to_json(const Evaluation& result, const Provenance& provenance) {
   json["folds"] = Json::array();
   for (const Fold& fold : result.folds) {
     json["folds"].push_back({{"left_out", fold.left_out},
-                             {"samples", fold.samples},
+                             {"examples", fold.examples},
                              {"templates", fold.templates},
-                             {"takes", fold.takes},
+                             {"repetitions", fold.repetitions},
                              {"right", fold.right}});
   }
   return json;
@@ -177,10 +181,11 @@ struct Figure {
 
 static constexpr Figure kFigures[] = {
     {"accuracy", true,
-     [](const Evaluation& e) { return of_takes(e.takes, e.accuracy()); }},
+     [](const Evaluation& e) { return of_repetitions(e.repetitions, e.accuracy()); }},
     {"kept_accuracy", true,
-     [](const Evaluation& e) { return of_takes(e.kept, e.kept_accuracy()); }},
-    {"named", true, [](const Evaluation& e) { return of_takes(e.kept, e.named()); }},
+     [](const Evaluation& e) { return of_repetitions(e.kept, e.kept_accuracy()); }},
+    {"classified_right", true,
+     [](const Evaluation& e) { return of_repetitions(e.kept, e.classified_right()); }},
     {"false_positives_per_hour", false,
      [](const Evaluation& e) { return e.false_positives_per_hour(); }},
     {"latency", false, [](const Evaluation& e) { return e.latency(0.5); }},
@@ -188,7 +193,7 @@ static constexpr Figure kFigures[] = {
 
 static constexpr NumberRange kRequired = number_from(-1e6, 1e6);
 
-static const Figure* figure_named(const std::string& name) {
+static const Figure* figure_of(const std::string& name) {
   for (const Figure& figure : kFigures) {
     if (name == figure.name) return &figure;
   }
@@ -200,7 +205,7 @@ std::string fault_in_requirement(const std::string& text) {
   const std::string figure = text.substr(0, sign);
   std::vector<std::string> names;
   for (const Figure& known : kFigures) names.push_back(known.name);
-  if (figure_named(figure) == nullptr) {
+  if (figure_of(figure) == nullptr) {
     std::string all;
     for (const std::string& name : names) all += (all.empty() ? "" : ", ") + name;
     return fmt::format("FIGURE=VALUE is wanted, with one of {}, not {}{}", all,
@@ -219,7 +224,7 @@ Requirement parse(const std::string& text) {
 }
 
 std::string failure_of(const Requirement& requirement, const Evaluation& result) {
-  const Figure& figure = *figure_named(requirement.figure);
+  const Figure& figure = *figure_of(requirement.figure);
   const std::optional<double> value = figure.value(result);
   if (!value)
     return requirement.figure + " is required, but there was nothing to measure";

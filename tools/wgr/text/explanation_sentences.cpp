@@ -9,7 +9,7 @@ namespace wgr {
 static constexpr int kScoreDecimals = 4;
 static constexpr size_t kMostlyPercent = 50;
 
-std::string span_text(double begin, double end) {
+std::string interval_text(double begin, double end) {
   return fmt::format("{:.3f} s to {:.3f} s", begin, end);
 }
 
@@ -28,7 +28,7 @@ static std::string score_text(float score) {
   return fmt::format("{:.{}f}", score, kScoreDecimals);
 }
 
-static std::string lost_attitude(const MotionAccount& m) {
+static std::string lost_attitude(const MotionExplanation& m) {
   if (!m.lost_at) return "Its numbers overflowed, so nothing could be compared.";
   const std::string where =
       fmt::format("sample {} of {} ({} into the recording)", *m.lost_at + 1, m.kept(),
@@ -43,7 +43,7 @@ static std::string lost_attitude(const MotionAccount& m) {
       where, m.zero_rate ? " (the rate is exactly zero there)." : ".");
 }
 
-static std::string best_text(const MotionAccount& m) {
+static std::string best_text(const MotionExplanation& m) {
   const TemplateScore& best = m.scores.front();
   std::string text = fmt::format("template {} of class {} scores {}", best.index + 1,
                                  best.label, score_text(best.score));
@@ -54,7 +54,7 @@ static std::string best_text(const MotionAccount& m) {
   return text;
 }
 
-static std::string ending_text(Ending ending, const MotionAccount& m,
+static std::string ending_text(Ending ending, const MotionExplanation& m,
                                const Settings& settings) {
   switch (ending) {
     case Ending::kRecognised:
@@ -95,14 +95,15 @@ static std::string ending_text(Ending ending, const MotionAccount& m,
           "of length zero.",
           m.compared_templates);
     case Ending::kNeverReported:
-      return fmt::format("It is most like {}; but a host is never told of class {}.",
+      return fmt::format("It is most like {}; but class {} is never reported to a host.",
                          best_text(m), m.scores.front().label);
     default:
       return "";
   }
 }
 
-static std::string circumstance_text(Circumstance circumstance, const MotionAccount& m,
+static std::string circumstance_text(Circumstance circumstance,
+                                     const MotionExplanation& m,
                                      const Settings& settings) {
   switch (circumstance) {
     case Circumstance::kUnfinished:
@@ -123,13 +124,13 @@ static std::string circumstance_text(Circumstance circumstance, const MotionAcco
   }
 }
 
-static std::string cause_text(const Cause& cause, const MotionAccount& m,
+static std::string cause_text(const Cause& cause, const MotionExplanation& m,
                               const Settings& settings) {
   return cause.ending() ? ending_text(*cause.ending(), m, settings)
                         : circumstance_text(cause.circumstance(), m, settings);
 }
 
-std::string sentence_for(const MotionAccount& m, const Settings& settings) {
+std::string sentence_for(const MotionExplanation& m, const Settings& settings) {
   std::string text = cause_text(m.cause, m, settings);
   for (const Cause& cause : m.also) {
     if (m.cause == Circumstance::kCutByReport) {
@@ -175,7 +176,7 @@ std::string sentence_for(const Expected& x, const Explanation& e) {
   std::string text;
   if (x.no_motion) text = text_of(*x.no_motion);
   if (x.motion) {
-    const MotionAccount& m = e.motions[*x.motion];
+    const MotionExplanation& m = e.motions[*x.motion];
     if (x.cause == Circumstance::kSharedMotion) {
       text =
           "The wrist did not rest between two gestures, so they were one motion, which "

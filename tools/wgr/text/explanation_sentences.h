@@ -9,7 +9,7 @@ namespace wgr {
 
 // Which cause decided, and by how much; then, if anything, what would have stopped it as
 // well and what is odd about where the motion is.
-std::string sentence_for(const MotionAccount& motion, const Settings& settings);
+std::string sentence_for(const MotionExplanation& motion, const Settings& settings);
 
 // What became of an expected gesture.
 std::string sentence_for(const Expected& expected, const Explanation& explanation);
@@ -18,6 +18,6 @@ std::string sentence_for(const Expected& expected, const Explanation& explanatio
 std::string sentence_for(const RestStretch& rest, const Settings& settings);
 
 // "2.040 s to 2.830 s"
-std::string span_text(double begin, double end);
+std::string interval_text(double begin, double end);
 
 }  // namespace wgr

@@ -47,14 +47,14 @@ static std::string header(const Explanation& e) {
   return text;
 }
 
-static void append_scores(std::string& text, const MotionAccount& m) {
+static void append_scores(std::string& text, const MotionExplanation& m) {
   if (m.scores.empty()) return;
-  text += "    template  class    score  threshold   margin\n";
+  text += "    template  class    score  threshold  decision margin\n";
   for (size_t i = 0; i < std::min(kTemplatesShown, m.scores.size()); ++i) {
     const TemplateScore& score = m.scores[i];
-    const auto margin = score.margin();
+    const auto margin = score.decision_margin();
     text += fmt::format(
-        "{:12}{:7}{:9.4f}{:>11}{:>9}\n", score.index + 1, score.label, score.score,
+        "{:12}{:7}{:9.4f}{:>11}{:>17}\n", score.index + 1, score.label, score.score,
         score.threshold ? fmt::format("{:.4f}", *score.threshold) : "none",
         margin ? fmt::format("{:.4f}", *margin) : "");
   }
@@ -62,10 +62,10 @@ static void append_scores(std::string& text, const MotionAccount& m) {
 
 static std::string flag(bool yes) { return yes ? "yes" : "no"; }
 
-static void append_motion(std::string& text, size_t number, const MotionAccount& m,
+static void append_motion(std::string& text, size_t number, const MotionExplanation& m,
                           const Settings& settings) {
   text += fmt::format(
-      "\nmotion {}  {}  {}{}\n", number, span_text(m.begin, m.end), name_of(m.cause),
+      "\nmotion {}  {}  {}{}\n", number, interval_text(m.begin, m.end), name_of(m.cause),
       m.reported ? fmt::format("  class {}", *m.reported) : std::string());
   append_wrapped(text, "  ", sentence_for(m, settings));
   if (m.cause == Circumstance::kWrongMode) return;
@@ -86,22 +86,22 @@ static void append_motion(std::string& text, size_t number, const MotionAccount&
 
 static std::string expected_text(const Explanation& e) {
   if (e.expected.empty()) return "";
-  const auto came =
+  const auto recognised =
       std::count_if(e.expected.begin(), e.expected.end(),
                     [](const Expected& x) { return x.cause == Ending::kRecognised; });
-  std::string text =
-      fmt::format("\nexpected gestures that came: {} of {}\n", came, e.expected.size());
+  std::string text = fmt::format("\nexpected gestures recognised: {} of {}\n", recognised,
+                                 e.expected.size());
   for (const Expected& x : e.expected) {
     if (x.cause == Ending::kRecognised) continue;
-    text += fmt::format("  class {} at {}  {}{}\n", x.label, span_text(x.begin, x.end),
-                        name_of(x.cause),
+    text += fmt::format("  class {} at {}  {}{}\n", x.label,
+                        interval_text(x.begin, x.end), name_of(x.cause),
                         x.motion ? fmt::format(", motion {}", *x.motion + 1) : "");
     append_wrapped(text, "    ", sentence_for(x, e));
   }
   return text;
 }
 
-void write_text_account(const Explanation& e, const TextSink& sink) {
+void write_text_explanation(const Explanation& e, const TextSink& sink) {
   std::string text = header(e) + expected_text(e);
   const auto flush = [&] {
     sink(text);
@@ -116,7 +116,7 @@ void write_text_account(const Explanation& e, const TextSink& sink) {
   for (const RestStretch& rest : e.rests) {
     append_wrapped(
         text, "  ",
-        span_text(rest.begin, rest.end) + ": " + sentence_for(rest, e.settings));
+        interval_text(rest.begin, rest.end) + ": " + sentence_for(rest, e.settings));
     flush();
   }
   flush();
@@ -133,7 +133,7 @@ static Json vector_json(const Point3Df& p) {
   return Json::array({number(p.x), number(p.y), number(p.z)});
 }
 
-static Json scores_json(const MotionAccount& m) {
+static Json scores_json(const MotionExplanation& m) {
   Json scores = Json::array();
   for (size_t i = 0; i < std::min(kTemplatesShown, m.scores.size()); ++i) {
     const TemplateScore& s = m.scores[i];
@@ -141,12 +141,13 @@ static Json scores_json(const MotionAccount& m) {
                       {"class", s.label},
                       {"score", number(static_cast<double>(s.score))},
                       {"threshold", optional_json(s.threshold)},
-                      {"margin", s.margin() ? number(*s.margin()) : Json()}});
+                      {"decision_margin",
+                       s.decision_margin() ? number(*s.decision_margin()) : Json()}});
   }
   return scores;
 }
 
-static Json motion_json(const MotionAccount& m, const Settings& settings) {
+static Json motion_json(const MotionExplanation& m, const Settings& settings) {
   Json also = Json::array();
   for (const Cause& cause : m.also) also.push_back(name_of(cause));
   return {{"begin", m.begin},
@@ -193,7 +194,7 @@ static Json expected_json(const Explanation& e) {
     all.push_back({{"begin", x.begin},
                    {"end", x.end},
                    {"class", x.label},
-                   {"came", x.cause == Ending::kRecognised},
+                   {"recognised", x.cause == Ending::kRecognised},
                    {"cause", name_of(x.cause)},
                    {"motion", x.motion ? Json(*x.motion + 1) : Json()},
                    {"sentence", sentence_for(x, e)}});
@@ -254,11 +255,13 @@ static void write_array(const char* name, const Items& items, ToJson item, bool 
   sink(first || !indent ? "]" : "\n ]");
 }
 
-void write_json_account(const Explanation& e, bool indent, const TextSink& sink) {
+void write_json_explanation(const Explanation& e, bool indent, const TextSink& sink) {
   const std::string_view end = indent ? "\n}" : "}";
   const std::string head = json_text(head_json(e), indent ? 1 : -1);
   sink(std::string_view(head).substr(0, head.size() - end.size()));
-  const auto motion = [&e](const MotionAccount& m) { return motion_json(m, e.settings); };
+  const auto motion = [&e](const MotionExplanation& m) {
+    return motion_json(m, e.settings);
+  };
   const auto rest = [&e](const RestStretch& r) { return rest_json(r, e.settings); };
   write_array("motions", e.motions, motion, indent, sink);
   write_array("rests", e.rests, rest, indent, sink);

@@ -6,11 +6,11 @@
 
 namespace wgr {
 
-void write_text_account(const Explanation& explanation, const TextSink& sink);
+void write_text_explanation(const Explanation& explanation, const TextSink& sink);
 
 // One object with everything but the samples and traces; what is not a number is null.
 // With `indent` a blank a level and an end of the last line, otherwise on one line.
-void write_json_account(const Explanation& explanation, bool indent,
-                        const TextSink& sink);
+void write_json_explanation(const Explanation& explanation, bool indent,
+                            const TextSink& sink);
 
 }  // namespace wgr

@@ -11,7 +11,7 @@ namespace wgr {
 using Json = nlohmann::ordered_json;
 
 static constexpr const char* kWearerNames[] = {"left", "right", "undecided"};
-static constexpr double kRateTolerance = 0.02;  // of the rate; beyond, people are told
+static constexpr double kRateTolerance = 0.02;  // of the rate; beyond, a note is printed
 
 // How many times faster than the sensors the run was.
 static double real_time_factor(const Totals& totals) {

@@ -1,4 +1,5 @@
-// From people who never lived to a model that knows them: every command on the road.
+// Every command in turn, from synthesised recordings of people to the evaluation of a
+// model.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -53,10 +54,10 @@ TEST(EvaluationFigures, AreSharesQuantilesAndABound) {
   EXPECT_EQ(none.latency(0.5), std::nullopt);
   EXPECT_EQ(none.false_per_hour_bound(), std::nullopt);
   Evaluation some;
-  some.takes = 8;
+  some.repetitions = 8;
   some.right = 6;
   some.latencies = {0.1, 0.2, 0.3, 0.4, 0.9};
-  some.confusion = {{1, {{"1", 6}, {"2", 1}, {kNothing, 1}}}};
+  some.confusion = {{1, {{"1", 6}, {"2", 1}, {kOutcomeNotDetected, 1}}}};
   some.events = {{1, 8}, {2, 0}};
   some.background_hours = 2.0;
   EXPECT_EQ(some.accuracy(), 0.75);
@@ -70,7 +71,7 @@ TEST(EvaluationFigures, AreSharesQuantilesAndABound) {
   // Poisson's upper limits at 95 %, as tables have them.
   EXPECT_EQ(some.false_positives_per_hour(), 0.0);
   EXPECT_NEAR(*some.false_per_hour_bound(), 2.9957 / 2.0, 1e-4);
-  some.false_events = 4;
+  some.false_positives = 4;
   EXPECT_EQ(some.false_positives_per_hour(), 2.0);
   EXPECT_NEAR(*some.false_per_hour_bound(), 9.1535 / 2.0, 1e-4);
 }
@@ -78,18 +79,18 @@ TEST(EvaluationFigures, AreSharesQuantilesAndABound) {
 // Two folds, in which a gesture with a word for a name was seen 8 times.
 static Evaluation two_folds() {
   Evaluation made;
-  made.takes = 8;
+  made.repetitions = 8;
   made.right = 6;
   made.kept = 7;
   made.kept_right = 6;
-  made.kept_named = 7;
-  made.whole = 2;
-  made.by_all = {4, 3};
-  made.confusion = {{1, {{"1", 6}, {"2", 1}, {kNothing, 1}}}};
+  made.kept_classified = 7;
+  made.pre_segmented = 2;
+  made.baseline = {4, 3};
+  made.confusion = {{1, {{"1", 6}, {"2", 1}, {kOutcomeNotDetected, 1}}}};
   made.events = {{1, 8}};
   made.misses = {{"too short", 2}};
-  made.false_events = 4;
-  made.refused_outside = 5;
+  made.false_positives = 4;
+  made.rejected_outside = 5;
   made.background_hours = 2.0;
   made.latencies = {0.1, 0.2, 0.9};
   made.folds = {{"ann", 10, 3, 5, 4}, {"bob", 12, 2, 3, 2}};
@@ -102,50 +103,51 @@ static Provenance with_a_word() {
   return provenance;
 }
 
-TEST(EvaluationFigures, AreToldToPeopleAsAWhole) {
+TEST(EvaluationFigures, ArePrintedForPeopleAsAWhole) {
   EXPECT_EQ(
       text_of(two_folds(), with_a_word()),
-      "accuracy       75.0 %: 6 of 8 takes reported as their class (2 of them cut "
-      "beforehand and not played as streams)\n"
-      "of kept takes  85.7 % of 7; 100.0 % are nearest to a template of their class; "
-      "75.0 % with every kept take of the rest as a template\n"
+      "accuracy:        75.0 %: 6 of 8 repetitions reported as their class (2 of them "
+      "pre-segmented and not played as streams)\n"
+      "of those kept:   85.7 % of 7; 100.0 % classified right whatever the score; 1-NN "
+      "baseline 75.0 %\n"
       "\n"
-      "class \\ reported as         1        2  nothing   recall precision\n"
-      "1 raise                     6        1        1   75.0 %   75.0 %\n"
+      "class \\ reported as         1        2 not detected   recall precision\n"
+      "1 raise                     6        1            1   75.0 %   75.0 %\n"
       "\n"
       "missed        2  too short\n"
-      "false events   4 in 2.000 h of background: 2.00 an hour, no more than 4.6 with "
+      "false positives: 4 in 2.000 h of background: 2.00 an hour, no more than 4.6 with "
       "95 % confidence; 5 motions reported there as like no gesture\n"
-      "latency        200 ms, at most 900 ms, from the labelled end of a take to its "
-      "event\n"
+      "latency:         200 ms, at most 900 ms, from the labelled end of a repetition to "
+      "its event\n"
       "\n"
-      "left out ann: 4 of 5 takes right; 3 templates from 10 samples\n"
-      "left out bob: 2 of 3 takes right; 2 templates from 12 samples\n");
+      "left out ann: 4 of 5 repetitions right; 3 templates from 10 examples\n"
+      "left out bob: 2 of 3 repetitions right; 2 templates from 12 examples\n");
   EXPECT_EQ(text_of(Evaluation(), Provenance()),
-            "false events   no background to count them in\n");
+            "false positives: no background to count them in\n");
 }
 
-TEST(EvaluationFigures, AreToldToPrograms) {
-  const auto told = to_json(two_folds(), with_a_word());
-  EXPECT_NEAR(told["kept_accuracy"].get<double>(), 6.0 / 7.0, 1e-12);
-  EXPECT_EQ(told["named"], 1.0);
-  EXPECT_EQ(told["named_by_all"], 0.75);
-  EXPECT_EQ(told["cut_beforehand"], 2);
-  EXPECT_EQ(told["confusion"].dump(), R"({"1":{"1":6,"2":1,"nothing":1}})");
-  EXPECT_EQ(told["classes"].dump(),
+TEST(EvaluationFigures, AreWrittenAsJson) {
+  const auto figures = to_json(two_folds(), with_a_word());
+  EXPECT_NEAR(figures["kept_accuracy"].get<double>(), 6.0 / 7.0, 1e-12);
+  EXPECT_EQ(figures["classified_right"], 1.0);
+  EXPECT_EQ(figures["baseline_1nn"], 0.75);
+  EXPECT_EQ(figures["pre_segmented"], 2);
+  EXPECT_EQ(figures["confusion"].dump(), R"({"1":{"1":6,"2":1,"not detected":1}})");
+  EXPECT_EQ(figures["classes"].dump(),
             R"({"1":{"name":"raise","recall":0.75,"precision":0.75}})");
-  EXPECT_EQ(told["misses"].dump(), R"({"too short":2})");
-  EXPECT_EQ(told["false_events"], 4);
-  EXPECT_EQ(told["reported_as_no_gesture"], 5);
-  EXPECT_EQ(told["false_positives_per_hour"], 2.0);
-  EXPECT_EQ(told["latency"], 0.2);
-  EXPECT_EQ(told["latency_worst"], 0.9);
-  EXPECT_EQ(told["folds"][1].dump(),
-            R"({"left_out":"bob","samples":12,"templates":2,"takes":3,"right":2})");
+  EXPECT_EQ(figures["misses"].dump(), R"({"too short":2})");
+  EXPECT_EQ(figures["false_positives"], 4);
+  EXPECT_EQ(figures["reported_as_no_gesture"], 5);
+  EXPECT_EQ(figures["false_positives_per_hour"], 2.0);
+  EXPECT_EQ(figures["latency"], 0.2);
+  EXPECT_EQ(figures["latency_worst"], 0.9);
+  EXPECT_EQ(
+      figures["folds"][1].dump(),
+      R"({"left_out":"bob","examples":12,"templates":2,"repetitions":3,"right":2})");
   const auto nothing = to_json(Evaluation(), Provenance());
   for (const char* unknown :
-       {"accuracy", "kept_accuracy", "named", "named_by_all", "false_positives_per_hour",
-        "false_per_hour_bound_95", "latency"}) {
+       {"accuracy", "kept_accuracy", "classified_right", "baseline_1nn",
+        "false_positives_per_hour", "false_per_hour_bound_95", "latency"}) {
     EXPECT_TRUE(nothing[unknown].is_null()) << unknown;
   }
 }
@@ -161,17 +163,17 @@ TEST(EvaluationFigures, AreHeldAgainstWhatIsRequired) {
   EXPECT_EQ(failure("false_positives_per_hour=2", result), "");
   EXPECT_EQ(failure("false_positives_per_hour=1.9", result),
             "false_positives_per_hour is 2.0000; at most 1.9000 is required");
-  EXPECT_EQ(failure("named=1", result), "");
+  EXPECT_EQ(failure("classified_right=1", result), "");
   EXPECT_EQ(failure("latency=0.1", result),
             "latency is 0.2000; at most 0.1000 is required");
   EXPECT_EQ(failure("kept_accuracy=0.5", Evaluation()),
             "kept_accuracy is required, but there was nothing to measure");
   Evaluation one;
-  one.takes = one.right = 1;
+  one.repetitions = one.right = 1;
   EXPECT_EQ(failure("accuracy=1", one), "");
 }
 
-class WholeRoad : public ::testing::Test {
+class RecordingToModel : public ::testing::Test {
  protected:
   std::string path(const std::string& name) const { return directory_.file(name); }
 
@@ -183,7 +185,7 @@ class WholeRoad : public ::testing::Test {
   TempDirectory directory_;
 };
 
-TEST_F(WholeRoad, LeadsFromRecordingsToAModelThatKnowsOtherPeople) {
+TEST_F(RecordingToModel, LeadsFromRecordingsToAModelForOtherPeople) {
   succeed("synth --training " + path("set") +
           " --persons 6 --gestures 4 --distractors 60");
   succeed("synth --training " + path("others") +
@@ -196,10 +198,11 @@ TEST_F(WholeRoad, LeadsFromRecordingsToAModelThatKnowsOtherPeople) {
   const json manifest =
       read_json_file(path("models/olvo_model_5_fb/hgr_olvo.model.json"));
   EXPECT_EQ(manifest["model_sha256"], sha256(read_file(model)));
-  EXPECT_EQ(manifest["samples"]["samples_per_second"], 50);
-  EXPECT_EQ(manifest["samples"]["inputs"].size(), 7u) << "6 recordings, 1 training file";
-  EXPECT_EQ(manifest["accuracy_leaving_one_out"]["samples"], 120);
-  EXPECT_GE(manifest["accuracy_leaving_one_out"]["named_right"], 0.98);
+  EXPECT_EQ(manifest["training_set"]["samples_per_second"], 50);
+  EXPECT_EQ(manifest["training_set"]["inputs"].size(), 7u)
+      << "6 recordings, 1 training file";
+  EXPECT_EQ(manifest["accuracy_leaving_one_out"]["examples"], 120);
+  EXPECT_GE(manifest["accuracy_leaving_one_out"]["classified_right"], 0.98);
   EXPECT_EQ(manifest["accuracy_leaving_one_out"]["background_accepted"], 0);
 
   const Outcome eval =
@@ -207,17 +210,17 @@ TEST_F(WholeRoad, LeadsFromRecordingsToAModelThatKnowsOtherPeople) {
               " --require accuracy=0.85 --require false_positives_per_hour=30");
   ASSERT_EQ(eval.status, 0) << eval.out << eval.err;
   const json figures = json::parse(eval.out);
-  EXPECT_EQ(figures["takes"], 30);
+  EXPECT_EQ(figures["repetitions"], 30);
   EXPECT_EQ(figures["kept"], 30);
-  EXPECT_GE(figures["named"], 0.95);
-  EXPECT_EQ(figures["false_events"], 0);
+  EXPECT_GE(figures["classified_right"], 0.95);
+  EXPECT_EQ(figures["false_positives"], 0);
   EXPECT_LT(figures["latency_worst"], 0.5);
   EXPECT_GE(figures["folds"][0]["templates"], 5);
   size_t missed = 0;
   for (const auto& [cause, count] : figures["misses"].items()) {
     missed += count.get<size_t>();
   }
-  EXPECT_EQ(figures["right"].get<size_t>() + missed, 30u) << "no take vanishes";
+  EXPECT_EQ(figures["right"].get<size_t>() + missed, 30u) << "no repetition vanishes";
 
   const Outcome strict = run_wgr("eval " + path("others") + " --model " + model +
                                  " --require accuracy=1.01");
@@ -231,7 +234,7 @@ TEST_F(WholeRoad, LeadsFromRecordingsToAModelThatKnowsOtherPeople) {
   EXPECT_THAT(replay.out, HasSubstr("\"type\":\"event\""));
 }
 
-TEST_F(WholeRoad, GivesTheSameBytesFromRecordingsOrTrainingFileOnAnyThreads) {
+TEST_F(RecordingToModel, GivesTheSameBytesFromRecordingsOrTrainingFileOnAnyThreads) {
   succeed("synth --training " + path("set") +
           " --persons 3 --gestures 3 --distractors 20");
   succeed("segment " + path("set") + " -o " + path("set.txt"));
@@ -246,7 +249,7 @@ TEST_F(WholeRoad, GivesTheSameBytesFromRecordingsOrTrainingFileOnAnyThreads) {
       run_wgr("model diff " + path("one/m.xml") + " " + path("direct/m.xml")).status, 0);
 }
 
-TEST_F(WholeRoad, LeavesPeopleOut) {
+TEST_F(RecordingToModel, LeavesPeopleOut) {
   succeed("synth --training " + path("set") +
           " --persons 3 --gestures 3 --distractors 10");
   const Outcome eval = run_wgr("eval " + path("set") + " --leave-out subject --json");
@@ -254,17 +257,18 @@ TEST_F(WholeRoad, LeavesPeopleOut) {
   const json figures = json::parse(eval.out);
   ASSERT_EQ(figures["folds"].size(), 3u);
   for (const json& fold : figures["folds"]) {
-    EXPECT_EQ(fold["takes"], 15);
-    // Not every one of the 30 takes of the others is kept.
-    EXPECT_GE(fold["samples"], 27);
-    EXPECT_LE(fold["samples"], 30);
+    EXPECT_EQ(fold["repetitions"], 15);
+    // Not every one of the 30 repetitions of the others is kept.
+    EXPECT_GE(fold["examples"], 27);
+    EXPECT_LE(fold["examples"], 30);
     EXPECT_LE(fold["templates"], 10);
   }
-  EXPECT_EQ(figures["takes"], 45);
+  EXPECT_EQ(figures["repetitions"], 45);
 }
 
-// Each class has 9 takes: of four folds the first leaves out 3 of them, the others 2.
-TEST_F(WholeRoad, LeavesTakesOut) {
+// Each class has 9 repetitions: of four folds the first leaves out 3 of them, the
+// others 2.
+TEST_F(RecordingToModel, LeavesRepetitionsOut) {
   succeed("synth --training " + path("set") +
           " --persons 3 --gestures 3 --distractors 10");
   for (const std::string how : {"", " --use-annotations"}) {
@@ -275,18 +279,19 @@ TEST_F(WholeRoad, LeavesTakesOut) {
     ASSERT_EQ(figures["folds"].size(), 4u);
     for (size_t f = 0; f < 4; ++f) {
       const json& fold = figures["folds"][f];
-      EXPECT_EQ(fold["left_out"], "every 4th take, from " + std::to_string(f + 1));
-      EXPECT_EQ(fold["takes"], f == 0 ? 15 : 10);
+      EXPECT_EQ(fold["left_out"], "every 4th repetition, from " + std::to_string(f + 1));
+      EXPECT_EQ(fold["repetitions"], f == 0 ? 15 : 10);
     }
-    EXPECT_EQ(figures["takes"], 45);
+    EXPECT_EQ(figures["repetitions"], 45);
     EXPECT_GE(figures["kept"], 40);
-    EXPECT_GE(figures["named"], 0.9);
+    EXPECT_GE(figures["classified_right"], 0.9);
     EXPECT_GE(figures["kept_accuracy"], 0.8);
-    EXPECT_EQ(figures["latency_worst"].is_null(), !how.empty()) << "a take has no end";
+    EXPECT_EQ(figures["latency_worst"].is_null(), !how.empty())
+        << "a repetition has no end";
   }
 }
 
-TEST_F(WholeRoad, WordsGetNumbersThatTheInterfaceDoesNotUse) {
+TEST_F(RecordingToModel, WordsGetNumbersThatTheInterfaceDoesNotUse) {
   succeed("synth --training " + path("set") +
           " --persons 1 --gestures 1 --distractors 0");
   std::string labels = read_file(path("set/labels.csv"));
@@ -307,12 +312,12 @@ TEST_F(WholeRoad, WordsGetNumbersThatTheInterfaceDoesNotUse) {
   EXPECT_EQ(classes.dump(), "{\"w, b\":0,\"w, c\":1,\"w, d\":2,\"w, e\":3,\"w, f\":4}");
 }
 
-TEST_F(WholeRoad, RefusesWhatItCannotUseAndWritesNothing) {
+TEST_F(RecordingToModel, RefusesWhatItCannotUseAndWritesNothing) {
   const struct {
     const char* text;
     const char* message;
   } cases[] = {
-      {"", ":1: holds no sample"},
+      {"", ":1: holds no example"},
       {"x\n", ":1: \"x\" is not a number"},
       {"3 2 0 0 9.9\n1 2\n1 2\n1\n", ":4: 1 numbers instead of 2"},
       {"3 1 0 0 9.9\n1\n1\n", ":3: the file ends within this record"},
@@ -339,7 +344,7 @@ TEST_F(WholeRoad, RefusesWhatItCannotUseAndWritesNothing) {
   EXPECT_FALSE(std::filesystem::exists(path("out.txt")));
 }
 
-TEST_F(WholeRoad, ThinsATemplateThatAModelsLineCannotHold) {
+TEST_F(RecordingToModel, ThinsATemplateThatAModelsLineCannotHold) {
   std::string text;
   for (int sample = 0; sample < 2; ++sample) {
     text += "1 1200 0.1 0.2 9.9\n";
@@ -354,12 +359,12 @@ TEST_F(WholeRoad, ThinsATemplateThatAModelsLineCannotHold) {
   const Outcome outcome = run_wgr("build " + path("t") + " -o " + path("m.xml"));
   ASSERT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_THAT(outcome.err,
-              HasSubstr("sample 1 (class 1): thinned from 1200 to 300 points"));
+              HasSubstr("example 1 (class 1): thinned from 1200 to 300 points"));
   EXPECT_EQ(run_wgr("model check " + path("m.xml")).status, 0);
 }
 
 // Classes 1 to 3; of class 2 one template stays, two go and one comes.
-TEST_F(WholeRoad, TwoModelsAreComparedByClass) {
+TEST_F(RecordingToModel, TwoModelsAreComparedByClass) {
   const std::string t = "2 1\n1\n0\n0\n";
   const std::string u = "2 1\n2\n0\n0\n";
   const std::string v = "2 1\n3\n0\n0\n";
@@ -382,7 +387,7 @@ TEST_F(WholeRoad, TwoModelsAreComparedByClass) {
                         "4 templates, 4 points; "));
 }
 
-TEST_F(WholeRoad, AModelIsCheckedLineByLine) {
+TEST_F(RecordingToModel, AModelIsCheckedLineByLine) {
   const struct {
     const char* text;
     const char* message;

@@ -61,13 +61,13 @@ struct TemplateScore {
   float score;  // minus infinity or not a number: nothing to compare
   std::optional<double> threshold;
 
-  std::optional<double> margin() const {
+  std::optional<double> decision_margin() const {
     if (!threshold) return std::nullopt;
     return static_cast<double>(score) - *threshold;
   }
 };
 
-struct MotionAccount {
+struct MotionExplanation {
   // Where it is. The motion is samples `first` to first + collected - 1.
   size_t first = 0;
   size_t collected = 0;       // samples, with the pre-roll
@@ -99,7 +99,7 @@ struct MotionAccount {
   TracedPath path;                    // of `compared` and the best template
 
   int engine_class = 0;         // as in AgGes
-  std::optional<int> reported;  // what the host is told
+  std::optional<int> reported;  // what is reported to the host
   double duration_ms = 0.0;     // as the interface answers
 
   Cause cause = Circumstance::kUnfinished;
@@ -116,8 +116,8 @@ struct MotionAccount {
 // The motion of samples `first` to first + collected - 1, which `engine` has just ended;
 // `intermediates` are those of its recognition, if it was run. `acc` and `rates` hold the
 // collected samples alone.
-MotionAccount account_of(const AgGes& engine, Intermediates intermediates,
-                         const Samples& acc, const Samples& rates, size_t first,
-                         size_t collected);
+MotionExplanation explanation_of(const AgGes& engine, Intermediates intermediates,
+                                 const Samples& acc, const Samples& rates, size_t first,
+                                 size_t collected);
 
 }  // namespace wgr

@@ -1,4 +1,4 @@
-#include "explanation/motion_account.h"
+#include "explanation/motion_explanation.h"
 
 #include <algorithm>
 #include <array>
@@ -52,47 +52,49 @@ static bool ranks_before(const TemplateScore& a, const TemplateScore& b) {
 }
 
 static void rank_scores(const Gmodel& model, const std::vector<float>& scores,
-                        MotionAccount& account) {
+                        MotionExplanation& explained) {
   for (size_t t = 0; t < scores.size(); ++t) {
     const int label = model.templates[t].first;
-    account.scores.push_back({t, label, scores[t], threshold_of(model, label)});
+    explained.scores.push_back({t, label, scores[t], threshold_of(model, label)});
   }
-  account.compared_templates = account.scores.size();
-  std::sort(account.scores.begin(), account.scores.end(), ranks_before);
+  explained.compared_templates = explained.scores.size();
+  std::sort(explained.scores.begin(), explained.scores.end(), ranks_before);
 }
 
-static TracedPath path_of_best(const Gmodel& model, const MotionAccount& account) {
-  const Points& best = model.templates[account.scores.front().index].second;
-  return trace_path(account.compared, motion_points(account.compared, model.havegravity),
-                    best, motion_points(best, model.havegravity));
+static TracedPath path_of_best(const Gmodel& model, const MotionExplanation& explained) {
+  const Points& best = model.templates[explained.scores.front().index].second;
+  return trace_path(explained.compared,
+                    motion_points(explained.compared, model.havegravity), best,
+                    motion_points(best, model.havegravity));
 }
 
 static void take_speeds(const FastSteps& fast, const std::vector<double>& squared_speed,
-                        MotionAccount& account) {
-  for (const double squared : squared_speed) account.speed.push_back(std::sqrt(squared));
-  account.fast_from = std::sqrt(fast.fast_from);
-  account.starts_fast = fast.starts_fast;
-  account.ends_fast = fast.ends_fast;
-  account.active = fast.active;
+                        MotionExplanation& explained) {
+  for (const double squared : squared_speed)
+    explained.speed.push_back(std::sqrt(squared));
+  explained.fast_from = std::sqrt(fast.fast_from);
+  explained.starts_fast = fast.starts_fast;
+  explained.ends_fast = fast.ends_fast;
+  explained.active = fast.active;
 }
 
-static void take_result(const RecognitionResult& result, MotionAccount& account) {
-  account.cause = result.ending;
+static void take_result(const RecognitionResult& result, MotionExplanation& explained) {
+  explained.cause = result.ending;
   for (size_t i = static_cast<size_t>(result.ending) + 1; i < kEndings; ++i) {
     const Ending reason = static_cast<Ending>(i);
-    if (result.reasons.has(reason)) account.also.emplace_back(reason);
+    if (result.reasons.has(reason)) explained.also.emplace_back(reason);
   }
-  account.predicted = result.compared();
-  if (account.predicted) account.strength = result.strength;
-  account.engine_class = result.gesture_class;
-  account.duration_ms = result.duration_ms;
+  explained.predicted = result.compared();
+  if (explained.predicted) explained.strength = result.strength;
+  explained.engine_class = result.gesture_class;
+  explained.duration_ms = result.duration_ms;
 }
 
 static Samples beginning(const Samples& samples, size_t count) {
   return Samples(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(count));
 }
 
-void MotionAccount::drop_traces(size_t most_scores) {
+void MotionExplanation::drop_traces(size_t most_scores) {
   corrected = Points();
   compared = Points();
   path = TracedPath();
@@ -102,40 +104,41 @@ void MotionAccount::drop_traces(size_t most_scores) {
   scores.shrink_to_fit();
 }
 
-MotionAccount account_of(const AgGes& engine, Intermediates intermediates,
-                         const Samples& acc, const Samples& rates, size_t first,
-                         size_t collected) {
-  MotionAccount account;
-  account.first = first;
-  account.collected = collected;
-  account.ran = is_long_enough(collected, engine.min_motion_len);
-  if (account.ran) {
+MotionExplanation explanation_of(const AgGes& engine, Intermediates intermediates,
+                                 const Samples& acc, const Samples& rates, size_t first,
+                                 size_t collected) {
+  MotionExplanation explained;
+  explained.first = first;
+  explained.collected = collected;
+  explained.ran = is_long_enough(collected, engine.min_motion_len);
+  if (explained.ran) {
     const size_t padding = static_cast<size_t>(std::max(engine.static_window >> 1, 0));
-    account.trimmed = std::min(padding, collected);
+    explained.trimmed = std::min(padding, collected);
   }
-  take_result(engine.result, account);
-  if (account.kept() == 0) return account;
+  take_result(engine.result, explained);
+  if (explained.kept() == 0) return explained;
 
-  const Samples motion_rates = beginning(rates, account.kept());
+  const Samples motion_rates = beginning(rates, explained.kept());
   FastSteps fast = engine.result.fast;
-  account.gravity = engine.gravity;
-  if (!account.ran) {
+  explained.gravity = engine.gravity;
+  if (!explained.ran) {
     // Too short to be run, but not to be looked at.
     Recognition made;
     recognise(acc, rates, engine.parameters(), *engine.hgr, made, &intermediates);
     fast = made.result.fast;
-    account.gravity = made.gravity;
+    explained.gravity = made.gravity;
   }
-  account.lost_at = find_loss(motion_rates, engine.sample_rate);
-  if (account.lost_at) {
-    account.zero_rate = squared_length(motion_rates[*account.lost_at]) == 0.0;
+  explained.lost_at = find_loss(motion_rates, engine.sample_rate);
+  if (explained.lost_at) {
+    explained.zero_rate = squared_length(motion_rates[*explained.lost_at]) == 0.0;
   }
-  take_speeds(fast, intermediates.squared_speed, account);
-  account.corrected = std::move(intermediates.corrected);
-  account.compared = std::move(intermediates.compared);
-  rank_scores(*engine.hgr->model, intermediates.scores, account);
-  if (engine.result.scored()) account.path = path_of_best(*engine.hgr->model, account);
-  return account;
+  take_speeds(fast, intermediates.squared_speed, explained);
+  explained.corrected = std::move(intermediates.corrected);
+  explained.compared = std::move(intermediates.compared);
+  rank_scores(*engine.hgr->model, intermediates.scores, explained);
+  if (engine.result.scored())
+    explained.path = path_of_best(*engine.hgr->model, explained);
+  return explained;
 }
 
 }  // namespace wgr

@@ -1,10 +1,10 @@
-// The report pages of wgr build and wgr eval: what they tell is what was counted.
+// The report pages of wgr build and wgr eval: what they show is what was counted.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <map>
 
-#include "pages/model_accounts.h"
+#include "pages/page_data.h"
 #include "run_wgr.h"
 #include "support/cases.h"
 #include "support/private_paths.h"
@@ -17,9 +17,9 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
 
-// Three classes of noise around a shape of their own, so that some samples are confused
-// and some are refused, and background that is like none.
-static Gdata noisy_samples() {
+// Three classes of noise around a shape of their own, so that some samples are
+// misclassified and some are rejected, and background that is like none.
+static Gdata noisy_examples() {
   RandomPoints random(3);
   Gdata data;
   data.kind = 1;
@@ -37,77 +37,78 @@ static Gdata noisy_samples() {
 }
 
 struct Built {
-  Built() : builder(noisy_samples(), 1, true) {
+  Built() : builder(noisy_examples(), 1, true) {
     Capture hushed;
     options.most_templates = 3;
     model = builder.build(options, report);
-    account = account_of_build(builder, model, report, options, Provenance(), {});
+    page_data = page_data_of_build(builder, model, report, options, Provenance(), {});
   }
   ModelBuilder builder;
   BuildOptions options;
   BuildReport report;
   Gmodel model;
-  ModelAccount account;
+  PageData page_data;
 };
 
-TEST(AccountOfBuild, CountsEverySampleAsTheBuilderDoes) {
+TEST(PageDataOfBuild, CountsEveryExampleAsTheBuilderDoes) {
   const Built built;
-  size_t confused = 0;
-  size_t refused = 0;
+  size_t misclassified = 0;
+  size_t rejected = 0;
   for (const ClassReport& c : built.report.classes) {
     std::map<std::string, size_t> counts;
-    for (const AccountedTake& take : built.account.takes) {
-      if (take.label != c.label || !take.best) continue;
-      const int named = built.account.exemplars[take.best->exemplar].label;
-      const bool accepted = take.outcome == std::to_string(named);
-      EXPECT_EQ(accepted, take.outcome != kRefused);
-      ++counts[named != c.label ? "confused" : accepted ? "right" : "refused"];
+    for (const PageExample& example : built.page_data.examples) {
+      if (example.label != c.label || !example.best) continue;
+      const int nearest = built.page_data.exemplars[example.best->exemplar].label;
+      const bool accepted = example.outcome == std::to_string(nearest);
+      EXPECT_EQ(accepted, example.outcome != kOutcomeRejected);
+      ++counts[nearest != c.label ? "misclassified" : accepted ? "right" : "rejected"];
     }
     EXPECT_EQ(counts["right"], c.right);
-    EXPECT_EQ(counts["confused"], c.confused);
-    EXPECT_EQ(counts["refused"], c.refused);
-    confused += c.confused;
-    refused += c.refused;
+    EXPECT_EQ(counts["misclassified"], c.misclassified);
+    EXPECT_EQ(counts["rejected"], c.rejected);
+    misclassified += c.misclassified;
+    rejected += c.rejected;
   }
-  EXPECT_GT(confused, 0u) << "these samples are too easy to tell anything";
-  EXPECT_GT(refused, 0u);
+  EXPECT_GT(misclassified, 0u) << "these examples are too easy to show anything";
+  EXPECT_GT(rejected, 0u);
   size_t accepted = 0;
-  for (const AccountedTake& take : built.account.takes) {
-    accepted += take.label < 0 && take.outcome != kRefused ? 1 : 0;
+  for (const PageExample& example : built.page_data.examples) {
+    accepted += example.label < 0 && example.outcome != kOutcomeRejected ? 1 : 0;
   }
   EXPECT_EQ(accepted, built.report.background_accepted);
 }
 
-TEST(AccountOfBuild, ATemplateDoesNotMeetItself) {
+TEST(PageDataOfBuild, ATemplateDoesNotMeetItself) {
   const Built built;
-  ASSERT_EQ(built.report.template_samples.size(), built.model.templates.size());
+  ASSERT_EQ(built.report.template_examples.size(), built.model.templates.size());
   for (size_t i = 0; i < built.model.templates.size(); ++i) {
-    const AccountedTake& take = built.account.takes[built.report.template_samples[i]];
-    EXPECT_EQ(built.account.exemplars[i].name, take.name);
-    ASSERT_TRUE(take.best);
-    EXPECT_NE(take.best->exemplar, i);
-    EXPECT_LT(take.best->score, 0.0);
-    EXPECT_THAT(take.why, HasSubstr("template itself"));
+    const PageExample& example =
+        built.page_data.examples[built.report.template_examples[i]];
+    EXPECT_EQ(built.page_data.exemplars[i].name, example.name);
+    ASSERT_TRUE(example.best);
+    EXPECT_NE(example.best->exemplar, i);
+    EXPECT_LT(example.best->score, 0.0);
+    EXPECT_THAT(example.why, HasSubstr("template itself"));
   }
 }
 
-TEST(ModelPage, ManyLongTakesStillMakeASmallPage) {
+TEST(ModelPage, ManyLongExamplesStillMakeASmallPage) {
   if (!enough_cases()) GTEST_SKIP() << "too slow here";
   RandomPoints random(4);
-  ModelAccount account;
-  account.provenance.rate = 100;
-  account.classes = {{1, {-0.5}, ""}};
-  account.exemplars = {{"a", 1, random.trace(1000, RandomPoints::Kind::kGaussian)}};
-  account.model.templates = {{1, account.exemplars[0].trace}};
+  PageData page_data;
+  page_data.provenance.rate = 100;
+  page_data.classes = {{1, {-0.5}, ""}};
+  page_data.exemplars = {{"a", 1, random.trace(1000, RandomPoints::Kind::kGaussian)}};
+  page_data.model.templates = {{1, page_data.exemplars[0].trace}};
   for (int i = 0; i < 500; ++i) {
-    AccountedTake take;
-    take.name = std::to_string(i);
-    take.label = 1;
-    take.outcome = i % 2 == 0 ? "1" : kRefused;
-    take.trace = random.trace(1000, RandomPoints::Kind::kGaussian);
-    account.takes.push_back(take);
+    PageExample example;
+    example.name = std::to_string(i);
+    example.label = 1;
+    example.outcome = i % 2 == 0 ? "1" : kOutcomeRejected;
+    example.trace = random.trace(1000, RandomPoints::Kind::kGaussian);
+    page_data.examples.push_back(example);
   }
-  const std::string page = model_page(account);
+  const std::string page = model_page(page_data);
   EXPECT_LT(page.size(), 5'000'000u);
   EXPECT_GT(page.size(), 500'000u);
 }
@@ -136,7 +137,7 @@ TEST_F(ModelPages, OfBuildAndEvalAreFilesThatAskForNothing) {
   const Outcome played = run_wgr("eval " + path("set") + " --model " + model +
                                  " --report " + path("eval.html"));
   ASSERT_EQ(played.status, 0) << played.err;
-  EXPECT_THAT(played.out, StartsWith("accuracy ")) << "the text comes all the same";
+  EXPECT_THAT(played.out, StartsWith("accuracy: ")) << "the text comes all the same";
   for (const char* name : {"build.html", "eval.html"}) {
     const std::string text = read_file(path(name));
     EXPECT_THAT(text, StartsWith("<!DOCTYPE html>"));

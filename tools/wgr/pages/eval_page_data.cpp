@@ -4,7 +4,7 @@
 #include "base/text.h"
 #include "classifier/HGR.h"
 #include "classifier/class_threshold.h"
-#include "pages/model_accounts.h"
+#include "pages/page_data.h"
 
 namespace wgr {
 
@@ -39,65 +39,65 @@ static std::vector<std::vector<size_t>> collect(const std::vector<Gmodel>& model
   return places;
 }
 
-static AccountedTake account_of(const Played& played, const SegmentedSet& set,
-                                const Gmodel& model) {
+static PageExample example_of(const Played& played, const SegmentedSet& set,
+                              const Gmodel& model) {
   const SegmentedRecording& recording = set.recordings[played.recording];
-  AccountedTake take;
-  take.label = kBackground;
-  take.outcome = played.outcome;
-  take.why = played.cause;
+  PageExample example;
+  example.label = kBackground;
+  example.outcome = played.outcome;
+  example.why = played.cause;
   double begin = 0.0;
-  if (played.take) {
-    take.label = recording.spans[*played.take].label;
-    begin = recording.spans[*played.take].begin;
+  if (played.repetition) {
+    example.label = recording.annotations[*played.repetition].label;
+    begin = recording.annotations[*played.repetition].begin;
   } else {
     begin = recording.motions[*played.motion].begin;
   }
-  take.name = recording.entry.file;
-  if (!recording.whole) take.name += fmt::format(" at {:.2f} s", begin);
-  if (!played.motion) return take;
-  take.trace = recording.motions[*played.motion].trace;  // empty unless it was kept
-  if (model.normalize != 0) HGR(0).normalize(take.trace, model.havegravity);
-  return take;
+  example.name = recording.entry.file;
+  if (!recording.pre_segmented) example.name += fmt::format(" at {:.2f} s", begin);
+  if (!played.motion) return example;
+  example.trace = recording.motions[*played.motion].trace;  // empty unless it was kept
+  if (model.normalize != 0) HGR(0).normalize(example.trace, model.havegravity);
+  return example;
 }
 
-static void measure(const Evaluation& result, ModelAccount& account) {
-  auto& measured = account.measured;
-  if (result.takes > 0) {
+static void measure(const Evaluation& result, PageData& page_data) {
+  auto& measured = page_data.measured;
+  if (result.repetitions > 0) {
     measured.emplace_back(
         "reported as their class",
-        fmt::format("{} of {}", percent(result.accuracy()), result.takes));
+        fmt::format("{} of {}", percent(result.accuracy()), result.repetitions));
     measured.emplace_back(
-        "of takes with a motion of their own",
+        "of repetitions with a motion of their own",
         fmt::format("{} of {}", percent(result.kept_accuracy()), result.kept));
   }
   if (const auto rate = result.false_positives_per_hour()) {
     measured.emplace_back(
-        "false events",
-        fmt::format("{} in {:.3f} h", result.false_events, result.background_hours));
+        "false positives",
+        fmt::format("{} in {:.3f} h", result.false_positives, result.background_hours));
     measured.emplace_back(
         "an hour", fmt::format("{:.2f}, no more than {:.1f} with 95 % confidence", *rate,
                                *result.false_per_hour_bound()));
-    measured.emplace_back("outside takes, like no gesture",
-                          std::to_string(result.refused_outside));
+    measured.emplace_back("outside repetitions, like no gesture",
+                          std::to_string(result.rejected_outside));
   } else {
-    measured.emplace_back("false events", "no background to count them in");
+    measured.emplace_back("false positives", "no background to count them in");
   }
   if (const auto median = result.latency(0.5)) {
     measured.emplace_back(
         "latency", fmt::format("{:.0f} ms, at most {:.0f} ms", *median * kMsPerSecond,
                                *result.latency(1.0) * kMsPerSecond));
   }
-  account.misses.assign(result.misses.begin(), result.misses.end());
-  account.latencies = result.latencies;
+  page_data.misses.assign(result.misses.begin(), result.misses.end());
+  page_data.latencies = result.latencies;
   for (const Fold& fold : result.folds) {
-    account.folds.push_back(
-        {fold.left_out, fold.takes, fold.right, fold.templates, fold.samples});
+    page_data.folds.push_back(
+        {fold.left_out, fold.repetitions, fold.right, fold.templates, fold.examples});
   }
 }
 
 // The class labels of all models, with every model's threshold.
-static std::vector<ClassAccount> classes_of(const std::vector<Gmodel>& models) {
+static std::vector<PageClass> classes_of(const std::vector<Gmodel>& models) {
   std::map<int, std::vector<double>> thresholds;
   for (const Gmodel& model : models) {
     for (const auto& entry : model.templates) thresholds[entry.first];
@@ -107,7 +107,7 @@ static std::vector<ClassAccount> classes_of(const std::vector<Gmodel>& models) {
       }
     }
   }
-  std::vector<ClassAccount> classes;
+  std::vector<PageClass> classes;
   for (auto& [label, values] : thresholds) {
     std::sort(values.begin(), values.end());
     classes.push_back({label, values, ""});
@@ -125,40 +125,40 @@ static std::string cost_note(const std::vector<Gmodel>& models) {
                      models.size(), least->templates.size(), most->templates.size());
 }
 
-ModelAccount account_of_evaluation(const SegmentedSet& set, const Evaluation& result) {
-  ModelAccount account;
-  account.provenance = set.provenance;
-  account.model = result.models.front();
-  account.cost_note = cost_note(result.models);
-  account.facts = {
-      fmt::format("{} takes in {}, played through the library's C interface.",
-                  result.takes, counted(set.recordings.size(), "recording"))};
-  if (result.whole > 0) {
-    account.facts.push_back(
-        fmt::format("{} of them were cut beforehand and are no streams.", result.whole));
+PageData page_data_of_evaluation(const SegmentedSet& set, const Evaluation& result) {
+  PageData page_data;
+  page_data.provenance = set.provenance;
+  page_data.model = result.models.front();
+  page_data.cost_note = cost_note(result.models);
+  page_data.facts = {
+      fmt::format("{} repetitions in {}, played through the library's C interface.",
+                  result.repetitions, counted(set.recordings.size(), "recording"))};
+  if (result.pre_segmented > 0) {
+    page_data.facts.push_back(fmt::format(
+        "{} of them were pre-segmented and are no streams.", result.pre_segmented));
   }
-  account.classes = classes_of(result.models);
+  page_data.classes = classes_of(result.models);
   const std::vector<std::vector<size_t>> places =
-      collect(result.models, account.exemplars);
+      collect(result.models, page_data.exemplars);
   for (const Played& played : result.played) {
     const Gmodel& model = result.models[played.fold];
-    AccountedTake take = account_of(played, set, model);
-    if (!take.trace.empty()) {
-      find_likeness(account.exemplars, places[played.fold], model.havegravity, take);
-      if (take.best) {
-        take.threshold =
-            threshold_of(model, account.exemplars[take.best->exemplar].label);
+    PageExample example = example_of(played, set, model);
+    if (!example.trace.empty()) {
+      find_likeness(page_data.exemplars, places[played.fold], model.havegravity, example);
+      if (example.best) {
+        example.threshold =
+            threshold_of(model, page_data.exemplars[example.best->exemplar].label);
       }
     }
-    account.takes.push_back(std::move(take));
+    page_data.examples.push_back(std::move(example));
   }
-  for (const ClassAccount& c : account.classes) {
+  for (const PageClass& c : page_data.classes) {
     if (const auto precision = result.precision(c.label)) {
-      account.precision[c.label] = *precision;
+      page_data.precision[c.label] = *precision;
     }
   }
-  measure(result, account);
-  return account;
+  measure(result, page_data);
+  return page_data;
 }
 
 }  // namespace wgr
