@@ -21,22 +21,17 @@
 #define WGR_FOR_EIGHT_LANES __attribute__((target("avx512f")))
 #endif
 
-// Sanitizers cannot do with functions that are chosen before they run.
-#if defined(__gnu_linux__) && !defined(__clang__) && !defined(__SANITIZE_ADDRESS__) && \
-    !defined(__SANITIZE_THREAD__) && defined(WGR_WIDER_VECTORS)
-#ifdef WGR_NO_AVX512
-#define WGR_TARGET_CLONES __attribute__((target_clones("avx2", "default")))
-#else
-#define WGR_TARGET_CLONES __attribute__((target_clones("avx512f", "avx2", "default")))
-#endif
-#else
-#define WGR_TARGET_CLONES
-#endif
-
 // For what such a function calls, to become part of each version.
 #define WGR_INLINE __attribute__((always_inline)) static inline
 
 namespace wgr {
+
+// How many doubles a vector of every such CPU has.
+#ifdef WGR_VECTORS_OF_DOUBLES
+inline constexpr std::size_t kLeastLanes = 2;
+#else
+inline constexpr std::size_t kLeastLanes = 1;
+#endif
 
 // How many doubles a vector of this CPU has, of the widths that there are versions for.
 inline std::size_t lanes_of_cpu() {
@@ -46,11 +41,7 @@ inline std::size_t lanes_of_cpu() {
 #endif
   if (__builtin_cpu_supports("avx2")) return 4;
 #endif
-#ifdef WGR_VECTORS_OF_DOUBLES
-  return 2;
-#else
-  return 1;
-#endif
+  return kLeastLanes;
 }
 
 }  // namespace wgr

@@ -127,11 +127,7 @@ struct Filler {
 WGR_FOR_EIGHT_LANES static void fill_eight(const Table& t) { fill<8>(t); }
 WGR_FOR_FOUR_LANES static void fill_four(const Table& t) { fill<4>(t); }
 #endif
-#ifdef WGR_VECTORS_OF_DOUBLES
-static void fill_least(const Table& t) { fill<2>(t); }
-#else
-static void fill_least(const Table& t) { fill<1>(t); }
-#endif
+static void fill_least(const Table& t) { fill<kLeastLanes>(t); }
 
 static Filler choose_filler() {
   const size_t lanes = lanes_of_cpu();

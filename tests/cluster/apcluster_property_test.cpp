@@ -45,8 +45,8 @@ class Silence {
 
 struct Case {
   explicit Case(std::uint64_t seed) : random(seed) {
-    // Now and then wider than a row's lanes.
-    n = random.integer(1, 100) == 1 ? random.integer(15, 36) : random.integer(2, 7);
+    // Now and then wider than a vector, and than those that are taken in one turn.
+    n = random.integer(1, 200) == 1 ? random.integer(15, 72) : random.integer(2, 7);
     maxits = random.integer(1, 9);
     convits = random.integer(1, 5);
     const double preferences[] = {0.0, 0.5, 1.0, 2.0, random.uniform()};
