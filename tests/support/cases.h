@@ -33,3 +33,7 @@ inline bool enough_cases() { return property_cases() >= 50'000; }
 // Of what a test has when a step takes its usual time, as much as it can afford: a
 // quarter where a step takes fifty times as long (valgrind).
 inline int affordable(int usual) { return property_cases() < 2'000 ? usual / 4 : usual; }
+
+// Where every step takes ten times as long or more (valgrind, emulation), tests leave out
+// lengths and repetitions that reach no other code.
+inline bool slow_here() { return property_cases() < 20'000; }

@@ -7,7 +7,6 @@
 #include <map>
 
 #include "pages/parts.h"
-#include "support/cases.h"
 #include "support/devices.h"
 #include "support/files.h"
 #include "tools/run_wgr.h"
@@ -202,7 +201,6 @@ TEST_F(Commands, AModelAloneLeavesNoManifestOfAnother) {
 
 // Every size is too large for one of the files; ulimit counts blocks of 512 bytes.
 TEST_F(Commands, WriteAllOrNothingAtALimitOnSizes) {
-  if (property_cases() < 10'000) GTEST_SKIP() << "the limit stops an emulator's launcher";
   for (const char* name : {"x.xml", "y", "z"}) write_file(file(name), "before");
   const auto before = contents();
   for (const char* writer : kWriters) {
