@@ -13,6 +13,7 @@
 
 #include "base/errors.h"
 #include "base/table.h"
+#include "base/text.h"
 #include "explanation/expected.h"
 #include "harness.h"
 #include "places.h"
@@ -149,7 +150,9 @@ static void require_same(const std::vector<Annotation>& a,
 }
 
 // Whether a file that is written to the millisecond holds the time.
-static bool is_whole_ms(double t) { return reference::number_of(fixed(t, 3)) == t; }
+static bool is_whole_ms(double t) {
+  return reference::number_of(fmt::format("{:.3f}", t)) == t;
+}
 
 static void write_and_read_again(const std::vector<Annotation>& annotations) {
   std::vector<Annotation> kept;

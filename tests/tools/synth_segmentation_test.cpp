@@ -7,7 +7,7 @@
 #include <map>
 
 #include "base/errors.h"
-#include "base/table.h"
+#include "base/text.h"
 #include "classifier/Gdata.h"
 #include "classifier/HGR.h"
 #include "segmentation/segmented_set.h"
@@ -345,7 +345,7 @@ static std::string recording_text(const std::vector<double>& stamps,
     const Pair& pair = stream[i];
     for (const double value : {stamps[i], pair.acc.x, pair.acc.y, pair.acc.z, pair.gyro.x,
                                pair.gyro.y, pair.gyro.z}) {
-      text += fixed(value, 6) + ",";
+      text += fmt::format("{:.6f},", value);
     }
     text.back() = '\n';
   }

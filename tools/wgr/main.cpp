@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "arguments/command_line.h"
-#include "base/foreign_text.h"
+#include "base/text.h"
 #include "commands/subcommands.h"
 #include "context/WgrContext.h"
 #include "output/standard_output.h"
@@ -17,7 +17,7 @@
 using namespace wgr;
 
 static int complain(const std::exception& error, int status) {
-  std::fprintf(stderr, "wgr: %s\n", shown(error.what()).c_str());
+  warn(std::string(error.what()));
   return status;
 }
 
@@ -50,7 +50,8 @@ static int run(int argc, char** argv) {
     return complain(error, kExitFailure);
   }
   if (wgr.get_subcommands().empty()) {
-    std::fprintf(stderr, "wgr: a subcommand is wanted\n\n%s", wgr.help().c_str());
+    warn("a subcommand is wanted");
+    print(stderr, "\n{}", wgr.help());
     return kExitBadInput;
   }
   return kExitOk;

@@ -3,8 +3,6 @@
 #include <sha256.h>
 
 #include <array>
-#include <fstream>
-#include <iterator>
 
 #include "base/errors.h"
 
@@ -17,11 +15,11 @@ std::string sha256(std::string_view bytes) {
 }
 
 std::string sha256_of_file(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  const std::string bytes{std::istreambuf_iterator<char>(file),
-                          std::istreambuf_iterator<char>()};
-  if (!file) throw UsageError(path + ": cannot be read");
-  return sha256(bytes);
+  std::array<char, SHA256_DIGEST_STRING_LENGTH> digits;
+  if (SHA256File(path.c_str(), digits.data()) == nullptr) {
+    throw UsageError(path + ": cannot be read");
+  }
+  return digits.data();
 }
 
 }  // namespace wgr

@@ -1,8 +1,6 @@
 #include "base/table.h"
 
-#include <array>
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 #include <fstream>
 #include <string_view>
@@ -109,13 +107,6 @@ std::string field(const std::string& text) {
   std::string quoted = "\"";
   for (const char c : text) quoted += c == '"' ? "\"\"" : std::string(1, c);
   return quoted + '"';
-}
-
-std::string fixed(double value, int decimals) {
-  std::array<char, 400> text;  // the largest double has 309 digits before its point
-  const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), value,
-                                          std::chars_format::fixed, decimals);
-  return error == std::errc() ? std::string(text.data(), end) : std::string("nan");
 }
 
 }  // namespace wgr

@@ -35,8 +35,4 @@ double number_in(const TableRow& row, size_t index, const std::string& path,
 // no field can hold: a line break, or bytes that are not UTF-8.
 std::string field(const std::string& text);
 
-// Seconds to the millisecond, and other numbers of a fixed number of decimals, the same
-// in every locale.
-std::string fixed(double value, int decimals);
-
 }  // namespace wgr

@@ -15,5 +15,6 @@ double share(size_t part, size_t whole) {
 }
 
 std::string percent(double share) { return fmt::format("{:.1f} %", 100.0 * share); }
+std::string percent(size_t part, size_t whole) { return percent(share(part, whole)); }
 
 }  // namespace wgr

@@ -29,5 +29,6 @@ std::string counted(size_t count, const std::string& one, const std::string& man
 
 double share(size_t part, size_t whole);  // 0 of none
 std::string percent(double share);        // "12.5 %"
+std::string percent(size_t part, size_t whole);
 
 }  // namespace wgr

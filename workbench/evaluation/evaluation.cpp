@@ -129,8 +129,8 @@ static Division divide(const SegmentedSet& set, const EvaluationOptions& options
   if (options.leave_out == LeaveOut::kNothing) division.names = {"nothing"};
   if (options.leave_out == LeaveOut::kRepetition) {
     for (size_t f = 0; f < folds; ++f) {
-      division.names.push_back("every " + std::to_string(folds) + "th repetition, from " +
-                               std::to_string(f + 1));
+      division.names.push_back(
+          fmt::format("every {}th repetition, from {}", folds, f + 1));
     }
   } else if (options.leave_out != LeaveOut::kNothing && division.names.size() < 2) {
     throw UsageError("leaving out needs at least two subjects or sessions");
@@ -390,7 +390,7 @@ Evaluation evaluate(const SegmentedSet& set, const EvaluationOptions& options) {
   }
 
   Evaluation result;
-  Progress progress("playing " + std::to_string(set.recordings.size()) + " recordings",
+  Progress progress(fmt::format("playing {} recordings", set.recordings.size()),
                     set.recordings.size());
   for (size_t f = 0; f < division.names.size(); ++f) {
     Fold fold;

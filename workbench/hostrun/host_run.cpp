@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "base/errors.h"
+#include "base/text.h"
 #include "context/WgrContext.h"
 #include "hostrun/fixed_paths.h"
 #include "output/temporary_file.h"
@@ -27,8 +28,7 @@ static void report_end_while_creating() {
   std::fflush(nullptr);
   remove_hidden_files();
   const std::string model = model_file(kInstalledModels, kDefaultWearer, kDefaultMode);
-  std::fprintf(stderr, "wgr: %s: the library cannot load it: not a model file\n",
-               model.c_str());
+  warn("{}: the library cannot load it: not a model file", model);
   _exit(kExitBadInput);
 }
 

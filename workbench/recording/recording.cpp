@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "base/foreign_text.h"
+#include "base/text.h"
 #include "recording/byte_source.h"
 
 namespace wgr {
@@ -195,7 +196,7 @@ bool RecordingReader::next(RecordedSample& sample) {
   if (error_behind_) std::rethrow_exception(error_behind_);
   if (parse_next(sample)) return true;
   // Said when the end is used, not when it is met by reading ahead.
-  if (!note_.empty()) std::fprintf(stderr, "wgr: %s\n", shown(note_).c_str());
+  if (!note_.empty()) warn(note_);
   note_.clear();
   return false;
 }

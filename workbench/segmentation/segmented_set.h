@@ -28,7 +28,7 @@ struct SegmentedRecording {
   std::vector<RecordedSample> samples;
   std::vector<Annotation>
       annotations;  // of gestures; the whole recording if it is one repetition
-  // It holds one repetition and nothing else, without rest around it.
+  // Its motions were segmented beforehand, not by the rest around them.
   bool pre_segmented = false;
   std::vector<Motion> motions;
   std::vector<int> annotation_of;  // of each motion, which annotation it fills; -1: none

@@ -37,10 +37,6 @@ std::string manifest_path(const std::string& model) {
   return beside(model, ".model.json");
 }
 
-static std::string percent(size_t part, size_t whole) {
-  return percent(share(part, whole));
-}
-
 static std::string text_of(const std::vector<SweepStep>& sweep,
                            const BuildOptions& options, const std::string& left_out) {
   if (sweep.empty()) return "";

@@ -5,7 +5,7 @@
 
 #include "arguments/values.h"
 #include "base/errors.h"
-#include "base/foreign_text.h"
+#include "base/text.h"
 #include "hostrun/fixed_paths.h"
 #include "recording/clock.h"
 #include "training/model_findings.h"
@@ -54,13 +54,13 @@ void add_host_run_arguments(CLI::App& command, HostRunArguments& given) {
 }
 
 std::vector<std::string> host_run_words(const HostRunArguments& given) {
-  std::vector<std::string> words = {"--wearer=" + std::to_string(given.model.wearer),
-                                    "--mode=" + std::to_string(given.model.mode)};
+  std::vector<std::string> words = {fmt::format("--wearer={}", given.model.wearer),
+                                    fmt::format("--mode={}", given.model.mode)};
   if (!given.model.file.empty()) words.push_back("--model=" + given.model.file);
-  if (given.rate) words.push_back("--sample-rate=" + std::to_string(*given.rate));
+  if (given.rate) words.push_back(fmt::format("--sample-rate={}", *given.rate));
   if (!given.bias.empty()) words.push_back("--bias=" + given.bias);
   if (given.host_run.sensitivity) {
-    words.push_back("--sensitivity=" + std::to_string(*given.host_run.sensitivity));
+    words.push_back(fmt::format("--sensitivity={}", *given.host_run.sensitivity));
   }
   return words;
 }
@@ -87,24 +87,24 @@ void take_model(HostRunArguments& given) {
 int choose_rate(const HostRunArguments& given, RecordingReader& reader) {
   if (given.rate) return *given.rate;
   if (given.recording == kStandardInput) {
-    std::fprintf(
-        stderr,
-        "wgr: taking %d samples/s for the live stream; --sample-rate HZ says otherwise\n",
-        kAssumedRate);
+    warn("taking {} samples/s for the live stream; --sample-rate HZ says otherwise",
+         kAssumedRate);
     return kAssumedRate;
   }
   const std::optional<int> rate = estimate_rate(reader.read_ahead(kSamplesForRate));
   if (!rate) {
-    std::fprintf(
-        stderr,
-        "wgr: %s: the time stamps give no rate: taking %d samples/s; --sample-rate HZ "
-        "says otherwise\n",
-        shown(given.recording).c_str(), kAssumedRate);
+    warn(
+        "{}: the time stamps give no rate: taking {} samples/s; --sample-rate HZ says "
+        "otherwise",
+        given.recording, kAssumedRate);
     return kAssumedRate;
   }
-  std::fprintf(stderr, "wgr: %s: %d samples/s by the time stamps\n",
-               shown(given.recording).c_str(), *rate);
+  warn("{}: {} samples/s by the time stamps", given.recording, *rate);
   return *rate;
+}
+
+void warn_of_absent_axes(const HostRunArguments& given, const RecordingReader& reader) {
+  warn("{}: the axes {} are empty and read as 0", given.recording, reader.absent_axes());
 }
 
 }  // namespace wgr

@@ -42,4 +42,6 @@ void take_model(HostRunArguments& given);
 // The rate that was given, or else the recording's; said on standard error.
 int choose_rate(const HostRunArguments& given, RecordingReader& reader);
 
+void warn_of_absent_axes(const HostRunArguments& given, const RecordingReader& reader);
+
 }  // namespace wgr

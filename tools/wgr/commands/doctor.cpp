@@ -160,8 +160,8 @@ static void compare_rates(const std::string& model, Diagnosis& diagnosis) {
   if (std::fabs(*rate / built_at - 1.0) <= kRateTolerance) return;
   diagnosis.findings.push_back(
       {"model-rate", Sureness::kLikely,
-       "the stream has " + fixed(*rate, 1) + " samples/s, and the model was built from " +
-           fixed(built_at, 0),
+       fmt::format("the stream has {:.1f} samples/s, and the model was built from {:.0f}",
+                   *rate, built_at),
        "build a model for this rate, or sample at the model's",
        "wgr build --sample-rate " + rate_to_pass(diagnosis.facts), ""});
 }

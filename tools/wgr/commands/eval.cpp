@@ -10,8 +10,8 @@
 #include "arguments/report_option.h"
 #include "arguments/segmentation_arguments.h"
 #include "arguments/values.h"
-#include "base/foreign_text.h"
 #include "base/table.h"
+#include "base/text.h"
 #include "commands/subcommands.h"
 #include "evaluation/evaluation.h"
 #include "output/output_files.h"
@@ -96,12 +96,10 @@ static void check_files(const Arguments& given, const std::string& model) {
 
 static void warn_of_unjudged(const Evaluation& result) {
   for (const auto& [label, repetitions] : result.unjudged) {
-    std::fprintf(
-        stderr,
-        "wgr: class %d: %zu of its repetitions cannot be judged and count as missed: "
-        "with what was left out beside them, a single repetition or none was left "
-        "to build from. Record more of it, or leave out less at a time "
-        "(--leave-out repetition)\n",
+    warn(
+        "class {}: {} of its repetitions cannot be judged and count as missed: with what "
+        "was left out beside them, a single repetition or none was left to build from. "
+        "Record more of it, or leave out less at a time (--leave-out repetition)",
         label, repetitions);
   }
 }
@@ -133,7 +131,7 @@ static void eval(Arguments& given) {
   for (const std::string& requirement : given.requirements) {
     const std::string failure = failure_of(parse(requirement), result);
     if (failure.empty()) continue;
-    std::fprintf(stderr, "wgr: %s\n", failure.c_str());
+    warn(failure);
     good = false;
   }
   if (!good) throw EndWithStatus{kExitFindings};

@@ -8,7 +8,6 @@
 #include "arguments/reading_limit.h"
 #include "arguments/report_option.h"
 #include "arguments/values.h"
-#include "base/foreign_text.h"
 #include "base/table.h"
 #include "commands/subcommands.h"
 #include "explanation/expected.h"
@@ -80,10 +79,7 @@ static void explain_recording(ExplainArguments& given) {
   } catch (const RecordingError&) {
     malformed = std::current_exception();
   }
-  if (reader.absent_fields() > 0) {
-    std::fprintf(stderr, "wgr: %s: the axes %s are empty and read as 0\n",
-                 shown(given.recording).c_str(), reader.absent_axes().c_str());
-  }
+  if (reader.absent_fields() > 0) warn_of_absent_axes(given, reader);
   find_expected(explanation);
 
   if (given.json) {

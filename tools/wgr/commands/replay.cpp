@@ -14,7 +14,6 @@
 
 #include "arguments/host_run_arguments.h"
 #include "arguments/values.h"
-#include "base/foreign_text.h"
 #include "commands/subcommands.h"
 #include "hostrun/fixed_paths.h"
 #include "hostrun/host_run.h"
@@ -144,8 +143,7 @@ static void replay(ReplayArguments& given) {
         }
         if (absent_reported || reader.absent_fields() == 0) return;
         absent_reported = true;
-        std::fprintf(stderr, "wgr: %s: the axes %s are empty and read as 0\n",
-                     shown(given.recording).c_str(), reader.absent_axes().c_str());
+        warn_of_absent_axes(given, reader);
       });
     } catch (const RecordingError&) {
       malformed = std::current_exception();

@@ -17,7 +17,7 @@ std::vector<std::string> names_of_kept(const SegmentedSet& set) {
 }
 
 static std::string share_text(size_t part, size_t whole) {
-  return fmt::format("{} of {}", percent(share(part, whole)), whole);
+  return fmt::format("{} of {}", percent(part, whole), whole);
 }
 
 static std::string name_of_example(size_t index, const std::vector<std::string>& names) {

@@ -15,7 +15,7 @@ using Json = nlohmann::ordered_json;
 
 static constexpr double kMsPerSecond = 1000.0;
 
-static std::string percent(const std::optional<double>& share) {
+static std::string percent_or_dash(const std::optional<double>& share) {
   return share ? percent(*share) : "-";
 }
 
@@ -63,8 +63,8 @@ static std::string confusion_text(const Evaluation& result,
       const auto found = row.find(column);
       text += in_column(found == row.end() ? "." : std::to_string(found->second), column);
     }
-    text += in_column(percent(result.recall(label)), "") +
-            in_column(percent(result.precision(label)), "") + "\n";
+    text += in_column(percent_or_dash(result.recall(label)), "") +
+            in_column(percent_or_dash(result.precision(label)), "") + "\n";
   }
   return text;
 }

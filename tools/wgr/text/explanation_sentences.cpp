@@ -7,7 +7,7 @@
 namespace wgr {
 
 static constexpr int kScoreDecimals = 4;
-static constexpr size_t kMostlyPercent = 50;
+static constexpr double kMostly = 0.5;
 
 std::string interval_text(double begin, double end) {
   return fmt::format("{:.3f} s to {:.3f} s", begin, end);
@@ -200,10 +200,6 @@ std::string sentence_for(const Expected& x, const Explanation& e) {
   return text;
 }
 
-static size_t percent(size_t part, size_t whole) {
-  return whole == 0 ? 0 : (100 * part + whole / 2) / whole;
-}
-
 static std::string why_acc_not(const RestStretch& rest) {
   const bool outside = rest.gravity_outside > 0;
   const bool scattered = rest.acc_scattered > 0;
@@ -234,14 +230,14 @@ std::string sentence_for(const RestStretch& rest, const Settings& settings) {
   const size_t seen = rest.count - blind;
   std::string text;
   if (seen > 0) {
-    if (percent(both, seen) >= kMostlyPercent) {
+    if (share(both, seen) >= kMostly) {
       text = "both sensors say so";
     } else if (gyro >= acc) {
       text = "the gyroscope says so, the accelerometer does not: " + why_acc_not(rest);
     } else {
       text = "the accelerometer says so, the gyroscope does not: " + why_gyro_not(rest);
     }
-    text += fmt::format(" (both {} %, gyroscope alone {} %, accelerometer alone {} %)",
+    text += fmt::format(" (both {}, gyroscope alone {}, accelerometer alone {})",
                         percent(both, seen), percent(gyro, seen), percent(acc, seen));
   }
   if (blind > 0) {

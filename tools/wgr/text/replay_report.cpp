@@ -57,7 +57,7 @@ static std::string clock_text(const Totals& totals) {
 void TextReport::summary(const Totals& totals) {
   print(out_, "\nsamples   {} ({:.1f} s at {} samples/s)\n", totals.samples,
         totals.seconds(), totals.rate);
-  print(out_, "at rest   {}\n", percent(share(totals.samples_at_rest, totals.samples)));
+  print(out_, "at rest   {}\n", percent(totals.samples_at_rest, totals.samples));
 
   size_t sum = 0;
   std::string classes;
