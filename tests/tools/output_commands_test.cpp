@@ -131,7 +131,8 @@ TEST_F(Commands, RefuseToOverwriteWhatTheyRead) {
     const char* command;
     const char* message;
   } cases[] = {
-      {"replay --models MODELS --log @/walk.csv @/walk.csv", "--log"},
+      {"replay --models MODELS --log @/walk.csv @/walk.csv",
+       ": would overwrite RECORDING "},
       {"explain --models MODELS @/walk.csv --report @/walk.csv", "--report"},
       {"explain --models MODELS --expect @/set/labels.csv @/walk.csv "
        "--report @/set/labels.csv",

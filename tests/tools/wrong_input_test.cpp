@@ -282,6 +282,9 @@ TEST(WrongModel, IsRefusedByEval) {
       {"1 1 1 1\n3\n1 -0.5\n3 1\n1\n1\n1\n", "holds no template that a motion can be"},
       {"-1 1 1 1\n", "is negative: the model is refused"},
       {"99999999 1 1 1\n", "the library cannot load it"},
+      {"2 1 1 1\n0 x\n1 1\n", ":2: the class labels: value 2"},
+      {"1 2 1 0\n0\n1 -0.1\n7 1\n1\n1\n1\n0 99999999\n",
+       "99999999 is more than any model has: it is refused: the library cannot load it"},
   };
   for (const auto& c : cases) {
     write_file(model, c.text);

@@ -39,7 +39,8 @@ static void require_comparable(const Gmodel& model, const std::string& path) {
 Gmodel read_model(const std::string& path) {
   const ModelCheck check = check_model_file(path);
   if (!check.loads) {
-    throw UsageError(line_about(path, check.findings.front()) +
+    // What it is refused for ends the check.
+    throw UsageError(line_about(path, check.findings.back()) +
                      ": the library cannot load it");
   }
   std::ifstream file(path);
