@@ -205,7 +205,7 @@ class ToolBuild(Build):
                 not path.name.startswith("explanation_")]
 
     def find_tests(self):
-        return [test for test in super().find_tests() if test[1] == "tools"]
+        return [test for test in super().find_tests() if test[1] in ("tools", "workbench")]
 
     def find_objects(self):
         return [name for name in self.compile_commands()

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "run_wgr.h"
+#include "tools/run_wgr.h"
 
 const std::vector<FaultCommand>& fault_commands() {
   static const std::vector<FaultCommand> kCommands = {

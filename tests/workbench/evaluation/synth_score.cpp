@@ -1,4 +1,4 @@
-#include "tools/synth_score.h"
+#include "workbench/evaluation/synth_score.h"
 
 #include <vector>
 

@@ -1,23 +1,17 @@
-// Recordings to training samples, training samples to templates and thresholds.
+// From recordings to motions: single streams, and whole sets.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <limits>
 #include <map>
 
 #include "base/errors.h"
 #include "base/text.h"
-#include "classifier/Gdata.h"
 #include "classifier/HGR.h"
 #include "segmentation/segmented_set.h"
 #include "segmentation/segmenter.h"
 #include "support/motions.h"
-#include "synthesis/performance.h"
 #include "tools/run_wgr.h"
-#include "training/exemplars.h"
 #include "training/model_builder.h"
-#include "training/thresholds.h"
 #include "training/training_file.h"
 
 using namespace wgr;
@@ -42,7 +36,7 @@ static std::vector<RecordedSample> recorded(const Stream& stream) {
   return samples;
 }
 
-TEST(SynthSegmenter, KeepsWhatTheEngineOnTheWatchCompares) {
+TEST(Segmenter, KeepsWhatTheEngineOnTheWatchCompares) {
   const auto samples =
       recorded(rest(50) + gesture(20, 6.0) + rest(50) + gesture(22, 7.0) + rest(50));
   const std::vector<Motion> motions = motions_in(samples);
@@ -77,7 +71,7 @@ TEST(SynthSegmenter, KeepsWhatTheEngineOnTheWatchCompares) {
   }
 }
 
-TEST(SynthSegmenter, ForgetsARecordingBeforeTheNext) {
+TEST(Segmenter, ForgetsARecordingBeforeTheNext) {
   const auto samples = recorded(rest(50) + gesture(20, 6.0) + rest(50));
   const auto broken_off = recorded(rest(50) + gesture(20, 6.0));
   Segmenter segmenter(50);
@@ -110,7 +104,7 @@ static Stream lifted() {
   return stream;
 }
 
-TEST(SynthSegmenter, EveryMotionGetsAVerdict) {
+TEST(Segmenter, EveryMotionGetsAVerdict) {
   const struct {
     const char* what;
     Stream stream;
@@ -133,7 +127,7 @@ TEST(SynthSegmenter, EveryMotionGetsAVerdict) {
 // Two samples nine apart, each too little to end a rest: one window of ten holds both,
 // with spreads of 0.31 (m/s²)² and 144 (deg/s)². Of the five samples that are collected
 // then, none is left without the padding.
-TEST(SynthSegmenter, AMotionThatIsAllPaddingIsTooShort) {
+TEST(Segmenter, AMotionThatIsAllPaddingIsTooShort) {
   Stream stream = rest(100);
   for (const size_t i : {60, 69}) {
     stream[i].acc.y += 1.4;
@@ -146,7 +140,7 @@ TEST(SynthSegmenter, AMotionThatIsAllPaddingIsTooShort) {
 }
 
 // One rate of exactly zero at the start is enough to lose the attitude.
-TEST(SynthSegmenter, ReportsAMotionWhoseAttitudeIsLost) {
+TEST(Segmenter, ReportsAMotionWhoseAttitudeIsLost) {
   auto samples = recorded(rest(50) + gesture(20, 6.0) + rest(50));
   for (RecordedSample& sample : samples) {
     if (sample.t < 1.0) sample.gyro = {0.0, 0.0, 0.0};
@@ -156,7 +150,7 @@ TEST(SynthSegmenter, ReportsAMotionWhoseAttitudeIsLost) {
   EXPECT_EQ(motions[0].verdict, Verdict::kNotANumber);
 }
 
-TEST(SynthSegmenter, AMotionGetsTheLabelOfTheAnnotationItFills) {
+TEST(Segmenter, AMotionGetsTheLabelOfTheAnnotationItFills) {
   const auto judge = [](double begin, double end) {
     const std::vector<Annotation> annotations = {{"f", 10.0, 11.0, 2},
                                                  {"f", 11.2, 12.2, 4}};
@@ -172,169 +166,6 @@ TEST(SynthSegmenter, AMotionGetsTheLabelOfTheAnnotationItFills) {
   EXPECT_EQ(judge(10.0, 12.0).verdict, Verdict::kInTwoAnnotations);
   EXPECT_EQ(judge(7.0, 10.8).verdict, Verdict::kPartlyInAnnotation) << "mostly outside";
   EXPECT_EQ(judge(10.1, 10.4).verdict, Verdict::kPartlyInAnnotation) << "a part of it";
-}
-
-TEST(SynthTrainingFile, IsReadBackByTheLibrary) {
-  Motion motion = {0.0, 1.0, Verdict::kKept, 3, {}};
-  motion.trace = {{0.1, -2.5, 1.0 / 3.0}, {1e-7, 4.0, -5.123456789}, {0.5, -1.0, 9.9}};
-  Motion other = motion;
-  other.label = kBackground;
-  TempDirectory directory;
-  write_file(directory.file("t"), training_text({motion, other}));
-  EXPECT_EQ(read_file(directory.file("t")).substr(0, 42),
-            "3 2 0.5 -1 9.9\n0.1 1e-07\n-2.5 4\n0.33333333");
-  Gdata data;
-  ASSERT_TRUE(data.load(directory.file("t").c_str()));
-  EXPECT_EQ(data.kind, 1);
-  ASSERT_THAT(data.samples, SizeIs(2));
-  EXPECT_EQ(data.samples[0].label, 3);
-  EXPECT_EQ(data.samples[1].label, -1);
-  ASSERT_THAT(data.samples[0].trace, SizeIs(3));
-  EXPECT_EQ(data.samples[0].trace[0].z, 0.33333333);
-  EXPECT_EQ(data.samples[0].trace[1].z, -5.1234568);
-  EXPECT_EQ(data.samples[0].trace[2].z, 9.9);
-}
-
-TEST(SynthThresholds, LieInTheMiddleBetweenRightAndWrong) {
-  EXPECT_DOUBLE_EQ(choose_threshold({-0.1, -0.2}, {-0.8, -0.6}, 3.0), -0.4);
-}
-
-// One wrong sample at -0.1 costs 3; refusing the right one at -0.15 costs 1.
-TEST(SynthThresholds, WeighAFalsePositiveAgainstMisses) {
-  EXPECT_DOUBLE_EQ(choose_threshold({-0.05, -0.15}, {-0.1}, 3.0), -0.075);
-  EXPECT_DOUBLE_EQ(choose_threshold({-0.05, -0.15}, {-0.1, -0.55}, 0.5), -0.35);
-}
-
-TEST(SynthThresholds, StayBelowTheRightWhereNothingIsWrong) {
-  const double threshold = choose_threshold({-0.1, -0.2}, {}, 3.0);
-  EXPECT_LT(threshold, -0.25);
-  EXPECT_GT(threshold, -0.5);
-  EXPECT_LT(choose_threshold({}, {}, 3.0), 0.0);
-}
-
-static Points wave(double phase, double size) {
-  Points trace;
-  for (int i = 0; i < 30; ++i) {
-    trace.push_back(
-        {size * std::sin(0.3 * i + phase), size * std::cos(0.2 * i), 0.1 * i});
-  }
-  trace.push_back({0.0, 0.0, 10.0});
-  HGR(1).normalize(trace, 1);
-  return trace;
-}
-
-TEST(SynthExemplars, StandForEachGroup) {
-  std::vector<Points> traces;
-  for (int i = 0; i < 6; ++i) traces.push_back(wave(0.01 * i, 2.0));
-  for (int i = 0; i < 6; ++i) traces.push_back(wave(2.0 + 0.013 * i, 6.0));
-  const Exemplars exemplars = choose_exemplars(traces, 1, 2);
-  ASSERT_THAT(exemplars.chosen, SizeIs(2));
-  EXPECT_LT(exemplars.chosen[0], 6u);
-  EXPECT_GE(exemplars.chosen[1], 6u);
-  EXPECT_THAT(exemplars.how, HasSubstr("affinity propagation, preference"));
-}
-
-// All alike: every similarity and so every preference is zero, and no exemplar emerges.
-TEST(SynthExemplars, ArePickedOneByOneWhereClusteringFails) {
-  Capture hushed;
-  const std::vector<Points> traces(8, wave(0.0, 1.0));
-  const Exemplars exemplars = choose_exemplars(traces, 1, 3);
-  EXPECT_THAT(exemplars.chosen, ElementsAre(0, 1, 2));
-  EXPECT_THAT(exemplars.how, HasSubstr("did not converge"));
-}
-
-TEST(SynthExemplars, OfOneSampleAreThatOne) {
-  EXPECT_THAT(choose_exemplars({wave(0.0, 1.0)}, 1, 3).chosen, ElementsAre(0));
-  EXPECT_THAT(choose_exemplars({}, 1, 3).chosen, SizeIs(0));
-}
-
-TEST(SynthBuilder, NeedsASampleOfSomeGesture) {
-  Gdata background;
-  background.kind = 1;
-  background.samples = {{-1, wave(0.0, 1.0)}};
-  background.class_counts = {{-1, 1}};
-  BuildReport report;
-  EXPECT_THROW(build_model(background, BuildOptions(), report), UsageError);
-}
-
-TEST(SynthBuilder, CountsEverySampleOnce) {
-  Gdata data;
-  data.kind = 1;
-  for (int i = 0; i < 8; ++i) {
-    data.samples.push_back({7, wave(0.02 * i, 2.0)});
-    data.samples.push_back({2, wave(2.0 + 0.02 * i, 6.0)});
-  }
-  data.samples.push_back({-1, wave(1.0, 0.1)});
-  data.class_counts = {{7, 8}, {2, 8}, {-1, 1}};
-  BuildReport report;
-  BuildOptions options;
-  options.most_templates = 3;
-  const Gmodel model = build_model(data, options, report);
-  EXPECT_THAT(model.class_labels, ElementsAre(2, 7));
-  EXPECT_EQ(model.normalize, 1);
-  EXPECT_EQ(model.havegravity, 1);
-  ASSERT_THAT(model.class_thresholds, SizeIs(2));
-  EXPECT_LE(model.templates.size(), 6u);
-  EXPECT_EQ(report.background, 1u);
-  EXPECT_EQ(report.background_accepted, 0u);
-  for (const ClassReport& c : report.classes) {
-    EXPECT_EQ(c.examples, 8u);
-    EXPECT_EQ(c.right, 8u);
-    EXPECT_EQ(c.right + c.misclassified + c.rejected, c.examples);
-  }
-  EXPECT_EQ(report.examples(), 16u);
-  EXPECT_EQ(report.classified_right(), 16u);
-  EXPECT_EQ(report.accepted(), 16u);
-  EXPECT_EQ(report.templates(), model.templates.size());
-  EXPECT_EQ(report.template_examples.size(), model.templates.size());
-  EXPECT_THAT(model.class_thresholds,
-              ElementsAre(report.classes[0].threshold, report.classes[1].threshold));
-}
-
-// Three shapes, of which two are near each other: more templates name more of them.
-static Gdata three_shapes() {
-  Gdata data;
-  data.kind = 1;
-  for (int i = 0; i < 12; ++i) {
-    data.samples.push_back({1, wave(0.11 * i, 2.0)});
-    data.samples.push_back({2, wave(0.13 * i, 2.3)});
-    data.samples.push_back({3, wave(2.0 + 0.02 * i, 6.0)});
-  }
-  data.class_counts = {{1, 12}, {2, 12}, {3, 12}};
-  return data;
-}
-
-TEST(SynthBuilder, ChoosesTheFewestTemplatesWithinTheMarginOfTheBest) {
-  Capture hushed;
-  for (const double tolerance : {0.0, 0.1}) {
-    BuildReport report;
-    BuildOptions options;
-    options.tolerance = tolerance;
-    const Gmodel model = build_model(three_shapes(), options, report);
-    const SweepStep* chosen = nullptr;
-    double best = 0.0;
-    for (const SweepStep& step : report.sweep) {
-      EXPECT_LE(step.accuracy, 1.0);
-      EXPECT_GE(step.accuracy, 0.5);
-      if (step.in_question) best = std::max(best, step.accuracy);
-      if (!step.chosen) continue;
-      EXPECT_EQ(chosen, nullptr) << "one alone";
-      chosen = &step;
-    }
-    ASSERT_NE(chosen, nullptr);
-    EXPECT_TRUE(chosen->in_question);
-    EXPECT_GE(chosen->accuracy, best - tolerance);
-    EXPECT_EQ(chosen->templates, model.templates.size());
-    EXPECT_DOUBLE_EQ(chosen->accuracy,
-                     static_cast<double>(report.classified_right()) / 36.0);
-    for (const SweepStep& step : report.sweep) {
-      if (!step.in_question || step.accuracy < best - tolerance) continue;
-      EXPECT_GE(step.templates, chosen->templates);
-      if (step.templates > chosen->templates) continue;
-      EXPECT_LE(step.accuracy, chosen->accuracy);
-    }
-    for (const ClassReport& c : report.classes) EXPECT_LE(c.templates, 4u) << "a third";
-  }
 }
 
 // A recording as a file has it, at the given times.
@@ -368,7 +199,7 @@ static SegmentedSet segment_folder(const std::string& folder,
   return segment_set(read_recording_set(folder), {}, options);
 }
 
-TEST(SynthSegmentedSet, ReportsWhatIsOddAboutItsClocks) {
+TEST(SegmentedSet, ReportsWhatIsOddAboutItsClocks) {
   const TempDirectory set;
   const auto write = [&](const char* name, const std::vector<double>& times) {
     write_file(set.file(name), recording_text(times, rest(200)));
@@ -404,7 +235,7 @@ TEST(SynthSegmentedSet, ReportsWhatIsOddAboutItsClocks) {
       "whole, through the same rotation and trimming; 1 segmented\n");
 }
 
-TEST(SynthSegmentedSet, UsesARecordingWithoutRestWhole) {
+TEST(SegmentedSet, UsesARecordingWithoutRestWhole) {
   const TempDirectory set;
   const Stream shaken = gesture(20, 6.0) + gesture(20, 6.0);
   std::vector<double> times = stamps(0.02, {});
@@ -441,7 +272,7 @@ TEST(SynthSegmentedSet, UsesARecordingWithoutRestWhole) {
                                        "0.0 s of background\n");
 }
 
-TEST(SynthSegmentedSet, UsesAnnotationsAsTheyAre) {
+TEST(SegmentedSet, UsesAnnotationsAsTheyAre) {
   const TempDirectory set;
   const Stream stream = rest(50) + gesture(20, 6.0) + rest(50);
   std::vector<double> times = stamps(0.02, {});
@@ -469,48 +300,4 @@ TEST(SynthSegmentedSet, UsesAnnotationsAsTheyAre) {
       [&] { segment_folder(set.path(), options); },
       ::testing::ThrowsMessage<UsageError>(
           set.path() + "/a.csv: has no sample in the annotation from 7.125 to 8.250 s"));
-}
-
-TEST(SynthProgramCut, CountsEveryMotionAndSaysWhatIsWrong) {
-  TempDirectory directory;
-  const std::string set = directory.file("set");
-  ASSERT_EQ(run_wgr("synth --training " + set +
-                    " --persons 1 --gestures 2 "
-                    "--distractors 30")
-                .status,
-            0);
-  const Outcome segmented = run_wgr("segment " + set + " -o -");
-  ASSERT_EQ(segmented.status, 0) << segmented.err;
-  EXPECT_THAT(segmented.err, HasSubstr("     2 examples of class 0\n"));
-  EXPECT_THAT(segmented.err,
-              HasSubstr("     0 of 10 annotations without a kept motion\n"));
-  ASSERT_EQ(run_wgr("segment " + set + " -o " + directory.file("t")).status, 0);
-  EXPECT_EQ(segmented.out, read_file(directory.file("t")))
-      << "standard output has no more";
-
-  EXPECT_EQ(run_wgr("segment /nowhere -o -").status, 2);
-  const Outcome rate = run_wgr("segment " + set + " --sample-rate 100 -o -");
-  EXPECT_EQ(rate.status, 0) << rate.err;
-  EXPECT_THAT(rate.err, HasSubstr("1 recordings, 100 samples/s; 1 recording of another "
-                                  "rate resampled to it by linear interpolation "
-                                  "(50 x 1)\n"));
-  write_file(set + "/labels.csv", "file,t_start,t_end,label\nlost.csv,1,2,0\n");
-  const Outcome lost = run_wgr("segment " + set + " -o -");
-  EXPECT_EQ(lost.status, 2);
-  EXPECT_THAT(lost.err, HasSubstr("names lost.csv, which is not there"));
-  write_file(set + "/labels.csv", "file,t_start,t_end,label\np001_free.csv,1,1,x\n");
-  const Outcome label = run_wgr("segment " + set + " -o -");
-  EXPECT_EQ(label.status, 2);
-  EXPECT_THAT(label.err, HasSubstr("labels.csv:2: the interval ends before it starts"));
-}
-
-TEST(SynthProgramBuild, SaysWhatIsWrongAndWritesNothing) {
-  TempDirectory directory;
-  const std::string out = directory.file("m.xml");
-  EXPECT_EQ(run_wgr("build /nowhere -o " + out).status, 2);
-  write_file(directory.file("t"), "-1 1 0 0 9.9\n1\n1\n1\n");
-  const Outcome outcome = run_wgr("build " + directory.file("t") + " -o " + out);
-  EXPECT_EQ(outcome.status, 2);
-  EXPECT_THAT(outcome.err, HasSubstr("no example of any gesture"));
-  EXPECT_FALSE(std::filesystem::exists(out));
 }

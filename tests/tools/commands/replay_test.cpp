@@ -15,12 +15,12 @@
 #include "output/output_files.h"
 #include "output/temporary_file.h"
 #include "recording/recording.h"
-#include "run_wgr.h"
 #include "support/child.h"
 #include "support/files.h"
 #include "support/motions.h"
 #include "support/private_paths.h"
 #include "text/replay_report.h"
+#include "tools/run_wgr.h"
 
 using namespace wgr;
 

@@ -13,7 +13,7 @@
 
 #include "support/cases.h"
 #include "support/private_paths.h"
-#include "tools/synth_score.h"
+#include "workbench/evaluation/synth_score.h"
 
 using namespace wgr;
 

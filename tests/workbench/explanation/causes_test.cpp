@@ -8,10 +8,10 @@
 
 #include "base/errors.h"
 #include "engine/orientation.h"
-#include "explain_support.h"
 #include "explanation/expected.h"
 #include "text/explanation_sentences.h"
 #include "text/explanation_text.h"
+#include "workbench/explanation/explain_support.h"
 
 using namespace wgr;
 

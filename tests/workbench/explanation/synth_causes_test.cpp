@@ -4,9 +4,9 @@
 
 #include <set>
 
-#include "explain_support.h"
 #include "explanation/expected.h"
-#include "run_wgr.h"
+#include "tools/run_wgr.h"
+#include "workbench/explanation/explain_support.h"
 
 using namespace wgr;
 

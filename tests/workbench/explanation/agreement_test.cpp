@@ -4,11 +4,11 @@
 
 #include "classifier/HGR.h"
 #include "dtw/similarity.h"
-#include "explain_support.h"
 #include "explanation/warping_path.h"
 #include "support/cases.h"
 #include "support/random_points.h"
 #include "support/same_bits.h"
+#include "workbench/explanation/explain_support.h"
 
 using namespace wgr;
 
@@ -76,7 +76,7 @@ static void install_shipped_models() {
   for (const auto& entry : std::filesystem::directory_iterator(kInstalledModels)) {
     std::filesystem::remove_all(entry);
   }
-  std::filesystem::copy(WGR_SOURCE "/models", kInstalledModels,
+  std::filesystem::copy(WGR_ROOT "/models", kInstalledModels,
                         std::filesystem::copy_options::recursive);
 }
 
@@ -107,14 +107,14 @@ TEST(Agreement, OnTheDemoRecordingWithEveryModel) {
       HostRunOptions options;
       options.wearer = wearer;
       options.mode = mode;
-      events += expect_agreement(WGR_SOURCE "/recordings/demo.csv", options);
+      events += expect_agreement(WGR_ROOT "/recordings/demo.csv", options);
     }
   }
   EXPECT_GT(events, 6u);
 }
 
 TEST(Agreement, OnRecordingsFromElsewhere) {
-  const std::filesystem::path folder = WGR_SOURCE "/../shared/data";
+  const std::filesystem::path folder = WGR_ROOT "/../shared/data";
   if (!std::filesystem::is_directory(folder)) {
     GTEST_SKIP() << folder << " is not there: nothing to compare on";
   }

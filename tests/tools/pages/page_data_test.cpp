@@ -5,10 +5,10 @@
 #include <map>
 
 #include "pages/page_data.h"
-#include "run_wgr.h"
 #include "support/cases.h"
 #include "support/private_paths.h"
 #include "support/random_points.h"
+#include "tools/run_wgr.h"
 
 using namespace wgr;
 

@@ -5,10 +5,10 @@
 #include <chrono>
 #include <nlohmann/json.hpp>
 
-#include "explain_support.h"
 #include "pages/parts.h"
-#include "run_wgr.h"
 #include "support/cases.h"
+#include "tools/run_wgr.h"
+#include "workbench/explanation/explain_support.h"
 
 using namespace wgr;
 

@@ -1,0 +1,134 @@
+// wgr doctor as a program: its text, JSON, status and what it reads.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "diagnosis/agreement.h"
+#include "diagnosis/diagnosis.h"
+#include "recording/recording.h"
+#include "support/cases.h"
+#include "support/files.h"
+#include "synthesis/performance.h"
+#include "tools/run_wgr.h"
+
+using namespace wgr;
+
+using ::testing::HasSubstr;
+
+using Recorded = std::vector<RecordedSample>;
+
+// A minute or so: each gesture twice, some everyday movement, the ways between.
+static Recorded repetition(int number, int rate = 50, int wearer = 0,
+                           Style style = Style::kFree) {
+  const Person person = make_person(number, style);
+  const Random random(static_cast<uint64_t>(1000 + number));
+  Random planning = random.fork(1);
+  const Plan plan = random_plan({2, 20.0}, person, planning);
+  return record(plan, person, {wearer, rate}, random.fork(2));
+}
+
+class DoctorCommand : public ::testing::Test {
+ protected:
+  std::string recording(const Recorded& samples) {
+    const std::string path = directory_.file("recording.csv");
+    write_recording(path, samples);
+    return path;
+  }
+
+  TempDirectory directory_;
+};
+
+TEST_F(DoctorCommand, EndsWithZeroWhenItFindsNothing) {
+  const Outcome outcome = run_wgr("doctor " + recording(repetition(1)));
+  EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+  EXPECT_THAT(outcome.out, HasSubstr("rate      50.00 samples/s"));
+  EXPECT_THAT(outcome.out, HasSubstr("pass      init_gesture_handle(h, 50, (Point3Df){"));
+  EXPECT_THAT(outcome.out, HasSubstr("\nnothing found\n"));
+}
+
+TEST_F(DoctorCommand, EndsWithOneWhenItFindsSomething) {
+  Recorded samples = repetition(1);
+  for (RecordedSample& s : samples) s.gyro = s.gyro / kDegreesPerRadian;
+  const std::string path = recording(samples);
+  const Outcome text = run_wgr("doctor " + path);
+  EXPECT_EQ(text.status, 1);
+  EXPECT_THAT(text.out, HasSubstr("gyro-unit (certain): "));
+  EXPECT_THAT(text.out, HasSubstr("\n  do: multiply the rates by 57.29578"));
+
+  const Outcome lines = run_wgr("doctor --json " + path);
+  EXPECT_EQ(lines.status, 1);
+  std::istringstream in(lines.out);
+  std::string line;
+  std::getline(in, line);
+  EXPECT_EQ(nlohmann::json::parse(line)["id"], "gyro-unit");
+  std::getline(in, line);
+  EXPECT_EQ(nlohmann::json::parse(line)["findings"], 1);
+  EXPECT_FALSE(std::getline(in, line));
+}
+
+TEST_F(DoctorCommand, PrintsAsJsonWhatItMeasured) {
+  const Recorded samples = repetition(1);
+  const StreamFacts facts = diagnose(samples, {}).facts;
+  ASSERT_TRUE(facts.rate && facts.gravity && facts.bias);
+  const auto figures =
+      nlohmann::json::parse(run_wgr("doctor --json " + recording(samples)).out);
+  EXPECT_EQ(figures["samples"], samples.size());
+  EXPECT_NEAR(figures["rate"].get<double>(), *facts.rate, 1e-6);
+  EXPECT_NEAR(figures["gravity"].get<double>(), *facts.gravity, 1e-6);
+  EXPECT_NEAR(figures["bias"][0].get<double>(), facts.bias->x, 1e-6);
+  EXPECT_NEAR(figures["bias"][1].get<double>(), facts.bias->y, 1e-6);
+  EXPECT_NEAR(figures["bias"][2].get<double>(), facts.bias->z, 1e-6);
+  EXPECT_NEAR(figures["seconds"].get<double>(), facts.seconds, 1e-6);
+  EXPECT_EQ(figures["turns"], facts.turns);
+
+  // A sample alone has no rate, and without rest nothing shows gravity and bias.
+  const std::string one = run_wgr("doctor --json " + recording({samples[0]})).out;
+  const auto of_one = nlohmann::json::parse(one.substr(one.rfind("{\"type\"")));
+  for (const char* unknown : {"rate", "gravity", "bias"}) {
+    EXPECT_TRUE(of_one[unknown].is_null()) << unknown << ": " << one;
+  }
+}
+
+TEST_F(DoctorCommand, TakesTheBiasThatItIsGivenForCorrected) {
+  Recorded samples = repetition(1);
+  for (RecordedSample& s : samples) s.gyro = s.gyro + Point3Df{20.0, 0.0, -10.0};
+  const std::string path = recording(samples);
+  const Outcome without = run_wgr("doctor " + path);
+  EXPECT_EQ(without.status, 1);
+  EXPECT_THAT(without.out, HasSubstr("\nbias (certain): "));
+  EXPECT_EQ(run_wgr("doctor --bias 20,0,-10 " + path).status, 0);
+}
+
+TEST_F(DoctorCommand, EndsWithTwoWhenItCannotRead) {
+  EXPECT_EQ(run_wgr("doctor " + directory_.file("missing.csv")).status, 2);
+  write_file(directory_.file("bad.csv"), "t,ax,ay,az,gx,gy,gz\n0,1,2\n");
+  EXPECT_EQ(run_wgr("doctor " + directory_.file("bad.csv")).status, 2);
+  EXPECT_EQ(run_wgr("doctor --bias 1,2 " + recording(repetition(1))).status, 2);
+  EXPECT_EQ(run_wgr("doctor").status, 2);
+}
+
+TEST_F(DoctorCommand, ReadsNoMoreThanItIsGiven) {
+  const std::string path = recording(repetition(1));
+  EXPECT_THAT(run_wgr("doctor --seconds 10 " + path).out, HasSubstr("samples   500 in"));
+  // Of a live stream a minute is enough, though more would come.
+  const Recorded part = repetition(1);
+  ASSERT_GT(part.back().t, 61.0);
+  const Outcome live = run_command(std::string(WGR_PROGRAM) + " doctor - <" + path);
+  EXPECT_THAT(live.out, HasSubstr("samples   3000 in 59.98 s"));
+}
+
+TEST_F(DoctorCommand, NamesAxesThatHaveNoValues) {
+  std::string text = "t,ax,ay,az,gx,gy,gz\n";
+  for (const RecordedSample& s : repetition(1)) {
+    std::ostringstream line;
+    line << s.t << ',' << s.acc.x << ',' << s.acc.y << ',' << s.acc.z << ',' << s.gyro.x
+         << ',' << s.gyro.y << ",\n";
+    text += line.str();
+  }
+  write_file(directory_.file("absent.csv"), text);
+  const Outcome outcome = run_wgr("doctor " + directory_.file("absent.csv"));
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.out, HasSubstr("absent (certain): the axes gz have no value"));
+}

@@ -1,0 +1,186 @@
+// Training files, templates, thresholds and the models that are made of them.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "base/errors.h"
+#include "base/text.h"
+#include "classifier/Gdata.h"
+#include "classifier/HGR.h"
+#include "segmentation/segmenter.h"
+#include "support/motions.h"
+#include "tools/run_wgr.h"
+#include "training/exemplars.h"
+#include "training/model_builder.h"
+#include "training/thresholds.h"
+#include "training/training_file.h"
+
+using namespace wgr;
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::SizeIs;
+
+TEST(TrainingFile, IsReadBackByTheLibrary) {
+  Motion motion = {0.0, 1.0, Verdict::kKept, 3, {}};
+  motion.trace = {{0.1, -2.5, 1.0 / 3.0}, {1e-7, 4.0, -5.123456789}, {0.5, -1.0, 9.9}};
+  Motion other = motion;
+  other.label = kBackground;
+  TempDirectory directory;
+  write_file(directory.file("t"), training_text({motion, other}));
+  EXPECT_EQ(read_file(directory.file("t")).substr(0, 42),
+            "3 2 0.5 -1 9.9\n0.1 1e-07\n-2.5 4\n0.33333333");
+  Gdata data;
+  ASSERT_TRUE(data.load(directory.file("t").c_str()));
+  EXPECT_EQ(data.kind, 1);
+  ASSERT_THAT(data.samples, SizeIs(2));
+  EXPECT_EQ(data.samples[0].label, 3);
+  EXPECT_EQ(data.samples[1].label, -1);
+  ASSERT_THAT(data.samples[0].trace, SizeIs(3));
+  EXPECT_EQ(data.samples[0].trace[0].z, 0.33333333);
+  EXPECT_EQ(data.samples[0].trace[1].z, -5.1234568);
+  EXPECT_EQ(data.samples[0].trace[2].z, 9.9);
+}
+
+TEST(Thresholds, LieInTheMiddleBetweenRightAndWrong) {
+  EXPECT_DOUBLE_EQ(choose_threshold({-0.1, -0.2}, {-0.8, -0.6}, 3.0), -0.4);
+}
+
+// One wrong sample at -0.1 costs 3; refusing the right one at -0.15 costs 1.
+TEST(Thresholds, WeighAFalsePositiveAgainstMisses) {
+  EXPECT_DOUBLE_EQ(choose_threshold({-0.05, -0.15}, {-0.1}, 3.0), -0.075);
+  EXPECT_DOUBLE_EQ(choose_threshold({-0.05, -0.15}, {-0.1, -0.55}, 0.5), -0.35);
+}
+
+TEST(Thresholds, StayBelowTheRightWhereNothingIsWrong) {
+  const double threshold = choose_threshold({-0.1, -0.2}, {}, 3.0);
+  EXPECT_LT(threshold, -0.25);
+  EXPECT_GT(threshold, -0.5);
+  EXPECT_LT(choose_threshold({}, {}, 3.0), 0.0);
+}
+
+static Points wave(double phase, double size) {
+  Points trace;
+  for (int i = 0; i < 30; ++i) {
+    trace.push_back(
+        {size * std::sin(0.3 * i + phase), size * std::cos(0.2 * i), 0.1 * i});
+  }
+  trace.push_back({0.0, 0.0, 10.0});
+  HGR(1).normalize(trace, 1);
+  return trace;
+}
+
+TEST(Exemplars, StandForEachGroup) {
+  std::vector<Points> traces;
+  for (int i = 0; i < 6; ++i) traces.push_back(wave(0.01 * i, 2.0));
+  for (int i = 0; i < 6; ++i) traces.push_back(wave(2.0 + 0.013 * i, 6.0));
+  const Exemplars exemplars = choose_exemplars(traces, 1, 2);
+  ASSERT_THAT(exemplars.chosen, SizeIs(2));
+  EXPECT_LT(exemplars.chosen[0], 6u);
+  EXPECT_GE(exemplars.chosen[1], 6u);
+  EXPECT_THAT(exemplars.how, HasSubstr("affinity propagation, preference"));
+}
+
+// All alike: every similarity and so every preference is zero, and no exemplar emerges.
+TEST(Exemplars, ArePickedOneByOneWhereClusteringFails) {
+  Capture hushed;
+  const std::vector<Points> traces(8, wave(0.0, 1.0));
+  const Exemplars exemplars = choose_exemplars(traces, 1, 3);
+  EXPECT_THAT(exemplars.chosen, ElementsAre(0, 1, 2));
+  EXPECT_THAT(exemplars.how, HasSubstr("did not converge"));
+}
+
+TEST(Exemplars, OfOneSampleAreThatOne) {
+  EXPECT_THAT(choose_exemplars({wave(0.0, 1.0)}, 1, 3).chosen, ElementsAre(0));
+  EXPECT_THAT(choose_exemplars({}, 1, 3).chosen, SizeIs(0));
+}
+
+TEST(ModelBuilderTest, NeedsASampleOfSomeGesture) {
+  Gdata background;
+  background.kind = 1;
+  background.samples = {{-1, wave(0.0, 1.0)}};
+  background.class_counts = {{-1, 1}};
+  BuildReport report;
+  EXPECT_THROW(build_model(background, BuildOptions(), report), UsageError);
+}
+
+TEST(ModelBuilderTest, CountsEverySampleOnce) {
+  Gdata data;
+  data.kind = 1;
+  for (int i = 0; i < 8; ++i) {
+    data.samples.push_back({7, wave(0.02 * i, 2.0)});
+    data.samples.push_back({2, wave(2.0 + 0.02 * i, 6.0)});
+  }
+  data.samples.push_back({-1, wave(1.0, 0.1)});
+  data.class_counts = {{7, 8}, {2, 8}, {-1, 1}};
+  BuildReport report;
+  BuildOptions options;
+  options.most_templates = 3;
+  const Gmodel model = build_model(data, options, report);
+  EXPECT_THAT(model.class_labels, ElementsAre(2, 7));
+  EXPECT_EQ(model.normalize, 1);
+  EXPECT_EQ(model.havegravity, 1);
+  ASSERT_THAT(model.class_thresholds, SizeIs(2));
+  EXPECT_LE(model.templates.size(), 6u);
+  EXPECT_EQ(report.background, 1u);
+  EXPECT_EQ(report.background_accepted, 0u);
+  for (const ClassReport& c : report.classes) {
+    EXPECT_EQ(c.examples, 8u);
+    EXPECT_EQ(c.right, 8u);
+    EXPECT_EQ(c.right + c.misclassified + c.rejected, c.examples);
+  }
+  EXPECT_EQ(report.examples(), 16u);
+  EXPECT_EQ(report.classified_right(), 16u);
+  EXPECT_EQ(report.accepted(), 16u);
+  EXPECT_EQ(report.templates(), model.templates.size());
+  EXPECT_EQ(report.template_examples.size(), model.templates.size());
+  EXPECT_THAT(model.class_thresholds,
+              ElementsAre(report.classes[0].threshold, report.classes[1].threshold));
+}
+
+// Three shapes, of which two are near each other: more templates name more of them.
+static Gdata three_shapes() {
+  Gdata data;
+  data.kind = 1;
+  for (int i = 0; i < 12; ++i) {
+    data.samples.push_back({1, wave(0.11 * i, 2.0)});
+    data.samples.push_back({2, wave(0.13 * i, 2.3)});
+    data.samples.push_back({3, wave(2.0 + 0.02 * i, 6.0)});
+  }
+  data.class_counts = {{1, 12}, {2, 12}, {3, 12}};
+  return data;
+}
+
+TEST(ModelBuilderTest, ChoosesTheFewestTemplatesWithinTheMarginOfTheBest) {
+  Capture hushed;
+  for (const double tolerance : {0.0, 0.1}) {
+    BuildReport report;
+    BuildOptions options;
+    options.tolerance = tolerance;
+    const Gmodel model = build_model(three_shapes(), options, report);
+    const SweepStep* chosen = nullptr;
+    double best = 0.0;
+    for (const SweepStep& step : report.sweep) {
+      EXPECT_LE(step.accuracy, 1.0);
+      EXPECT_GE(step.accuracy, 0.5);
+      if (step.in_question) best = std::max(best, step.accuracy);
+      if (!step.chosen) continue;
+      EXPECT_EQ(chosen, nullptr) << "one alone";
+      chosen = &step;
+    }
+    ASSERT_NE(chosen, nullptr);
+    EXPECT_TRUE(chosen->in_question);
+    EXPECT_GE(chosen->accuracy, best - tolerance);
+    EXPECT_EQ(chosen->templates, model.templates.size());
+    EXPECT_DOUBLE_EQ(chosen->accuracy,
+                     static_cast<double>(report.classified_right()) / 36.0);
+    for (const SweepStep& step : report.sweep) {
+      if (!step.in_question || step.accuracy < best - tolerance) continue;
+      EXPECT_GE(step.templates, chosen->templates);
+      if (step.templates > chosen->templates) continue;
+      EXPECT_LE(step.accuracy, chosen->accuracy);
+    }
+    for (const ClassReport& c : report.classes) EXPECT_LE(c.templates, 4u) << "a third";
+  }
+}
