@@ -2,7 +2,10 @@
 // instructions of two runs differ by those of the work alone.
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
+#include <functional>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -29,7 +32,7 @@ static int usage() {
   std::fputs(
       "usage: steps WORK TIMES\n"
       "WORK: similarity, reference_similarity, predict, reference_predict, matrix, rest, "
-      "motion, log\n"
+      "motion, log, two_log_lines\n"
       "Run it in the project's root: motion takes one of the models there.\n",
       stderr);
   return 2;
@@ -37,7 +40,6 @@ static int usage() {
 
 int main(int argc, char** argv) {
   if (argc != 3) return usage();
-  const std::string work = argv[1];
   const int times = std::atoi(argv[2]);
 
   RandomPoints random(1);
@@ -52,36 +54,43 @@ int main(int argc, char** argv) {
   for (int i = 0; i < kMatrixTraces; ++i) traces.push_back(any_gesture(random, kPoints));
   HGR classifier(0);
   std::unique_ptr<RestingEngine> engine;
-  if (work == "rest") engine = std::make_unique<RestingEngine>();
+  if (std::strcmp(argv[1], "rest") == 0) engine = std::make_unique<RestingEngine>();
 
   const std::string model_path = std::filesystem::absolute(kModel).string();
   AgGes motion_engine(model_path.c_str(), kAccAndGyro, kRate, kNoBias, -1, -1, -1, 2.0);
   const Stream motion = rest(2 * kSettle) + gesture(30, 20.0);
 
+  const std::map<std::string, std::function<double()>> works = {
+      {"similarity", [&] { return static_cast<double>(dtw_similarity(a, b, 1)); }},
+      {"reference_similarity",
+       [&] { return static_cast<double>(reference::similarity(a, b, 1)); }},
+      {"predict",
+       [&] { return best_match(trace, model.templates, kTemplates, 1).score; }},
+      {"reference_predict", [&] { return reference::predict(model, trace, 0).score; }},
+      {"matrix",
+       [&] {
+         const std::unique_ptr<float[]> matrix(classifier.cal_sim_matrix(traces, 1));
+         return static_cast<double>(matrix[1]);
+       }},
+      {"rest", [&] { return engine->feed(), 0.0; }},
+      {"motion",
+       [&] {
+         for (const Pair& pair : motion) motion_engine.update(pair.acc, pair.gyro);
+         return static_cast<double>(motion_engine.trace.size());
+       }},
+      {"log", [&] { return WgrLogAt(kLogGestureType, 14), 0.0; }},
+      {"two_log_lines",
+       [&] {
+         HeldSignals held;
+         WgrLogAt(held, kLogUpdateStart);
+         WgrLogAt(held, kLogGestureType, 14);
+         return 0.0;
+       }},
+  };
+  const auto work = works.find(argv[1]);
+  if (work == works.end()) return usage();
   double sum = 0.0;
-  for (int i = 0; i < times; ++i) {
-    if (work == "similarity") {
-      sum += static_cast<double>(dtw_similarity(a, b, 1));
-    } else if (work == "reference_similarity") {
-      sum += static_cast<double>(reference::similarity(a, b, 1));
-    } else if (work == "predict") {
-      sum += best_match(trace, model.templates, kTemplates, 1).score;
-    } else if (work == "reference_predict") {
-      sum += reference::predict(model, trace, 0).score;
-    } else if (work == "matrix") {
-      const std::unique_ptr<float[]> matrix(classifier.cal_sim_matrix(traces, 1));
-      sum += static_cast<double>(matrix[1]);
-    } else if (work == "rest") {
-      engine->feed();
-    } else if (work == "motion") {
-      for (const Pair& pair : motion) motion_engine.update(pair.acc, pair.gyro);
-      sum += static_cast<double>(motion_engine.trace.size());
-    } else if (work == "log") {
-      WgrLogAt(kLogGestureType, 14);
-    } else {
-      return usage();
-    }
-  }
+  for (int i = 0; i < times; ++i) sum += work->second();
   std::fprintf(stderr, "%g\n", sum);  // or the work could be left out
   return 0;
 }

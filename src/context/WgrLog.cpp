@@ -9,16 +9,16 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdarg>
-#include <cstdio>
 #include <cstring>
 #include <iterator>
 #include <limits>
+#include <string_view>
 
 #include "base/held_signals.h"
 
 using namespace wgr;
 
-static constexpr size_t kLineSize = 256;  // characters, terminator included
+static constexpr size_t kLineSize = 256;  // characters, line break included
 
 namespace {
 
@@ -89,28 +89,57 @@ void WgrLog(char* line) {
   write_line(parts, 2, held);
 }
 
-// Appends as much of `text` to a line of `length` characters as it has room for.
-static size_t append(char* line, size_t length, const char* text, size_t size) {
-  const size_t taken = std::min(size, kLineSize - 1 - length);
-  std::memcpy(line + length, text, taken);
-  return length + taken;
-}
+namespace {
+
+// A line that is put together: what goes beyond its length is left out.
+class Line {
+ public:
+  void add(std::string_view text) {
+    const size_t taken = std::min(text.size(), kLineSize - 1 - length_);
+    std::memcpy(text_ + length_, text.data(), taken);
+    length_ += taken;
+  }
+  void add(int number) {
+    char digits[std::numeric_limits<int>::digits10 + 2];  // and a sign
+    const char* const end = std::to_chars(digits, std::end(digits), number).ptr;
+    add(std::string_view(digits, static_cast<size_t>(end - digits)));
+  }
+
+  // The line with its line break.
+  iovec ended() {
+    text_[length_] = '\n';
+    return {text_, length_ + 1};
+  }
+
+ private:
+  size_t length_ = 0;
+  char text_[kLineSize];
+};
+
+}  // namespace
 
 // Put together by hand: a sample writes two lines, and formatting them is dear.
 static void write_site(const WgrLogSite& site, HeldSignals& held,
                        std::va_list arguments) {
-  char line[kLineSize] = {};
-  char tag[std::numeric_limits<int>::digits10 + 2];
-  const char* const tag_end = std::to_chars(tag, std::end(tag), site.tag).ptr;
-  size_t length = append(line, 0, site.function, std::strlen(site.function));
-  length = append(line, length, " ", 1);
-  length = append(line, length, tag, static_cast<size_t>(tag_end - tag));
-  length = append(line, length, ": ", 2);
-  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): both callers have set it
-  std::vsnprintf(line + length, kLineSize - length, site.message, arguments);
-  length = std::strlen(line);
-  line[length] = '\n';  // in the terminator's place
-  const iovec whole = {line, length + 1};
+  Line line;
+  line.add(site.function);
+  line.add(" ");
+  line.add(site.tag);
+  line.add(": ");
+  std::string_view message = site.message;
+  for (size_t mark; (mark = message.find('%')) != message.npos;) {
+    line.add(message.substr(0, mark));
+    // NOLINTBEGIN(clang-analyzer-valist.Uninitialized): both callers have set it
+    if (message[mark + 1] == 'd') {
+      line.add(va_arg(arguments, int));
+    } else {
+      line.add(va_arg(arguments, const char*));
+    }
+    // NOLINTEND(clang-analyzer-valist.Uninitialized)
+    message.remove_prefix(mark + 2);
+  }
+  line.add(message);
+  const iovec whole = line.ended();
   write_line(&whole, 1, held);
 }
 

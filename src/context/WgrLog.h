@@ -6,6 +6,8 @@
 // and without a word, and no signal ends the host: the log must never disturb it.
 #pragma once
 
+#include <string_view>
+
 #include "base/held_signals.h"
 
 // Appends `line`, which must be a formatted text without a line break, and a line
@@ -19,9 +21,9 @@ inline constexpr char kWgrLogPath[] = "/home/app/WgrLog.txt";
 // One place that logs. `tag` is printed where a source line number would be. It
 // belongs to the line's text, so it stays as it is when the code around it moves.
 struct WgrLogSite {
-  const char* function;
+  std::string_view function;
   int tag;
-  const char* message;  // printf format
+  std::string_view message;  // %d stands for an int, %s for a text, and there is no other %
 };
 
 // clang-format off
