@@ -13,6 +13,7 @@
 
 #include "base/foreign_text.h"
 #include "base/text.h"
+#include "capture/capture_samples.h"
 #include "recording/byte_source.h"
 
 namespace wgr {
@@ -27,6 +28,15 @@ static constexpr int kGzipFormat = 16;             // added to the window bits
 static constexpr int kUsualMemory = 8;             // zlib's own default
 static constexpr char kCutOff[] = "the gzip data ends too early";
 static constexpr unsigned long long kMega = 1'000'000;
+
+void ReadingLimit::add(size_t bytes, const std::string& place) {
+  read += bytes;
+  if (read <= most) return;
+  throw RecordingError(
+      place + "more than " + std::to_string(most / kMega) +
+      " MB of recordings, unpacked, would be kept in memory: give --max-size MB to allow "
+      "more, or fewer and shorter recordings");
+}
 
 struct RecordingReader::Source {
   Source(const std::string& path, ReadingLimit* reading_limit)
@@ -78,13 +88,7 @@ bool RecordingReader::Source::fill() {
     refuse(error.what());
   }
   end += got;
-  if (limit == nullptr) return got > 0;
-  limit->read += got;
-  if (limit->read > limit->most) {
-    refuse("more than " + std::to_string(limit->most / kMega) +
-           " MB of recordings, unpacked, would be kept in memory: give --max-size MB to "
-           "allow more, or fewer and shorter recordings");
-  }
+  if (limit != nullptr) limit->add(got, place());
   return got > 0;
 }
 
@@ -167,8 +171,23 @@ void RecordingReader::Source::parse(std::string_view text, RecordedSample& sampl
   sample.gyro = {axis(fields[4], 3), axis(fields[5], 4), axis(fields[6], 5)};
 }
 
-RecordingReader::RecordingReader(const std::string& path, ReadingLimit* limit)
-    : source_(std::make_unique<Source>(path, limit)) {
+RecordingReader::RecordingReader(const std::string& path, ReadingLimit* limit,
+                                 std::optional<unsigned> handle)
+    : limit_(limit) {
+  if (is_capture(path)) {
+    try {
+      capture_ = std::make_unique<CaptureSamples>(path, handle);
+    } catch (const CaptureError& error) {
+      throw RecordingError(error.what());
+    }
+    return;
+  }
+  if (handle) throw RecordingError(path + ": is no capture, so --handle chooses nothing");
+  source_ = std::make_unique<Source>(path, limit);
+  read_header();
+}
+
+void RecordingReader::read_header() {
   std::string_view header;
   if (!source_->next_line(header)) {
     source_->line = 1;
@@ -213,8 +232,22 @@ const std::deque<RecordedSample>& RecordingReader::read_ahead(size_t count) {
   return ahead_;
 }
 
+bool RecordingReader::next_captured(RecordedSample& sample) {
+  try {
+    CapturedSample captured;
+    at_end_ = !capture_->next(captured);
+    if (at_end_) return false;
+    sample = {captured.t, captured.acc, captured.gyro};
+  } catch (const CaptureError& error) {
+    throw RecordingError(error.what());
+  }
+  if (limit_ != nullptr) limit_->add(sizeof sample, "");
+  return true;
+}
+
 bool RecordingReader::parse_next(RecordedSample& sample) {
   if (at_end_) return false;
+  if (capture_) return next_captured(sample);
   std::string_view text;
   if (source_->next_line(text)) {
     if (!source_->ended) return parse_last(text, sample);
@@ -249,16 +282,20 @@ bool RecordingReader::parse_last(std::string_view text, RecordedSample& sample) 
   return false;
 }
 
-size_t RecordingReader::line() const { return source_->line; }
+size_t RecordingReader::line() const {
+  return source_ ? source_->line : static_cast<size_t>(capture_->count());
+}
 
 size_t RecordingReader::absent_fields() const {
   size_t sum = 0;
+  if (!source_) return sum;
   for (const size_t count : source_->absent) sum += count;
   return sum;
 }
 
 std::string RecordingReader::absent_axes() const {
   std::string names;
+  if (!source_) return names;
   for (size_t i = 0; i < source_->absent.size(); ++i) {
     if (source_->absent[i] == 0) continue;
     if (!names.empty()) names += ", ";

@@ -1,4 +1,5 @@
-// Recordings of motion: CSV with the header t,ax,ay,az,gx,gy,gz, plain or gzip.
+// Recordings of motion: CSV with the header t,ax,ay,az,gx,gy,gz, plain or gzip; or what
+// the flight recorder captured of one handle.
 //
 // Times in s, accelerations in m/s² with gravity in them, rates in deg/s, one sample a
 // line. Numbers are read and written the same in every locale, and a number that is
@@ -9,6 +10,7 @@
 #include <deque>
 #include <exception>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -18,6 +20,8 @@
 #include "output/output_files.h"
 
 namespace wgr {
+
+class CaptureSamples;
 
 struct RecordedSample {
   double t;       // s
@@ -37,6 +41,9 @@ class RecordingError : public std::runtime_error {
 struct ReadingLimit {
   unsigned long long most = 1'000'000'000;  // bytes, unpacked
   unsigned long long read = 0;              // so far
+
+  // Throws RecordingError when that is too much; `place` is where.
+  void add(size_t bytes, const std::string& place);
 };
 
 // Reads a recording sample by sample, so that a live stream is seen as it comes. Its
@@ -55,7 +62,9 @@ class RecordingReader {
   // "-" is standard input. Throws RecordingError when the file cannot be opened or its
   // header is not a recording's.
   // The limit, where there is one, outlives the reader.
-  explicit RecordingReader(const std::string& path, ReadingLimit* limit = nullptr);
+  // `handle`: of a capture; otherwise the only one that it holds.
+  explicit RecordingReader(const std::string& path, ReadingLimit* limit = nullptr,
+                           std::optional<unsigned> handle = std::nullopt);
   ~RecordingReader();
 
   // The next sample; false at the end. Throws RecordingError at a malformed line: not
@@ -68,16 +77,20 @@ class RecordingReader {
   // they had not been seen, and throws at a malformed line behind them in its turn.
   const std::deque<RecordedSample>& read_ahead(size_t count);
 
-  size_t line() const;              // number of the line last read, from 1
+  size_t line() const;              // number of the line last read, from 1; or sample
   size_t absent_fields() const;     // empty fields so far
   std::string absent_axes() const;  // the axes they belong to, as "gx, gy"; may be ""
 
  private:
   struct Source;
   bool parse_next(RecordedSample& sample);
+  bool next_captured(RecordedSample& sample);
+  void read_header();
   bool parse_last(std::string_view text, RecordedSample& sample);
 
-  std::unique_ptr<Source> source_;
+  std::unique_ptr<Source> source_;          // of CSV
+  std::unique_ptr<CaptureSamples> capture_;  // otherwise
+  ReadingLimit* const limit_;
   std::deque<RecordedSample> ahead_;
   std::exception_ptr error_behind_;  // what stopped reading ahead
   bool at_end_ = false;

@@ -20,7 +20,7 @@ static constexpr char kIndex[] = "index.csv";
 static constexpr char kIndexHeader[] = "file,label,subject,rate_hz";
 
 bool is_recording(const std::filesystem::path& path) {
-  return path.extension() == ".csv" ||
+  return path.extension() == ".csv" || path.extension() == ".wgrcap" ||
          (path.extension() == ".gz" && path.stem().extension() == ".csv");
 }
 
@@ -40,7 +40,7 @@ static std::vector<SetEntry> recordings_in(const std::string& folder) {
     files.insert(file);
   }
   if (failed) throw UsageError(folder + ": " + failed.message());
-  if (files.empty()) throw UsageError(folder + ": holds no recording (.csv, .csv.gz)");
+  if (files.empty()) throw UsageError(folder + ": holds no recording (.csv, .csv.gz, .wgrcap)");
   std::vector<SetEntry> entries;
   for (const std::string& file : files) {
     SetEntry made;

@@ -6,6 +6,8 @@
 #include "arguments/values.h"
 #include "base/errors.h"
 #include "base/text.h"
+#include "capture/capture_samples.h"
+#include "capture/captured_handle.h"
 #include "hostrun/fixed_paths.h"
 #include "recording/clock.h"
 #include "training/model_findings.h"
@@ -15,8 +17,17 @@ namespace wgr {
 static constexpr NumberRange kBiases = number_from(-10000, 10000);  // deg/s
 static constexpr double kLongestMotion = 1e6;                       // samples
 static constexpr int kStrictest = 3;
+static constexpr double kMostHandle = 4294967295.0;  // a number of a capture's handle
 static constexpr int kAssumedRate = 50;          // samples per second
 static constexpr size_t kSamplesForRate = 4096;  // that a recording's rate is taken from
+
+void add_handle_option(CLI::App& command, std::optional<unsigned>& handle) {
+  command
+      .add_option("--handle", handle,
+                  "Which handle of a capture; otherwise the only one")
+      ->transform(within(whole_from(1, kMostHandle)))
+      ->option_text("N");
+}
 
 CLI::Validator gyro_bias() { return each_within(kBiases, "X,Y,Z", "deg/s"); }
 
@@ -51,6 +62,7 @@ void add_host_run_arguments(CLI::App& command, HostRunArguments& given) {
                   "1 permissive to 3 strict, -N for motions of N samples and more")
       ->transform(within(whole_from(-kLongestMotion, kStrictest)))
       ->option_text("LEVEL");
+  add_handle_option(command, given.handle);
 }
 
 std::vector<std::string> host_run_words(const HostRunArguments& given) {
@@ -62,6 +74,7 @@ std::vector<std::string> host_run_words(const HostRunArguments& given) {
   if (given.host_run.sensitivity) {
     words.push_back(fmt::format("--sensitivity={}", *given.host_run.sensitivity));
   }
+  if (given.handle) words.push_back("--handle=" + std::to_string(*given.handle));
   return words;
 }
 
@@ -73,7 +86,37 @@ void check_host_run(HostRunArguments& given, OutputPlan& plan) {
   plan.check();
 }
 
+// What the host of a capture used, where no option says otherwise; whether the model is
+// among it.
+static bool take_captured(HostRunArguments& given) {
+  if (given.recording == kStandardInput || !is_capture(given.recording)) return false;
+  try {
+    CaptureReader reader(given.recording);
+    const auto uses = uses_of(reader);
+    const CapturedUse& use =
+        uses.at(choose_handle(given.recording, given.handle, uses));
+    if (use.changes) {
+      warn("{}: the host changed its settings on the way; the last ones are used",
+           given.recording);
+    }
+    if (use.init) {
+      if (!given.rate) given.rate = use.init->sample_rate;
+      if (given.bias.empty()) given.host_run.gyro_bias = use.init->gyro_bias;
+      given.host_run.shortest = use.init->min_motion_len;
+    }
+    if (!given.host_run.sensitivity) given.host_run.sensitivity = use.level;
+    if (names_model(given.model)) return false;
+    const std::optional<Gmodel> model = model_of(reader.model(use.model));
+    if (!model) return false;
+    given.host_run.model = std::make_shared<const Gmodel>(*model);
+    return true;
+  } catch (const CaptureError& error) {
+    throw UsageError(error.what());
+  }
+}
+
 void take_model(HostRunArguments& given) {
+  if (take_captured(given)) return;
   given.host_run.wearer = given.model.wearer;
   given.host_run.mode = given.model.mode;
   if (names_model(given.model)) {

@@ -20,6 +20,7 @@ struct HostRunArguments {
   ModelArguments model;
   std::string bias;  // X,Y,Z
   std::optional<int> rate;
+  std::optional<unsigned> handle;  // of a capture
   HostRunOptions host_run;
 };
 
@@ -37,7 +38,11 @@ std::vector<std::string> host_run_words(const HostRunArguments& given);
 void check_host_run(HostRunArguments& given, OutputPlan& plan);
 
 // Takes the model into the host run's options, or sees that the installed ones are there.
+// A capture has its own, and the host's own settings, where no options say otherwise.
 void take_model(HostRunArguments& given);
+
+// Adds --handle.
+void add_handle_option(CLI::App& command, std::optional<unsigned>& handle);
 
 // The rate that was given, or else the recording's; said on standard error.
 int choose_rate(const HostRunArguments& given, RecordingReader& reader);

@@ -61,6 +61,7 @@ namespace {
 struct DoctorArguments {
   std::string recording;
   std::optional<double> seconds;
+  std::optional<unsigned> handle;  // of a capture
   std::string bias;  // X,Y,Z
   ModelArguments model;
   bool json = false;
@@ -177,7 +178,7 @@ static void examine(DoctorArguments& given) {
   plan.check();
   const std::string model = names_model(given.model) ? path_of(given.model) : "";
   if (!model.empty()) read_useful_model(model);
-  RecordingReader reader(given.recording);
+  RecordingReader reader(given.recording, nullptr, given.handle);
   StreamDiagnosis stream(given.options);
   std::optional<double> first;
   size_t absent = 0;
@@ -223,6 +224,7 @@ void add_doctor(CLI::App& wgr) {
                    "input")
       ->transform(within(number_above(0, kMostSeconds)))
       ->option_text("S");
+  add_handle_option(*command, given->handle);
   command->add_flag("--json", given->json, "Print JSON lines");
   command->footer(kFooter);
   command->callback([given] { examine(*given); });

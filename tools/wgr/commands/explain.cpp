@@ -69,7 +69,7 @@ static void explain_recording(ExplainArguments& given) {
   if (!given.expect.empty()) {
     explanation.expected = read_expected(given.expect, given.recording);
   }
-  RecordingReader reader(given.recording, &given.limit);
+  RecordingReader reader(given.recording, &given.limit, given.handle);
   given.host_run.rate = choose_rate(given, reader);
   separate_results(LibraryPrints::kToStandardError);
 

@@ -14,6 +14,8 @@
 
 #include "arguments/host_run_arguments.h"
 #include "arguments/values.h"
+#include "capture/capture_reader.h"
+#include "commands/reenact.h"
 #include "commands/subcommands.h"
 #include "hostrun/fixed_paths.h"
 #include "hostrun/host_run.h"
@@ -33,6 +35,11 @@ m/s² with gravity, deg/s. An empty field is an axis that the sensor does not ha
 reads as 0. The first malformed line ends the run: the summary is of what came before. A
 last line that is torn, as by a power cut, is left out, and the status is 0.
 
+A capture of the flight recorder is made again call by call, with the models that the host
+had, and every answer, callback and query compared with the recorded one, bit by bit. With
+an option of the model or the host's settings, or --handle, the samples of one of its
+handles are run through the library as those of any recording.
+
 Printed for each event: the time of the sample that completed it, the class (a label of
 the model, or 5 for a strong motion that resembles no gesture closely enough), the
 motion's strength, and the duration of the stretch that was compared. With --json each
@@ -48,9 +55,11 @@ Examples:
   wgr replay --models models recordings/demo.csv
   wgr replay --wearer 1 --mode 2 --sensitivity 3 walk.csv
   wgr replay --bias 0.4,-0.2,0.1 --json walk.csv | jq 'select(.type == "event")'
+  wgr replay service.wgrcap                          every call of a host again
   sensor-stream | wgr replay --sample-rate 100 -     events as they happen; Ctrl-C for the end
 
-Exit status: 0 done; 1 the machine failed (disk, memory); 2 the recording, the models or an
+Exit status: 0 done; 1 an answer differs from a capture's, or the machine failed (disk,
+memory); 2 the recording, the models or an
 argument cannot be used.)";
 
 static constexpr char kInPlace[] = "--in-place";
@@ -100,7 +109,19 @@ static void let_interrupts_end_the_stream() {
   run_in_private_places(folder, words);
 }
 
+// Whether the options ask for a run of its own over a capture's samples, rather than for
+// what the host did.
+static bool asks_for_run(const ReplayArguments& given) {
+  return names_model(given.model) || given.rate || !given.bias.empty() ||
+         given.host_run.sensitivity || given.handle || !given.log.empty();
+}
+
 static void replay(ReplayArguments& given) {
+  if (given.recording != kStandardInput && is_capture(given.recording) &&
+      !asks_for_run(given)) {
+    reenact_capture(given.recording, given.json);
+    return;
+  }
   const bool again = !given.log.empty() && !given.in_place;
   OutputPlan plan;
   plan.writes("--log", given.log);
@@ -110,7 +131,7 @@ static void replay(ReplayArguments& given) {
   take_model(given);
 
   if (given.recording == kStandardInput) let_interrupts_end_the_stream();
-  RecordingReader reader(given.recording);
+  RecordingReader reader(given.recording, nullptr, given.handle);
   given.host_run.rate = choose_rate(given, reader);
   OutputFiles files;
   std::optional<KeptLog> log;

@@ -23,5 +23,6 @@ void add_log(CLI::App& wgr);
 void add_selfcheck(CLI::App& wgr);
 void add_eval(CLI::App& wgr);
 void add_model(CLI::App& wgr);
+void add_capture(CLI::App& wgr);
 
 }  // namespace wgr

@@ -1,0 +1,86 @@
+#include "sample_coder.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "step_finder.h"
+
+namespace wgr::recorder {
+
+using namespace wgr::capture;
+
+void SampleCoder::start_block() {
+  steps_written_ = true;
+  for (Axis& axis : axes_) {
+    axis.last = 0;
+    axis.exponent = kFirstExponent;
+    if (axis.step.form != kNoSteps) steps_written_ = false;
+  }
+}
+
+void SampleCoder::write_steps(Bytes& bytes) {
+  for (Axis& axis : axes_) {
+    axis.last = 0;
+    bytes.byte(axis.step.form);
+    if (axis.step.form != kNoSteps) bytes.number(axis.step.value);
+  }
+  steps_written_ = true;
+}
+
+// Looks for a step when enough values had none, ever less often where there is none.
+void SampleCoder::learn(Axis& axis, double value) {
+  axis.values[axis.missed % kLearnt] = value;
+  if (++axis.missed < axis.wanted) return;
+  axis.missed = 0;
+  const Step found = find_step(axis.values.data(), kLearnt);
+  if (found.form == kNoSteps) {
+    axis.wanted = std::min(2 * axis.wanted, kLongestPause);
+    return;
+  }
+  axis.wanted = kLearnt;
+  axis.step = found;
+  steps_written_ = false;
+}
+
+static void write_wide(double value, int& kept, Bytes& bytes) {
+  const std::uint64_t bits = bits_of(value);
+  const int exponent = static_cast<int>(bits >> kFractionBits) & kExponentMask;
+  const int below = kept + kHighestAbove - exponent;
+  if (below < 0 || below >= static_cast<int>(kWholeValue)) {
+    bytes.byte(kWholeValue << 4);
+    bytes.number(value);
+  } else {
+    const auto sign = static_cast<unsigned>(bits >> 63);
+    const std::uint64_t coded =
+        (bits & kFraction) |
+        static_cast<std::uint64_t>(sign << 3 | static_cast<unsigned>(below))
+            << kFractionBits;
+    bytes.byte(static_cast<std::uint8_t>(coded >> 48));
+    for (int i = 0; i < 6; ++i) bytes.byte(static_cast<std::uint8_t>(coded >> (8 * i)));
+  }
+  kept = next_exponent(kept, exponent);
+}
+
+bool SampleCoder::write(const Point3Df& acc, const Point3Df& gyro, Bytes& bytes) {
+  const double values[kAxes] = {acc.x, acc.y, acc.z, gyro.x, gyro.y, gyro.z};
+  std::optional<std::int64_t> steps[kAxes];
+  std::uint8_t wide = 0;
+  for (std::size_t i = 0; i < kAxes; ++i) {
+    steps[i] = in_steps(axes_[i].step, values[i]);
+    if (!steps[i]) wide = static_cast<std::uint8_t>(wide | 1u << i);
+  }
+  if (wide != 0) bytes.byte(wide);
+  for (std::size_t i = 0; i < kAxes; ++i) {
+    Axis& axis = axes_[i];
+    if (steps[i]) {
+      bytes.signed_varint(*steps[i] - axis.last);
+      axis.last = *steps[i];
+    } else {
+      write_wide(values[i], axis.exponent, bytes);
+      learn(axis, values[i]);
+    }
+  }
+  return wide == 0;
+}
+
+}  // namespace wgr::recorder
