@@ -29,7 +29,7 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE
     GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-set(CPACK_COMPONENTS_ALL library development models)
+set(CPACK_COMPONENTS_ALL library development models recorder)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
@@ -59,6 +59,10 @@ wgr_package(models wearableinteraction-models
   "wrist gestures on a smartwatch - gesture models"
   "The six models that the library reads, one for each wrist and mode. It does not
  start without them.")
+wgr_package(recorder wearableinteraction-recorder
+  "wrist gestures on a smartwatch - flight recorder"
+  "Records what an unmodified host does with the library, so that wgr can do it again.
+ Preloaded, or in the library's place.")
 if(WGR_BUILD_TOOLS)
   list(APPEND CPACK_COMPONENTS_ALL tools)
   wgr_package(tools wearableinteraction-tools
@@ -79,6 +83,10 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
     "libwearableinteraction (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_MODELS_PACKAGE_SECTION misc)
 set(CPACK_DEBIAN_MODELS_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_RECORDER_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_RECORDER_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RECORDER_PACKAGE_DEPENDS
+    "libwearableinteraction (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS
     "libwearableinteraction (= ${PROJECT_VERSION})")
@@ -89,6 +97,8 @@ if(CMAKE_CROSSCOMPILING)
   set(runtime "libc6 (>= 2.36), libgcc-s1 (>= 12), libstdc++6 (>= 12)")
   set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS OFF)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS OFF)
+  set(CPACK_DEBIAN_RECORDER_PACKAGE_SHLIBDEPS OFF)
+  string(APPEND CPACK_DEBIAN_RECORDER_PACKAGE_DEPENDS ", ${runtime}")
   set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "${runtime}")
   string(APPEND CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS ", ${runtime}, libfmt9 (>= 9.1)")
   install(FILES cmake/debian-tools-overrides RENAME wearableinteraction-tools

@@ -18,6 +18,7 @@ inline constexpr std::size_t kBlockSize = 4096;
 inline constexpr std::size_t kChecksumAt = kBlockSize - 4;  // CRC-32C of what is before
 inline constexpr std::size_t kFirstRecordAt = 20;           // in a block of records
 inline constexpr std::size_t kAxes = 6;
+inline constexpr std::uint8_t kAllAxes = 0x3F;
 
 // Places in the header's block.
 inline constexpr std::size_t kVersionAt = 8;     // 16 bits
@@ -49,6 +50,8 @@ enum Tag : std::uint8_t {
   kSampleOf = 2,       // the same with the handle
   kMixedSample = 3,    // as kSample; not all axes in steps
   kMixedSampleOf = 4,  // as kSampleOf; not all axes in steps
+  kWideSample = 5,     // as kSample; no axis in steps
+  kWideSampleOf = 6,
   kThread = 0x20,      // what follows is of this thread
   kModel = 0x21,       // a part of a model file's content
   kSteps = 0x22,       // the steps of a handle's axes
@@ -72,6 +75,14 @@ enum Tag : std::uint8_t {
   kStrength = 0x39,
   kGetVersion = 0x3A
 };
+
+// How a sample is told of: by the axes that are not in steps, and whether it is of the
+// same handle as the sample before.
+inline Tag sample_tag(std::uint8_t wide, bool same) {
+  if (wide == 0) return same ? kSample : kSampleOf;
+  if (wide == kAllAxes) return same ? kWideSample : kWideSampleOf;
+  return same ? kMixedSample : kMixedSampleOf;
+}
 
 enum EndReason : std::uint8_t { kHostEnds = 0, kSwitchedOff = 1, kNextSegment = 2 };
 

@@ -21,8 +21,7 @@ using namespace wgr::capture;
 static constexpr int kNothingReported = 6;
 static constexpr std::size_t kSampleBytes = 24 + SampleCoder::kMostBytes;  // at most
 static constexpr std::size_t kShortBytes = 124;  // at most, of a record but a model's
-static constexpr std::size_t kThreadBytes = 24;
-static constexpr std::size_t kStepsBytes = 32 + kAxes * 9;
+static constexpr std::size_t kMoreBytes = 2 * kShortBytes;  // a thread and steps
 static constexpr std::size_t kModelHead = 48;         // before a model's bytes
 static constexpr std::size_t kLeastPart = 256;        // of a model, behind other records
 static constexpr std::uint64_t kRetry = 60'000'000;   // us, after the disk was full
@@ -302,6 +301,14 @@ static bool put_handle(Handle& handle, std::uint64_t time) {
   });
 }
 
+static bool tell_of_thread(std::uint64_t time) {
+  const std::uint32_t number = this_thread();
+  if (number == all->last_thread) return true;
+  if (!put(kThread, time, [&](Bytes& bytes) { bytes.varint(number); })) return false;
+  all->last_thread = number;
+  return true;
+}
+
 // A segment tells of each handle when it is used first.
 static bool tell_of(Handle& handle, std::uint64_t time) {
   if (handle.id == 0) return true;
@@ -312,17 +319,12 @@ static bool tell_of(Handle& handle, std::uint64_t time) {
     if ((handle.flags & kUnknownOrigin) == 0 && !put_model(handle.model, time)) {
       return false;
     }
-    if (!put_handle(handle, time)) return false;
+    if (place(2 * kShortBytes, time) == nullptr || !tell_of_thread(time) ||
+        !put_handle(handle, time)) {
+      return false;
+    }
     if (all->file.segment_serial() == segment) handle.segment = segment;
   }
-}
-
-static bool tell_of_thread(std::uint64_t time) {
-  const std::uint32_t number = this_thread();
-  if (number == all->last_thread) return true;
-  if (!put(kThread, time, [&](Bytes& bytes) { bytes.varint(number); })) return false;
-  all->last_thread = number;
-  return true;
 }
 
 static void tell_of_version(WgVersion version, std::uint64_t time) {
@@ -331,6 +333,7 @@ static void tell_of_version(WgVersion version, std::uint64_t time) {
     return;
   }
   all->told_version = version;
+  if (place(2 * kShortBytes, time) == nullptr || !tell_of_thread(time)) return;
   put(kVersionSet, time, [&](Bytes& bytes) {
     bytes.signed_varint(version.major);
     bytes.signed_varint(version.minor);
@@ -409,7 +412,9 @@ static Handle* handle_of(WgrHandle h) {
 static void put_sample(Handle& handle, const Point3Df& acc, const Point3Df& gyro,
                        std::uint64_t time) {
   // All that is told first stands in the same block, or the sample could not be read.
-  if (place(kSampleBytes + kThreadBytes + kShortBytes + kStepsBytes, time) == nullptr ||
+  const bool more = handle.block != all->block || handle.coder.steps_changed() ||
+                    thread_number != all->last_thread;
+  if (place(kSampleBytes + (more ? kMoreBytes : 0), time) == nullptr ||
       !tell_of_thread(time)) {
     return;
   }
@@ -434,8 +439,7 @@ static void put_sample(Handle& handle, const Point3Df& acc, const Point3Df& gyro
   if (!same) record.varint(handle.id);
   record.signed_varint(static_cast<std::int64_t>(time - handle.last_time -
                                                  handle.last_interval));
-  const bool stepped = handle.coder.write(acc, gyro, record);
-  *to = stepped ? (same ? kSample : kSampleOf) : (same ? kMixedSample : kMixedSampleOf);
+  *to = sample_tag(handle.coder.write(acc, gyro, record), same);
   all->file.commit(record.size());
   handle.last_interval = time - handle.last_time;
   handle.last_time = all->last_time = time;

@@ -61,7 +61,8 @@ static void write_wide(double value, int& kept, Bytes& bytes) {
   kept = next_exponent(kept, exponent);
 }
 
-bool SampleCoder::write(const Point3Df& acc, const Point3Df& gyro, Bytes& bytes) {
+std::uint8_t SampleCoder::write(const Point3Df& acc, const Point3Df& gyro,
+                                Bytes& bytes) {
   const double values[kAxes] = {acc.x, acc.y, acc.z, gyro.x, gyro.y, gyro.z};
   std::optional<std::int64_t> steps[kAxes];
   std::uint8_t wide = 0;
@@ -69,7 +70,7 @@ bool SampleCoder::write(const Point3Df& acc, const Point3Df& gyro, Bytes& bytes)
     steps[i] = in_steps(axes_[i].step, values[i]);
     if (!steps[i]) wide = static_cast<std::uint8_t>(wide | 1u << i);
   }
-  if (wide != 0) bytes.byte(wide);
+  if (wide != 0 && wide != kAllAxes) bytes.byte(wide);
   for (std::size_t i = 0; i < kAxes; ++i) {
     Axis& axis = axes_[i];
     if (steps[i]) {
@@ -80,7 +81,7 @@ bool SampleCoder::write(const Point3Df& acc, const Point3Df& gyro, Bytes& bytes)
       learn(axis, values[i]);
     }
   }
-  return wide == 0;
+  return wide;
 }
 
 }  // namespace wgr::recorder

@@ -49,9 +49,9 @@ class SampleCoder {
   bool steps_changed() const { return !steps_written_; }
   void write_steps(Bytes& bytes);
 
-  // Writes the axes; returns whether all are in steps. `mask_at` is where the axes that
-  // are not are noted, in one byte, when there are any.
-  bool write(const Point3Df& acc, const Point3Df& gyro, Bytes& bytes);
+  // Writes the axes; returns those that are not in steps, one bit each. Where they are
+  // neither none nor all, a byte of these bits is in front.
+  std::uint8_t write(const Point3Df& acc, const Point3Df& gyro, Bytes& bytes);
 
  private:
   static constexpr std::size_t kLearnt = 32;           // values that a step is found from

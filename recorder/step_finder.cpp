@@ -11,8 +11,10 @@ static constexpr double kMostSteps = 2147483647.0;
 static constexpr double kMostOfASensor = 16777216.0;  // no sensor tells more bits
 static constexpr int kMostDecimals = 6;               // of a value that was text
 static constexpr int kMostHalvings = 14;              // of a unit, by a grid
-static constexpr double kDoubleNoise = 1e-9;          // of a remainder, of the largest
-static constexpr double kFloatNoise = 3e-6;
+static constexpr double kDoubleNoise = 1e-13;         // of a difference, of the largest
+static constexpr double kFloatNoise = 3e-7;
+static constexpr double kMostOff = 0.2;  // steps, from a whole number
+static constexpr int kMostParts = 16;    // steps in the least difference
 static constexpr int kNeighbours = 2;  // that are tried on either side of an estimate
 
 std::optional<std::int64_t> in_steps(const Step& step, double value) {
@@ -39,31 +41,35 @@ static Step quotient_of(Form form, double base, int most, const double* values,
   return {};
 }
 
-// The largest number that all values are multiples of, but for `noise`; Euclid's
-// algorithm on doubles.
-static double common_divisor(const double* values, std::size_t count, double noise) {
-  double divisor = 0.0;
+// Values and their differences, the least first, but those that are only rounding.
+static std::size_t magnitudes(const double* values, std::size_t count, double noise,
+                              double* to) {
+  std::size_t made = 0;
   for (std::size_t i = 0; i < count; ++i) {
-    double a = divisor;
-    double b = std::fabs(values[i]);
-    while (b > noise) {
-      const double rest = std::fmod(a, b);
-      a = b;
-      // A rest of nearly b is none.
-      b = std::min(rest, a - rest);
+    for (const double value : {values[i], values[i] - values[0]}) {
+      if (std::fabs(value) > noise) to[made++] = std::fabs(value);
     }
-    divisor = a;
   }
-  return divisor;
+  std::sort(to, to + made);
+  return made;
+}
+
+// Where all are multiples of about `step`, a better estimate of it: each one tells it more
+// closely than the ones before. 0 where they are not.
+static double refined(double step, const double* sorted, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) {
+    const double steps = sorted[i] / step;
+    const double k = std::floor(steps + 0.5);
+    if (std::fabs(steps - k) > kMostOff || k < 1.0 || k > kMostOfASensor) return 0.0;
+    step = sorted[i] / k;
+  }
+  return step;
 }
 
 // The values were rounded, and so is the estimate of their step: its neighbours too.
 template <class Number>
-static Step product_of(Form form, double divisor, double largest, const double* values,
-                       std::size_t count) {
-  const double k = std::round(largest / divisor);
-  if (!(k >= 1.0) || k > kMostOfASensor) return {};
-  Number estimate = static_cast<Number>(largest / k);
+static Step near(Form form, double about, const double* values, std::size_t count) {
+  Number estimate = static_cast<Number>(about);
   for (int i = 0; i < kNeighbours; ++i) estimate = std::nextafter(estimate, Number{0});
   for (int i = 0; i <= 2 * kNeighbours; ++i) {
     const Step step = {form, static_cast<double>(estimate)};
@@ -73,7 +79,21 @@ static Step product_of(Form form, double divisor, double largest, const double* 
   return {};
 }
 
+template <class Number>
+static Step product_of(Form form, double noise, const double* values, std::size_t count) {
+  double sorted[2 * kMostValues];
+  const std::size_t made = magnitudes(values, count, noise, sorted);
+  for (int parts = 1; made > 0 && parts <= kMostParts; ++parts) {
+    const double step = refined(sorted[0] / parts, sorted, made);
+    if (step == 0.0) continue;
+    const Step found = near<Number>(form, step, values, count);
+    if (found.form != kNoSteps) return found;
+  }
+  return {};
+}
+
 Step find_step(const double* values, std::size_t count) {
+  count = std::min(count, kMostValues);
   double largest = 0.0;
   for (std::size_t i = 0; i < count; ++i) {
     if (!std::isfinite(values[i])) return {};
@@ -84,15 +104,13 @@ Step find_step(const double* values, std::size_t count) {
     found = quotient_of(kQuotient, 2.0, kMostHalvings, values, count);
   }
   if (found.form == kNoSteps) {
-    const double divisor = common_divisor(values, count, largest * kDoubleNoise);
-    found = product_of<double>(kProduct, divisor, largest, values, count);
+    found = product_of<double>(kProduct, largest * kDoubleNoise, values, count);
   }
   if (found.form == kNoSteps) {
     found = quotient_of(kFloatQuotient, 10.0, kMostDecimals, values, count);
   }
   if (found.form == kNoSteps) {
-    const double divisor = common_divisor(values, count, largest * kFloatNoise);
-    found = product_of<float>(kFloatProduct, divisor, largest, values, count);
+    found = product_of<float>(kFloatProduct, largest * kFloatNoise, values, count);
   }
   return found;
 }

@@ -9,11 +9,13 @@
 
 namespace wgr::recorder {
 
+inline constexpr std::size_t kMostValues = 64;
+
 // The whole number behind a value; nothing when the value is no such multiple, to the
 // last bit.
 std::optional<std::int64_t> in_steps(const capture::Step& step, double value);
 
-// The step of all the values, to the last bit; kNoSteps where there is none.
+// The step of all the values, of kMostValues at most, to the last bit; kNoSteps where there is none.
 capture::Step find_step(const double* values, std::size_t count);
 
 }  // namespace wgr::recorder

@@ -47,6 +47,8 @@ expect wearableinteraction-models all \
   $models/olvo_model_5_ow/hgr_olvo.xml $models/olvo_model_5_fb/hgr_olvo.xml \
   $models/olvo_model_5_mix/hgr_olvo.xml $models/olvo_model_5r_ow/hgr_olvo.xml \
   $models/olvo_model_5r_fb/hgr_olvo.xml $models/olvo_model_5r_mix/hgr_olvo.xml
+expect wearableinteraction-recorder "$architecture" "usr/$libdir/libwgr-recorder.so" \
+  "usr/$libdir/wgr-recorder/libWearableInteraction.so"
 expect wearableinteraction-tools "$architecture" usr/bin/wgr
 
 lintian --allow-root --fail-on error "$scratch"/*.deb

@@ -1,5 +1,6 @@
 // A host for the recorder's tests; what it does is its first argument. Its output is all
 // that it was answered, as one number: a recorder must not change it.
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -210,6 +211,10 @@ int main(int argc, char** argv) {
   const auto number = [&](int i) { return i < argc ? std::atoi(argv[i]) : 0; };
   if (std::freopen("/dev/null", "r", stdin) == nullptr) return 2;
   install_golden_models();
+  if (const char* const limit = std::getenv("RECORDED_HOST_LIMIT")) {
+    const rlimit bytes = {std::strtoul(limit, nullptr, 10), RLIM_INFINITY};
+    setrlimit(RLIMIT_FSIZE, &bytes);
+  }
   std::fflush(stdout);
   if (what == "golden") {
     golden(number(2), number(3));

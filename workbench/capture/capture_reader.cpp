@@ -283,16 +283,17 @@ static double wide_value(std::uint8_t first, const std::uint8_t* rest, int& kept
 
 void CaptureReader::parse_sample(Cursor& cursor, std::uint8_t tag,
                                  CaptureRecord& record) {
-  if (tag > kMixedSampleOf) refuse(cursor.at() - 1, "a record of an unknown kind");
-  const bool told = tag == kSampleOf || tag == kMixedSampleOf;
+  if (tag > kWideSampleOf) refuse(cursor.at() - 1, "a record of an unknown kind");
+  const bool told = tag % 2 == 0;
   record.tag = kSample;
   record.handle = told ? cursor.number32() : last_sample_;
   HandleState& state = state_of(record.handle);
   const auto interval =
       state.last_interval + static_cast<std::uint64_t>(cursor.signed_varint());
   record.time = state.last_time + interval;
-  const bool mixed = tag == kMixedSample || tag == kMixedSampleOf;
-  const std::uint8_t wide = mixed ? cursor.byte() : std::uint8_t{0};
+  std::uint8_t wide = 0;
+  if (tag == kWideSample || tag == kWideSampleOf) wide = kAllAxes;
+  if (tag == kMixedSample || tag == kMixedSampleOf) wide = cursor.byte();
   double values[kAxes];
   for (std::size_t i = 0; i < kAxes; ++i) {
     if ((wide >> i & 1) != 0) {

@@ -115,9 +115,11 @@ void CaptureWriter::put_model(const CaptureRecord& record, const CaptureReader& 
 }
 
 void CaptureWriter::put_sample(const CaptureRecord& record) {
-  need(kMostSample + kSteps6, record);
-  put_thread(record);
   HandleState& state = handles_[record.handle];
+  const bool more = state.block != number_ || state.coder.steps_changed() ||
+                    record.thread != thread_;
+  need(kMostSample + (more ? kSteps6 : 0), record);
+  put_thread(record);
   if (state.block != number_) {
     state.block = number_;
     state.coder.start_block();
@@ -136,9 +138,7 @@ void CaptureWriter::put_sample(const CaptureRecord& record) {
   if (!same) to.varint(record.handle);
   to.signed_varint(
       static_cast<std::int64_t>(record.time - state.last_time - state.last_interval));
-  const bool stepped = state.coder.write(record.acc, record.gyro, to);
-  block_[at_] = stepped ? (same ? kSample : kSampleOf)
-                        : (same ? kMixedSample : kMixedSampleOf);
+  block_[at_] = sample_tag(state.coder.write(record.acc, record.gyro, to), same);
   commit(to.size());
   state.last_interval = record.time - state.last_time;
   state.last_time = last_time_ = record.time;

@@ -32,6 +32,8 @@ class CapturedHandle {
   void before_sample();
   void after_sample();
   void after_report();
+  // A motion was recognised from a state that is known.
+  void recognised() { figures_known_ = true; }
 
   bool is_known() const { return known_ && model_known_; }
   bool figures_known() const { return figures_known_ && model_known_; }

@@ -351,10 +351,7 @@ void Reenactment::sample(const CaptureRecord& record, RecordQueue& queue) {
   if (record.handle != 0 && handle == nullptr) return query(record);
   int now = 0;
   bool threw = false;
-  if (handle != nullptr) {
-    handle->before_sample();
-    ++handle->calls;
-  }
+  if (handle != nullptr && handle->calls++ == 0) handle->before_sample();
   try {
     now = update_gesture(handle == nullptr ? nullptr : handle->handle(), record.acc,
                          record.gyro);
@@ -385,7 +382,8 @@ void Reenactment::sample_answer(const CaptureRecord& record, RecordQueue& queue,
     next = queue.peek();
   }
   CapturedHandle* const handle = find(record.handle);
-  if (handle != nullptr) handle->after_sample();
+  // In its own callback nothing is taken in.
+  if (handle != nullptr && handle->calls == 0) handle->after_sample();
   if (next == nullptr) {
     ++totals_.unanswered;
     return;
@@ -472,8 +470,9 @@ void Reenactment::on_gesture(void*, int gesture, void* user_data) {
 
 void Reenactment::called_back(std::uint32_t id, int gesture) {
   RecordQueue& queue = *queue_;
-  const CapturedHandle* const handle = find(id);
+  CapturedHandle* const handle = find(id);
   const bool known = handle != nullptr && handle->is_known();
+  if (known) handle->recognised();
   const CaptureRecord* const next = queue.peek();
   if (next == nullptr) return;
   if (next->tag != kCallback || next->handle != id) {

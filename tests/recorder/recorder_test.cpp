@@ -1,0 +1,319 @@
+// The recorder in a host: the host notices nothing, whatever happens to the files, and
+// what was recorded is made again without a difference.
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <fstream>
+#include <random>
+#include <thread>
+
+#include "recorded.h"
+#include "support/private_paths.h"
+
+using namespace wgr;
+
+#ifdef WGR_SANITIZED
+static constexpr int kKills = 4;
+static constexpr int kSizes = 3;
+#else
+static constexpr int kKills = 24;
+static constexpr int kSizes = 5;
+#endif
+
+static constexpr char kSteady[] = "steady 12000";
+
+static const std::string& steady_answers() {
+  static const std::string answers = run_host("", kSteady).out;
+  return answers;
+}
+
+static void expect_same_answers(const HostOutcome& outcome) {
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, steady_answers());
+}
+
+static ReenactmentTotals expect_made_again(const std::string& capture) {
+  const ReenactmentTotals totals = made_again(capture);
+  EXPECT_EQ(totals.differing, 0u) << capture;
+  return totals;
+}
+
+TEST(Recorder, GoldenStreamsAreMadeAgain) {
+  TempDirectory folder;
+  const HostOutcome plain = run_host("", "golden 0 24");
+  const HostOutcome recorded = run_host(settings(folder.path()), "golden 0 24");
+  EXPECT_EQ(recorded.status, 0);
+  EXPECT_EQ(recorded.out, plain.out);
+  const auto captures = captures_in(folder.path());
+  ASSERT_EQ(captures.size(), 1u);
+  const ReenactmentTotals totals = expect_made_again(captures[0]);
+  EXPECT_GT(totals.answers, 20000u);
+  EXPECT_GT(totals.callbacks, 20u);
+  EXPECT_EQ(totals.not_compared, 0u);
+  EXPECT_EQ(totals.unanswered, 0u);
+  EXPECT_EQ(totals.handles.size(), 24u);
+}
+
+// Callbacks query, initialise anew, and feed another handle.
+TEST(Recorder, EightThreadsWithThreeHandlesEachAreMadeAgain) {
+  TempDirectory folder;
+  const HostOutcome plain = run_host("", "threads 8 3 400");
+  const HostOutcome recorded = run_host(settings(folder.path()), "threads 8 3 400");
+  EXPECT_EQ(recorded.out, plain.out);
+  const auto captures = captures_in(folder.path());
+  ASSERT_EQ(captures.size(), 1u);
+  const ReenactmentTotals totals = expect_made_again(captures[0]);
+  EXPECT_GT(totals.answers, 9600u);
+  EXPECT_GT(totals.callbacks, 24u);
+  EXPECT_EQ(totals.not_compared, 0u);
+  EXPECT_EQ(totals.handles.size(), 24u);
+}
+
+TEST(Recorder, CapturesAreReadByTheirOwnerAlone) {
+  TempDirectory folder;
+  const std::string inner = folder.file("captures");
+  run_host("umask 0; " + settings(inner), "steady 100");
+  const auto captures = captures_in(inner);
+  ASSERT_EQ(captures.size(), 1u);
+  struct stat about;
+  ASSERT_EQ(stat(captures[0].c_str(), &about), 0);
+  EXPECT_EQ(about.st_mode & 07777, 0600u);
+  ASSERT_EQ(stat(inner.c_str(), &about), 0);
+  EXPECT_EQ(about.st_mode & 07777, 0700u);
+}
+
+// The host counts its finished calls into a pipe.
+TEST(Recorder, KilledAtAnyMomentLosesAtMostTheRecordBeingWritten) {
+  std::mt19937 random(17);
+  for (int round = 0; round < kKills; ++round) {
+    TempDirectory folder;
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+      dup2(ends[1], 3);
+      if (ends[0] != 3) close(ends[0]);
+      setenv("WGR_RECORDER_CONFIG", "/dev/null", 1);
+      setenv("WGR_RECORDER_DIR", folder.path().c_str(), 1);
+      setenv("WGR_RECORDER_KEEP", "all", 1);
+      const int nothing = open("/dev/null", O_WRONLY);
+      dup2(nothing, STDOUT_FILENO);
+      execl("/bin/sh", "sh", "-c", "exec " WGR_RECORDED_HOST " steady 0 1", nullptr);
+      _exit(127);
+    }
+    close(ends[1]);
+    std::uint32_t number = 0;
+    // From the first sample on, for a moment of any length.
+    ASSERT_EQ(read(ends[0], &number, sizeof number), 4) << "the host does not start";
+    const int wait = static_cast<int>(random() % 20000);
+    std::thread killer([child, wait] {
+      std::this_thread::sleep_for(std::chrono::microseconds(wait));
+      kill(child, SIGKILL);
+    });
+    while (read(ends[0], &number, sizeof number) == 4) {
+    }
+    killer.join();
+    close(ends[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+    const auto captures = captures_in(folder.path());
+    ASSERT_EQ(captures.size(), 1u);
+    const ReenactmentTotals totals = expect_made_again(captures[0]);
+    // Each callback feeds its handle once more.
+    EXPECT_GE(totals.samples - totals.callbacks, number) << "round " << round;
+    EXPECT_LE(totals.samples - totals.callbacks, number + 1) << "round " << round;
+  }
+}
+
+TEST(Recorder, LimitOnTheSizeOfFilesNeitherSignalsNorChangesAnswers) {
+  for (const char* bytes : {"4096", "5000", "131072", "140000", "200000"}) {
+    TempDirectory folder;
+    // The host limits itself behind what it writes.
+    const std::string limit = std::string("RECORDED_HOST_LIMIT=") + bytes + " ";
+    expect_same_answers(run_host(limit + settings(folder.path()), kSteady));
+    for (const std::string& capture : captures_in(folder.path())) {
+      expect_made_again(capture);
+    }
+  }
+}
+
+TEST(Recorder, FullDiskNeitherSignalsNorChangesAnswers) {
+  std::mt19937 random(4);
+  for (int i = 0; i < kSizes; ++i) {
+    TempDirectory folder;
+    const auto kilobytes = 4 + random() % 400;
+    const std::string options = "size=" + std::to_string(kilobytes) + "k";
+    if (mount("tmpfs", folder.path().c_str(), "tmpfs", 0, options.c_str()) != 0) {
+      GTEST_SKIP() << "a small disk cannot be mounted here";
+    }
+    const HostOutcome outcome = run_host(settings(folder.path()), kSteady);
+    expect_same_answers(outcome);
+    for (const std::string& capture : captures_in(folder.path())) {
+      const ReenactmentTotals totals = expect_made_again(capture);
+      EXPECT_GT(totals.samples, 0u);
+    }
+    umount(folder.path().c_str());
+  }
+}
+
+TEST(Recorder, FolderThatCannotBeWrittenIsDoneWithout) {
+  for (const std::string folder : {"/proc/none", "/dev/null/captures", "/sys"}) {
+    expect_same_answers(run_host(settings(folder), kSteady));
+  }
+}
+
+TEST(Recorder, FolderThatVanishesIsDoneWithout) {
+  TempDirectory folder;
+  const std::string inner = folder.file("captures");
+  std::thread remover([inner] {
+    for (int i = 0; i < 400 && captures_in(inner).empty(); ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    std::filesystem::remove_all(inner);
+  });
+  expect_same_answers(run_host(settings(inner), kSteady));
+  remover.join();
+}
+
+TEST(Recorder, WrongSettingsRecordNothing) {
+  TempDirectory folder;
+  expect_same_answers(
+      run_host(settings(folder.path(), "WGR_RECORDER_MAX_MB=lots"), kSteady));
+  EXPECT_TRUE(captures_in(folder.path()).empty());
+}
+
+TEST(Recorder, SettingsComeFromAFileToo) {
+  TempDirectory folder;
+  const std::string file = folder.file("settings");
+  write_file(file, "# where\n dir = " + folder.path() + "\nlabel = left wrist\n");
+  run_host("WGR_RECORDER_CONFIG=" + file + " ", "steady 100");
+  const auto captures = captures_in(folder.path());
+  ASSERT_EQ(captures.size(), 1u);
+  EXPECT_EQ(CaptureReader(captures[0]).header().label, "left wrist");
+}
+
+// Segments begin in the middle of everything, and are made again on their own.
+TEST(Recorder, RingStaysWithinItsBound) {
+  TempDirectory folder;
+  const HostOutcome outcome =
+      run_host(settings(folder.path(),
+                        "WGR_RECORDER_KEEP=ring WGR_RECORDER_MAX_MB=1 "
+                        "WGR_RECORDER_SEGMENT_KB=150"),
+               "steady 90000");
+  EXPECT_EQ(outcome.status, 0);
+  const auto captures = captures_in(folder.path());
+  ASSERT_GE(captures.size(), 3u);
+  std::uint64_t bytes = 0;
+  for (const std::string& capture : captures) bytes += std::filesystem::file_size(capture);
+  EXPECT_LE(bytes, 1000000u);
+  EXPECT_GE(bytes, 500000u);
+  const ReenactmentTotals totals = expect_made_again(captures[1]);
+  EXPECT_GT(totals.answers, 5000u);
+  EXPECT_GT(totals.not_compared, 0u);
+  EXPECT_LT(totals.not_compared, 100u);
+}
+
+TEST(Recorder, ChildRecordsNothingUnlessItIsToRecord) {
+  TempDirectory folder;
+  const HostOutcome outcome = run_host(settings(folder.path()), "forks");
+  EXPECT_EQ(outcome.out, "4 0\n");
+  const auto captures = captures_in(folder.path());
+  ASSERT_EQ(captures.size(), 1u);
+  EXPECT_EQ(expect_made_again(captures[0]).callbacks, 4u);
+}
+
+TEST(Recorder, ChildThatRecordsHasAFileOfItsOwn) {
+  TempDirectory folder;
+  const HostOutcome outcome =
+      run_host(settings(folder.path(), "WGR_RECORDER_FORK=own"), "forks");
+  EXPECT_EQ(outcome.out, "4 0\n");
+  const auto captures = captures_in(folder.path());
+  ASSERT_EQ(captures.size(), 2u);
+  std::uint64_t callbacks = 0;
+  int children = 0;
+  for (const std::string& capture : captures) {
+    callbacks += expect_made_again(capture).callbacks;
+    if (CaptureReader(capture).header().parent != 0) ++children;
+  }
+  EXPECT_EQ(callbacks, 4u + 2u);
+  EXPECT_EQ(children, 1);
+}
+
+TEST(Recorder, WhatAHostWritesIntoTheVersionIsToldAndMadeAgain) {
+  TempDirectory folder;
+  const HostOutcome outcome = run_host(settings(folder.path()), "version");
+  EXPECT_EQ(outcome.out, "0.7\n");
+  const auto captures = captures_in(folder.path());
+  ASSERT_EQ(captures.size(), 1u);
+  const ReenactmentTotals totals = expect_made_again(captures[0]);
+  EXPECT_EQ(totals.answers, 4u * 2u);
+}
+
+// Orders come by a file while the host runs; its own half second is waited for.
+TEST(Recorder, ControlFileSwitchesAndMarks) {
+  TempDirectory folder;
+  std::thread orders([&folder] {
+    const auto order = [&](const std::string& text) {
+      std::ofstream(folder.file("control"), std::ios::app) << text << '\n';
+      std::this_thread::sleep_for(std::chrono::milliseconds(600));
+    };
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    order("on");
+    order("mark on the motorway");
+    order("off");
+  });
+  const HostOutcome outcome = run_host(
+      "timeout -s KILL 2.2 env " + settings(folder.path(), "WGR_RECORDER_START=off"),
+      "steady 0");
+  orders.join();
+  EXPECT_NE(outcome.status, 0);
+  const auto captures = captures_in(folder.path());
+  ASSERT_EQ(captures.size(), 1u);
+  CaptureReader reader(captures[0]);
+  std::vector<std::string> marks;
+  for (CaptureRecord record; reader.next(record);) {
+    if (record.tag == capture::kMark) marks.push_back(record.text);
+  }
+  EXPECT_EQ(marks, std::vector<std::string>{"on the motorway"});
+  EXPECT_TRUE(reader.ended()) << "it was switched off before the host was killed";
+  expect_made_again(captures[0]);
+}
+
+#ifndef WGR_EMULATED
+// In a host that knows nothing of the recorder.
+TEST(Recorder, PreloadedIntoAPlainHostItRecordsEveryCall) {
+  TempDirectory folder;
+  const std::string log = folder.file("log");
+  const int status = std::system((settings(folder.path()) + "LD_PRELOAD=" WGR_RECORDER
+                                  " " WGR_C_HOST " >" + log + " 2>&1")
+                                     .c_str());
+  EXPECT_EQ(status, 0) << read_file(log);
+  const auto captures = captures_in(folder.path());
+  ASSERT_EQ(captures.size(), 1u);
+  const ReenactmentTotals totals = expect_made_again(captures[0]);
+  EXPECT_EQ(totals.callbacks, 4u);
+  EXPECT_EQ(totals.not_compared, 0u);
+}
+#endif
+
+// A host that loads the library itself, which preloading would miss.
+TEST(Recorder, UnderTheLibrarysNameItPassesCallsOnAndRecordsThem) {
+  TempDirectory folder;
+  run_host("", "steady 1");  // installs the models
+  const std::string library = "WGR_RECORDER_LIBRARY=" WGR_LIBRARY " ";
+  const int status = std::system(
+      (settings(folder.path()) + library + WGR_LOADING_HOST " " WGR_PROXY " >/dev/null")
+          .c_str());
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 0);
+  const auto captures = captures_in(folder.path());
+  ASSERT_EQ(captures.size(), 1u);
+  const ReenactmentTotals totals = expect_made_again(captures[0]);
+  EXPECT_EQ(totals.samples, 10u);
+  EXPECT_EQ(totals.not_compared, 0u);
+}
