@@ -226,9 +226,9 @@ static void list_marks(const Arguments& given) {
   const std::string file =
       given.capture.substr(given.capture.find_last_of('/') + 1);
   for (const Mark& mark : content.marks) {
-    table += field(file) + ',' + fixed(std::max(mark.t - given.span, 0.0), 3) + ',' +
-             fixed(mark.t, 3) + ',' +
-             field(mark.text.empty() ? kUnnamedMark : mark.text) + '\n';
+    table += fmt::format("{},{:.3f},{:.3f},{}\n", field(file),
+                         std::max(mark.t - given.span, 0.0), mark.t,
+                         field(mark.text.empty() ? kUnnamedMark : mark.text));
   }
   write_output(given.out, table);
 }
