@@ -82,6 +82,9 @@ static const NumberOption kNumbers[] = {
     {"doctor", "--mode", whole_from(0, 2)},
     {"doctor", "--sample-rate", whole_from(1, 100000)},
     {"doctor", "--seconds", number_above(0, 1000000000)},
+    {"replay", "--handle", whole_from(1, 1000000)},
+    {"explain", "--handle", whole_from(1, 1000000)},
+    {"doctor", "--handle", whole_from(1, 1000000)},
     {"log", "--sample-rate", number_from(1, 100000)},
     {"log", "--seconds", number_above(0, 1000000000)},
 };
@@ -465,7 +468,7 @@ TEST(Help, ListsTheExitStatusesOfEverySubcommand) {
   CLI::App wgr;
   add_all(wgr);
   const std::vector<const CLI::App*> all = with_all_below(wgr);
-  EXPECT_EQ(all.size(), 15u);
+  EXPECT_EQ(all.size(), 22u);
   for (const CLI::App* app : all) {
     const std::string help = app->help();
     EXPECT_TRUE(std::regex_search(help, std::regex("Exit status: 0 [^;]+;[^]*\\s2 ")))

@@ -17,7 +17,7 @@ namespace wgr {
 static constexpr NumberRange kBiases = number_from(-10000, 10000);  // deg/s
 static constexpr double kLongestMotion = 1e6;                       // samples
 static constexpr int kStrictest = 3;
-static constexpr double kMostHandle = 4294967295.0;  // a number of a capture's handle
+static constexpr double kMostHandle = 1000000;  // a number of a capture's handle
 static constexpr int kAssumedRate = 50;          // samples per second
 static constexpr size_t kSamplesForRate = 4096;  // that a recording's rate is taken from
 
