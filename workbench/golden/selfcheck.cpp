@@ -26,19 +26,14 @@ static const char* const kRecorded[] = {
 static constexpr int kRecordedStreams = sizeof kRecorded / sizeof *kRecorded;
 static constexpr size_t kNumbers = 10;
 
-namespace {
+static constexpr size_t kScore = 5;      // of the numbers
+static constexpr size_t kExactOnes = 3;  // the first of them
 
-struct Tally {
-  int streams[kExactStages + 2] = {};  // that differ first at a stage
-  double largest = 0.0;                // tolerated difference
-  double largest_score = 0.0;
-  size_t recognitions = 0;
-};
-
-}  // namespace
-
-static constexpr int kStageRecognition = kExactStages;
-static constexpr int kStageInterface = kExactStages + 1;
+const char* name_of_stage(int stage) {
+  return stage < kExactStages         ? kGoldenStageNames[stage]
+         : stage == kStageRecognition ? "recognition"
+                                      : "interface";
+}
 
 static std::array<double, kNumbers> numbers(const GoldenRecognition& r) {
   return {static_cast<double>(r.sample),
@@ -61,7 +56,11 @@ static void print_outcome(std::FILE* out, const GoldenOutcome& outcome) {
     std::fputs("\"\n\"", out);
     const auto values = numbers(r);
     for (size_t i = 0; i < kNumbers; ++i) {
-      std::fprintf(out, i < 3 ? "%.0f " : i == 5 ? "%.9g " : "%.13g ", values[i]);
+      std::fprintf(out,
+                   i < kExactOnes ? "%.0f "
+                   : i == kScore  ? "%.9g "
+                                  : "%.13g ",
+                   values[i]);
     }
   }
   std::fputs("\",\n", out);
@@ -75,94 +74,121 @@ static double difference(double value, double recorded) {
   return std::fabs(value - recorded) / std::max(1.0, std::fabs(recorded));
 }
 
-// The first stage that differs, or -1.
-static int compare(std::FILE* out, int index, const GoldenOutcome& outcome,
-                   Tally& tally) {
-  const char* text = kRecorded[index];
-  char* rest = nullptr;
-  int first = -1;
-  for (int stage = 0; stage < kExactStages; ++stage) {
-    const uint64_t recorded = std::strtoull(text, &rest, 16);
-    text = rest;
-    if (recorded != outcome.digests[static_cast<size_t>(stage)] && first < 0)
-      first = stage;
-  }
-  if (first >= 0) {
-    std::fprintf(out, "stream %3d: differs at stage %s\n", index,
-                 kGoldenStageNames[first]);
-  }
-  static constexpr const char* kNames[kNumbers] = {
-      "sample", "class",     "points",    "cost time",  "strength",
-      "score",  "gravity.x", "gravity.z", "position.x", "position.z"};
-  for (const GoldenRecognition& r : outcome.recognitions) {
-    const auto values = numbers(r);
-    for (size_t i = 0; i < kNumbers; ++i) {
-      const double recorded = std::strtod(text, &rest);
-      const bool missing = rest == text;
-      text = rest;
-      const double off = missing ? HUGE_VAL : difference(values[i], recorded);
-      const double allowed = i < 3 ? 0.0 : i == 5 ? kScoreTolerance : kTolerance;
-      double& largest = i == 5 ? tally.largest_score : tally.largest;
-      if (off <= allowed) {
-        largest = std::max(largest, off);
-      } else {
-        if (first < 0) first = kStageRecognition;
-        std::fprintf(out,
-                     "stream %3d: recognition at sample %d: %s is %.13g, not %.13g\n",
-                     index, r.sample, kNames[i], values[i], recorded);
-        break;
-      }
+namespace {
+
+// Compares one stream; keeps what differs, and at which stage first.
+class Comparison {
+ public:
+  Comparison(int stream, SelfCheck& check)
+      : stream_(stream), text_(kRecorded[stream]), check_(check) {}
+
+  void compare(const GoldenOutcome& outcome) {
+    compare_digests(outcome);
+    for (const GoldenRecognition& r : outcome.recognitions) compare_numbers(r);
+    char* rest = nullptr;
+    std::strtod(text_, &rest);
+    if (rest != text_) differs(kStageRecognition, "a recognition is missing");
+    if (!outcome.interface_difference.empty()) {
+      differs(kStageInterface, outcome.interface_difference);
     }
-    ++tally.recognitions;
+    if (first_ >= 0) ++check_.first_at[static_cast<size_t>(first_)];
+    check_.differing += first_ >= 0 ? 1 : 0;
   }
-  std::strtod(text, &rest);
-  if (rest != text) {
-    if (first < 0) first = kStageRecognition;
-    std::fprintf(out, "stream %3d: a recognition is missing\n", index);
+
+ private:
+  void differs(int stage, const std::string& what) {
+    if (first_ < 0) first_ = stage;
+    check_.differences.push_back({stream_, what});
   }
-  if (!outcome.interface_difference.empty()) {
-    if (first < 0) first = kStageInterface;
-    std::fprintf(out, "stream %3d: %s\n", index, outcome.interface_difference.c_str());
+
+  void compare_digests(const GoldenOutcome& outcome) {
+    int first = -1;
+    for (int stage = 0; stage < kExactStages; ++stage) {
+      char* rest = nullptr;
+      const uint64_t recorded = std::strtoull(text_, &rest, 16);
+      text_ = rest;
+      const bool same = recorded == outcome.digests[static_cast<size_t>(stage)];
+      if (!same && first < 0) first = stage;
+    }
+    if (first >= 0) {
+      differs(first, std::string("differs at stage ") + kGoldenStageNames[first]);
+    }
   }
-  return first;
+
+  void compare_numbers(const GoldenRecognition& r) {
+    static constexpr const char* kNames[kNumbers] = {
+        "sample", "class",     "points",    "cost time",  "strength",
+        "score",  "gravity.x", "gravity.z", "position.x", "position.z"};
+    ++check_.recognitions;
+    const auto values = numbers(r);
+    bool same = true;  // so far; of what differs the first is reported
+    for (size_t i = 0; i < kNumbers; ++i) {
+      char* rest = nullptr;
+      const double recorded = std::strtod(text_, &rest);
+      const double off = rest == text_ ? HUGE_VAL : difference(values[i], recorded);
+      text_ = rest;
+      const double allowed = i < kExactOnes ? 0.0
+                             : i == kScore  ? kScoreTolerance
+                                            : kTolerance;
+      const bool within = off <= allowed;
+      if (same && !within) {
+        char what[200];
+        std::snprintf(what, sizeof what,
+                      "recognition at sample %d: %s is %.13g, not %.13g", r.sample,
+                      kNames[i], values[i], recorded);
+        differs(kStageRecognition, what);
+      }
+      same = same && within;
+      if (!within) continue;
+      double& largest = i == kScore ? check_.largest_score : check_.largest;
+      largest = std::max(largest, off);
+    }
+  }
+
+  const int stream_;
+  const char* text_;  // what is recorded and not compared yet
+  SelfCheck& check_;
+  int first_ = -1;  // stage that differs
+};
+
+}  // namespace
+
+SelfCheck self_check() {
+  separate_results(LibraryPrints::kNowhere);
+  SelfCheck check;
+  check.streams = kGoldenStreams;
+  for (int index = 0; index < kGoldenStreams; ++index) {
+    if (index < kRecordedStreams) {
+      Comparison(index, check).compare(golden_outcome(index));
+    } else {
+      check.differences.push_back({index, "not recorded"});
+      ++check.differing;
+    }
+  }
+  return check;
 }
 
-int self_check(bool record) {
-  // The library prints its progress; only the report is to be seen.
-  separate_results(LibraryPrints::kNowhere);
+int print_self_check(const SelfCheck& check) {
   std::FILE* const out = results();
-  Tally tally;
-  int differing = 0;
-  for (int index = 0; index < kGoldenStreams; ++index) {
-    const GoldenOutcome outcome = golden_outcome(index);
-    if (record) {
-      print_outcome(out, outcome);
-      continue;
-    }
-    if (index >= kRecordedStreams) {
-      std::fprintf(out, "stream %3d: not recorded\n", index);
-      ++differing;
-      continue;
-    }
-    const int first = compare(out, index, outcome, tally);
-    if (first < 0) continue;
-    ++tally.streams[first];
-    ++differing;
+  for (const StreamDifference& d : check.differences) {
+    std::fprintf(out, "stream %3d: %s\n", d.stream, d.what.c_str());
   }
-  if (record) return 0;
-
-  std::fprintf(out, "%d streams, %zu recognitions; %d streams differ\n", kGoldenStreams,
-               tally.recognitions, differing);
-  for (int s = 0; s < kExactStages + 2; ++s) {
-    std::fprintf(out, "  first at %-15s %d\n",
-                 s < kExactStages         ? kGoldenStageNames[s]
-                 : s == kStageRecognition ? "recognition"
-                                          : "interface",
-                 tally.streams[s]);
+  std::fprintf(out, "%d streams, %zu recognitions; %d streams differ\n", check.streams,
+               check.recognitions, check.differing);
+  for (int stage = 0; stage < kComparedStages; ++stage) {
+    std::fprintf(out, "  first at %-15s %d\n", name_of_stage(stage),
+                 check.first_at[static_cast<size_t>(stage)]);
   }
   std::fprintf(out, "behind sin, cos and acos: values within %.2g, scores within %.2g\n",
-               tally.largest, tally.largest_score);
-  return differing == 0 ? 0 : 1;
+               check.largest, check.largest_score);
+  return check.differing == 0 ? 0 : 1;
+}
+
+void print_golden_record() {
+  separate_results(LibraryPrints::kNowhere);
+  for (int index = 0; index < kGoldenStreams; ++index) {
+    print_outcome(results(), golden_outcome(index));
+  }
 }
 
 }  // namespace wgr

@@ -262,6 +262,48 @@ TEST_F(RecordingToModel, TwoModelsAreComparedByClass) {
                         "4 templates, 4 points; "));
 }
 
+TEST_F(RecordingToModel, ModelsAreShownAndComparedAsJson) {
+  const std::string t = "2 1\n1\n0\n0\n";
+  write_file(path("a.xml"), "2 2 1 0\n1 2\n1 -1.5 -2.5\n1 1\n1\n0\n0\n" + t);
+  write_file(path("b.xml"), "1 2 0 0\n2\n1 -1.25\n" + t + "2 1\n2\n0\n0\n");
+  const json a = json::parse(run_wgr("model show --json " + path("a.xml")).out);
+  EXPECT_EQ(a, json::parse(R"({"type":"model","file":")" + path("a.xml") + R"(",
+      "templates":2,"points":2,"normalised":true,"gravity":false,"classes":[
+        {"label":1,"templates":1,"points":1,"threshold":-1.5},
+        {"label":2,"templates":1,"points":1,"threshold":-2.5}]})"));
+
+  const Outcome diff =
+      run_wgr("model diff --json " + path("a.xml") + " " + path("b.xml"));
+  EXPECT_EQ(diff.status, 1);
+  EXPECT_EQ(json::parse(diff.out), json::parse(R"({"type":"difference","differs":true,
+      "scaling_differs":true,"gravity_differs":false,"classes":[
+        {"label":1,"before":{"templates":1,"threshold":-1.5},"after":null,
+         "templates_gone":1,"templates_new":0},
+        {"label":2,"before":{"templates":1,"threshold":-2.5},
+         "after":{"templates":2,"threshold":-1.25},
+         "templates_gone":0,"templates_new":1}]})"));
+
+  const Outcome same =
+      run_wgr("model diff --json " + path("a.xml") + " " + path("a.xml"));
+  EXPECT_EQ(same.status, 0);
+  EXPECT_EQ(json::parse(same.out)["differs"], false);
+  EXPECT_EQ(json::parse(same.out)["classes"], json::array());
+}
+
+TEST_F(RecordingToModel, AModelsFindingsAreJsonLines) {
+  write_file(path("m.xml"), "1 1 1 0\n3\n1 0\n3 1\n1\n0\n0\n");
+  const Outcome outcome = run_wgr("model check --json " + path("m.xml"));
+  EXPECT_EQ(outcome.status, 1);
+  const size_t end = outcome.out.find('\n');
+  const json finding = json::parse(outcome.out.substr(0, end));
+  EXPECT_EQ(finding["type"], "finding");
+  EXPECT_EQ(finding["file"], path("m.xml"));
+  EXPECT_EQ(finding["line"], 3);
+  EXPECT_EQ(finding["text"].get<std::string>().find("the threshold of label 3"), 0u);
+  EXPECT_EQ(json::parse(outcome.out.substr(end)),
+            json::parse(R"({"type":"summary","models":1,"findings":1})"));
+}
+
 TEST_F(RecordingToModel, AModelIsCheckedLineByLine) {
   const struct {
     const char* text;

@@ -13,10 +13,13 @@
 #include "base/text.h"
 #include "classifier/Gmodel.h"
 #include "commands/subcommands.h"
+#include "json/json_text.h"
 #include "preflight/model_check.h"
 #include "training/model_findings.h"
 
 namespace wgr {
+
+using Json = nlohmann::ordered_json;
 
 static constexpr char kFooter[] =
     R"(check lists what is wrong with each line.
@@ -33,6 +36,11 @@ static constexpr char kSuffix[] = ".xml";
 static constexpr double kUsualPoints = 45.0;  // of a motion, for the cost
 
 namespace {
+
+struct ModelFiles {
+  std::vector<std::string> paths;
+  bool json = false;
+};
 
 struct OfClass {
   size_t templates = 0;
@@ -68,14 +76,15 @@ static std::string threshold_text(const OfClass& c) {
   return c.threshold ? fmt::format("{:.4f}", *c.threshold) : "none";
 }
 
-static void show(const std::string& path) {
-  const Gmodel model = named_model(path);
-  size_t points = 0;
+static Json or_null(const std::optional<double>& value) {
+  return value ? Json(*value) : Json();
+}
+
+static void show_text(const Gmodel& model, size_t points) {
   print(stdout, "class  templates  points  threshold\n");
   for (const auto& [label, c] : classes_of(model)) {
     print(stdout, "{:5}  {:9}  {:6}  {:>9}\n", label, c.templates, c.points,
           threshold_text(c));
-    points += c.points;
   }
   print(stdout, "{} templates, {} points; traces {}, {} gravity\n",
         model.templates.size(), points,
@@ -87,20 +96,61 @@ static void show(const std::string& path) {
         points, static_cast<double>(points) * kUsualPoints, kUsualPoints);
 }
 
-static void check(const std::vector<std::string>& paths) {
-  bool good = true;
+static void show_json(const std::string& path, const Gmodel& model, size_t points) {
+  Json json = {{"type", "model"},
+               {"file", path},
+               {"templates", model.templates.size()},
+               {"points", points},
+               {"normalised", model.normalize != 0},
+               {"gravity", model.havegravity != 0},
+               {"classes", Json::array()}};
+  for (const auto& [label, c] : classes_of(model)) {
+    json["classes"].push_back({{"label", label},
+                               {"templates", c.templates},
+                               {"points", c.points},
+                               {"threshold", or_null(c.threshold)}});
+  }
+  print(stdout, "{}\n", json_text(json));
+}
+
+static void show(const std::string& path, bool json) {
+  const Gmodel model = named_model(path);
+  size_t points = 0;
+  for (const auto& [label, c] : classes_of(model)) points += c.points;
+  if (json) {
+    show_json(path, model, points);
+  } else {
+    show_text(model, points);
+  }
+}
+
+static void print_finding(const std::string& path, const ModelFinding& finding,
+                          bool json) {
+  if (!json) return print(stdout, "{}\n", shown(line_about(path, finding)));
+  const Json line = {{"type", "finding"},
+                     {"file", path},
+                     {"line", finding.line == 0 ? Json() : Json(finding.line)},
+                     {"text", finding.text}};
+  print(stdout, "{}\n", json_text(line));
+}
+
+static void check(const std::vector<std::string>& paths, bool json) {
+  size_t count = 0;
   for (const std::string& path : paths) {
     if (!std::filesystem::exists(path))
       throw UsageError(path + ": there is no such file");
     const std::vector<ModelFinding> findings = check_model_file(path).findings;
-    for (const ModelFinding& finding : findings) {
-      print(stdout, "{}\n", shown(line_about(path, finding)));
-    }
-    if (findings.empty()) print(stdout, "{}: nothing is wrong\n", shown(path));
-    good = good && findings.empty();
+    for (const ModelFinding& finding : findings) print_finding(path, finding, json);
+    if (findings.empty() && !json) print(stdout, "{}: nothing is wrong\n", shown(path));
+    count += findings.size();
+  }
+  if (json) {
+    const Json line = {
+        {"type", "summary"}, {"models", paths.size()}, {"findings", count}};
+    print(stdout, "{}\n", json_text(line));
   }
   std::fflush(stdout);
-  if (!good) throw EndWithStatus{kExitFindings};
+  if (count > 0) throw EndWithStatus{kExitFindings};
 }
 
 static bool same(const Points& a, const Points& b) {
@@ -122,44 +172,101 @@ static size_t missing(const Gmodel& a, const Gmodel& b, int label) {
   return count;
 }
 
-static std::string lines_about_class(const Gmodel& a, const Gmodel& b, int label) {
-  const OfClass before = classes_of(a)[label];
-  const OfClass after = classes_of(b)[label];
-  std::string text;
-  if (threshold_text(before) != threshold_text(after)) {
-    text += fmt::format("class {}: threshold {} -> {}\n", label, threshold_text(before),
-                        threshold_text(after));
+namespace {
+
+// How a class differs; without one of the two, the other model alone has it.
+struct ClassDifference {
+  int label;
+  std::optional<OfClass> before, after;
+  size_t gone = 0;  // templates of the first model alone
+  size_t come = 0;  // and of the second
+
+  bool threshold() const { return threshold_text(*before) != threshold_text(*after); }
+  bool any() const { return !before || !after || threshold() || gone + come > 0; }
+};
+
+}  // namespace
+
+static std::vector<ClassDifference> differences(const Gmodel& a, const Gmodel& b) {
+  std::map<int, ClassDifference> all;
+  for (const auto& [label, c] : classes_of(a)) all[label].before = c;
+  for (const auto& [label, c] : classes_of(b)) all[label].after = c;
+  std::vector<ClassDifference> found;
+  for (auto& [label, d] : all) {
+    d.label = label;
+    d.gone = missing(a, b, label);
+    d.come = missing(b, a, label);
+    if (d.any()) found.push_back(d);
   }
-  const size_t gone = missing(a, b, label);
-  const size_t come = missing(b, a, label);
-  if (gone + come > 0) {
-    text += fmt::format("class {}: {} templates gone, {} new, {} now\n", label, gone,
-                        come, after.templates);
+  return found;
+}
+
+static std::string text_of(const ClassDifference& d, const std::string& first,
+                           const std::string& second) {
+  if (!d.before || !d.after) {
+    return fmt::format("class {}: only in {}\n", d.label,
+                       shown(d.before ? first : second));
+  }
+  std::string text;
+  if (d.threshold()) {
+    text += fmt::format("class {}: threshold {} -> {}\n", d.label,
+                        threshold_text(*d.before), threshold_text(*d.after));
+  }
+  if (d.gone + d.come > 0) {
+    text += fmt::format("class {}: {} templates gone, {} new, {} now\n", d.label, d.gone,
+                        d.come, d.after->templates);
   }
   return text;
 }
 
-static void diff(const std::string& first, const std::string& second) {
+static Json json_of(const ClassDifference& d) {
+  const auto of_class = [](const std::optional<OfClass>& c) {
+    return c ? Json{{"templates", c->templates}, {"threshold", or_null(c->threshold)}}
+             : Json();
+  };
+  return {{"label", d.label},
+          {"before", of_class(d.before)},
+          {"after", of_class(d.after)},
+          {"templates_gone", d.gone},
+          {"templates_new", d.come}};
+}
+
+static void diff(const std::string& first, const std::string& second, bool json) {
   const Gmodel a = named_model(first);
   const Gmodel b = named_model(second);
-  const std::map<int, OfClass> in_a = classes_of(a);
-  const std::map<int, OfClass> in_b = classes_of(b);
-  std::map<int, OfClass> all = in_a;
-  all.insert(in_b.begin(), in_b.end());
-  std::string text;
-  if (a.normalize != b.normalize) text += "one scales traces, the other does not\n";
-  if (a.havegravity != b.havegravity) text += "one has gravity, the other does not\n";
-  for (const auto& [label, ignored] : all) {
-    if (in_a.count(label) > 0 && in_b.count(label) > 0) {
-      text += lines_about_class(a, b, label);
-    } else {
-      text += fmt::format("class {}: only in {}\n", label,
-                          shown(in_a.count(label) > 0 ? first : second));
+  const bool scaling = a.normalize != b.normalize;
+  const bool gravity = a.havegravity != b.havegravity;
+  const std::vector<ClassDifference> classes = differences(a, b);
+  const bool any = scaling || gravity || !classes.empty();
+  if (json) {
+    Json line = {{"type", "difference"},
+                 {"differs", any},
+                 {"scaling_differs", scaling},
+                 {"gravity_differs", gravity},
+                 {"classes", Json::array()}};
+    for (const ClassDifference& d : classes) line["classes"].push_back(json_of(d));
+    print(stdout, "{}\n", json_text(line));
+  } else {
+    if (scaling) print(stdout, "one scales traces, the other does not\n");
+    if (gravity) print(stdout, "one has gravity, the other does not\n");
+    for (const ClassDifference& d : classes) {
+      print(stdout, "{}", text_of(d, first, second));
     }
+    if (!any) print(stdout, "no difference\n");
   }
-  print(stdout, "{}", text.empty() ? "no difference\n" : text);
   std::fflush(stdout);
-  if (!text.empty()) throw EndWithStatus{kExitFindings};
+  if (any) throw EndWithStatus{kExitFindings};
+}
+
+static CLI::App* add_below(CLI::App& model, const char* name, const char* what,
+                           const char* models, ModelFiles& given) {
+  CLI::App* const command = model.add_subcommand(name, what);
+  command->add_option(models, given.paths)
+      ->required()
+      ->transform(path_name())
+      ->option_text(" ");
+  command->add_flag("--json", given.json, "Print JSON lines");
+  return command;
 }
 
 void add_model(CLI::App& wgr) {
@@ -167,39 +274,29 @@ void add_model(CLI::App& wgr) {
       wgr.add_subcommand("model", "Show, check or compare gesture models.");
   command->require_subcommand(1);
   command->footer(kFooter);
-  const auto paths = std::make_shared<std::vector<std::string>>();
+  const auto given = std::make_shared<ModelFiles>();
 
-  CLI::App* const shown = command->add_subcommand("show", "What is in a model.");
-  shown->add_option("MODEL", *paths, "The model")
-      ->required()
-      ->transform(path_name())
-      ->expected(1)
-      ->option_text(" ");
+  CLI::App* const shown =
+      add_below(*command, "show", "What is in a model.", "MODEL", *given);
+  shown->get_option("MODEL")->description("The model")->expected(1);
   shown->footer("Exit status: 0 done; 2 the model or an argument cannot be used.");
-  shown->callback([paths] { show(paths->front()); });
+  shown->callback([given] { show(given->paths.front(), given->json); });
 
   CLI::App* const checked =
-      command->add_subcommand("check", "What is wrong with models.");
-  checked->add_option("MODEL", *paths, "The models")
-      ->required()
-      ->transform(path_name())
-      ->option_text(" ");
+      add_below(*command, "check", "What is wrong with models.", "MODEL", *given);
+  checked->get_option("MODEL")->description("The models");
   checked->footer(
       "Exit status: 0 nothing is wrong; 1 something is; 2 a model or an argument cannot "
-      "be "
-      "used.");
-  checked->callback([paths] { check(*paths); });
+      "be used.");
+  checked->callback([given] { check(given->paths, given->json); });
 
-  CLI::App* const compared =
-      command->add_subcommand("diff", "How the second model differs from the first.");
-  compared->add_option("MODELS", *paths, "The two models")
-      ->required()
-      ->transform(path_name())
-      ->expected(2)
-      ->option_text(" ");
+  CLI::App* const compared = add_below(
+      *command, "diff", "How the second model differs from the first.", "MODELS", *given);
+  compared->get_option("MODELS")->description("The two models")->expected(2);
   compared->footer(
       "Exit status: 0 no difference; 1 some; 2 a model or an argument cannot be used.");
-  compared->callback([paths] { diff(paths->front(), paths->back()); });
+  compared->callback(
+      [given] { diff(given->paths.front(), given->paths.back(), given->json); });
 }
 
 }  // namespace wgr
