@@ -21,7 +21,7 @@ static constexpr int kClassUnreported = 6;
 
 // A line of the log up to where its own values begin.
 static std::string fixed_part(const WgrLogSite& site) {
-  const std::string message = site.message;
+  const std::string_view message = site.message;
   return fmt::format("{} {}: {}", site.function, site.tag,
                      message.substr(0, message.find('%')));
 }
