@@ -86,47 +86,83 @@ TEST(Recorder, CapturesAreReadByTheirOwnerAlone) {
   EXPECT_EQ(about.st_mode & 07777, 0700u);
 }
 
-// The host counts its finished calls into a pipe.
-TEST(Recorder, KilledAtAnyMomentLosesAtMostTheRecordBeingWritten) {
-  std::mt19937 random(17);
-  for (int round = 0; round < kKills; ++round) {
-    TempDirectory folder;
+namespace {
+
+// A host that runs until it is killed, and counts its finished calls into a pipe.
+class RunningHost {
+ public:
+  explicit RunningHost(const std::string& folder, const char* start = "on") {
     int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    const pid_t child = fork();
-    if (child == 0) {
+    if (pipe(ends) != 0) std::abort();
+    pid_ = fork();
+    if (pid_ == 0) {
       dup2(ends[1], 3);
-      if (ends[0] != 3) close(ends[0]);
       setenv("WGR_RECORDER_CONFIG", "/dev/null", 1);
-      setenv("WGR_RECORDER_DIR", folder.path().c_str(), 1);
+      setenv("WGR_RECORDER_DIR", folder.c_str(), 1);
       setenv("WGR_RECORDER_KEEP", "all", 1);
-      const int nothing = open("/dev/null", O_WRONLY);
-      dup2(nothing, STDOUT_FILENO);
+      setenv("WGR_RECORDER_START", start, 1);
+      dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
       execl("/bin/sh", "sh", "-c", "exec " WGR_RECORDED_HOST " steady 0 1", nullptr);
       _exit(127);
     }
     close(ends[1]);
-    std::uint32_t number = 0;
+    pipe_ = ends[0];
+  }
+  ~RunningHost() {
+    kill_now();
+    close(pipe_);
+  }
+  RunningHost(const RunningHost&) = delete;
+  RunningHost& operator=(const RunningHost&) = delete;
+
+  // Waits for one more sample; false when the host has ended.
+  bool count() { return read(pipe_, &number_, sizeof number_) == 4; }
+  std::uint32_t number() const { return number_; }  // of the last sample
+
+  int kill_now() {
+    int status = -1;
+    if (pid_ > 0) kill(pid_, SIGKILL);
+    if (pid_ > 0) waitpid(pid_, &status, 0);
+    pid_ = 0;
+    return status;
+  }
+
+ private:
+  pid_t pid_;
+  int pipe_;
+  std::uint32_t number_ = 0;
+};
+
+}  // namespace
+
+static int kills() {
+  const char* const wanted = std::getenv("WGR_KILLS");
+  return wanted != nullptr ? std::atoi(wanted) : kKills;
+}
+
+TEST(Recorder, KilledAtAnyMomentLosesAtMostTheRecordBeingWritten) {
+  std::mt19937 random(17);
+  for (int round = 0; round < kills(); ++round) {
+    TempDirectory folder;
+    RunningHost host(folder.path());
+    ASSERT_TRUE(host.count()) << "the host does not start";
     // From the first sample on, for a moment of any length.
-    ASSERT_EQ(read(ends[0], &number, sizeof number), 4) << "the host does not start";
-    const int wait = static_cast<int>(random() % 20000);
-    std::thread killer([child, wait] {
-      std::this_thread::sleep_for(std::chrono::microseconds(wait));
-      kill(child, SIGKILL);
+    const auto wait = std::chrono::microseconds(random() % 20000);
+    int status = -1;
+    std::thread killer([&] {
+      std::this_thread::sleep_for(wait);
+      status = host.kill_now();
     });
-    while (read(ends[0], &number, sizeof number) == 4) {
+    while (host.count()) {
     }
     killer.join();
-    close(ends[0]);
-    int status = 0;
-    waitpid(child, &status, 0);
     ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
     const auto captures = captures_in(folder.path());
     ASSERT_EQ(captures.size(), 1u);
     const ReenactmentTotals totals = expect_made_again(captures[0]);
     // Each callback feeds its handle once more.
-    EXPECT_GE(totals.samples - totals.callbacks, number) << "round " << round;
-    EXPECT_LE(totals.samples - totals.callbacks, number + 1) << "round " << round;
+    EXPECT_GE(totals.samples - totals.callbacks, host.number()) << "round " << round;
+    EXPECT_LE(totals.samples - totals.callbacks, host.number() + 1) << "round " << round;
   }
 }
 
@@ -254,34 +290,49 @@ TEST(Recorder, WhatAHostWritesIntoTheVersionIsToldAndMadeAgain) {
   EXPECT_EQ(totals.answers, 4u * 2u);
 }
 
-// Orders come by a file while the host runs; its own half second is waited for.
+// Until the first capture's marks and end are as wanted; half a minute at most. The host
+// goes on meanwhile.
+template <class Wanted>
+static bool comes(RunningHost& host, const std::string& folder, const Wanted& wanted) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  while (std::chrono::steady_clock::now() < end) {
+    for (int i = 0; i < 5000; ++i) host.count();
+    const auto captures = captures_in(folder);
+    if (captures.empty()) continue;
+    std::string marks;
+    try {
+      CaptureReader reader(captures[0]);
+      for (CaptureRecord record; reader.next(record);) {
+        if (record.tag == capture::kMark) marks += record.text;
+      }
+      if (wanted(marks, reader.ended())) return true;
+    } catch (const CaptureError&) {
+      // It is just being begun.
+    }
+  }
+  return false;
+}
+
 TEST(Recorder, ControlFileSwitchesAndMarks) {
   TempDirectory folder;
-  std::thread orders([&folder] {
-    const auto order = [&](const std::string& text) {
-      std::ofstream(folder.file("control"), std::ios::app) << text << '\n';
-      std::this_thread::sleep_for(std::chrono::milliseconds(600));
-    };
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    order("on");
-    order("mark on the motorway");
-    order("off");
-  });
-  const HostOutcome outcome = run_host(
-      "timeout -s KILL 2.2 env " + settings(folder.path(), "WGR_RECORDER_START=off"),
-      "steady 0");
-  orders.join();
-  EXPECT_NE(outcome.status, 0);
-  const auto captures = captures_in(folder.path());
-  ASSERT_EQ(captures.size(), 1u);
-  CaptureReader reader(captures[0]);
-  std::vector<std::string> marks;
-  for (CaptureRecord record; reader.next(record);) {
-    if (record.tag == capture::kMark) marks.push_back(record.text);
-  }
-  EXPECT_EQ(marks, std::vector<std::string>{"on the motorway"});
-  EXPECT_TRUE(reader.ended()) << "it was switched off before the host was killed";
-  expect_made_again(captures[0]);
+  const auto order = [&](const std::string& text) {
+    std::ofstream(folder.file("control"), std::ios::app) << text << '\n';
+  };
+  RunningHost host(folder.path(), "off");
+  ASSERT_TRUE(host.count());
+  for (int i = 0; i < 1000; ++i) host.count();
+  EXPECT_TRUE(captures_in(folder.path()).empty());
+  order("on");
+  EXPECT_TRUE(comes(host, folder.path(), [](const auto&, bool) { return true; }));
+  order("mark on the motorway");
+  EXPECT_TRUE(comes(host, folder.path(), [](const std::string& marks, bool) {
+    return marks == "on the motorway";
+  }));
+  order("off");
+  EXPECT_TRUE(comes(host, folder.path(), [](const auto&, bool ended) { return ended; }));
+  host.kill_now();
+  ASSERT_EQ(captures_in(folder.path()).size(), 1u);
+  expect_made_again(captures_in(folder.path())[0]);
 }
 
 #ifndef WGR_EMULATED
