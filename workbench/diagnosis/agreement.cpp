@@ -98,7 +98,7 @@ static double mean_error(const std::vector<Turn>& turns, const AxisMap& map,
   return sum / static_cast<double>(turns.size());
 }
 
-static std::vector<AxisMap> all_maps() {
+std::vector<AxisMap> all_axis_maps() {
   std::vector<AxisMap> maps;
   std::array<int, 3> order = {0, 1, 2};
   do {
@@ -143,7 +143,7 @@ Agreement compare_sensors(const std::vector<Turn>& turns) {
   const auto consider = [&](const AxisMap& map, double factor) {
     all.push_back({map, factor, mean_error(turns, map, factor)});
   };
-  for (const AxisMap& map : all_maps()) {
+  for (const AxisMap& map : all_axis_maps()) {
     for (const double factor : {1.0, kDegreesPerRadian}) consider(map, factor);
   }
   for (int step = 1; step <= kFactorSteps; ++step) {

@@ -20,6 +20,7 @@ struct AxisMap {
   std::array<int, 3> sign = {1, 1, 1};
 };
 
+std::vector<AxisMap> all_axis_maps();  // 48
 Point3Df mapped(const AxisMap& map, const Point3Df& p);
 bool is_identity(const AxisMap& map);
 int determinant(const AxisMap& map);

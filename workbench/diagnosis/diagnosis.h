@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "diagnosis/repair.h"
 #include "recording/recording.h"
 
 namespace wgr {
@@ -30,6 +31,7 @@ struct Finding {
   std::string remedy;
   std::string call;   // the option or call that does it; may be empty
   std::string about;  // of findings with the same id, which one; may be empty
+  std::optional<Repair> repair = {};  // that mends the samples, or what a host passes
 };
 
 struct StreamFacts {

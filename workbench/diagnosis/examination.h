@@ -67,6 +67,8 @@ class Examination {
             const std::string& about = "") {
     result_.findings.push_back({id, sure, what, remedy, call, about});
   }
+  // Of the newest finding.
+  void propose(Repair repair) { result_.findings.back().repair = std::move(repair); }
 
   // time_faults.cpp
   void examine_stamps();

@@ -68,6 +68,7 @@ bool Examination::repair_swapped_sensors() {
                   median(lengths)),
       "pass the accelerometer first and the gyroscope second",
       "update_gesture(h, acc, gyro)");
+  propose({RepairKind::kSwapSensors});
   acc_.swap(gyro_);
   look_again();
   return true;
@@ -101,6 +102,7 @@ void Examination::examine_acceleration() {
                      usual, unit->name),
          fmt::format("multiply it by {:.{}f}", unit->scale, unit->scale < 1.0 ? 8 : 5),
          "", unit->name);
+    propose({RepairKind::kAccUnit, unit->scale});
     scale(acc_, unit->scale);
     look_again();
   }

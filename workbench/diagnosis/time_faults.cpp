@@ -42,6 +42,7 @@ void Examination::examine_stamps() {
          fmt::format("from stamp to stamp it is {:.0f} s: they are in {}", step,
                      unit.name),
          "write the time in seconds", "", unit.name);
+    propose({RepairKind::kTimeUnit, unit.scale});
     for (double& t : times_) t *= unit.scale;
     return;
   }
@@ -90,12 +91,14 @@ void Examination::examine_steps() {
              *facts.rate, *options_.rate),
          "pass the true rate: speeds, lengths and turns all follow from it",
          fmt::format("init_gesture_handle(h, {}, ...); --sample-rate {}", right, right));
+    propose({RepairKind::kRate, *facts.rate});
   } else if (std::fabs(std::round(*facts.rate) / *facts.rate - 1.0) > kRateTolerance) {
     find("rate", Sureness::kCertain,
          fmt::format("samples come at {:.2f} a second, which no whole number is near",
                      *facts.rate),
          "resample, or ask the sensor for a rate of whole samples",
          "init_gesture_handle() takes whole samples per second");
+    propose({RepairKind::kEvenRate, *facts.rate});
   }
   if (facts.jitter > kMostJitter) {
     find("jitter", Sureness::kCertain,
@@ -104,6 +107,7 @@ void Examination::examine_steps() {
                      100.0 * facts.jitter),
          "stamp the samples where they are taken, or resample them to an even rate: the "
          "library takes every step for the same time");
+    propose({RepairKind::kEvenRate, *facts.rate});
   }
   report_irregular_steps(steps, *rate);
 }
@@ -141,16 +145,23 @@ void Examination::report_irregular_steps(const std::vector<double>& steps, doubl
                             carried_.gaps.most)),
         "find where samples are lost; fill short gaps in before update_gesture(), or the "
         "motion around them is compared too short");
+    propose({RepairKind::kFillGaps, rate});
   }
   if (carried_.repeats.count > repeats) {
     find("repeated", Sureness::kCertain,
          tallied(carried_.repeats, " stamps repeat the one before"),
          "drop samples that were delivered twice; give bunches stamps of their own");
+    // Of bunches each sample counts.
+    const double all = static_cast<double>(steps.size());
+    if (static_cast<double>(carried_.repeats.count) < kManyRepeats * all) {
+      propose({RepairKind::kDropRepeats});
+    }
   }
   if (carried_.backward.count > backward) {
     find("order", Sureness::kCertain,
          tallied(carried_.backward, " stamps lie before the one they follow"),
          "sort the samples by time before update_gesture()");
+    propose({RepairKind::kSort});
   }
 }
 

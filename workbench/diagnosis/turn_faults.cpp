@@ -87,6 +87,7 @@ void Examination::report_axes(const Agreement& agreement) {
       agreement.best_error, agreement.error, agreement.turns);
   std::string what = numbers + " only when " + of_gyro;
   std::string remedy = "pass the gyroscope as " + as_text(gyro, 'g');
+  Repair repair = {RepairKind::kGyroAxes, 1.0, gyro};
   if (determinant(gyro) == 1) {
     const AxisMap acc = inverse(gyro);
     const AxisMap other = negated(acc);
@@ -96,6 +97,7 @@ void Examination::report_axes(const Agreement& agreement) {
       what = fmt::format("{} only when the accelerometer's axes are taken as {}, or {}",
                          numbers, as_text(simpler, 'a'), of_gyro);
       remedy = "pass the accelerometer as " + as_text(simpler, 'a');
+      repair = {RepairKind::kAccAxes, 1.0, simpler};
     } else {
       what += ", or " + of_acc;
     }
@@ -103,6 +105,7 @@ void Examination::report_axes(const Agreement& agreement) {
   find("axes", agreement.alone ? Sureness::kCertain : Sureness::kLikely, what,
        remedy + ": an axis that moved is swapped, one with a minus sign flipped",
        "update_gesture(h, acc, gyro)", remedy);
+  propose(repair);
 }
 
 static std::vector<double> lengths_of(const std::vector<Window>& windows) {
@@ -140,6 +143,7 @@ void Examination::guess_gyro_unit() {
                     "be rad/s",
                     fastest),
         "multiply the rates by 57.29578 if they are in rad/s");
+    propose({RepairKind::kGyroUnit, kDegreesPerRadian});
   }
 }
 
@@ -166,6 +170,7 @@ void Examination::examine_turns() {
              "and as it says (to {:.1f} degrees) when its rates are rad/s",
              agreement.angle, agreement.best_error),
          "multiply the rates by 57.29578: the library wants deg/s");
+    propose({RepairKind::kGyroUnit, kDegreesPerRadian});
     scale(gyro_, kDegreesPerRadian);
   } else if (agreement.factor != 1.0) {
     find("turn-scale", Sureness::kLikely,
@@ -173,6 +178,7 @@ void Examination::examine_turns() {
                      agreement.factor),
          "see whether the stamps are true, and whether the gyroscope's range is the one "
          "that its values are scaled for");
+    propose({RepairKind::kGyroUnit, agreement.factor});
   }
   if (!is_identity(agreement.gyro)) {
     report_axes(agreement);

@@ -82,6 +82,7 @@ struct SpikeSensor {
   const char* id;
   const char* name;
   const char* unit;
+  RepairKind spikes;
 };
 
 }  // namespace
@@ -94,9 +95,10 @@ static double spike_limit(const std::vector<double>& sizes, double most) {
 
 // What is found is replaced by the value before it, or else the one behind.
 void Examination::examine_spikes() {
-  const SpikeSensor sensors[] = {
-      {acc_, carried_.acc_spikes, kMostAcc, "acc-spike", "accelerometer", "m/s²"},
-      {gyro_, carried_.gyro_spikes, kMostGyro, "gyro-spike", "gyroscope", "deg/s"}};
+  const SpikeSensor sensors[] = {{acc_, carried_.acc_spikes, kMostAcc, "acc-spike",
+                                  "accelerometer", "m/s²", RepairKind::kAccSpikes},
+                                 {gyro_, carried_.gyro_spikes, kMostGyro, "gyro-spike",
+                                  "gyroscope", "deg/s", RepairKind::kGyroSpikes}};
   for (const SpikeSensor& sensor : sensors) {
     std::vector<double> sizes;
     for (const Point3Df& p : sensor.samples) sizes.push_back(largest_of(p));
@@ -115,6 +117,7 @@ void Examination::examine_spikes() {
     }
     if (sensor.tally.count == before) continue;
     report_spikes(sensor.tally, sensor.id, sensor.name, sensor.unit);
+    propose({sensor.spikes, limit});
     look_again();
   }
 }
@@ -184,6 +187,7 @@ void Examination::examine_bias() {
        "pass the bias; a second of it turns a motion by as many degrees",
        fmt::format("init_gesture_handle(h, rate, (Point3Df){{{}}}, ...); --bias={}",
                    as_text(bias), as_text(bias)));
+  propose({RepairKind::kBias, 1.0, {}, bias});
 }
 
 void Examination::examine_noise() {
@@ -224,7 +228,8 @@ void Examination::examine_zeros() {
           all.count, all.first),
       "one at the start of a motion makes the whole motion not-a-number, and no gesture: "
       "pass a bias that no sample equals",
-      "init_gesture_handle(h, rate, (Point3Df){1e-6, 0, 0}, ...); --bias=1e-6,0,0");
+      "init_gesture_handle(h, rate, (Point3Df){1e-3, 0, 0}, ...); --bias=1e-3,0,0");
+  propose({RepairKind::kZeroRates, 1.0, {}, options_.gyro_bias});
 }
 
 }  // namespace wgr

@@ -42,35 +42,6 @@ std::vector<Expected> read_expected(const std::string& path,
   return expected;
 }
 
-static double overlap(const MotionExplanation& m, double begin, double end) {
-  return std::min(m.end, end) - std::max(m.begin, begin);
-}
-
-// The motion that overlaps the most.
-static std::optional<size_t> nearest_motion(const Explanation& e, const Expected& x) {
-  std::optional<size_t> nearest;
-  double most = 0.0;
-  for (size_t i = 0; i < e.motions.size(); ++i) {
-    const double common = overlap(e.motions[i], x.begin, x.end);
-    if (common <= most) continue;
-    most = common;
-    nearest = i;
-  }
-  return nearest;
-}
-
-// Whether another expectation of the same motion covers more of it.
-static bool belongs_to_another(const Explanation& e, const Expected& x, size_t motion) {
-  const MotionExplanation& m = e.motions[motion];
-  const double own = overlap(m, x.begin, x.end);
-  for (const Expected& other : e.expected) {
-    if (&other == &x || other.label != x.label) continue;
-    const double theirs = overlap(m, other.begin, other.end);
-    if (theirs > own || (theirs == own && &other < &x)) return true;
-  }
-  return false;
-}
-
 static bool has_class(const Gmodel& model, int label) {
   return std::any_of(model.templates.begin(), model.templates.end(),
                      [label](const auto& entry) { return entry.first == label; });
@@ -106,25 +77,37 @@ static void explain_rest(const Explanation& e, Expected& x) {
                                            : NoMotion::kAccRested);
 }
 
-static void explain_motion(const Explanation& e, Expected& x) {
+static void explain_motion(const Explanation& e, Match match, Expected& x) {
   const MotionExplanation& m = e.motions[*x.motion];
   x.cause = m.cause;
-  if (m.cause == Ending::kRecognised) {
-    if (m.reported != x.label) {
-      x.cause = Circumstance::kOtherClass;
-    } else if (belongs_to_another(e, x, *x.motion)) {
-      x.cause = Circumstance::kSharedMotion;
-    }
-  }
+  if (match == Match::kOtherClass) x.cause = Circumstance::kOtherClass;
+  if (match == Match::kSharedMotion) x.cause = Circumstance::kSharedMotion;
   x.much_longer =
       x.cause != Ending::kRecognised && m.end - m.begin > kMuchLonger * (x.end - x.begin);
 }
 
+std::vector<JudgedMotion> judged_motions(const Explanation& e) {
+  std::vector<JudgedMotion> judged;
+  for (const MotionExplanation& m : e.motions) {
+    const bool recognised = m.cause == Ending::kRecognised;
+    judged.push_back({m.begin, m.end, recognised ? m.reported : std::nullopt});
+  }
+  return judged;
+}
+
+std::vector<ExpectedGesture> expected_gestures(const Explanation& e) {
+  std::vector<ExpectedGesture> gestures;
+  for (const Expected& x : e.expected) gestures.push_back({x.begin, x.end, x.label});
+  return gestures;
+}
+
 void find_expected(Explanation& e) {
-  for (Expected& x : e.expected) {
-    x.motion = nearest_motion(e, x);
+  const auto matched = match_gestures(judged_motions(e), expected_gestures(e));
+  for (size_t i = 0; i < e.expected.size(); ++i) {
+    Expected& x = e.expected[i];
+    x.motion = matched[i].motion;
     if (x.motion) {
-      explain_motion(e, x);
+      explain_motion(e, matched[i].match, x);
     } else {
       explain_rest(e, x);
     }

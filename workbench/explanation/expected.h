@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "explanation/explanation.h"
+#include "explanation/matching.h"
 
 namespace wgr {
 
@@ -13,6 +14,10 @@ namespace wgr {
 // Throws UsageError for what is no such table.
 std::vector<Expected> read_expected(const std::string& path,
                                     const std::string& recording);
+
+// The motions and the expected gestures, as they are matched.
+std::vector<JudgedMotion> judged_motions(const Explanation& explanation);
+std::vector<ExpectedGesture> expected_gestures(const Explanation& explanation);
 
 // Fills in what became of each of `explanation.expected`.
 void find_expected(Explanation& explanation);

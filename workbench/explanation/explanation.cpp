@@ -213,7 +213,8 @@ void Watcher::finish() {
 }
 
 void explain(const HostRunOptions& options, RecordingReader& reader,
-             Explanation& explanation) {
+             Explanation& explanation,
+             const std::function<void(const RecordedSample&)>& observe) {
   HostRun host_run(options);
   const AgGes& engine = *static_cast<WgrContext*>(host_run.handle())->ages;
   explanation.settings = {engine.sample_rate,
@@ -233,11 +234,13 @@ void explain(const HostRunOptions& options, RecordingReader& reader,
     run_host(host_run, reader, totals, [&](const Step& step) {
       watcher.after(step);
       watcher.before();
+      if (observe) observe(step.sample);
     });
   } catch (const RecordingError&) {
     malformed = std::current_exception();
   }
   watcher.finish();
+  explanation.wearer_answers = totals.wearer_answers;
   if (malformed) std::rethrow_exception(malformed);
 }
 

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -93,12 +94,16 @@ struct Explanation {
   std::vector<MotionExplanation> motions;
   std::vector<GestureEvent> events;  // as the library reported them
   std::vector<Expected> expected;
+  std::array<size_t, 3> wearer_answers = {};  // of the wrist detector: left, right,
+                                              // undecided
 };
 
 // Runs a host over the recording and watches the engine behind it. Every judgement of
 // rest is compared with the engine's; throws std::logic_error should one differ. A
-// RecordingError leaves with `explanation` holding what came before.
+// RecordingError leaves with `explanation` holding what came before. `observe`, where
+// there is one, sees every sample.
 void explain(const HostRunOptions& options, RecordingReader& reader,
-             Explanation& explanation);
+             Explanation& explanation,
+             const std::function<void(const RecordedSample&)>& observe = nullptr);
 
 }  // namespace wgr

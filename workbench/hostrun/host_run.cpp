@@ -73,7 +73,7 @@ HostRun::HostRun(const HostRunOptions& options)
                             : create_with_installed_models()) {
   if (options.initialise) {
     init_gesture_handle(handle_, options.rate, options.gyro_bias, options.shortest,
-                        kLibraryChooses, kLibraryChooses, kHandWindow);
+                        kLibraryChooses, options.rest_window, kHandWindow);
   }
   if (!options.model) {
     const KeptWorkingDirectory before;

@@ -20,6 +20,7 @@ struct HostRunOptions {
   std::optional<int> sensitivity;        // the library's own default when absent
   bool initialise = true;                // false: a host that forgets to
   int shortest = -1;                     // motion, samples; below 1: the library's own
+  int rest_window = -1;                  // samples; likewise
 };
 
 struct GestureEvent {

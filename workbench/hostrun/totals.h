@@ -10,6 +10,10 @@
 
 namespace wgr {
 
+// The wrist that the detector named more than twice as often as the other, of its answers
+// left, right and undecided: 0 or 1; 2 when it named neither so clearly.
+int clear_wearer(const std::array<size_t, 3>& answers);
+
 // Counted sample by sample.
 struct Totals {
   explicit Totals(int samples_per_second)
@@ -17,9 +21,7 @@ struct Totals {
 
   double seconds() const { return static_cast<double>(samples) / rate; }
 
-  // The wrist that the detector named more than twice as often as the other: 0 or 1;
-  // 2 when it named neither so clearly.
-  int wearer() const;
+  int wearer() const { return clear_wearer(wearer_answers); }
 
   int rate;  // samples per second
   size_t samples = 0;

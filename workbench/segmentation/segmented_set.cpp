@@ -9,7 +9,7 @@
 #include "base/numbers.h"
 #include "base/sha256.h"
 #include "base/text.h"
-#include "segmentation/resample.h"
+#include "recording/resample.h"
 
 namespace wgr {
 

@@ -7,7 +7,7 @@
 
 #include "base/sha256.h"
 #include "evaluation/evaluation.h"
-#include "segmentation/resample.h"
+#include "recording/resample.h"
 #include "support/files.h"
 #include "text/evaluation_text.h"
 #include "tools/run_wgr.h"

@@ -1,4 +1,4 @@
-#include "segmentation/resample.h"
+#include "recording/resample.h"
 
 #include "base/points.h"
 

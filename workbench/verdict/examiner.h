@@ -1,0 +1,47 @@
+// Examines a recording while it is explained, and judges it in the end.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "verdict/verdict.h"
+
+namespace wgr {
+
+struct ExaminerOptions {
+  DiagnosisOptions diagnosis;
+  bool try_changes = false;         // replay it under other circumstances
+  std::vector<ModelChoice> models;  // the six, or those of them that are there
+  bool own_model = false;           // one of which no one knows the wrist
+  // Told how many trials there will be of how many samples; what it returns is called
+  // after each, from any thread.
+  std::function<std::function<void()>(size_t trials, size_t samples)> progress;
+};
+
+class Examiner {
+ public:
+  explicit Examiner(ExaminerOptions options)
+      : options_(std::move(options)), stream_(options_.diagnosis) {}
+
+  void add(const RecordedSample& sample) {
+    stream_.add(sample);
+    if (options_.try_changes) samples_.push_back(sample);
+  }
+
+  // Once, of an explanation that was made with `host` and whose expected gestures have
+  // been found.
+  Verdict judge(const Explanation& explanation, const HostRunOptions& host,
+                const std::string& absent_axes);
+
+ private:
+  std::vector<Trial> try_changes(const Explanation& explanation,
+                                 const HostRunOptions& host, const Diagnosis& diagnosis);
+
+  ExaminerOptions options_;
+  StreamDiagnosis stream_;
+  std::vector<RecordedSample> samples_;
+};
+
+}  // namespace wgr
