@@ -93,12 +93,42 @@ const checks = {
     assert.equal(await motion.locator('line.limit').count(), 1);
   },
 
-  async 'what was expected and did not come is listed with its motion'(page) {
-    const items = page.locator('#missing li');
-    assert.equal(await items.count(), 2);
-    assert.match(await items.nth(0).textContent(), /class 1, 4\.000 s.*at-rest/);
-    await items.nth(1).getByRole('button').click();
+  async 'the first box says what came and what to do'(page) {
+    const box = await page.locator('#verdict').boundingBox();
+    assert.ok(box.y < (await page.locator('#stream').boundingBox()).y);
+    assert.match(await page.locator('#verdict-head').textContent(),
+        /^11 of 13 gestures came\. \S/);
+    const tiles = await page.locator('.tile .figure').allTextContents();
+    assert.equal(tiles[0], '11 / 13');
+    assert.equal(tiles[1], '0');
+  },
+
+  async 'what would have helped names what was tried'(page) {
+    const lines = page.locator('.tried').first().locator('li');
+    const texts = await lines.allTextContents();
+    assert.ok(texts.some((text) => /^as it is11 of 13, 0 not expected/.test(text)), texts);
+    assert.ok(texts.some((text) => text.startsWith('sensitivity ')), texts);
+    const widths = await lines.locator('.bar i').evaluateAll((bars) =>
+      bars.map((bar) => bar.offsetWidth / bar.parentElement.clientWidth));
+    assert.ok(widths.every((w) => w >= 0 && w <= 1.01) && widths.some((w) => w > 0.8));
+    const more = page.locator('#verdict details').first();
+    await more.locator('summary').click();
+    assert.ok(await more.locator('li').count() > 20);
+    await more.locator('summary').click();
+  },
+
+  async 'missed gestures are grouped, and a group opens its motions'(page) {
+    const groups = page.locator('.group');
+    assert.equal(await groups.count(), 2);
+    const weak = groups.filter({hasText: 'too-weak'});
+    assert.match(await weak.textContent(), /class 2: 1, median decision margin -?\d/);
+    await weak.locator('summary').focus();
+    await page.keyboard.press('Enter');
+    await weak.getByRole('button').click();
     assert.equal(await page.locator('.motion[open][data-cause="too-weak"]').count(), 1);
+    const rest = groups.filter({hasText: 'at-rest'});
+    await rest.locator('summary').click();
+    assert.match(await rest.textContent(), /4\.000 s to 4\.600 s/);
   },
 
   async 'the filter leaves one cause'(page) {

@@ -94,6 +94,7 @@ static std::vector<Finding> merged_findings(const std::vector<Part>& parts,
         finding.what += fmt::format(
             "; so in {} of {} parts of the recording, the first from {:.0f} to {:.0f} s",
             merged.parts, parts.size(), merged.begin, merged.end);
+        finding.repair.reset();  // of all samples it would spoil the other parts
       }
       findings.push_back(finding);
     }

@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <set>
 
+#include "base/errors.h"
+#include "base/text.h"
 #include "base/text_lines.h"
 #include "segmentation/annotations.h"
 
@@ -29,17 +32,61 @@ static bool has_files(const std::string& path) {
   return header.find(kAnnotationsHeader) > kByteOrderMark;
 }
 
+// "demo.csv, walk.csv and 3 others"
+static std::string names_of(const std::vector<Annotation>& annotations) {
+  constexpr size_t kNamed = 3;
+  std::set<std::string> names;
+  for (const Annotation& annotation : annotations) names.insert(annotation.file);
+  std::string text;
+  size_t named = 0;
+  for (const std::string& name : names) {
+    if (named++ == kNamed) break;
+    text += (text.empty() ? "" : ", ") + name;
+  }
+  if (names.size() > kNamed) {
+    text += " and " + counted(names.size() - kNamed, "other");
+  }
+  return text;
+}
+
 std::vector<Expected> read_expected(const std::string& path,
                                     const std::string& recording) {
-  std::vector<Expected> expected;
   const bool with_files = has_files(path);
-  for (const Annotation& annotation :
-       with_files ? read_labels(path) : read_annotations(path)) {
+  const std::vector<Annotation> annotations =
+      with_files ? read_labels(path) : read_annotations(path);
+  if (annotations.empty()) {
+    throw UsageError(path +
+                     ": names no gesture: leave --expect out, or write one "
+                     "line a gesture");
+  }
+  std::vector<Expected> expected;
+  for (const Annotation& annotation : annotations) {
     if (with_files && !is_file(recording, annotation.file)) continue;
     expected.push_back(
         {annotation.begin, annotation.end, annotation.label, Ending::kRecognised});
   }
+  if (expected.empty()) {
+    throw UsageError(
+        path + ": no line is for " + recording + ", but for " + names_of(annotations) +
+        ": give that recording, or a table with the header " + kAnnotationsHeader);
+  }
   return expected;
+}
+
+void require_in_recording(const Explanation& e, const std::string& path) {
+  if (e.times.empty()) {
+    throw UsageError(path + ": gestures are expected, but " + e.recording +
+                     " holds no sample");
+  }
+  const auto [first, last] = std::minmax_element(e.times.begin(), e.times.end());
+  for (const Expected& x : e.expected) {
+    if (x.end >= *first && x.begin <= *last) continue;
+    throw UsageError(fmt::format(
+        "{}: the gesture from {:.3f} to {:.3f} s, class {}, is outside {}, which goes "
+        "from "
+        "{:.3f} to {:.3f} s: is it another recording's table, or in another unit?",
+        path, x.begin, x.end, x.label, e.recording, *first, *last));
+  }
 }
 
 static bool has_class(const Gmodel& model, int label) {

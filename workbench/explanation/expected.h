@@ -11,9 +11,13 @@ namespace wgr {
 
 // The expected gestures of `recording` in a table with the header t_start,t_end,label, or
 // file,t_start,t_end,label, of which the rows are taken whose file the recording is.
-// Throws UsageError for what is no such table.
+// Throws UsageError for what is no such table, and where no row is taken.
 std::vector<Expected> read_expected(const std::string& path,
                                     const std::string& recording);
+
+// Throws UsageError for an expected gesture that lies outside the recording, which has
+// been explained; `path` is the table's.
+void require_in_recording(const Explanation& explanation, const std::string& path);
 
 // The motions and the expected gestures, as they are matched.
 std::vector<JudgedMotion> judged_motions(const Explanation& explanation);

@@ -52,7 +52,17 @@ static void add_repairs(const Diagnosis& diagnosis, std::vector<Circumstances>& 
 }
 
 static void add_models(const TrialInput& input, std::vector<Circumstances>& all) {
-  for (const ModelChoice& choice : input.models) {
+  // The simplest first: the other wrist, then another mode, then both.
+  std::vector<ModelChoice> models = input.models;
+  const auto differences = [&](const ModelChoice& choice) {
+    return (choice.wearer != input.host.wearer ? 1 : 0) +
+           (choice.mode != input.host.mode ? 2 : 0);
+  };
+  std::stable_sort(models.begin(), models.end(),
+                   [&](const ModelChoice& a, const ModelChoice& b) {
+                     return differences(a) < differences(b);
+                   });
+  for (const ModelChoice& choice : models) {
     if (choice.wearer == input.host.wearer && choice.mode == input.host.mode) continue;
     Circumstances other;
     other.change = Change::kOtherModel;

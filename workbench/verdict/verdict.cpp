@@ -73,7 +73,7 @@ std::string name_of(const Principal& principal, const Verdict& verdict) {
 
 static std::optional<double> margin_of(const MotionExplanation& motion) {
   if (motion.scores.empty()) return std::nullopt;
-  return motion.scores.front().margin();
+  return motion.scores.front().decision_margin();
 }
 
 // Of the motions that were compared.

@@ -48,6 +48,32 @@ TEST_F(DoctorCommand, EndsWithZeroWhenItFindsNothing) {
   EXPECT_THAT(outcome.out, HasSubstr("\nnothing found\n"));
 }
 
+// What is written is sound, whatever was planted; the findings are of the recording read.
+TEST_F(DoctorCommand, WritesTheRecordingRepaired) {
+  Recorded samples = repetition(1);
+  Recorded planted = samples;
+  for (RecordedSample& s : planted) {
+    s.gyro = s.gyro / kDegreesPerRadian;
+    s.acc = s.acc / 9.80665;
+  }
+  planted[700].acc.x = 9999.0;
+  planted.erase(planted.begin() + 1000, planted.begin() + 1003);
+  const std::string out = directory_.file("repaired.csv");
+  const Outcome outcome = run_wgr("doctor --repair " + out + " " + recording(planted));
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, HasSubstr("wgr: wrote " + out + ": "));
+  EXPECT_THAT(outcome.err, HasSubstr("gyroscope × 57.29578"));
+  EXPECT_THAT(outcome.err, HasSubstr("accelerometer × 9.80665"));
+  EXPECT_THAT(outcome.err, HasSubstr("gaps filled in"));
+  const Recorded repaired = read_recording(out);
+  EXPECT_EQ(repaired.size(), samples.size());
+  EXPECT_TRUE(diagnose(repaired, {}).findings.empty());
+  EXPECT_NEAR(repaired[100].gyro.y, samples[100].gyro.y, 1e-9);
+  EXPECT_NEAR(repaired[100].acc.z, samples[100].acc.z, 1e-9);
+  const std::string itself = recording(planted);
+  EXPECT_EQ(run_wgr("doctor --repair " + itself + " " + itself).status, 2);
+}
+
 TEST_F(DoctorCommand, EndsWithOneWhenItFindsSomething) {
   Recorded samples = repetition(1);
   for (RecordedSample& s : samples) s.gyro = s.gyro / kDegreesPerRadian;

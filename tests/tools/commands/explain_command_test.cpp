@@ -7,6 +7,7 @@
 
 #include "pages/parts.h"
 #include "support/cases.h"
+#include "text/remedies.h"
 #include "tools/run_wgr.h"
 #include "workbench/explanation/explain_support.h"
 
@@ -15,6 +16,7 @@ using namespace wgr;
 using nlohmann::json;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
+using ::testing::Not;
 using ::testing::StartsWith;
 
 class Explain : public ::testing::Test {
@@ -35,7 +37,17 @@ class Explain : public ::testing::Test {
 TEST_F(Explain, TextNamesTheMotionAndItsCause) {
   const Outcome outcome = run_wgr("explain " + quoted_);
   EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_THAT(outcome.out, StartsWith(recording_ + ": 150 samples at 50 samples/s\n"));
+  EXPECT_THAT(outcome.out, StartsWith("1 gesture was reported. An axis sticks at one value.\n"));
+  EXPECT_THAT(outcome.out,
+              HasSubstr("\n" + recording_ + ": 150 samples at 50 samples/s\n"));
+  EXPECT_THAT(outcome.out, HasSubstr("\n  class 3, 0.920 s to 1.860 s, motion 1\n"));
+  EXPECT_THAT(outcome.out, Not(HasSubstr("\033")));
+  EXPECT_EQ(outcome.err, "wgr: " + recording_ + ": 50 samples/s by the time stamps\n");
+}
+
+TEST_F(Explain, AllTellsOfEveryMotionAndEveryRest) {
+  const Outcome outcome = run_wgr("explain --all " + quoted_);
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_THAT(outcome.out,
               HasSubstr("\nmotion 1  0.920 s to 1.860 s  reported  class 3\n"
                         "  Reported as class 3: template 1 of class 3 scores "));
@@ -99,18 +111,92 @@ TEST_F(Explain, ExpectedGesturesAreComparedWithWhatCame) {
   write_file(table, "t_start,t_end,label\n1.0,1.8,3\n2.2,2.8,3\n");
   const Outcome outcome = run_wgr("explain --expect '" + table + "' " + quoted_);
   EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_THAT(outcome.out, HasSubstr("expected gestures recognised: 1 of 2\n"
-                                     "  class 3 at 2.200 s to 2.800 s  at-rest\n"));
+  EXPECT_THAT(outcome.out, StartsWith("1 of 2 gestures came. "));
+  EXPECT_THAT(outcome.out, HasSubstr("\nmissed: 1\n"
+                                     "  class 3, at-rest: 1\n"
+                                     "    2.200 s to 2.800 s\n"
+                                     "      The wrist counted as resting"));
+  EXPECT_THAT(outcome.out, HasSubstr("\nwhat would have helped"));
+  const json verdict = json::parse(
+      run_wgr("explain --json --expect '" + table + "' " + quoted_).out)["verdict"];
+  EXPECT_THAT(outcome.out, StartsWith(verdict["headline"].get<std::string>()));
+  EXPECT_EQ(verdict["recognised"], 1);
+  EXPECT_EQ(verdict["missed_groups"].size(), 1u);
+  EXPECT_EQ(verdict["missed_groups"][0]["expected"], json({2}));
+  EXPECT_EQ(verdict["trials"][0]["recognised"], 1);
   const Outcome refused = run_wgr("explain --expect /no/such " + quoted_);
   EXPECT_EQ(refused.status, 2);
   EXPECT_THAT(refused.err, HasSubstr("/no/such"));
+}
+
+TEST_F(Explain, ExpectationsThatAreOfNoUseAreRefused) {
+  const std::string table = directory_.file("expected.csv");
+  const struct {
+    const char* text;
+    const char* says;
+  } cases[] = {
+      {"t_start,t_end,label\n", "names no gesture"},
+      {"file,t_start,t_end,label\nother.csv,1.0,1.8,3\n", "but for other.csv"},
+      {"t_start,t_end,label\n1.0,1.8,3\n3.5,4.0,3\n", "goes from 0.000 to 2.980 s"},
+      {"t_start,t_end,label\n1000,1800,3\n", "from 1000.000 to 1800.000 s, class 3"},
+  };
+  for (const auto& c : cases) {
+    write_file(table, c.text);
+    const Outcome outcome = run_wgr("explain --expect '" + table + "' " + quoted_);
+    EXPECT_EQ(outcome.status, 2) << c.text;
+    EXPECT_EQ(outcome.out, "") << c.text;
+    EXPECT_THAT(outcome.err, HasSubstr(table + ": ")) << c.text;
+    EXPECT_THAT(outcome.err, HasSubstr(c.says)) << c.text;
+  }
+}
+
+TEST_F(Explain, APartIsPrintedAlone) {
+  const Outcome all = run_wgr("explain --all " + quoted_);
+  const size_t begin = all.out.find("\nmotion 1 ");
+  ASSERT_NE(begin, std::string::npos);
+  const std::string motion = all.out.substr(begin, all.out.find("\nat rest") - begin);
+  for (const std::string part : {"--motion 1", "--at 1.5", "--only reported"}) {
+    EXPECT_EQ(run_wgr("explain " + part + " " + quoted_).out, motion) << part;
+  }
+  const Outcome rest = run_wgr("explain --at 0.5 " + quoted_);
+  EXPECT_THAT(rest.out, StartsWith("\nat rest\n  0.000 s to "));
+  EXPECT_EQ(run_wgr("explain --only too-weak " + quoted_).out, "nothing of that kind\n");
+  const Outcome none = run_wgr("explain --motion 2 " + quoted_);
+  EXPECT_EQ(none.status, 2);
+  EXPECT_THAT(none.err, HasSubstr("--motion 2: there is 1 motion"));
+  EXPECT_EQ(run_wgr("explain --only too-wek " + quoted_).status, 2);
+}
+
+TEST_F(Explain, WhatIfTriesWithoutExpectations) {
+  const Outcome outcome = run_wgr("explain --what-if " + quoted_);
+  EXPECT_THAT(outcome.out, HasSubstr("    1 reported  as it is\n"));
+  EXPECT_THAT(run_wgr("explain " + quoted_).out, Not(HasSubstr("as it is")));
+}
+
+TEST_F(Explain, TheGuideHasTheRemediesOfTheProgram) {
+  const std::string guide = read_file(WGR_ROOT "/docs/why-not-recognised.md");
+  for (const Remedy& remedy : remedies()) {
+    const std::string row = std::string("\n| `") + remedy.cause + "` |";
+    const size_t begin = guide.find(row);
+    ASSERT_NE(begin, std::string::npos) << remedy.cause;
+    const std::string line =
+        guide.substr(begin + 1, guide.find('\n', begin + 1) - begin - 1);
+    const std::string code =
+        *remedy.code == '\0' ? " |" : std::string(" `") + remedy.code + "` |";
+    EXPECT_THAT(line, EndsWith(std::string("| ") + remedy.action + " |" + code));
+  }
+  // Every cause that a motion or a gesture can have, but for success.
+  for (const Cause& cause : every_cause()) {
+    const bool none = cause == Ending::kRecognised || cause == Ending::kCorrectedOnly;
+    EXPECT_EQ(remedy_for(name_of(cause)) == nullptr, none) << name_of(cause);
+  }
 }
 
 TEST_F(Explain, WhatCameBeforeAMalformedLineIsExplained) {
   write_file(recording_, read_file(recording_) + "3.0,not,a,sample,0,0,0\n");
   const Outcome outcome = run_wgr("explain " + quoted_);
   EXPECT_EQ(outcome.status, 2);
-  EXPECT_THAT(outcome.out, HasSubstr("motion 1  0.920 s"));
+  EXPECT_THAT(outcome.out, HasSubstr("class 3, 0.920 s"));
   EXPECT_THAT(outcome.err, HasSubstr(":152: ax is not a number"));
 }
 

@@ -9,6 +9,7 @@
 
 #include "arguments/host_run_arguments.h"
 #include "arguments/model_arguments.h"
+#include "arguments/reading_limit.h"
 #include "arguments/values.h"
 #include "base/numbers.h"
 #include "base/table.h"
@@ -16,9 +17,11 @@
 #include "commands/subcommands.h"
 #include "diagnosis/diagnosis.h"
 #include "json/json_text.h"
+#include "output/output_files.h"
 #include "output/output_plan.h"
 #include "recording/clock.h"
 #include "recording/recording.h"
+#include "text/verdict_text.h"
 #include "training/model_findings.h"
 #include "training/model_output.h"
 
@@ -44,6 +47,9 @@ accelerometer shows. So let the recording hold some turns about all axes with a 
 rest before and after each. What both sensors have in common cannot be seen: an axis turned
 in both, or all three of the accelerometer turned.
 
+--repair writes the recording as it would be with what the findings propose: units and axes
+put right, the bias taken off, short gaps filled in; standard error says which.
+
 A model is checked as by wgr model check, and its manifest, where wgr build left one beside
 it, reports whether it was built from samples at the stream's rate.
 
@@ -51,6 +57,7 @@ Examples:
   wgr doctor walk.csv
   wgr doctor --model models/olvo_model_5_fb/hgr_olvo.xml walk.csv
   wgr doctor --sample-rate 50 --bias=0.4,-0.2,0.1 walk.csv     as the host passes them
+  wgr doctor --repair sound.csv walk.csv                        and what it would be then
   sensor-stream | wgr doctor -
 
 Exit status: 0 nothing found; 1 findings, or the machine failed (disk, memory); 2 the
@@ -64,8 +71,10 @@ struct DoctorArguments {
   std::optional<unsigned> handle;  // of a capture
   std::string bias;  // X,Y,Z
   ModelArguments model;
+  std::string repaired;  // file; empty: none
   bool json = false;
   DiagnosisOptions options;
+  ReadingLimit limit;
 };
 
 }  // namespace
@@ -167,6 +176,26 @@ static void compare_rates(const std::string& model, Diagnosis& diagnosis) {
        "wgr build --sample-rate " + rate_to_pass(diagnosis.facts), ""});
 }
 
+// Writes the recording with the repairs that the findings propose, and says which.
+static void write_repaired(const std::string& path, const Diagnosis& diagnosis,
+                           std::vector<RecordedSample> samples) {
+  std::vector<Repair> repairs;
+  for (const Finding& finding : diagnosis.findings) {
+    if (finding.repair) repairs.push_back(*finding.repair);
+  }
+  order_repairs(repairs);
+  std::string done;
+  for (const Repair& repair : repairs) {
+    if (repair.kind == RepairKind::kRate) continue;  // nothing in the samples
+    apply(repair, samples, true);
+    done += (done.empty() ? "" : "; ") + repair_text(repair);
+  }
+  OutputFiles files;
+  write_recording(path, samples, files);
+  files.commit();
+  warn("wrote {}: {}", path, done.empty() ? "the samples as they are" : done);
+}
+
 static void examine(DoctorArguments& given) {
   if (!given.bias.empty()) given.options.gyro_bias = parse_bias(given.bias);
   std::optional<double> seconds = given.seconds;
@@ -174,11 +203,15 @@ static void examine(DoctorArguments& given) {
 
   OutputPlan plan;
   plan.reads("RECORDING", given.recording);
+  plan.writes("--repair", given.repaired);
   plan.prints_results();
   plan.check();
   const std::string model = names_model(given.model) ? path_of(given.model) : "";
   if (!model.empty()) read_useful_model(model);
-  RecordingReader reader(given.recording, nullptr, given.handle);
+  std::vector<RecordedSample> samples;  // to be repaired
+  RecordingReader reader(given.recording,
+                         given.repaired.empty() ? nullptr : &given.limit,
+                         given.handle);
   StreamDiagnosis stream(given.options);
   std::optional<double> first;
   size_t absent = 0;
@@ -190,6 +223,7 @@ static void examine(DoctorArguments& given) {
     }
     if (seconds && sample.t - *first >= *seconds) break;
     stream.add(sample);
+    if (!given.repaired.empty()) samples.push_back(sample);
   }
   Diagnosis diagnosis = stream.finish();
   compare_rates(model, diagnosis);
@@ -197,6 +231,9 @@ static void examine(DoctorArguments& given) {
     print_json(diagnosis);
   } else {
     print_text(diagnosis);
+  }
+  if (!given.repaired.empty()) {
+    write_repaired(given.repaired, diagnosis, std::move(samples));
   }
   if (!diagnosis.findings.empty()) throw EndWithStatus{kExitFindings};
 }
@@ -225,6 +262,10 @@ void add_doctor(CLI::App& wgr) {
       ->transform(within(number_above(0, kMostSeconds)))
       ->option_text("S");
   add_handle_option(*command, given->handle);
+  add_value(*command, "--repair", given->repaired,
+            "Write the recording with the repairs that the\nfindings propose",
+            path_value(), "OUT.csv");
+  add_max_size(*command, given->limit);
   command->add_flag("--json", given->json, "Print JSON lines");
   command->footer(kFooter);
   command->callback([given] { examine(*given); });

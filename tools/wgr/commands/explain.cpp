@@ -3,39 +3,56 @@
 #include <exception>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "arguments/host_run_arguments.h"
 #include "arguments/reading_limit.h"
 #include "arguments/report_option.h"
 #include "arguments/values.h"
+#include "base/errors.h"
+#include "base/foreign_text.h"
+#include "base/progress.h"
 #include "base/table.h"
+#include "base/text.h"
 #include "commands/subcommands.h"
+#include "context/WgrContext.h"
 #include "explanation/expected.h"
 #include "explanation/explanation.h"
+#include "hostrun/fixed_paths.h"
 #include "output/output_files.h"
 #include "output/standard_output.h"
 #include "pages/explain_page.h"
+#include "recording/clock.h"
 #include "text/explanation_text.h"
+#include "training/model_findings.h"
+#include "verdict/examiner.h"
 
 namespace wgr {
 
-static constexpr char kFooter[] =
-    R"(Reports, motion by motion, from when to when it went, how it was trimmed, whether it was
-long, whole and strong enough, which templates it resembles and by how much, and in one
-sentence which cause decided. The library itself runs over the recording; every class,
-strength and duration given is the one that it reports to a host.
+static constexpr size_t kMuchWork = 5'000'000;  // samples to replay; some seconds
 
---expect names a table of the gestures that should have come: t_start,t_end,label, or
-file,t_start,t_end,label as wgr segment reads it. Those that did not come are listed with
-what happened instead.
+static constexpr char kFooter[] =
+    R"(Says first what happened, why, how sure that is, and what to do about it. --expect
+names a table of the gestures that should have come: t_start,t_end,label, or
+file,t_start,t_end,label as wgr segment reads it. Then what was missed, and what was
+reported but not expected, follows in groups, and the recording is replayed under other
+circumstances to see what would have helped: every sensitivity, the other models of --models,
+the repairs that wgr doctor proposes, a watch that is turned, other rest windows. --what-if
+does so without --expect.
+
+--all adds, motion by motion, from when to when it went, how it was trimmed, whether it was
+long, whole and strong enough, which templates it resembles and by how much, and in one
+sentence which cause decided. --at, --motion and --only print a part of that. The library
+itself runs over the recording; every class, strength and duration is the one that it
+reports to a host.
 
 --report writes a page that opens in a browser without a network. --json prints one object.
 What the words mean: docs/why-not-recognised.md.
 
 Examples:
-  wgr explain --models models recordings/demo.csv
-  wgr explain --model my_model.xml --expect recordings/demo.labels.csv \
-      --report report.html recordings/demo.csv
+  wgr explain --models models --expect recordings/demo.labels.csv recordings/demo.csv
+  wgr explain --model my_model.xml --expect expected.csv --report report.html walk.csv
+  wgr explain --models models --at 30.3 recordings/demo.csv
   wgr explain --json walk.csv | jq -r '.motions[] | [.begin, .cause] | @tsv'
 
 Exit status: 0 done; 1 the machine failed (disk, memory); 2 the recording, the models or an
@@ -48,10 +65,61 @@ struct ExplainArguments : HostRunArguments {
   std::string page;    // file; empty: none
   bool json = false;
   bool forgets_init = false;
+  bool what_if = false;
+  TextSelection selection;
   ReadingLimit limit;
 };
 
 }  // namespace
+
+// Those of the six models that can be used, for trials.
+static std::vector<ModelChoice> models_to_try(const ModelArguments& given) {
+  std::vector<ModelChoice> models;
+  if (!given.file.empty()) return models;
+  const std::string folder = given.folder.empty() ? kInstalledModels : given.folder;
+  for (int wearer = 0; wearer < kWearers; ++wearer) {
+    for (int mode = 0; mode < kModes; ++mode) {
+      try {
+        models.push_back({wearer, mode,
+                          std::make_shared<const Gmodel>(
+                              read_model(model_file(folder, wearer, mode)))});
+      } catch (const UsageError&) {
+        // What is not there cannot be chosen.
+      }
+    }
+  }
+  return models;
+}
+
+static ExaminerOptions examiner_options(const ExplainArguments& given) {
+  ExaminerOptions options;
+  options.diagnosis.rate = given.rate;
+  options.diagnosis.gyro_bias = given.host_run.gyro_bias;
+  options.try_changes = given.what_if || !given.expect.empty();
+  options.own_model = !given.model.file.empty();
+  if (options.try_changes) options.models = models_to_try(given.model);
+  options.progress = [](size_t trials, size_t samples) -> std::function<void()> {
+    if (trials * samples < kMuchWork) return nullptr;
+    const auto progress =
+        std::make_shared<Progress>("trying what would have helped", trials);
+    return [progress] { progress->add(1); };
+  };
+  return options;
+}
+
+static void write_explanation(const ExplainArguments& given, Explanation& explanation,
+                              const Verdict& verdict) {
+  if (given.json) {
+    write_json_explanation(explanation, verdict, true, write_results);
+  } else {
+    write_text_explanation(explanation, verdict, given.selection,
+                           layout_for(results_descriptor()), write_results);
+  }
+  if (given.page.empty()) return;
+  const std::string page = explain_page(explanation, verdict);
+  write_output(given.page, page);
+  warn("wrote {} ({} kB)", given.page, (page.size() + 999) / 1000);
+}
 
 static void explain_recording(ExplainArguments& given) {
   if (!given.page.empty()) require_page();
@@ -71,23 +139,24 @@ static void explain_recording(ExplainArguments& given) {
   }
   RecordingReader reader(given.recording, &given.limit, given.handle);
   given.host_run.rate = choose_rate(given, reader);
-  separate_results(LibraryPrints::kToStandardError);
+  separate_results(LibraryPrints::kNowhere);
 
+  Examiner examiner(examiner_options(given));
   std::exception_ptr malformed;
   try {
-    explain(given.host_run, reader, explanation);
+    explain(given.host_run, reader, explanation,
+            [&](const RecordedSample& sample) { examiner.add(sample); });
   } catch (const RecordingError&) {
     malformed = std::current_exception();
   }
   if (reader.absent_fields() > 0) warn_of_absent_axes(given, reader);
-  find_expected(explanation);
-
-  if (given.json) {
-    write_json_explanation(explanation, true, write_results);
-  } else {
-    write_text_explanation(explanation, write_results);
+  if (!malformed && !given.expect.empty()) {
+    require_in_recording(explanation, given.expect);
   }
-  if (!given.page.empty()) write_output(given.page, explain_page(explanation));
+  find_expected(explanation);
+  const Verdict verdict =
+      examiner.judge(explanation, given.host_run, reader.absent_axes());
+  write_explanation(given, explanation, verdict);
   if (malformed) std::rethrow_exception(malformed);
 }
 
@@ -103,6 +172,16 @@ void add_explain(CLI::App& wgr) {
       ->option_text("FILE");
   add_report_option(*command, given->page, "Draw the recording and its motions");
   command->add_flag("--json", given->json, "Print JSON instead of text");
+  command->add_flag("--all", given->selection.all, "Tell of every motion and every rest");
+  add_value(*command, "--at", given->selection.at, "Only what happened at this time, s",
+            within(number_from(-kMostSeconds, kMostSeconds)), "S");
+  add_value(*command, "--motion", given->selection.motion, "Only this motion, from 1",
+            within(whole_from(1, 1e9)), "N");
+  add_value(*command, "--only", given->selection.only,
+            "Only missed, only unexpected, or one cause, as\ntoo-weak",
+            one_of(selectable()), "WHAT");
+  command->add_flag("--what-if", given->what_if,
+                    "Try what would have helped without --expect, too");
   command->add_flag("--no-init", given->forgets_init,
                     "Be a host that forgets init_gesture_handle()");
   add_max_size(*command, given->limit);

@@ -44,27 +44,6 @@ function showHeader(e) {
   filter.addEventListener('change', applyFilter);
 }
 
-function showMissing(e, openMotion) {
-  const missing = e.expected.filter((x) => !x.recognised);
-  if (e.expected.length === 0) return;
-  $('#missing').hidden = false;
-  if (missing.length === 0) {
-    $('#missing h2').textContent = 'Expected, and there';
-    $('#missing ol').append(el('li', {class: 'card'}, `All ${e.expected.length} gestures were recognised.`));
-  }
-  for (const x of missing) {
-    const item = el('li', {class: 'card'}, el('div', {class: 'tools'},
-        el('strong', {}, `class ${x.class}, ${seconds(x.begin)} to ${seconds(x.end)}`),
-        chip(x.cause, x.cause)), el('p', {}, x.sentence));
-    if (x.motion !== null) {
-      const button = el('button', {type: 'button'}, `Motion ${x.motion}`);
-      button.addEventListener('click', () => openMotion(x.motion - 1));
-      item.append(button);
-    }
-    $('#missing ol').append(item);
-  }
-}
-
 // ---- one motion ------------------------------------------------------------------------
 
 // The best templates as bars of their distance, minus the score, with the class's limit.
@@ -190,6 +169,6 @@ start((data) => {
     {setView() {}, charts: () => []};
   window.report = stream;  // for those who look into it with the browser's console
   const openMotion = showMotions(data, stream);
-  showMissing(data.explanation, openMotion);
+  showVerdict(data.explanation, openMotion);
   showRests(data.explanation);
 });

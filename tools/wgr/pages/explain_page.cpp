@@ -82,14 +82,14 @@ void require_page() {
       "scripts/fetch-page, configure and build again. Text and --json work.");
 }
 
-std::string explain_page(Explanation& e) {
+std::string explain_page(Explanation& e, const Verdict& verdict) {
   require_page();
   const bool stamped = std::is_sorted(e.times.begin(), e.times.end());
   // {"explanation", "normalised", "stream", "series"}, without ever holding all of it.
   Deflated data(kPageLevel);
   const auto add = [&data](std::string_view text) { data.add(text); };
   add("{\"explanation\":");
-  write_json_explanation(e, false, add);
+  write_json_explanation(e, verdict, false, add);
   add(e.model.normalize != 0 ? ",\"normalised\":true" : ",\"normalised\":false");
   add(",\"stream\":");
   data.add(stream_json(e, times(e, stamped)));
@@ -101,9 +101,9 @@ std::string explain_page(Explanation& e) {
       fmt::format("\n/*\n{}\n*/\n{}\n", kUplotLicence, kUplotScript);
   return page_of({"wgr explain",
                   kExplainHtml,
-                  {std::string(kUplotCss), std::string(kExplainCss)},
+                  {std::string(kUplotCss), std::string(kExplainCss), std::string(kVerdictCss)},
                   {uplot, std::string(kFiguresScript), std::string(kStreamScript),
-                   std::string(kExplainScript)}},
+                   std::string(kVerdictScript), std::string(kExplainScript)}},
                  data);
 }
 

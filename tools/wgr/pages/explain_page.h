@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "explanation/explanation.h"
+#include "verdict/verdict.h"
 
 namespace wgr {
 
@@ -11,6 +11,6 @@ namespace wgr {
 void require_page();
 
 // Uses up what was kept to be drawn.
-std::string explain_page(Explanation& explanation);
+std::string explain_page(Explanation& explanation, const Verdict& verdict);
 
 }  // namespace wgr

@@ -4,34 +4,17 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 
+#include "base/errors.h"
 #include "base/foreign_text.h"
 #include "base/text.h"
 #include "json/json_text.h"
 #include "text/explanation_sentences.h"
+#include "text/verdict_json.h"
+#include "text/verdict_text.h"
 
 namespace wgr {
 
 using Json = nlohmann::ordered_json;
-
-static constexpr size_t kWidth = 90;  // columns
-
-// Appends `words` broken into lines that start with `indent`.
-static void append_wrapped(std::string& text, const std::string& indent,
-                           const std::string& words) {
-  size_t column = 0;
-  for (size_t begin = 0; begin < words.size();) {
-    const size_t end = std::min(words.find(' ', begin), words.size());
-    if (column > 0 && column + 1 + (end - begin) > kWidth) {
-      text += '\n';
-      column = 0;
-    }
-    text += column == 0 ? indent : " ";
-    column = (column == 0 ? indent.size() : column + 1) + (end - begin);
-    text.append(words, begin, end - begin);
-    begin = end + 1;
-  }
-  text += '\n';
-}
 
 static size_t templates_in(const Gmodel& model) { return model.templates.size(); }
 
@@ -42,8 +25,9 @@ static std::string header(const Explanation& e) {
   text += fmt::format(
       "shortest motion {} samples, rest window {} samples, least strength {:.2f} m/s²\n",
       s.min_motion_len, s.static_window, s.strength_threshold);
-  text += fmt::format("model {}: {} templates, {} classes\n", shown(e.model_file),
-                      templates_in(e.model), e.model.class_labels.size());
+  text += fmt::format("model {}: {}, {}\n", shown(e.model_file),
+                      counted(templates_in(e.model), "template"),
+                      counted(e.model.class_labels.size(), "class", "classes"));
   return text;
 }
 
@@ -63,11 +47,11 @@ static void append_scores(std::string& text, const MotionExplanation& m) {
 static std::string flag(bool yes) { return yes ? "yes" : "no"; }
 
 static void append_motion(std::string& text, size_t number, const MotionExplanation& m,
-                          const Settings& settings) {
+                          const Settings& settings, const Layout& layout) {
   text += fmt::format(
       "\nmotion {}  {}  {}{}\n", number, interval_text(m.begin, m.end), name_of(m.cause),
       m.reported ? fmt::format("  class {}", *m.reported) : std::string());
-  append_wrapped(text, "  ", sentence_for(m, settings));
+  append_wrapped(text, "  ", sentence_for(m, settings), layout);
   if (m.cause == Circumstance::kWrongMode) return;
   text += fmt::format(
       "    collected {} samples, {} of them pre-roll; {} trimmed; judged at {:.3f} s\n",
@@ -84,39 +68,128 @@ static void append_motion(std::string& text, size_t number, const MotionExplanat
   append_scores(text, m);
 }
 
-static std::string expected_text(const Explanation& e) {
-  if (e.expected.empty()) return "";
-  const auto recognised =
-      std::count_if(e.expected.begin(), e.expected.end(),
-                    [](const Expected& x) { return x.cause == Ending::kRecognised; });
-  std::string text = fmt::format("\nexpected gestures recognised: {} of {}\n", recognised,
-                                 e.expected.size());
-  for (const Expected& x : e.expected) {
-    if (x.cause == Ending::kRecognised) continue;
-    text += fmt::format("  class {} at {}  {}{}\n", x.label,
-                        interval_text(x.begin, x.end), name_of(x.cause),
-                        x.motion ? fmt::format(", motion {}", *x.motion + 1) : "");
-    append_wrapped(text, "    ", sentence_for(x, e));
-  }
-  return text;
+static void append_rest(std::string& text, const RestStretch& rest, const Explanation& e,
+                        const Layout& layout) {
+  append_wrapped(
+      text, "  ",
+      interval_text(rest.begin, rest.end) + ": " + sentence_for(rest, e.settings),
+      layout);
 }
 
-void write_text_explanation(const Explanation& e, const TextSink& sink) {
-  std::string text = header(e) + expected_text(e);
+static void append_reports(std::string& text, const Explanation& e) {
+  const auto is_report = [](const MotionExplanation& m) {
+    return m.reported.has_value();
+  };
+  if (std::any_of(e.motions.begin(), e.motions.end(), is_report)) text += "\nreported\n";
+  for (size_t i = 0; i < e.motions.size(); ++i) {
+    const MotionExplanation& m = e.motions[i];
+    if (!m.reported) continue;
+    text += fmt::format("  class {}, {}, motion {}\n", *m.reported,
+                        interval_text(m.begin, m.end), i + 1);
+  }
+}
+
+// "12 motions: 3 reported, 9 too-short"
+static std::string motions_line(const Explanation& e) {
+  if (e.motions.empty()) return "\nno motion\n";
+  std::vector<std::pair<std::string, size_t>> counts;
+  for (const MotionExplanation& m : e.motions) {
+    const std::string name = name_of(m.cause);
+    const auto same = std::find_if(counts.begin(), counts.end(),
+                                   [&](const auto& c) { return c.first == name; });
+    if (same == counts.end()) {
+      counts.emplace_back(name, 1);
+    } else {
+      ++same->second;
+    }
+  }
+  std::stable_sort(counts.begin(), counts.end(),
+                   [](const auto& a, const auto& b) { return a.second > b.second; });
+  std::string text = "\n" + counted(e.motions.size(), "motion") + ":";
+  for (const auto& [name, count] : counts) {
+    text += fmt::format("{}{} {}", text.back() == ':' ? " " : ", ", count, name);
+  }
+  return text + " (--all for each)\n";
+}
+
+std::vector<std::string> selectable() {
+  std::vector<std::string> names = {"missed", "unexpected"};
+  for (size_t i = 0; i < kEndings; ++i)
+    names.emplace_back(name_of(static_cast<Ending>(i)));
+  for (size_t i = 0; i < kCircumstances; ++i) {
+    names.emplace_back(name_of(static_cast<Circumstance>(i)));
+  }
+  return names;
+}
+
+static bool is_unexpected(const Verdict& v, size_t motion) {
+  return std::any_of(v.unexpected.begin(), v.unexpected.end(), [&](const auto& group) {
+    return std::find(group.which.begin(), group.which.end(), motion) != group.which.end();
+  });
+}
+
+static bool is_selected(const Explanation& e, const Verdict& v, const TextSelection& s,
+                        size_t i) {
+  const MotionExplanation& m = e.motions[i];
+  if (s.motion && *s.motion != i + 1) return false;
+  if (s.at && !(m.begin <= *s.at && *s.at <= m.judged)) return false;
+  if (s.only.empty()) return true;
+  return s.only == "unexpected" ? is_unexpected(v, i) : s.only == name_of(m.cause);
+}
+
+static void append_missed(std::string& text, const Explanation& e, const Layout& layout) {
+  for (const Expected& x : e.expected) {
+    if (x.cause == Ending::kRecognised) continue;
+    text += fmt::format("class {} at {}  {}{}\n", x.label, interval_text(x.begin, x.end),
+                        name_of(x.cause),
+                        x.motion ? fmt::format(", motion {}", *x.motion + 1) : "");
+    append_wrapped(text, "  ", sentence_for(x, e), layout);
+  }
+}
+
+static void write_part(const Explanation& e, const Verdict& v, const TextSelection& s,
+                       const Layout& layout, const TextSink& sink) {
+  if (s.motion && (*s.motion == 0 || *s.motion > e.motions.size())) {
+    throw UsageError(fmt::format("--motion {}: there {} {}, counted from 1", *s.motion,
+                                 e.motions.size() == 1 ? "is" : "are",
+                                 counted(e.motions.size(), "motion")));
+  }
+  std::string text;
+  if (s.only == "missed") append_missed(text, e, layout);
+  for (size_t i = 0; s.only != "missed" && i < e.motions.size(); ++i) {
+    if (is_selected(e, v, s, i))
+      append_motion(text, i + 1, e.motions[i], e.settings, layout);
+  }
+  for (const RestStretch& rest : e.rests) {
+    if (s.at && rest.begin <= *s.at && *s.at <= rest.end) {
+      text += "\nat rest\n";
+      append_rest(text, rest, e, layout);
+    }
+  }
+  sink(text.empty() ? "nothing of that kind\n" : text);
+}
+
+void write_text_explanation(const Explanation& e, const Verdict& v,
+                            const TextSelection& selection, const Layout& layout,
+                            const TextSink& sink) {
+  if (selection.is_part()) return write_part(e, v, selection, layout, sink);
+  std::string text =
+      verdict_text(v, e, layout) + groups_text(v, e, selection.all, layout);
+  if (e.expected.empty() && !selection.all) append_reports(text, e);
+  if (!selection.all || e.motions.empty()) text += motions_line(e);
+  text += "\n" + header(e);
   const auto flush = [&] {
     sink(text);
     text.clear();
   };
-  for (size_t i = 0; i < e.motions.size(); ++i) {
-    append_motion(text, i + 1, e.motions[i], e.settings);
+  for (size_t i = 0; selection.all && i < e.motions.size(); ++i) {
+    append_motion(text, i + 1, e.motions[i], e.settings, layout);
     flush();
   }
-  if (e.motions.empty()) text += "\nno motion\n";
-  if (!e.rests.empty()) text += "\nat rest\n";
+  if (selection.all && !e.rests.empty()) text += "\nat rest\n";
   for (const RestStretch& rest : e.rests) {
-    append_wrapped(
-        text, "  ",
-        interval_text(rest.begin, rest.end) + ": " + sentence_for(rest, e.settings));
+    if (!selection.all) break;
+    append_rest(text, rest, e, layout);
     flush();
   }
   flush();
@@ -214,7 +287,7 @@ static Json events_json(const Explanation& e) {
 }
 
 // Everything but the motions and the rests, which may be many.
-static Json head_json(const Explanation& e) {
+static Json head_json(const Explanation& e, const Verdict& v) {
   const Settings& s = e.settings;
   return {{"type", "explanation"},
           {"recording", e.recording},
@@ -232,6 +305,7 @@ static Json head_json(const Explanation& e) {
            {{"file", e.model_file},
             {"templates", templates_in(e.model)},
             {"classes", e.model.class_labels}}},
+          {"verdict", verdict_json(v, e)},
           {"events", events_json(e)},
           {"expected", expected_json(e)}};
 }
@@ -255,9 +329,10 @@ static void write_array(const char* name, const Items& items, ToJson item, bool 
   sink(first || !indent ? "]" : "\n ]");
 }
 
-void write_json_explanation(const Explanation& e, bool indent, const TextSink& sink) {
+void write_json_explanation(const Explanation& e, const Verdict& v, bool indent,
+                            const TextSink& sink) {
   const std::string_view end = indent ? "\n}" : "}";
-  const std::string head = json_text(head_json(e), indent ? 1 : -1);
+  const std::string head = json_text(head_json(e, v), indent ? 1 : -1);
   sink(std::string_view(head).substr(0, head.size() - end.size()));
   const auto motion = [&e](const MotionExplanation& m) {
     return motion_json(m, e.settings);

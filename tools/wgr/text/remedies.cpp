@@ -8,8 +8,7 @@
 
 namespace wgr {
 
-static constexpr char kScaleAcc[] =
-    "acc.x *= FACTOR; acc.y *= FACTOR; acc.z *= FACTOR;";
+static constexpr char kScaleAcc[] = "acc.x *= FACTOR; acc.y *= FACTOR; acc.z *= FACTOR;";
 static constexpr char kScaleGyro[] =
     "gyro.x *= FACTOR; gyro.y *= FACTOR; gyro.z *= FACTOR;";
 static constexpr char kInit[] = "init_gesture_handle(h, RATE, BIAS, -1, -1, -1, 50);";
@@ -25,7 +24,8 @@ static const std::vector<Remedy>& host_remedies() {
       {"wrong-mode", "The host never called init_gesture_handle().",
        "call init_gesture_handle() before the first sample", kInit},
       {"no-templates", "The model is empty.",
-       "install the model that set_gesture_model() names: its file is missing or malformed",
+       "install the model that set_gesture_model() names: its file is missing or "
+       "malformed",
        ""},
       {"other-wrist", "The watch is worn on the other wrist than the model is for.",
        "choose the model of the wrist that wears the watch", kModel},
@@ -65,12 +65,15 @@ static const std::vector<Remedy>& stream_remedies() {
       {"no-gravity", "The accelerometer shows no gravity; the library needs it.",
        "pass the accelerometer's samples with gravity in them, not linear acceleration",
        ""},
-      {"stuck", "UNIT never changes.",
-       "look at the sensor's driver: is the axis switched on, is the field filled in?", ""},
+      {"stuck", "An axis sticks at one value.",
+       "look at the sensor's driver: is the axis switched on, is the field filled in?",
+       ""},
       {"absent", "Some axes have no values.",
        "record and pass all three axes of both sensors", ""},
-      {"turn-scale", "The gyroscope's values are scaled wrongly, or the stamps are wrong.",
-       "scale for the range that is set, and compare the stamps with a clock", kScaleGyro},
+      {"turn-scale",
+       "The gyroscope's values are scaled wrongly, or the stamps are wrong.",
+       "scale for the range that is set, and compare the stamps with a clock",
+       kScaleGyro},
       {"zero-rate", "The gyroscope reads exactly zero when it turns slowly.",
        "do not round or clamp angular velocities, or pass a bias that no sample equals",
        kZeroBias},
@@ -108,7 +111,8 @@ static const std::vector<Remedy>& stream_remedies() {
 static const std::vector<Remedy>& gesture_remedies() {
   static const std::vector<Remedy> all = {
       {"at-rest", "The wrist counted as resting; one sensor at rest is enough.",
-       "gyroscope alone: check for rad/s, a dead or clipped axis; both: the gesture is too "
+       "gyroscope alone: check for rad/s, a dead or clipped axis; both: the gesture is "
+       "too "
        "gentle",
        ""},
       {"too-short", "The motions are shorter than the shortest that is looked at.",
@@ -131,7 +135,8 @@ static const std::vector<Remedy>& gesture_remedies() {
        "built with it",
        ""},
       {"no-score", "No template can be compared with the motions.",
-       "build the model again: templates without points, or with a gravity of length zero",
+       "build the model again: templates without points, or with a gravity of length "
+       "zero",
        ""},
       {"never-reported", "The best template's label is one that a host is never told.",
        "use a label other than 6 and 14", ""},
