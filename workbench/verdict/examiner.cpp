@@ -29,8 +29,7 @@ Verdict Examiner::judge(const Explanation& explanation, const HostRunOptions& ho
   Diagnosis diagnosis = stream_.finish();
   std::vector<Trial> trials;
   if (options_.try_changes) trials = try_changes(explanation, host, diagnosis);
-  return wgr::judge(explanation, std::move(diagnosis), std::move(trials),
-                    !options_.own_model);
+  return wgr::judge(explanation, std::move(diagnosis), std::move(trials));
 }
 
 }  // namespace wgr

@@ -395,7 +395,7 @@ std::optional<Principal> Search::find() const {
 }
 
 Verdict judge(const Explanation& explanation, Diagnosis diagnosis,
-              std::vector<Trial> trials, bool wrist_known) {
+              std::vector<Trial> trials) {
   Verdict verdict;
   verdict.expected = explanation.expected.size();
   verdict.came = static_cast<size_t>(
@@ -409,7 +409,6 @@ Verdict judge(const Explanation& explanation, Diagnosis diagnosis,
   verdict.diagnosis = std::move(diagnosis);
   verdict.wearer_answers = explanation.wearer_answers;
   verdict.worn = clear_wearer(explanation.wearer_answers);
-  verdict.wrist_known = wrist_known;
   verdict.trials = std::move(trials);
   verdict.principal = Search(explanation, verdict).find();
   return verdict;

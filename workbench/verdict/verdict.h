@@ -86,7 +86,6 @@ struct Verdict {
   Diagnosis diagnosis;
   std::array<size_t, 3> wearer_answers = {};  // left, right, undecided
   int worn = 2;                               // by these: 0 left, 1 right, 2 undecided
-  bool wrist_known = false;                   // for which one the model is
   std::vector<Trial> trials;                  // as run_trials() gives them, or none
   std::optional<Principal> principal;
 
@@ -103,6 +102,6 @@ const char* name_of(Surplus why);
 
 // From an explanation whose expected gestures have been found.
 Verdict judge(const Explanation& explanation, Diagnosis diagnosis,
-              std::vector<Trial> trials, bool wrist_known);
+              std::vector<Trial> trials);
 
 }  // namespace wgr

@@ -85,6 +85,9 @@ static const NumberOption kNumbers[] = {
     {"replay", "--handle", whole_from(1, 1000000)},
     {"explain", "--handle", whole_from(1, 1000000)},
     {"doctor", "--handle", whole_from(1, 1000000)},
+    {"doctor", "--max-size", whole_from(1, 1000000)},
+    {"explain", "--at", number_from(-1e9, 1e9)},
+    {"explain", "--motion", whole_from(1, 1e9)},
     {"log", "--sample-rate", number_from(1, 100000)},
     {"log", "--seconds", number_above(0, 1000000000)},
 };
@@ -94,6 +97,7 @@ static const std::map<std::string, std::string> kWords = {
     {"replay --bias", "-0.5,1e1,0"}, {"explain --bias", "-0.5,1e1,0"},
     {"doctor --bias", "-0.5,1e1,0"}, {"synth --style", "mixed"},
     {"eval --leave-out", "session"}, {"eval --require", "latency=0.5"},
+    {"explain --only", "too-weak"},
 };
 
 // Everything else names a file or a folder.
@@ -104,7 +108,7 @@ static const std::map<std::string, Words> kPaths = {
     {"segment", {"--out", "--background"}},
     {"build", {"--out", "--slots", "--report", "--background"}},
     {"eval", {"--model", "--models", "--report", "--background"}},
-    {"doctor", {"--model", "--models"}},
+    {"doctor", {"--model", "--models", "--repair"}},
     {"preflight", {"--models"}},
 };
 

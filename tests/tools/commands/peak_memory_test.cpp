@@ -118,7 +118,7 @@ TEST(PeakMemory, TheDoctorTakesNoMoreForAnyLength) {
 TEST(PeakMemory, AnExplanationTakesAShareOfADay) {
   if (!measures_memory()) GTEST_SKIP() << "this build takes memory of its own";
   constexpr double kHours = 1.5;
-  for (const std::string option : {"", "--json "}) {
+  for (const std::string option : {"--all ", "--json "}) {
     const Measured run = run_measured(
         "explain --sample-rate 50 " + option + "--models " + WGR_ROOT + "/models -",
         [&](std::FILE* out) { write_hours(kHours, 50, out); });

@@ -209,8 +209,9 @@ static void examine(DoctorArguments& given) {
   const std::string model = names_model(given.model) ? path_of(given.model) : "";
   if (!model.empty()) read_useful_model(model);
   std::vector<RecordedSample> samples;  // to be repaired
-  RecordingReader reader(given.recording,
-                         given.repaired.empty() ? nullptr : &given.limit,
+  // What is not kept needs no limit.
+  const bool limited = !given.repaired.empty() || given.limit.most != ReadingLimit().most;
+  RecordingReader reader(given.recording, limited ? &given.limit : nullptr,
                          given.handle);
   StreamDiagnosis stream(given.options);
   std::optional<double> first;

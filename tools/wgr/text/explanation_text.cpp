@@ -114,8 +114,11 @@ static std::string motions_line(const Explanation& e) {
 
 std::vector<std::string> selectable() {
   std::vector<std::string> names = {"missed", "unexpected"};
-  for (size_t i = 0; i < kEndings; ++i)
-    names.emplace_back(name_of(static_cast<Ending>(i)));
+  for (size_t i = 0; i < kEndings; ++i) {
+    const Ending ending = static_cast<Ending>(i);
+    // No host can ask for the mode that classifies nothing.
+    if (ending != Ending::kCorrectedOnly) names.emplace_back(name_of(ending));
+  }
   for (size_t i = 0; i < kCircumstances; ++i) {
     names.emplace_back(name_of(static_cast<Circumstance>(i)));
   }

@@ -105,7 +105,7 @@ Json verdict_json(const Verdict& v, const Explanation& e) {
           {"wrist",
            {{"answers", v.wearer_answers},
             {"worn", v.worn},
-            {"model", v.wrist_known ? Json(e.settings.wearer) : Json()},
+            {"wearer", e.settings.wearer},
             {"text", wrist_text(v, e.settings)}}},
           {"trials", trials_json(v)}};
 }

@@ -225,12 +225,8 @@ std::string stream_text(const Verdict& v) {
 }
 
 std::string wrist_text(const Verdict& v, const Settings& settings) {
-  std::string text =
-      fmt::format("{} by the wrist detector ({})", wrist_name(v.worn), votes(v));
-  if (v.wrist_known) {
-    text += fmt::format(", the model is for the {} one", wrist_name(settings.wearer));
-  }
-  return text;
+  return fmt::format("{} by the wrist detector ({}), {} by --wearer", wrist_name(v.worn),
+                     votes(v), wrist_name(settings.wearer));
 }
 
 static void append_trials(std::string& text, const Verdict& v) {
