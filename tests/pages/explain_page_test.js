@@ -33,6 +33,7 @@ const checks = {
   },
 
   async 'the cursor reads the same time off both charts'(page) {
+    await page.locator('#acc').scrollIntoViewIfNeeded();
     const box = await page.locator('#acc .u-over').boundingBox();
     await page.mouse.move(box.x + box.width * 0.4, box.y + box.height / 2);
     await page.waitForTimeout(50);
@@ -113,6 +114,7 @@ const checks = {
     assert.ok(widths.every((w) => w >= 0 && w <= 1.01) && widths.some((w) => w > 0.8));
     const more = page.locator('#verdict details').first();
     await more.locator('summary').click();
+    await more.locator('li').first().waitFor();
     assert.ok(await more.locator('li').count() > 20);
     await more.locator('summary').click();
   },
@@ -128,6 +130,7 @@ const checks = {
     assert.equal(await page.locator('.motion[open][data-cause="too-weak"]').count(), 1);
     const rest = groups.filter({hasText: 'at-rest'});
     await rest.locator('summary').click();
+    await rest.locator('li').first().waitFor();
     assert.match(await rest.textContent(), /4\.000 s to 4\.600 s/);
   },
 

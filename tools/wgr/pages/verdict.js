@@ -48,7 +48,8 @@ function tiles(v) {
   const findings = v.stream.length;
   all.append(tile('Stream', findings === 0 ? 'nothing found' :
     findings === 1 ? '1 finding' : `${findings} findings`,
-  ...v.stream.map((f) => `${f.id} (${f.sure})`)), tile('Worn', v.wrist.text));
+  ...v.stream.map((f) => `${f.id} (${f.sure})`)), tile('Worn on the wrist',
+      ['left', 'right', 'undecided'][v.wrist.worn], v.wrist.text));
   return all;
 }
 
