@@ -185,19 +185,30 @@ static Range stated_range(const std::string& message) {
           message.find("a whole number") != std::string::npos, above.has_value()};
 }
 
+// Of a subcommand, which `words` lead to, and those below it.
+static void collect_ranges_of(const CLI::App& command,
+                              const std::vector<std::string>& words) {
+  for (const CLI::Option* const option : command.get_options()) {
+    if (!takes_number(*option)) continue;
+    CLI::App wgr;
+    std::vector<std::string> wrong = words;
+    wrong.push_back(option->get_name() + "=x");
+    const auto message = refusal(wgr, wrong);
+    require(message.has_value(), "what is no number is refused");
+    ranges[{command.get_name(), option->get_name()}] = stated_range(*message);
+  }
+  for (const CLI::App* const sub :
+       command.get_subcommands([](const CLI::App*) { return true; })) {
+    std::vector<std::string> deeper = words;
+    deeper.push_back(sub->get_name());
+    collect_ranges_of(*sub, deeper);
+  }
+}
+
 static void collect_ranges() {
   CLI::App all;
   add_all(all);
-  for (const CLI::App* const command :
-       all.get_subcommands([](const CLI::App*) { return true; })) {
-    for (const CLI::Option* const option : command->get_options()) {
-      if (!takes_number(*option)) continue;
-      CLI::App wgr;
-      const auto message = refusal(wgr, {command->get_name(), option->get_name() + "=x"});
-      require(message.has_value(), "what is no number is refused");
-      ranges[{command->get_name(), option->get_name()}] = stated_range(*message);
-    }
-  }
+  collect_ranges_of(all, {});
   require(ranges.size() >= kFewestNumbers, "options that take numbers are found");
 }
 

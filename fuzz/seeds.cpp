@@ -331,6 +331,67 @@ static void make_logs() {
   save("log_file", "hours", hour);
 }
 
+// ---- captures -----------------------------------------------------------------------
+
+// A record with its length in front, as capture_file.cpp takes it; without its check byte.
+static Bytes record(const Bytes& content) {
+  return as_byte(static_cast<int>(content.size())) + content;
+}
+
+// One of a kind that has a length, at the time of the one before.
+static Bytes timed(int tag, const Bytes& body) {
+  const Bytes timed_body = as_byte(0) + body;
+  return record(as_byte(tag) + Bytes(1, as_byte(static_cast<int>(timed_body.size()))) +
+                timed_body);
+}
+
+static Bytes bits(double value) { return raw(&value, sizeof value); }
+
+static void make_captures() {
+  const Bytes block = "\x01";         // sealed
+  const Bytes end = Bytes(1, '\0');  // of a block
+  const Bytes made = Bytes(1, '\0');  // not a file's own bytes
+  const Bytes model = timed(0x21, Bytes("\x01\x00\x10\x00", 4) + "1 1 0 1\n4 \n1 -9\n");
+  const Bytes create = timed(0x30, "\x01\x01") + timed(0x2A, Bytes("\x01\x30\x00\x02", 4));
+  const Bytes init = timed(0x31, Bytes("\x01\x64", 2) + bits(0.5) + bits(0.0) +
+                                     bits(-1.0) + Bytes("\x01\x01\x01\x14", 4)) +
+                     timed(0x2A, Bytes("\x01\x31\x00\x00", 4));
+  const Bytes registered =
+      timed(0x34, "\x01\x01") + timed(0x2A, Bytes("\x01\x34\x00\x02", 4));
+  Bytes steps = "\x01";
+  for (int axis = 0; axis < 6; ++axis) steps += as_byte(1 + axis % 4) + bits(4.0);
+  const Bytes stepped = record(Bytes("\x02\x01\x02\x01\x02\x50\x00\x01\x02", 9));
+  const Bytes again = record(Bytes("\x01\x00\x01\x02\x03\x00\x01\x02", 8));
+  const Bytes wide = record(Bytes("\x05\x00", 2) + Bytes(42, '\x11'));
+  const Bytes mixed = record(Bytes("\x03\x00\x02\x01", 4) + Bytes(7, '\x71') +
+                             Bytes(6, '\x02'));
+  const Bytes start = made + block + model + create + init + registered;
+  save("capture_file", "samples", start + timed(0x22, steps) + stepped + again + mixed +
+                                      wide + end + block + stepped + end);
+  save("capture_file", "callback",
+       start + timed(0x20, "\x01") + timed(0x22, steps) + stepped +
+           timed(0x28, "\x01\x0A") + timed(0x39, "\x01" + bits(2.5)) +
+           timed(0x38, "\x01" + bits(600.0)) + timed(0x37, "\x01\x02") +
+           timed(0x29, Bytes("\x01", 1)) + timed(0x2A, Bytes("\x01\x01\x00\x0A", 4)) +
+           timed(0x35, "\x01\x01") + timed(0x2A, Bytes("\x01\x35\x00\x00", 4)));
+  save("capture_file", "handle",
+       made + block + model +
+           timed(0x23, Bytes("\x01\x07\x64", 3) + bits(0) + bits(0) + bits(0) +
+                           Bytes("\x01\x01\x01\x14\x04\x01", 6) + bits(1) + bits(2)) +
+           stepped + timed(0x33, Bytes("\x01\x02\x02\x01", 4)) +
+           timed(0x2A, Bytes("\x01\x33\x00\x00", 4)) + timed(0x32, "\x01\x06"));
+  save("capture_file", "others",
+       start + timed(0x24, "\x02\x04") + timed(0x3A, "\x02\x04") + timed(0x25, "here") +
+           timed(0x27, "\x03") + timed(0x36, Bytes("\x01\x00\x04", 3) + bits(1) +
+                                              bits(2) + bits(9.8)) +
+           timed(0x7F, "unknown") + timed(0x26, Bytes("\x01", 1)));
+  save("capture_file", "threads",
+       start + timed(0x20, "\x01") + timed(0x22, steps) + stepped +
+           timed(0x28, "\x01\x0A") + timed(0x20, "\x02") + again + timed(0x20, "\x01") +
+           again + timed(0x29, Bytes(1, '\0')));
+  save("capture_file", "file", "\x01WGRCAP\r\n" + Bytes("\x01\x00\x00\x10", 4));
+}
+
 // ---- command lines ------------------------------------------------------------------
 
 static void make_command_lines() {
@@ -375,6 +436,7 @@ static void make_command_lines() {
       {"selfcheck", "selfcheck\n--record"},
       {"help", "replay\n--help"},
       {"version", "--version"},
+      {"capture", "capture\ncut\n--from\n1.5\n--to\n2e3\n--handle\n1\na\n-o\nb"},
       {"unknown", "repaly\nx.csv"},
       {"misplaced", "--sample-rate\n50\nreplay\nx.csv"},
       {"empty", ""},
@@ -567,6 +629,7 @@ int main(int argc, char** argv) {
   make_tables();
   make_descriptions();
   make_logs();
+  make_captures();
   make_command_lines();
   make_calls();
   make_matrices();
