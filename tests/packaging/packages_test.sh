@@ -48,7 +48,8 @@ expect wearableinteraction-models all \
   $models/olvo_model_5_mix/hgr_olvo.xml $models/olvo_model_5r_ow/hgr_olvo.xml \
   $models/olvo_model_5r_fb/hgr_olvo.xml $models/olvo_model_5r_mix/hgr_olvo.xml
 expect wearableinteraction-recorder "$architecture" "usr/$libdir/libwgr-recorder.so" \
-  "usr/$libdir/wgr-recorder/libWearableInteraction.so"
+  "usr/$libdir/wgr-recorder/libWearableInteraction.so" \
+  usr/share/doc/wearableinteraction-recorder/examples/gesture_service.c
 expect wearableinteraction-tools "$architecture" usr/bin/wgr
 
 lintian --allow-root --fail-on error "$scratch"/*.deb
