@@ -152,11 +152,16 @@ TEST_F(RecordingToModel, LeavesRepetitionsOut) {
     ASSERT_EQ(eval.status, 0) << eval.err;
     const json figures = json::parse(eval.out);
     ASSERT_EQ(figures["folds"].size(), 4u);
+    int right = 0;
     for (size_t f = 0; f < 4; ++f) {
       const json& fold = figures["folds"][f];
       EXPECT_EQ(fold["left_out"], "every 4th repetition, from " + std::to_string(f + 1));
       EXPECT_EQ(fold["repetitions"], f == 0 ? 15 : 10);
+      right += fold["right"].get<int>();
     }
+    EXPECT_EQ(right, figures["right"]);
+    // Annotated motions are all kept, however short or weak they are.
+    EXPECT_EQ(right < 45, how.empty());
     EXPECT_EQ(figures["repetitions"], 45);
     EXPECT_GE(figures["kept"], 40);
     EXPECT_GE(figures["classified_right"], 0.9);
