@@ -350,6 +350,8 @@ TEST_F(Log, ManyHostRunsAreListedByJsonAlone) {
   EXPECT_EQ(objects_.size(), 101u);
   const std::string printed = run_wgr("log " + path_).out;
   EXPECT_THAT(printed, HasSubstr("... and 80 more; --json lists them all"));
+  EXPECT_THAT(printed, HasSubstr("\n      20  191  "));
+  EXPECT_THAT(printed, ::testing::Not(HasSubstr("\n      21  ")));
 }
 
 TEST(LineStreams, LinesAreTheSameWhereverABufferEnds) {

@@ -166,6 +166,38 @@ TEST_F(Commands, RefuseToOverwriteWhatTheyRead) {
   }
 }
 
+TEST_F(Commands, PrintNothingIntoWhatTheyRead) {
+  fs::copy(kModels, file("models"), fs::copy_options::recursive);
+  fs::copy(kModel, file("m.xml"));
+  write_file(file("log"), "WgrContext 36: WgrConstruct start\n");
+  write_file(file("s.csv"), "t_start,t_end,what\n0,5,rest\n");
+  const struct {
+    const char* command;
+    const char* input;
+  } cases[] = {
+      {"doctor @/walk.csv", "@/walk.csv"},
+      {"doctor --model @/m.xml @/walk.csv", "@/m.xml"},
+      {"replay --models MODELS @/walk.csv", "@/walk.csv"},
+      {"explain --models @/models @/walk.csv", "@/models/olvo_model_5_ow/hgr_olvo.xml"},
+      {"log --json @/log", "@/log"},
+      {"segment @/set -o -", "@/set/p001_free.csv"},
+      {"build @/g.txt -o -", "@/g.txt"},
+      {"eval @/set --model @/m.xml", "@/set/labels.csv"},
+      {"model show @/m.xml", "@/m.xml"},
+      {"model check MODEL @/m.xml", "@/m.xml"},
+      {"model diff @/m.xml MODEL", "@/m.xml"},
+      {"synth --script @/s.csv -o -", "@/s.csv"},
+      {"preflight --models @/models", "@/models/olvo_model_5_fb/hgr_olvo.xml"},
+  };
+  const auto before = contents();
+  for (const auto& c : cases) {
+    const Outcome outcome = run(with_models(c.command) + " >>" + c.input);
+    EXPECT_EQ(outcome.status, 2) << c.command << outcome.err;
+    EXPECT_THAT(outcome.err, HasSubstr(" -: would overwrite ")) << c.command;
+    ASSERT_TRUE(contents() == before) << c.command;
+  }
+}
+
 TEST_F(Commands, GiveSideFilesNamesThatNeverMeet) {
   const std::string description = read_file(file("g.training.json"));
   for (int time = 0; time < 2; ++time) {

@@ -130,6 +130,20 @@ static std::string message_of(void (*read)()) {
   return "";
 }
 
+TEST(TextLines, OfATableHaveUpTo4096Characters) {
+  const TempDirectory directory;
+  const std::string labels = directory.file("labels.csv");
+  const std::string row = ",1,2,3";
+  const auto write_row = [&](size_t length) {
+    write_file(labels, "file,t_start,t_end,label\n" +
+                           std::string(length - row.size(), 'a') + row + "\n");
+  };
+  write_row(4096);
+  EXPECT_EQ(read_labels(labels).size(), 1u);
+  write_row(4097);
+  EXPECT_THROW(read_labels(labels), UsageError);
+}
+
 // They would fill the memory.
 TEST(TextLines, FilesWithoutALineBreakAreRefused) {
   EXPECT_EQ(message_of([] { read_labels("/dev/zero"); }),

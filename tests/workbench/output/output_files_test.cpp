@@ -6,7 +6,10 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <set>
 
@@ -24,6 +27,20 @@ namespace fs = std::filesystem;
 
 using ::testing::HasSubstr;
 using ::testing::ThrowsMessage;
+
+// The errno of exchanging files from now on, as of a file system that cannot; 0: it can.
+static int exchange_error = 0;
+
+// In the C library's place.
+extern "C" int renameat2(int from_folder, const char* from, int to_folder, const char* to,
+                         unsigned flags) noexcept {
+  if (exchange_error == 0) {
+    return static_cast<int>(
+        syscall(SYS_renameat2, from_folder, from, to_folder, to, flags));
+  }
+  errno = exchange_error;
+  return -1;
+}
 
 static std::set<std::string> names_in(const std::string& folder) {
   std::set<std::string> names;
@@ -298,6 +315,22 @@ TEST_F(TemporaryFiles, GetTheirPlacesWithOrWithoutANameBefore) {
 }
 
 // The process ends by a signal, or by exit(), before what was replaced is let go.
+TEST_F(TemporaryFiles, ReplaceForGoodWhereFilesCannotBeExchanged) {
+  for (const int error : {EINVAL, ENOSYS, EOPNOTSUPP, EACCES}) {
+    write_file(file("old"), "before");
+    {
+      TemporaryFile temporary(directory_.path(), "old");
+      ASSERT_EQ(write(temporary.descriptor(), "after", 5), 5);
+      exchange_error = error;
+      EXPECT_EQ(temporary.replace(file("old")), error != EACCES) << error;
+      EXPECT_FALSE(temporary.restore(file("old")));
+      exchange_error = 0;
+    }
+    EXPECT_EQ(read_file(file("old")), error != EACCES ? "after" : "before");
+    EXPECT_EQ(names(), std::set<std::string>{"old"});
+  }
+}
+
 TEST_F(TemporaryFiles, WhatTheyReplacedIsGoneAfterEveryEnd) {
   for (const int signal : {0, SIGTERM}) {
     write_file(file("old"), "before");

@@ -139,6 +139,22 @@ TEST(ModelBuilderTest, CountsEverySampleOnce) {
               ElementsAre(report.classes[0].threshold, report.classes[1].threshold));
 }
 
+// Both that are left out are nearest to each other, and of the rest to their own class.
+TEST(ModelBuilderTest, TheBaselineComparesWithWhatIsNotLeftOut) {
+  Gdata data;
+  data.kind = 1;
+  data.samples = {{1, wave(0.0, 2.0)},
+                  {1, wave(0.4, 2.0)},
+                  {2, wave(1.0, 2.0)},
+                  {2, wave(0.6, 2.0)},
+                  {-1, wave(0.5, 2.0)}};
+  data.class_counts = {{1, 2}, {2, 2}, {-1, 1}};
+  const ModelBuilder builder(data, 1, true);
+  const Tally baseline = builder.baseline_1nn({true, false, true, false, true});
+  EXPECT_EQ(baseline.examples, 2u);
+  EXPECT_EQ(baseline.right, 2u);
+}
+
 // Three shapes, of which two are near each other: more templates name more of them.
 static Gdata three_shapes() {
   Gdata data;

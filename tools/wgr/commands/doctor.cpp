@@ -201,12 +201,16 @@ static void examine(DoctorArguments& given) {
   std::optional<double> seconds = given.seconds;
   if (!seconds && given.recording == kStandardInput) seconds = kLiveSeconds;
 
+  const std::string model = names_model(given.model) ? path_of(given.model) : "";
   OutputPlan plan;
   plan.reads("RECORDING", given.recording);
+  if (!model.empty()) {
+    add_inputs(plan, given.model);
+    plan.reads("the manifest of --model", manifest_path(model));
+  }
   plan.writes("--repair", given.repaired);
   plan.prints_results();
   plan.check();
-  const std::string model = names_model(given.model) ? path_of(given.model) : "";
   if (!model.empty()) read_useful_model(model);
   std::vector<RecordedSample> samples;  // to be repaired
   // What is not kept needs no limit.

@@ -14,6 +14,7 @@
 #include "classifier/Gmodel.h"
 #include "commands/subcommands.h"
 #include "json/json_text.h"
+#include "output/output_plan.h"
 #include "preflight/model_check.h"
 #include "training/model_findings.h"
 
@@ -49,6 +50,14 @@ struct OfClass {
 };
 
 }  // namespace
+
+// What is printed must not go into a model that is read.
+static void check_files(const std::vector<std::string>& paths) {
+  OutputPlan plan;
+  for (const std::string& path : paths) plan.reads("MODEL", path);
+  plan.prints_results();
+  plan.check();
+}
 
 // What has another name is hardly meant, and almost any text reads as an empty model.
 static Gmodel named_model(const std::string& path) {
@@ -280,7 +289,10 @@ void add_model(CLI::App& wgr) {
       add_below(*command, "show", "What is in a model.", "MODEL", *given);
   shown->get_option("MODEL")->description("The model")->expected(1);
   shown->footer("Exit status: 0 done; 2 the model or an argument cannot be used.");
-  shown->callback([given] { show(given->paths.front(), given->json); });
+  shown->callback([given] {
+    check_files(given->paths);
+    show(given->paths.front(), given->json);
+  });
 
   CLI::App* const checked =
       add_below(*command, "check", "What is wrong with models.", "MODEL", *given);
@@ -288,15 +300,20 @@ void add_model(CLI::App& wgr) {
   checked->footer(
       "Exit status: 0 nothing is wrong; 1 something is; 2 a model or an argument cannot "
       "be used.");
-  checked->callback([given] { check(given->paths, given->json); });
+  checked->callback([given] {
+    check_files(given->paths);
+    check(given->paths, given->json);
+  });
 
   CLI::App* const compared = add_below(
       *command, "diff", "How the second model differs from the first.", "MODELS", *given);
   compared->get_option("MODELS")->description("The two models")->expected(2);
   compared->footer(
       "Exit status: 0 no difference; 1 some; 2 a model or an argument cannot be used.");
-  compared->callback(
-      [given] { diff(given->paths.front(), given->paths.back(), given->json); });
+  compared->callback([given] {
+    check_files(given->paths);
+    diff(given->paths.front(), given->paths.back(), given->json);
+  });
 }
 
 }  // namespace wgr

@@ -5,12 +5,14 @@
 #include <string>
 
 #include "WgrPreflight.h"
+#include "arguments/model_arguments.h"
 #include "arguments/values.h"
 #include "base/foreign_text.h"
 #include "base/text.h"
 #include "commands/subcommands.h"
 #include "hostrun/fixed_paths.h"
 #include "json/json_text.h"
+#include "output/output_plan.h"
 
 namespace wgr {
 
@@ -58,7 +60,18 @@ static void print_json(int weight, const char* text, void*) {
   print(stdout, "{}\n", json_text(line));
 }
 
+// What is printed must not go into a model that is read.
+static void check_files(const PreflightArguments& given) {
+  OutputPlan plan;
+  ModelArguments models;
+  models.folder = given.models;
+  add_inputs(plan, models);
+  plan.prints_results();
+  plan.check();
+}
+
 static void preflight(const PreflightArguments& given) {
+  check_files(given);
   if (!given.models.empty()) {
     std::vector<std::string> words = {"preflight"};
     if (given.json) words.push_back("--json");
