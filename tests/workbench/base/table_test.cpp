@@ -144,6 +144,15 @@ TEST(TextLines, OfATableHaveUpTo4096Characters) {
   EXPECT_THROW(read_labels(labels), UsageError);
 }
 
+// Without a column of files the first field is no file.
+TEST(Annotations, WithoutAFileAreNotSaidToLackOne) {
+  const TempDirectory directory;
+  const std::string table = directory.file("expected.csv");
+  write_file(table, "t_start,t_end,label\n,1,2\n");
+  EXPECT_THAT([&] { read_expected(table, "a.csv"); },
+              ::testing::ThrowsMessage<UsageError>(HasSubstr(":2: field 1: a number")));
+}
+
 // They would fill the memory.
 TEST(TextLines, FilesWithoutALineBreakAreRefused) {
   EXPECT_EQ(message_of([] { read_labels("/dev/zero"); }),
