@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <map>
 
 #include "base/errors.h"
 #include "base/text.h"
@@ -10,9 +11,11 @@
 #include "classifier/HGR.h"
 #include "segmentation/segmenter.h"
 #include "support/motions.h"
+#include "support/random_points.h"
 #include "tools/run_wgr.h"
 #include "training/exemplars.h"
 #include "training/model_builder.h"
+#include "training/thinning.h"
 #include "training/thresholds.h"
 #include "training/training_file.h"
 
@@ -199,4 +202,117 @@ TEST(ModelBuilderTest, ChoosesTheFewestTemplatesWithinTheMarginOfTheBest) {
     }
     for (const ClassReport& c : report.classes) EXPECT_LE(c.templates, 4u) << "a third";
   }
+}
+
+// What the library prints meanwhile is dropped, and failures of a test are not.
+static void build_quietly(const Gdata& data, const BuildOptions& options,
+                          BuildReport& report,
+                          const std::vector<std::string>& subjects = {}) {
+  Capture hushed;
+  build_model(data, options, report, subjects);
+}
+
+// Shapes that are hardly more than the noise around them: no set of exemplars classifies
+// all of them right.
+static Gdata overlapping_shapes() {
+  RandomPoints random(11);
+  Gdata data;
+  data.kind = 1;
+  for (int i = 0; i < 72; ++i) {
+    const int label = i % 3;
+    Points trace = random.trace(12, RandomPoints::Kind::kGaussian);
+    for (size_t k = 0; k < trace.size(); ++k) {
+      trace[k].x += 0.6 * label;
+      trace[k].y += (k < 6 ? 0.5 : -0.5) * label;
+    }
+    trace.push_back({0.0, 0.0, 10.0});
+    data.samples.push_back({label, trace});
+  }
+  data.class_counts = {{0, 24}, {1, 24}, {2, 24}};
+  return data;
+}
+
+// The smallest good set and the best are grown: each template that is added puts one more
+// example right at least, and no class has more than a third of its examples.
+TEST(ModelBuilderTest, GrowsSetsByTemplatesThatPutExamplesRight) {
+  BuildReport report;
+  BuildOptions options;
+  options.tolerance = 0.05;
+  build_quietly(overlapping_shapes(), options, report);
+  std::map<double, SweepStep> swept;
+  std::vector<SweepStep> grown;
+  size_t out = 0;
+  for (const SweepStep& step : report.sweep) {
+    if (step.grown) {
+      grown.push_back(step);
+    } else {
+      swept[step.preference] = step;
+      out += step.in_question ? 0 : 1;
+    }
+  }
+  EXPECT_GT(out, 0u) << "the finest sets have too many templates";
+  ASSERT_THAT(grown, SizeIs(2));
+  EXPECT_NE(grown[0].preference, grown[1].preference);
+  for (const SweepStep& step : grown) {
+    const SweepStep& start = swept.at(step.preference);
+    EXPECT_TRUE(start.in_question);
+    ASSERT_GT(step.templates, start.templates);
+    EXPECT_LE(step.templates, 3 * 8u);
+    const double added = static_cast<double>(step.templates - start.templates);
+    EXPECT_GT(72.0 * (step.accuracy - start.accuracy), added - 0.5);
+  }
+  for (const ClassReport& c : report.classes) {
+    EXPECT_LE(c.templates, 8u);
+    EXPECT_THAT(c.chosen_by, HasSubstr("for the misclassified"));
+  }
+}
+
+// Each person's gestures look like the other one's other gesture.
+TEST(ModelBuilderTest, AcrossSubjectsTheirOwnTemplatesNeverJudge) {
+  Gdata data;
+  data.kind = 1;
+  std::vector<std::string> subjects;
+  for (int i = 0; i < 24; ++i) {
+    const int label = i % 2;
+    const int person = i / 2 % 2;
+    const double phase = (label == person ? 0.0 : 2.0) + 0.4 * person;
+    data.samples.push_back({label, wave(phase, 2.0 + 0.002 * i)});
+    subjects.push_back(person == 0 ? "ann" : "bob");
+  }
+  data.class_counts = {{0, 12}, {1, 12}};
+  BuildOptions options;
+  BuildReport report;
+  build_quietly(data, options, report, subjects);
+  EXPECT_EQ(report.classified_right(), 24u);
+
+  options.cross_subject = true;
+  build_quietly(data, options, report, subjects);
+  // A person is right where the other one's templates are of a single class.
+  for (const SweepStep& step : report.sweep) EXPECT_LE(step.accuracy, 0.5);
+  EXPECT_LE(report.classified_right(), 12u);
+}
+
+TEST(Thinning, KeepsEverySecondPointAndTheGravity) {
+  Points trace;
+  for (int i = 0; i < 5; ++i) trace.push_back({1.0 * i, 0.0, 0.0});
+  Points without = trace;
+  thin(without, 0);
+  ASSERT_THAT(without, SizeIs(3));
+  EXPECT_EQ(without[0].x, 0.0);
+  EXPECT_EQ(without[1].x, 2.0);
+  EXPECT_EQ(without[2].x, 4.0);
+  trace.push_back({9.0, 0.0, 0.0});
+  thin(trace, 1);
+  ASSERT_THAT(trace, SizeIs(4));
+  EXPECT_EQ(trace[2].x, 4.0);
+  EXPECT_EQ(trace[3].x, 9.0);
+}
+
+// "5 " for each point: 4094 characters fit into what the reader takes, 4096 do not; with
+// "10 " there are 4095, the most.
+TEST(Thinning, ALineHasAtMostAsManyCharactersAsTheReaderTakes) {
+  EXPECT_TRUE(fits_a_line(Points(2047, Point3Df{5.0, 5.0, 5.0})));
+  EXPECT_FALSE(fits_a_line(Points(2048, Point3Df{5.0, 5.0, 5.0})));
+  EXPECT_TRUE(fits_a_line(Points(1365, Point3Df{5.0, 10.0, 5.0})));
+  EXPECT_FALSE(fits_a_line(Points(1366, Point3Df{5.0, 5.0, 10.0})));
 }
