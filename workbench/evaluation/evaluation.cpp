@@ -217,64 +217,86 @@ static std::string outcome_of(const std::optional<GestureEvent>& answer) {
                                                  : std::to_string(answer->gesture);
 }
 
+namespace {
+
+// The motion that is a repetition's own, or else the one that overlaps it most.
+struct FoundMotion {
+  std::optional<size_t> index;
+  bool own;
+};
+
+// What was reported for a repetition, and why it was not its class.
+struct Answer {
+  std::string outcome = kOutcomeNotDetected;
+  std::string cause = "no motion: the wrist counted as resting";
+};
+
+}  // namespace
+
+static FoundMotion find_motion(const SegmentedRecording& recording, size_t repetition) {
+  const auto own = std::find(recording.annotation_of.begin(),
+                             recording.annotation_of.end(), static_cast<int>(repetition));
+  if (own != recording.annotation_of.end()) {
+    return {static_cast<size_t>(own - recording.annotation_of.begin()), true};
+  }
+  const Annotation& annotation = recording.annotations[repetition];
+  const int nearest = most_overlapped<std::vector<Motion>>(
+      recording.motions, [&](const Motion& m) { return overlap(m, annotation); });
+  if (nearest < 0) return {std::nullopt, false};
+  return {static_cast<size_t>(nearest), false};
+}
+
+static Answer answer_for(const SegmentedRecording& recording, size_t repetition,
+                         const FoundMotion& found, const Answers& answers) {
+  Answer answer;
+  if (!found.index) return answer;
+  const Motion& motion = recording.motions[*found.index];
+  const std::optional<GestureEvent>& event = answers[*found.index];
+  const std::string verdict = kVerdictNames[static_cast<size_t>(motion.verdict)];
+  const int most = most_overlapped<std::vector<Annotation>>(
+      recording.annotations, [&](const Annotation& a) { return overlap(motion, a); });
+  if (most != static_cast<int>(repetition)) {
+    answer.cause = "one motion with another repetition";
+  } else if (!event) {
+    answer.cause = motion.verdict == Verdict::kKept ? "not reported" : verdict;
+  } else {
+    answer.outcome = outcome_of(event);
+    answer.cause = answer.outcome == kOutcomeRejected
+                       ? "rejected: less alike than the threshold"
+                       : "misclassified";
+    if (!found.own) answer.cause += " (" + verdict + ")";
+  }
+  return answer;
+}
+
 static Played score_repetition(const SegmentedRecording& recording, size_t repetition,
                                const Answers& answers, HGR& classifier, Fold& fold,
                                Evaluation& result) {
   const Annotation& annotation = recording.annotations[repetition];
+  const FoundMotion found = find_motion(recording, repetition);
+  const Answer answer = answer_for(recording, repetition, found, answers);
+  const bool right = answer.outcome == std::to_string(annotation.label);
   ++result.repetitions;
   ++fold.repetitions;
   result.pre_segmented += recording.pre_segmented ? 1 : 0;
-  const auto own = std::find(recording.annotation_of.begin(),
-                             recording.annotation_of.end(), static_cast<int>(repetition));
-  const bool kept = own != recording.annotation_of.end();
-  const int nearest = most_overlapped<std::vector<Motion>>(
-      recording.motions, [&](const Motion& m) { return overlap(m, annotation); });
-  const size_t m = kept ? static_cast<size_t>(own - recording.annotation_of.begin())
-                        : static_cast<size_t>(std::max(nearest, 0));
-  std::string outcome = kOutcomeNotDetected;
-  std::string cause = "no motion: the wrist counted as resting";
-  if (kept || nearest >= 0) {
-    const Motion& motion = recording.motions[m];
-    const bool shared = most_overlapped<std::vector<Annotation>>(
-                            recording.annotations, [&](const Annotation& s) {
-                              return overlap(motion, s);
-                            }) != static_cast<int>(repetition);
-    if (shared) {
-      cause = "one motion with another repetition";
-    } else if (!answers[m]) {
-      cause = motion.verdict == Verdict::kKept
-                  ? "not reported"
-                  : kVerdictNames[static_cast<size_t>(motion.verdict)];
-    } else {
-      const int reported = answers[m]->gesture;
-      outcome = outcome_of(answers[m]);
-      const bool rejected = outcome == kOutcomeRejected;
-      cause = rejected ? "rejected: less alike than the threshold" : "misclassified";
-      if (!kept) {
-        cause +=
-            std::string(" (") + kVerdictNames[static_cast<size_t>(motion.verdict)] + ")";
-      }
-      if (reported == annotation.label && !recording.pre_segmented) {
-        result.latencies.push_back(answers[m]->t - annotation.end);
-      }
-    }
-  }
-  ++result.confusion[annotation.label][outcome];
-  const bool right = outcome == std::to_string(annotation.label);
+  ++result.confusion[annotation.label][answer.outcome];
   result.right += right ? 1 : 0;
   fold.right += right ? 1 : 0;
-  if (!right) ++result.misses[cause];
-  if (kept) {
+  if (!right) ++result.misses[answer.cause];
+  if (right && !recording.pre_segmented) {
+    result.latencies.push_back(answers[*found.index]->t - annotation.end);
+  }
+  if (found.own) {
+    const Motion& motion = recording.motions[*found.index];
     ++result.kept;
     result.kept_right += right ? 1 : 0;
-    result.kept_classified +=
-        nearest_class(classifier, recording.motions[m]) == annotation.label ? 1 : 0;
+    result.kept_classified += nearest_class(classifier, motion) == annotation.label;
   }
   Played played;
   played.repetition = repetition;
-  if (kept || nearest >= 0) played.motion = m;
-  played.outcome = outcome;
-  if (!right) played.cause = cause;
+  played.motion = found.index;
+  played.outcome = answer.outcome;
+  if (!right) played.cause = answer.cause;
   return played;
 }
 

@@ -116,6 +116,36 @@ static bool asks_for_run(const ReplayArguments& given) {
          given.host_run.sensitivity || given.handle || !given.log.empty();
 }
 
+// Feeds the recording to a handle and reports each event; returns what ended it early.
+static std::exception_ptr run_and_report(const ReplayArguments& given,
+                                         RecordingReader& reader, KeptLog* log,
+                                         Report& report, Totals& totals) {
+  std::exception_ptr malformed;
+  bool absent_reported = false;
+  HostRun host_run(given.host_run);
+  if (log != nullptr) log->take();
+  report.start();
+  const auto start = std::chrono::steady_clock::now();
+  try {
+    run_host(host_run, reader, totals, [&](const Step& step) {
+      if (step.event != nullptr) report.event(*step.event);
+      if (log != nullptr) {
+        log->take();
+      } else {
+        require_results();  // a live stream without a reader would never end
+      }
+      if (absent_reported || reader.absent_fields() == 0) return;
+      absent_reported = true;
+      warn_of_absent_axes(given, reader);
+    });
+  } catch (const RecordingError&) {
+    malformed = std::current_exception();
+  }
+  totals.elapsed_seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  return malformed;
+}
+
 static void replay(ReplayArguments& given) {
   if (given.recording != kStandardInput && is_capture(given.recording) &&
       !asks_for_run(given)) {
@@ -147,31 +177,8 @@ static void replay(ReplayArguments& given) {
   }
 
   Totals totals(given.host_run.rate);
-  bool absent_reported = false;
-  std::exception_ptr malformed;
-  {
-    HostRun host_run(given.host_run);
-    if (log) log->take();
-    report->start();
-    const auto start = std::chrono::steady_clock::now();
-    try {
-      run_host(host_run, reader, totals, [&](const Step& step) {
-        if (step.event != nullptr) report->event(*step.event);
-        if (log) {
-          log->take();
-        } else {
-          require_results();  // a live stream without a reader would never end
-        }
-        if (absent_reported || reader.absent_fields() == 0) return;
-        absent_reported = true;
-        warn_of_absent_axes(given, reader);
-      });
-    } catch (const RecordingError&) {
-      malformed = std::current_exception();
-    }
-    totals.elapsed_seconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  }
+  const std::exception_ptr malformed =
+      run_and_report(given, reader, log ? &*log : nullptr, *report, totals);
   if (log) log->take();
   totals.absent_fields = reader.absent_fields();
   totals.absent_axes = reader.absent_axes();
