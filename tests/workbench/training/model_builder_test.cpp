@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <map>
 
@@ -92,6 +93,21 @@ TEST(Exemplars, ArePickedOneByOneWhereClusteringFails) {
   const Exemplars exemplars = choose_exemplars(traces, 1, 3);
   EXPECT_THAT(exemplars.chosen, ElementsAre(0, 1, 2));
   EXPECT_THAT(exemplars.how, HasSubstr("did not converge"));
+}
+
+// The same at every preference: of nine a third.
+TEST(Exemplars, AreAThirdWhereClusteringFailsFromTheFirstPreferenceOn) {
+  const ClassMatrix alike = {9, std::vector<float>(81, 0.0f)};
+  std::vector<Exemplars> swept;
+  {
+    Capture hushed;
+    swept = sweep_exemplars(alike);
+  }
+  ASSERT_EQ(swept.size(), swept_preferences().size());
+  for (const Exemplars& e : swept) {
+    EXPECT_THAT(e.chosen, ElementsAre(0, 1, 2));
+    EXPECT_THAT(e.how, HasSubstr("did not converge at preference"));
+  }
 }
 
 TEST(Exemplars, OfOneSampleAreThatOne) {
@@ -261,10 +277,47 @@ TEST(ModelBuilderTest, GrowsSetsByTemplatesThatPutExamplesRight) {
     const double added = static_cast<double>(step.templates - start.templates);
     EXPECT_GT(72.0 * (step.accuracy - start.accuracy), added - 0.5);
   }
+  // Of each class's templates the report says how many were added.
+  size_t added = 0;
   for (const ClassReport& c : report.classes) {
     EXPECT_LE(c.templates, 8u);
-    EXPECT_THAT(c.chosen_by, HasSubstr("for the misclassified"));
+    const size_t at = c.chosen_by.find(", and ");
+    ASSERT_NE(at, std::string::npos) << c.chosen_by;
+    added += std::stoul(c.chosen_by.substr(at + 6));
   }
+  const auto chosen = std::find_if(grown.begin(), grown.end(),
+                                   [](const SweepStep& s) { return s.chosen; });
+  ASSERT_NE(chosen, grown.end());
+  EXPECT_EQ(added, chosen->templates - swept.at(chosen->preference).templates);
+
+  options.tolerance = 0.0;  // the smallest good set is the best
+  build_quietly(overlapping_shapes(), options, report);
+  EXPECT_EQ(std::count_if(report.sweep.begin(), report.sweep.end(),
+                          [](const SweepStep& s) { return s.grown; }),
+            1);
+  options.most_share = 0.125;
+  build_quietly(overlapping_shapes(), options, report);
+  for (const ClassReport& c : report.classes) EXPECT_LE(c.templates, 3u);
+}
+
+// Of sets that are as small, the most accurate.
+TEST(ModelBuilderTest, OfSetsOfOneSizeChoosesTheMostAccurate) {
+  size_t ties = 0;
+  for (const double tolerance : {0.02, 0.05, 0.1, 0.15, 0.2, 0.3}) {
+    BuildReport report;
+    BuildOptions options;
+    options.tolerance = tolerance;
+    build_quietly(overlapping_shapes(), options, report);
+    const auto chosen = std::find_if(report.sweep.begin(), report.sweep.end(),
+                                     [](const SweepStep& s) { return s.chosen; });
+    ASSERT_NE(chosen, report.sweep.end());
+    for (const SweepStep& step : report.sweep) {
+      if (!step.in_question || step.templates != chosen->templates) continue;
+      EXPECT_LE(step.accuracy, chosen->accuracy) << "tolerance " << tolerance;
+      ties += step.accuracy < chosen->accuracy ? 1 : 0;
+    }
+  }
+  EXPECT_GT(ties, 0u) << "there is nothing to choose between";
 }
 
 // Each person's gestures look like the other one's other gesture.
