@@ -73,6 +73,14 @@ std::vector<Expected> read_expected(const std::string& path,
   return expected;
 }
 
+bool names_recording(const std::string& path, const std::string& recording) {
+  if (!has_files(path)) return false;
+  const std::vector<Annotation> all = read_labels(path);
+  return std::any_of(all.begin(), all.end(), [&](const Annotation& annotation) {
+    return is_file(recording, annotation.file);
+  });
+}
+
 void require_in_recording(const Explanation& e, const std::string& path) {
   if (e.times.empty()) {
     throw UsageError(path + ": gestures are expected, but " + e.recording +

@@ -15,6 +15,9 @@ namespace wgr {
 std::vector<Expected> read_expected(const std::string& path,
                                     const std::string& recording);
 
+// Whether a table names its recordings, and this one among them.
+bool names_recording(const std::string& path, const std::string& recording);
+
 // Throws UsageError for an expected gesture that lies outside the recording, which has
 // been explained; `path` is the table's.
 void require_in_recording(const Explanation& explanation, const std::string& path);

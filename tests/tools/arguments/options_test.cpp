@@ -103,7 +103,7 @@ static const std::map<std::string, std::string> kWords = {
 // Everything else names a file or a folder.
 static const std::map<std::string, Words> kPaths = {
     {"replay", {"--model", "--models", "--log"}},
-    {"explain", {"--model", "--models", "--expect", "--report"}},
+    {"explain", {"--model", "--models", "--expect", "--report", "--out"}},
     {"synth", {"--out", "--labels", "--plan", "--script", "--training"}},
     {"segment", {"--out", "--background"}},
     {"build", {"--out", "--slots", "--report", "--background"}},

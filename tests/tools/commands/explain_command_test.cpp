@@ -37,7 +37,8 @@ class Explain : public ::testing::Test {
 TEST_F(Explain, TextNamesTheMotionAndItsCause) {
   const Outcome outcome = run_wgr("explain " + quoted_);
   EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_THAT(outcome.out, StartsWith("1 gesture was reported. An axis sticks at one value.\n"));
+  EXPECT_THAT(outcome.out,
+              StartsWith("1 gesture was reported. An axis sticks at one value.\n"));
   EXPECT_THAT(outcome.out,
               HasSubstr("\n" + recording_ + ": 150 samples at 50 samples/s\n"));
   EXPECT_THAT(outcome.out, HasSubstr("\n  class 3, 0.920 s to 1.860 s, motion 1\n"));
@@ -225,6 +226,35 @@ TEST_F(Explain, APageIsOneFileThatAsksForNothing) {
   EXPECT_EQ(text.find("src=\""), std::string::npos);
   const Outcome refused = run_wgr("explain --report - " + quoted_);
   EXPECT_EQ(refused.status, 2);
+}
+
+TEST_F(Explain, AFolderGivesAPageEachAndAnIndex) {
+  if (kUplotScript.empty()) GTEST_SKIP() << "built without the page";
+  const std::string set = directory_.file("set");
+  const std::string out = directory_.file("pages");
+  std::filesystem::create_directories(set);
+  write_recording(set + "/a.csv", recorded(one_gesture() + rest(50)));
+  write_recording(set + "/b.csv", recorded(rest(200)));
+  write_file(set + "/labels.csv", "file,t_start,t_end,label\na.csv,1.0,1.8,3\n");
+  const std::string command = "explain --expect " + set + "/labels.csv " + set;
+  EXPECT_EQ(run_wgr(command).status, 2);
+  const Outcome outcome = run_wgr(command + " -o " + out);
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.out, StartsWith("a.csv: 1 of 1 gesture came."));
+  EXPECT_THAT(outcome.out, HasSubstr("\nb.csv: No gesture was reported."));
+  for (const char* page : {"/a.csv.html", "/b.csv.html", "/index.html"}) {
+    EXPECT_THAT(read_file(out + page), EndsWith("</html>\n")) << page;
+  }
+  // What cannot be read has its line in the index, and the others their pages.
+  std::filesystem::remove_all(out);
+  write_file(set + "/c.csv", "t,ax,ay,az,gx,gy,gz\nno sample\n");
+  const Outcome torn = run_wgr(command + " -o " + out);
+  EXPECT_EQ(torn.status, 2);
+  EXPECT_THAT(torn.err, HasSubstr("c.csv:2: "));
+  EXPECT_TRUE(std::filesystem::exists(out + "/a.csv.html"));
+  EXPECT_TRUE(std::filesystem::exists(out + "/index.html"));
+  EXPECT_FALSE(std::filesystem::exists(out + "/c.csv.html"));
+  EXPECT_EQ(run_wgr("explain -o " + out + " " + set + "/a.csv").status, 2);
 }
 
 TEST_F(Explain, APageHoldsTheSamplesThatItDraws) {

@@ -330,7 +330,9 @@ TEST_F(Expectations, TablesOfOneRecordingAndOfManyAreRead) {
   const std::vector<Expected> of_b = read_expected(table, "/set/rec/b.csv");
   ASSERT_EQ(of_b.size(), 1u);
   EXPECT_EQ(of_b[0].label, 6);
-  EXPECT_TRUE(read_expected(table, "/set/b.csv").empty());
+  EXPECT_THROW(read_expected(table, "/set/b.csv"), UsageError);
+  EXPECT_TRUE(names_recording(table, "/set/rec/b.csv"));
+  EXPECT_FALSE(names_recording(table, "/set/b.csv"));
   write_file(table, "t_start,t_end,label\n2,1,3\n");
   EXPECT_THROW(read_expected(table, "any.csv"), UsageError);
 }

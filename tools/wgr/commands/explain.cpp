@@ -1,7 +1,10 @@
 // wgr explain: what happened to each motion of a recording, and which cause decided.
+#include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -24,6 +27,7 @@
 #include "pages/explain_page.h"
 #include "recording/clock.h"
 #include "text/explanation_text.h"
+#include "text/verdict_json.h"
 #include "training/model_findings.h"
 #include "verdict/examiner.h"
 
@@ -52,6 +56,7 @@ What the words mean: docs/why-not-recognised.md.
 Examples:
   wgr explain --models models --expect recordings/demo.labels.csv recordings/demo.csv
   wgr explain --model my_model.xml --expect expected.csv --report report.html walk.csv
+  wgr explain --models models --expect set/labels.csv set -o pages/
   wgr explain --models models --at 30.3 recordings/demo.csv
   wgr explain --json walk.csv | jq -r '.motions[] | [.begin, .cause] | @tsv'
 
@@ -63,6 +68,7 @@ namespace {
 struct ExplainArguments : HostRunArguments {
   std::string expect;  // file; empty: nothing is expected
   std::string page;    // file; empty: none
+  std::string out;     // folder for the pages of a folder of recordings
   bool json = false;
   bool forgets_init = false;
   bool what_if = false;
@@ -107,30 +113,20 @@ static ExaminerOptions examiner_options(const ExplainArguments& given) {
   return options;
 }
 
-static void write_explanation(const ExplainArguments& given, Explanation& explanation,
-                              const Verdict& verdict) {
-  if (given.json) {
-    write_json_explanation(explanation, verdict, true, write_results);
-  } else {
-    write_text_explanation(explanation, verdict, given.selection,
-                           layout_for(results_descriptor()), write_results);
-  }
-  if (given.page.empty()) return;
-  const std::string page = explain_page(explanation, verdict);
-  write_output(given.page, page);
-  warn("wrote {} ({} kB)", given.page, (page.size() + 999) / 1000);
-}
+namespace {
 
-static void explain_recording(ExplainArguments& given) {
-  if (!given.page.empty()) require_page();
-  OutputPlan plan;
-  plan.reads("--expect", given.expect);
-  plan.writes("--report", given.page);
-  check_host_run(given, plan);
-  take_model(given);
-  given.host_run.initialise = !given.forgets_init;
-
+struct Explained {
   Explanation explanation;
+  Verdict verdict;
+  std::exception_ptr malformed;  // behind what is explained
+};
+
+}  // namespace
+
+// Explains one recording; its model has been taken.
+static void explain_one(ExplainArguments& given, Explained& made) {
+  given.host_run.initialise = !given.forgets_init;
+  Explanation& explanation = made.explanation;
   explanation.recording = given.recording;
   explanation.model_file = path_of(given.model);
   explanation.for_page = !given.page.empty();
@@ -142,22 +138,183 @@ static void explain_recording(ExplainArguments& given) {
   separate_results(LibraryPrints::kNowhere);
 
   Examiner examiner(examiner_options(given));
-  std::exception_ptr malformed;
   try {
     explain(given.host_run, reader, explanation,
             [&](const RecordedSample& sample) { examiner.add(sample); });
   } catch (const RecordingError&) {
-    malformed = std::current_exception();
+    made.malformed = std::current_exception();
   }
   if (reader.absent_fields() > 0) warn_of_absent_axes(given, reader);
-  if (!malformed && !given.expect.empty()) {
+  if (!made.malformed && !given.expect.empty()) {
     require_in_recording(explanation, given.expect);
   }
   find_expected(explanation);
-  const Verdict verdict =
-      examiner.judge(explanation, given.host_run, reader.absent_axes());
-  write_explanation(given, explanation, verdict);
-  if (malformed) std::rethrow_exception(malformed);
+  made.verdict = examiner.judge(explanation, given.host_run, reader.absent_axes());
+}
+
+static void warn_of_page(const std::string& path, const std::string& page) {
+  warn("wrote {} ({} kB)", path, (page.size() + 999) / 1000);
+}
+
+static void explain_recording(ExplainArguments& given) {
+  if (!given.page.empty()) require_page();
+  OutputPlan plan;
+  plan.reads("--expect", given.expect);
+  plan.writes("--report", given.page);
+  check_host_run(given, plan);
+  take_model(given);
+  Explained made;
+  explain_one(given, made);
+  if (given.json) {
+    write_json_explanation(made.explanation, made.verdict, true, write_results);
+  } else {
+    write_text_explanation(made.explanation, made.verdict, given.selection,
+                           layout_for(results_descriptor()), write_results);
+  }
+  if (!given.page.empty()) {
+    const std::string page = explain_page(made.explanation, made.verdict);
+    write_output(given.page, page);
+    warn_of_page(given.page, page);
+  }
+  if (made.malformed) std::rethrow_exception(made.malformed);
+}
+
+// ---- a folder of recordings
+/// Whether its first line is a recording's.
+static bool is_recording(const std::filesystem::path& path) {
+  try {
+    const RecordingReader reader(path);
+    return true;
+  } catch (const RecordingError& error) {
+    warn("passed over: {}", error.what());
+    return false;
+  }
+}
+
+/ -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- --
+
+                                                                                         // What ends in .csv or .csv.gz, but for the table of what is expected and the others that
+                                                                                         // a set of recordings has.
+                                                                                         static std::vector<
+                                                                                             std::filesystem::
+                                                                                                 path>
+                                                                                         recordings_in(
+                                                                                             const ExplainArguments&
+                                                                                                 given) {
+  static constexpr const char* kTables[] = {"index.csv", "labels.csv"};
+  std::vector<std::filesystem::path> found;
+  for (const auto& entry : std::filesystem::directory_iterator(given.recording)) {
+    const std::filesystem::path& path = entry.path();
+    const bool packed = path.extension() == ".gz";
+    const bool csv = (packed ? path.stem() : path.filename()).extension() == ".csv";
+    const bool table = std::find(std::begin(kTables), std::end(kTables),
+                                 path.filename()) != std::end(kTables);
+    const bool expected =
+        !given.expect.empty() && std::filesystem::equivalent(path, given.expect);
+    if (!csv || table || expected || !entry.is_regular_file()) continue;
+    if (is_recording(path)) found.push_back(path);
+  }
+  if (found.empty()) {
+    throw UsageError(given.recording +
+                     ": the folder holds no recording, *.csv or *.csv.gz");
+  }
+  std::sort(found.begin(), found.end());
+  return found;
+}
+
+static std::string page_in(const ExplainArguments& given,
+                           const std::filesystem::path& recording) {
+  return std::filesystem::path(given.out) / (recording.filename().string() + ".html");
+}
+
+static void plan_folder(const ExplainArguments& given,
+                        const std::vector<std::filesystem::path>& recordings) {
+  OutputPlan plan;
+  plan.reads("--expect", given.expect);
+  add_inputs(plan, given.model);
+  for (const std::filesystem::path& path : recordings) {
+    plan.reads("RECORDING", path);
+    plan.writes("-o", page_in(given, path));
+  }
+  plan.writes("-o", std::filesystem::path(given.out) / "index.html");
+  plan.prints_results();
+  plan.check();
+}
+
+// One recording's page, and its line in the index.
+static nlohmann::ordered_json explain_in_folder(const ExplainArguments& given,
+                                                const std::filesystem::path& path,
+                                                OutputFiles& files) {
+  ExplainArguments one = given;
+  one.recording = path;
+  one.page = page_in(given, path);
+  if (!given.expect.empty() && !names_recording(given.expect, path)) one.expect.clear();
+  if (!given.bias.empty()) one.host_run.gyro_bias = parse_bias(given.bias);
+  const std::string name = path.filename();
+  try {
+    take_model(one);
+    Explained made;
+    explain_one(one, made);
+    if (made.malformed) std::rethrow_exception(made.malformed);
+    const auto verdict = verdict_json(made.verdict, made.explanation);
+    const std::string page = explain_page(made.explanation, made.verdict);
+    files.write(one.page, page);
+    warn_of_page(one.page, page);
+    write_results(
+        fmt::format("{}: {}\n", shown(name), verdict["headline"].get<std::string>()));
+    return {{"file", name},
+            {"page", name + ".html"},
+            {"verdict", verdict},
+            {"error", nullptr}};
+  } catch (const RecordingError& error) {
+    warn(error.what());
+    return {
+        {"file", name}, {"page", nullptr}, {"verdict", nullptr}, {"error", error.what()}};
+  }
+}
+
+static void explain_folder(const ExplainArguments& given) {
+  if (given.out.empty()) {
+    throw UsageError(given.recording +
+                     ": is a folder: -o DIR says where a page for each recording goes");
+  }
+  if (!given.page.empty() || given.json || given.selection.all ||
+      given.selection.is_part()) {
+    throw UsageError(
+        "--report, --json, --all, --at, --motion and --only are for one "
+        "recording, and " +
+        given.recording + " is a folder");
+  }
+  require_page();
+  const std::vector<std::filesystem::path> recordings = recordings_in(given);
+  if (!given.expect.empty() &&
+      std::none_of(recordings.begin(), recordings.end(), [&](const auto& path) {
+        return names_recording(given.expect, path);
+      })) {
+    throw UsageError(given.expect + ": names no recording of " + given.recording +
+                     " in a column file");
+  }
+  plan_folder(given, recordings);
+  OutputFiles files;
+  nlohmann::ordered_json index = {{"folder", given.recording},
+                                  {"recordings", nlohmann::ordered_json::array()}};
+  bool all_read = true;
+  for (const std::filesystem::path& path : recordings) {
+    index["recordings"].push_back(explain_in_folder(given, path, files));
+    all_read = all_read && index["recordings"].back()["error"].is_null();
+  }
+  files.write(std::filesystem::path(given.out) / "index.html", index_page(index));
+  files.commit();
+  if (!all_read) throw EndWithStatus{kExitBadInput};
+}
+
+static void explain_what_is_given(ExplainArguments& given) {
+  if (std::filesystem::is_directory(given.recording)) return explain_folder(given);
+  if (!given.out.empty()) {
+    throw UsageError(
+        "-o: is for a folder of recordings; --report writes the page of one");
+  }
+  explain_recording(given);
 }
 
 void add_explain(CLI::App& wgr) {
@@ -171,6 +328,11 @@ void add_explain(CLI::App& wgr) {
       ->transform(path_value())
       ->option_text("FILE");
   add_report_option(*command, given->page, "Draw the recording and its motions");
+  add_value(
+      *command, "-o,--out", given->out,
+      "Where RECORDING is a folder: where a page for each of\nits recordings goes, and "
+      "index.html",
+      path_value(), "DIR");
   command->add_flag("--json", given->json, "Print JSON instead of text");
   command->add_flag("--all", given->selection.all, "Tell of every motion and every rest");
   add_value(*command, "--at", given->selection.at, "Only what happened at this time, s",
@@ -186,7 +348,7 @@ void add_explain(CLI::App& wgr) {
                     "Be a host that forgets init_gesture_handle()");
   add_max_size(*command, given->limit);
   command->footer(kFooter);
-  command->callback([given] { explain_recording(*given); });
+  command->callback([given] { explain_what_is_given(*given); });
 }
 
 }  // namespace wgr

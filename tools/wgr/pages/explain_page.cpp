@@ -99,12 +99,18 @@ std::string explain_page(Explanation& e, const Verdict& verdict) {
   add("}");
   const std::string uplot =
       fmt::format("\n/*\n{}\n*/\n{}\n", kUplotLicence, kUplotScript);
-  return page_of({"wgr explain",
-                  kExplainHtml,
-                  {std::string(kUplotCss), std::string(kExplainCss), std::string(kVerdictCss)},
-                  {uplot, std::string(kFiguresScript), std::string(kStreamScript),
-                   std::string(kVerdictScript), std::string(kExplainScript)}},
-                 data);
+  return page_of(
+      {"wgr explain",
+       kExplainHtml,
+       {std::string(kUplotCss), std::string(kExplainCss), std::string(kVerdictCss)},
+       {uplot, std::string(kFiguresScript), std::string(kStreamScript),
+        std::string(kVerdictScript), std::string(kExplainScript)}},
+      data);
+}
+
+std::string index_page(const Json& recordings) {
+  return page_of({"wgr explain", kIndexHtml, {}, {std::string(kIndexScript)}},
+                 recordings);
 }
 
 }  // namespace wgr

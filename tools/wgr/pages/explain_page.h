@@ -1,6 +1,7 @@
 // The explanation as one HTML page that needs no network.
 #pragma once
 
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "verdict/verdict.h"
@@ -12,5 +13,9 @@ void require_page();
 
 // Uses up what was kept to be drawn.
 std::string explain_page(Explanation& explanation, const Verdict& verdict);
+
+// A page that leads to those of several recordings: {"folder", "recordings": [{"file",
+// "page", "verdict", "error"}]}.
+std::string index_page(const nlohmann::ordered_json& recordings);
 
 }  // namespace wgr

@@ -15,6 +15,8 @@ extern const std::string_view kFiguresScript;
 extern const std::string_view kExplainHtml;
 extern const std::string_view kExplainCss;
 extern const std::string_view kStreamScript;
+extern const std::string_view kIndexHtml;
+extern const std::string_view kIndexScript;
 extern const std::string_view kVerdictScript;
 extern const std::string_view kVerdictCss;
 extern const std::string_view kExplainScript;

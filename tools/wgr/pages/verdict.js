@@ -22,7 +22,8 @@ function answerBox(v) {
   const box = el('div', {class: 'answer' + (p === null ? '' : ' fault')},
       el('h2', {id: 'verdict-head'}, v.headline));
   if (p === null) return box;
-  box.append(el('p', {}, el('b', {}, capital(p.sure) + ': '), p.evidence));
+  box.append(el('p', {}, el('b', {}, capital(p.sure) + ': '),
+      p.evidence.replace(/[.]?$/, '.')));
   if (p.do !== '') box.append(el('p', {}, el('b', {}, 'Do: '), p.do + '.'));
   if (p.code !== '') {
     box.append(el('div', {class: 'tools'}, el('pre', {}, el('code', {}, p.code)),
