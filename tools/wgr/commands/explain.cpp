@@ -179,8 +179,9 @@ static void explain_recording(ExplainArguments& given) {
   if (made.malformed) std::rethrow_exception(made.malformed);
 }
 
-// ---- a folder of recordings
-/// Whether its first line is a recording's.
+// ---- a folder of recordings ---------------------------------------------------------
+
+// Whether its first line is a recording's.
 static bool is_recording(const std::filesystem::path& path) {
   try {
     const RecordingReader reader(path);
@@ -191,16 +192,9 @@ static bool is_recording(const std::filesystem::path& path) {
   }
 }
 
-/ -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- -- --
-
-                                                                                         // What ends in .csv or .csv.gz, but for the table of what is expected and the others that
-                                                                                         // a set of recordings has.
-                                                                                         static std::vector<
-                                                                                             std::filesystem::
-                                                                                                 path>
-                                                                                         recordings_in(
-                                                                                             const ExplainArguments&
-                                                                                                 given) {
+// What ends in .csv or .csv.gz, but for the table of what is expected and the others that
+// a set of recordings has.
+static std::vector<std::filesystem::path> recordings_in(const ExplainArguments& given) {
   static constexpr const char* kTables[] = {"index.csv", "labels.csv"};
   std::vector<std::filesystem::path> found;
   for (const auto& entry : std::filesystem::directory_iterator(given.recording)) {
