@@ -88,7 +88,8 @@ static void read_and_write() {
   CaptureReader again(kWritten);
   CaptureRecord record;
   for (const CaptureRecord& before : all) {
-    if (before.gap) require(again.next(record) && record.tag == kMissed, "a gap is noted");
+    if (before.gap)
+      require(again.next(record) && record.tag == kMissed, "a gap is noted");
     require(again.next(record), "as many records are read again");
     require(record.tag == before.tag && record.handle == before.handle &&
                 record.thread == before.thread && record.time == before.time &&

@@ -167,9 +167,7 @@ void CaptureFile::start_block(const Moment& moment) {
   ++block_serial_;
 }
 
-void CaptureFile::seal() {
-  put_le(block() + kChecksumAt, checksum_.of_block(block()));
-}
+void CaptureFile::seal() { put_le(block() + kChecksumAt, checksum_.of_block(block())); }
 
 // How long a segment may last, where the time bounds what is kept.
 std::uint64_t CaptureFile::segment_time() const {

@@ -100,9 +100,9 @@ class CaptureFile {
   dev_t device_ = 0;  // of the open segment
   ino_t inode_ = 0;
   std::uint8_t* room_ = nullptr;
-  std::uint64_t room_begin_ = 0;   // in the file
-  std::size_t room_at_ = 0;        // of the block, in the room
-  std::size_t at_ = 0;             // of the next record, in the block
+  std::uint64_t room_begin_ = 0;  // in the file
+  std::size_t room_at_ = 0;       // of the block, in the room
+  std::size_t at_ = 0;            // of the next record, in the block
   std::uint32_t block_number_ = 0;
   std::uint64_t block_serial_ = 0;
   std::uint64_t segment_serial_ = 0;

@@ -97,9 +97,11 @@ inline constexpr std::uint8_t kModelChanged = 2;  // while the library loaded it
 inline constexpr std::uint8_t kInitialised = 1;
 inline constexpr std::uint8_t kSensitivitySet = 2;
 inline constexpr std::uint8_t kRegistered = 4;
-inline constexpr std::uint8_t kUnknownOrigin = 8;  // not made while the recorder looked on
+inline constexpr std::uint8_t kUnknownOrigin =
+    8;  // not made while the recorder looked on
 // Flags of kWearer.
-inline constexpr std::uint8_t kSameAsSample = 1;  // as the acceleration of the last sample
+inline constexpr std::uint8_t kSameAsSample =
+    1;  // as the acceleration of the last sample
 inline constexpr std::uint8_t kWearerThrew = 2;
 
 // How a value of an axis follows from a whole number k.

@@ -26,7 +26,8 @@ bool Handles::grow() {
   larger.table_ = new (std::nothrow) Handle*[larger.size_]();
   if (larger.table_ == nullptr) return false;
   for (std::size_t i = 0; i < size_; ++i) {
-    if (table_[i] != nullptr) larger.table_[larger.place_of(table_[i]->pointer)] = table_[i];
+    if (table_[i] != nullptr)
+      larger.table_[larger.place_of(table_[i]->pointer)] = table_[i];
   }
   delete[] table_;
   table_ = larger.table_;

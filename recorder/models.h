@@ -13,8 +13,8 @@ struct LoadedModel {
   std::uint64_t hash = 0;
   std::size_t size = 0;
   std::uint8_t* bytes = nullptr;
-  std::uint8_t flags = 0;       // see capture_format.h
-  std::uint64_t segment = 0;    // that holds it
+  std::uint8_t flags = 0;     // see capture_format.h
+  std::uint64_t segment = 0;  // that holds it
 };
 
 class Models {

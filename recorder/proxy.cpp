@@ -23,7 +23,8 @@ namespace wgr::recorder {
 
 static void* open_real() {
   const Settings settings = read_settings();
-  const char* const path = settings.library[0] != '\0' ? settings.library : WGR_REAL_LIBRARY;
+  const char* const path =
+      settings.library[0] != '\0' ? settings.library : WGR_REAL_LIBRARY;
   void* const library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) complain("cannot be loaded: set library to its path", path);
   return library;

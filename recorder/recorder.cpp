@@ -22,12 +22,12 @@ static constexpr int kNothingReported = 6;
 static constexpr std::size_t kSampleBytes = 24 + SampleCoder::kMostBytes;  // at most
 static constexpr std::size_t kShortBytes = 124;  // at most, of a record but a model's
 static constexpr std::size_t kMoreBytes = 2 * kShortBytes;  // a thread and steps
-static constexpr std::size_t kModelHead = 48;         // before a model's bytes
-static constexpr std::size_t kLeastPart = 256;        // of a model, behind other records
-static constexpr std::uint64_t kRetry = 60'000'000;   // us, after the disk was full
-static constexpr std::size_t kMostOrders = 2048;      // characters read at once
-static constexpr std::size_t kMostMark = 80;          // characters of a mark's text
-static constexpr std::size_t kMostThreads = 256;      // whose numbers are used again
+static constexpr std::size_t kModelHead = 48;               // before a model's bytes
+static constexpr std::size_t kLeastPart = 256;       // of a model, behind other records
+static constexpr std::uint64_t kRetry = 60'000'000;  // us, after the disk was full
+static constexpr std::size_t kMostOrders = 2048;     // characters read at once
+static constexpr std::size_t kMostMark = 80;         // characters of a mark's text
+static constexpr std::size_t kMostThreads = 256;     // whose numbers are used again
 
 namespace {
 
@@ -66,14 +66,13 @@ struct All {
 
 static std::atomic<State> state = State::kNotSetUp;
 static All* all = nullptr;
-static std::atomic<unsigned> missed = 0;        // calls from within the recorder
-static volatile std::sig_atomic_t marked = 0;   // by the signal
+static std::atomic<unsigned> missed = 0;       // calls from within the recorder
+static volatile std::sig_atomic_t marked = 0;  // by the signal
 static pthread_key_t thread_key;
 alignas(All) static unsigned char memory[sizeof(All)];
 
 // Its place is fixed when the library is loaded: no memory is taken at the first use.
-#define WGR_THREAD_LOCAL \
-  static thread_local __attribute__((tls_model("initial-exec")))
+#define WGR_THREAD_LOCAL static thread_local __attribute__((tls_model("initial-exec")))
 WGR_THREAD_LOCAL bool inside = false;  // a signal handler's call came in the middle
 WGR_THREAD_LOCAL std::uint32_t thread_number = 0;
 WGR_THREAD_LOCAL std::uint64_t create_segment = 0;  // that tells of the creating
@@ -140,8 +139,8 @@ static void free_thread(void*) {
 
 static void take_mark_signal(int number) {
   struct sigaction before = {};
-  if (sigaction(number, nullptr, &before) != 0 ||
-      (before.sa_flags & SA_SIGINFO) != 0 || before.sa_handler != SIG_DFL) {
+  if (sigaction(number, nullptr, &before) != 0 || (before.sa_flags & SA_SIGINFO) != 0 ||
+      before.sa_handler != SIG_DFL) {
     complain("is the host's already; it marks nothing", "mark_signal");
     return;
   }
@@ -192,9 +191,8 @@ __attribute__((destructor)) static void end() {
 
 static std::uint32_t this_thread() {
   if (thread_number != 0) return thread_number;
-  thread_number = all->free_thread_count > 0
-                      ? all->free_threads[--all->free_thread_count]
-                      : all->next_thread++;
+  thread_number = all->free_thread_count > 0 ? all->free_threads[--all->free_thread_count]
+                                             : all->next_thread++;
   pthread_setspecific(thread_key, all);
   return thread_number;
 }
@@ -236,12 +234,12 @@ static bool put(Tag tag, std::uint64_t time, const Fill& fill) {
 }
 
 // One part of a model's content, as large as the block has room for.
-static bool put_model_part(std::uint32_t number, std::size_t& offset, std::uint64_t time) {
+static bool put_model_part(std::uint32_t number, std::size_t& offset,
+                           std::uint64_t time) {
   const LoadedModel& model = all->models.at(number);
   std::uint8_t* const to = place(kModelHead + kLeastPart, time);
   if (to == nullptr) return false;
-  const std::size_t part =
-      std::min(model.size - offset, all->file.left() - kModelHead);
+  const std::size_t part = std::min(model.size - offset, all->file.left() - kModelHead);
   std::uint8_t head[kModelHead];
   Bytes bytes(head);
   bytes.varint(time > all->last_time ? time - all->last_time : 0);
@@ -366,8 +364,7 @@ static void look_for_orders(std::uint64_t time) {
   if (time >= all->next_look) {
     all->next_look = time + kControlInterval;
     char text[kMostOrders];
-    std::string_view orders =
-        all->control.read_new(all->settings.dir, text, sizeof text);
+    std::string_view orders = all->control.read_new(all->settings.dir, text, sizeof text);
     while (!orders.empty()) {
       const std::size_t end_of_line = std::min(orders.find('\n'), orders.size());
       obey(orders.substr(0, end_of_line), time);
@@ -437,8 +434,8 @@ static void put_sample(Handle& handle, const Point3Df& acc, const Point3Df& gyro
   Bytes record(to);
   record.byte(kSample);
   if (!same) record.varint(handle.id);
-  record.signed_varint(static_cast<std::int64_t>(time - handle.last_time -
-                                                 handle.last_interval));
+  record.signed_varint(
+      static_cast<std::int64_t>(time - handle.last_time - handle.last_interval));
   *to = sample_tag(handle.coder.write(acc, gyro, record), same);
   all->file.commit(record.size());
   handle.last_interval = time - handle.last_time;
@@ -466,8 +463,8 @@ static std::uint32_t put_call(Tag tag, WgrHandle h, const Fill& fill) {
   return handle->id;
 }
 
-static void put_answer(std::uint8_t call, std::uint32_t id, std::uint8_t ending, int value,
-                       std::uint64_t time) {
+static void put_answer(std::uint8_t call, std::uint32_t id, std::uint8_t ending,
+                       int value, std::uint64_t time) {
   if (place(2 * kShortBytes, time) == nullptr || !tell_of_thread(time)) return;
   put(kAnswer, time, [&](Bytes& bytes) {
     bytes.varint(id);
@@ -544,8 +541,8 @@ void initialised(WgrHandle h, const InitArguments& arguments) {
   Handle* const handle = lock.held() && h != nullptr ? handle_of(h) : nullptr;
   if (handle == nullptr) return;
   handle->init = arguments;
-  handle->flags = static_cast<std::uint8_t>((handle->flags | kInitialised) &
-                                            ~kSensitivitySet);
+  handle->flags =
+      static_cast<std::uint8_t>((handle->flags | kInitialised) & ~kSensitivitySet);
 }
 
 std::uint32_t before_sensitivity(WgrHandle h, int level) {
@@ -589,9 +586,8 @@ void model_set(WgrHandle h, int wearer, int mode) {
 }
 
 std::uint32_t before_register(WgrHandle h, WgGestureEventCb cb) {
-  return put_call(kRegister, h, [&](Bytes& bytes, Handle&) {
-    bytes.byte(cb == nullptr ? 0 : 1);
-  });
+  return put_call(kRegister, h,
+                  [&](Bytes& bytes, Handle&) { bytes.byte(cb == nullptr ? 0 : 1); });
 }
 
 Handle* registered(WgrHandle h, WgGestureEventCb cb, void* user_data) {
@@ -606,9 +602,8 @@ Handle* registered(WgrHandle h, WgGestureEventCb cb, void* user_data) {
 
 std::uint32_t before_destroy(const WgrHandle* ph) {
   const WgrHandle h = ph == nullptr ? nullptr : *ph;
-  const std::uint32_t id = put_call(kDestroy, h, [&](Bytes& bytes, Handle&) {
-    bytes.byte(ph == nullptr ? 0 : 1);
-  });
+  const std::uint32_t id = put_call(
+      kDestroy, h, [&](Bytes& bytes, Handle&) { bytes.byte(ph == nullptr ? 0 : 1); });
   // Another thread may be given the same pointer as soon as this one is free.
   Lock lock;
   if (lock.held() && h != nullptr) all->handles.remove(h);

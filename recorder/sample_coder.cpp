@@ -61,8 +61,7 @@ static void write_wide(double value, int& kept, Bytes& bytes) {
   kept = next_exponent(kept, exponent);
 }
 
-std::uint8_t SampleCoder::write(const Point3Df& acc, const Point3Df& gyro,
-                                Bytes& bytes) {
+std::uint8_t SampleCoder::write(const Point3Df& acc, const Point3Df& gyro, Bytes& bytes) {
   const double values[kAxes] = {acc.x, acc.y, acc.z, gyro.x, gyro.y, gyro.z};
   std::optional<std::int64_t> steps[kAxes];
   std::uint8_t wide = 0;

@@ -54,7 +54,7 @@ class SampleCoder {
   std::uint8_t write(const Point3Df& acc, const Point3Df& gyro, Bytes& bytes);
 
  private:
-  static constexpr std::size_t kLearnt = 32;           // values that a step is found from
+  static constexpr std::size_t kLearnt = 32;  // values that a step is found from
   static constexpr std::uint32_t kLongestPause = 8192;  // values between two attempts
 
   struct Axis {

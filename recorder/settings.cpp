@@ -25,8 +25,8 @@ static constexpr std::uint64_t kMostMegabytes = 1'000'000;
 static constexpr std::uint64_t kMostMinutes = 1'000'000;
 static constexpr std::uint64_t kMostSignal = 64;
 static constexpr const char* kNames[] = {
-    "dir",    "library", "label", "keep", "max_mb", "segment_kb",
-    "minutes", "before", "after", "start", "fork",  "mark_signal"};
+    "dir",     "library", "label", "keep",  "max_mb", "segment_kb",
+    "minutes", "before",  "after", "start", "fork",   "mark_signal"};
 
 void complain(std::string_view what, std::string_view about) {
   HeldSignals held;
@@ -66,7 +66,8 @@ static bool take_number(std::string_view value, std::uint64_t least, std::uint64
   std::uint64_t number = 0;
   const char* const end = value.data() + value.size();
   const auto [stop, error] = std::from_chars(value.data(), end, number);
-  if (error != std::errc() || stop != end || number < least || number > most) return false;
+  if (error != std::errc() || stop != end || number < least || number > most)
+    return false;
   to = static_cast<Number>(number * unit);
   return true;
 }

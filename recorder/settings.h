@@ -1,4 +1,5 @@
-// What the recorder is to do: from a file, and from the environment, which goes before it.
+// What the recorder is to do: from a file, and from the environment, which goes before
+// it.
 #pragma once
 
 #include <cstddef>
@@ -17,14 +18,14 @@ struct Settings {
   char library[kPathSize] = "";  // that the proxy stands in front of
   char label[kMostLabel + 1] = "";
   Keep keep = Keep::kRing;
-  std::uint64_t max_bytes = 64'000'000;     // of all captures in the folder
-  std::uint64_t segment_bytes = 0;          // 0: an eighth of max_bytes
-  std::uint64_t ring_us = 0;                // 0: max_bytes alone bounds the ring
-  std::uint64_t before_us = 60'000'000;     // that is kept around an event or a mark
+  std::uint64_t max_bytes = 64'000'000;  // of all captures in the folder
+  std::uint64_t segment_bytes = 0;       // 0: an eighth of max_bytes
+  std::uint64_t ring_us = 0;             // 0: max_bytes alone bounds the ring
+  std::uint64_t before_us = 60'000'000;  // that is kept around an event or a mark
   std::uint64_t after_us = 30'000'000;
-  bool start = true;        // records from the host's first call on
+  bool start = true;           // records from the host's first call on
   bool child_records = false;  // after fork()
-  int mark_signal = 0;      // 0: none
+  int mark_signal = 0;         // 0: none
 };
 
 // Reads the file that WGR_RECORDER_CONFIG names, or /etc/wgr-recorder.conf, and the

@@ -15,7 +15,7 @@ static constexpr double kDoubleNoise = 1e-13;         // of a difference, of the
 static constexpr double kFloatNoise = 3e-7;
 static constexpr double kMostOff = 0.2;  // steps, from a whole number
 static constexpr int kMostParts = 16;    // steps in the least difference
-static constexpr int kNeighbours = 2;  // that are tried on either side of an estimate
+static constexpr int kNeighbours = 2;    // that are tried on either side of an estimate
 
 std::optional<std::int64_t> in_steps(const Step& step, double value) {
   const bool quotient = step.form == kQuotient || step.form == kFloatQuotient;
@@ -54,8 +54,8 @@ static std::size_t magnitudes(const double* values, std::size_t count, double no
   return made;
 }
 
-// Where all are multiples of about `step`, a better estimate of it: each one tells it more
-// closely than the ones before. 0 where they are not.
+// Where all are multiples of about `step`, a better estimate of it: each one tells it
+// more closely than the ones before. 0 where they are not.
 static double refined(double step, const double* sorted, std::size_t count) {
   for (std::size_t i = 0; i < count; ++i) {
     const double steps = sorted[i] / step;

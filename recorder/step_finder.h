@@ -15,7 +15,8 @@ inline constexpr std::size_t kMostValues = 64;
 // last bit.
 std::optional<std::int64_t> in_steps(const capture::Step& step, double value);
 
-// The step of all the values, of kMostValues at most, to the last bit; kNoSteps where there is none.
+// The step of all the values, of kMostValues at most, to the last bit; kNoSteps where
+// there is none.
 capture::Step find_step(const double* values, std::size_t count);
 
 }  // namespace wgr::recorder

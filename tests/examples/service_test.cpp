@@ -56,7 +56,8 @@ TEST_F(Service, LeadsFromAComplaintToACauseInFiveCommands) {
   ASSERT_EQ(serve("WGR_RECORDER_DIR=" + captures(), kDemo).status, 0);
   EXPECT_EQ(run_wgr("capture mark " + capture()).status, 0);
   const std::string cut = made("it.wgrcap");
-  const Outcome cutting = run_wgr("capture cut --from 0 --to 60 " + capture() + " -o " + cut);
+  const Outcome cutting =
+      run_wgr("capture cut --from 0 --to 60 " + capture() + " -o " + cut);
   EXPECT_EQ(cutting.status, 0) << cutting.err;
   const Outcome replay = run_wgr("replay " + cut);
   EXPECT_EQ(replay.status, 0) << replay.out;

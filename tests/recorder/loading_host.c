@@ -10,10 +10,10 @@
 
 /* ISO C has no conversion from an object's address to a function's. */
 static void* library;
-#define TAKE(function)                               \
-  do {                                               \
-    void* found = dlsym(library, #function);         \
-    if (found == NULL) return 3;                     \
+#define TAKE(function)                                \
+  do {                                                \
+    void* found = dlsym(library, #function);          \
+    if (found == NULL) return 3;                      \
     memcpy(&function##_, &found, sizeof function##_); \
   } while (0)
 

@@ -155,7 +155,8 @@ static void threads(int count, int handles, int samples) {
   std::vector<std::uint64_t> sums(static_cast<size_t>(count));
   std::vector<std::thread> running;
   for (int i = 0; i < count; ++i) {
-    running.emplace_back(many, i, handles, samples, std::ref(sums[static_cast<size_t>(i)]));
+    running.emplace_back(many, i, handles, samples,
+                         std::ref(sums[static_cast<size_t>(i)]));
   }
   for (std::thread& thread : running) thread.join();
   std::uint64_t sum = 0;

@@ -245,7 +245,8 @@ TEST(Recorder, RingStaysWithinItsBound) {
   const auto captures = captures_in(folder.path());
   ASSERT_GE(captures.size(), 3u);
   std::uint64_t bytes = 0;
-  for (const std::string& capture : captures) bytes += std::filesystem::file_size(capture);
+  for (const std::string& capture : captures)
+    bytes += std::filesystem::file_size(capture);
   EXPECT_LE(bytes, 1000000u);
   EXPECT_GE(bytes, 500000u);
   const ReenactmentTotals totals = expect_made_again(captures[1]);
@@ -340,9 +341,10 @@ TEST(Recorder, ControlFileSwitchesAndMarks) {
 TEST(Recorder, PreloadedIntoAPlainHostItRecordsEveryCall) {
   TempDirectory folder;
   const std::string log = folder.file("log");
-  const int status = std::system((settings(folder.path()) + "LD_PRELOAD=" WGR_RECORDER
-                                  " " WGR_C_HOST " >" + log + " 2>&1")
-                                     .c_str());
+  const int status =
+      std::system((settings(folder.path()) +
+                   "LD_PRELOAD=" WGR_RECORDER " " WGR_C_HOST " >" + log + " 2>&1")
+                      .c_str());
   EXPECT_EQ(status, 0) << read_file(log);
   const auto captures = captures_in(folder.path());
   ASSERT_EQ(captures.size(), 1u);

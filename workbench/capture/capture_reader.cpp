@@ -56,6 +56,10 @@ class CaptureReader::Cursor {
     }
     return static_cast<int>(value);
   }
+  std::string rest() {
+    const std::size_t size = left();
+    return std::string(reinterpret_cast<const char*>(bytes(size)), size);
+  }
   double real() { return double_of(get_le<std::uint64_t>(bytes(8))); }
   Point3Df point() {
     const double x = real();
@@ -93,8 +97,8 @@ bool CaptureReader::read_block() {
   block_size_ = 0;
   try {
     while (block_size_ < kBlockSize) {
-      const size_t got = bytes_->read(reinterpret_cast<char*>(block_.data()) + block_size_,
-                                     kBlockSize - block_size_);
+      const size_t got = bytes_->read(
+          reinterpret_cast<char*>(block_.data()) + block_size_, kBlockSize - block_size_);
       if (got == 0) break;
       block_size_ += got;
     }
@@ -157,7 +161,8 @@ bool CaptureReader::next_block() {
     const auto sum = get_le<std::uint32_t>(block_.data() + kChecksumAt);
     const std::uint64_t number = get_le<std::uint32_t>(block_.data() + kNumberAt);
     if (number == 0 && sum == 0 && block_[kFirstRecordAt] == kNoRecord) {
-      unwritten_ = true;  // room that was reserved; or a block that never reached the disk
+      unwritten_ =
+          true;  // room that was reserved; or a block that never reached the disk
       continue;
     }
     const bool sealed = sum != 0;
@@ -173,8 +178,7 @@ bool CaptureReader::next_block() {
     number_ = number;
     ++serial_;
     at_ = kFirstRecordAt;
-    last_time_ = block_begin_ =
-        get_le<std::uint64_t>(block_.data() + kBlockMonotonicAt);
+    last_time_ = block_begin_ = get_le<std::uint64_t>(block_.data() + kBlockMonotonicAt);
     const auto real = get_le<std::uint64_t>(block_.data() + kBlockRealTimeAt);
     real_offset_ = real == 0 ? 0 : real - last_time_;
     thread_ = 0;
@@ -425,11 +429,9 @@ void CaptureReader::parse_body(Cursor& cursor, CaptureRecord& record) {
       record.major = cursor.integer();
       record.minor = cursor.integer();
       return;
-    case kMark: {
-      const std::size_t size = cursor.left();
-      record.text.assign(reinterpret_cast<const char*>(cursor.bytes(size)), size);
+    case kMark:
+      record.text = cursor.rest();
       return;
-    }
     case kEnd:
       record.value = cursor.byte();
       ended_ = true;

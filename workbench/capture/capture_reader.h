@@ -100,7 +100,7 @@ class CaptureReader {
   std::uint64_t damaged_blocks() const { return damaged_; }
   std::uint64_t torn_records() const { return torn_; }
   std::uint64_t first_damage() const { return first_damage_; }  // its offset
-  bool ended() const { return ended_; }  // not by chance: by kEnd
+  bool ended() const { return ended_; }                         // not by chance: by kEnd
 
  private:
   class Cursor;
@@ -133,9 +133,9 @@ class CaptureReader {
   std::unique_ptr<ByteSource> bytes_;
   CaptureHeader header_;
   std::array<std::uint8_t, capture::kBlockSize> block_ = {};
-  std::size_t block_size_ = 0;      // that was read
-  std::uint64_t blocks_read_ = 0;   // so many are in the file up to here
-  std::uint64_t number_ = 0;        // of the block
+  std::size_t block_size_ = 0;     // that was read
+  std::uint64_t blocks_read_ = 0;  // so many are in the file up to here
+  std::uint64_t number_ = 0;       // of the block
   std::size_t at_ = capture::kBlockSize;
   bool sealed_ = false;
   bool gap_ = false;

@@ -49,7 +49,8 @@ void CaptureWriter::end_block() {
 void CaptureWriter::start_block(const CaptureRecord& record) {
   put_le(block_.data() + kNumberAt, ++number_);
   put_le(block_.data() + kBlockMonotonicAt, record.time);
-  const std::uint64_t real = record.real_offset == 0 ? 0 : record.time + record.real_offset;
+  const std::uint64_t real =
+      record.real_offset == 0 ? 0 : record.time + record.real_offset;
   put_le(block_.data() + kBlockRealTimeAt, real);
   at_ = kFirstRecordAt;
   last_time_ = record.time;
@@ -116,8 +117,8 @@ void CaptureWriter::put_model(const CaptureRecord& record, const CaptureReader& 
 
 void CaptureWriter::put_sample(const CaptureRecord& record) {
   HandleState& state = handles_[record.handle];
-  const bool more = state.block != number_ || state.coder.steps_changed() ||
-                    record.thread != thread_;
+  const bool more =
+      state.block != number_ || state.coder.steps_changed() || record.thread != thread_;
   need(kMostSample + (more ? kSteps6 : 0), record);
   put_thread(record);
   if (state.block != number_) {
@@ -156,6 +157,16 @@ static void put_init(const CapturedInit& init, Bytes& bytes) {
   bytes.signed_varint(init.hand_window_len);
 }
 
+// What is known of a handle that was there before.
+static void put_handle(const CaptureRecord& record, Bytes& bytes) {
+  bytes.byte(record.flags);
+  put_init(record.init, bytes);
+  bytes.signed_varint(record.value);
+  bytes.varint(record.model);
+  bytes.number(record.number);
+  bytes.number(record.cost_time);
+}
+
 void CaptureWriter::put_body(const CaptureRecord& record, Bytes& bytes) {
   const bool of_handle = record.tag != kMark && record.tag != kEnd &&
                          record.tag != kMissed && record.tag != kVersionSet &&
@@ -185,12 +196,7 @@ void CaptureWriter::put_body(const CaptureRecord& record, Bytes& bytes) {
       bytes.signed_varint(record.value);
       break;
     case kHandle:
-      bytes.byte(record.flags);
-      put_init(record.init, bytes);
-      bytes.signed_varint(record.value);
-      bytes.varint(record.model);
-      bytes.number(record.number);
-      bytes.number(record.cost_time);
+      put_handle(record, bytes);
       break;
     case kCreate:
       bytes.varint(record.model);

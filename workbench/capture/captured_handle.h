@@ -54,8 +54,8 @@ class CapturedHandle {
   bool figures_known_ = true;  // the last recognition's
   bool model_known_ = true;
   bool wearer_lost_ = false;
-  bool collecting_ = false;      // before the sample
-  long long samples_ = 0;        // since the state was lost
+  bool collecting_ = false;  // before the sample
+  long long samples_ = 0;    // since the state was lost
   long long wearer_samples_ = 0;
 };
 

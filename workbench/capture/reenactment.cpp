@@ -21,7 +21,7 @@ static constexpr std::size_t kMostHandles = 10000;
 static constexpr std::size_t kMostAtOnce = 4096;  // records that are handed to a thread
 static constexpr int kDeepest = 100;              // callbacks within callbacks
 static constexpr double kLastBits = 1e-12;        // of a figure
-static constexpr double kSecond = 1e6;  // us
+static constexpr double kSecond = 1e6;            // us
 
 namespace {
 
@@ -89,8 +89,8 @@ ReenactmentTotals Reenactment::run() {
     // A model is used where it is told of: before the reader has gone on.
     const bool alone = record.tag == kCreate || record.tag == kSetModel ||
                        record.tag == kHandle || record.gap;
-    if (!run_.empty() && (record.thread != run_.front().thread || alone ||
-                          run_.size() == kMostAtOnce)) {
+    if (!run_.empty() &&
+        (record.thread != run_.front().thread || alone || run_.size() == kMostAtOnce)) {
       hand_over();
     }
     take(record);
@@ -134,8 +134,8 @@ void Reenactment::hand_over() {
                          " threads, which no re-enactment can have");
     }
     totals_.threads.insert(number);
-    thread = std::make_unique<HostThread>(
-        [this](RecordQueue& queue) { perform_all(queue); });
+    thread =
+        std::make_unique<HostThread>([this](RecordQueue& queue) { perform_all(queue); });
   }
   thread->perform(run_);
 }
@@ -184,8 +184,8 @@ void Reenactment::remove(const CaptureRecord& record) {
   callings_.erase(record.handle);
 }
 
-void Reenactment::compare(const CaptureRecord& record, std::uint8_t call,
-                          double recorded, double now, bool known) {
+void Reenactment::compare(const CaptureRecord& record, std::uint8_t call, double recorded,
+                          double now, bool known) {
   if (!known) {
     ++totals_.not_compared;
     return;

@@ -21,9 +21,9 @@ struct AnswerDifference {
 inline constexpr double kNoAnswer = -1e300;
 
 struct ReenactmentTotals {
-  std::uint64_t answers = 0;       // that were compared
-  std::uint64_t differing = 0;     // of them
-  std::uint64_t last_bits = 0;     // not counted as differing: another processor's rounding
+  std::uint64_t answers = 0;    // that were compared
+  std::uint64_t differing = 0;  // of them
+  std::uint64_t last_bits = 0;  // not counted as differing: another processor's rounding
   std::uint64_t not_compared = 0;  // what they rest on is not in the capture
   std::uint64_t unanswered = 0;    // calls that had not ended when the recording did
   std::uint64_t samples = 0;

@@ -1,5 +1,6 @@
 // What is written into a capture is read from it to the last bit; what is damaged is
-// passed over, what no recorder writes is refused; and the program's commands on captures.
+// passed over, what no recorder writes is refused; and the program's commands on
+// captures.
 #include <cmath>
 #include <limits>
 #include <random>
@@ -25,7 +26,8 @@ static CaptureRecord sample_at(std::uint64_t time, const Point3Df& acc,
 }
 
 // A capture of these samples alone, 20 ms apart but for some jitter.
-static void write_samples(const std::string& path, const std::vector<CaptureRecord>& all) {
+static void write_samples(const std::string& path,
+                          const std::vector<CaptureRecord>& all) {
   const std::string empty = path + ".empty";
   {
     OutputFiles files;
@@ -65,8 +67,8 @@ static double bytes_each(const std::vector<CaptureRecord>& all) {
     if (read >= all.size()) break;
     EXPECT_EQ(record.time, all[read].time);
     // Of a not-a-number every bit, too.
-    for (const auto& [a, b] : {std::pair(record.acc, all[read].acc),
-                               std::pair(record.gyro, all[read].gyro)}) {
+    for (const auto& [a, b] :
+         {std::pair(record.acc, all[read].acc), std::pair(record.gyro, all[read].gyro)}) {
       EXPECT_EQ(std::memcmp(&a, &b, sizeof a), 0) << "sample " << read;
     }
   }
@@ -286,7 +288,8 @@ TEST_F(RecordedCapture, InfoCutMarkAndConvert) {
   EXPECT_NE(unchosen.err.find("holds 3 handles: choose one by --handle: 1 ("),
             std::string::npos)
       << unchosen.err;
-  const Outcome csv = run_wgr("capture csv --handle 2 " + path() + " -o " + made("a.csv"));
+  const Outcome csv =
+      run_wgr("capture csv --handle 2 " + path() + " -o " + made("a.csv"));
   EXPECT_EQ(csv.status, 0) << csv.err;
   EXPECT_NE(read_file(made("a.csv")).find("t,ax,ay,az,gx,gy,gz\n"), std::string::npos);
 
@@ -303,7 +306,8 @@ TEST_F(RecordedCapture, PartFromTheMiddleIsMadeAgain) {
   CaptureReader reader(path());
   std::vector<std::uint64_t> times;
   for (CaptureRecord record; reader.next(record);) {
-    if (record.tag == capture::kSample && record.handle == 2) times.push_back(record.time);
+    if (record.tag == capture::kSample && record.handle == 2)
+      times.push_back(record.time);
   }
   ASSERT_GT(times.size(), 100u);
   const double middle =
@@ -336,8 +340,8 @@ TEST_F(RecordedCapture, RepairedCaptureHoldsWhatIsWhole) {
   std::string bytes = read_file(path());
   bytes.resize(bytes.size() - 5000);
   write_file(made("torn.wgrcap"), bytes);
-  const Outcome repair = run_wgr("capture repair " + made("torn.wgrcap") + " -o " +
-                                 made("whole.wgrcap"));
+  const Outcome repair =
+      run_wgr("capture repair " + made("torn.wgrcap") + " -o " + made("whole.wgrcap"));
   EXPECT_EQ(repair.status, 0) << repair.err;
   EXPECT_EQ(made_again(made("whole.wgrcap")).answers,
             made_again(made("torn.wgrcap")).answers);

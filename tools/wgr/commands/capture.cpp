@@ -44,10 +44,11 @@ Examples:
 Exit status: 0 done; 1 the machine failed (disk, memory); 2 a capture or an argument cannot
 be used.)";
 static constexpr char kEndFooter[] =
-    "Exit status: 0 done; 1 the machine failed (disk, memory); 2 the capture or an argument "
+    "Exit status: 0 done; 1 the machine failed (disk, memory); 2 the capture or an "
+    "argument "
     "cannot be used.";
-static constexpr double kSecond = 1e6;         // us
-static constexpr double kDefaultSpan = 3.0;    // s before a mark
+static constexpr double kSecond = 1e6;          // us
+static constexpr double kDefaultSpan = 3.0;     // s before a mark
 static constexpr char kUnnamedMark[] = "mark";  // the label of a mark without a text
 
 namespace {
@@ -160,8 +161,9 @@ static void print_info_text(const CaptureReader& reader, const Content& content)
   const std::string damage = damage_text(reader);
   print(stdout, "damage    {}\n", damage.empty() ? "none" : damage);
   print(stdout, "end       {}\n",
-        reader.ended() ? "the recorder closed it" : "torn off: the host was killed, or "
-                                                    "still runs");
+        reader.ended() ? "the recorder closed it"
+                       : "torn off: the host was killed, or "
+                         "still runs");
 }
 
 static void plan(const Arguments& given) {
@@ -223,8 +225,7 @@ static void list_marks(const Arguments& given) {
   }
   // The table that wgr segment reads, beside the capture.
   std::string table = "file,t_start,t_end,label\n";
-  const std::string file =
-      given.capture.substr(given.capture.find_last_of('/') + 1);
+  const std::string file = given.capture.substr(given.capture.find_last_of('/') + 1);
   for (const Mark& mark : content.marks) {
     table += fmt::format("{},{:.3f},{:.3f},{}\n", field(file),
                          std::max(mark.t - given.span, 0.0), mark.t,
@@ -279,16 +280,15 @@ void add_capture(CLI::App& wgr) {
             within(seconds), "S");
   add_value(*cut, "--to", given->edit.end, "Where it ends", within(seconds), "S");
   add_handle_option(*cut, given->edit.handle);
-  CLI::App* const csv =
-      add_part(*command, "csv", "The samples of a handle, as a recording.", given,
-               "The recording; gzip when it ends in .gz", true,
-               [](Arguments& a) { convert(a); });
+  CLI::App* const csv = add_part(
+      *command, "csv", "The samples of a handle, as a recording.", given,
+      "The recording; gzip when it ends in .gz", true, [](Arguments& a) { convert(a); });
   add_handle_option(*csv, given->edit.handle);
   add_max_size(*csv, given->limit);
-  CLI::App* const mark = add_part(
-      *command, "mark", "The marks of a capture.", given,
-      "Write a table of annotations that\nwgr segment reads, instead", false,
-      [](Arguments& a) { list_marks(a); });
+  CLI::App* const mark =
+      add_part(*command, "mark", "The marks of a capture.", given,
+               "Write a table of annotations that\nwgr segment reads, instead", false,
+               [](Arguments& a) { list_marks(a); });
   add_value(*mark, "--span", given->span, "Length of an annotation, up to its mark, s",
             within(number_above(0, 3600)), "S");
   add_part(*command, "repair", "What is whole of a damaged capture.", given,

@@ -22,7 +22,8 @@ void reenact_capture(const std::string& path, bool json) {
     CaptureReader reader(path);
     utsname here = {};
     uname(&here);
-    const ReenactmentTotals totals = reenact(reader, reader.header().processor != here.machine);
+    const ReenactmentTotals totals =
+        reenact(reader, reader.header().processor != here.machine);
     const std::string damage = damage_text(reader);
     if (!damage.empty()) warn("{}: {}; what is whole is used", path, damage);
     write_results(json ? reenactment_json(totals)

@@ -67,11 +67,10 @@ static std::string count_line(std::uint64_t count, const std::string& what) {
 }
 
 std::string reenactment_text(const ReenactmentTotals& totals, const std::string& name) {
-  std::string text =
-      fmt::format("{}: {} samples in {:.1f} s, {} callbacks, {}, {}\n", name,
-                  with_commas(totals.samples), totals.seconds,
-                  with_commas(totals.callbacks), counted(totals.handles.size(), "handle"),
-                  counted(totals.threads.size(), "thread"));
+  std::string text = fmt::format(
+      "{}: {} samples in {:.1f} s, {} callbacks, {}, {}\n", name,
+      with_commas(totals.samples), totals.seconds, with_commas(totals.callbacks),
+      counted(totals.handles.size(), "handle"), counted(totals.threads.size(), "thread"));
   for (const AnswerDifference& difference : totals.first) {
     text += difference_text(difference);
   }
@@ -84,8 +83,8 @@ std::string reenactment_text(const ReenactmentTotals& totals, const std::string&
                      "answers not compared: what they rest on is not in the capture");
   text += count_line(totals.gaps, "gaps");
   text += count_line(totals.missed, "calls that could not be recorded");
-  text += count_line(totals.unanswered,
-                     "calls had not returned when the recording ended");
+  text +=
+      count_line(totals.unanswered, "calls had not returned when the recording ended");
   if (totals.ended_without_model) {
     text += "the library ended the host here: it had no default model\n";
   }
