@@ -15,22 +15,11 @@
 #include "support/files.h"
 #include "synthesis/performance.h"
 #include "tools/run_wgr.h"
+#include "workbench/diagnosis/sound_recording.h"
 
 using namespace wgr;
 
 using ::testing::HasSubstr;
-
-using Recorded = std::vector<RecordedSample>;
-
-// A minute or so: each gesture twice, some everyday movement, the ways between.
-static Recorded repetition(int number, int rate = 50, int wearer = 0,
-                           Style style = Style::kFree) {
-  const Person person = make_person(number, style);
-  const Random random(static_cast<uint64_t>(1000 + number));
-  Random planning = random.fork(1);
-  const Plan plan = random_plan({2, 20.0}, person, planning);
-  return record(plan, person, {wearer, rate}, random.fork(2));
-}
 
 static std::string ids(const Diagnosis& diagnosis) {
   std::vector<std::string> found;

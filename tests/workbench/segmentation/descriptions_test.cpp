@@ -12,28 +12,13 @@
 #include "support/files.h"
 #include "tools/run_wgr.h"
 #include "training/model_output.h"
+#include "workbench/segmentation/sound_description.h"
 
 using namespace wgr;
 
 using nlohmann::ordered_json;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
-
-static ordered_json description() {
-  Provenance p;
-  p.rate = 50;
-  p.shortest = 25;
-  p.static_window = 10;
-  p.strength_threshold = 2.0;
-  p.background_seconds = 12.5;
-  p.classes = {{"circle", 0}, {"1", 1}};
-  p.verdicts = {{"kept", 3}};
-  p.inputs = {{"a.csv", std::string(64, '0')}};
-  p.subjects = {"ann", "ann", "bob"};
-  ordered_json json = to_json(p);
-  json["training_file_sha256"] = std::string(64, 'f');
-  return json;
-}
 
 // What is said of a description; empty when it is taken.
 static std::string said_of(const std::string& text) {
