@@ -4,7 +4,9 @@
 
 #include <map>
 
+#include "evaluation/evaluation.h"
 #include "pages/page_data.h"
+#include "segmentation/recording_set.h"
 #include "support/cases.h"
 #include "support/private_paths.h"
 #include "support/random_points.h"
@@ -146,6 +148,33 @@ TEST_F(ModelPages, OfBuildAndEvalAreFilesThatAskForNothing) {
     EXPECT_THAT(text, Not(HasSubstr("@@")));
     EXPECT_THAT(text, Not(HasSubstr("src=\"")));
     EXPECT_THAT(text, Not(HasSubstr(directory_->file("")))) << "no way to this machine";
+  }
+}
+
+// The page draws what was played.
+TEST_F(ModelPages, OfEvalHaveEveryRepetitionOnceWithItsFold) {
+  const SegmentedSet set =
+      segment_set(read_recording_set(path("set")), {}, SegmentationOptions());
+  EvaluationOptions options;
+  options.leave_out = LeaveOut::kSubject;
+  const Evaluation result = evaluate(set, options);
+  std::map<std::pair<size_t, size_t>, size_t> times;
+  std::vector<size_t> of_fold(2), right_of_fold(2);
+  for (const Played& played : result.played) {
+    if (!played.repetition) continue;
+    ++times[{played.recording, *played.repetition}];
+    ASSERT_LT(played.fold, 2u);
+    ++of_fold[played.fold];
+    const auto& annotations = set.recordings[played.recording].annotations;
+    const int label = annotations[*played.repetition].label;
+    right_of_fold[played.fold] += played.outcome == std::to_string(label) ? 1 : 0;
+    EXPECT_EQ(played.cause.empty(), played.outcome == std::to_string(label));
+  }
+  EXPECT_EQ(times.size(), result.repetitions);
+  ASSERT_EQ(result.folds.size(), 2u);
+  for (size_t f = 0; f < 2; ++f) {
+    EXPECT_EQ(of_fold[f], result.folds[f].repetitions);
+    EXPECT_EQ(right_of_fold[f], result.folds[f].right);
   }
 }
 

@@ -127,6 +127,10 @@ TEST(EvaluationFigures, AreHeldAgainstWhatIsRequired) {
   EXPECT_EQ(failure("false_positives_per_hour=1.9", result),
             "false_positives_per_hour is 2.0000; at most 1.9000 is required");
   EXPECT_EQ(failure("classified_right=1", result), "");
+  for (const std::string figure : {"kept_accuracy", "classified_right"}) {
+    EXPECT_EQ(failure(figure + "=0.5", result), "");
+    EXPECT_THAT(failure(figure + "=1.1", result), HasSubstr("; at least 1.1000 is"));
+  }
   EXPECT_EQ(failure("latency=0.1", result),
             "latency is 0.2000; at most 0.1000 is required");
   EXPECT_EQ(failure("kept_accuracy=0.5", Evaluation()),
