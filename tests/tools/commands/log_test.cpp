@@ -343,6 +343,16 @@ TEST_F(Log, AnEmptyLogHasNoHostRuns) {
   EXPECT_EQ(sum["lines"], 0);
 }
 
+// More classes than any model has would fill the memory.
+TEST_F(Log, ClassesBeyondAHundredAreCountedTogether) {
+  std::string text = start_lines();
+  for (int label = 100; label < 205; ++label) text += closing(label);
+  const json sum = summary(text);
+  EXPECT_EQ(sum["gestures"], 105);
+  EXPECT_EQ(sum["by_class"].size(), 101u);
+  EXPECT_EQ(sum["by_class"]["other"], 5);
+}
+
 TEST_F(Log, ManyHostRunsAreListedByJsonAlone) {
   std::string text;
   for (int i = 0; i < 100; ++i) text += start_lines();

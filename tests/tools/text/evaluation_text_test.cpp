@@ -129,7 +129,8 @@ TEST(EvaluationFigures, AreHeldAgainstWhatIsRequired) {
   EXPECT_EQ(failure("classified_right=1", result), "");
   for (const std::string figure : {"kept_accuracy", "classified_right"}) {
     EXPECT_EQ(failure(figure + "=0.5", result), "");
-    EXPECT_THAT(failure(figure + "=1.1", result), HasSubstr("; at least 1.1000 is"));
+    EXPECT_THAT(failure(figure + "=1.1", result),
+                ::testing::HasSubstr("; at least 1.1000 is"));
   }
   EXPECT_EQ(failure("latency=0.1", result),
             "latency is 0.2000; at most 0.1000 is required");
