@@ -13,7 +13,6 @@ from pathlib import Path
 LIBRARY = "libWearableInteraction.so"
 INSIDE = "libWearableInteraction_inside.so"  # its free functions, which tests call
 ARCHIVE = "src/libWearableInteraction_internals.a"  # the same, which the tool calls
-UPLOT = "build/npm/node_modules/uplot"  # where scripts/fetch-page puts it
 PORTABLE = ["-DWGR_PORTABLE"]  # without vector code
 
 
@@ -48,7 +47,7 @@ class Build:
         self.source, self.folder = folder / "source", folder / self.BUILD
         copy_tree(root, self.source)
         run(["cmake", "-G", "Ninja", "-S", self.source, "-B", self.folder,
-             "-DCMAKE_SKIP_RPATH=ON", f"-DWGR_UPLOT={root / UPLOT}", *self.OPTIONS])
+             "-DCMAKE_SKIP_RPATH=ON", *self.OPTIONS])
         self.links = {}
         self.tests = self.find_tests()
         built = subprocess.run(["ninja", "-C", self.folder, f"-j{jobs}", *self.targets()],

@@ -13,8 +13,12 @@ const kBrowser = process.env.CHROMIUM ?? '/usr/bin/chromium';
 const kFlags = ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic',
   '--no-first-run', '--disable-background-networking', '--disable-component-update',
   '--disable-sync'];
-const kWidths = [1280, 400];
-const kSchemes = ['light', 'dark'];
+// As people read: a wide window with a mouse, a phone with fingers.
+const kWays = [
+  {width: 1280, colorScheme: 'light'}, {width: 1280, colorScheme: 'dark'},
+  {width: 400, colorScheme: 'light', hasTouch: true},
+  {width: 400, colorScheme: 'dark', hasTouch: true},
+];
 
 function skip(reason) {
   console.log(`skipped: ${reason}`);
@@ -26,6 +30,14 @@ function browserFrom(packages) {
   if (!fs.existsSync(kBrowser)) skip(`${kBrowser} is not there: apt-get install chromium`);
   const playwright = path.join(packages, 'node_modules/playwright-core');
   if (!fs.existsSync(playwright)) skip(`playwright-core is not in ${packages}: npm ci`);
+  const axe = path.join(packages, 'node_modules/axe-core/axe.min.js');
+  if (!fs.existsSync(axe)) skip(`axe-core is not in ${packages}: npm ci`);
+  always['axe finds nothing'] = async (page) => {
+    await page.evaluate(fs.readFileSync(axe, 'utf8'));
+    const found = await page.evaluate(async () => (await axe.run({resultTypes: ['violations']}))
+        .violations.flatMap((v) => v.nodes.map((n) => `${v.id}: ${n.target} ${n.html}`)));
+    assert.deepEqual(found, []);
+  };
   return require(playwright).chromium;
 }
 
@@ -67,10 +79,10 @@ const always = {
 };
 
 // Opens one page in one way, and returns how many checks failed.
-async function checkPage(browser, file, checks, width, colorScheme) {
-  const page = await browser.newPage();
-  await page.setViewportSize({width, height: 900});
-  await page.emulateMedia({colorScheme});
+async function checkPage(browser, file, checks, {width, colorScheme, hasTouch = false}) {
+  const context = await browser.newContext({viewport: {width, height: 900}, colorScheme,
+    hasTouch, offline: true});
+  const page = await context.newPage();
   let failures = 0;
   const report = (good, text) => {
     failures += good ? 0 : 1;
@@ -101,11 +113,12 @@ async function checkPage(browser, file, checks, width, colorScheme) {
     await page.screenshot({path: path.join(process.env.WGR_SCREENSHOTS, name),
       fullPage: true});
   }
-  await page.close();
+  await context.close();
   return failures;
 }
 
-// Runs `make` in a folder of its own; it returns [page, checks] pairs. Ends the process.
+// Runs `make` in a folder of its own; it returns [page, checks] pairs, or with the ways to
+// read it as a third. Ends the process.
 // With WGR_SCREENSHOTS=FOLDER a picture of every page stays there.
 async function testPages(packages, make) {
   const chromium = browserFrom(packages);
@@ -113,14 +126,9 @@ async function testPages(packages, make) {
   let failures = 0;
   try {
     const pages = make(folder);
-    const browser = await chromium.launchPersistentContext(path.join(folder, 'profile'),
-        {executablePath: kBrowser, args: kFlags, offline: true});
-    for (const [file, checks] of pages) {
-      for (const width of kWidths) {
-        for (const scheme of kSchemes) {
-          failures += await checkPage(browser, file, checks, width, scheme);
-        }
-      }
+    const browser = await chromium.launch({executablePath: kBrowser, args: kFlags});
+    for (const [file, checks, ways = kWays] of pages) {
+      for (const way of ways) failures += await checkPage(browser, file, checks, way);
     }
     await browser.close();
   } catch (error) {
@@ -131,4 +139,4 @@ async function testPages(packages, make) {
   process.exit(failures === 0 ? 0 : 1);
 }
 
-module.exports = {skip, testPages};
+module.exports = {kWays, skip, testPages};

@@ -1,97 +1,209 @@
 // Uses the page of wgr explain as a reader does: node explain_page_test.js WGR FOLDER
 //
-// WGR is the tool; FOLDER holds the npm package playwright-core.
+// WGR is the tool; FOLDER holds the npm packages playwright-core and axe-core.
 'use strict';
 
 const assert = require('node:assert/strict');
 const {execFileSync, spawnSync} = require('node:child_process');
 const fs = require('node:fs');
 const path = require('node:path');
-const {skip, testPages} = require('./browser.js');
+const {kWays, testPages} = require('./browser.js');
 
 const [, , kTool, kPackages] = process.argv;
 const kRoot = path.resolve(__dirname, '../..');
+const kMostOfADay = 8e6;   // bytes of its page
+const kMostRows = 60;      // of the list, that are in the page at a time
+const kTarget = 44;        // pixels, of what a finger is to meet
+const kPaper = 700;        // pixels
+const kContrast = 3;       // between neighbouring meanings
 
-// What the page does: each check is given a page that has drawn itself.
-const checks = {
-  async 'both charts show curves'(page) {
-    for (const id of ['acc', 'gyro']) {
-      const colours = await page.locator(`#${id} canvas`).evaluate((canvas) => {
-        const {data} = canvas.getContext('2d').getImageData(0, 0, canvas.width,
-            canvas.height);
-        const seen = new Map();
-        for (let i = 0; i < data.length; i += 4) {
-          if (data[i + 3] < 255) continue;
-          const key = `${data[i]},${data[i + 1]},${data[i + 2]}`;
-          seen.set(key, (seen.get(key) ?? 0) + 1);
-        }
-        return [...seen.values()].filter((count) => count > 50).length;
-      });
-      // Three curves, and the strip in more than one colour.
-      assert.ok(colours >= 5, `${id} has only ${colours} colours`);
+// ---- helpers -----------------------------------------------------------------------------
+
+const settle = (page) => page.waitForTimeout(120);
+const view = (page) => page.evaluate(() => window.report.timeline.view());
+const setView = async (page, from, to) => {
+  await page.evaluate(([a, b]) => window.report.timeline.setView(a, b), [from, to]);
+  await settle(page);
+};
+const all = async (page) => {
+  await page.locator('#lanes').focus();
+  await page.keyboard.press('0');
+  await settle(page);
+};
+// Where a time is in a lane, in the window's pixels.
+async function pointOf(page, lane, t) {
+  const [x, y] = await page.evaluate(([name, at]) => {
+    const {timeline} = window.report;
+    const {top, height} = timeline.lanes().find((one) => one.name === name);
+    return [timeline.x(at), top + height / 2];
+  }, [lane, t]);
+  await page.locator('#lanes').scrollIntoViewIfNeeded();
+  const box = await page.locator('#lanes').boundingBox();
+  return [box.x + x, box.y + y];
+}
+// Gives the page a way to read the time line's pixels.
+const readPixels = (page) => page.evaluate(() => {
+  window.pixels = (...box) => {
+    const [x, y, width, height] = box.map(Math.round);
+    const ctx = new OffscreenCanvas(width, height).getContext('2d', {willReadFrequently: true});
+    ctx.drawImage(document.querySelector('#lanes'), -x, -y);
+    return ctx.getImageData(0, 0, width, height);
+  };
+});
+// How far from a lane's top the first pixel of a colour is, in the columns around a time,
+// as a share of the lane; 1: there is none.
+const reach = (page, lane, t, colour) => page.evaluate(([name, at, token]) => {
+  const {timeline} = window.report;
+  const canvas = document.querySelector('#lanes');
+  const scale = canvas.width / canvas.clientWidth;
+  const {top, height} = timeline.lanes().find((one) => one.name === name);
+  const want = getComputedStyle(document.documentElement).getPropertyValue('--' + token)
+      .trim().match(/[0-9a-f]{2}/g).map((v) => parseInt(v, 16));
+  const {data, width} = window.pixels(timeline.x(at) * scale - 2, top * scale, 5,
+      height * scale);
+  for (let i = 0; i < data.length; i += 4) {
+    if (want.every((v, k) => Math.abs(v - data[i + k]) < 60)) {
+      return Math.floor(i / 4 / width) / (height * scale);
     }
+  }
+  return 1;
+}, [lane, t, colour]);
+// Whether a lane has pixels of one colour at a time, but for those that hatch.
+const hasColour = (page, lane, t, colour) => page.evaluate(([name, at, token]) => {
+  const {timeline} = window.report;
+  const canvas = document.querySelector('#lanes');
+  const scale = canvas.width / canvas.clientWidth;
+  const {top, height} = timeline.lanes().find((one) => one.name === name);
+  const want = getComputedStyle(document.documentElement).getPropertyValue('--' + token)
+      .trim().match(/[0-9a-f]{2}/g).map((v) => parseInt(v, 16));
+  const {data} = window.pixels(timeline.x(at) * scale - 1, (top + 3) * scale, 3,
+      (height - 4) * scale);
+  for (let i = 0; i < data.length; i += 4) {
+    if (want.every((v, k) => Math.abs(v - data[i + k]) < 8)) return true;
+  }
+  return false;
+}, [lane, t, colour]);
+
+// Whether slanting lines cross the rest lanes at a time.
+const hatched = (page, t) => page.evaluate((at) => {
+  const {timeline} = window.report;
+  const canvas = document.querySelector('#lanes');
+  const scale = canvas.width / canvas.clientWidth;
+  const {top} = timeline.lanes().find((one) => one.name === 'rest-acc');
+  const {data} = window.pixels(timeline.x(at) * scale - 2, top * scale, 5, 60);
+  const levels = new Set();
+  for (let i = 0; i < data.length; i += 4) levels.add(data[i] >> 5);
+  return levels.size > 1;
+}, t);
+const chosen = (page) => page.locator('#details h3').textContent();
+
+// ---- a short recording -------------------------------------------------------------------
+
+const common = {
+  async 'every lane shows its samples'(page) {
+    await readPixels(page);
+    await all(page);
+    for (const sensor of ['acc', 'gyro']) {
+      for (const axis of ['x', 'y', 'z']) {
+        assert.ok(await reach(page, `${sensor}-${axis}`, 30, 'line-' + axis) < 1,
+            `${sensor}-${axis} is empty`);
+      }
+    }
+    assert.ok(await reach(page, 'rest-gyro', 50, 'mark-rest') < 0.5, 'the wrist rests');
   },
 
-  async 'the cursor reads the same time off both charts'(page) {
-    await page.locator('#acc').scrollIntoViewIfNeeded();
-    const box = await page.locator('#acc .u-over').boundingBox();
-    await page.mouse.move(box.x + box.width * 0.4, box.y + box.height / 2);
-    await page.waitForTimeout(50);
-    const read = (id) => page.locator(`#${id} .u-value`).allTextContents();
-    const acc = await read('acc');
-    const gyro = await read('gyro');
-    assert.match(acc[0], /^\d+\.\d{3} s$/);
-    assert.equal(acc[0], gyro[0]);
-    for (const value of [...acc.slice(1), ...gyro.slice(1)]) {
-      assert.match(value, /^-?\d+\.\d{2}$/);
-    }
-    await page.locator('#gyro').focus();
-    await page.keyboard.press('ArrowRight');
-    await page.waitForTimeout(50);
-    const moved = await read('acc');
-    assert.notEqual(moved[0], acc[0]);
-    assert.equal(moved[0], (await read('gyro'))[0]);
-  },
-
-  async 'zooming one chart zooms the other, with mouse and keyboard'(page) {
-    const range = (id) => page.evaluate((name) => {
-      const texts = window.report.charts().map((u) => [u.scales.x.min, u.scales.x.max]);
-      return texts[name === 'acc' ? 0 : 1];
-    }, id);
-    const [first, last] = await range('acc');
-    const box = await page.locator('#gyro .u-over').boundingBox();
-    await page.mouse.move(box.x + box.width * 0.3, box.y + 40);
-    await page.mouse.down();
-    await page.mouse.move(box.x + box.width * 0.5, box.y + 60, {steps: 4});
-    await page.mouse.up();
-    await page.waitForTimeout(50);
-    const [from, to] = await range('acc');
-    assert.ok(Math.abs((to - from) / (last - first) - 0.2) < 0.02, 'a fifth is shown');
-    assert.deepEqual(await range('gyro'), [from, to]);
-    await page.locator('#acc').focus();
+  async 'keys zoom, pan and go to both ends'(page) {
+    await all(page);
+    const {to: end} = await view(page);
+    await page.keyboard.press('+');
+    await page.keyboard.press('+');
+    const near = await view(page);
+    assert.ok(near.to - near.from < 0.4 * end);
+    await page.keyboard.press('ArrowLeft');
+    assert.ok((await view(page)).from < near.from);
+    await page.keyboard.press('End');
+    assert.equal((await view(page)).to, end);
+    await page.keyboard.press('Home');
+    assert.equal((await view(page)).from, 0);
     await page.keyboard.press('-');
-    await page.keyboard.press('Shift+ArrowLeft');
-    await page.waitForTimeout(50);
-    const [wider, ] = await range('gyro');
-    assert.ok(wider < from);
-    await page.keyboard.press('0');
-    await page.waitForTimeout(50);
-    assert.deepEqual(await range('gyro'), [first, last]);
+    await page.waitForTimeout(600);
+    assert.match(await page.locator('#view').textContent(),
+        /^\d:\d\d:\d\d\.\d to \d:\d\d:\d\d\.\d: \d+ motions, \d+ reported, \d+ missed$/);
+    await all(page);
   },
 
-  async 'a motion unfolds with the keyboard and shows its pictures'(page) {
-    const motion = page.locator('.motion[data-cause="reported"]').first();
-    await motion.locator('summary').focus();
-    await page.keyboard.press('Enter');
-    await motion.locator('figure').first().waitFor();
-    assert.equal(await motion.locator('figure').count(), 4);
+  async 'n and p go from one missed gesture to the next'(page) {
+    await all(page);
+    await page.keyboard.press('n');
+    const first = await page.locator('#details .when').textContent();
+    assert.match(await chosen(page), /^Class \d, missed$/);
+    assert.equal(await page.locator('.row[aria-selected=true]').count(), 1);
+    await page.keyboard.press('n');
+    assert.notEqual(await page.locator('#details .when').textContent(), first);
+    await page.keyboard.press('p');
+    assert.equal(await page.locator('#details .when').textContent(), first);
+    assert.match(await page.locator('#chosen').textContent(), /missed/);
+  },
+
+  async 'the list goes through the motions by keyboard'(page) {
+    await page.locator('#filter').selectOption('reported');
+    await page.locator('#list').focus();
+    await page.keyboard.press('Home');
+    assert.match(await chosen(page), /^Motion \d+$/);
+    const first = await chosen(page);
+    await page.keyboard.press('ArrowDown');
+    assert.notEqual(await chosen(page), first);
+    assert.equal(await page.locator('#details figure').count(), 4);
     for (const kind of ['x', 'y', 'z', 'speed', 'x template']) {
-      const d = await motion.locator(`path[class="${kind}"]`).first().getAttribute('d');
+      const d = await page.locator(`#details path[class="${kind}"]`).first().getAttribute('d');
       assert.ok(d.length > 200 && !d.includes('NaN'), `${kind}: ${d.slice(0, 80)}`);
     }
-    assert.equal(await motion.locator('rect.bar').count(), 5);
-    assert.equal(await motion.locator('line.tick').count(), 5);
-    assert.equal(await motion.locator('line.limit').count(), 1);
+    assert.equal(await page.locator('rect.bar').count(), 5);
+    const id = await page.locator('#list').getAttribute('aria-activedescendant');
+    assert.equal(await page.locator(`#${id}`).getAttribute('aria-selected'), 'true');
+  },
+
+  async 'a link leads to a moment'(page) {
+    await page.evaluate(() => { location.hash = '#t=0:00:08.9'; });
+    await settle(page);
+    const {from, to} = await view(page);
+    assert.ok(from > 3 && to < 15 && from < 8.9 && to > 8.9);
+    assert.equal(await page.locator('#details .chip').textContent(), 'reported: 2');
+    assert.equal(await page.locator('#details a').getAttribute('href'), '#t=8.440');
+    await page.evaluate(() => { location.hash = '#t=1e9'; });
+    await settle(page);
+    assert.deepEqual(await view(page), {from, to}, 'what is no time changes nothing');
+  },
+
+  async 'what a finger is to meet is large enough'(page) {
+    const small = await page.evaluate((least) =>
+      [...document.querySelectorAll('button, select, summary, a, .row, #overview')]
+          .filter((node) => node.checkVisibility())
+          .map((node) => [node.outerHTML.slice(0, 60), node.getBoundingClientRect()])
+          .filter(([, box]) => box.height < least || box.width < least)
+          .map(([name, box]) => `${name}: ${box.width} x ${box.height}`), kTarget);
+    assert.deepEqual(small, []);
+  },
+
+  async 'neighbouring meanings differ, for deuteranopes too'(page) {
+    const colours = await page.evaluate((names) => {
+      const style = getComputedStyle(document.documentElement);
+      return Object.fromEntries(names.map((name) =>
+        [name, style.getPropertyValue('--' + name).trim()]));
+    }, ['paper', 'ink', 'chosen', 'mark-good', 'mark-bad', 'mark-other', 'mark-rest', 'mark-gap',
+      'line-x', 'line-y', 'line-z']);
+    const pairs = [['mark-good', 'mark-bad'], ...['mark-good', 'mark-bad', 'mark-other',
+      'mark-rest', 'mark-gap', 'line-x', 'line-y', 'line-z', 'ink'].flatMap((name) =>
+      [[name, 'paper'], [name, 'chosen']])];
+    const low = [];
+    for (const [a, b] of pairs) {
+      for (const [eye, seen] of Object.entries(kEyes)) {
+        const [one, other] = [a, b].map((name) => lightOf(seen(linear(colours[name]))));
+        const contrast = (Math.max(one, other) + 0.05) / (Math.min(one, other) + 0.05);
+        if (contrast < kContrast) low.push(`${a} on ${b}, ${eye}: ${contrast.toFixed(2)}`);
+      }
+    }
+    assert.deepEqual(low, []);
   },
 
   async 'the first box says what came and what to do'(page) {
@@ -127,41 +239,270 @@ const checks = {
     await weak.locator('summary').focus();
     await page.keyboard.press('Enter');
     await weak.getByRole('button').click();
-    assert.equal(await page.locator('.motion[open][data-cause="too-weak"]').count(), 1);
+    assert.equal(await page.locator('#details .chip').textContent(), 'too-weak');
     const rest = groups.filter({hasText: 'at-rest'});
     await rest.locator('summary').click();
     await rest.locator('li').first().waitFor();
     assert.match(await rest.textContent(), /4\.000 s to 4\.600 s/);
   },
 
-  async 'the filter leaves one cause'(page) {
-    await page.locator('#filter').selectOption('reported');
-    const shown = await page.locator('.motion:visible').evaluateAll((items) =>
-      items.map((item) => item.dataset.cause));
-    assert.ok(shown.length > 0 && shown.every((cause) => cause === 'reported'));
-    await page.locator('#filter').selectOption('');
+  async 'it fits the paper, light and without buttons'(page) {
+    await checkPrint(page);
+  },
+
+  async 'the footer says how the page was made'(page) {
+    const text = await page.locator('#origin').textContent();
+    assert.match(text, /^wgr \d/);
+    assert.match(text, /wgr explain --models .*demo\.csv/);
+    assert.ok(!text.includes('--report'));
+    assert.match(text, /model [0-9a-f]{16}…/);
+    assert.match(text, /from stamp 0\.000 s on; its stamps hold no date/);
+  },
+};
+
+// On paper, whatever the screen's colours are.
+async function checkPrint(page) {
+  const {width, height} = page.viewportSize();
+  const scheme = await page.evaluate(() =>
+    matchMedia('(prefers-color-scheme: dark)').matches ? 'dark' : 'light');
+  await page.setViewportSize({width: kPaper, height});
+  await page.emulateMedia({media: 'print', colorScheme: 'dark'});
+  await settle(page);
+  const [colour, buttons, wide, pixel] = await page.evaluate(() => [
+    getComputedStyle(document.body).backgroundColor,
+    [...document.querySelectorAll('button, select')].filter((b) => b.checkVisibility())
+        .map((b) => b.textContent),
+    document.scrollingElement.scrollWidth - innerWidth,
+    [...window.pixels(kLabelWidth + 1, 2, 1, 1).data].join()]);
+  await page.emulateMedia({media: 'screen', colorScheme: scheme});
+  await page.setViewportSize({width, height});
+  await settle(page);
+  assert.equal(colour, 'rgb(255, 255, 255)');
+  assert.deepEqual(buttons, []);
+  assert.ok(wide <= 0, `${wide} pixels too wide for the paper`);
+  assert.equal(pixel, '255,255,255,255', 'the time line is light');
+}
+
+const linear = (hex) => (hex.length > 4 ? hex : hex.replace(/[0-9a-f]/g, '$&$&')).match(/[0-9a-f]{2}/g).map((v) => parseInt(v, 16) / 255)
+    .map((v) => v <= 0.04045 ? v / 12.92 : ((v + 0.055) / 1.055) ** 2.4);
+const lightOf = (rgb) => rgb.reduce((sum, v, i) =>
+  sum + Math.min(Math.max(v, 0), 1) * [0.2126, 0.7152, 0.0722][i], 0);
+// Machado, Oliveira and Fernandes (2009), severity 1.
+const kDeuteranope = [[0.367322, 0.860646, -0.227968], [0.280085, 0.672501, 0.047413],
+  [-0.011820, 0.042940, 0.968881]];
+const kEyes = {
+  usual: (rgb) => rgb,
+  deuteranope: (rgb) => kDeuteranope.map((row) =>
+    row.reduce((sum, v, i) => sum + v * rgb[i], 0)),
+};
+
+const byMouse = {
+  async 'the wheel zooms at the cursor'(page) {
+    await all(page);
+    const [x, y] = await pointOf(page, 'acc-x', 20);
+    await page.mouse.move(x, y);
+    await page.mouse.wheel(0, -600);
+    await settle(page);
+    const {from, to} = await view(page);
+    assert.ok(to - from < 40, 'it is nearer');
+    const [now] = await pointOf(page, 'acc-x', 20);
+    assert.ok(Math.abs(now - x) < 1.5, 'what was below the cursor stays there');
+    assert.match(await page.locator('#readout').textContent(), /^0:00:\d\d\.\d+ +ax -?\d+\.\d\d/);
+  },
+
+  async 'a drag pans, a click shows the band beside the chart'(page) {
+    await setView(page, 5, 25);
+    const [x, y] = await pointOf(page, 'acc-x', 12);
+    await page.mouse.move(x, y);
+    await page.mouse.down();
+    await page.mouse.move(x + 80, y + 3, {steps: 4});
+    await page.mouse.up();
+    await settle(page);
+    const panned = await view(page);
+    assert.ok(panned.from < 5 && Math.abs(panned.to - panned.from - 20) < 0.01);
+    await page.mouse.click(...await pointOf(page, 'motions-reported', 9));
+    await settle(page);
+    assert.equal(await page.locator('#details .chip').textContent(), 'reported: 2');
+    const chart = await page.locator('#lanes').boundingBox();
+    const beside = await page.locator('#details').boundingBox();
+    assert.ok(beside.x >= chart.x + chart.width, 'it is beside');
+    assert.ok(chart.y >= 0 && chart.y + chart.height <= 900, 'the chart is in view');
+    assert.deepEqual(await view(page), panned, 'and what it shows did not move');
+  },
+};
+
+const byTouch = {
+  async 'a tap shows the band below the chart'(page) {
+    await setView(page, 5, 15);
+    await page.touchscreen.tap(...await pointOf(page, 'motions-reported', 9));
+    await settle(page);
+    assert.equal(await page.locator('#details .chip').textContent(), 'reported: 2');
+    const chart = await page.locator('#lanes').boundingBox();
+    const below = await page.locator('#details').boundingBox();
+    assert.ok(below.y >= chart.y + chart.height, 'it is below');
+    assert.ok(chart.y + chart.height > 100, 'the chart is in view');
+  },
+
+  async 'two fingers zoom where they are'(page) {
+    await setView(page, 0, 60);
+    const [x, y] = await pointOf(page, 'acc-x', 30);
+    const client = await page.context().newCDPSession(page);
+    const touch = (type, apart) => client.send('Input.dispatchTouchEvent', {type,
+      touchPoints: apart === null ? [] : [{x: x - apart, y, id: 1}, {x: x + apart, y, id: 2}]});
+    await touch('touchStart', 20);
+    for (const apart of [30, 40, 50, 60]) await touch('touchMove', apart);
+    await touch('touchEnd', null);
+    await settle(page);
+    const {from, to} = await view(page);
+    assert.ok(to - from < 30, `a third of it is left: ${from} to ${to}`);
+    assert.ok(Math.abs((from + to) / 2 - 30) < 3, 'around the same moment');
+  },
+};
+
+const checks = {
+  ...common,
+  async 'the pointer does what it should'(page, width) {
+    for (const [name, check] of Object.entries(width > 600 ? byMouse : byTouch)) {
+      await check(page).catch((error) => {
+        error.message = `${name}: ${error.message}`;
+        throw error;
+      });
+    }
   },
 };
 
 // The gestures of the demo recording, one that was never made and one that is too weak.
-function makePage(folder) {
+function makeDemo(folder) {
   const report = path.join(folder, 'explain.html');
   const expected = path.join(folder, 'expected.csv');
+  const demo = path.join(kRoot, 'recordings/demo.csv');
   const weak = JSON.parse(execFileSync(kTool, ['explain', '--json', '--models',
-    path.join(kRoot, 'models'), path.join(kRoot, 'recordings/demo.csv')],
-  {stdio: ['ignore', 'pipe', 'ignore'], maxBuffer: 1e9}))
+    path.join(kRoot, 'models'), demo], {stdio: ['ignore', 'pipe', 'ignore'], maxBuffer: 1e9}))
       .motions.find((m) => m.cause === 'too-weak');
   assert.ok(weak, 'the demo recording has a motion that is too weak');
   const labels = fs.readFileSync(path.join(kRoot, 'recordings/demo.labels.csv'), 'utf8');
   fs.writeFileSync(expected, labels + 'demo.csv,4.0,4.6,1\n' +
       `demo.csv,${weak.begin},${weak.end},2\n`);
-  const made = spawnSync(kTool, ['explain', '--models', path.join(kRoot, 'models'),
-    '--expect', expected, path.join(kRoot, 'recordings/demo.csv'), '--report', report]);
-  if (String(made.stderr).includes('built without its HTML report')) {
-    skip(`${kTool} was built without its HTML report: npm and a network are needed`);
-  }
-  assert.equal(made.status, 0, String(made.stderr));
-  return [[report, checks]];
+  explain(['--models', path.join(kRoot, 'models'), '--expect', expected, demo], report);
+  return report;
 }
 
-testPages(kPackages, makePage);
+function explain(args, report) {
+  const made = spawnSync(kTool, ['explain', ...args, '--report', report], {maxBuffer: 1e9});
+  assert.equal(made.status, 0, String(made.stderr));
+}
+
+// ---- a day -------------------------------------------------------------------------------
+
+const kDay = 86400, kNight = 8 * 3600, kRate = 50;
+const kStill = 30;                       // samples that begin at rest
+const kSpike = 5 * 3600 + 0.5;           // s; one sample far above all others
+const kGap = [30000, 30010];             // s; no samples
+const kWideGap = [50000, 51200];
+const day = {};
+
+// A night at rest, then the same half hour again and again, with a spike and gaps.
+function makeDay(folder) {
+  const file = (name) => path.join(folder, name);
+  execFileSync(kTool, ['synth', '--gestures', '8', '--distractors', '1500', '--person', '7',
+    '-o', file('part.csv'), '--labels', file('part.labels.csv')], {stdio: 'ignore'});
+  const lines = fs.readFileSync(file('part.csv'), 'utf8').trim().split('\n');
+  const header = lines.shift();
+  const rows = lines.map((line) => line.slice(line.indexOf(',')));
+  const labels = fs.readFileSync(file('part.labels.csv'), 'utf8').trim().split('\n').slice(1)
+      .map((line) => line.split(',').slice(1).map(Number));
+  const out = fs.openSync(file('day.csv'), 'w');
+  const expected = ['t_start,t_end,label'];
+  fs.writeSync(out, header + '\n');
+  for (let first = 0; first < kDay * kRate; first += rows.length) {
+    let text = '';
+    rows.forEach((made, i) => {
+      const t = (first + i) / kRate;
+      const row = t < kNight ? rows[i % kStill] : made;
+      const inside = ([from, to]) => t > from && t < to;
+      if (t > kDay || inside(kGap) || inside(kWideGap)) return;
+      const spike = Math.abs(t - kSpike) < 0.5 / kRate;
+      text += t.toFixed(3) + (spike ? ',0.0,0.0,9.8,0.0,4000.0,0.0' : row) + '\n';
+    });
+    fs.writeSync(out, text);
+    for (const [from, to, label] of labels) {
+      if (first / kRate >= kNight && first / kRate + to < kDay) {
+        expected.push(`${from + first / kRate},${to + first / kRate},${label}`);
+      }
+    }
+  }
+  fs.closeSync(out);
+  fs.writeFileSync(file('day.labels.csv'), expected.join('\n') + '\n');
+  const report = file('day.html');
+  const start = Date.now();
+  explain(['--models', path.join(kRoot, 'models'), '--expect', file('day.labels.csv'),
+    file('day.csv')], report);
+  day.size = fs.statSync(report).size;
+  console.log(`a day: explained in ${((Date.now() - start) / 1000).toFixed(1)} s, a page of ` +
+      `${(day.size / 1e6).toFixed(2)} MB`);
+  return report;
+}
+
+const ofADay = {
+  async 'the page is small, and its list short'(page) {
+    const ready = await page.evaluate(() => Number(document.documentElement.dataset.ready));
+    console.log(`a day: ready after ${(ready / 1000).toFixed(2)} s`);
+    assert.ok(day.size <= kMostOfADay, `${day.size} bytes`);
+    await page.locator('#filter').selectOption('');
+    const first = page.locator('.row').first();
+    const all = Number(await first.getAttribute('aria-setsize'));
+    assert.ok(all > 5000, `${all} motions`);
+    assert.ok(await page.locator('.row').count() < kMostRows);
+    await page.locator('#list').focus();
+    await page.keyboard.press('End');
+    assert.equal(await chosen(page), `Motion ${all}`);
+    assert.ok(await page.locator('.row').count() < kMostRows);
+  },
+
+  async 'a spike of one sample is seen at every zoom'(page) {
+    await readPixels(page);
+    for (const wide of [kDay, 20000, 5000, 1000, 200, 40, 8, 2, 0.5]) {
+      await setView(page, kSpike - wide / 2, kSpike + wide / 2);
+      const top = await reach(page, 'gyro-y', kSpike, 'line-y');
+      assert.ok(top < 0.2, `over ${wide} s it begins at ${top} of its lane`);
+    }
+  },
+
+  async 'nothing is drawn where there are no samples, at rest neither'(page) {
+    for (const [[from, to], wides] of [[kGap, [300, 60, 12]], [kWideGap, [kDay, 4000, 100]]]) {
+      for (const wide of wides) {
+        const middle = (from + to) / 2;
+        await setView(page, middle - wide / 2, middle + wide / 2);
+        for (const lane of ['rest-acc', 'rest-gyro']) {
+          assert.equal(await hasColour(page, lane, middle, 'mark-rest'), false, `${lane} ${wide}`);
+        }
+        for (const lane of ['acc-x', 'acc-y', 'gyro-z']) {
+          assert.equal(await hasColour(page, lane, middle, 'line-' + lane.at(-1)), false,
+              `${lane} ${wide}`);
+        }
+        assert.ok(await hatched(page, middle), `hatched over ${wide} s`);
+      }
+    }
+  },
+
+  async 'a motion that was reported keeps every sample'(page) {
+    await page.locator('#filter').selectOption('reported');
+    await page.locator('#list').focus();
+    for (const key of ['Home', 'PageDown', 'End']) {
+      await page.keyboard.press(key);
+      const caption = await page.locator('#details figcaption').first().textContent();
+      assert.ok(!caption.includes('thinned'), caption);
+      const samples = Number(/^\d+/.exec(await page.locator('#details dd').first()
+          .textContent())[0]);
+      const trimmed = Number(/^\d+/.exec(await page.locator('#details dd').nth(2)
+          .textContent())[0]);
+      const d = await page.locator('#details path').first().getAttribute('d');
+      assert.equal(d.match(/[ML]/g).length, samples - trimmed);
+    }
+  },
+};
+
+testPages(kPackages, (folder) => [
+  [makeDemo(folder), checks],
+  [makeDay(folder), ofADay, kWays.slice(0, 1)],
+]);

@@ -38,7 +38,4 @@ if [ ! -e /usr/src/googletest/CMakeLists.txt ]; then
     fail "GoogleTest's packages are not named"
 fi
 
-configure page -DBUILD_TESTING=OFF "-DWGR_UPLOT=$folder/none" ||
-  fail "the page is no condition of a build"
-grep -qF "run scripts/fetch-page" "$folder/log" || fail "the page's absence is not said"
 echo "all as it should be"

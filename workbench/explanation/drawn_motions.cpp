@@ -1,128 +1,132 @@
 #include "explanation/drawn_motions.h"
 
+#include <algorithm>
+#include <cmath>
+#include <optional>
 #include <string>
 
+#include "explanation/packed_series.h"
 #include "explanation/series.h"
-#include "json/json_text.h"
 
 namespace wgr {
 
-using Json = nlohmann::ordered_json;
+static constexpr double kSpeedUnit = 0.005;  // m/s
+static constexpr double kTraceUnit = 0.1;    // m/s²
+static constexpr double kShapeUnit = 0.02;   // of the strength
+static constexpr double kScaleUnit = 0.001;
 
-static constexpr double kSpeedUnit = 0.001;  // m/s
-static constexpr double kShapeUnit = 0.01;   // of the strength
+static constexpr size_t kMostForThinned = 900'000;  // characters of base64
+static constexpr size_t kPointsPerMotion = 400;     // at most, where they are thinned
+static constexpr size_t kFewestPoints = 4;          // fewer show nothing
 
-static constexpr size_t kMostForMotions = 1'500'000;  // characters of base64
-static constexpr size_t kPointsPerMotion = 400;       // at most
-static constexpr size_t kFewestPoints = 4;            // fewer are not halved
-
-// The best template along the warping path: for every point of the motion the mean of the
-// template's points that are laid upon it.
-static Points laid_over(const MotionExplanation& m, const Points& best, size_t count) {
-  Points laid(count, {0.0, 0.0, 0.0});
-  std::vector<double> pairs(count, 0.0);
-  for (const auto& [i, j] : m.path.pairs) {
-    laid[i] = laid[i] + best[j];
-    pairs[i] += 1.0;
-  }
-  for (size_t i = 0; i < count; ++i) laid[i] = laid[i] / pairs[i];
-  return laid;
-}
-
-// How many points the warping path and its template are drawn over.
-static size_t points_on_path(const MotionExplanation& m) {
-  return m.path.pairs.empty() ? 0 : m.path.pairs.back().first + 1;
-}
-
-// `t`: when each of the motion's samples is drawn.
-static Json motion_series(const MotionExplanation& m, const Gmodel& model,
-                          const std::vector<double>& t, size_t most) {
-  if (m.corrected.empty()) return nullptr;
-  const size_t bucket = bucket_for(t.size(), most);
-  Json json = {{"t", series(times_of_extremes(t, bucket), kTimeUnit)},
-               {"active", nullptr}};
-  if (!m.lost_at) {
-    json["corrected"] = axes_json(m.corrected, t.size(), bucket, kAccUnit);
-  }
-  if (m.compared_points() > 0) {
-    // With a step's state goes the acceleration one sample before its start.
-    json["active"] = {t[m.active.begin - 1], t[m.active.end - 2]};
-  }
-  if (!m.speed.empty() && !m.lost_at) {
-    const std::vector<double> steps(t.begin() + 1, t.end());
-    json["speed_t"] = series(times_of_extremes(steps, bucket), kTimeUnit);
-    json["speed"] = series(extremes(m.speed, bucket), kSpeedUnit);
-  }
-  if (const size_t count = points_on_path(m); count > 0) {
-    const auto first = t.begin() + static_cast<std::ptrdiff_t>(m.active.begin - 1);
-    const std::vector<double> compared_t(first,
-                                         first + static_cast<std::ptrdiff_t>(count));
-    const Points& best = model.templates[m.scores.front().index].second;
-    const size_t thin = bucket_for(count, most);
-    json["compared_t"] = series(times_of_extremes(compared_t, thin), kTimeUnit);
-    json["compared"] = axes_json(m.compared, count, thin, kShapeUnit);
-    json["template"] = axes_json(laid_over(m, best, count), count, thin, kShapeUnit);
-  }
-  return json;
-}
-
-bool DrawnMotions::Timeline::Array::fits() const {
-  return most <= kFewestPoints || text->size_in_page() <= kMostForMotions;
-}
-
-DrawnMotions::Timeline::Timeline() {
-  for (size_t most = kPointsPerMotion;; most /= 2) {
-    arrays_.push_back({most, std::make_unique<Deflated>(Z_BEST_SPEED)});
-    if (most <= kFewestPoints) return;
+static void append_axes(std::string& bytes, const Points& points, size_t count,
+                        size_t bucket, double unit) {
+  for (const auto axis : {&Point3Df::x, &Point3Df::y, &Point3Df::z}) {
+    std::vector<double> values;
+    for (size_t i = 0; i < count; ++i) values.push_back(points[i].*axis);
+    append_series(bytes, extremes(values, bucket), unit);
   }
 }
 
-void DrawnMotions::Timeline::drop_too_large() {
-  while (!arrays_.front().fits()) arrays_.erase(arrays_.begin());
+static double largest_difference(const Point3Df& a, const Point3Df& b) {
+  return std::max({std::abs(a.x - b.x), std::abs(a.y - b.y), std::abs(a.z - b.z)});
 }
 
-void DrawnMotions::Timeline::add(const MotionExplanation& m, const Gmodel& model,
-                                 const std::vector<double>& t) {
-  std::string text;
-  size_t buckets[2] = {0, 0};
-  for (const Array& array : arrays_) {
-    const size_t own[2] = {bucket_for(t.size(), array.most),
-                           bucket_for(points_on_path(m), array.most)};
-    // A short motion is drawn alike however few points there may be.
-    if (text.empty() || own[0] != buckets[0] || own[1] != buckets[1]) {
-      text = (empty_ ? "[" : ",") + json_text(motion_series(m, model, t, array.most));
-      buckets[0] = own[0];
-      buckets[1] = own[1];
+// What was compared is the active stretch of the corrected trace, often over the
+// motion's strength. By what it is to be divided; nothing where it is something else.
+static std::optional<double> scale_of_compared(const MotionExplanation& m, size_t count) {
+  for (const double scale : {1.0, m.strength}) {
+    bool same = scale > 0.0 && m.active.begin + count - 1 <= m.corrected.size();
+    for (size_t i = 0; same && i < count; ++i) {
+      const Point3Df expected = (1.0 / scale) * m.corrected[m.active.begin - 1 + i];
+      same = largest_difference(expected, m.compared[i]) < kShapeUnit;
     }
-    array.text->add(text);
+    if (same) return scale;
   }
-  empty_ = false;
+  return std::nullopt;
+}
+
+// What was compared, and which of the best template's points each of its points is laid
+// upon: the first of them, and how many follow.
+static void append_compared(std::string& bytes, const MotionExplanation& m) {
+  const size_t count = m.path.pairs.back().first + 1;
+  const std::optional<double> scale = scale_of_compared(m, count);
+  append_series(bytes, scale ? std::vector<double>{*scale} : std::vector<double>(),
+                kScaleUnit);
+  if (!scale) append_axes(bytes, m.compared, count, 1, kShapeUnit);
+  std::vector<double> firsts(count);
+  std::vector<double> more(count, -1.0);
+  for (const auto& [i, j] : m.path.pairs) {
+    if (more[i] < 0.0) firsts[i] = static_cast<double>(j);
+    more[i] += 1.0;
+  }
+  append_series(bytes, firsts, 1.0);
+  append_series(bytes, more, 1.0);
+}
+
+static std::string motion_block(const MotionExplanation& m, size_t bucket) {
+  std::string bytes;
+  append_whole(bytes, bucket);
+  append_axes(bytes, m.corrected, m.lost_at ? 0 : m.corrected.size(), bucket, kTraceUnit);
+  append_series(bytes, m.lost_at ? std::vector<double>() : extremes(m.speed, bucket),
+                kSpeedUnit);
+  append_whole(bytes, m.compared_points() > 0 ? m.active.begin : 0);
+  append_whole(bytes, m.compared_points() > 0 ? m.active.end : 0);
+  const bool compared = bucket == 1 && !m.path.pairs.empty();
+  append_whole(bytes, compared ? m.scores.front().index + 1 : 0);
+  if (compared) append_compared(bytes, m);
+  return bytes;
+}
+
+bool DrawnMotions::Thinned::fits() const {
+  return most / 2 < kFewestPoints || bytes->size_in_page() <= kMostForThinned;
+}
+
+DrawnMotions::DrawnMotions() : whole_(std::make_unique<Deflated>(Z_BEST_SPEED)) {
+  const auto offer = [this](size_t most, bool short_ones) {
+    thinned_.push_back({most, short_ones, std::make_unique<Deflated>(Z_BEST_SPEED)});
+  };
+  offer(kPointsPerMotion, true);
+  // Of motions that are too short there are the most, and the least to be seen.
+  for (size_t most = kPointsPerMotion; most >= kFewestPoints; most /= 2) {
+    offer(most, false);
+  }
+}
+
+void DrawnMotions::drop_too_large() {
+  while (!thinned_.front().fits()) thinned_.erase(thinned_.begin());
+}
+
+void DrawnMotions::add(const MotionExplanation& m, bool matters) {
+  const size_t number = motions_++;
+  const size_t count = m.corrected.size();
+  if (count == 0) return;
+  const auto with_number = [&](size_t bucket) {
+    std::string bytes;
+    append_whole(bytes, number);
+    append_block(bytes, motion_block(m, bucket));
+    return bytes;
+  };
+  if (matters) return whole_->add(with_number(1));
+  std::string bytes;
+  size_t bucket = 0;
+  for (const Thinned& thinned : thinned_) {
+    if (!m.ran && !thinned.short_ones) continue;
+    const size_t own = bucket_for(count, thinned.most);
+    // A short motion is drawn alike however few points there may be.
+    if (own != bucket) bytes = with_number(own);
+    bucket = own;
+    thinned.bytes->add(bytes);
+  }
   drop_too_large();
 }
 
-void DrawnMotions::Timeline::write(const TextSink& sink) {
-  for (const Array& array : arrays_) {
-    array.text->add(empty_ ? "[]" : "]");
-    array.text->finish();
-  }
+void DrawnMotions::write(const TextSink& sink) {
+  for (const Thinned& thinned : thinned_) thinned.bytes->finish();
   drop_too_large();
-  arrays_.front().text->write(sink);
-}
-
-void DrawnMotions::add(const MotionExplanation& motion, const Gmodel& model,
-                       const std::deque<double>& times, int rate) {
-  std::vector<double> stamps;
-  std::vector<double> nominal;
-  for (size_t i = 0; i < motion.corrected.size(); ++i) {
-    stamps.push_back(times[motion.first + i]);
-    nominal.push_back(nominal_time(times.front(), motion.first + i, rate));
-  }
-  stamped_.add(motion, model, stamps);
-  nominal_.add(motion, model, nominal);
-}
-
-void DrawnMotions::write(bool stamped, const TextSink& sink) {
-  (stamped ? stamped_ : nominal_).write(sink);
+  whole_->finish();
+  whole_->write(sink);
+  thinned_.front().bytes->write(sink);
 }
 
 }  // namespace wgr

@@ -1,9 +1,10 @@
 // The motions of a recording as a page draws them, in a memory that hardly grows with it:
-// their series are deflated as the motions end, several times over, each time half as
-// fine. What turns out too large for a page is dropped.
+// their series are deflated as the motions end. A motion that matters keeps every sample,
+// the others as many as fit, those that are too short to be run perhaps none: they are
+// deflated several times over, each time half as fine, and what turns out too large for a
+// page is dropped.
 #pragma once
 
-#include <deque>
 #include <memory>
 #include <vector>
 
@@ -15,39 +16,30 @@ namespace wgr {
 
 class DrawnMotions {
  public:
-  // `times`: stamps of all samples up to the motion's end, `rate`: their nominal rate.
-  void add(const MotionExplanation& motion, const Gmodel& model,
-           const std::deque<double>& times, int rate);
+  DrawnMotions();
 
-  // The JSON array of all motions' series, as fine as a page takes them, over the stamps
-  // or over the nominal rate. Ends it: nothing is added or written behind.
-  void write(bool stamped, const TextSink& sink);
+  // `matters`: all of the motion's samples are drawn, whatever the recording's length.
+  void add(const MotionExplanation& motion, bool matters);
+
+  // The motions that have series, those that matter first: for each, its number and a
+  // block (see packed_series.h). Ends it: nothing is added or written behind.
+  void write(const TextSink& sink);
 
  private:
-  // All motions so far over one sort of time, from the finest array that may still fit.
-  class Timeline {
-   public:
-    Timeline();
-    void add(const MotionExplanation& motion, const Gmodel& model,
-             const std::vector<double>& t);
-    void write(const TextSink& sink);
+  // The motions that do not matter, drawn with so many points each.
+  struct Thinned {
+    size_t most;
+    bool short_ones;  // also those that are too short to be run
+    std::unique_ptr<Deflated> bytes;
 
-   private:
-    struct Array {
-      size_t most;  // points of a motion
-      std::unique_ptr<Deflated> text;
-
-      bool fits() const;
-    };
-
-    void drop_too_large();
-
-    std::vector<Array> arrays_;
-    bool empty_ = true;
+    bool fits() const;
   };
 
-  Timeline stamped_;
-  Timeline nominal_;
+  void drop_too_large();
+
+  std::unique_ptr<Deflated> whole_;
+  std::vector<Thinned> thinned_;  // from the finest that may still fit
+  size_t motions_ = 0;
 };
 
 }  // namespace wgr

@@ -12,11 +12,40 @@ namespace wgr {
 
 namespace {
 
+// When gestures were expected.
+class ExpectedTimes {
+ public:
+  explicit ExpectedTimes(const std::vector<Expected>& expected) {
+    std::vector<std::pair<double, double>> all;
+    for (const Expected& x : expected) all.emplace_back(x.begin, x.end);
+    std::sort(all.begin(), all.end());
+    for (const auto& [begin, end] : all) {
+      if (!merged_.empty() && begin <= merged_.back().second) {
+        merged_.back().second = std::max(merged_.back().second, end);
+      } else {
+        merged_.emplace_back(begin, end);
+      }
+    }
+  }
+
+  bool overlap(double begin, double end) const {
+    const auto next = std::lower_bound(
+        merged_.begin(), merged_.end(), begin,
+        [](const std::pair<double, double>& one, double t) { return one.second < t; });
+    return next != merged_.end() && next->first <= end;
+  }
+
+ private:
+  std::vector<std::pair<double, double>> merged_;  // disjoint, in order; s
+};
+
 // Looks at the engine after every sample of the host's.
 class Watcher {
  public:
   Watcher(const HostRun& host_run, Explanation& explanation)
-      : engine_(*static_cast<WgrContext*>(host_run.handle())->ages), e_(explanation) {
+      : engine_(*static_cast<WgrContext*>(host_run.handle())->ages),
+        e_(explanation),
+        expected_(explanation.expected) {
     engine_.intermediates = &intermediates_;
   }
   ~Watcher() { engine_.intermediates = nullptr; }
@@ -43,6 +72,7 @@ class Watcher {
   AgGes& engine_;
   Intermediates intermediates_;  // of a motion that the next sample ends
   Explanation& e_;
+  const ExpectedTimes expected_;
   // The newest samples: of the motion being collected, and of the window at least.
   Samples acc_;
   Samples rates_;  // with the bias off
@@ -111,7 +141,9 @@ void Watcher::note_rest(Judgement judgement, const RestStretch& figures) {
 
 void Watcher::after(const Step& step) {
   e_.times.push_back(step.sample.t);
-  if (e_.for_page) e_.drawn.add(step.sample);
+  if (e_.for_page) {
+    e_.drawn.add(step.sample, expected_.overlap(step.sample.t, step.sample.t));
+  }
   acc_.push_back(step.sample.acc);
   rates_.push_back(step.sample.gyro - engine_.gyro_bias);
   if (step.event != nullptr) e_.events.push_back(*step.event);
@@ -145,6 +177,7 @@ void Watcher::forget() {
     acc_.pop_front();
     rates_.pop_front();
   }
+  e_.drawn.forget(needed);
 }
 
 void Watcher::place(MotionExplanation& explained) const {
@@ -184,7 +217,12 @@ void Watcher::close_motion() {
 
 void Watcher::keep(MotionExplanation explained) {
   if (e_.for_page) {
-    e_.drawn_motions.add(explained, e_.model, e_.times, e_.settings.rate);
+    // Every sample of these is drawn, however long the recording is.
+    const bool matters = explained.cause == Ending::kRecognised ||
+                         explained.cause == Ending::kBelowThreshold ||
+                         expected_.overlap(explained.begin, explained.end);
+    if (matters) e_.drawn.keep_whole(explained.first, explained.collected);
+    e_.drawn_motions.add(explained, matters);
   }
   if (!e_.keep_traces) explained.drop_traces(kTemplatesShown);
   e_.motions.push_back(std::move(explained));

@@ -38,20 +38,6 @@ std::vector<double> extremes(const std::vector<double>& values, size_t bucket) {
   return kept;
 }
 
-std::vector<double> times_of_extremes(const std::vector<double>& t, size_t bucket) {
-  if (bucket <= 1) return t;
-  std::vector<double> kept;
-  for (size_t i = 0; i < t.size(); i += bucket) {
-    kept.push_back(t[i]);
-    kept.push_back(t[std::min(i + bucket / 2, t.size() - 1)]);
-  }
-  return kept;
-}
-
-double nominal_time(double first, size_t place, int rate) {
-  return first + static_cast<double>(place) / rate;
-}
-
 size_t bucket_for(size_t count, size_t most) {
   return count <= most ? 1 : (2 * count + most - 1) / most;
 }

@@ -13,17 +13,16 @@ namespace wgr {
 inline constexpr double kTimeUnit = 0.001;  // s
 inline constexpr double kAccUnit = 0.01;    // m/s²
 
+// And where all samples of long stretches are drawn.
+inline constexpr double kDrawnAccUnit = 0.05;  // m/s²
+inline constexpr double kDrawnGyroUnit = 1.0;  // deg/s
+
 // {"unit", "d"}: a text of whole numbers with blanks between them, each but the first the
 // difference to the one before. What is not a number is drawn as 0.
 nlohmann::ordered_json series(const std::vector<double>& values, double unit);
 
-// The least and the greatest of every `bucket` values, in the order they came in, as the
-// values at the bucket's first and middle place.
+// The least and the greatest of every `bucket` values, in the order they came in.
 std::vector<double> extremes(const std::vector<double>& values, size_t bucket);
-std::vector<double> times_of_extremes(const std::vector<double>& t, size_t bucket);
-
-// When the sample at `place` comes at `rate` samples/s.
-double nominal_time(double first, size_t place, int rate);
 
 // How many values share a bucket where `count` are drawn as `most`.
 size_t bucket_for(size_t count, size_t most);

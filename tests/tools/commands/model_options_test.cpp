@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "hostrun/fixed_paths.h"
-#include "pages/parts.h"
 #include "support/cases.h"
 #include "support/files.h"
 #include "support/private_paths.h"
@@ -164,7 +163,7 @@ class PlainUser : public ::testing::Test {
 }  // namespace
 
 TEST_F(PlainUser, UsesEverySubcommandWithoutANamespace) {
-  const std::string page = kUplotScript.empty() ? "" : " --report page.html";
+  const std::string page = " --report page.html";
   for (const std::string& words : std::vector<std::string>{
            "synth --training set --persons 2 --gestures 2 --distractors 2 --style calm",
            "segment set -o g.txt", "build g.txt -o m.xml",

@@ -6,12 +6,9 @@
 
 #include <map>
 
-#include "pages/parts.h"
 #include "support/devices.h"
 #include "support/files.h"
 #include "tools/run_wgr.h"
-
-using namespace wgr;
 
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -39,7 +36,6 @@ class Commands : public ::testing::Test {
   static void TearDownTestSuite() { delete shared_; }
 
   void SetUp() override {
-    if (kUplotScript.empty()) GTEST_SKIP() << "built without the page of explain";
     fs::copy(shared_->path(), directory_.path(), fs::copy_options::recursive);
   }
 

@@ -13,7 +13,6 @@
 #include <string>
 #include <vector>
 
-#include "pages/parts.h"
 #include "support/files.h"
 #include "synthesis/performance.h"
 
@@ -131,7 +130,6 @@ TEST(PeakMemory, AnExplanationTakesAShareOfADay) {
 // So may its page; what is kept to be drawn is bounded, and does not count by the hour.
 TEST(PeakMemory, APageTakesAShareOfADay) {
   if (!measures_memory()) GTEST_SKIP() << "this build takes memory of its own";
-  if (kUplotScript.empty()) GTEST_SKIP() << "built without the page";
   const TempDirectory directory;
   const std::string page = directory.file("page.html");
   constexpr double kHours = 3.0;

@@ -242,7 +242,41 @@ static void refuse_misleading(const CLI::App& wgr,
   }
 }
 
+static std::vector<std::string>& words_run() {
+  static std::vector<std::string> words;
+  return words;
+}
+
+static std::string shell_word(const std::string& word) {
+  static constexpr char kPlain[] =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789%+,-./:=@_";
+  if (!word.empty() && word.find_first_not_of(kPlain) == std::string::npos) return word;
+  std::string text = "'";
+  for (const char c : word) {
+    if (c == '\'') {
+      text += "'\\''";
+    } else {
+      text += c;
+    }
+  }
+  return text + "'";
+}
+
+std::string given_command(const std::string& without) {
+  std::string command = "wgr";
+  const std::vector<std::string>& words = words_run();
+  for (size_t i = 0; i < words.size(); ++i) {
+    if (words[i] == without) {
+      ++i;
+    } else if (words[i].rfind(without + "=", 0) != 0) {
+      command += " " + shell_word(words[i]);
+    }
+  }
+  return command;
+}
+
 void parse_and_run(CLI::App& wgr, const std::vector<std::string>& words) {
+  words_run() = words;
   refuse_misleading(wgr, words);
   try {
     wgr.parse(std::vector<std::string>(words.rbegin(), words.rend()));

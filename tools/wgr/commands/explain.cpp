@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "arguments/command_line.h"
 #include "arguments/host_run_arguments.h"
 #include "arguments/reading_limit.h"
 #include "arguments/report_option.h"
@@ -15,6 +16,7 @@
 #include "base/errors.h"
 #include "base/foreign_text.h"
 #include "base/progress.h"
+#include "base/sha256.h"
 #include "base/table.h"
 #include "base/text.h"
 #include "commands/subcommands.h"
@@ -123,6 +125,11 @@ struct Explained {
 
 }  // namespace
 
+static PageOrigin origin_of(const Explanation& explanation) {
+  return {std::string("wgr ") + WGR_VERSION, given_command("--report"),
+          sha256_of_file(explanation.model_file)};
+}
+
 // Explains one recording; its model has been taken.
 static void explain_one(ExplainArguments& given, Explained& made) {
   given.host_run.initialise = !given.forgets_init;
@@ -157,7 +164,6 @@ static void warn_of_page(const std::string& path, const std::string& page) {
 }
 
 static void explain_recording(ExplainArguments& given) {
-  if (!given.page.empty()) require_page();
   OutputPlan plan;
   plan.reads("--expect", given.expect);
   plan.writes("--report", given.page);
@@ -172,7 +178,8 @@ static void explain_recording(ExplainArguments& given) {
                            layout_for(results_descriptor()), write_results);
   }
   if (!given.page.empty()) {
-    const std::string page = explain_page(made.explanation, made.verdict);
+    const std::string page =
+        explain_page(made.explanation, made.verdict, origin_of(made.explanation));
     write_output(given.page, page);
     warn_of_page(given.page, page);
   }
@@ -251,7 +258,8 @@ static nlohmann::ordered_json explain_in_folder(const ExplainArguments& given,
     explain_one(one, made);
     if (made.malformed) std::rethrow_exception(made.malformed);
     const auto verdict = verdict_json(made.verdict, made.explanation);
-    const std::string page = explain_page(made.explanation, made.verdict);
+    const std::string page =
+        explain_page(made.explanation, made.verdict, origin_of(made.explanation));
     files.write(one.page, page);
     warn_of_page(one.page, page);
     write_results(
@@ -279,7 +287,6 @@ static void explain_folder(const ExplainArguments& given) {
         "recording, and " +
         given.recording + " is a folder");
   }
-  require_page();
   const std::vector<std::filesystem::path> recordings = recordings_in(given);
   if (!given.expect.empty() &&
       std::none_of(recordings.begin(), recordings.end(), [&](const auto& path) {

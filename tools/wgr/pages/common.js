@@ -18,14 +18,20 @@ const svg = (name, attributes = {}, ...children) => {
 const $ = (selector) => document.querySelector(selector);
 const seconds = (t) => t.toFixed(3) + ' s';
 
-// What the page was given: deflated JSON. Series are whole numbers in units of `unit`,
-// each but the first the difference to the one before.
-async function readData() {
-  const bytes = Uint8Array.from(atob($('#data').textContent), (c) => c.charCodeAt(0));
+// Bytes that the page was given deflated, in the script element `id`.
+async function unpackBytes(id) {
+  const text = atob($('#' + id).textContent);
+  const bytes = new Uint8Array(text.length);
+  for (let i = 0; i < text.length; ++i) bytes[i] = text.charCodeAt(i);
   const plain =
       new Blob([bytes]).stream().pipeThrough(new DecompressionStream('deflate'));
-  return JSON.parse(await new Response(plain).text());
+  return new Uint8Array(await new Response(plain).arrayBuffer());
 }
+async function readData() {
+  return JSON.parse(new TextDecoder().decode(await unpackBytes('data')));
+}
+// Series are whole numbers in units of `unit`, each but the first the difference to the
+// one before.
 function unpack(series) {
   const steps = series.d === '' ? [] : series.d.split(' ');
   const values = new Float64Array(steps.length);
@@ -41,6 +47,6 @@ async function start(show) {
         'May 2023 or newer. wgr prints the same as text.';
     return;
   }
-  show(await readData());
-  document.documentElement.dataset.ready = 'yes';
+  await show(await readData());
+  document.documentElement.dataset.ready = performance.now().toFixed(0);  // ms
 }

@@ -1,21 +1,12 @@
-// Draws the explanation of a recording: what happened to each motion.
+// Shows the explanation of a recording: its time line, the motions, and one in detail.
 'use strict';
 
-const kManyShort = 20;  // motions that are too short: out of the way at first
+const kManyShort = 20;   // motions that are too short: out of the way at first
+const kMoment = 5;       // s around the moment that a link names
+const kSecondsADay = 86400;
 
-// reported, rejected (reported as 5) or dropped
-const outcome = (cause) => cause === 'reported' || cause === 'rejected' ? cause : 'dropped';
-const chip = (cause, text) => el('span', {class: 'chip ' + outcome(cause)}, text);
-
-const kButShort = '-too-short';
-function applyFilter() {
-  const {value} = $('#filter');
-  for (const item of document.querySelectorAll('.motion')) {
-    const {cause} = item.dataset;
-    item.hidden = value === kButShort ? cause === 'too-short'
-                                      : value !== '' && cause !== value;
-  }
-}
+const counted = (n, one, many = one + 's') =>
+  `${n.toLocaleString('en')} ${n === 1 ? one : many}`;
 
 function showHeader(e) {
   const s = e.settings;
@@ -23,152 +14,249 @@ function showHeader(e) {
   document.title = name + ' explained';
   $('#title').textContent = name;
   $('#facts').textContent =
-      `${e.samples} samples at ${s.rate} samples/s. Shortest motion ${s.shortest_motion} ` +
-      `samples, rest window ${s.rest_window} samples, least strength ` +
+      `${e.samples.toLocaleString('en')} samples at ${s.rate} samples/s. Shortest motion ` +
+      `${s.shortest_motion} samples, rest window ${s.rest_window} samples, least strength ` +
       `${s.least_strength.toFixed(2)} m/s². Model for wearer ${s.wearer}, mode ${s.mode}: ` +
       `${e.model.templates} templates of ${e.model.classes.length} classes.`;
   const counts = new Map();
   for (const m of e.motions) counts.set(m.cause, (counts.get(m.cause) ?? 0) + 1);
-  const filter = $('#filter');
-  filter.append(el('option', {value: ''}, `all ${e.motions.length} motions`));
-  const short = counts.get('too-short') ?? 0;
-  if (short > 0) {
-    filter.append(el('option', {value: kButShort},
-        `all but too-short (${e.motions.length - short})`));
-  }
   for (const [cause, count] of [...counts].sort((a, b) => b[1] - a[1])) {
     $('#counts').append(el('li', {}, chip(cause, `${count} ${cause}`)));
-    filter.append(el('option', {value: cause}, `${cause} (${count})`));
   }
-  if (short > kManyShort) filter.value = kButShort;
-  filter.addEventListener('change', applyFilter);
 }
 
-// ---- one motion ------------------------------------------------------------------------
+function showFooter({origin, explanation}, samples) {
+  const parts = [origin.version, origin.command,
+    `model ${origin.model_sha256.slice(0, 16)}… (SHA-256)`];
+  const first = origin.first_stamp;
+  parts.push(samples.count === 0 ? 'no samples' : Math.abs(first) < kEpoch
+      ? `recorded ${clock(samples.end, 1)} from stamp ${first.toFixed(3)} s on; its stamps ` +
+        'hold no date'
+      : `recorded ${new Date(first * 1000).toISOString().replace('T', ' ').slice(0, 19)} ` +
+        'UTC, shown as 0:00:00');
+  if (!samples.stamped) parts.push('the clock steps back: drawn at the nominal rate');
+  $('#origin').replaceChildren(...parts.map((part, i) =>
+    i === 1 ? el('code', {}, part) : el('span', {}, part)));
+  void explanation;
+}
 
-// The best templates as bars of their distance, minus the score, with the class's limit.
-function scoreFigure(templates) {
-  const row = 30, left = 108, width = pictureWidth(), right = 64;
-  const distances = templates.flatMap((s) => [-s.score, -(s.threshold ?? 0)]);
-  const most = Math.max(...distances, 1e-9) * 1.02;
-  const x = (v) => left + Math.min(Math.max(v / most, 0), 1) * (width - left - right);
-  const picture = svg('svg', {viewBox: `0 0 ${width} ${templates.length * row + 4}`,
-    role: 'img'});
-  templates.forEach((s, i) => {
-    const y = i * row + 4;
-    picture.append(svg('text', {x: 0, y: y + 16, class: 'strong'},
-        `class ${s.class}, no. ${s.template}`));
-    if (s.score === null) {
-      picture.append(svg('text', {x: left, y: y + 16}, 'cannot be compared'));
-      return;
-    }
-    const accepted = s.threshold === null || s.score > s.threshold;
-    picture.append(svg('rect', {class: 'bar ' + (accepted ? 'accepted' : 'rejected'), x: left,
-      y: y + 4, width: Math.max(x(-s.score) - left, 1), height: 16, rx: 2}));
-    if (s.threshold !== null) {
-      const at = x(-s.threshold);
-      picture.append(svg('line', {class: 'tick', x1: at, x2: at, y1: y, y2: y + 24}));
-    }
-    picture.append(svg('text', {x: width, y: y + 16, 'text-anchor': 'end'},
-        s.score.toFixed(4)));
+// What the time line draws as bands; `rank`: the greater is drawn above.
+function makeMarks(data, samples) {
+  const {explanation: e} = data;
+  const base = samples.origin;
+  const wanted = new Set(e.expected.filter((x) => x.recognised).map((x) => x.motion - 1));
+  const unexpected = (i) => e.expected.length > 0 && !wanted.has(i);
+  const expected = e.expected.map((x, i) => ({begin: x.begin - base, end: x.end - base,
+    item: {kind: 'expected', i}, missed: !x.recognised, outside: true, ...(x.recognised
+      ? {look: 'empty', paint: 'mark-good', rank: 0, tall: 0.7, name: `${kGlyphs.came} ${x.class}`}
+      : {look: 'dashed', paint: 'mark-bad', rank: 1, tall: 1,
+        name: `${kGlyphs.missed} ${x.class}`})}));
+  const motions = e.motions.map((m, i) => ({...samples.bands[i], item: {kind: 'motion', i},
+    ...(m.cause === 'reported'
+      ? {look: 'full', paint: 'mark-good', rank: 2, tall: 1, name: `reported ${m.reported}`}
+      : m.cause === 'rejected'
+        ? {look: 'hatched', paint: 'mark-bad', rank: 1, tall: 1, name: 'rejected'}
+        : {look: 'empty', paint: 'mark-other', rank: 0, tall: 1, name: m.cause})}));
+  const of = e.motions.map((m, i) => i).filter((i) => e.motions[i].cause === 'reported');
+  const reported = samples.events.filter((event) => event.class !== 5).map((event, k) => {
+    const odd = of[k] !== undefined && unexpected(of[k]);
+    return {begin: event.t, end: event.t, outside: true, look: 'full',
+      item: of[k] === undefined ? null : {kind: 'motion', i: of[k]},
+      paint: odd ? 'mark-bad' : 'mark-good', rank: odd ? 1 : 0, tall: odd ? 1 : 0.7,
+      name: `${odd ? kGlyphs.unexpected : kGlyphs.reported} ${event.class}`};
   });
-  return picture;
+  const rests = samples.rests.map((r, i) => ({...r, item: {kind: 'rest', i}}));
+  const ended = (how) => motions.filter(({item}) => outcome(e.motions[item.i].cause) === how);
+  const lanes = {expected, reported, 'motions-reported': ended('reported'),
+    'motions-rejected': ended('rejected'), 'motions-dropped': ended('dropped')};
+  return {expected, reported, motions, rests, lanes, unexpected};
 }
 
-function fillMotion(body, m, series, data, zoomTo) {
-  const facts = [
-    ['collected', `${m.collected} samples`],
-    ['pre-roll', `${m.preroll} samples`],
-    ['trimmed', `${m.trimmed} samples`],
-    ['judged', seconds(m.judged)],
-    ['active stretch', `${m.active_samples} samples, ${m.duration_ms.toFixed(0)} ms`],
-    ['starts / ends fast', `${m.starts_fast ? 'yes' : 'no'} / ${m.ends_fast ? 'yes' : 'no'}`],
-  ];
-  if (m.lost_at !== null) facts.push(['attitude lost at', `sample ${m.lost_at + 1}`]);
-  if (m.strength !== null) {
-    facts.push(['strength', `${m.strength.toFixed(3)} of at least ` +
-        `${data.explanation.settings.least_strength.toFixed(3)} m/s²`]);
-  }
-  const button = el('button', {type: 'button'}, 'Show in the stream');
-  button.addEventListener('click', zoomTo);
-  body.append(el('dl', {}, ...facts.map(([name, value]) =>
-    el('div', {}, el('dt', {}, name), el('dd', {}, value)))), button);
-
-  const figures = el('div', {class: 'figures'});
-  if (series?.corrected) {
-    const t = unpack(series.t);
-    figures.append(figure('Acceleration x, y, z without gravity, turned into one frame, ' +
-        'm/s²; the active stretch is shaded', lineFigure(t,
-        series.corrected.map((s, i) => [unpack(s), kAxes[i]]),
-        {active: series.active, unit: 'm/s²'})));
-  }
-  if (series?.speed) {
-    figures.append(figure('Speed, m/s; what is slower than the dashed line at either end is cut off',
-        lineFigure(unpack(series.speed_t), [[unpack(series.speed), 'speed']],
-            {limit: m.fast_from ?? undefined, active: series.active, unit: 'm/s'})));
-  }
-  if (series?.compared) {
-    const best = m.best_templates[0];
-    figures.append(figure(`What was compared, x, y, z, and dotted the best template, no. ` +
-        `${best.template} of class ${best.class}, laid over it along the warping path`,
-        lineFigure(unpack(series.compared_t), [
-          ...series.compared.map((s, i) => [unpack(s), kAxes[i]]),
-          ...series.template.map((s, i) => [unpack(s), kAxes[i] + ' template']),
-        ], {unit: data.normalised ? 'times the strength' : 'm/s²'})));
-  }
-  if (m.best_templates.length > 0) {
-    figures.append(figure('The best templates: shorter is more alike; a bar that reaches ' +
-        'its mark, the threshold of its class, is rejected', scoreFigure(m.best_templates)));
-  }
-  body.append(figures);
-}
-
-function showMotions(data, stream) {
-  const {motions} = data.explanation;
-  const list = $('#list');
-  const items = motions.map((m, i) => {
-    const band = data.stream.bands[i];
-    const body = el('div', {class: 'body'});
-    const title = el('summary', {},
-        el('span', {class: 'when'}, `${i + 1}. ${seconds(m.begin)} to ${seconds(m.end)}`),
-        chip(m.cause, m.reported === null ? m.cause : `${m.cause}: ${m.reported}`),
-        el('p', {class: 'why'}, m.sentence));
-    const item = el('details', {class: 'card motion', 'data-cause': m.cause}, title, body);
-    const zoomTo = () => {
-      const margin = (band.end - band.begin) * 0.5 + 0.2;
-      stream.setView(band.begin - margin, band.end + margin);
-      $('#stream').scrollIntoView({block: 'start'});
-      $('#acc').focus({preventScroll: true});
-    };
-    item.addEventListener('toggle', () => {
-      if (!item.open || body.childElementCount > 0) return;
-      fillMotion(body, m, data.series[i], data, zoomTo);
-    });
-    return item;
-  });
-  list.append(...items);
-  applyFilter();
-  if (items.length === 0) list.append(el('p', {}, 'There was no motion.'));
-  return (i) => {
-    items[i].hidden = false;
-    items[i].open = true;
-    items[i].scrollIntoView({block: 'start'});
-    items[i].querySelector('summary').focus({preventScroll: true});
+// What the filter offers: [value, text, items].
+function choices(e, marks) {
+  const of = (kind, items, keep) => items.map((_, i) => ({kind, i}))
+      .filter(({i}) => keep(items[i], i));
+  const motions = (keep) => of('motion', e.motions, keep);
+  const all = [];
+  const add = (value, name, items, always = false) => {
+    if (items.length > 0 || always) all.push([value, `${name} (${items.length})`, items]);
   };
+  add('missed', 'missed', of('expected', e.expected, (x) => !x.recognised));
+  add('unexpected', 'reported, not expected',
+      motions((m, i) => m.cause === 'reported' && marks.unexpected(i)));
+  add('expected', 'expected', of('expected', e.expected, () => true));
+  const short = e.motions.filter((m) => m.cause === 'too-short').length;
+  if (short > 0) add('long', 'motions, all but too-short', motions((m) => m.cause !== 'too-short'));
+  add('', 'all motions', motions(() => true), true);
+  const causes = new Map();
+  for (const m of e.motions) causes.set(m.cause, (causes.get(m.cause) ?? 0) + 1);
+  for (const [cause] of [...causes].sort((a, b) => b[1] - a[1])) {
+    add(cause, cause, motions((m) => m.cause === cause));
+  }
+  add('rests', 'at rest', of('rest', e.rests, () => true));
+  const first = all[0][0] === 'missed' ? 'missed' : short > kManyShort ? 'long' : '';
+  return [all, first];
 }
 
-function showRests(e) {
-  $('#rests tbody').append(...e.rests.map((r) => el('tr', {},
-      el('td', {}, seconds(r.begin)), el('td', {}, seconds(r.end)),
-      el('td', {}, r.sentence))));
+class Report {
+  constructor(data, samples) {
+    this.data = data;
+    this.samples = samples;
+    this.e = data.explanation;
+    this.chosen = null;
+    this.marks = makeMarks(data, samples);
+    this.order = this.e.expected.map((x, i) => i).filter((i) => !this.e.expected[i].recognised)
+        .sort((a, b) => this.e.expected[a].begin - this.e.expected[b].begin);
+    for (const button of document.querySelectorAll('[data-view$=missed]')) {
+      button.hidden = this.order.length === 0;
+    }
+    this.list = makeList($('#list'), {fill: (item) => this.row(item),
+      choose: (item) => this.choose(item)});
+    this.makeFilter();
+    if (samples.count > 0) {
+      this.timeline = makeTimeline(samples, this.marks, {
+        choose: (item) => this.choose(item),
+        step: (side, missed) => this.step(side, missed)});
+    } else {
+      $('#stream').replaceChildren(el('p', {}, 'The recording has no samples.'));
+    }
+    addEventListener('hashchange', () => this.followLink());
+    this.followLink();
+  }
+
+  band({kind, i}) {
+    return this.marks[{motion: 'motions', expected: 'expected', rest: 'rests'}[kind]][i];
+  }
+
+  makeFilter() {
+    const [all, first] = choices(this.e, this.marks);
+    const filter = $('#filter');
+    filter.append(...all.map(([value, text]) => el('option', {value}, text)));
+    filter.value = first;
+    const empty = {'': 'There was no motion.'};
+    const show = () => {
+      const items = all.find(([value]) => value === filter.value)[2];
+      $('#list').hidden = items.length === 0;
+      $('#empty').hidden = items.length > 0;
+      $('#empty').textContent = empty[filter.value] ?? '';
+      $('#printed').textContent = items.length <= kPrinted ? '' :
+        `${counted(items.length - kPrinted, 'more row')}: wgr explain prints all of them.`;
+      this.list.show(items);
+      if (this.chosen) this.list.mark((item) => this.same(item));
+    };
+    filter.addEventListener('change', show);
+    show();
+  }
+
+  same(item) {
+    return this.chosen !== null && item.kind === this.chosen.kind && item.i === this.chosen.i;
+  }
+
+  row({kind, i}) {
+    const {e, samples: {origin}} = this;
+    const text = (when, mark, why) => [
+      el('span', {class: 'when'}, when), mark, el('span', {class: 'why'}, why)];
+    if (kind === 'motion') {
+      const m = e.motions[i];
+      return text(`${i + 1}. ${span(m, origin)}`,
+          chip(m.cause, m.reported === null ? m.cause : `${m.cause}: ${m.reported}`), m.sentence);
+    }
+    if (kind === 'rest') return text(span(e.rests[i], origin), '', e.rests[i].sentence);
+    const x = e.expected[i];
+    return text(`${x.recognised ? kGlyphs.came : kGlyphs.missed} class ${x.class}, ${span(x, origin)}`,
+        chip(x.cause, x.cause), x.recognised ? 'It was recognised.' : x.sentence);
+  }
+
+  // Shows one beside the time line, and where it is in it.
+  choose(item) {
+    this.chosen = item;
+    this.list.mark((one) => this.same(one));
+    this.timeline?.mark(this.band(item));
+    this.showDetails(item);
+  }
+
+  showDetails({kind, i}) {
+    const {e, data, samples} = this;
+    const one = e[{motion: 'motions', expected: 'expected', rest: 'rests'}[kind]][i];
+    const name = {motion: `Motion ${i + 1}`, rest: 'At rest',
+      expected: `Class ${one.class}, ${one.recognised ? 'recognised' : 'missed'}`}[kind];
+    const parts = [el('h3', {}, name),
+      el('p', {class: 'when'}, span(one, samples.origin))];
+    if (one.cause) parts.push(chip(one.cause, one.reported === undefined ||
+        one.reported === null ? one.cause : `${one.cause}: ${one.reported}`));
+    if (kind === 'motion') parts.push(...this.motion(i));
+    else parts.push(el('p', {}, kind === 'expected' && one.recognised ? 'It was recognised.' : one.sentence));
+    if (kind === 'expected' && one.motion !== null) {
+      parts.push(el('h4', {}, `The nearest motion, no. ${one.motion}: ` +
+          e.motions[one.motion - 1].cause), ...this.motion(one.motion - 1));
+    }
+    const link = el('a', {href: `#t=${shownTime(one.begin - samples.origin).toFixed(3)}`},
+        'Link to this moment');
+    const close = el('button', {type: 'button'}, 'Show it whole');
+    close.addEventListener('click', () => {
+      const {begin, end} = this.band({kind, i});
+      const margin = (end - begin) * 0.5 + 0.2;
+      this.timeline.setView(begin - margin, end + margin);
+    });
+    parts.push(el('p', {class: 'tools'}, close, link));
+    $('#details').replaceChildren(...parts);
+    $('#details').scrollTop = 0;
+    $('#chosen').textContent = `${name}, ${span(one, samples.origin)}`;
+  }
+
+  motion(i) {
+    return motionDetails(this.e.motions[i], this.samples.trace(i), this.data);
+  }
+
+  // To the next or the previous motion, or missed gesture, from the chosen one or from the
+  // middle of the view.
+  step(side, missed) {
+    const kind = missed ? 'expected' : 'motion';
+    const places = missed ? this.order : this.marks.motions.map((_, i) => i);
+    if (places.length === 0) return;
+    const at = this.chosen ? this.band(this.chosen).begin : side > 0 ? -Infinity : Infinity;
+    const begin = (i) => this.band({kind, i}).begin;
+    const next = side > 0 ? places.find((i) => begin(i) > at)
+        : places.findLast((i) => begin(i) < at);
+    this.choose({kind, i: next ?? places[side > 0 ? 0 : places.length - 1]});
+  }
+
+  // "#t=30.3" or "#t=0:00:30.3": a moment, with what is there.
+  followLink() {
+    const given = /^#t=(?:(?:(\d+):)?(\d+):)?(-?\d+(?:\.\d+)?)$/.exec(location.hash);
+    if (given === null || !this.timeline) return;
+    const [hours, minutes, rest] = given.slice(1).map((v) => Number(v ?? 0));
+    const t = hours * 3600 + minutes * 60 + rest - shownTime(0);
+    this.timeline.setView(t - kMoment, t + kMoment);
+    const near = 1 / this.samples.rate;
+    const there = bandAt(this.marks.expected.filter((x) => x.missed), t, near) ??
+        bandAt(this.marks.motions, t, near) ?? bandAt(this.marks.rests, t, near);
+    if (there) this.choose(there.item);
+    $('#stream').scrollIntoView({block: 'start'});
+  }
 }
 
-start((data) => {
+start(async (data) => {
+  const samples = readSamples(data, await unpackBytes('samples'));
   showHeader(data.explanation);
-  const stream = unpack(data.stream.t).length > 1 ? makeStream(data) :
-    {setView() {}, charts: () => []};
-  window.report = stream;  // for those who look into it with the browser's console
-  const openMotion = showMotions(data, stream);
-  showVerdict(data.explanation, openMotion);
-  showRests(data.explanation);
+  showFooter(data, samples);
+  if (samples.gapCount > 0) {
+    const longest = samples.gaps.end.reduce((most, end, i) =>
+      Math.max(most, end - samples.gaps.begin[i]), 0);
+    $('#gaps').hidden = false;
+    $('#gaps').textContent = `${counted(samples.gapCount, 'gap')} without samples, hatched ` +
+        `or marked ▼ on the axis; the longest takes ${longest.toFixed(2)} s.` +
+        (samples.gapCount > samples.gaps.begin.length
+          ? ` Only the ${counted(samples.gaps.begin.length, 'longest', 'longest')} are drawn.`
+          : '');
+  }
+  $('#thinned').textContent = `Blocks are the least and greatest of every ` +
+      `${samples.bucket} samples. Every sample is drawn of what was reported, rejected or ` +
+      'expected; all figures are from every sample.';
+  // For those who look into it with the browser's console.
+  window.report = new Report(data, samples);
+  showVerdict(data.explanation, (i) => {
+    window.report.choose({kind: 'motion', i});
+    $('#stream').scrollIntoView({block: 'start'});
+  });
 });

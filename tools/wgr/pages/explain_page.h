@@ -8,11 +8,17 @@
 
 namespace wgr {
 
-// Throws UsageError, with what to do, when this program was built without the page.
-void require_page();
+// What a page's footer says of how it was made: nothing of when, so that the same
+// command over the same files gives the same bytes.
+struct PageOrigin {
+  std::string version;
+  std::string command;
+  std::string model_sha256;
+};
 
 // Uses up what was kept to be drawn.
-std::string explain_page(Explanation& explanation, const Verdict& verdict);
+std::string explain_page(Explanation& explanation, const Verdict& verdict,
+                         const PageOrigin& origin);
 
 // A page that leads to those of several recordings: {"folder", "recordings": [{"file",
 // "page", "verdict", "error"}]}.

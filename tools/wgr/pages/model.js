@@ -255,7 +255,7 @@ function showCost(data) {
         `${cost.usual_points} points.` + (cost.note ? ' ' + cost.note : '')),
       el('div', {class: 'wide', tabindex: 0, role: 'region', 'aria-label': 'The cost'},
           el('table', {class: 'plain'},
-              el('thead', {}, el('tr', {}, ...['', 'Templates', 'Points',
+              el('thead', {}, el('tr', {}, ...['Class', 'Templates', 'Points',
                 'Cells for each recognition'].map((name) => el('th', {scope: 'col'}, name)))),
               el('tbody', {}, ...rows.map(([name, ...figures]) => el('tr', {},
                   el('th', {scope: 'row'}, name),

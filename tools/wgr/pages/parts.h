@@ -14,16 +14,16 @@ extern const std::string_view kFiguresScript;
 // Of wgr explain.
 extern const std::string_view kExplainHtml;
 extern const std::string_view kExplainCss;
-extern const std::string_view kStreamScript;
 extern const std::string_view kIndexHtml;
 extern const std::string_view kIndexScript;
 extern const std::string_view kVerdictScript;
 extern const std::string_view kVerdictCss;
+extern const std::string_view kSamplesScript;
+extern const std::string_view kLanesScript;
+extern const std::string_view kTimelineScript;
+extern const std::string_view kDetailsScript;
+extern const std::string_view kListScript;
 extern const std::string_view kExplainScript;
-// Empty when uPlot was not to be had.
-extern const std::string_view kUplotScript;
-extern const std::string_view kUplotCss;
-extern const std::string_view kUplotLicence;
 
 // Of wgr build and wgr eval.
 extern const std::string_view kModelHtml;

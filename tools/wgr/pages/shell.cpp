@@ -44,13 +44,22 @@ static std::string in_elements(const std::string& name, std::string_view first,
   return text;
 }
 
-std::string page_of(const PageParts& parts, Deflated& data) {
+// Bytes that a script unpacks.
+static std::string in_script(const std::string& id, Deflated& bytes) {
+  return "<script type=\"application/octet-stream\" id=\"" + id + "\">" +
+         base64(bytes.finish()) + "</script>\n";
+}
+
+std::string page_of(const PageParts& parts, Deflated& data, Deflated* samples) {
   std::string page(kShellHtml);
   fill(page, "title", parts.title);
   fill(page, "styles", in_elements("style", kCommonCss, parts.styles));
   fill(page, "body", parts.body);
   fill(page, "scripts", in_elements("script", kCommonScript, parts.scripts));
-  fill(page, "data", base64(data.finish()));  // last, as it may be large
+  // Last, as they may be large.
+  std::string packed = in_script("data", data);
+  if (samples != nullptr) packed += in_script("samples", *samples);
+  fill(page, "data", packed);
   return page;
 }
 

@@ -22,8 +22,9 @@ struct PageParts {
 
 inline constexpr int kPageLevel = Z_DEFAULT_COMPRESSION;
 
-// The shared styles and scripts come first; the data, JSON, stands there in base64.
-std::string page_of(const PageParts& parts, Deflated& data);
+// The shared styles and scripts come first; the data, JSON, stands there in base64, and
+// so do samples, where a page has them.
+std::string page_of(const PageParts& parts, Deflated& data, Deflated* samples = nullptr);
 std::string page_of(const PageParts& parts, const nlohmann::ordered_json& data);
 
 }  // namespace wgr

@@ -290,7 +290,7 @@ static Json events_json(const Explanation& e) {
 }
 
 // Everything but the motions and the rests, which may be many.
-static Json head_json(const Explanation& e, const Verdict& v) {
+Json explanation_head(const Explanation& e, const Verdict& v) {
   const Settings& s = e.settings;
   return {{"type", "explanation"},
           {"recording", e.recording},
@@ -335,7 +335,7 @@ static void write_array(const char* name, const Items& items, ToJson item, bool 
 void write_json_explanation(const Explanation& e, const Verdict& v, bool indent,
                             const TextSink& sink) {
   const std::string_view end = indent ? "\n}" : "}";
-  const std::string head = json_text(head_json(e, v), indent ? 1 : -1);
+  const std::string head = json_text(explanation_head(e, v), indent ? 1 : -1);
   sink(std::string_view(head).substr(0, head.size() - end.size()));
   const auto motion = [&e](const MotionExplanation& m) {
     return motion_json(m, e.settings);

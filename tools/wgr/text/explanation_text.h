@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 
@@ -29,6 +30,10 @@ std::vector<std::string> selectable();
 void write_text_explanation(const Explanation& explanation, const Verdict& verdict,
                             const TextSelection& selection, const Layout& layout,
                             const TextSink& sink);
+
+// The object that write_json_explanation() writes, without the motions and the rests.
+nlohmann::ordered_json explanation_head(const Explanation& explanation,
+                                        const Verdict& verdict);
 
 // One object with everything but the samples and traces; what is not a number is null.
 // With `indent` a blank a level and an end of the last line, otherwise on one line.
