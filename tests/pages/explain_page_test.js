@@ -405,14 +405,11 @@ const day = {};
 function makeDay(folder) {
   const file = (name) => path.join(folder, name);
   execFileSync(kTool, ['synth', '--gestures', '8', '--distractors', '1500', '--person', '7',
-    '-o', file('part.csv'), '--labels', file('part.labels.csv')], {stdio: 'ignore'});
+    '-o', file('part.csv')], {stdio: 'ignore'});
   const lines = fs.readFileSync(file('part.csv'), 'utf8').trim().split('\n');
   const header = lines.shift();
   const rows = lines.map((line) => line.slice(line.indexOf(',')));
-  const labels = fs.readFileSync(file('part.labels.csv'), 'utf8').trim().split('\n').slice(1)
-      .map((line) => line.split(',').slice(1).map(Number));
   const out = fs.openSync(file('day.csv'), 'w');
-  const expected = ['t_start,t_end,label'];
   fs.writeSync(out, header + '\n');
   for (let first = 0; first < kDay * kRate; first += rows.length) {
     let text = '';
@@ -425,18 +422,11 @@ function makeDay(folder) {
       text += t.toFixed(3) + (spike ? ',0.0,0.0,9.8,0.0,4000.0,0.0' : row) + '\n';
     });
     fs.writeSync(out, text);
-    for (const [from, to, label] of labels) {
-      if (first / kRate >= kNight && first / kRate + to < kDay) {
-        expected.push(`${from + first / kRate},${to + first / kRate},${label}`);
-      }
-    }
   }
   fs.closeSync(out);
-  fs.writeFileSync(file('day.labels.csv'), expected.join('\n') + '\n');
   const report = file('day.html');
   const start = Date.now();
-  explain(['--models', path.join(kRoot, 'models'), '--expect', file('day.labels.csv'),
-    file('day.csv')], report);
+  explain(['--models', path.join(kRoot, 'models'), file('day.csv')], report);
   day.size = fs.statSync(report).size;
   console.log(`a day: explained in ${((Date.now() - start) / 1000).toFixed(1)} s, a page of ` +
       `${(day.size / 1e6).toFixed(2)} MB`);
