@@ -6,6 +6,12 @@
 
 #include <cstddef>
 #include <cstring>
+#if defined(__x86_64__) && !defined(__clang__)
+#include <immintrin.h>
+// Of a vector that an instruction returns; all that is called here becomes part of its
+// caller.
+#pragma GCC diagnostic ignored "-Wpsabi"
+#endif
 
 #include "base/cpu_dispatch.h"
 
@@ -37,6 +43,25 @@ WGR_INLINE void load(const Entry* from, Vector& to) {
 template <class Vector, class Entry>
 WGR_INLINE void store(const Vector& from, Entry* to) {
   std::memcpy(to, &from, sizeof from);
+}
+
+// a < b ? a : b in each lane.
+template <size_t kLanes, class Vector>
+WGR_INLINE void minimum(const Vector& a, const Vector& b, Vector& least) {
+#if defined(__x86_64__) && !defined(__clang__)
+  // What the instruction does, also with what does not compare; GCC does not find it.
+  if constexpr (kLanes == 1) {
+    least = a < b ? a : b;
+  } else if constexpr (kLanes == 2) {
+    least = __builtin_ia32_minpd(a, b);
+  } else if constexpr (kLanes == 4) {
+    least = __builtin_ia32_minpd256(a, b);
+  } else {
+    least = __builtin_ia32_minpd512_mask(a, b, a, -1, _MM_FROUND_CUR_DIRECTION);
+  }
+#else
+  least = a < b ? a : b;
+#endif
 }
 
 }  // namespace wgr

@@ -72,10 +72,11 @@ WGR_INLINE void add_distance(const Point3Df& p, const Table& table, size_t j,
 template <size_t kLanes>
 WGR_INLINE void choose(const Cell<kLanes>& left, const Cell<kLanes>& up,
                        const Cell<kLanes>& diagonal, Cell<kLanes>& cell) {
-  const auto side = left.cost < up.cost ? left.cost : up.cost;
+  typename Vectors<kLanes>::Doubles side;
+  minimum<kLanes>(left.cost, up.cost, side);
   const auto side_forth = up.cost < left.cost ? up.forth : left.forth;
   const auto side_back = left.cost < up.cost ? left.back : up.back;
-  cell.cost = side < diagonal.cost ? side : diagonal.cost;
+  minimum<kLanes>(side, diagonal.cost, cell.cost);
   cell.forth = side < diagonal.cost ? side_forth : diagonal.forth + 1;
   cell.back = side < diagonal.cost ? side_back : diagonal.back + 1;
 }

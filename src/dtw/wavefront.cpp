@@ -19,12 +19,6 @@
 //
 // The numbers are those of the conditions in table.h.
 #include <algorithm>
-#if defined(__x86_64__) && !defined(__clang__)
-#include <immintrin.h>
-// Of a vector that an instruction returns; all that is called here becomes part of its
-// caller.
-#pragma GCC diagnostic ignored "-Wpsabi"
-#endif
 
 #include "base/cpu_dispatch.h"
 #include "base/vectors.h"
@@ -59,23 +53,6 @@ WGR_INLINE void from_above(const Vector& before, const Vector& rows, Vector& abo
   } else {
     above = __builtin_shufflevector(before, rows, 7, 8, 9, 10, 11, 12, 13, 14);
   }
-}
-
-// a < b ? a : b in each lane.
-template <size_t kLanes, class Vector>
-WGR_INLINE void minimum(const Vector& a, const Vector& b, Vector& least) {
-#if defined(__x86_64__) && !defined(__clang__)
-  // What the instruction does, also with what does not compare; GCC does not find it.
-  if constexpr (kLanes == 2) {
-    least = __builtin_ia32_minpd(a, b);
-  } else if constexpr (kLanes == 4) {
-    least = __builtin_ia32_minpd256(a, b);
-  } else {
-    least = __builtin_ia32_minpd512_mask(a, b, a, -1, _MM_FROUND_CUR_DIRECTION);
-  }
-#else
-  least = a < b ? a : b;
-#endif
 }
 
 // Whether each lane of a or b is more than the limit.
