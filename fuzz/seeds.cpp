@@ -333,7 +333,8 @@ static void make_logs() {
 
 // ---- captures -----------------------------------------------------------------------
 
-// A record with its length in front, as capture_file.cpp takes it; without its check byte.
+// A record with its length in front, as capture_file.cpp takes it; without its check
+// byte.
 static Bytes record(const Bytes& content) {
   return as_byte(static_cast<int>(content.size())) + content;
 }
@@ -349,10 +350,11 @@ static Bytes bits(double value) { return raw(&value, sizeof value); }
 
 static void make_captures() {
   const Bytes block = "\x01";         // sealed
-  const Bytes end = Bytes(1, '\0');  // of a block
+  const Bytes end = Bytes(1, '\0');   // of a block
   const Bytes made = Bytes(1, '\0');  // not a file's own bytes
   const Bytes model = timed(0x21, Bytes("\x01\x00\x10\x00", 4) + "1 1 0 1\n4 \n1 -9\n");
-  const Bytes create = timed(0x30, "\x01\x01") + timed(0x2A, Bytes("\x01\x30\x00\x02", 4));
+  const Bytes create =
+      timed(0x30, "\x01\x01") + timed(0x2A, Bytes("\x01\x30\x00\x02", 4));
   const Bytes init = timed(0x31, Bytes("\x01\x64", 2) + bits(0.5) + bits(0.0) +
                                      bits(-1.0) + Bytes("\x01\x01\x01\x14", 4)) +
                      timed(0x2A, Bytes("\x01\x31\x00\x00", 4));
@@ -363,11 +365,12 @@ static void make_captures() {
   const Bytes stepped = record(Bytes("\x02\x01\x02\x01\x02\x50\x00\x01\x02", 9));
   const Bytes again = record(Bytes("\x01\x00\x01\x02\x03\x00\x01\x02", 8));
   const Bytes wide = record(Bytes("\x05\x00", 2) + Bytes(42, '\x11'));
-  const Bytes mixed = record(Bytes("\x03\x00\x02\x01", 4) + Bytes(7, '\x71') +
-                             Bytes(6, '\x02'));
+  const Bytes mixed =
+      record(Bytes("\x03\x00\x02\x01", 4) + Bytes(7, '\x71') + Bytes(6, '\x02'));
   const Bytes start = made + block + model + create + init + registered;
-  save("capture_file", "samples", start + timed(0x22, steps) + stepped + again + mixed +
-                                      wide + end + block + stepped + end);
+  save("capture_file", "samples",
+       start + timed(0x22, steps) + stepped + again + mixed + wide + end + block +
+           stepped + end);
   save("capture_file", "callback",
        start + timed(0x20, "\x01") + timed(0x22, steps) + stepped +
            timed(0x28, "\x01\x0A") + timed(0x39, "\x01" + bits(2.5)) +
@@ -382,8 +385,8 @@ static void make_captures() {
            timed(0x2A, Bytes("\x01\x33\x00\x00", 4)) + timed(0x32, "\x01\x06"));
   save("capture_file", "others",
        start + timed(0x24, "\x02\x04") + timed(0x3A, "\x02\x04") + timed(0x25, "here") +
-           timed(0x27, "\x03") + timed(0x36, Bytes("\x01\x00\x04", 3) + bits(1) +
-                                              bits(2) + bits(9.8)) +
+           timed(0x27, "\x03") +
+           timed(0x36, Bytes("\x01\x00\x04", 3) + bits(1) + bits(2) + bits(9.8)) +
            timed(0x7F, "unknown") + timed(0x26, Bytes("\x01", 1)));
   save("capture_file", "threads",
        start + timed(0x20, "\x01") + timed(0x22, steps) + stepped +

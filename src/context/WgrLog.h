@@ -23,7 +23,8 @@ inline constexpr char kWgrLogPath[] = "/home/app/WgrLog.txt";
 struct WgrLogSite {
   std::string_view function;
   int tag;
-  std::string_view message;  // %d stands for an int, %s for a text, and there is no other %
+  std::string_view
+      message;  // %d stands for an int, %s for a text, and there is no other %
 };
 
 // clang-format off

@@ -88,7 +88,7 @@ class RecordingReader {
   void read_header();
   bool parse_last(std::string_view text, RecordedSample& sample);
 
-  std::unique_ptr<Source> source_;          // of CSV
+  std::unique_ptr<Source> source_;           // of CSV
   std::unique_ptr<CaptureSamples> capture_;  // otherwise
   ReadingLimit* const limit_;
   std::deque<RecordedSample> ahead_;

@@ -40,7 +40,8 @@ static std::vector<SetEntry> recordings_in(const std::string& folder) {
     files.insert(file);
   }
   if (failed) throw UsageError(folder + ": " + failed.message());
-  if (files.empty()) throw UsageError(folder + ": holds no recording (.csv, .csv.gz, .wgrcap)");
+  if (files.empty())
+    throw UsageError(folder + ": holds no recording (.csv, .csv.gz, .wgrcap)");
   std::vector<SetEntry> entries;
   for (const std::string& file : files) {
     SetEntry made;

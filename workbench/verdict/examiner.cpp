@@ -6,6 +6,16 @@
 
 namespace wgr {
 
+void Examiner::keep(const RecordedSample& sample) {
+  if (samples_.size() < options_.most_samples) {
+    samples_.push_back(sample);
+    return;
+  }
+  std::vector<RecordedSample>().swap(samples_);
+  options_.try_changes = false;
+  too_long_ = true;
+}
+
 std::vector<Trial> Examiner::try_changes(const Explanation& explanation,
                                          const HostRunOptions& host,
                                          const Diagnosis& diagnosis) {

@@ -75,7 +75,7 @@ static Scene sound(int number, int wearer = 0, double others = 4.0) {
   return scene;
 }
 
-static Verdict verdict_of(const Scene& scene) {
+static Verdict verdict_of(const Scene& scene, size_t most_samples = SIZE_MAX) {
   const TempDirectory directory;
   const std::string path = directory.file("recording.csv");
   write_recording(path, scene.samples);
@@ -89,6 +89,7 @@ static Verdict verdict_of(const Scene& scene) {
   options.diagnosis.rate = scene.told_rate;
   options.diagnosis.gyro_bias = host.gyro_bias;
   options.try_changes = true;
+  options.most_samples = most_samples;
   if (!scene.own_model) options.models = shipped_models();
   options.own_model = scene.own_model;
   Examiner examiner(options);
@@ -100,6 +101,7 @@ static Verdict verdict_of(const Scene& scene) {
   explain(host, reader, explanation,
           [&](const RecordedSample& sample) { examiner.add(sample); });
   find_expected(explanation);
+  EXPECT_EQ(examiner.was_too_long(), scene.samples.size() > most_samples);
   return examiner.judge(explanation, host, reader.absent_axes());
 }
 
@@ -375,6 +377,14 @@ TEST_F(Verdicts, CountWithoutAChangeWhatTheExplanationCounts) {
     EXPECT_GT(verdict.came, 0u);
     EXPECT_LT(verdict.came, verdict.expected);
   }
+}
+
+TEST_F(Verdicts, TryNothingWhereTheRecordingIsLongerThanWhatIsKept) {
+  const Scene scene = sound(501);
+  EXPECT_GT(verdict_of(scene, scene.samples.size()).trials.size(), 1u);
+  const Verdict longer = verdict_of(scene, scene.samples.size() - 1);
+  EXPECT_TRUE(longer.trials.empty());
+  EXPECT_EQ(longer.came, longer.expected);
 }
 
 TEST(Mountings, AreAllTurnsButNone) {

@@ -17,14 +17,13 @@ namespace wgr {
 static constexpr NumberRange kBiases = number_from(-10000, 10000);  // deg/s
 static constexpr double kLongestMotion = 1e6;                       // samples
 static constexpr int kStrictest = 3;
-static constexpr double kMostHandle = 1000000;  // a number of a capture's handle
+static constexpr double kMostHandle = 1000000;   // a number of a capture's handle
 static constexpr int kAssumedRate = 50;          // samples per second
 static constexpr size_t kSamplesForRate = 4096;  // that a recording's rate is taken from
 
 void add_handle_option(CLI::App& command, std::optional<unsigned>& handle) {
   command
-      .add_option("--handle", handle,
-                  "Which handle of a capture; otherwise the only one")
+      .add_option("--handle", handle, "Which handle of a capture; otherwise the only one")
       ->transform(within(whole_from(1, kMostHandle)))
       ->option_text("N");
 }
@@ -93,8 +92,7 @@ static bool take_captured(HostRunArguments& given) {
   try {
     CaptureReader reader(given.recording);
     const auto uses = uses_of(reader);
-    const CapturedUse& use =
-        uses.at(choose_handle(given.recording, given.handle, uses));
+    const CapturedUse& use = uses.at(choose_handle(given.recording, given.handle, uses));
     if (use.changes) {
       warn("{}: the host changed its settings on the way; the last ones are used",
            given.recording);

@@ -69,7 +69,7 @@ struct DoctorArguments {
   std::string recording;
   std::optional<double> seconds;
   std::optional<unsigned> handle;  // of a capture
-  std::string bias;  // X,Y,Z
+  std::string bias;                // X,Y,Z
   ModelArguments model;
   std::string repaired;  // file; empty: none
   bool json = false;
@@ -215,8 +215,7 @@ static void examine(DoctorArguments& given) {
   std::vector<RecordedSample> samples;  // to be repaired
   // What is not kept needs no limit.
   const bool limited = !given.repaired.empty() || given.limit.most != ReadingLimit().most;
-  RecordingReader reader(given.recording, limited ? &given.limit : nullptr,
-                         given.handle);
+  RecordingReader reader(given.recording, limited ? &given.limit : nullptr, given.handle);
   StreamDiagnosis stream(given.options);
   std::optional<double> first;
   size_t absent = 0;

@@ -36,6 +36,9 @@
 namespace wgr {
 
 static constexpr size_t kMuchWork = 5'000'000;  // samples to replay; some seconds
+// Samples that are kept to be replayed without being asked; five hours and a half at
+// 100 samples/s, about 110 MB.
+static constexpr size_t kMostUnasked = 2'000'000;
 
 static constexpr char kFooter[] =
     R"(Says first what happened, why, how sure that is, and what to do about it. --expect
@@ -44,7 +47,7 @@ file,t_start,t_end,label as wgr segment reads it. Then what was missed, and what
 reported but not expected, follows in groups, and the recording is replayed under other
 circumstances to see what would have helped: every sensitivity, the other models of --models,
 the repairs that wgr doctor proposes, a watch that is turned, other rest windows. --what-if
-does so without --expect.
+does so without --expect, and for recordings of more than 2,000,000 samples.
 
 --all adds, motion by motion, from when to when it went, how it was trimmed, whether it was
 long, whole and strong enough, which templates it resembles and by how much, and in one
@@ -104,6 +107,7 @@ static ExaminerOptions examiner_options(const ExplainArguments& given) {
   options.diagnosis.rate = given.rate;
   options.diagnosis.gyro_bias = given.host_run.gyro_bias;
   options.try_changes = given.what_if || !given.expect.empty();
+  if (!given.what_if) options.most_samples = kMostUnasked;
   options.own_model = !given.model.file.empty();
   if (options.try_changes) options.models = models_to_try(given.model);
   options.progress = [](size_t trials, size_t samples) -> std::function<void()> {
@@ -150,6 +154,10 @@ static void explain_one(ExplainArguments& given, Explained& made) {
             [&](const RecordedSample& sample) { examiner.add(sample); });
   } catch (const RecordingError&) {
     made.malformed = std::current_exception();
+  }
+  if (examiner.was_too_long()) {
+    warn("{}: more than {} samples: what would have helped is tried with --what-if only",
+         given.recording, kMostUnasked);
   }
   if (reader.absent_fields() > 0) warn_of_absent_axes(given, reader);
   if (!made.malformed && !given.expect.empty()) {
