@@ -70,7 +70,14 @@ function trialItem(v, trial) {
       el('span', {class: 'count'}, text));
 }
 
+// Where all gestures were recognised there is nothing to help: one line, to be opened.
 function triedBox(v) {
+  if (v.expected > 0 && v.principal === null) {
+    const all = el('details', {}, el('summary', {},
+        `Nothing had to help; ${v.trials.length - 1} other circumstances were tried`));
+    all.append(el('ol', {class: 'tried'}, ...v.trials.map((t) => trialItem(v, t))));
+    return all;
+  }
   const box = el('section', {'aria-labelledby': 'tried-head'},
       el('h3', {id: 'tried-head'}, 'What would have helped, each tried on this recording'));
   if (v.principal !== null && !v.principal.tried && v.principal.do !== '') {
