@@ -127,7 +127,7 @@ static void write_site(const WgrLogSite& site, HeldSignals& held,
   line.add(site.tag);
   line.add(": ");
   std::string_view message = site.message;
-  for (size_t mark; (mark = message.find('%')) != message.npos;) {
+  for (size_t mark; (mark = message.find('%')) != std::string_view::npos;) {
     line.add(message.substr(0, mark));
     // NOLINTBEGIN(clang-analyzer-valist.Uninitialized): both callers have set it
     if (message[mark + 1] == 'd') {

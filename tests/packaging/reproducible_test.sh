@@ -10,7 +10,8 @@ scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 copy=$scratch/copy/of/the/sources
 mkdir -p "$copy"
-cp -R "$source/CMakeLists.txt" "$source/cmake" "$source/include" "$source/src" "$copy"
+cp -R "$source/CMakeLists.txt" "$source/cmake" "$source/include" "$source/src" \
+  "$source/recorder" "$copy"
 mkdir -p "$copy/models"
 
 cmake -S "$copy" -B "$scratch/build" -DBUILD_TESTING=OFF -DWGR_BUILD_TOOLS=OFF "$@" \

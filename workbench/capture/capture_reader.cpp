@@ -472,7 +472,7 @@ bool is_capture(const std::string& path) {
   if (stat(path.c_str(), &about) != 0 || !S_ISREG(about.st_mode)) return false;
   try {
     ByteSource bytes(path);
-    char first[sizeof kMagic];
+    char first[sizeof kMagic] = {};
     std::size_t size = 0;
     while (size < sizeof first) {
       const std::size_t got = bytes.read(first + size, sizeof first - size);

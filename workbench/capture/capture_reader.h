@@ -122,7 +122,7 @@ class CaptureReader {
   bool parse(CaptureRecord& record);
   void parse_sample(Cursor& cursor, std::uint8_t tag, CaptureRecord& record);
   void parse_body(Cursor& cursor, CaptureRecord& record);
-  void parse_call(Cursor& cursor, CaptureRecord& record);
+  static void parse_call(Cursor& cursor, CaptureRecord& record);
   void parse_wearer(Cursor& cursor, CaptureRecord& record);
   void parse_model(Cursor& cursor);
   void parse_steps(Cursor& cursor);

@@ -38,7 +38,7 @@ class CaptureWriter {
   void put_thread(const CaptureRecord& record);
   void put_model(const CaptureRecord& record, const CaptureReader& reader);
   void put_sample(const CaptureRecord& record);
-  void put_body(const CaptureRecord& record, recorder::Bytes& bytes);
+  static void put_body(const CaptureRecord& record, recorder::Bytes& bytes);
   void commit(std::size_t size);
 
   OutputFile& file_;

@@ -14,6 +14,9 @@ struct FaultCommand {
   bool prints = false;               // its results, on standard output
   bool slow = false;            // takes seconds: only what cannot be left out is tried
   const char* input = nullptr;  // standard input; null: nothing
+  // The output whose lines begin with the name of the first output, where that is a file;
+  // "-" for standard output.
+  const char* naming = nullptr;
 };
 
 const std::vector<FaultCommand>& fault_commands();

@@ -32,7 +32,7 @@ static constexpr DrawnUnits kCoarseUnits = {kDrawnAccUnit, kDrawnGyroUnit};
 static constexpr double kUnitOfUnits = 0.001;
 
 // ---- JSON
-// ------------------------------------------------------------------------------
+// -------------------------------------------------------------------------------
 
 static double rounded(double value) {
   return std::round(value * kScoreDigits) / kScoreDigits;
