@@ -60,7 +60,7 @@ static const std::vector<Remedy>& stream_remedies() {
       {"axes", "Axes of one sensor are swapped or have the wrong sign.",
        "take the axes as they are meant before update_gesture()",
        "SENSOR = (Point3Df){AXES};"},
-      {"rate", "The samples come at another rate than the library is told.",
+      {"rate", "The samples come at another rate than the host passes to the library.",
        "pass the true sample rate, in whole samples per second", kInit},
       {"no-gravity", "The accelerometer shows no gravity; the library needs it.",
        "pass the accelerometer's samples with gravity in them, not linear acceleration",
@@ -138,7 +138,8 @@ static const std::vector<Remedy>& gesture_remedies() {
        "build the model again: templates without points, or with a gravity of length "
        "zero",
        ""},
-      {"never-reported", "The best template's label is one that a host is never told.",
+      {"never-reported",
+       "The best template's label is one that is never reported to a host.",
        "use a label other than 6 and 14", ""},
       {"unfinished", "The recording ends before the wrist comes to rest.",
        "record a second more", ""},
