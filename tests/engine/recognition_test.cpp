@@ -296,8 +296,7 @@ TEST(RunInOtherModes, OnlyCorrectsTheMotionAndKeepsTheClass) {
   }
 }
 
-// ---- how a recognition ends
-// -----------------------------------------------------------------
+// ---- how a recognition ends ----------------------------------------------------------
 
 // Recognises a stream's samples by themselves, without an engine.
 class Endings : public ::testing::Test {
@@ -471,8 +470,7 @@ TEST_F(Endings, TheAccelerometerAloneKnowsNeitherStrengthNorRejection) {
   EXPECT_EQ(made_.result.gesture_class, 6);
 }
 
-// ---- what is only kept when asked for
-// -----------------------------------------------------------------
+// ---- what is only kept when asked for ------------------------------------------------
 
 TEST_F(Endings, TheIntermediatesAreThoseOfTheResult) {
   model_ = small_model(3, kAcceptAll, 1, 1);

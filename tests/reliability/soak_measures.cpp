@@ -53,8 +53,7 @@ double processor_time() {
   return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
 
-// ---- counting
-// --------------------------------------------------------------------------
+// ---- counting ------------------------------------------------------------------------
 
 static bool starts_with(const std::string& line, const char* start) {
   return line.compare(0, std::strlen(start), start) == 0;

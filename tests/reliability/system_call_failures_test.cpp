@@ -139,8 +139,7 @@ TEST_F(StarvedOfFiles, AnotherModelThatCannotBeOpenedIsEmptyUntilItCanBe) {
   EXPECT_EQ(context.ages->hgr->model->templates.size(), 1u);
 }
 
-// ---- the readers
-// -----------------------------------------------------------------------
+// ---- the readers ---------------------------------------------------------------------
 
 static Gmodel large_model() {
   Gmodel model = small_model(3, -0.5);

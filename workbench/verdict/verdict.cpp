@@ -68,8 +68,7 @@ std::string name_of(const Principal& principal, const Verdict& verdict) {
   return "";
 }
 
-// ---- groups
-// ----------------------------------------------------------------------------
+// ---- groups --------------------------------------------------------------------------
 
 static std::optional<double> margin_of(const MotionExplanation& motion) {
   if (motion.scores.empty()) return std::nullopt;
@@ -152,8 +151,7 @@ static std::vector<UnexpectedGroup> unexpected_groups(const Explanation& e) {
   return groups;
 }
 
-// ---- the principal cause
-// ---------------------------------------------------------------
+// ---- the principal cause -------------------------------------------------------------
 
 namespace {
 

@@ -5,8 +5,7 @@
 //
 //   1. the host never initialised the handle, or the model has no templates;
 //   2. the stream is broken for certain: units, axes, sensors swapped, a wrong rate, ...;
-//   3. the stream is likely broken so, unless something else helped more when it was
-//   tried;
+//   3. the stream is likely broken so, unless something else helped more when tried;
 //   4. what helped most when it was tried: a repair of the stream, another model, a
 //      watch turned, another sensitivity, a shorter rest window;
 //   5. the stream has lesser faults, and much was missed;

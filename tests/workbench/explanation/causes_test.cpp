@@ -235,8 +235,7 @@ TEST_F(Causes, EveryCauseHasANameOfItsOwn) {
   EXPECT_EQ(names.size(), every_cause().size());
 }
 
-// ---- rest
-// ------------------------------------------------------------------------------
+// ---- rest ----------------------------------------------------------------------------
 
 TEST_F(Causes, TheSensorThatSaysRestIsNamed) {
   // Gravity as most watches show it, outside the accelerometer's band; no turning.
@@ -263,8 +262,7 @@ TEST_F(Causes, TheSensorThatSaysRestIsNamed) {
                         "turning"));
 }
 
-// ---- what was expected
-// -----------------------------------------------------------------
+// ---- what was expected ---------------------------------------------------------------
 
 class Expectations : public Causes {
  protected:

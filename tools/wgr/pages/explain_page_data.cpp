@@ -31,8 +31,7 @@ static constexpr DrawnUnits kFineUnits = {kAccUnit, 0.1};
 static constexpr DrawnUnits kCoarseUnits = {kDrawnAccUnit, kDrawnGyroUnit};
 static constexpr double kUnitOfUnits = 0.001;
 
-// ---- JSON
-// -------------------------------------------------------------------------------
+// ---- JSON ----------------------------------------------------------------------------
 
 static double rounded(double value) {
   return std::round(value * kScoreDigits) / kScoreDigits;
@@ -82,8 +81,7 @@ Json explain_json(const Explanation& e, const Verdict& verdict) {
           {"rests", rests}};
 }
 
-// ---- bytes
-// -----------------------------------------------------------------------------
+// ---- bytes ---------------------------------------------------------------------------
 
 namespace {
 
