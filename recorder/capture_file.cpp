@@ -47,7 +47,7 @@ void CaptureFile::start_run(LibraryVersion version, pid_t parent) {
   keep_until_ = 0;
   run_begin_ = now().real / kSecond;
   if (getrandom(run_, sizeof run_, GRND_NONBLOCK) < 0) {
-    // Early at boot: time and process tell runs apart as well.
+    // Early at boot: time and process distinguish runs as well.
     put_le(run_, now().real);
     put_le(run_ + 8, static_cast<std::uint64_t>(process_));
   }

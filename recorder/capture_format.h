@@ -43,7 +43,7 @@ inline constexpr std::size_t kBlockMonotonicAt = 4;  // 64 bits, us
 inline constexpr std::size_t kBlockRealTimeAt = 12;  // 64 bits, us since 1970
 
 // What a record is: its first byte. Its last is its check byte. Records from kThread on
-// tell the length of what is between, so that a reader can pass over unknown ones.
+// have the length of what is between, so that a reader can pass over unknown ones.
 enum Tag : std::uint8_t {
   kNoRecord = 0,
   kSample = 1,         // update_gesture(), of the same handle as the sample before
@@ -76,7 +76,7 @@ enum Tag : std::uint8_t {
   kGetVersion = 0x3A
 };
 
-// How a sample is told of: by the axes that are not in steps, and whether it is of the
+// How a sample is recorded: by the axes that are not in steps, and whether it is of the
 // same handle as the sample before.
 inline Tag sample_tag(std::uint8_t wide, bool same) {
   if (wide == 0) return same ? kSample : kSampleOf;
@@ -147,7 +147,7 @@ inline double double_of(std::uint64_t bits) {
 }
 
 // A wide value: four bits for sign and exponent, 52 for the fraction. The exponent is
-// told as its distance from one that both sides keep for each axis.
+// written as its distance from one that both sides keep for each axis.
 inline constexpr int kFirstExponent = 1023;  // of 1.0 to 2.0
 inline constexpr int kFractionBits = 52;
 inline constexpr std::uint64_t kFraction = (std::uint64_t{1} << kFractionBits) - 1;

@@ -29,7 +29,7 @@ struct Handle {
   void* user_data = nullptr;
 
   // What the reader knows of it.
-  std::uint64_t segment = 0;  // that tells of the handle
+  std::uint64_t segment = 0;  // that describes the handle
   std::uint64_t block = 0;    // that the coder is in
   SampleCoder coder;
   std::uint64_t last_time = 0;      // of a sample, us

@@ -1,10 +1,9 @@
 #include "real_library.h"
 
+#include "base/class_codes.h"
 #include "settings.h"
 
 namespace wgr::recorder {
-
-static constexpr int kNothingReported = 6;
 
 static WgrHandle no_create() { return nullptr; }
 static int no_init(WgrHandle, int, Point3Df, int, int, int, int) { return 1; }

@@ -9,6 +9,7 @@
 #include <csignal>
 #include <new>
 
+#include "base/class_codes.h"
 #include "capture_file.h"
 #include "control.h"
 #include "models.h"
@@ -18,7 +19,6 @@ namespace wgr::recorder {
 
 using namespace wgr::capture;
 
-static constexpr int kNothingReported = 6;
 static constexpr std::size_t kSampleBytes = 24 + SampleCoder::kMostBytes;  // at most
 static constexpr std::size_t kShortBytes = 124;  // at most, of a record but a model's
 static constexpr std::size_t kMoreBytes = 2 * kShortBytes;  // a thread and steps
@@ -49,7 +49,7 @@ struct All {
   std::uint64_t not_before = 0;  // the disk was full, us
   pid_t parent = 0;              // of a child that records
   bool has_run = false;
-  WgVersion told_version = {0, 0};
+  WgVersion noted_version = {0, 0};
 
   // What the reader knows in this block.
   std::uint64_t block = 0;
@@ -75,7 +75,7 @@ alignas(All) static unsigned char memory[sizeof(All)];
 #define WGR_THREAD_LOCAL static thread_local __attribute__((tls_model("initial-exec")))
 WGR_THREAD_LOCAL bool inside = false;  // a signal handler's call came in the middle
 WGR_THREAD_LOCAL std::uint32_t thread_number = 0;
-WGR_THREAD_LOCAL std::uint64_t create_segment = 0;  // that tells of the creating
+WGR_THREAD_LOCAL std::uint64_t create_segment = 0;  // that holds the creating
 
 namespace {
 
@@ -197,8 +197,8 @@ static std::uint32_t this_thread() {
   return thread_number;
 }
 
-// Room for so many bytes in a block whose beginnings the reader is told; false when there
-// is none: recording pauses.
+// Room for so many bytes in a block, with what a reader knows of a new one; null when
+// there is none: recording pauses.
 static std::uint8_t* place(std::size_t bytes, std::uint64_t time) {
   std::uint8_t* const to = all->file.place_for(bytes, time);
   if (to == nullptr) {
@@ -299,7 +299,8 @@ static bool put_handle(Handle& handle, std::uint64_t time) {
   });
 }
 
-static bool tell_of_thread(std::uint64_t time) {
+// The thread's number where it has changed. There is room.
+static bool put_thread(std::uint64_t time) {
   const std::uint32_t number = this_thread();
   if (number == all->last_thread) return true;
   if (!put(kThread, time, [&](Bytes& bytes) { bytes.varint(number); })) return false;
@@ -307,8 +308,13 @@ static bool tell_of_thread(std::uint64_t time) {
   return true;
 }
 
-// A segment tells of each handle when it is used first.
-static bool tell_of(Handle& handle, std::uint64_t time) {
+// Room for a call's record, behind the number of its thread.
+static bool note_thread(std::uint64_t time) {
+  return place(2 * kShortBytes, time) != nullptr && put_thread(time);
+}
+
+// A segment describes each handle where it is used first.
+static bool note_handle(Handle& handle, std::uint64_t time) {
   if (handle.id == 0) return true;
   for (;;) {
     if (place(kShortBytes, time) == nullptr) return false;
@@ -317,21 +323,18 @@ static bool tell_of(Handle& handle, std::uint64_t time) {
     if ((handle.flags & kUnknownOrigin) == 0 && !put_model(handle.model, time)) {
       return false;
     }
-    if (place(2 * kShortBytes, time) == nullptr || !tell_of_thread(time) ||
-        !put_handle(handle, time)) {
-      return false;
-    }
+    if (!note_thread(time) || !put_handle(handle, time)) return false;
     if (all->file.segment_serial() == segment) handle.segment = segment;
   }
 }
 
-static void tell_of_version(WgVersion version, std::uint64_t time) {
-  if (version.major == all->told_version.major &&
-      version.minor == all->told_version.minor) {
+static void note_version(WgVersion version, std::uint64_t time) {
+  if (version.major == all->noted_version.major &&
+      version.minor == all->noted_version.minor) {
     return;
   }
-  all->told_version = version;
-  if (place(2 * kShortBytes, time) == nullptr || !tell_of_thread(time)) return;
+  all->noted_version = version;
+  if (!note_thread(time)) return;
   put(kVersionSet, time, [&](Bytes& bytes) {
     bytes.signed_varint(version.major);
     bytes.signed_varint(version.minor);
@@ -379,7 +382,7 @@ static bool begin(std::uint64_t time) {
   if (!all->has_run) {
     all->has_run = true;
     const WgVersion version_now = real_library().version();
-    all->told_version = version_now;
+    all->noted_version = version_now;
     all->file.start_run({version_now.major, version_now.minor}, all->parent);
   }
   look_for_orders(time);
@@ -408,11 +411,11 @@ static Handle* handle_of(WgrHandle h) {
 
 static void put_sample(Handle& handle, const Point3Df& acc, const Point3Df& gyro,
                        std::uint64_t time) {
-  // All that is told first stands in the same block, or the sample could not be read.
+  // What comes before a sample stands in the same block, or the sample could not be read.
   const bool more = handle.block != all->block || handle.coder.steps_changed() ||
                     thread_number != all->last_thread;
   if (place(kSampleBytes + (more ? kMoreBytes : 0), time) == nullptr ||
-      !tell_of_thread(time)) {
+      !put_thread(time)) {
     return;
   }
   if (handle.block != all->block) {
@@ -452,8 +455,7 @@ static std::uint32_t put_call(Tag tag, WgrHandle h, const Fill& fill) {
   const std::uint64_t time = monotonic_now();
   if (!begin(time)) return 0;
   Handle* const handle = handle_of(h);
-  if (handle == nullptr || !tell_of(*handle, time) ||
-      place(2 * kShortBytes, time) == nullptr || !tell_of_thread(time)) {
+  if (handle == nullptr || !note_handle(*handle, time) || !note_thread(time)) {
     return handle == nullptr ? 0 : handle->id;
   }
   put(tag, time, [&](Bytes& bytes) {
@@ -465,7 +467,7 @@ static std::uint32_t put_call(Tag tag, WgrHandle h, const Fill& fill) {
 
 static void put_answer(std::uint8_t call, std::uint32_t id, std::uint8_t ending,
                        int value, std::uint64_t time) {
-  if (place(2 * kShortBytes, time) == nullptr || !tell_of_thread(time)) return;
+  if (!note_thread(time)) return;
   put(kAnswer, time, [&](Bytes& bytes) {
     bytes.varint(id);
     bytes.byte(call);
@@ -480,7 +482,8 @@ void sample(WgrHandle h, const Point3Df& acc, const Point3Df& gyro) {
   const std::uint64_t time = monotonic_now();
   if (!begin(time)) return;
   Handle* const handle = handle_of(h);
-  if (handle != nullptr && tell_of(*handle, time)) put_sample(*handle, acc, gyro, time);
+  if (handle != nullptr && note_handle(*handle, time))
+    put_sample(*handle, acc, gyro, time);
 }
 
 void sample_answer(WgrHandle h, std::uint8_t ending, int value) {
@@ -509,17 +512,14 @@ std::uint32_t before_create() {
   const std::uint64_t time = monotonic_now();
   if (!begin(time)) return id;
   const std::uint32_t model = all->models.load_default();
-  tell_of_version(real_library().version(), time);
+  note_version(real_library().version(), time);
   // The second time for the case that the model filled the segment.
-  if (!put_model(model, time) || !put_model(model, time) ||
-      place(2 * kShortBytes, time) == nullptr || !tell_of_thread(time)) {
-    return id;
-  }
-  const bool told = put(kCreate, time, [&](Bytes& bytes) {
+  if (!put_model(model, time) || !put_model(model, time) || !note_thread(time)) return id;
+  const bool written = put(kCreate, time, [&](Bytes& bytes) {
     bytes.varint(id);
     bytes.varint(model);
   });
-  if (told) create_segment = all->file.segment_serial();
+  if (written) create_segment = all->file.segment_serial();
   return id;
 }
 
@@ -643,8 +643,8 @@ void version(WgVersion value) {
   if (!lock.held()) return;
   const std::uint64_t time = monotonic_now();
   if (!begin(time)) return;
-  tell_of_version(value, time);
-  if (place(2 * kShortBytes, time) == nullptr || !tell_of_thread(time)) return;
+  note_version(value, time);
+  if (!note_thread(time)) return;
   put(kGetVersion, time, [&](Bytes& bytes) {
     bytes.signed_varint(value.major);
     bytes.signed_varint(value.minor);
@@ -661,9 +661,7 @@ void callback_end(std::uint8_t ending) {
   Lock lock;
   if (!lock.held()) return;
   const std::uint64_t time = monotonic_now();
-  if (!begin(time) || place(2 * kShortBytes, time) == nullptr || !tell_of_thread(time)) {
-    return;
-  }
+  if (!begin(time) || !note_thread(time)) return;
   put(kCallbackEnd, time, [&](Bytes& bytes) { bytes.byte(ending); });
 }
 

@@ -8,7 +8,7 @@ namespace wgr::recorder {
 using namespace wgr::capture;
 
 static constexpr double kMostSteps = 2147483647.0;
-static constexpr double kMostOfASensor = 16777216.0;  // no sensor tells more bits
+static constexpr double kMostOfASensor = 16777216.0;  // no sensor has more bits
 static constexpr int kMostDecimals = 6;               // of a value that was text
 static constexpr int kMostHalvings = 14;              // of a unit, by a grid
 static constexpr double kDoubleNoise = 1e-13;         // of a difference, of the largest
@@ -54,7 +54,7 @@ static std::size_t magnitudes(const double* values, std::size_t count, double no
   return made;
 }
 
-// Where all are multiples of about `step`, a better estimate of it: each one tells it
+// Where all are multiples of about `step`, a better estimate of it: each one narrows it
 // more closely than the ones before. 0 where they are not.
 static double refined(double step, const double* sorted, std::size_t count) {
   for (std::size_t i = 0; i < count; ++i) {

@@ -13,30 +13,30 @@ using namespace wgr::capture;
 
 static constexpr double kSecond = 1e6;  // us
 
-// Takes a record into what a segment has to tell of its handle.
-static void follow(const CaptureRecord& record, CaptureRecord& told) {
-  const auto set = [&told](std::uint8_t flag) {
-    told.flags = static_cast<std::uint8_t>(told.flags | flag);
+// Takes a record into what describes its handle at the beginning of a segment.
+static void follow(const CaptureRecord& record, CaptureRecord& handle) {
+  const auto set = [&handle](std::uint8_t flag) {
+    handle.flags = static_cast<std::uint8_t>(handle.flags | flag);
   };
   switch (record.tag) {
     case kHandle:
-      told = record;
+      handle = record;
       break;
     case kCreate:
-      told = CaptureRecord();
-      told.model = record.model;
+      handle = CaptureRecord();
+      handle.model = record.model;
       break;
     case kInit:
-      told.init = record.init;
-      told.flags = static_cast<std::uint8_t>(told.flags & ~kSensitivitySet);
+      handle.init = record.init;
+      handle.flags = static_cast<std::uint8_t>(handle.flags & ~kSensitivitySet);
       set(kInitialised);
       break;
     case kSensitivity:
-      told.value = record.value;
+      handle.value = record.value;
       set(kSensitivitySet);
       break;
     case kSetModel:
-      if (record.model != 0) told.model = record.model;
+      if (record.model != 0) handle.model = record.model;
       break;
     case kRegister:
       if (record.flags != 0) set(kRegistered);
@@ -45,7 +45,7 @@ static void follow(const CaptureRecord& record, CaptureRecord& told) {
       break;
   }
   // The last recognition's figures are not known.
-  told.number = told.cost_time = std::numeric_limits<double>::quiet_NaN();
+  handle.number = handle.cost_time = std::numeric_limits<double>::quiet_NaN();
 }
 
 static bool is_of_handle(const CaptureRecord& record) {
@@ -70,7 +70,7 @@ void edit_capture(const std::string& path, const CaptureEdit& edit, OutputFile& 
   CaptureReader reader(path);
   const CaptureHeader& header = reader.header();
   CaptureWriter writer(file, edit.anonymous ? anonymous(header) : header);
-  std::map<std::uint32_t, CaptureRecord> left_out;  // handles that are not told of yet
+  std::map<std::uint32_t, CaptureRecord> left_out;  // handles not described yet
   bool gap = false;
   CaptureRecord record;
   while (reader.next(record)) {
@@ -88,9 +88,9 @@ void edit_capture(const std::string& path, const CaptureEdit& edit, OutputFile& 
     if (edit.anonymous) make_anonymous(record, header.monotonic);
     record.gap = gap && (edit.begin <= 0.0 || record.gap);
     gap = false;
-    const auto told = left_out.find(record.handle);
-    if (is_of_handle(record) && told != left_out.end()) {
-      CaptureRecord first = told->second;
+    const auto described = left_out.find(record.handle);
+    if (is_of_handle(record) && described != left_out.end()) {
+      CaptureRecord first = described->second;
       first.tag = kHandle;
       first.handle = record.handle;
       first.time = record.time;

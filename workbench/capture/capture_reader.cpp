@@ -288,9 +288,9 @@ static double wide_value(std::uint8_t first, const std::uint8_t* rest, int& kept
 void CaptureReader::parse_sample(Cursor& cursor, std::uint8_t tag,
                                  CaptureRecord& record) {
   if (tag > kWideSampleOf) refuse(cursor.at() - 1, "a record of an unknown kind");
-  const bool told = tag % 2 == 0;
+  const bool named = tag % 2 == 0;
   record.tag = kSample;
-  record.handle = told ? cursor.number32() : last_sample_;
+  record.handle = named ? cursor.number32() : last_sample_;
   HandleState& state = state_of(record.handle);
   const auto interval =
       state.last_interval + static_cast<std::uint64_t>(cursor.signed_varint());

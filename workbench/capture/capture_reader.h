@@ -2,7 +2,7 @@
 // with the capture.
 //
 // What a power cut leaves is no error: a torn record ends its block, and a damaged block
-// is passed over, as a gap that the next record tells of. What no recorder writes is
+// is passed over, as a gap that the next record marks. What no recorder writes is
 // refused, with its offset in the file.
 #pragma once
 
@@ -92,7 +92,7 @@ class CaptureReader {
   // at the end.
   bool next(CaptureRecord& record);
 
-  // By its number, as far as it was told of; null when it was not.
+  // By its number, as far as it was read; null when it was not.
   const CapturedModel* model(std::uint32_t number) const;
 
   std::uint64_t samples() const { return samples_; }

@@ -24,22 +24,22 @@ static WgrContext* context_with(const Gmodel& model) {
 
 CapturedHandle::CapturedHandle(const Gmodel& model) : handle_(context_with(model)) {}
 
-CapturedHandle::CapturedHandle(const CaptureRecord& told,
+CapturedHandle::CapturedHandle(const CaptureRecord& recorded,
                                const std::optional<Gmodel>& model)
     : handle_(context_with(model.value_or(Gmodel()))) {
-  const CapturedInit& init = told.init;
-  if ((told.flags & kInitialised) != 0) {
+  const CapturedInit& init = recorded.init;
+  if ((recorded.flags & kInitialised) != 0) {
     init_gesture_handle(handle(), init.sample_rate, init.gyro_bias, init.min_motion_len,
                         init.history_len, init.static_window, init.hand_window_len);
   }
-  if ((told.flags & kSensitivitySet) != 0) {
-    set_gesture_rec_sensitivity(handle(), told.value);
+  if ((recorded.flags & kSensitivitySet) != 0) {
+    set_gesture_rec_sensitivity(handle(), recorded.value);
   }
   lose_state();
-  model_known_ = model.has_value() && (told.flags & kUnknownOrigin) == 0;
-  context().ages->motion_strength = told.number;
-  context().ages->recog_cost_time = told.cost_time;
-  figures_known_ = !std::isnan(told.number) && !std::isnan(told.cost_time);
+  model_known_ = model.has_value() && (recorded.flags & kUnknownOrigin) == 0;
+  context().ages->motion_strength = recorded.number;
+  context().ages->recog_cost_time = recorded.cost_time;
+  figures_known_ = !std::isnan(recorded.number) && !std::isnan(recorded.cost_time);
 }
 
 void CapturedHandle::use_model(const std::optional<Gmodel>& model) {

@@ -18,8 +18,8 @@ class CapturedHandle {
  public:
   // As it was made by create_gesture_handle().
   explicit CapturedHandle(const Gmodel& model);
-  // As it is told of where a segment begins.
-  CapturedHandle(const CaptureRecord& told, const std::optional<Gmodel>& model);
+  // As a kHandle record describes it.
+  CapturedHandle(const CaptureRecord& recorded, const std::optional<Gmodel>& model);
 
   WgrHandle handle() const { return handle_.get(); }
   WgrContext& context() const { return *handle_; }

@@ -48,7 +48,7 @@ class Reenactment {
   void perform_all(RecordQueue& queue);
   void perform(const CaptureRecord& record, RecordQueue& queue);
   void create(const CaptureRecord& record, RecordQueue& queue);
-  void tell_of(const CaptureRecord& record);
+  void adopt(const CaptureRecord& record);
   void init(const CaptureRecord& record, RecordQueue& queue);
   void set_model(const CaptureRecord& record, RecordQueue& queue);
   void register_callback(const CaptureRecord& record, RecordQueue& queue);
@@ -86,7 +86,7 @@ class Reenactment {
 ReenactmentTotals Reenactment::run() {
   CaptureRecord record;
   while (reader_.next(record)) {
-    // A model is used where it is told of: before the reader has gone on.
+    // A model is used where its record stands: before the reader has gone on.
     const bool alone = record.tag == kCreate || record.tag == kSetModel ||
                        record.tag == kHandle || record.gap;
     if (!run_.empty() &&
@@ -206,7 +206,7 @@ void Reenactment::compare(const CaptureRecord& record, std::uint8_t call, double
   totals_.first.push_back({record.offset, t, record.handle, call, recorded, now});
 }
 
-// The answer that a record of its own tells.
+// The answer that has a record of its own.
 void Reenactment::compare_answer(std::uint8_t call, std::uint32_t id, RecordQueue& queue,
                                  int now) {
   const CaptureRecord* const next = queue.peek();
@@ -226,7 +226,7 @@ void Reenactment::perform(const CaptureRecord& record, RecordQueue& queue) {
   if (record.handle != 0) totals_.handles.insert(record.handle);
   switch (record.tag) {
     case kHandle:
-      return tell_of(record);
+      return adopt(record);
     case kCreate:
       return create(record, queue);
     case kInit:
@@ -279,7 +279,7 @@ void Reenactment::create(const CaptureRecord& record, RecordQueue& queue) {
 }
 
 // A handle that was there before the segment, or before a gap.
-void Reenactment::tell_of(const CaptureRecord& record) {
+void Reenactment::adopt(const CaptureRecord& record) {
   CapturedHandle* const known = find(record.handle);
   if (known != nullptr && (known->is_known() || known->calls > 0)) return;
   remove(record);
@@ -363,7 +363,7 @@ void Reenactment::sample(const CaptureRecord& record, RecordQueue& queue) {
   sample_answer(record, queue, now, threw);
 }
 
-// The usual answer is not recorded; what comes next of the thread tells.
+// The usual answer is not recorded; the next record of the thread shows it.
 void Reenactment::sample_answer(const CaptureRecord& record, RecordQueue& queue, int now,
                                 bool threw) {
   const CaptureRecord* next = queue.peek();
@@ -428,7 +428,7 @@ void Reenactment::query(const CaptureRecord& record) {
     case kStrength:
       return compare(record, kStrength, record.number, get_motion_strength(h), figures);
     default:
-      // A call on a handle that the capture does not tell of.
+      // A call on a handle that the capture does not describe.
       ++totals_.not_compared;
   }
 }
@@ -476,7 +476,7 @@ void Reenactment::called_back(std::uint32_t id, int gesture) {
   const CaptureRecord* const next = queue.peek();
   if (next == nullptr) return;
   if (next->tag != kCallback || next->handle != id) {
-    // The answer of the call tells that there was no report.
+    // The answer of the call shows that there was no report.
     return;
   }
   compare(*next, kCallback, next->value, gesture, known);

@@ -388,7 +388,7 @@ static double hours_in(const SegmentedSet& set, const Division& division, size_t
   return seconds / kSecondsPerHour;
 }
 
-// The model of a fold; what cannot be built is told with what was left out.
+// The model of a fold; an error names what was left out.
 static Gmodel build_without(const std::string& left_out, const ModelBuilder& builder,
                             const std::vector<bool>& taken, const BuildOptions& options,
                             BuildReport& report) {

@@ -18,7 +18,7 @@ struct ExaminerOptions {
   size_t most_samples = SIZE_MAX;   // that are kept for it; none of a longer recording
   std::vector<ModelChoice> models;  // the six, or those of them that are there
   bool own_model = false;           // one of which no one knows the wrist
-  // Told how many trials there will be of how many samples; what it returns is called
+  // Called with the number of trials and of samples in each; what it returns is called
   // after each, from any thread.
   std::function<std::function<void()>(size_t trials, size_t samples)> progress;
 };

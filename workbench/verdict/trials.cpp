@@ -149,7 +149,7 @@ static const std::vector<RecordedSample>& samples_for(const TrialInput& input,
   return made;
 }
 
-// What a host makes of the samples: the motions as an explanation tells them.
+// What a host makes of the samples: the motions as an explanation lists them.
 static std::vector<JudgedMotion> replay(const HostRunOptions& options,
                                         const std::vector<RecordedSample>& samples) {
   HostRun host(options);

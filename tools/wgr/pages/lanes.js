@@ -1,5 +1,5 @@
 // Draws the lanes of a recording on a canvas: what was expected, reported and moved, who
-// found rest, and the samples. Nothing is told by colour alone.
+// found rest, and the samples. Nothing is shown by colour alone.
 'use strict';
 
 const kLabelWidth = 104;  // where lanes are named at their left
@@ -47,7 +47,7 @@ function clock(t, digits = 3) {
       (digits > 0 ? '.' + String(part).padStart(digits, '0') : '');
 }
 
-// A round step of time, so that at most `most` fit, and the digits that tell them apart.
+// A round step of time, so that at most `most` fit, and the digits that distinguish them.
 function timeStep(width, most) {
   const steps = [0.001, 0.002, 0.005, 0.01, 0.02, 0.05, 0.1, 0.2, 0.5, 1, 2, 5, 10, 15, 30,
     60, 120, 300, 600, 900, 1800, 3600, 7200, 14400, 21600, 43200, 86400];

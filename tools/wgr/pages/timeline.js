@@ -7,7 +7,7 @@ const kWheel = 0.0015;  // of a zoom, a pixel of a wheel
 const kClick = 5;       // pixels; further is no click but a drag
 const kNear = 8, kNearTouch = 22;  // pixels from a band that still mean it
 const kAround = 1.5;    // s around what is shown, at least
-const kSaid = 400;      // ms of rest after which the view is told
+const kSaid = 400;      // ms of rest after which the view is announced
 
 const clamp = (v, low, high) => Math.min(Math.max(v, low), Math.max(low, high));
 
@@ -91,7 +91,7 @@ function makeTimeline(samples, marks, {choose, step}) {
   };
   const later = () => { pending ||= requestAnimationFrame(draw); };
 
-  const tell = () => {
+  const announce = () => {
     const inside = (bands) => bands.filter((b) => b.end >= view.from && b.begin <= view.to);
     const count = (n, one, many = one + 's') => `${n.toLocaleString('en')} ${n === 1 ? one : many}`;
     const missed = inside(marks.expected).filter((b) => b.missed).length;
@@ -112,7 +112,7 @@ function makeTimeline(samples, marks, {choose, step}) {
           how === 'left' && view.from <= 0 || how === 'right' && view.to >= end;
     }
     clearTimeout(said);
-    said = setTimeout(tell, kSaid);
+    said = setTimeout(announce, kSaid);
     later();
   };
   const zoom = (factor, at = (view.from + view.to) / 2) => {
@@ -256,7 +256,7 @@ function makeTimeline(samples, marks, {choose, step}) {
   new ResizeObserver(later).observe(canvas.parentElement);
   setView(0, end);
   draw();
-  tell();
+  announce();
   return {
     setView, draw,
     view: () => ({...view}),
