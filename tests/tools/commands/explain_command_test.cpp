@@ -174,7 +174,7 @@ TEST_F(Explain, WhatIfTriesWithoutExpectations) {
 }
 
 TEST_F(Explain, TheGuideHasTheRemediesOfTheProgram) {
-  const std::string guide = read_file(WGR_ROOT "/docs/why-not-recognised.md");
+  const std::string guide = read_file(WGR_ROOT "/docs/field-guide.md");
   for (const Remedy& remedy : remedies()) {
     const std::string row = std::string("\n| `") + remedy.cause + "` |";
     const size_t begin = guide.find(row);

@@ -56,7 +56,7 @@ itself runs over the recording; every class, strength and duration is the one th
 reports to a host.
 
 --report writes a page that opens in a browser without a network. --json prints one object.
-What the words mean: docs/why-not-recognised.md.
+What the words mean: docs/field-guide.md.
 
 Examples:
   wgr explain --models models --expect recordings/demo.labels.csv recordings/demo.csv
