@@ -18,6 +18,12 @@ using namespace wgr;
 
 using ::testing::HasSubstr;
 
+// A sound recording; making it is what takes long below valgrind.
+static const Recorded& sound() {
+  static const Recorded samples = repetition(1);
+  return samples;
+}
+
 class DoctorCommand : public ::testing::Test {
  protected:
   std::string recording(const Recorded& samples) {
@@ -30,7 +36,7 @@ class DoctorCommand : public ::testing::Test {
 };
 
 TEST_F(DoctorCommand, EndsWithZeroWhenItFindsNothing) {
-  const Outcome outcome = run_wgr("doctor " + recording(repetition(1)));
+  const Outcome outcome = run_wgr("doctor " + recording(sound()));
   EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
   EXPECT_THAT(outcome.out, HasSubstr("rate      50.00 samples/s"));
   EXPECT_THAT(outcome.out, HasSubstr("pass      init_gesture_handle(h, 50, (Point3Df){"));
@@ -39,7 +45,7 @@ TEST_F(DoctorCommand, EndsWithZeroWhenItFindsNothing) {
 
 // What is written is sound, whatever was planted; the findings are of the recording read.
 TEST_F(DoctorCommand, WritesTheRecordingRepaired) {
-  Recorded samples = repetition(1);
+  Recorded samples = sound();
   Recorded planted = samples;
   for (RecordedSample& s : planted) {
     s.gyro = s.gyro / kDegreesPerRadian;
@@ -64,7 +70,7 @@ TEST_F(DoctorCommand, WritesTheRecordingRepaired) {
 }
 
 TEST_F(DoctorCommand, EndsWithOneWhenItFindsSomething) {
-  Recorded samples = repetition(1);
+  Recorded samples = sound();
   for (RecordedSample& s : samples) s.gyro = s.gyro / kDegreesPerRadian;
   const std::string path = recording(samples);
   const Outcome text = run_wgr("doctor " + path);
@@ -84,7 +90,7 @@ TEST_F(DoctorCommand, EndsWithOneWhenItFindsSomething) {
 }
 
 TEST_F(DoctorCommand, PrintsAsJsonWhatItMeasured) {
-  const Recorded samples = repetition(1);
+  const Recorded samples = sound();
   const StreamFacts facts = diagnose(samples, {}).facts;
   ASSERT_TRUE(facts.rate && facts.gravity && facts.bias);
   const auto figures =
@@ -107,7 +113,7 @@ TEST_F(DoctorCommand, PrintsAsJsonWhatItMeasured) {
 }
 
 TEST_F(DoctorCommand, TakesTheBiasThatItIsGivenForCorrected) {
-  Recorded samples = repetition(1);
+  Recorded samples = sound();
   for (RecordedSample& s : samples) s.gyro = s.gyro + Point3Df{20.0, 0.0, -10.0};
   const std::string path = recording(samples);
   const Outcome without = run_wgr("doctor " + path);
@@ -120,15 +126,15 @@ TEST_F(DoctorCommand, EndsWithTwoWhenItCannotRead) {
   EXPECT_EQ(run_wgr("doctor " + directory_.file("missing.csv")).status, 2);
   write_file(directory_.file("bad.csv"), "t,ax,ay,az,gx,gy,gz\n0,1,2\n");
   EXPECT_EQ(run_wgr("doctor " + directory_.file("bad.csv")).status, 2);
-  EXPECT_EQ(run_wgr("doctor --bias 1,2 " + recording(repetition(1))).status, 2);
+  EXPECT_EQ(run_wgr("doctor --bias 1,2 " + recording(sound())).status, 2);
   EXPECT_EQ(run_wgr("doctor").status, 2);
 }
 
 TEST_F(DoctorCommand, ReadsNoMoreThanItIsGiven) {
-  const std::string path = recording(repetition(1));
+  const std::string path = recording(sound());
   EXPECT_THAT(run_wgr("doctor --seconds 10 " + path).out, HasSubstr("samples   500 in"));
   // Of a live stream a minute is enough, though more would come.
-  const Recorded part = repetition(1);
+  const Recorded part = sound();
   ASSERT_GT(part.back().t, 61.0);
   const Outcome live = run_command(std::string(WGR_PROGRAM) + " doctor - <" + path);
   EXPECT_THAT(live.out, HasSubstr("samples   3000 in 59.98 s"));
@@ -136,7 +142,7 @@ TEST_F(DoctorCommand, ReadsNoMoreThanItIsGiven) {
 
 TEST_F(DoctorCommand, NamesAxesThatHaveNoValues) {
   std::string text = "t,ax,ay,az,gx,gy,gz\n";
-  for (const RecordedSample& s : repetition(1)) {
+  for (const RecordedSample& s : sound()) {
     std::ostringstream line;
     line << s.t << ',' << s.acc.x << ',' << s.acc.y << ',' << s.acc.z << ',' << s.gyro.x
          << ',' << s.gyro.y << ",\n";

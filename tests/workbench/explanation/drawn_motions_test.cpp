@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <map>
 
+#include "support/cases.h"
 #include "support/packed.h"
 #include "support/random_points.h"
 
@@ -70,6 +71,7 @@ TEST(DrawnMotions, FewAreDrawnWithAllTheirSamples) {
 }
 
 TEST(DrawnMotions, ThoseThatMatterKeepEverySampleHoweverManyThereAre) {
+  if (slow_here()) GTEST_SKIP() << "slow here: six thousand motions";
   RandomPoints random(3);
   DrawnMotions drawn;
   for (size_t n = 0; n < 6000; ++n) drawn.add(motion_of(random, 1.0), n % 1000 == 7);
@@ -85,6 +87,7 @@ TEST(DrawnMotions, ThoseThatMatterKeepEverySampleHoweverManyThereAre) {
 }
 
 TEST(DrawnMotions, ThoseTooShortAreLeftOutFirst) {
+  if (slow_here()) GTEST_SKIP() << "slow here: six thousand motions";
   RandomPoints random(3);
   DrawnMotions drawn;
   for (size_t n = 0; n < 6000; ++n) {
