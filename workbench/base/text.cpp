@@ -1,10 +1,22 @@
 #include "base/text.h"
 
+#include "base/caught_warnings.h"
 #include "base/foreign_text.h"
 
 namespace wgr {
 
-void warn(const std::string& text) { print(stderr, "wgr: {}\n", shown(text)); }
+static thread_local CaughtWarnings* catching = nullptr;
+
+CaughtWarnings::CaughtWarnings() : outer_(catching) { catching = this; }
+CaughtWarnings::~CaughtWarnings() { catching = outer_; }
+
+void warn(const std::string& text) {
+  if (catching != nullptr) {
+    catching->add(text);
+  } else {
+    print(stderr, "wgr: {}\n", shown(text));
+  }
+}
 
 std::string counted(size_t count, const std::string& one, const std::string& many) {
   return fmt::format("{} {}", count, count == 1 ? one : many.empty() ? one + "s" : many);

@@ -250,7 +250,7 @@ void Watcher::finish() {
   }
 }
 
-void explain(const HostRunOptions& options, RecordingReader& reader,
+void explain(const HostRunOptions& options, SampleSource& samples,
              Explanation& explanation,
              const std::function<void(const RecordedSample&)>& observe) {
   HostRun host_run(options);
@@ -269,7 +269,7 @@ void explain(const HostRunOptions& options, RecordingReader& reader,
   std::exception_ptr malformed;
   watcher.before();
   try {
-    run_host(host_run, reader, totals, [&](const Step& step) {
+    run_host(host_run, samples, totals, [&](const Step& step) {
       watcher.after(step);
       watcher.before();
       if (observe) observe(step.sample);

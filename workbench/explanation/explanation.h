@@ -102,7 +102,7 @@ struct Explanation {
 // rest is compared with the engine's; throws std::logic_error should one differ. A
 // RecordingError leaves with `explanation` holding what came before. `observe`, where
 // there is one, sees every sample.
-void explain(const HostRunOptions& options, RecordingReader& reader,
+void explain(const HostRunOptions& options, SampleSource& samples,
              Explanation& explanation,
              const std::function<void(const RecordedSample&)>& observe = nullptr);
 

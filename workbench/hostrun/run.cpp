@@ -10,9 +10,9 @@ static void count(const Step& step, Totals& totals) {
   totals.clock.add(step.sample.t);
 }
 
-void run_host(HostRun& host_run, RecordingReader& reader, Totals& totals,
+void run_host(HostRun& host_run, SampleSource& samples, Totals& totals,
               const std::function<void(const Step&)>& observe) {
-  for (RecordedSample sample; reader.next(sample);) {
+  for (RecordedSample sample; samples.next(sample);) {
     const std::optional<GestureEvent> event = host_run.feed(sample);
     const Step step = {sample, host_run.at_rest(), host_run.ask_wearer(sample),
                        event ? &*event : nullptr};

@@ -17,9 +17,9 @@ struct Step {
   const GestureEvent* event;
 };
 
-// Feeds every sample of the recording to the host, counts into `totals`, and shows each
-// step to the observer. A RecordingError leaves with `totals` up to date.
-void run_host(HostRun& host_run, RecordingReader& reader, Totals& totals,
+// Feeds every sample to the host, counts into `totals`, and shows each step to the
+// observer. A RecordingError leaves with `totals` up to date.
+void run_host(HostRun& host_run, SampleSource& samples, Totals& totals,
               const std::function<void(const Step&)>& observe);
 
 }  // namespace wgr

@@ -14,6 +14,11 @@ namespace wgr {
 inline constexpr int kHighestRate = 100000;  // samples per second, far above any watch
 inline constexpr double kMostSeconds = 1e9;  // of a recording or a log; thirty years
 
+// Where the stamps of a recording say nothing, samples per second.
+inline constexpr int kAssumedRate = 50;
+// From the start of a recording, that its rate is taken from.
+inline constexpr size_t kSamplesForRate = 4096;
+
 // The rate in samples per second: from the mean of the time steps (s) that are near their
 // median, so that neither gaps nor stamps rounded to milliseconds mislead it. Nothing
 // when no step is forward.

@@ -29,6 +29,15 @@ struct RecordedSample {
   Point3Df gyro;  // deg/s
 };
 
+// Samples one by one, wherever they come from.
+class SampleSource {
+ public:
+  virtual ~SampleSource() = default;
+
+  // The next sample; false at the end.
+  virtual bool next(RecordedSample& sample) = 0;
+};
+
 // A recording that cannot be opened or read, or a line that is no sample;
 // what() reads "FILE:LINE: REASON", or "FILE: REASON" when no line is to blame.
 class RecordingError : public std::runtime_error {
@@ -57,7 +66,7 @@ struct ReadingLimit {
 // end. What came before counts; the torn line is left out, and standard error says so.
 // A last line without its break whose last field is empty is whole only if a line before
 // left that field empty, too; one of gzip data without its end is never.
-class RecordingReader {
+class RecordingReader : public SampleSource {
  public:
   // "-" is standard input. Throws RecordingError when the file cannot be opened or its
   // header is not a recording's.
@@ -65,13 +74,13 @@ class RecordingReader {
   // `handle`: of a capture; otherwise the only one that it holds.
   explicit RecordingReader(const std::string& path, ReadingLimit* limit = nullptr,
                            std::optional<unsigned> handle = std::nullopt);
-  ~RecordingReader();
+  ~RecordingReader() override;
 
   // The next sample; false at the end. Throws RecordingError at a malformed line: not
   // seven fields, or a field that is no finite number; and at the limit. An empty field,
   // an axis that the sensor does not have, reads as 0 and is counted; the time may not be
   // empty.
-  bool next(RecordedSample& sample);
+  bool next(RecordedSample& sample) override;
 
   // Up to `count` samples from here on, without using them: next() hands them out as if
   // they had not been seen, and throws at a malformed line behind them in its turn.

@@ -6,8 +6,8 @@
 #include "arguments/values.h"
 #include "base/errors.h"
 #include "base/text.h"
-#include "capture/capture_samples.h"
-#include "capture/captured_handle.h"
+#include "capture/capture_reader.h"
+#include "capture/captured_settings.h"
 #include "hostrun/fixed_paths.h"
 #include "recording/clock.h"
 #include "training/model_findings.h"
@@ -17,9 +17,7 @@ namespace wgr {
 static constexpr NumberRange kBiases = number_from(-10000, 10000);  // deg/s
 static constexpr double kLongestMotion = 1e6;                       // samples
 static constexpr int kStrictest = 3;
-static constexpr double kMostHandle = 1000000;   // a number of a capture's handle
-static constexpr int kAssumedRate = 50;          // samples per second
-static constexpr size_t kSamplesForRate = 4096;  // that a recording's rate is taken from
+static constexpr double kMostHandle = 1000000;  // a number of a capture's handle
 
 void add_handle_option(CLI::App& command, std::optional<unsigned>& handle) {
   command
@@ -89,28 +87,16 @@ void check_host_run(HostRunArguments& given, OutputPlan& plan) {
 // among it.
 static bool take_captured(HostRunArguments& given) {
   if (given.recording == kStandardInput || !is_capture(given.recording)) return false;
-  try {
-    CaptureReader reader(given.recording);
-    const auto uses = uses_of(reader);
-    const CapturedUse& use = uses.at(choose_handle(given.recording, given.handle, uses));
-    if (use.changes) {
-      warn("{}: the host changed its settings on the way; the last ones are used",
-           given.recording);
-    }
-    if (use.init) {
-      if (!given.rate) given.rate = use.init->sample_rate;
-      if (given.bias.empty()) given.host_run.gyro_bias = use.init->gyro_bias;
-      given.host_run.shortest = use.init->min_motion_len;
-    }
-    if (!given.host_run.sensitivity) given.host_run.sensitivity = use.level;
-    if (names_model(given.model)) return false;
-    const std::optional<Gmodel> model = model_of(reader.model(use.model));
-    if (!model) return false;
-    given.host_run.model = std::make_shared<const Gmodel>(*model);
-    return true;
-  } catch (const CaptureError& error) {
-    throw UsageError(error.what());
+  const CapturedSettings captured = captured_settings(given.recording, given.handle);
+  if (!given.rate) given.rate = captured.rate;
+  if (captured.gyro_bias && given.bias.empty()) {
+    given.host_run.gyro_bias = *captured.gyro_bias;
   }
+  given.host_run.shortest = captured.shortest;
+  if (!given.host_run.sensitivity) given.host_run.sensitivity = captured.level;
+  if (names_model(given.model) || !captured.model) return false;
+  given.host_run.model = captured.model;
+  return true;
 }
 
 void take_model(HostRunArguments& given) {

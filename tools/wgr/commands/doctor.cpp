@@ -2,7 +2,6 @@
 #include <cmath>
 #include <cstdio>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,13 +20,12 @@
 #include "output/output_plan.h"
 #include "recording/clock.h"
 #include "recording/recording.h"
+#include "text/diagnosis_json.h"
 #include "text/verdict_text.h"
 #include "training/model_findings.h"
 #include "training/model_output.h"
 
 namespace wgr {
-
-using Json = nlohmann::ordered_json;
 
 static constexpr double kLiveSeconds = 60.0;
 static constexpr double kRateTolerance = 0.02;  // between stream and model
@@ -87,40 +85,11 @@ static std::string rate_to_pass(const StreamFacts& facts) {
   return facts.rate ? std::to_string(std::max(1, nearest_int(*facts.rate))) : "rate";
 }
 
-static Json or_null(const std::optional<double>& value) {
-  return value ? Json(*value) : Json();
-}
-
 static void print_json(const Diagnosis& diagnosis) {
   for (const Finding& finding : diagnosis.findings) {
-    const Json line = {{"type", "finding"},
-                       {"id", finding.id},
-                       {"sure", sureness_name(finding.sure)},
-                       {"what", finding.what},
-                       {"remedy", finding.remedy},
-                       {"call", finding.call}};
-    print(stdout, "{}\n", json_text(line));
+    print(stdout, "{}\n", json_text(finding_json(finding)));
   }
-  const StreamFacts& facts = diagnosis.facts;
-  Json bias;
-  if (facts.bias) bias = {facts.bias->x, facts.bias->y, facts.bias->z};
-  const Json line = {{"type", "summary"},
-                     {"findings", diagnosis.findings.size()},
-                     {"samples", facts.samples},
-                     {"seconds", facts.seconds},
-                     {"rate", or_null(facts.rate)},
-                     {"jitter", facts.jitter},
-                     {"gravity", or_null(facts.gravity)},
-                     {"bias", bias},
-                     {"acc_noise", facts.acc_noise},
-                     {"gyro_noise", facts.gyro_noise},
-                     {"rest_share", facts.rest_share},
-                     {"acc_rest_share", facts.acc_rest_share},
-                     {"gyro_rest_share", facts.gyro_rest_share},
-                     {"longest_motion", facts.longest_motion},
-                     {"turns", facts.turns},
-                     {"turn_error", facts.turn_error}};
-  print(stdout, "{}\n", json_text(line));
+  print(stdout, "{}\n", json_text(summary_json(diagnosis)));
 }
 
 static void print_facts(const StreamFacts& facts) {

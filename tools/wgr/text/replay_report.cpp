@@ -93,32 +93,33 @@ void JsonReport::event(const GestureEvent& event) {
              out_);
 }
 
-void JsonReport::summary(const Totals& totals) {
+Json summary_json(const Totals& totals) {
   Json events = Json::object();
   for (const auto& [gesture, count] : totals.events) {
     events[std::to_string(gesture)] = count;
   }
   const std::optional<double> observed = totals.clock.observed_rate();
-  write_line({{"type", "summary"},
-              {"samples", totals.samples},
-              {"seconds", totals.seconds()},
-              {"rate", totals.rate},
-              {"rest_share", share(totals.samples_at_rest, totals.samples)},
-              {"events", events},
-              {"wearer", kWearerNames[totals.wearer()]},
-              {"wearer_answers",
-               {{"left", totals.wearer_answers[0]},
-                {"right", totals.wearer_answers[1]},
-                {"undecided", totals.wearer_answers[2]}}},
-              {"clock",
-               {{"gaps", totals.clock.gaps()},
-                {"longest_gap", totals.clock.longest_gap()},
-                {"steps_back", totals.clock.backward()},
-                {"repeated_times", totals.clock.repeats()},
-                {"observed_rate", observed ? Json(*observed) : Json(nullptr)}}},
-              {"absent_fields", totals.absent_fields},
-              {"real_time_factor", real_time_factor(totals)}},
-             out_);
+  return {{"type", "summary"},
+          {"samples", totals.samples},
+          {"seconds", totals.seconds()},
+          {"rate", totals.rate},
+          {"rest_share", share(totals.samples_at_rest, totals.samples)},
+          {"events", events},
+          {"wearer", kWearerNames[totals.wearer()]},
+          {"wearer_answers",
+           {{"left", totals.wearer_answers[0]},
+            {"right", totals.wearer_answers[1]},
+            {"undecided", totals.wearer_answers[2]}}},
+          {"clock",
+           {{"gaps", totals.clock.gaps()},
+            {"longest_gap", totals.clock.longest_gap()},
+            {"steps_back", totals.clock.backward()},
+            {"repeated_times", totals.clock.repeats()},
+            {"observed_rate", observed ? Json(*observed) : Json(nullptr)}}},
+          {"absent_fields", totals.absent_fields},
+          {"real_time_factor", real_time_factor(totals)}};
 }
+
+void JsonReport::summary(const Totals& totals) { write_line(summary_json(totals), out_); }
 
 }  // namespace wgr

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdio>
+#include <nlohmann/json.hpp>
 
 #include "hostrun/host_run.h"
 #include "hostrun/totals.h"
@@ -28,6 +29,9 @@ class TextReport : public Report {
  private:
   std::FILE* const out_;
 };
+
+// The summary that JsonReport writes.
+nlohmann::ordered_json summary_json(const Totals& totals);
 
 // One JSON object a line: the events, then the summary.
 class JsonReport : public Report {

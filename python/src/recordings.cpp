@@ -1,0 +1,111 @@
+// Recordings and captures: read, written, and what their stamps and stream say.
+#include "bindings.h"
+#include "capture/capture_reader.h"
+#include "capture/captured_settings.h"
+#include "diagnosis/diagnosis.h"
+#include "json/json_text.h"
+#include "recording/clock.h"
+#include "recording/resample.h"
+#include "text/diagnosis_json.h"
+
+namespace wgr::python {
+
+namespace {
+
+struct ReadRecording {
+  std::vector<RecordedSample> samples;
+  std::string absent_axes;
+};
+
+}  // namespace
+
+static py::tuple read(const std::string& path, std::optional<unsigned> handle,
+                      unsigned long long most) {
+  ReadRecording made = released([&] {
+    constexpr size_t kLinesBetweenChecks = 1 << 15;
+    ReadingLimit limit;
+    limit.most = most;
+    RecordingReader reader(path, &limit, handle);
+    ReadRecording all;
+    for (RecordedSample sample; reader.next(sample);) {
+      all.samples.push_back(sample);
+      if (all.samples.size() % kLinesBetweenChecks == 0) check_signals();
+    }
+    all.absent_axes = reader.absent_axes();
+    return all;
+  });
+  return py::make_tuple(table_of(std::move(made.samples)), made.absent_axes);
+}
+
+static bool write(const std::string& path, const Table& samples) {
+  return released([&] {
+    write_recording(path, samples_of(samples));
+    return true;
+  });
+}
+
+static py::dict captured(const std::string& path, std::optional<unsigned> handle) {
+  const CapturedSettings settings =
+      released([&] { return captured_settings(path, handle); });
+  py::dict all;
+  all["rate"] = settings.rate;
+  all["gyro_bias"] = py::none();
+  if (settings.gyro_bias) {
+    all["gyro_bias"] = py::make_tuple(settings.gyro_bias->x, settings.gyro_bias->y,
+                                      settings.gyro_bias->z);
+  }
+  all["shortest"] = settings.shortest;
+  all["sensitivity"] = settings.level;
+  all["model"] = py::none();
+  if (settings.model) all["model"] = std::make_shared<Gmodel>(*settings.model);
+  return all;
+}
+
+static std::optional<int> rate_of(const Table& samples) {
+  TableSource source(samples);
+  std::deque<RecordedSample> first;
+  for (RecordedSample sample; first.size() < kSamplesForRate && source.next(sample);) {
+    first.push_back(sample);
+  }
+  return estimate_rate(first);
+}
+
+static std::string diagnosed(const Table& samples, std::optional<int> rate,
+                             const std::vector<double>& gyro_bias,
+                             const std::string& absent_axes) {
+  DiagnosisOptions options;
+  options.rate = rate;
+  options.gyro_bias = point_of(gyro_bias);
+  options.absent_axes = absent_axes;
+  return released([&] {
+    StreamDiagnosis stream(options);
+    stream.set_absent_axes(absent_axes);
+    TableSource source(samples);
+    for (RecordedSample sample; source.next(sample);) stream.add(sample);
+    const Diagnosis diagnosis = stream.finish();
+    nlohmann::ordered_json all = summary_json(diagnosis);
+    all["findings"] = nlohmann::ordered_json::array();
+    for (const Finding& f : diagnosis.findings)
+      all["findings"].push_back(finding_json(f));
+    return json_text(all);
+  });
+}
+
+static Table resampled(const Table& samples, int rate) {
+  return table_of(released([&] { return resample(samples_of(samples), rate); }));
+}
+
+void add_recordings(py::module_& module) {
+  module.attr("assumed_rate") = kAssumedRate;
+  module.def("read_recording", read, py::arg("path"), py::arg("handle"),
+             py::arg("most_bytes"));
+  module.def("write_recording", write, py::arg("path"), py::arg("samples"));
+  module.def("is_capture", is_capture, py::arg("path"));
+  module.def("captured_settings", captured, py::arg("path"), py::arg("handle"));
+  module.def("estimate_rate", rate_of, py::arg("samples"));
+  module.def("diagnose", diagnosed, py::arg("samples"), py::arg("rate"),
+             py::arg("gyro_bias"), py::arg("absent_axes"));
+  module.def("resample", resampled, py::arg("samples"), py::arg("rate"));
+}
+
+}  // namespace wgr::python

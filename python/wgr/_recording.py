@@ -1,0 +1,269 @@
+"""Recordings of motion, and captures of a host."""
+
+from __future__ import annotations
+
+import dataclasses
+import os
+from typing import TYPE_CHECKING, Any
+
+import numpy as np
+
+from . import _wgr
+from ._errors import InputError, warn
+
+if TYPE_CHECKING:
+    import pandas
+    from matplotlib.figure import Figure
+
+COLUMNS = ("t", "ax", "ay", "az", "gx", "gy", "gz")
+_MOST_BYTES = 1_000_000_000
+
+
+@dataclasses.dataclass(frozen=True)
+class HostSettings:
+    """What the host of a capture passed to the library.
+
+    Attributes:
+        rate: Samples per second; None where the capture does not say.
+        gyro_bias: deg/s; likewise.
+        shortest: Shortest motion, samples; below 1 is the library's own choice.
+        sensitivity: Level; None where it was not set.
+        model: The model's core; None where the capture does not hold it.
+    """
+
+    rate: int | None = None
+    gyro_bias: tuple[float, float, float] | None = None
+    shortest: int = -1
+    sensitivity: int | None = None
+    model: Any = None
+
+
+class Recording:
+    """Samples of both sensors, in time order.
+
+    Attributes:
+        samples: (n, 7) float64 in C order: t in s, accelerations in m/s² with
+            gravity in them, angular velocities in deg/s, in the watch's frame.
+        name: Where it is from; a path for what was read.
+        absent_axes: Axes that have empty fields, which read as 0: "gx, gy".
+        host: What the host of a capture passed to the library.
+    """
+
+    def __init__(
+        self,
+        samples: np.ndarray,
+        *,
+        rate: int | None = None,
+        name: str = "",
+        absent_axes: str = "",
+        host: HostSettings = HostSettings(),
+    ) -> None:
+        samples = np.ascontiguousarray(samples, dtype=np.float64)
+        if samples.ndim != 2 or samples.shape[1] != len(COLUMNS):
+            raise InputError(
+                f"samples: an array (n, 7) is wanted, not {samples.shape}"
+            )
+        self.samples = samples
+        self.name = name
+        self.absent_axes = absent_axes
+        self.host = host
+        self._given_rate = rate
+
+    @classmethod
+    def read(
+        cls,
+        path: str | os.PathLike[str],
+        *,
+        handle: int | None = None,
+        rate: int | None = None,
+        most_bytes: int = _MOST_BYTES,
+    ) -> Recording:
+        """Reads a recording (CSV, plain or gzip) or a handle of a capture.
+
+        Args:
+            path: The file. What it is is seen from its content.
+            handle: Of a capture, where several handles have samples.
+            rate: Samples per second; otherwise the captured host's, or what
+                the time stamps say.
+            most_bytes: Unpacked, that may be read.
+
+        Raises:
+            RecordingError: The file cannot be opened, or a line is no sample;
+                with file and line.
+        """
+        path = os.fspath(path)
+        samples, absent = _wgr.read_recording(path, handle, most_bytes)
+        host = HostSettings()
+        if path != "-" and _wgr.is_capture(path):
+            host = HostSettings(**_wgr.captured_settings(path, handle))
+        return cls(
+            samples,
+            rate=rate if rate is not None else host.rate,
+            name=path,
+            absent_axes=absent,
+            host=host,
+        )
+
+    @classmethod
+    def from_arrays(
+        cls,
+        acc: np.ndarray,
+        gyro: np.ndarray,
+        *,
+        t: np.ndarray | None = None,
+        rate: int | None = None,
+        name: str = "",
+    ) -> Recording:
+        """Makes a recording of arrays.
+
+        Args:
+            acc: (n, 3), m/s² with gravity.
+            gyro: (n, 3), deg/s.
+            t: (n,), s; without it `rate` is needed, and time starts at 0.
+            rate: Samples per second; without it what `t` says.
+            name: What it is called in reports.
+
+        Raises:
+            InputError: Shapes do not fit, a value is not finite, or neither
+                `t` nor `rate` is given.
+        """
+        acc = np.asarray(acc, dtype=np.float64)
+        gyro = np.asarray(gyro, dtype=np.float64)
+        for what, array in (("acc", acc), ("gyro", gyro)):
+            if array.ndim != 2 or array.shape[1] != 3:
+                raise InputError(
+                    f"{what}: an array (n, 3) is wanted, not {array.shape}"
+                )
+        if len(acc) != len(gyro):
+            raise InputError(
+                f"gyro: has {len(gyro)} samples, and acc {len(acc)}"
+            )
+        if t is None:
+            if rate is None:
+                raise InputError("rate: is wanted where t is not given")
+            t = np.arange(len(acc)) / rate
+        t = np.asarray(t, dtype=np.float64)
+        if t.shape != (len(acc),):
+            raise InputError(
+                f"t: an array ({len(acc)},) is wanted, not {t.shape}"
+            )
+        samples = np.column_stack((t, acc, gyro))
+        faulty = np.flatnonzero(~np.isfinite(samples).all(axis=1))
+        if faulty.size:
+            raise InputError(
+                f"{name or 'samples'}: sample {faulty[0]} (from 0) is not finite"
+            )
+        return cls(samples, rate=rate, name=name)
+
+    @classmethod
+    def from_dataframe(
+        cls,
+        frame: pandas.DataFrame,
+        *,
+        rate: int | None = None,
+        name: str = "",
+    ) -> Recording:
+        """Makes a recording of the columns t, ax, ay, az, gx, gy, gz.
+
+        Without t the index counts where it is a float (s) or a time, otherwise
+        `rate` is needed.
+
+        Raises:
+            InputError: A column is missing; and what from_arrays() raises.
+        """
+        missing = [c for c in COLUMNS[1:] if c not in frame.columns]
+        if missing:
+            raise InputError(f"the frame has no column {', '.join(missing)}")
+        t = None
+        if "t" in frame.columns:
+            t = frame["t"].to_numpy(np.float64)
+        elif frame.index.dtype.kind == "f":
+            t = frame.index.to_numpy(np.float64)
+        elif frame.index.dtype.kind in "mM":
+            since = frame.index - frame.index[0]
+            t = since.total_seconds().to_numpy(np.float64)
+        return cls.from_arrays(
+            frame[["ax", "ay", "az"]].to_numpy(),
+            frame[["gx", "gy", "gz"]].to_numpy(),
+            t=t,
+            rate=rate,
+            name=name,
+        )
+
+    @property
+    def t(self) -> np.ndarray:
+        """(n,) float64, s; a view."""
+        return self.samples[:, 0]
+
+    @property
+    def acc(self) -> np.ndarray:
+        """(n, 3) float64, m/s² with gravity; a view."""
+        return self.samples[:, 1:4]
+
+    @property
+    def gyro(self) -> np.ndarray:
+        """(n, 3) float64, deg/s; a view."""
+        return self.samples[:, 4:7]
+
+    @property
+    def rate(self) -> int:
+        """Samples per second: as given, or by the time stamps, or 50."""
+        if self._given_rate is None:
+            self._given_rate = _wgr.estimate_rate(self.samples)
+        if self._given_rate is None:
+            warn(
+                f"{self.name or 'recording'}: the time stamps give no rate: "
+                f"taking {_wgr.assumed_rate} samples/s; rate= says otherwise"
+            )
+            self._given_rate = _wgr.assumed_rate
+        return self._given_rate
+
+    @property
+    def seconds(self) -> float:
+        """Duration at the nominal rate, s."""
+        return len(self) / self.rate
+
+    def write(self, path: str | os.PathLike[str]) -> None:
+        """Writes it as CSV; gzip when the path ends in .gz.
+
+        Raises:
+            RecordingError: A value is not finite.
+            OutputError: The file cannot be written in full.
+        """
+        _wgr.write_recording(os.fspath(path), self.samples)
+
+    def resampled(self, rate: int) -> Recording:
+        """The same at another rate, by linear interpolation."""
+        return Recording(
+            _wgr.resample(self.samples, rate), rate=rate, name=self.name
+        )
+
+    def between(self, begin: float, end: float) -> Recording:
+        """The samples from `begin` to before `end`, s; a view where possible."""
+        inside = np.flatnonzero((self.t >= begin) & (self.t < end))
+        if inside.size and inside[-1] - inside[0] + 1 == inside.size:
+            part = self.samples[inside[0] : inside[-1] + 1]
+        else:
+            part = self.samples[inside]
+        return Recording(part, rate=self._given_rate, name=self.name)
+
+    def to_dataframe(self) -> pandas.DataFrame:
+        """A DataFrame with the columns t, ax, ay, az, gx, gy, gz; no copy."""
+        import pandas
+
+        return pandas.DataFrame(self.samples, columns=list(COLUMNS), copy=False)
+
+    def plot(self, events: Any = None) -> Figure:
+        """Draws both sensors over time, and the events where there are any."""
+        from . import _drawing
+
+        return _drawing.draw_recording(self, events)
+
+    def __len__(self) -> int:
+        return len(self.samples)
+
+    def __repr__(self) -> str:
+        return (
+            f"<Recording {self.name or 'of arrays'}: {len(self)} samples at "
+            f"{self.rate} samples/s>"
+        )

@@ -1,0 +1,42 @@
+#include "text/diagnosis_json.h"
+
+namespace wgr {
+
+using Json = nlohmann::ordered_json;
+
+static Json or_null(const std::optional<double>& value) {
+  return value ? Json(*value) : Json();
+}
+
+Json finding_json(const Finding& finding) {
+  return {{"type", "finding"},
+          {"id", finding.id},
+          {"sure", sureness_name(finding.sure)},
+          {"what", finding.what},
+          {"remedy", finding.remedy},
+          {"call", finding.call}};
+}
+
+Json summary_json(const Diagnosis& diagnosis) {
+  const StreamFacts& facts = diagnosis.facts;
+  Json bias;
+  if (facts.bias) bias = {facts.bias->x, facts.bias->y, facts.bias->z};
+  return {{"type", "summary"},
+          {"findings", diagnosis.findings.size()},
+          {"samples", facts.samples},
+          {"seconds", facts.seconds},
+          {"rate", or_null(facts.rate)},
+          {"jitter", facts.jitter},
+          {"gravity", or_null(facts.gravity)},
+          {"bias", bias},
+          {"acc_noise", facts.acc_noise},
+          {"gyro_noise", facts.gyro_noise},
+          {"rest_share", facts.rest_share},
+          {"acc_rest_share", facts.acc_rest_share},
+          {"gyro_rest_share", facts.gyro_rest_share},
+          {"longest_motion", facts.longest_motion},
+          {"turns", facts.turns},
+          {"turn_error", facts.turn_error}};
+}
+
+}  // namespace wgr
