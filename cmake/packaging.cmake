@@ -23,13 +23,18 @@ set(CPACK_PACKAGE_NAME wearableinteraction)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_CONTACT
     "WearableInteraction maintainers <maintainers@wearableinteraction.invalid>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "wrist gestures on a smartwatch")
+# Each package has a synopsis of its own; CPack would put this one before all.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 # The library looks for its models in /usr/share, wherever it lies itself.
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_STRIP_FILES ON)
+if(WGR_DEBUG_SYMBOLS)
+  set(CPACK_DEBIAN_DEBUGINFO_PACKAGE ON)
+else()
+  set(CPACK_STRIP_FILES ON)
+endif()
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE
     GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-set(CPACK_COMPONENTS_ALL library development models recorder)
+set(CPACK_COMPONENTS_ALL library development models recorder documents metapackage)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
@@ -37,7 +42,8 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 # The architecture is set by the toolchain file; without one CPack asks dpkg.
 
 # wgr_package(COMPONENT PACKAGE SUMMARY DESCRIPTION): one Debian package. Its changelog
-# and copyright, which every package carries, are made from ours.
+# and copyright, which every package carries, are made from ours. What lintian finds and is
+# meant stands in cmake/lintian-overrides/PACKAGE, with the reason.
 function(wgr_package component package summary description)
   string(TOUPPER ${component} key)
   set(CPACK_DEBIAN_${key}_PACKAGE_NAME ${package} PARENT_SCOPE)
@@ -47,6 +53,11 @@ function(wgr_package component package summary description)
           DESTINATION ${doc} COMPONENT ${component})
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz DESTINATION ${doc}
           COMPONENT ${component})
+  set(overrides ${PROJECT_SOURCE_DIR}/cmake/lintian-overrides/${package})
+  if(EXISTS ${overrides})
+    install(FILES ${overrides} DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides
+            COMPONENT ${component})
+  endif()
 endfunction()
 
 wgr_package(library libwearableinteraction "wrist gestures on a smartwatch - library"
@@ -61,8 +72,20 @@ wgr_package(models wearableinteraction-models
  start without them.")
 wgr_package(recorder wearableinteraction-recorder
   "wrist gestures on a smartwatch - flight recorder"
-  "Records what an unmodified host does with the library, so that wgr can do it again.
- Preloaded, or in the library's place.")
+  "Records what an unmodified host does with the library, so that wgr can do it
+ again. Preloaded, or in the library's place.")
+wgr_package(documents wearableinteraction-doc
+  "wrist gestures on a smartwatch - guides"
+  "For hosts, for models, for a watch that misses gestures, and for the formats of
+ files.")
+wgr_package(metapackage wearableinteraction-all
+  "wrist gestures on a smartwatch - all packages"
+  "Depends on the library, its models, the development files, the tools, the
+ flight recorder and the guides.")
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md COMPONENT documents
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/wearableinteraction-doc)
+install(DIRECTORY docs COMPONENT documents
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/wearableinteraction-doc)
 if(WGR_BUILD_TOOLS)
   list(APPEND CPACK_COMPONENTS_ALL tools)
   wgr_package(tools wearableinteraction-tools
@@ -83,6 +106,21 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
     "libwearableinteraction (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_MODELS_PACKAGE_SECTION misc)
 set(CPACK_DEBIAN_MODELS_PACKAGE_ARCHITECTURE all)
+# A model that was replaced on the machine stays when the package is upgraded.
+file(GLOB models RELATIVE ${PROJECT_SOURCE_DIR}/models CONFIGURE_DEPENDS models/*/*.xml)
+list(TRANSFORM models PREPEND /usr/share/GestureModel/)
+list(JOIN models "\n" models)
+file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/conffiles "${models}\n")
+set(CPACK_DEBIAN_MODELS_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_BINARY_DIR}/conffiles)
+set(CPACK_DEBIAN_DOCUMENTS_PACKAGE_SECTION doc)
+set(CPACK_DEBIAN_DOCUMENTS_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_METAPACKAGE_PACKAGE_SECTION metapackages)
+set(CPACK_DEBIAN_METAPACKAGE_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_METAPACKAGE_PACKAGE_DEPENDS "libwearableinteraction, libwearableinteraction-dev, \
+wearableinteraction-models, wearableinteraction-recorder, wearableinteraction-doc")
+if(WGR_BUILD_TOOLS)
+  string(APPEND CPACK_DEBIAN_METAPACKAGE_PACKAGE_DEPENDS ", wearableinteraction-tools")
+endif()
 set(CPACK_DEBIAN_RECORDER_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_RECORDER_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_BINARY_DIR}/triggers)
 set(CPACK_DEBIAN_RECORDER_PACKAGE_SECTION libs)

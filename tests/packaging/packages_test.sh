@@ -50,6 +50,35 @@ expect wearableinteraction-models all \
 expect wearableinteraction-recorder "$architecture" "usr/$libdir/libwgr-recorder.so" \
   "usr/$libdir/wgr-recorder/libWearableInteraction.so" \
   usr/share/doc/wearableinteraction-recorder/examples/gesture_service.c
-expect wearableinteraction-tools "$architecture" usr/bin/wgr
+expect wearableinteraction-tools "$architecture" usr/bin/wgr \
+  usr/share/bash-completion/completions/wgr usr/share/zsh/vendor-completions/_wgr \
+  usr/share/man/man1/wgr.1.gz usr/share/man/man1/wgr-replay.1.gz \
+  usr/share/man/man1/wgr-selfcheck.1.gz
+guides=usr/share/doc/wearableinteraction-doc
+expect wearableinteraction-doc all $guides/README.md $guides/docs/host-guide.md \
+  $guides/docs/images/report.png
+expect wearableinteraction-all all usr/share/doc/wearableinteraction-all/copyright
 
-lintian --allow-root --fail-on error "$scratch"/*.deb
+# The metapackage asks for all others, every synopsis differs, and each model is a conffile.
+for file in "$scratch"/*.deb; do
+  package=$(dpkg-deb --field "$file" Package)
+  dpkg-deb --field "$file" Description | head -n 1 >>"$scratch/synopses"
+  [ "$package" = wearableinteraction-all ] ||
+    dpkg-deb --field "$scratch/wearableinteraction-all_0.1_all.deb" Depends |
+    grep -qE "(^|, )$package(,|$)" || {
+    echo "wearableinteraction-all does not depend on $package" >&2
+    exit 1
+  }
+done
+[ -z "$(sort "$scratch/synopses" | uniq -d)" ] || {
+  echo "two packages have the same synopsis:" >&2
+  sort "$scratch/synopses" >&2
+  exit 1
+}
+dpkg-deb --ctrl-tarfile "$scratch/wearableinteraction-models_0.1_all.deb" |
+  tar -xO ./conffiles | grep -c "^/$models/.*\.xml$" | grep -qx 6 || {
+  echo "the models are no conffiles" >&2
+  exit 1
+}
+
+lintian --allow-root --fail-on error,warning "$scratch"/*.deb
