@@ -89,6 +89,9 @@ static const NumberOption kNumbers[] = {
     {"doctor", "--max-size", whole_from(1, 1000000)},
     {"explain", "--at", number_from(-1e9, 1e9)},
     {"explain", "--motion", whole_from(1, 1e9)},
+    {"import", "--sample-rate", number_above(0, 100000)},
+    {"import", "--resample", whole_from(1, 1000)},
+    {"import", "--max-size", whole_from(1, 1000000)},
     {"log", "--sample-rate", number_from(1, 100000)},
     {"log", "--seconds", number_above(0, 1000000000)},
 };
@@ -98,7 +101,15 @@ static const std::map<std::string, std::string> kWords = {
     {"replay --bias", "-0.5,1e1,0"}, {"explain --bias", "-0.5,1e1,0"},
     {"doctor --bias", "-0.5,1e1,0"}, {"synth --style", "mixed"},
     {"eval --leave-out", "session"}, {"eval --require", "latency=0.5"},
-    {"explain --only", "too-weak"},
+    {"explain --only", "too-weak"},  {"import --units", "acc=g"},
+    {"import --profile", "ios"},     {"import --axes", "-y,x,z"},
+    {"import --acc-axes", "z,x,y"},  {"import --gyro-axes", "x,y,z"},
+};
+
+// Options that take names, each with any text: a value that is good.
+static const std::map<std::string, std::string> kNamed = {
+    {"import --columns", "ax=Acceleration x, y"},
+    {"import --sensors", "acc=the first"},
 };
 
 // Everything else names a file or a folder.
@@ -110,6 +121,7 @@ static const std::map<std::string, Words> kPaths = {
     {"build", {"--out", "--slots", "--report", "--background"}},
     {"eval", {"--model", "--models", "--report", "--background"}},
     {"doctor", {"--model", "--models", "--repair"}},
+    {"import", {"--out", "--save-profile"}},
     {"preflight", {"--models"}},
 };
 
@@ -122,6 +134,7 @@ static const std::map<std::string, Words> kLeast = {
     {"build", {"X", "-o", "Y"}},
     {"eval", {"X"}},
     {"doctor", {"X"}},
+    {"import", {"X", "-o", "Y"}},
     {"preflight", {}},
     {"log", {"X"}},
     {"selfcheck", {}},
@@ -183,7 +196,8 @@ TEST(Options, EveryOptionWithAValueIsInTheTablesOfThisTest) {
                              paths->second.end();
     const bool is_number = number_option(command, name) != nullptr;
     numbers += is_number ? 1 : 0;
-    EXPECT_TRUE(is_number || is_path || kWords.count(command + " " + name) == 1)
+    EXPECT_TRUE(is_number || is_path || kWords.count(command + " " + name) == 1 ||
+                kNamed.count(command + " " + name) == 1)
         << command << " " << name;
   });
   EXPECT_EQ(numbers, std::size(kNumbers));
@@ -281,6 +295,20 @@ TEST(Options, WordsAreTakenAsTheyAreAndOthersAreRefused) {
                               HasSubstr("ee wgr " + command + " --help")))
           << name << " " << value.substr(0, 99);
       EXPECT_LT(said.size(), 350u) << said;
+    }
+  }
+}
+
+TEST(Options, NamesWithTextsAreTakenAndOtherNamesRefused) {
+  for (const auto& [name, good] : kNamed) {
+    const std::string command = name.substr(0, name.find(' '));
+    const std::string option = name.substr(name.find(' ') + 1);
+    EXPECT_EQ(said_of(line(command, {option, good})), "") << name;
+    for (const char* const value : {"", "1", "ay", "=1", "other=1", "acc=", ",", "a=,"}) {
+      EXPECT_THAT(said_of(line(command, {option, value})),
+                  AllOf(StartsWith(option + ": "), HasSubstr(" wanted, "),
+                        HasSubstr("ee wgr " + command + " --help")))
+          << name << " " << value;
     }
   }
 }
@@ -474,7 +502,7 @@ TEST(Help, ListsTheExitStatusesOfEverySubcommand) {
   CLI::App wgr;
   add_all(wgr);
   const std::vector<const CLI::App*> all = with_all_below(wgr);
-  EXPECT_EQ(all.size(), 22u);
+  EXPECT_EQ(all.size(), 23u);
   for (const CLI::App* app : all) {
     const std::string help = app->help();
     EXPECT_TRUE(std::regex_search(help, std::regex("Exit status: 0 [^;]+;[^]*\\s2 ")))

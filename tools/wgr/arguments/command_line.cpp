@@ -32,6 +32,7 @@ void add_all(CLI::App& wgr) {
   wgr.require_subcommand(0, 1);
   add_replay(wgr);
   add_explain(wgr);
+  add_import(wgr);
   add_synth(wgr);
   add_segment(wgr);
   add_build(wgr);

@@ -122,12 +122,7 @@ static void print_facts(const StreamFacts& facts) {
 
 static void print_text(const Diagnosis& diagnosis) {
   print_facts(diagnosis.facts);
-  if (diagnosis.findings.empty()) print(stdout, "nothing found\n");
-  for (const Finding& finding : diagnosis.findings) {
-    print(stdout, "{} ({}): {}\n  do: {}\n", finding.id, sureness_name(finding.sure),
-          finding.what, finding.remedy);
-    if (!finding.call.empty()) print(stdout, "  by: {}\n", finding.call);
-  }
+  print(stdout, "{}", findings_text(diagnosis.findings));
 }
 
 // Whether the stream comes at the rate of what the model was built from.

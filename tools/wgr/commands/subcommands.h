@@ -14,6 +14,7 @@ namespace wgr {
 
 void add_replay(CLI::App& wgr);
 void add_explain(CLI::App& wgr);
+void add_import(CLI::App& wgr);
 void add_synth(CLI::App& wgr);
 void add_segment(CLI::App& wgr);
 void add_build(CLI::App& wgr);

@@ -328,4 +328,15 @@ std::string groups_text(const Verdict& v, const Explanation& e, bool whole,
   return text;
 }
 
+std::string findings_text(const std::vector<Finding>& findings) {
+  if (findings.empty()) return "nothing found\n";
+  std::string text;
+  for (const Finding& finding : findings) {
+    text += fmt::format("{} ({}): {}\n  do: {}\n", finding.id,
+                        sureness_name(finding.sure), finding.what, finding.remedy);
+    if (!finding.call.empty()) text += "  by: " + finding.call + '\n';
+  }
+  return text;
+}
+
 }  // namespace wgr

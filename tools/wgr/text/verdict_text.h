@@ -29,6 +29,9 @@ std::string name_of(const Trial& trial);
 // What a repair changes, likewise.
 std::string repair_text(const Repair& repair);
 
+// Each finding: what it is and how sure, what to do, and by which call.
+std::string findings_text(const std::vector<Finding>& findings);
+
 // The trials that are worth a line: the best of each kind, and the one without a change.
 std::vector<size_t> shown_trials(const Verdict& verdict);
 
