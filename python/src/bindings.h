@@ -9,11 +9,16 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <cstddef>
 #include <cstring>
+#include <exception>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -42,11 +47,50 @@ template <class Work>
 auto released(Work work) {
   CaughtWarnings caught;
   auto result = [&] {
+    const CatchingInto catching(caught);
     const py::gil_scoped_release release;
     return work();
   }();
   emit(caught);
   return result;
+}
+
+// The same for work that sees no signals itself. After Ctrl-C the call returns at once;
+// what it left undone runs on to its end with its own copy of the input, and is dropped.
+template <class Work>
+auto watched(Work work) {
+  struct Done {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::optional<decltype(work())> result;
+    std::exception_ptr error;
+    CaughtWarnings caught;
+    bool ended = false;
+  };
+  constexpr std::chrono::milliseconds kBetweenChecks(50);
+  const auto done = std::make_shared<Done>();
+  auto run = [done, work = std::move(work)]() mutable {
+    const CatchingInto caught(done->caught);
+    try {
+      done->result.emplace(work());
+    } catch (...) {
+      done->error = std::current_exception();
+    }
+    const std::lock_guard<std::mutex> lock(done->mutex);
+    done->ended = true;
+    done->changed.notify_all();
+  };
+  {
+    const py::gil_scoped_release release;
+    std::thread(std::move(run)).detach();
+    std::unique_lock<std::mutex> lock(done->mutex);
+    while (!done->changed.wait_for(lock, kBetweenChecks, [&] { return done->ended; })) {
+      check_signals();
+    }
+  }
+  if (done->error) std::rethrow_exception(done->error);
+  emit(done->caught);
+  return std::move(*done->result);
 }
 
 // The samples of a table, which must live as long.
@@ -83,5 +127,6 @@ Point3Df point_of(const std::vector<double>& xyz);
 void add_recordings(py::module_& module);
 void add_runs(py::module_& module);
 void add_models(py::module_& module);
+void add_training(py::module_& module);
 
 }  // namespace wgr::python

@@ -17,7 +17,7 @@ void check_signals() {
 }
 
 void emit(const CaughtWarnings& caught) {
-  for (const std::string& text : caught.texts()) {
+  for (const std::string& text : caught) {
     errors("warn")(text);
   }
 }
@@ -97,4 +97,5 @@ PYBIND11_MODULE(_wgr, module) {
   add_recordings(module);
   add_runs(module);
   add_models(module);
+  add_training(module);
 }

@@ -6,6 +6,8 @@ accelerations in m/s² with gravity in them, angular velocities in deg/s.
 
 from __future__ import annotations
 
+from typing import Any
+
 from ._errors import (
     InputError,
     OutputError,
@@ -25,26 +27,56 @@ from ._runs import (
     examine,
     replay,
 )
+from ._training import (
+    Evaluation,
+    Motion,
+    TrainingSet,
+    evaluate,
+    segment,
+    similarity_matrix,
+    synthesise,
+)
 from ._wgr import version as __version__
 
+_ESTIMATORS = ("AffinityPropagation", "GestureClassifier")
+
+
+def __getattr__(name: str) -> Any:
+    # scikit-learn and Dask are imported where they are used.
+    if name in _ESTIMATORS:
+        from . import _learning
+
+        return getattr(_learning, name)
+    raise AttributeError(f"module {__name__!r} has no attribute {name!r}")
+
+
 __all__ = [
+    "AffinityPropagation",
+    "Evaluation",
     "Event",
     "Events",
     "Examination",
     "Explanation",
     "Finding",
+    "GestureClassifier",
     "HostSettings",
     "InputError",
     "Model",
     "ModelFinding",
+    "Motion",
     "OutputError",
     "Recognizer",
     "Recording",
     "RecordingError",
+    "TrainingSet",
     "WgrError",
     "WgrWarning",
     "__version__",
+    "evaluate",
     "examine",
     "explain",
     "replay",
+    "segment",
+    "similarity_matrix",
+    "synthesise",
 ]

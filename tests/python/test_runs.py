@@ -46,7 +46,8 @@ def test_recorded_sets_replay_to_the_events_of_the_tool(name, model):
 
 
 def test_every_model_and_setting_replays_as_the_tool_does(demo):
-    for wearer, mode, level in ((0, 0, 1), (0, 2, 3), (1, 0, -9), (1, 1, 2), (1, 2, None)):
+    for wearer, mode, level in ((0, 0, 1), (0, 2, 3), (1, 0, -9), (1, 1, 2),
+                                (1, 2, None)):
         words = ["--wearer", wearer, "--mode", mode, "--bias=0.5,-1,0.25"]
         words += [] if level is None else [f"--sensitivity={level}"]
         *events, _ = lines_of(

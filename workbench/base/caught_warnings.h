@@ -6,20 +6,21 @@
 
 namespace wgr {
 
-// While it lives, what warn() says on this thread is kept here, and not printed.
-class CaughtWarnings {
- public:
-  CaughtWarnings();
-  ~CaughtWarnings();
-  CaughtWarnings(const CaughtWarnings&) = delete;
-  CaughtWarnings& operator=(const CaughtWarnings&) = delete;
+using CaughtWarnings = std::vector<std::string>;
 
-  const std::vector<std::string>& texts() const { return texts_; }
-  void add(const std::string& text) { texts_.push_back(text); }
+// While it lives, what warn() says on this thread is added to the warnings, and neither
+// that nor progress is printed.
+class CatchingInto {
+ public:
+  explicit CatchingInto(CaughtWarnings& warnings);
+  ~CatchingInto();
+  CatchingInto(const CatchingInto&) = delete;
+  CatchingInto& operator=(const CatchingInto&) = delete;
 
  private:
   CaughtWarnings* const outer_;
-  std::vector<std::string> texts_;
 };
+
+bool are_warnings_caught();
 
 }  // namespace wgr

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include "base/caught_warnings.h"
 #include "base/text.h"
 
 namespace wgr {
@@ -11,9 +12,13 @@ static constexpr size_t kLineEvery = 25;  // percent
 static constexpr size_t kBarWidth = 40;   // characters
 
 Progress::Progress(std::string what, size_t steps)
-    : what_(std::move(what)), steps_(steps), terminal_(isatty(STDERR_FILENO) != 0) {}
+    : what_(std::move(what)),
+      steps_(steps),
+      terminal_(isatty(STDERR_FILENO) != 0),
+      silent_(are_warnings_caught()) {}
 
 void Progress::add(size_t steps) {
+  if (silent_) return;
   const std::lock_guard<std::mutex> lock(mutex_);
   done_ += steps;
   const size_t percent = steps_ == 0 ? 100 : 100 * done_ / steps_;

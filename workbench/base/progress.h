@@ -21,6 +21,7 @@ class Progress {
   const std::string what_;
   const size_t steps_;
   const bool terminal_;
+  const bool silent_;
   std::mutex mutex_;
   size_t done_ = 0;
   size_t shown_ = 0;  // percent

@@ -7,12 +7,16 @@ namespace wgr {
 
 static thread_local CaughtWarnings* catching = nullptr;
 
-CaughtWarnings::CaughtWarnings() : outer_(catching) { catching = this; }
-CaughtWarnings::~CaughtWarnings() { catching = outer_; }
+CatchingInto::CatchingInto(CaughtWarnings& warnings) : outer_(catching) {
+  catching = &warnings;
+}
+CatchingInto::~CatchingInto() { catching = outer_; }
+
+bool are_warnings_caught() { return catching != nullptr; }
 
 void warn(const std::string& text) {
   if (catching != nullptr) {
-    catching->add(text);
+    catching->push_back(text);
   } else {
     print(stderr, "wgr: {}\n", shown(text));
   }

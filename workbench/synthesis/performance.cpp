@@ -114,4 +114,22 @@ std::vector<RecordedSample> record(const Plan& plan, const Person& person,
   return samples;
 }
 
+// The random numbers of one person for a seed.
+static Random random_of(int seed, int person, Style style) {
+  const uint64_t manner = style == Style::kCalm ? 0 : 1;
+  return Random(static_cast<uint64_t>(seed))
+      .fork(2 * static_cast<uint64_t>(person) + manner);
+}
+
+Performance perform_for(int seed, int person_number, Style style, const Plan* script,
+                        const PlanOptions& plan_options,
+                        const PerformanceOptions& options) {
+  const Person person = make_person(person_number, style);
+  const Random random = random_of(seed, person_number, style);
+  Random planning = random.fork(1);
+  Plan plan = script != nullptr ? *script : random_plan(plan_options, person, planning);
+  std::vector<RecordedSample> samples = record(plan, person, options, random.fork(2));
+  return {std::move(plan), std::move(samples)};
+}
+
 }  // namespace wgr

@@ -23,4 +23,14 @@ WristMotion perform(const Plan& plan, const Person& person, Random& random);
 std::vector<RecordedSample> record(const Plan& plan, const Person& person,
                                    const PerformanceOptions& options, Random random);
 
+struct Performance {
+  Plan plan;
+  std::vector<RecordedSample> samples;
+};
+
+// A person's recording for a seed: of the script, or where there is none of a random plan.
+Performance perform_for(int seed, int person_number, Style style, const Plan* script,
+                        const PlanOptions& plan_options,
+                        const PerformanceOptions& options);
+
 }  // namespace wgr

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -75,13 +76,6 @@ static constexpr double kFastestTurn = 10000.0;  // deg/s, far above any gyrosco
 static constexpr char kLabels[] = "labels.csv";
 static constexpr char kIndex[] = "index.csv";
 
-// The random numbers of one person for a seed.
-static Random random_of(int seed, int person, const std::string& style) {
-  const uint64_t manner = style == kStyles[0].name ? 0 : 1;
-  return Random(static_cast<uint64_t>(seed))
-      .fork(2 * static_cast<uint64_t>(person) + manner);
-}
-
 static Style style_named(const std::string& name) {
   for (const NamedStyle& style : kStyles) {
     if (name == style.name) return style.style;
@@ -89,27 +83,20 @@ static Style style_named(const std::string& name) {
   throw UsageError("--style mixed: one recording is calm or free; sets can be mixed");
 }
 
-struct Repetition {
-  Plan plan;
-  std::vector<RecordedSample> samples;
-};
-
-static Repetition make_repetition(const SynthArguments& given, int person_number,
-                                  const std::string& style) {
-  const Person person = make_person(person_number, style_named(style));
-  const Random random = random_of(given.seed, person_number, style);
-  Random planning = random.fork(1);
-  Plan plan = given.script.empty() ? random_plan(given.plan, person, planning)
-                                   : read_script(given.script);
-  std::vector<RecordedSample> samples =
-      record(plan, person, given.performance, random.fork(2));
+static Performance make_repetition(const SynthArguments& given, int person_number,
+                                   const std::string& style) {
+  const std::optional<Plan> script =
+      given.script.empty() ? std::nullopt : std::optional(read_script(given.script));
+  Performance made =
+      perform_for(given.seed, person_number, style_named(style),
+                  script ? &*script : nullptr, given.plan, given.performance);
   const double from = given.performance.faults.from;
-  if (samples.empty() && from > 0.0) {
+  if (made.samples.empty() && from > 0.0) {
     throw UsageError(fmt::format(
         "--from {}: nothing is left of a recording of {} s: begin before it ends",
-        plain(from), plain(plan.empty() ? 0.0 : plan.back().end)));
+        plain(from), plain(made.plan.empty() ? 0.0 : made.plan.back().end)));
   }
-  return {std::move(plan), std::move(samples)};
+  return made;
 }
 
 static void append_annotations(const Plan& plan, const std::string& file,
@@ -138,7 +125,7 @@ static void make_recording(const SynthArguments& given) {
   plan.writes("--plan", given.plan_out);
   plan.check();
 
-  const Repetition made = make_repetition(given, given.person, given.style);
+  const Performance made = make_repetition(given, given.person, given.style);
   OutputFiles files;
   write_recording(given.out, made.samples, files);
   if (!given.plan_out.empty()) files.write(given.plan_out, script_text(made.plan));
@@ -190,7 +177,7 @@ static void make_training_set(const SynthArguments& given) {
   std::string index = "file,label,subject,rate_hz\n";
   std::vector<Annotation> annotations;
   for (const SetMember& m : members) {
-    const Repetition made = make_repetition(given, m.person, m.style);
+    const Performance made = make_repetition(given, m.person, m.style);
     write_recording(folder / m.file, made.samples, files);
     append_annotations(made.plan, m.file, annotations);
     // No label of its own: the annotations hold them.
