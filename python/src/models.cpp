@@ -61,6 +61,7 @@ void add_models(py::module_& module) {
         return model_file(folder, wearer, mode);
       },
       py::arg("folder"), py::arg("wearer"), py::arg("mode"));
+  module.def("model_of_text", model_from, py::arg("text"));
   module.attr("installed_models") = kInstalledModels;
   module.def("check_model", check, py::arg("path"));
   module.def(

@@ -1,12 +1,18 @@
 // Recordings and captures: read, written, and what their stamps and stream say.
+#include <filesystem>
+
+#include "base/errors.h"
 #include "bindings.h"
 #include "capture/capture_reader.h"
 #include "capture/captured_settings.h"
 #include "diagnosis/diagnosis.h"
+#include "import/import_log.h"
+#include "import/log_files.h"
 #include "json/json_text.h"
 #include "recording/clock.h"
 #include "recording/resample.h"
 #include "text/diagnosis_json.h"
+#include "text/import_text.h"
 
 namespace wgr::python {
 
@@ -35,6 +41,33 @@ static py::tuple read(const std::string& path, std::optional<unsigned> handle,
     return all;
   });
   return py::make_tuple(table_of(std::move(made.samples)), made.absent_axes);
+}
+
+// The log of another device: a profile is a name, a file or, where `as_json`, its JSON.
+static ImportProfile profile_of(const std::string& given, bool as_json) {
+  if (as_json) return profile_from(nlohmann::ordered_json::parse(given), "profile");
+  if (std::filesystem::is_regular_file(given)) return read_profile(given);
+  ImportProfile profile;
+  profile.name = given;
+  return profile;
+}
+
+static py::tuple import(const std::vector<std::string>& paths, const std::string& given,
+                        bool as_json, std::optional<int> rate, unsigned long long most) {
+  ImportedLog log = watched([=] {
+    ReadingLimit limit;
+    limit.most = most;
+    const ImportProfile profile = profile_of(given, as_json);
+    const LogBytes bytes = read_log_files(paths, limit);
+    try {
+      return import_log(bytes.files(), profile, rate);
+    } catch (const ImportError& error) {
+      throw UsageError(sentence_for(error.facts()));
+    }
+  });
+  const std::string said = guess_text(log.guess) + import_text(log);
+  return py::make_tuple(table_of(std::move(log.samples)), said,
+                        json_text(to_json(log.guess.profile)));
 }
 
 static bool write(const std::string& path, const Table& samples) {
@@ -99,6 +132,8 @@ void add_recordings(py::module_& module) {
   module.attr("assumed_rate") = kAssumedRate;
   module.def("read_recording", read, py::arg("path"), py::arg("handle"),
              py::arg("most_bytes"));
+  module.def("import_log", import, py::arg("paths"), py::arg("profile"),
+             py::arg("as_json"), py::arg("rate"), py::arg("most_bytes"));
   module.def("write_recording", write, py::arg("path"), py::arg("samples"));
   module.def("is_capture", is_capture, py::arg("path"));
   module.def("captured_settings", captured, py::arg("path"), py::arg("handle"));

@@ -1,10 +1,13 @@
-// From recordings to models: synthesised, segmented, compared, clustered, built,
-// evaluated.
+// From recordings to models: synthesised, segmented, compared, built, evaluated.
+#include <algorithm>
+#include <limits>
+
 #include "base/class_codes.h"
 #include "base/errors.h"
 #include "bindings.h"
 #include "classifier/HGR.h"
 #include "cluster/apcluster.h"
+#include "dtw/similarity_matrix.h"
 #include "evaluation/evaluation.h"
 #include "json/json_text.h"
 #include "segmentation/segmented_set.h"
@@ -128,6 +131,56 @@ static py::array_t<float> similarities(const std::vector<Table>& traces, int k,
     }
   }
   return made;
+}
+
+namespace {
+
+// Of the matrix of all traces, what the traces from `first` on have in it.
+struct Strip {
+  std::vector<float> down;    // (traces, columns): all traces, with these as templates
+  std::vector<float> across;  // (columns, first): these, with those before as templates
+};
+
+}  // namespace
+
+static Strip strip_of(std::vector<Points> traces, size_t first, int k, bool normalise) {
+  constexpr float kUnlike = -std::numeric_limits<float>::infinity();
+  const size_t columns = traces.size() - first;
+  Strip made = {std::vector<float>(traces.size() * columns, kUnlike),
+                std::vector<float>(columns * first, kUnlike)};
+  HGR classifier(0);
+  std::vector<size_t> order;
+  size_t begin = 0;
+  for (size_t i = 0; i < traces.size(); ++i) {
+    if (normalise) classifier.normalize(traces[i], k);
+    if (i == first) begin = order.size();
+    if (i >= first) made.down[i * columns + (i - first)] = 0.0f;
+    if (motion_points(traces[i], k) > 0) order.push_back(i);
+  }
+  BatchedDtw lanes;
+  const auto put = [&](size_t i, size_t j, float score) {
+    if (j >= first) {
+      made.down[i * columns + (j - first)] = score;
+    } else {
+      made.across[(i - first) * first + j] = score;
+    }
+  };
+  for (; begin < order.size(); begin += BatchedDtw::width()) {
+    const size_t end = std::min(begin + BatchedDtw::width(), order.size());
+    score_group(traces, k, order, begin, end, lanes, put);
+  }
+  return made;
+}
+
+static py::tuple similarity_strip(const std::vector<Table>& traces, size_t first, int k,
+                                  bool normalise) {
+  const Strip strip = watched([all = all_points_of(traces), first, k, normalise] {
+    return strip_of(all, first, k, normalise);
+  });
+  const auto before = static_cast<py::ssize_t>(first);
+  const auto rows = static_cast<py::ssize_t>(traces.size());
+  return py::make_tuple(py::array_t<float>({rows, rows - before}, strip.down.data()),
+                        py::array_t<float>({rows - before, before}, strip.across.data()));
 }
 
 // The exemplar of each point; empty when clustering did not converge.
@@ -270,6 +323,8 @@ void add_training(py::module_& module) {
              py::arg("options"), py::arg("attitude"));
   module.def("similarities", similarities, py::arg("traces"), py::arg("k"),
              py::arg("normalise"), py::arg("threads"));
+  module.def("similarity_strip", similarity_strip, py::arg("traces"), py::arg("first"),
+             py::arg("k"), py::arg("normalise"));
   module.def("cluster", cluster, py::arg("matrix"), py::arg("most_iterations"),
              py::arg("stable_iterations"), py::arg("preference"), py::arg("damping"));
   module.def("build", build, py::arg("traces"), py::arg("labels"), py::arg("gravity"),

@@ -47,6 +47,10 @@ def __getattr__(name: str) -> Any:
         from . import _learning
 
         return getattr(_learning, name)
+    if name == "fleet":
+        import importlib
+
+        return importlib.import_module("wgr.fleet")
     raise AttributeError(f"module {__name__!r} has no attribute {name!r}")
 
 

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import dataclasses
+import json
 import os
 from typing import TYPE_CHECKING, Any
 
@@ -38,6 +39,19 @@ class HostSettings:
     model: Any = None
 
 
+@dataclasses.dataclass(frozen=True)
+class ImportedLog:
+    """What the log of another device was taken for.
+
+    Attributes:
+        said: What every column is, how sure that is and why; what was done.
+        profile: For Recording.read(profile=), which then guesses nothing.
+    """
+
+    said: str
+    profile: dict[str, Any]
+
+
 class Recording:
     """Samples of both sensors, in time order.
 
@@ -47,7 +61,10 @@ class Recording:
         name: Where it is from; a path for what was read.
         absent_axes: Axes that have empty fields, which read as 0: "gx, gy".
         host: What the host of a capture passed to the library.
+        imported: Of a log: what it was taken for.
     """
+
+    imported: ImportedLog | None = None
 
     def __init__(
         self,
@@ -74,14 +91,19 @@ class Recording:
         cls,
         path: str | os.PathLike[str],
         *,
+        profile: str | os.PathLike[str] | dict[str, Any] | None = None,
         handle: int | None = None,
         rate: int | None = None,
         most_bytes: int = _MOST_BYTES,
     ) -> Recording:
-        """Reads a recording (CSV, plain or gzip) or a handle of a capture.
+        """Reads a recording (CSV, plain or gzip), a handle of a capture, or a log.
 
         Args:
             path: The file. What it is is seen from its content.
+            profile: For the log of another device or app, which `wgr import` reads:
+                "guess" guesses its columns, units and axes; otherwise a profile's
+                name, its file or what the file holds. How the log was taken is in
+                `imported`.
             handle: Of a capture, where several handles have samples.
             rate: Samples per second; otherwise the captured host's, or what
                 the time stamps say.
@@ -92,6 +114,8 @@ class Recording:
                 with file and line.
         """
         path = os.fspath(path)
+        if profile is not None:
+            return cls._imported(path, profile, rate, most_bytes)
         samples, absent = _wgr.read_recording(path, handle, most_bytes)
         host = HostSettings()
         if path != "-" and _wgr.is_capture(path):
@@ -103,6 +127,19 @@ class Recording:
             absent_axes=absent,
             host=host,
         )
+
+    @classmethod
+    def _imported(
+        cls, path: str, profile: Any, rate: int | None, most_bytes: int
+    ) -> Recording:
+        as_json = isinstance(profile, dict)
+        given = json.dumps(profile) if as_json else os.fspath(profile)
+        if given == "guess":
+            given = ""
+        samples, said, taken = _wgr.import_log([path], given, as_json, rate, most_bytes)
+        made = cls(samples, rate=rate, name=path)
+        made.imported = ImportedLog(said, json.loads(taken))
+        return made
 
     @classmethod
     def from_arrays(

@@ -171,3 +171,22 @@ def test_importing_needs_numpy_alone():
         "print(sorted({'pandas', 'sklearn', 'matplotlib', 'dask'} & set(sys.modules)))"
     )
     assert subprocess.check_output([sys.executable, "-c", program], text=True) == "[]\n"
+
+
+def test_the_log_of_another_device_is_read_as_the_tool_imports_it(demo, tmp_path):
+    log = tmp_path / "phone.csv"
+    titles = "seconds_elapsed,ax (g),ay (g),az (g),gx (rad/s),gy (rad/s),gz (rad/s)"
+    table = np.column_stack((demo.t, demo.acc / 9.80665, np.radians(demo.gyro)))
+    np.savetxt(log, table, delimiter=",", header=titles, comments="", fmt="%.9g")
+    run_tool("import", log, "-o", tmp_path / "out.csv")
+    made = wgr.Recording.read(log, profile="guess")
+    told = wgr.Recording.read(tmp_path / "out.csv")
+    np.testing.assert_array_equal(made.samples, told.samples)
+    np.testing.assert_allclose(made.acc, demo.acc, atol=1e-6)
+    assert "rad/s" in made.imported.said
+    again = wgr.Recording.read(log, profile=made.imported.profile)
+    np.testing.assert_array_equal(again.samples, made.samples)
+    with pytest.raises(wgr.InputError):
+        wgr.Recording.read(log, profile="no such profile")
+    with pytest.raises(wgr.InputError):
+        wgr.Recording.read(log, profile={"units": 3})
