@@ -1,0 +1,221 @@
+// What is counted of recordings whose motions can be worked out by hand, and how they are
+// divided into folds.
+#include "evaluation/evaluation.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "base/errors.h"
+#include "base/text.h"
+#include "support/files.h"
+#include "support/motions.h"
+
+using namespace wgr;
+
+using ::testing::HasSubstr;
+using ::testing::SizeIs;
+using ::testing::ThrowsMessage;
+
+using Counts = std::map<std::string, size_t>;
+
+static constexpr int kRate = 50;  // samples per second
+
+// A set of recordings in a folder of its own.
+class EvaluatedSet : public ::testing::Test {
+ protected:
+  void record(const std::string& name, const Stream& stream) {
+    std::string text = "t,ax,ay,az,gx,gy,gz\n";
+    for (size_t i = 0; i < stream.size(); ++i) {
+      const Pair& p = stream[i];
+      text += fmt::format("{:.2f},{},{},{},{},{},{}\n", static_cast<double>(i) / kRate,
+                          p.acc.x, p.acc.y, p.acc.z, p.gyro.x, p.gyro.y, p.gyro.z);
+    }
+    write_file(folder_.file(name), text);
+  }
+  void write(const std::string& name, const std::string& text) {
+    write_file(folder_.file(name), text);
+  }
+
+  Evaluation evaluated(const EvaluationOptions& options) {
+    const Capture hushed;
+    return evaluate(segment_set(read_recording_set(folder_.path()), {}, {}), options);
+  }
+
+  // With a model that calls every motion 3, or else rejects it.
+  Evaluation evaluated_by(double threshold) {
+    EvaluationOptions options;
+    options.model = small_model(3, threshold);
+    return evaluated(options);
+  }
+
+  Evaluation evaluated_without(LeaveOut what, int folds = 10) {
+    EvaluationOptions options;
+    options.leave_out = what;
+    options.folds = folds;
+    options.build.most_templates = 1;
+    return evaluated(options);
+  }
+
+  TempDirectory folder_;
+};
+
+// Gestures of 40 samples, 0.8 s, that begin at 1, 3, 5 and 7 s, and half a one at 9 s.
+static Stream four_and_a_half() {
+  Stream stream = rest(50);
+  for (int i = 0; i < 4; ++i) stream = stream + gesture(20, 6.0) + rest(50);
+  return stream + gesture(6, 6.0) + rest(50);
+}
+
+static constexpr char kLabels[] =
+    "file,t_start,t_end,label\n"
+    "a.csv,1,1.78,3\n"     // as its class
+    "a.csv,5,5.4,2\n"      // the second gesture has none; two share the third one
+    "a.csv,5.45,5.78,3\n"  //
+    "a.csv,7,7.78,2\n"     // as another class
+    "a.csv,9,9.24,3\n"     // half a gesture
+    "a.csv,9.9,10.2,3\n";  // at rest
+
+TEST_F(EvaluatedSet, EveryRepetitionIsRightOrHasItsCause) {
+  record("a.csv", four_and_a_half());
+  write("labels.csv", kLabels);
+  const Evaluation result = evaluated_by(-1e6);
+  EXPECT_EQ(result.repetitions, 6u);
+  EXPECT_EQ(result.right, 1u);
+  EXPECT_EQ(result.misses, (Counts{{"misclassified (overlaps two annotations)", 1},
+                                   {"one motion with another repetition", 1},
+                                   {"misclassified", 1},
+                                   {"too short", 1},
+                                   {"no motion: the wrist counted as resting", 1}}));
+  EXPECT_EQ(result.confusion.at(2), (Counts{{"3", 2}}));
+  EXPECT_EQ(result.confusion.at(3), (Counts{{"3", 1}, {kOutcomeNotDetected, 3}}));
+  EXPECT_EQ(result.events, (std::map<int, size_t>{{3, 4}}));
+  EXPECT_EQ(result.false_positives, 1u);
+  EXPECT_EQ(result.rejected_outside, 0u);
+  EXPECT_EQ(result.kept, 2u);
+  EXPECT_EQ(result.kept_right, 1u);
+  EXPECT_EQ(result.kept_classified, 1u);
+  EXPECT_EQ(result.pre_segmented, 0u);
+  EXPECT_EQ(result.unjudged.size(), 0u);
+  EXPECT_EQ(result.baseline_1nn(), std::nullopt);
+  ASSERT_THAT(result.latencies, SizeIs(1));
+  // From the label's end at 1.78 s to the tenth resting sample after the gesture's end.
+  EXPECT_NEAR(result.latencies[0], 0.2, 0.021);
+  ASSERT_THAT(result.folds, SizeIs(1));
+  EXPECT_EQ(result.folds[0].left_out, "nothing");
+  EXPECT_EQ(result.folds[0].templates, 1u);
+  EXPECT_EQ(result.folds[0].repetitions, 6u);
+  EXPECT_EQ(result.folds[0].right, 1u);
+}
+
+TEST_F(EvaluatedSet, WhatWasPlayedNamesRecordingRepetitionAndMotion) {
+  record("0.csv", rest(100));
+  record("a.csv", four_and_a_half());
+  write("labels.csv", kLabels);
+  const Evaluation result = evaluated_by(-1e6);
+  ASSERT_THAT(result.played, SizeIs(7));
+  EXPECT_EQ(result.played[0].recording, 1u);
+  EXPECT_EQ(result.played[0].repetition, 0u);
+  EXPECT_EQ(result.played[0].motion, 0u);
+  EXPECT_EQ(result.played[0].outcome, "3");
+  EXPECT_EQ(result.played[0].cause, "");
+  EXPECT_EQ(result.played[3].motion, 3u);
+  EXPECT_EQ(result.played[3].cause, "misclassified");
+  EXPECT_EQ(result.played[4].motion, 4u);
+  EXPECT_EQ(result.played[5].motion, std::nullopt);
+  const Played& outside = result.played[6];
+  EXPECT_EQ(outside.recording, 1u);
+  EXPECT_EQ(outside.repetition, std::nullopt);
+  EXPECT_EQ(outside.motion, 1u);
+  EXPECT_EQ(outside.outcome, "3");
+}
+
+TEST_F(EvaluatedSet, WhatIsLessAlikeThanTheThresholdIsRejected) {
+  record("a.csv", four_and_a_half());
+  write("labels.csv", kLabels);
+  const Evaluation result = evaluated_by(-1e-9);
+  EXPECT_EQ(result.right, 0u);
+  EXPECT_EQ(result.kept_classified, 1u) << "whatever the score";
+  EXPECT_EQ(result.misses.at("rejected: less alike than the threshold"), 2u);
+  EXPECT_EQ(result.confusion.at(2), (Counts{{kOutcomeRejected, 2}}));
+  EXPECT_EQ(result.events.size(), 0u);
+  EXPECT_EQ(result.false_positives, 0u);
+  EXPECT_EQ(result.rejected_outside, 1u);
+  EXPECT_THAT(result.latencies, SizeIs(0));
+}
+
+static constexpr char kIndex[] = "file,label,subject,rate_hz\n";
+
+// Three people with three gestures of class 3; the first one of ann's is of class 2.
+class Folds : public EvaluatedSet {
+ protected:
+  Folds() {
+    std::string labels = "file,t_start,t_end,label\n";
+    std::string index = kIndex;
+    for (const std::string name : {"ann", "bob", "cem"}) {
+      Stream stream = rest(50);
+      for (int i = 0; i < 3; ++i) stream = stream + gesture(20, 6.0 + i) + rest(50);
+      record(name + ".csv", stream);
+      index += name + ".csv,," + name + ",\n";
+      for (int i = 0; i < 3; ++i) {
+        const int label = name == "ann" && i == 0 ? 2 : 3;
+        labels += fmt::format("{}.csv,{},{}.78,{}\n", name, 1 + 2 * i, 1 + 2 * i, label);
+      }
+    }
+    write("labels.csv", labels);
+    write("index.csv", index);
+  }
+};
+
+TEST_F(Folds, OfSubjectsAreBuiltFromTheOthersExamples) {
+  for (const LeaveOut what : {LeaveOut::kSubject, LeaveOut::kSession}) {
+    const Evaluation result = evaluated_without(what);
+    ASSERT_THAT(result.folds, SizeIs(3));
+    const std::string end = what == LeaveOut::kSession ? ".csv" : "";
+    EXPECT_EQ(result.folds[1].left_out, "bob" + end);
+    for (size_t f = 0; f < 3; ++f) {
+      EXPECT_EQ(result.folds[f].examples, 6u);
+      EXPECT_EQ(result.folds[f].repetitions, 3u);
+      EXPECT_EQ(result.folds[f].templates, f == 0 ? 1u : 2u);
+    }
+    EXPECT_EQ(result.repetitions, 9u);
+    // Without ann no example has the class, and from one there is no threshold.
+    EXPECT_EQ(result.unjudged, (std::map<int, size_t>{{2, 1}}));
+    EXPECT_EQ(result.baseline.examples, 9u);
+    EXPECT_LT(result.baseline.right, 9u);
+    EXPECT_GE(result.baseline.right, 6u);
+    // Of each recording everything but its repetitions, counted once.
+    EXPECT_GT(result.background_hours, 3 * 2.0 / 3600);
+    EXPECT_LT(result.background_hours, 3 * 8.0 / 3600);
+  }
+}
+
+// Of class 3 there are eight repetitions in turn, of class 2 one, in the first fold.
+TEST_F(Folds, OfRepetitionsTakeEachClassInTurn) {
+  const Evaluation result = evaluated_without(LeaveOut::kRepetition, 4);
+  ASSERT_THAT(result.folds, SizeIs(4));
+  EXPECT_EQ(result.folds[3].left_out, "every 4th repetition, from 4");
+  for (size_t f = 0; f < 4; ++f) {
+    EXPECT_EQ(result.folds[f].repetitions, f == 0 ? 3u : 2u);
+    EXPECT_EQ(result.folds[f].examples, f == 0 ? 6u : 7u);
+  }
+  EXPECT_EQ(result.unjudged, (std::map<int, size_t>{{2, 1}}));
+  EXPECT_EQ(evaluated_by(-1e6).background_hours, result.background_hours);
+}
+
+TEST_F(Folds, CannotBeMadeWithoutTwoNames) {
+  const std::string few = "leaving out needs at least two subjects or sessions";
+  write("index.csv",
+        std::string(kIndex) + "ann.csv,,ann,\nbob.csv,,ann,\ncem.csv,,ann,\n");
+  EXPECT_THAT([&] { evaluated_without(LeaveOut::kSubject); },
+              ThrowsMessage<UsageError>(few));
+  write("index.csv", std::string(kIndex) + "ann.csv,,ann,\nbob.csv,,,\ncem.csv,,ann,\n");
+  EXPECT_THAT([&] { evaluated_without(LeaveOut::kSubject); },
+              ThrowsMessage<UsageError>(
+                  HasSubstr("bob.csv: index.csv names no subject to be left out")));
+}
+
+TEST_F(Folds, NameWhatWasLeftOutWhereNothingIsLeft) {
+  write("labels.csv", "file,t_start,t_end,label\nbob.csv,1,1.78,3\nbob.csv,3,3.78,3\n");
+  EXPECT_THAT([&] { evaluated_without(LeaveOut::kSubject); },
+              ThrowsMessage<UsageError>(HasSubstr("--leave-out: with bob left out, ")));
+}
