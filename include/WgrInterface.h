@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * The C interface of libWearableInteraction: wrist gestures, and the wrist that
  * wears the watch, from a stream of accelerometer and gyroscope samples.
  *
@@ -8,12 +9,12 @@
  * update_gesture() once per sample pair, with queries in between; finally
  * destroy_gesture_handle().
  *
- * Units: accelerations in m/s² with gravity in them, angular rates in deg/s, both
+ * Units: accelerations in m/s² with gravity in them, angular velocities in deg/s, both
  * in the watch's frame; lengths in samples; times in milliseconds.
  *
- * Status values differ between the functions; each one's comment says what it
- * answers, for a null handle too. Nothing is thrown but std::bad_alloc, and what the
- * host's own callback throws.
+ * Status values differ between the functions: each comment states every return value,
+ * also for a null handle. Nothing is thrown but std::bad_alloc, and what the host's own
+ * callback throws.
  *
  * Threads: the library starts none and locks nothing. Call one handle from one
  * thread at a time. Handles share the log file and the model files, which are only
@@ -51,7 +52,7 @@ extern WgVersion WearableVersion;
  * Ends the whole process with exit status 0 when the default model,
  * "/usr/share/GestureModel/olvo_model_5_fb/hgr_olvo.xml", cannot be loaded.
  *
- * return  the handle, never null
+ * @return the handle, never null
  */
 WgrHandle create_gesture_handle(void);
 
@@ -61,16 +62,16 @@ WgrHandle create_gesture_handle(void);
  * May be called again at any time: collected samples and the last result stay,
  * and the strength threshold returns to 2.0 m/s², whatever the sensitivity was.
  *
- * h                handle; may be null
- * sample_rate      samples per second
- * gyro_bias        subtracted from every gyroscope sample, deg/s
- * min_motion_len   shortest motion that is recognised, in samples; below 1 means
- *                  sample_rate / 2
- * history_len      length of the sample histories; below 1 means sample_rate * 5
- * static_window    samples that the rest test looks at; below 1 means
- *                  sample_rate / 5
- * hand_window_len  samples that get_wearer_type() looks at
- * return           0, or 1 when h is null
+ * @param h handle; may be null
+ * @param sample_rate samples per second
+ * @param gyro_bias subtracted from every gyroscope sample, deg/s
+ * @param min_motion_len shortest motion that is recognised, in samples; below 1 means
+ *     sample_rate / 2
+ * @param history_len length of the sample histories; below 1 means sample_rate * 5
+ * @param static_window samples that the rest test looks at; below 1 means
+ *     sample_rate / 5
+ * @param hand_window_len samples that get_wearer_type() looks at
+ * @return 0, or 1 when h is null
  */
 int init_gesture_handle(WgrHandle h, int sample_rate, Point3Df gyro_bias,
                         int min_motion_len, int history_len, int static_window,
@@ -82,15 +83,17 @@ int init_gesture_handle(WgrHandle h, int sample_rate, Point3Df gyro_bias,
  * Sets the shortest motion (samples) and the least strength (root mean square,
  * m/s²) from the level and the sample rate R that is in force:
  *
- *   level                   shortest motion   least strength
- *   1                       R / 3.5           2.0
- *   2                       R / 2             2.5
- *   3                       R / 2             4.0
- *   0, and 4 or more        R / 2             3.0
- *   negative, -level < R    -level            -level / R * 6.0
- *   negative, -level >= R   R / 2             3.0
+ * | level                 | shortest motion | least strength     |
+ * |-----------------------|-----------------|--------------------|
+ * | 1                     | R / 3.5         | 2.0                |
+ * | 2                     | R / 2           | 2.5                |
+ * | 3                     | R / 2           | 4.0                |
+ * | 0, and 4 or more      | R / 2           | 3.0                |
+ * | negative, -level < R  | -level          | -level / R * 6.0   |
+ * | negative, -level >= R | R / 2           | 3.0                |
  *
- * h  handle; when null nothing happens
+ * @param h handle; when null nothing happens
+ * @param level how strict, as in the table
  */
 void set_gesture_rec_sensitivity(WgrHandle h, int level);
 
@@ -100,11 +103,11 @@ void set_gesture_rec_sensitivity(WgrHandle h, int level);
  * A model file that cannot be read leaves an empty model, which recognises
  * nothing; the answer is 0 all the same.
  *
- * h       handle; may be null
- * wearer  0 (left wrist) or 1 (right wrist)
- * mode    0, 1 or 2
- * return  0, or 1 when h is null or an argument is out of its range, in which case
- *         nothing changes
+ * @param h handle; may be null
+ * @param wearer 0 (left wrist) or 1 (right wrist)
+ * @param mode 0, 1 or 2
+ * @return 0, or 1 when h is null or an argument is out of its range, in which case
+ *     nothing changes
  */
 int set_gesture_model(WgrHandle h, WgWatchWearer wearer, WgWorkMode mode);
 
@@ -116,10 +119,10 @@ int set_gesture_model(WgrHandle h, WgWatchWearer wearer, WgWorkMode mode);
  * can be fed. An exception that the callback throws passes through update_gesture(): the
  * gesture counts as reported, and the next sample starts afresh.
  *
- * h          handle; may be null
- * cb         the callback; null is refused, and an earlier one stays
- * user_data  handed to the callback as it is
- * return     1 when stored, 0 when refused
+ * @param h handle; may be null
+ * @param cb the callback; null is refused, and an earlier one stays
+ * @param user_data passed to the callback as it is
+ * @return 1 when stored, 0 when refused
  */
 int register_gesture_event_cb(WgrHandle h, WgGestureEventCb cb, void* user_data);
 
@@ -131,42 +134,49 @@ int register_gesture_event_cb(WgrHandle h, WgGestureEventCb cb, void* user_data)
  * callback, on this thread, before the call returns; all histories then start
  * afresh.
  *
- * h       handle; may be null
- * acc     acceleration with gravity in it, watch frame, m/s²
- * gyro    angular rate with its bias still in it, watch frame, deg/s
- * return  the class that was reported, or 6 when none was; 0 when h is null; 6 also while
- *         h's own callback is running, when the sample is not taken in
+ * @param h handle; may be null
+ * @param acc acceleration with gravity in it, watch frame, m/s²
+ * @param gyro angular velocity with its bias still in it, watch frame, deg/s
+ * @return the class that was reported, or 6 when none was; 0 when h is null; 6 also while
+ *     h's own callback is running, when the sample is not taken in
  */
 int update_gesture(WgrHandle h, Point3Df acc, Point3Df gyro);
 
 /**
- * Feeds one accelerometer sample to the wrist detector and asks for its verdict.
+ * Feeds one accelerometer sample to the wrist detector and returns its verdict.
  *
  * The detector keeps its own window, apart from update_gesture()'s histories.
  *
- * h       handle; may be null
- * acc     acceleration with gravity in it, watch frame, m/s²
- * return  0 (left wrist), 1 (right wrist) or 2 (undecided; also for a null handle
- *         and until the window has filled)
+ * @param h handle; may be null
+ * @param acc acceleration with gravity in it, watch frame, m/s²
+ * @return 0 (left wrist), 1 (right wrist) or 2 (undecided; also for a null handle
+ *     and until the window has filled)
  */
 int get_wearer_type(WgrHandle h, Point3Df acc);
 
 /**
  * Reports whether the newest sample of update_gesture() ended at rest.
  *
- * return  1 at rest, 0 moving; 1 as well when h is null or there is no sample yet
+ * @param h handle; may be null
+ * @return 1 at rest, 0 moving; 1 as well when h is null or there is no sample yet
  */
 int get_movement_status(WgrHandle h);
 
 /**
- * The last recognition's duration: that of the compared stretch of motion, at the
- * nominal sample rate, in milliseconds. 0.0 when h is null or nothing ran yet.
+ * Returns the last recognition's duration: that of the compared stretch of motion, at
+ * the nominal sample rate.
+ *
+ * @param h handle; may be null
+ * @return milliseconds; 0.0 when h is null or nothing ran yet
  */
 double get_recog_cost_time(WgrHandle h);
 
 /**
- * The last recognition's motion strength: root mean square acceleration of the
- * motion with gravity taken out, m/s². 0.0 when h is null or nothing ran yet.
+ * Returns the last recognition's motion strength: the root mean square acceleration of
+ * the motion without gravity.
+ *
+ * @param h handle; may be null
+ * @return m/s²; 0.0 when h is null or nothing ran yet
  */
 double get_motion_strength(WgrHandle h);
 
@@ -174,12 +184,16 @@ double get_motion_strength(WgrHandle h);
  * Destroys the context behind *ph and sets *ph to null; does nothing when *ph is
  * null already. Must not be called inside the gesture callback.
  *
- * ph      address of the host's handle; null is taken for a null handle
- * return  0
+ * @param ph address of the host's handle; null is taken for a null handle
+ * @return 0
  */
 int destroy_gesture_handle(WgrHandle* ph);
 
-/** The contents of WearableVersion. Needs no handle. */
+/**
+ * Returns the contents of WearableVersion. Needs no handle.
+ *
+ * @return the version
+ */
 WgVersion get_version(void);
 
 #ifdef __cplusplus

@@ -1,10 +1,11 @@
-/*
- * A look around before a host uses the library: will it find what it needs?
+/**
+ * @file
+ * Checks before a host uses the library that it will find what it needs.
  *
- * Creating a handle ends the process when the default model cannot be loaded, a model
- * with a fault recognises less without a word, a log that cannot be written is dropped,
- * and arithmetic that a host has changed changes results. This function finds all that
- * first, changes nothing and ends nothing.
+ * Creating a handle ends the process when the default model cannot be loaded; a model
+ * with a fault recognises less and reports nothing; a log that cannot be written is
+ * dropped; and arithmetic that a host has changed changes results. This function finds
+ * all that first, changes nothing and ends nothing.
  */
 #ifndef WGR_PREFLIGHT_H
 #define WGR_PREFLIGHT_H
@@ -13,24 +14,27 @@
 extern "C" {
 #endif
 
-/*
+/**
  * What a finding means for the host. They are ints, in the order of their weight.
  */
 enum {
-  WG_PREFLIGHT_CLEAN = 0, /* nothing to report; an answer, never a finding's weight */
-  WG_PREFLIGHT_NOTE = 1,  /* everything works, but the log is dropped, or others can
-                             lay hands on it */
-  WG_PREFLIGHT_FAULT = 2, /* handles work, but something will not do what it should */
-  WG_PREFLIGHT_FATAL = 3  /* creating a handle would end the process, or using it can */
+  /** Nothing to report: returned, never a finding's weight. */
+  WG_PREFLIGHT_CLEAN = 0,
+  /** Everything works, but the log is dropped, or other users can write to it. */
+  WG_PREFLIGHT_NOTE = 1,
+  /** Handles work, but something will not do what it should. */
+  WG_PREFLIGHT_FAULT = 2,
+  /** Creating a handle would end the process, or using it can. */
+  WG_PREFLIGHT_FATAL = 3
 };
 
 /**
  * Receives one finding.
  *
- * weight     WG_PREFLIGHT_NOTE, _FAULT or _FATAL
- * text       one line without its end, as "PATH:LINE: what is wrong"; valid during the
- *            call only
- * user_data  the word given to preflight_gesture_library()
+ * @param weight WG_PREFLIGHT_NOTE, _FAULT or _FATAL
+ * @param text one line without its end, as "PATH:LINE: what is wrong"; valid during the
+ *     call only
+ * @param user_data what was passed to preflight_gesture_library()
  */
 typedef void (*WgPreflightCb)(int weight, const char* text, void* user_data);
 
@@ -42,9 +46,9 @@ typedef void (*WgPreflightCb)(int weight, const char* text, void* user_data);
  * Writes no file, prints nothing, and needs no handle. Call it before
  * create_gesture_handle(), and refuse to start on WG_PREFLIGHT_FATAL.
  *
- * tell       called once per finding, on this thread; may be null
- * user_data  handed to it as it is
- * return     the heaviest finding's weight; WG_PREFLIGHT_CLEAN when there is none
+ * @param tell called once per finding, on this thread; may be null
+ * @param user_data passed on to it as it is
+ * @return the heaviest finding's weight; WG_PREFLIGHT_CLEAN when there is none
  */
 int preflight_gesture_library(WgPreflightCb tell, void* user_data);
 

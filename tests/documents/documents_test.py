@@ -16,9 +16,11 @@ In README.md, CONTRIBUTING.md and docs/*.md, or the named documents:
     <!-- file: NAME -->      the block, of any kind, is written into this file
   and a comment of its own, <!-- $ COMMAND -->, runs a command that the reader does not see.
 - every option of `wgr` in any code has to be one of the subcommand it stands behind.
+- every document in docs/ stands in docs/order.txt, and where it ends with a line "Next: ...",
+  that names the next one there.
 - every link within the project has to lead to a file, and to a heading where it names one.
 
---update writes what the commands print now into the documents.
+--update writes what the commands print now into the documents, and the lines "Next: ...".
 """
 import concurrent.futures
 import os
@@ -247,6 +249,41 @@ def check_links(root, document):
     return faults
 
 
+# ---- order ------------------------------------------------------------------------------
+
+def next_lines(root):
+    """What each document of docs/order.txt ends with, by its name."""
+    listed = [line for line in (root / "docs/order.txt").read_text(encoding="utf-8").splitlines()
+              if line.endswith(".md")]
+    names = [name for name in listed if (root / "docs" / name).exists()]
+    lines = {}
+    for name, following in zip(names, names[1:] + [None]):
+        if following is None:
+            lines[name] = "Next: back to the [README](../README.md)"
+        else:
+            with open(root / "docs" / following, encoding="utf-8") as file:
+                title = file.readline().strip("# \n").split(":")[0]
+            lines[name] = f"Next: [{title}]({following})"
+    return lines
+
+
+def check_order(root, update):
+    lines, faults = next_lines(root), []
+    for document in sorted((root / "docs").glob("*.md")):
+        if document.name not in lines:
+            faults.append(f"docs/{document.name} is not in docs/order.txt")
+            continue
+        text = document.read_text(encoding="utf-8").rstrip("\n")
+        before, _, last = text.rpartition("\n")
+        wanted = lines[document.name]
+        if update:
+            kept = before.rstrip("\n") if last.startswith("Next: ") else text
+            document.write_text(f"{kept}\n\n{wanted}\n", encoding="utf-8")
+        elif last.startswith("Next: ") and last != wanted:
+            faults.append(f"docs/{document.name}: the last line is not: {wanted}")
+    return faults
+
+
 # ---- options ----------------------------------------------------------------------------
 
 class Options:
@@ -307,7 +344,7 @@ def main(arguments):
     documents = [pathlib.Path(word).resolve() for word in arguments[2:]] or [
         root / "README.md", root / "CONTRIBUTING.md", *sorted((root / "docs").glob("*.md"))]
     options = Options(build)
-    faults = []
+    faults = check_order(root, update) if len(arguments) == 2 else []
     for document in documents:
         faults += check_links(root, document) + check_options(root, document, options)
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:

@@ -1,0 +1,311 @@
+#!/usr/bin/python3
+"""Builds the site of the documents: see scripts/site.
+
+usage: site.py WGR OUTPUT_FOLDER
+
+Pages are those of docs/, in the order of docs/order.txt, the README, and a reference that is
+made of Doxygen's reading of include/, of what wgr --help prints, and of the docstrings of the
+Python package. MkDocs makes HTML of them.
+"""
+import ast
+import json
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import xml.etree.ElementTree as ElementTree
+
+kHeaders = ["WgrInterface.h", "WgrTypes.h", "WgrPreflight.h"]
+kDoxygen = """INPUT = include
+OUTPUT_DIRECTORY = {folder}
+GENERATE_HTML = NO
+GENERATE_LATEX = NO
+GENERATE_XML = YES
+QUIET = YES
+OPTIMIZE_OUTPUT_FOR_C = YES
+MACRO_EXPANSION = YES
+EXPAND_ONLY_PREDEF = YES
+PREDEFINED = "WG_INT_ENUM(name)=enum name"
+WARN_AS_ERROR = YES
+"""
+kSettings = """site_name: libWearableInteraction {version}
+docs_dir: {pages}
+site_dir: {out}
+use_directory_urls: false
+theme:
+  name: material
+  font: false
+  features: [navigation.tabs, navigation.sections, navigation.top, search.highlight]
+  palette:
+    - media: "(prefers-color-scheme: light)"
+      scheme: default
+      primary: indigo
+      toggle: {{icon: material/weather-night, name: Dark}}
+    - media: "(prefers-color-scheme: dark)"
+      scheme: slate
+      primary: indigo
+      toggle: {{icon: material/weather-sunny, name: Light}}
+extra:
+  generator: false
+  version: {{provider: mike}}
+extra_css: [site.css]
+plugins: [search]
+markdown_extensions:
+  - tables
+  - toc: {{permalink: true, slugify: !!python/name:pymdownx.slugs.uslugify }}
+  - pymdownx.superfences
+  - pymdownx.highlight
+nav: {nav}
+"""
+
+# Room for 90 columns of code, and links that can be read on dark ground.
+kStyle = """.md-grid { max-width: 76rem; }
+[data-md-color-scheme="slate"] { --md-typeset-a-color: #9ab8ff; }
+"""
+
+
+# ---- Doxygen ------------------------------------------------------------------------------
+
+def markdown_of(element):
+    """The text of a Doxygen description, with its tables, without parameters."""
+    if element is None:
+        return ""
+    text = element.text or ""
+    for child in element:
+        if child.tag == "table":
+            rows = [[markdown_of(cell).strip().replace("\n", " ").replace("|", "\\|")
+                     for cell in row] for row in child.findall("row")]
+            lines = ["| " + " | ".join(row) + " |" for row in rows]
+            lines.insert(1, "|" + "---|" * len(rows[0]))
+            text += "\n\n" + "\n".join(lines) + "\n\n"
+        elif child.tag == "para":
+            text += markdown_of(child) + "\n\n"
+        elif child.tag in ("parameterlist", "simplesect"):
+            pass
+        elif child.tag in ("computeroutput", "ref"):
+            text += "`" + "".join(child.itertext()) + "`"
+        elif child.tag == "verbatim":
+            text += "\n\n```\n" + (child.text or "") + "\n```\n\n"
+        else:
+            text += markdown_of(child)
+        text += child.tail or ""
+    return text
+
+
+def signature_of(member):
+    arguments = member.findtext("argsstring") or ""
+    if member.get("kind") == "typedef":
+        return "".join(member.find("definition").itertext()) + ";"
+    kind = "".join(member.find("type").itertext()) if member.find("type") is not None else ""
+    return f"{kind} {member.findtext('name')}{arguments};"
+
+
+def parameters_of(member):
+    lines = []
+    for item in member.iter("parameteritem"):
+        name = item.findtext("parameternamelist/parametername")
+        text = markdown_of(item.find("parameterdescription")).strip().replace("\n", " ")
+        lines.append(f"| `{name}` | {text} |")
+    for section in member.iter("simplesect"):
+        if section.get("kind") == "return":
+            text = markdown_of(section).strip().replace("\n", " ")
+            lines.append(f"| returns | {text} |")
+    return "| argument | |\n|---|---|\n" + "\n".join(lines) + "\n" if lines else ""
+
+
+def member_text(member):
+    text = f"### {member.findtext('name')}\n\n" if member.findtext("name") else ""
+    if member.get("kind") == "enum":
+        text = text or "### Values\n\n"
+        text += markdown_of(member.find("detaileddescription")).strip() + "\n\n"
+        text += "| name | value | |\n|---|---|---|\n"
+        for value in member.findall("enumvalue"):
+            about = (markdown_of(value.find("briefdescription"))
+                     + markdown_of(value.find("detaileddescription"))).strip()
+            text += (f"| `{value.findtext('name')}` | {value.findtext('initializer')[2:]} "
+                     f"| {about} |\n")
+        return text + "\n"
+    text += "```c\n" + signature_of(member).strip() + "\n```\n\n"
+    for part in ("briefdescription", "detaileddescription"):
+        text += markdown_of(member.find(part)).strip() + "\n\n"
+    return text + parameters_of(member) + "\n"
+
+
+def header_page(folder, header):
+    name = header.replace(".h", "_8h")
+    compound = ElementTree.parse(folder / f"{name}.xml").getroot().find("compounddef")
+    text = f"# {header}\n\n"
+    for part in ("briefdescription", "detaileddescription"):
+        text += markdown_of(compound.find(part)).strip() + "\n\n"
+    for inner in compound.findall("innerclass"):
+        struct = ElementTree.parse(folder / f"{inner.get('refid')}.xml").getroot()
+        members = [signature_of(one) for one in struct.iter("memberdef")]
+        text += (f"### {inner.text}\n\n```c\nstruct {inner.text} {{\n  "
+                 + "\n  ".join(one.strip() for one in members) + "\n};\n```\n\n"
+                 + markdown_of(struct.find("compounddef/detaileddescription")).strip() + "\n\n")
+    for member in compound.iter("memberdef"):
+        if member.get("kind") != "define":
+            text += member_text(member)
+    return text
+
+
+def write_headers(pages):
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        subprocess.run(["doxygen", "-"], check=True, text=True,
+                       input=kDoxygen.format(folder=folder))
+        for header in kHeaders:
+            (pages / f"{header}.md").write_text(header_page(folder / "xml", header),
+                                                encoding="utf-8")
+    return [{header: f"reference/{header}.md"} for header in kHeaders]
+
+
+# ---- the tool and the Python package ------------------------------------------------------
+
+def write_help(wgr, pages):
+    def help_of(*words):
+        return subprocess.run([wgr, *words, "--help"], check=True, capture_output=True,
+                              text=True).stdout
+
+    def subcommands_of(text):
+        found = re.search(r"^Subcommands:\n((?:  .*\n)+)", text, re.M)
+        return re.findall(r"^  (\w+) ", found.group(1), re.M) if found else []
+    first = help_of()
+    (pages / "wgr.md").write_text(f"# wgr\n\n```text\n{first}```\n", encoding="utf-8")
+    menu = [{"wgr": "reference/wgr.md"}]
+    for name in subcommands_of(first):
+        text = help_of(name)
+        page = f"# wgr {name}\n\n```text\n{text}```\n"
+        for inner in subcommands_of(text):
+            page += f"\n## wgr {name} {inner}\n\n```text\n{help_of(name, inner)}```\n"
+        (pages / f"wgr-{name}.md").write_text(page, encoding="utf-8")
+        menu.append({f"wgr {name}": f"reference/wgr-{name}.md"})
+    return menu
+
+
+def docstrings(node, prefix=""):
+    """Markdown of the public classes and functions below a syntax tree's node."""
+    text = ""
+    for child in node.body:
+        if not isinstance(child, (ast.ClassDef, ast.FunctionDef)) or child.name[0] == "_":
+            continue
+        about = ast.get_docstring(child)
+        if about is None:
+            continue
+        if isinstance(child, ast.ClassDef):
+            text += f"## {child.name}\n\n```text\n{about}\n```\n\n" + docstrings(
+                child, child.name + ".")
+        else:
+            arguments = ast.unparse(child.args)
+            level = "###" if prefix else "##"
+            text += (f"{level} {prefix}{child.name}\n\n```python\n{child.name}({arguments})\n```"
+                     f"\n\n```text\n{about}\n```\n\n")
+    return text
+
+
+def write_python(root, pages):
+    package = root / "python/wgr"
+    if not package.exists():
+        return []
+    public = re.findall(r'"(\w+)"', re.search(r"__all__ = \[(.*?)\]", (
+        package / "__init__.py").read_text(encoding="utf-8"), re.S).group(1))
+    module = ast.parse((package / "__init__.py").read_text(encoding="utf-8"))
+    text = f"# Python package wgr\n\n{ast.get_docstring(module)}\n\n"
+    for source in sorted(package.glob("_*.py")):
+        tree = ast.parse(source.read_text(encoding="utf-8"))
+        tree.body = [node for node in tree.body if getattr(node, "name", "") in public]
+        text += docstrings(tree)
+    (pages / "python-package.md").write_text(text, encoding="utf-8")
+    return [{"Python package": "reference/python-package.md"}]
+
+
+# ---- the pages of docs/ -------------------------------------------------------------------
+
+def linked(text, to_docs, to_root, root, pages):
+    """Links as they are on the site, where the README and docs/ lie in one folder."""
+    moved = {"README.md": "index.md", "CONTRIBUTING.md": "contributing.md",
+             "CHANGELOG.md": "changelog.md"}
+
+    def replace(found):
+        target, _, heading = found.group(1).partition("#")
+        heading = "#" + heading if heading else ""
+        if not target or re.match(r"[a-z]+:", target):
+            return found.group(0)
+        path = to_root + target if to_root else target
+        if path.startswith("../"):
+            path = path[3:]
+            if path in moved:
+                return f"]({moved[path]}{heading})"
+            (pages / "files").mkdir(exist_ok=True)
+            shutil.copy(root / path, pages / "files")
+            return f"](files/{pathlib.Path(path).name})"
+        return f"]({path[len(to_docs):] if path.startswith(to_docs) else path}{heading})"
+    return re.sub(r"\]\(([^)\s]+)\)", replace, text)
+
+
+def without_next(text):
+    """The site names the next page at each page's foot itself."""
+    return re.sub(r"\nNext: .*\n?$", "\n", text)
+
+
+def write_documents(root, pages):
+    menu, role = [{"Start": "index.md"}], None
+    for line in (root / "docs/order.txt").read_text(encoding="utf-8").splitlines():
+        source = root / "docs" / line
+        if line.startswith("#"):
+            continue
+        if not line.endswith(".md"):
+            role = []
+            menu.append({line: role})
+        elif source.exists():
+            text = source.read_text(encoding="utf-8")
+            (pages / line).write_text(without_next(linked(text, "", "", root, pages)),
+                                      encoding="utf-8")
+            role.append(line)
+    for source, name in (("README.md", "index.md"), ("CONTRIBUTING.md", "contributing.md"),
+                         ("CHANGELOG.md", "changelog.md")):
+        text = (root / source).read_text(encoding="utf-8")
+        text = re.sub(r"\]\((docs/|CONTRIBUTING|CHANGELOG)", r"](\1", text)
+        text = text.replace("](CONTRIBUTING.md", "](contributing.md").replace(
+            "](CHANGELOG.md", "](changelog.md").replace("](docs/", "](")
+        (pages / name).write_text(text, encoding="utf-8")
+    for entry in menu:
+        if "Maintainer" in entry:
+            entry["Maintainer"] = ["contributing.md", *entry["Maintainer"], "changelog.md"]
+    shutil.copytree(root / "docs/images", pages / "images")
+    return [entry for entry in menu if next(iter(entry.values()))]
+
+
+def main(wgr, folder):
+    root = pathlib.Path(".").resolve()
+    wgr, folder = pathlib.Path(wgr).resolve(), pathlib.Path(folder).resolve()
+    version = subprocess.run([wgr, "--version"], check=True, capture_output=True,
+                             text=True).stdout.split()[-1]
+    with tempfile.TemporaryDirectory() as name:
+        work = pathlib.Path(name)
+        pages = work / "pages"
+        (pages / "reference").mkdir(parents=True)
+        menu = write_documents(root, pages)
+        reference = next(entry["Reference"] for entry in menu if "Reference" in entry)
+        reference += write_headers(pages / "reference")
+        reference += write_help(wgr, pages / "reference")
+        reference += write_python(root, pages / "reference")
+        (pages / "site.css").write_text(kStyle, encoding="utf-8")
+        settings = work / "mkdocs.yml"
+        settings.write_text(kSettings.format(version=version, pages=pages,
+                                             out=folder / version, nav=json.dumps(menu)),
+                            encoding="utf-8")
+        subprocess.run(["/usr/bin/mkdocs", "build", "--quiet", "--strict", "--clean", "-f",
+                        settings], check=True)
+    versions = sorted(path.name for path in folder.iterdir() if (path / "index.html").exists())
+    (folder / "versions.json").write_text(json.dumps(
+        [{"version": one, "title": one, "aliases": []} for one in versions]), encoding="utf-8")
+    (folder / "index.html").write_text(
+        f'<!doctype html><meta http-equiv="refresh" content="0; url={versions[-1]}/index.html">'
+        f'<a href="{versions[-1]}/index.html">{versions[-1]}</a>\n', encoding="utf-8")
+    print(f"wrote {folder / version}")
+
+
+main(*sys.argv[1:])
