@@ -269,7 +269,7 @@ TitleMeaning meaning_of(const std::string& title) {
 TitleMeaning meaning_of_name(const std::string& name) {
   const size_t folder = name.find_last_of("/\\");
   std::string base = folder == std::string::npos ? name : name.substr(folder + 1);
-  base = base.substr(0, base.find(".csv"));
+  if (const size_t end = base.find(".csv"); end != std::string::npos) base.resize(end);
   const Words words = words_of(base);
   TitleMeaning found;
   found.meaning = any_of(words, kForeignWords) ? Meaning::kNothing : sensor_of(words);

@@ -284,7 +284,7 @@ static bool share_rows(const std::vector<Reading>& a, const std::vector<Reading>
     if (a[i].row == b[j].row) ++shared;
     const size_t row = std::min(a[i].row, b[j].row);
     if (a[i].row == row) ++i;
-    if (j < b.size() && b[j].row == row) ++j;
+    if (b[j].row == row) ++j;
   }
   return shared * 2 > std::min(a.size(), b.size());
 }

@@ -28,7 +28,7 @@ struct Performance {
   std::vector<RecordedSample> samples;
 };
 
-// A person's recording for a seed: of the script, or where there is none of a random plan.
+// A person's recording for a seed: of the script, or, without one, of a random plan.
 Performance perform_for(int seed, int person_number, Style style, const Plan* script,
                         const PlanOptions& plan_options,
                         const PerformanceOptions& options);

@@ -153,7 +153,8 @@ static void add_zsh_function(const CommandDescription& command, std::string& tex
     return;
   }
   text +=
-      "  local curcontext=$curcontext state line\n  typeset -A opt_args\n  _arguments -C" +
+      "  local curcontext=$curcontext state line\n  typeset -A opt_args\n  _arguments "
+      "-C" +
       zsh_arguments(command) +
       " \\\n    '1:subcommand:->subcommand' \\\n    '*::"
       "word:->words'\n  case $state in\n    subcommand)\n      local -a subcommands=(\n";
