@@ -13,6 +13,7 @@
 #include "context/WgrContext.h"
 #include "output/standard_output.h"
 #include "recording/recording.h"
+#include "text/import_text.h"
 
 using namespace wgr;
 
@@ -42,6 +43,8 @@ static int run(int argc, char** argv) {
     return end.status;
   } catch (const UsageError& error) {
     return complain(error, kExitBadInput);
+  } catch (const ForeignRecordingError& error) {
+    return complain(UsageError(error.what() + import_hint(error.path())), kExitBadInput);
   } catch (const RecordingError& error) {
     return complain(error, kExitBadInput);
   } catch (const std::filesystem::filesystem_error& error) {

@@ -1,5 +1,6 @@
 #include "import/import_log.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -9,14 +10,16 @@
 
 namespace wgr {
 
-static constexpr double kLongClock = 1000.0;  // s; one that starts later starts at 0
-static constexpr double kFewestUsed = 0.5;    // of the rows
+static constexpr double kLongClock = 1000.0;    // s; one that starts later starts at 0
+static constexpr double kMostMade = 1e6;        // samples, by resampling
+static constexpr double kMostMadeOfEach = 100;  // and of each that there is
+static constexpr double kFewestUsed = 0.5;      // of the rows
 
 static constexpr std::array<const char*, kImportFaults> kFaultNames = {
-    "empty",      "not-text",  "no-table",       "unknown-column", "no-time",
-    "no-acc",     "no-gyro",   "linear-acc",     "no-gravity",     "time-unit",
-    "acc-unit",   "gyro-unit", "unknown-sensor", "no-rows",        "few-rows",
-    "no-overlap", "mirrored",  "unknown-profile"};
+    "empty",      "not-text",   "no-table",       "unknown-column", "no-time",
+    "no-acc",     "no-gyro",    "linear-acc",     "no-gravity",     "time-unit",
+    "acc-unit",   "gyro-unit",  "unknown-sensor", "no-rows",        "few-rows",
+    "no-overlap", "too-sparse", "mirrored",       "unknown-profile"};
 
 const char* fault_name(ImportFault fault) {
   return kFaultNames.at(static_cast<size_t>(fault));
@@ -97,18 +100,26 @@ static Conversion conversion_of(const ImportProfile& profile) {
   return conversion;
 }
 
-static void require_rows(const LogReadings& readings) {
-  size_t dropped = 0;
-  for (const DroppedRows& rows : readings.dropped) dropped += rows.count;
-  const size_t used = readings.rows - dropped;
+// Of so many rows, so many have to be of use.
+static void require_rows(size_t used, size_t rows, const ImportErrorFacts& first) {
   const double share =
-      readings.rows == 0 ? 0.0
-                         : static_cast<double>(used) / static_cast<double>(readings.rows);
+      rows == 0 ? 0.0 : static_cast<double>(used) / static_cast<double>(rows);
   if (used > 0 && share >= kFewestUsed) return;
-  ImportErrorFacts facts = {used == 0 ? ImportFault::kNoRows : ImportFault::kFewRows,
-                            readings.first_file, readings.first_line,
-                            readings.first_text};
+  ImportErrorFacts facts = first;
+  facts.fault = used == 0 ? ImportFault::kNoRows : ImportFault::kFewRows;
   facts.figure = share;
+  throw ImportError(facts);
+}
+
+// Stamps may be anything, and samples between them cost memory.
+static void require_density(const std::vector<RecordedSample>& samples, int rate) {
+  const auto [first, last] = std::minmax_element(
+      samples.begin(), samples.end(),
+      [](const RecordedSample& a, const RecordedSample& b) { return a.t < b.t; });
+  const double made = (last->t - first->t) * rate;
+  if (made < kMostMade + kMostMadeOfEach * static_cast<double>(samples.size())) return;
+  ImportErrorFacts facts = {ImportFault::kTooSparse};
+  facts.figure = made;
   throw ImportError(facts);
 }
 
@@ -118,19 +129,27 @@ ImportedLog import_log(const std::vector<LogFile>& files, const ImportProfile& g
   log.guess = guess_profile(files, given);
   LogReadings readings = collect_readings(files, log.guess.tables, clock_of(files, log),
                                           std::numeric_limits<size_t>::max());
-  require_rows(readings);
+  size_t dropped = 0;
+  for (const DroppedRows& rows : readings.dropped) dropped += rows.count;
+  const ImportErrorFacts first = {ImportFault::kNoRows, readings.first_file,
+                                  readings.first_line, readings.first_text};
+  require_rows(readings.rows - dropped, readings.rows, first);
   log.rows = readings.rows;
   for (size_t i = 0; i < kDroppedRows; ++i) log.dropped[i] = readings.dropped[i];
   log.acc_readings = readings.acc.size();
   log.gyro_readings = readings.gyro.size();
   JoinedReadings joined =
       join_readings(std::move(readings), conversion_of(log.guess.profile));
-  if (joined.samples.empty()) throw ImportError({ImportFault::kNoOverlap});
+  if (joined.joined && joined.samples.empty()) {
+    throw ImportError({ImportFault::kNoOverlap});
+  }
+  if (!joined.joined) require_rows(joined.samples.size(), log.rows, first);
   log.joined = joined.joined;
   log.out_of_order = joined.out_of_order;
   log.dropped[static_cast<size_t>(DroppedRow::kNoPartner)].count = joined.alone;
   log.samples = std::move(joined.samples);
   if (rate) {
+    require_density(log.samples, *rate);
     log.samples = resample(log.samples, *rate);
     log.resampled = rate;
   }

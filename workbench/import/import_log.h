@@ -43,10 +43,11 @@ enum class ImportFault {
   kNoRows,         // no line could be used; `text` and `line`: of the first that not
   kFewRows,        // fewer than half of the lines; likewise, and `figure`: the share
   kNoOverlap,      // the sensors' stamps have no time in common
+  kTooSparse,      // to be resampled: `figure` samples would come of it
   kMirrored,       // `text`: axes that no device can have on a wrist
   kUnknownProfile  // `text`: a name; `others`: the profiles
 };
-inline constexpr size_t kImportFaults = 18;
+inline constexpr size_t kImportFaults = 19;
 const char* fault_name(ImportFault fault);  // "no-gravity"
 
 struct ImportErrorFacts {

@@ -168,12 +168,13 @@ const std::vector<NamedProfile>& named_profiles() {
        "https://developer.apple.com/documentation/coremotion/"
        "getting-raw-accelerometer-events",
        units_of("ios", "g", "rad/s", true)},
-      {"phyphox", "https://phyphox.org/wiki/index.php/Sensor:_Accelerometer",
+      {"phyphox",
+       "https://github.com/phyphox/phyphox-experiments/blob/master/accelerometer.phyphox",
        units_of("phyphox", "m/s2", "rad/s")},
       {"sensor-logger", kSensorLogger, units_of("sensor-logger", "m/s2", "rad/s")},
       {"sensor-logger-ios", kSensorLogger,
        units_of("sensor-logger-ios", "", "rad/s", true)},
-      {"arduino", "https://docs.arduino.cc/libraries/arduino_lsm6ds3/",
+      {"arduino", "https://www.arduino.cc/en/Reference/ArduinoLSM6DS3",
        units_of("arduino", "g", "deg/s")},
       {"imu", "", units_of("imu", "", "")},
   };

@@ -15,6 +15,8 @@ static constexpr size_t kSampleLines = 400;  // that the format is judged by
 static constexpr size_t kFewestNumbers = 3;  // of a row
 static constexpr size_t kMostDigits = 18;    // of a whole number that any int64 holds
 static constexpr size_t kLongestNumber = 64;
+static constexpr std::int64_t kFirstYear = 1970;
+static constexpr std::int64_t kLastYear = 2200;  // nanoseconds of later ones fit no int64
 static constexpr std::int64_t kNanoseconds = 1'000'000'000;  // in a second
 
 static std::string_view trimmed(std::string_view text) {
@@ -136,7 +138,9 @@ static bool parse_date(std::string_view text, Stamp& stamp) {
     const std::int64_t month = take_digits(text, 2);
     if (!take_sign(text, "-/")) return false;
     const std::int64_t day = take_digits(text, 2);
-    if (year < 0 || month < 1 || month > 12 || day < 1 || day > 31) return false;
+    if (year < kFirstYear || year > kLastYear || month < 1 || month > 12 || day < 1 ||
+        day > 31)
+      return false;
     if (!take_sign(text, "T _")) return false;
     days = days_before(year, month, day);
   }

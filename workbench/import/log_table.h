@@ -75,7 +75,11 @@ Cell stamp_in_cell(std::string_view cell, bool decimal_comma, bool date, Stamp& 
 
 // From one stamp to a later one, in units.
 inline double between(const Stamp& from, const Stamp& to) {
-  return static_cast<double>(to.whole - from.whole) + (to.fraction - from.fraction);
+  const double whole =
+      (from.whole < 0) == (to.whole < 0)
+          ? static_cast<double>(to.whole - from.whole)
+          : static_cast<double>(to.whole) - static_cast<double>(from.whole);
+  return whole + (to.fraction - from.fraction);
 }
 
 }  // namespace wgr

@@ -144,39 +144,42 @@ std::optional<DroppedRow> TableReader::time_of(const TableRows& rows, size_t cou
   return kind == Cell::kMissing ? DroppedRow::kMissing : DroppedRow::kNoNumber;
 }
 
-// What of the row is dropped, if something is.
+// What of the row is dropped, if something is. A cell that is no number takes the whole
+// row with it; of a table of which each row holds the cells of one sensor, those of the
+// others are missing.
 std::optional<DroppedRow> TableReader::take_row(const TableRows& rows, size_t count) {
   if (rows.too_long()) return DroppedRow::kTooLong;
   const std::string_view* const sensor = cell_of(rows, LogColumn::kSensor);
   const bool by_rows = table_.columns.count(LogColumn::kSensor) > 0;
-  double t = 0.0;
-  bool has_time = false;
-  std::optional<DroppedRow> dropped;
-  bool taken = false;
-  for (const SensorColumns& kind : sensor_columns()) {
+  std::array<std::optional<Point3Df>, 3> values;
+  Cell worst = Cell::kNumber;
+  bool any = false;
+  for (size_t i = 0; i < values.size(); ++i) {
+    const SensorColumns& kind = sensor_columns()[i];
     const std::string& name = table_.*kind.name;
     const bool of_row = by_rows ? sensor != nullptr && !name.empty() && *sensor == name
                                 : table_.columns.count(kind.columns[0]) > 0;
     if (!of_row) continue;
-    if (!has_time) {
-      const std::optional<DroppedRow> without = time_of(rows, count, t);
-      if (without) return without;
-      has_time = true;
-    }
     const auto& columns =
         by_rows ? std::array<LogColumn, 3>{LogColumn::kX, LogColumn::kY, LogColumn::kZ}
                 : kind.columns;
     Point3Df value;
     const Cell cell = triple_of(rows, columns, value);
-    if (cell == Cell::kNumber) {
-      (to_.*kind.readings).push_back({t, value, to_.rows});
-      taken = true;
-    } else if (!dropped || cell == Cell::kOther) {
-      dropped = cell == Cell::kOther ? DroppedRow::kNoNumber : DroppedRow::kMissing;
-    }
+    worst = std::max(worst, cell);
+    if (cell == Cell::kNumber) values[i] = value;
+    any = any || cell == Cell::kNumber;
   }
-  // Tables of which each row holds the cells of one sensor leave the others empty.
-  return taken && dropped == DroppedRow::kMissing ? std::nullopt : dropped;
+  if (worst == Cell::kOther) return DroppedRow::kNoNumber;
+  if (!any)
+    return worst == Cell::kMissing ? std::optional(DroppedRow::kMissing) : std::nullopt;
+  double t = 0.0;
+  const std::optional<DroppedRow> without_time = time_of(rows, count, t);
+  if (without_time) return without_time;
+  for (size_t i = 0; i < values.size(); ++i) {
+    if (values[i])
+      (to_.*sensor_columns()[i].readings).push_back({t, *values[i], to_.rows});
+  }
+  return std::nullopt;
 }
 
 void TableReader::drop(DroppedRow why, const TableRows& rows) {
@@ -303,6 +306,7 @@ static std::vector<Point3Df> partners_of(std::vector<Reading>& readings,
       kept.push_back(reading);
       partners.push_back(others[j].value);
     }
+    result.alone += others.size() - kept.size();
   } else {
     result.joined = true;
     result.out_of_order += sort_by_time(readings) + sort_by_time(others);

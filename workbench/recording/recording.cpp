@@ -199,8 +199,9 @@ void RecordingReader::read_header() {
   }
   if (header != kHeader) {
     if (!source_->ended && source_->bytes->cut_off()) source_->refuse(kCutOff);
-    source_->refuse("a recording starts with the line " + std::string(kHeader) +
-                    ", not with " + quoted(header));
+    throw ForeignRecordingError(source_->place() + "a recording starts with the line " +
+                                    std::string(kHeader) + ", not with " + quoted(header),
+                                source_->name);
   }
 }
 

@@ -14,6 +14,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "WgrTypes.h"
@@ -43,6 +44,17 @@ class SampleSource {
 class RecordingError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
+};
+
+// A text that starts otherwise than recordings do: the log of another device, perhaps.
+class ForeignRecordingError : public RecordingError {
+ public:
+  ForeignRecordingError(const std::string& what, std::string path)
+      : RecordingError(what), path_(std::move(path)) {}
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
 };
 
 // How much may be read of the recordings that a command keeps in memory, so that a small

@@ -52,6 +52,14 @@ const std::vector<FaultCommand>& fault_commands() {
        {"out/sound.csv"},
        {"in/walk.csv"},
        true},
+      {"import", "import in/phone.csv -o out/walk.csv", {"out/walk.csv"}, {"in/phone.csv"}},
+      {"import_printed", "import in/phone.csv -o -", {}, {"in/phone.csv"}, true},
+      {"import_dry", "import --dry-run --json in/phone.csv", {}, {"in/phone.csv"}, true},
+      {"import_saved",
+       "import in/phone.csv -o out/walk.csv.gz --save-profile out/phone.json --json",
+       {"out/walk.csv.gz", "out/phone.json"},
+       {"in/phone.csv"},
+       true},
       {"preflight", "preflight", {}, {}, true},
       {"preflight_json", "preflight --json --models in/models", {}, {}, true},
       {"log", "log in/WgrLog.txt", {}, {"in/WgrLog.txt"}, true},
@@ -168,6 +176,9 @@ const std::vector<SameFile>& same_files() {
        "explain in/walk.csv --report "
        "/usr/share/GestureModel/olvo_model_5_fb/hgr_olvo.xml"},
       {"doctor_recording", "doctor --repair in/walk.csv in/walk.csv"},
+      {"import_log", "import in/phone.csv -o in/phone.csv"},
+      {"import_folder", "import in/set -o in/set/index.csv"},
+      {"import_profile", "import in/phone.csv -o out/a --save-profile out/a"},
       {"replay_recording", "replay --log in/walk.csv in/walk.csv"},
       {"replay_models_recording",
        "replay --models in/models --log in/walk.csv in/walk.csv"},
@@ -209,6 +220,7 @@ bool make_inputs(const std::string& program, const std::string& models,
       "cd '" + folder + "' && " + wgr +
       "synth --gestures 1 --distractors 0 -o walk.csv --labels labels.csv && " + wgr +
       "synth --gestures 1 --distractors 0 --person 2 -o set2/walk.csv && " + wgr +
+      "import walk.csv -o - --resample 50 | sed 1s/t,/time,/ > phone.csv && " + wgr +
       "synth --training set --persons 2 --gestures 2 --distractors 2 --style calm && " +
       wgr + "segment set -o g.txt && " + wgr + "build g.txt -o m.xml && " + log);
   EXPECT_EQ(made.status, 0) << made.err;

@@ -19,6 +19,7 @@
 #include "output/output_plan.h"
 #include "output/standard_output.h"
 #include "recording/clock.h"
+#include "text/diagnosis_json.h"
 #include "text/import_text.h"
 #include "text/verdict_text.h"
 
@@ -32,7 +33,7 @@ static constexpr char kFooter[] =
 semicolons, tabs or blanks between the cells, decimal points or commas, with or without
 titles, with the accelerometer and the gyroscope in one table, in rows of one table that a
 column tells apart, or in files of their own, whose clocks are then joined: give both
-files, or the folder. What columns, units and clock are is guessed from titles and values,
+files, their folder or the ZIP archive. What columns, units and clock are is guessed from titles and values,
 and reported with how sure it is and why; --profile, --columns, --units and --axes say it.
 Then the recording is examined, as wgr doctor does.
 
@@ -83,8 +84,7 @@ static void list_profiles() {
 }
 
 static bool is_table(const std::filesystem::path& path) {
-  return path.extension() == ".csv" || path.extension() == ".txt" ||
-         path.extension() == ".tsv";
+  return is_log_name(path.filename().string());
 }
 
 static void check(const Arguments& given) {
@@ -138,6 +138,9 @@ static void import(Arguments& given) {
   files.commit();
   if (given.json) {
     print(stdout, "{}", import_json(log));
+    for (const Finding& finding : diagnose(log.samples, DiagnosisOptions()).findings) {
+      print(stdout, "{}\n", json_text(finding_json(finding)));
+    }
   } else {
     report(given.dry ? stdout : stderr, log);
   }
@@ -148,9 +151,10 @@ void add_import(CLI::App& wgr) {
       "import", "Make a recording of the log of another device or app.");
   const auto given = std::make_shared<Arguments>();
   command
-      ->add_option("IN", given->logs,
-                   "The log: a file, files of one recording, or their\nfolder; - is "
-                   "standard input")
+      ->add_option(
+          "IN", given->logs,
+          "The log: a file, files of one recording, their folder\nor ZIP archive; "
+          "- is standard input")
       ->transform(path_name())
       ->option_text(" ");
   add_value(*command, "-o,--out", given->out, "The recording; - is standard output",

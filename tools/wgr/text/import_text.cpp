@@ -2,17 +2,20 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <map>
 
 #include "base/foreign_text.h"
 #include "base/suggestion.h"
 #include "base/text.h"
+#include "import/log_files.h"
 #include "json/json_text.h"
 
 namespace wgr {
 
 using Json = nlohmann::ordered_json;
 
+static constexpr unsigned long long kMostForHint = 100'000'000;  // bytes
 static constexpr size_t kMostTitles = 600;  // bytes of them in a message
 
 static std::string list_of(const std::vector<std::string>& texts) {
@@ -73,6 +76,9 @@ static const char* pattern_for(ImportFault fault) {
        "--columns and --units, or see wgr import --help"},
       {ImportFault::kNoOverlap,
        "the sensors have no time in common: give files of one and the same recording"},
+      {ImportFault::kTooSparse,
+       "resampling would make {1:.3g} samples: the stamps have gaps that are far too "
+       "long; see --units time=UNIT, or leave --resample out"},
       {ImportFault::kMirrored,
        "--axes {0} is a mirror image, which no wrist wears: swap or turn one axis more; "
        "--acc-axes and --gyro-axes are for one sensor alone"},
@@ -118,6 +124,29 @@ std::string device_text(const LogGuess& guess) {
   return fmt::format("{}: {}, accelerations in {}, angular velocities in {}",
                      device_of(profile.name), time, profile.acc->word,
                      profile.gyro->word);
+}
+
+std::string import_hint(const std::string& path) {
+  std::error_code failed;
+  if (!std::filesystem::is_regular_file(path, failed)) return "";  // read up, or gone
+  try {
+    ReadingLimit limit{kMostForHint};
+    const LogBytes log = read_log_files({path}, limit);
+    const LogGuess guess = guess_profile(log.files(), ImportProfile());
+    return fmt::format(
+        "; it looks like {}: wgr import {} -o OUT.csv makes a recording of it",
+        device_text(guess), path);
+  } catch (const ImportError& error) {
+    const ImportFault fault = error.facts().fault;
+    if (fault == ImportFault::kNoTable || fault == ImportFault::kNotText ||
+        fault == ImportFault::kEmpty) {
+      return "";
+    }
+    return "; wgr import reads logs of other devices, but of this one says: " +
+           sentence_for(error.facts());
+  } catch (const RecordingError&) {
+    return "";  // too large to be looked at
+  }
 }
 
 static std::string reason_for(const GuessedPart& part) {
@@ -167,7 +196,7 @@ static std::string subject_of(const GuessedPart& part) {
       return fmt::format("{} is separated by {}", shown(part.from), separator);
     }
     case LogPart::kColumn:
-      return fmt::format("  {} is column {}", part.value, wgr::quoted(part.from));
+      return fmt::format("{} is column {}", part.value, wgr::quoted(part.from));
     case LogPart::kTimeUnit:
       return "time in " + part.value;
     case LogPart::kAccUnit:
@@ -187,12 +216,30 @@ static std::string subject_of(const GuessedPart& part) {
   return "";
 }
 
-std::string guess_text(const LogGuess& guess) {
+// The columns of a sensor stand behind its part.
+static std::string columns_text(const std::vector<GuessedPart>& parts, size_t sensor) {
   std::string text;
-  for (const GuessedPart& part : guess.parts) {
-    text += fmt::format("{} ({}: {})\n", subject_of(part), sureness_name(part.sure),
-                        reason_for(part));
+  for (size_t i = sensor + 1; i < parts.size(); ++i) {
+    if (parts[i].part != LogPart::kColumn || parts[i].value == "time") break;
+    text += fmt::format("{} {} {}", text.empty() ? ":" : ",", parts[i].value,
+                        wgr::quoted(parts[i].from));
   }
+  return text;
+}
+
+std::string guess_text(const LogGuess& guess) {
+  std::vector<std::string> lines;
+  for (size_t i = 0; i < guess.parts.size(); ++i) {
+    const GuessedPart& part = guess.parts[i];
+    if (part.part == LogPart::kColumn && part.value != "time") continue;
+    const std::string columns =
+        part.part == LogPart::kFile ? columns_text(guess.parts, i) : "";
+    const std::string line = fmt::format("{}{} ({}: {})\n", subject_of(part), columns,
+                                         sureness_name(part.sure), reason_for(part));
+    if (std::find(lines.begin(), lines.end(), line) == lines.end()) lines.push_back(line);
+  }
+  std::string text;
+  for (const std::string& line : lines) text += line;
   return text;
 }
 

@@ -13,6 +13,11 @@ std::string sentence_for(const ImportErrorFacts& facts);
 // "an Android log: time in ns, accelerations in m/s2, angular velocities in rad/s".
 std::string device_text(const LogGuess& guess);
 
+// What `wgr import` could do with a file that is no recording, as the end of a message:
+// "; it looks like an Android log: ...: wgr import FILE -o OUT.csv makes a recording of
+// it". Empty for what is no log.
+std::string import_hint(const std::string& path);
+
 // What every column was taken for, how sure that is and why.
 std::string guess_text(const LogGuess& guess);
 
