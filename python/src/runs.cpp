@@ -87,7 +87,8 @@ struct ExplainOptions {
   std::vector<std::tuple<double, double, int>> expected;
   std::vector<std::tuple<int, int, std::shared_ptr<Gmodel>>> models;
   bool own_model = false;
-  bool what_if = false;
+  bool try_changes = false;
+  bool all_samples = false;  // of long recordings, too
   bool draw = true;
 };
 
@@ -159,8 +160,8 @@ class Explained {
     ExaminerOptions options;
     options.diagnosis.rate = given.rate;
     options.diagnosis.gyro_bias = given.host.gyro_bias;
-    options.try_changes = given.what_if || !given.expected.empty();
-    if (!given.what_if) options.most_samples = kMostUnasked;
+    options.try_changes = given.try_changes;
+    if (!given.all_samples) options.most_samples = kMostUnasked;
     options.own_model = given.own_model;
     if (!options.try_changes) return options;
     for (const auto& [wearer, mode, model] : given.models) {
@@ -198,7 +199,8 @@ static void add_explanations(py::module_& module) {
       .def_readwrite("expected", &ExplainOptions::expected)
       .def_readwrite("models", &ExplainOptions::models)
       .def_readwrite("own_model", &ExplainOptions::own_model)
-      .def_readwrite("what_if", &ExplainOptions::what_if)
+      .def_readwrite("try_changes", &ExplainOptions::try_changes)
+      .def_readwrite("all_samples", &ExplainOptions::all_samples)
       .def_readwrite("draw", &ExplainOptions::draw);
   py::class_<Explained>(module, "Explained")
       .def(py::init([](const Table& samples, const ExplainOptions& options) {

@@ -182,7 +182,7 @@ def explain(
     model: ModelLike = None,
     *,
     expect: Expected = None,
-    what_if: bool = False,
+    what_if: bool | None = None,
     wearer: int = 0,
     mode: int = 1,
     rate: int | None = None,
@@ -197,8 +197,10 @@ def explain(
         recording: What is explained.
         model: As for replay().
         expect: The gestures that should have come: a table's path, or
-            (begin, end, label) in s. Then what would have helped is tried.
-        what_if: Tries it without `expect`, too, and for long recordings.
+            (begin, end, label) in s.
+        what_if: Whether what would have helped is tried, on recordings of any
+            length; otherwise where `expect` is given, on those of 2,000,000 samples
+            and fewer.
         wearer, mode, rate, gyro_bias, sensitivity: As for replay().
         initialise: False: as a host that forgets init_gesture_handle().
         draw: Keeps what plot(), traces() and page() draw; without it less memory
@@ -223,7 +225,6 @@ def explain(
     options.recording = recording.name
     options.model_file = chosen.path
     options.absent_axes = recording.absent_axes
-    options.what_if = what_if
     options.draw = draw
     options.own_model = not chosen.folder
     if isinstance(expect, (str, os.PathLike)):
@@ -232,7 +233,9 @@ def explain(
     elif expect is not None:
         options.expected_file = "expect"
         options.expected = [(float(b), float(e), int(c)) for b, e, c in expect]
-    if what_if or options.expected:
+    options.all_samples = bool(what_if)
+    options.try_changes = bool(options.expected) if what_if is None else what_if
+    if options.try_changes:
         options.models = siblings_of(chosen)
     core = _wgr.Explained(recording.samples, options)
     return Explanation(core, recording, chosen)
