@@ -288,8 +288,8 @@ TEST(Options, WordsAreTakenAsTheyAreAndOthersAreRefused) {
     for (const std::string& value :
          {std::string(), good + "x", good + ",", "," + good, good + ",1",
           std::string("0"), std::string("1,nan,2"), std::string("1,2,1e300"),
-          std::string("1,,2"), std::string("accuracy=nan"), std::string("accuracy="),
-          std::string("accuracy"), std::string(1000, 'a')}) {
+          std::string("1,2,"), std::string("1,,2"), std::string("accuracy=nan"),
+          std::string("accuracy="), std::string("accuracy"), std::string(1000, 'a')}) {
       const std::string said = said_of(line(command, {option, value}));
       EXPECT_THAT(said, AllOf(StartsWith(option + ": "), HasSubstr(" wanted, "),
                               HasSubstr("ee wgr " + command + " --help")))
@@ -412,6 +412,10 @@ TEST(Options, AnOptionOfAnotherSubcommandIsSentThere) {
       said_of({"log", "--bias=1,2,3"}),
       "--bias: no option of wgr log, but of wgr replay, wgr explain, wgr doctor; see "
       "wgr log --help");
+  EXPECT_EQ(said_of({"doctor", "--from=3", "X"}),
+            "--from: no option of wgr doctor, but of wgr synth, wgr capture cut; see wgr "
+            "doctor --help")
+      << "of a subcommand's own too";
   EXPECT_EQ(said_of({"--seconds", "3"}),
             "--seconds: belongs behind a subcommand that has it: wgr doctor, wgr log");
   EXPECT_EQ(said_of({"replay", "--nonesuchatall", "X"}),

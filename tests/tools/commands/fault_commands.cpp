@@ -168,6 +168,7 @@ const std::vector<SameFile>& same_files() {
       {"segment_index", "segment in/set -o in/set/index.csv"},
       {"segment_recording", "segment in/set -o in/set/p002_calm.csv"},
       {"segment_background", "segment in/set --background in/set2 -o in/set2/walk.csv"},
+      {"segment_file", "segment in/set --background in/walk.csv -o in/walk.csv"},
       {"explain_recording", "explain in/walk.csv --report in/walk.csv"},
       {"explain_other_name", "explain in/walk.csv --report in/../in/./walk.csv"},
       {"explain_labels",

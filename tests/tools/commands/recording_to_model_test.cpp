@@ -48,6 +48,14 @@ TEST(Resample, InterpolatesBetweenNeighboursInTime) {
   }
 }
 
+// Times are rounded when they are written: a millionth of a period is forgiven.
+TEST(Resample, TheLastSampleCountsUnlessItIsTooEarly) {
+  for (const double early : {0.0, 0.5e-6}) {
+    EXPECT_EQ(resample({{0.0, {}, {}}, {1.0 - early, {}, {}}}, 1).size(), 2u) << early;
+  }
+  EXPECT_EQ(resample({{0.0, {}, {}}, {1.0 - 1.5e-6, {}, {}}}, 1).size(), 1u);
+}
+
 class RecordingToModel : public ::testing::Test {
  protected:
   std::string path(const std::string& name) const { return directory_.file(name); }
@@ -206,6 +214,7 @@ TEST_F(RecordingToModel, RefusesWhatItCannotUseAndWritesNothing) {
       {"3 99999999999 0 0 9.9\n1\n1\n1\n",
        ":1: the number of points: a whole number from 1 to 1000000"},
       {"5 1 0 0 9.9\n1\n1\n1\n", ":1: the label 5 is a code of the interface"},
+      {"3 1 0 0 9\n1\n1\n1\n3 1 0 0 0\n1\n1\n1\n", ":5: the gravity vector has no"},
   };
   for (const auto& c : cases) {
     write_file(path("t"), c.text);

@@ -51,6 +51,18 @@ TEST(Table, NamesWithCommasAndQuotesAreReadBackAsTheyWere) {
     EXPECT_EQ(again[i].file, annotations[i].file);
 }
 
+TEST(Table, AnnotationsOfOneRecordingNameNone) {
+  TempDirectory directory;
+  const std::string path = directory.file("own.csv");
+  write_file(path, "t_start,t_end,label\n0.5,1.25,2\n");
+  const std::vector<Annotation> read = read_annotations(path);
+  ASSERT_EQ(read.size(), 1u);
+  EXPECT_EQ(read[0].file, "");
+  EXPECT_EQ(read[0].begin, 0.5);
+  EXPECT_EQ(read[0].end, 1.25);
+  EXPECT_EQ(read[0].label, 2);
+}
+
 // They would be two rows, or a table that its reader refuses.
 TEST(Table, NamesThatNoFieldHoldsAreRefused) {
   EXPECT_THROW(field("a\nb.csv"), UsageError);

@@ -308,6 +308,11 @@ TEST(Doctor, CountsOverAllPartsOnce) {
   EXPECT_THAT(listed(diagnosis), HasSubstr("zero-rate: 1600 samples"));
   EXPECT_NEAR(diagnosis.facts.seconds, t - samples.front().t, 1e-6);
   EXPECT_EQ(diagnosis.facts.samples, samples.size());
+  const Point3Df bias = make_person(1, Style::kFree).sensors.gyro_bias;
+  ASSERT_TRUE(diagnosis.facts.bias);
+  EXPECT_LT(std::sqrt(squared_length(*diagnosis.facts.bias - bias)), 0.35);
+  ASSERT_TRUE(diagnosis.facts.gravity);
+  EXPECT_NEAR(*diagnosis.facts.gravity, *diagnose(once, {}).facts.gravity, 0.05);
   // A clock that stands still where the first part of 45,750 ends.
   for (size_t i = 0; i < samples.size(); ++i) {
     const size_t ticks = i < 45600 ? i : std::max<size_t>(i, 46200) - 600;
@@ -329,6 +334,24 @@ TEST(Doctor, MeasuresAMotionAcrossParts) {
     samples.push_back({static_cast<double>(i) / kRate, acc, gyro});
   }
   EXPECT_NEAR(diagnose(samples, {}).facts.longest_motion, 10000.0 / kRate, 1.0);
+}
+
+// Half of the time still, a quarter pushed without turning, a quarter pushed and turned.
+TEST(Doctor, MeasuresHowMuchOfTheTimeEachSensorRests) {
+  Recorded samples;
+  for (int i = 0; i < 2000; ++i) {
+    const double side = i % 2 == 0 ? 5.0 : -5.0;
+    const bool pushed = i >= 1000;
+    const bool turned = i >= 1500;
+    samples.push_back({0.02 * i,
+                       {pushed ? side : 0.0, 0.0, 10.1},
+                       {turned ? 20.0 * side : 0.0, 0.5, 0.1}});
+  }
+  const StreamFacts facts = diagnose(samples, {}).facts;
+  EXPECT_NEAR(facts.acc_rest_share, 0.5, 0.01);
+  EXPECT_NEAR(facts.gyro_rest_share, 0.75, 0.01);
+  EXPECT_NEAR(facts.rest_share, 0.75, 0.01);
+  EXPECT_NEAR(facts.longest_motion, 10.0, 0.2);
 }
 
 TEST(Doctor, ABiasThatIsPassedIsNoFault) {

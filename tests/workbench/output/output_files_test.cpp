@@ -314,6 +314,23 @@ TEST_F(TemporaryFiles, GetTheirPlacesWithOrWithoutANameBefore) {
   }
 }
 
+// Only there is it sure to be on the same file system, and writable.
+TEST_F(TemporaryFiles, KeepWhatTheyReplacedInItsOwnFolder) {
+  write_file(file("old"), "before");
+  const int status = in_child([&] {
+    if (chdir("/") != 0) return kChildCannot;
+    TemporaryFile absolute(directory_.path(), "old");
+    if (!absolute.replace(file("old"))) return 1;
+    if (names().size() != 2) return 2;
+    if (chdir(directory_.path().c_str()) != 0) return kChildCannot;
+    TemporaryFile relative(".", "old");
+    if (!relative.replace("old")) return 3;
+    return names().size() == 3 ? 0 : 4;
+  });
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(names(), std::set<std::string>{"old"});
+}
+
 // The process ends by a signal, or by exit(), before what was replaced is let go.
 TEST_F(TemporaryFiles, ReplaceForGoodWhereFilesCannotBeExchanged) {
   for (const int error : {EINVAL, ENOSYS, EOPNOTSUPP, EACCES}) {

@@ -95,6 +95,17 @@ TEST(Exemplars, ArePickedOneByOneWhereClusteringFails) {
   EXPECT_THAT(exemplars.how, HasSubstr("did not converge"));
 }
 
+// All alike, but that the first is like itself and the sixth alone.
+TEST(Exemplars, ArePickedByTheirLikenessToAllOthers) {
+  Capture hushed;
+  ClassMatrix matrix = {8, std::vector<float>(64, 0.0f)};
+  for (const size_t j : {1, 2, 3, 4, 6, 7}) matrix.scores[j] = -1.0f;
+  matrix.scores[0] = -1.0f;
+  const Exemplars exemplars = choose_exemplars(matrix, 1);
+  EXPECT_THAT(exemplars.chosen, ElementsAre(5));
+  EXPECT_THAT(exemplars.how, HasSubstr("did not converge"));
+}
+
 // The same at every preference: of nine a third.
 TEST(Exemplars, AreAThirdWhereClusteringFailsFromTheFirstPreferenceOn) {
   const ClassMatrix alike = {9, std::vector<float>(81, 0.0f)};

@@ -30,7 +30,7 @@ CLI::Validator each_within(const NumberRange& range, const std::string& names,
           good = number_of(text.substr(begin, end - begin), range).has_value();
           begin = end + 1;
         }
-        if (good && (text.empty() || text.back() != ',')) return std::string();
+        if (good) return std::string();
         return std::to_string(commas + 1) + " numbers " + names + " in " + unit +
                " are wanted, each from " + plain(range.least) + " to " +
                plain(range.most) + ", not " + wgr::quoted(text);
