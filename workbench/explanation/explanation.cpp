@@ -39,8 +39,10 @@ class ExpectedTimes {
   std::vector<std::pair<double, double>> merged_;  // disjoint, in order; s
 };
 
+}  // namespace
+
 // Looks at the engine after every sample of the host's.
-class Watcher {
+class Explainer::Watcher {
  public:
   Watcher(const HostRun& host_run, Explanation& explanation)
       : engine_(*static_cast<WgrContext*>(host_run.handle())->ages),
@@ -82,9 +84,7 @@ class Watcher {
   bool report_ended_ = false;  // they start there because of a report
 };
 
-}  // namespace
-
-void Watcher::disagree(const std::string& what) const {
+void Explainer::Watcher::disagree(const std::string& what) const {
   throw std::logic_error(
       fmt::format("{}: at {:.3f} s the explanation's {} is not the library's; please "
                   "report this recording",
@@ -92,7 +92,7 @@ void Watcher::disagree(const std::string& what) const {
 }
 
 // The newest sample, from its window; why a sensor did not say rest goes to `figures`.
-Judgement Watcher::judge(RestStretch& figures) const {
+Judgement Explainer::Watcher::judge(RestStretch& figures) const {
   const size_t since = e_.times.size() - afresh_;
   const size_t held = std::min(since, static_cast<size_t>(engine_.history_len));
   const size_t window = static_cast<size_t>(engine_.static_window);
@@ -115,7 +115,7 @@ Judgement Watcher::judge(RestStretch& figures) const {
   return gyro_rests ? Judgement::kGyroRests : Judgement::kMotion;
 }
 
-void Watcher::note_rest(Judgement judgement, const RestStretch& figures) {
+void Explainer::Watcher::note_rest(Judgement judgement, const RestStretch& figures) {
   if (judgement == Judgement::kMotion) return;
   const bool goes_on =
       !e_.rests.empty() && e_.rests.back().first + e_.rests.back().count == newest();
@@ -139,7 +139,7 @@ void Watcher::note_rest(Judgement judgement, const RestStretch& figures) {
   }
 }
 
-void Watcher::after(const Step& step) {
+void Explainer::Watcher::after(const Step& step) {
   e_.times.push_back(step.sample.t);
   if (e_.for_page) {
     e_.drawn.add(step.sample, expected_.overlap(step.sample.t, step.sample.t));
@@ -170,7 +170,7 @@ void Watcher::after(const Step& step) {
 }
 
 // Drops samples that neither the motion being collected nor the next window needs.
-void Watcher::forget() {
+void Explainer::Watcher::forget() {
   const size_t window = static_cast<size_t>(std::max(engine_.static_window, 0));
   const size_t needed = std::max(engine_.motion_acc.size(), window);
   while (acc_.size() > needed) {
@@ -180,7 +180,7 @@ void Watcher::forget() {
   e_.drawn.forget(needed);
 }
 
-void Watcher::place(MotionExplanation& explained) const {
+void Explainer::Watcher::place(MotionExplanation& explained) const {
   const size_t kept = std::max<size_t>(explained.kept(), 1);
   explained.preroll = preroll_;
   explained.begin = e_.times[explained.first];
@@ -194,7 +194,7 @@ void Watcher::place(MotionExplanation& explained) const {
   }
 }
 
-void Watcher::close_motion() {
+void Explainer::Watcher::close_motion() {
   const size_t first = newest() - collecting_before_;
   // The newest sample ended the motion and is none of it.
   const std::ptrdiff_t end = static_cast<std::ptrdiff_t>(acc_.size()) - 1;
@@ -215,7 +215,7 @@ void Watcher::close_motion() {
   keep(std::move(explained));
 }
 
-void Watcher::keep(MotionExplanation explained) {
+void Explainer::Watcher::keep(MotionExplanation explained) {
   if (e_.for_page) {
     // Every sample of these is drawn, however long the recording is.
     const bool matters = explained.cause == Ending::kRecognised ||
@@ -228,7 +228,7 @@ void Watcher::keep(MotionExplanation explained) {
   e_.motions.push_back(std::move(explained));
 }
 
-void Watcher::finish() {
+void Explainer::Watcher::finish() {
   if (e_.times.empty()) return;
   const size_t collecting = engine_.motion_acc.size();
   if (engine_.work_mode == kAccOnly) {
@@ -250,11 +250,12 @@ void Watcher::finish() {
   }
 }
 
-void explain(const HostRunOptions& options, SampleSource& samples,
-             Explanation& explanation,
-             const std::function<void(const RecordedSample&)>& observe) {
-  HostRun host_run(options);
-  const AgGes& engine = *static_cast<WgrContext*>(host_run.handle())->ages;
+Explainer::Explainer(const HostRunOptions& options, Explanation& explanation)
+    : host_run_(options),
+      totals_(static_cast<WgrContext*>(host_run_.handle())->ages->sample_rate),
+      watcher_(std::make_unique<Watcher>(host_run_, explanation)),
+      explanation_(explanation) {
+  const AgGes& engine = *static_cast<WgrContext*>(host_run_.handle())->ages;
   explanation.settings = {engine.sample_rate,
                           engine.min_motion_len,
                           engine.static_window,
@@ -264,21 +265,37 @@ void explain(const HostRunOptions& options, SampleSource& samples,
                           options.wearer,
                           options.mode};
   explanation.model = *engine.hgr->model;
-  Totals totals(engine.sample_rate);
-  Watcher watcher(host_run, explanation);
+}
+
+Explainer::~Explainer() = default;
+
+void Explainer::feed(const RecordedSample& sample) {
+  watcher_->before();
+  feed_host(host_run_, sample, totals_, [this](const Step& step) { watcher_->after(step); });
+}
+
+size_t Explainer::collecting() const {
+  return static_cast<WgrContext*>(host_run_.handle())->ages->motion_acc.size();
+}
+
+void Explainer::finish() {
+  watcher_->finish();
+  explanation_.wearer_answers = totals_.wearer_answers;
+}
+void explain(const HostRunOptions& options, SampleSource& samples,
+             Explanation& explanation,
+             const std::function<void(const RecordedSample&)>& observe) {
+  Explainer explainer(options, explanation);
   std::exception_ptr malformed;
-  watcher.before();
   try {
-    run_host(host_run, samples, totals, [&](const Step& step) {
-      watcher.after(step);
-      watcher.before();
-      if (observe) observe(step.sample);
-    });
+    for (RecordedSample sample; samples.next(sample);) {
+      explainer.feed(sample);
+      if (observe) observe(sample);
+    }
   } catch (const RecordingError&) {
     malformed = std::current_exception();
   }
-  watcher.finish();
-  explanation.wearer_answers = totals.wearer_answers;
+  explainer.finish();
   if (malformed) std::rethrow_exception(malformed);
 }
 

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,6 +16,7 @@
 #include "explanation/motion_explanation.h"
 #include "hostrun/host_run.h"
 #include "hostrun/run.h"
+#include "hostrun/totals.h"
 #include "recording/recording.h"
 
 namespace wgr {
@@ -98,10 +100,36 @@ struct Explanation {
                                               // undecided
 };
 
-// Runs a host over the recording and watches the engine behind it. Every judgement of
-// rest is compared with the engine's; throws std::logic_error should one differ. A
-// RecordingError leaves with `explanation` holding what came before. `observe`, where
-// there is one, sees every sample.
+// Runs a host and watches the engine behind it, sample by sample, as for a stream that is
+// explained while it comes. Every judgement of rest is compared with the engine's; throws
+// std::logic_error should one differ.
+class Explainer {
+ public:
+  // `explanation` outlives the object.
+  Explainer(const HostRunOptions& options, Explanation& explanation);
+  ~Explainer();
+  Explainer(const Explainer&) = delete;
+  Explainer& operator=(const Explainer&) = delete;
+
+  void feed(const RecordedSample& sample);
+
+  // Samples of the motion that is being collected; 0 at rest.
+  size_t collecting() const;
+
+  // The stream is over: what its end cuts off is explained, too.
+  void finish();
+
+ private:
+  class Watcher;
+
+  HostRun host_run_;
+  Totals totals_;
+  const std::unique_ptr<Watcher> watcher_;
+  Explanation& explanation_;
+};
+
+// The same over a recording. A RecordingError leaves with `explanation` holding what came
+// before. `observe`, where there is one, sees every sample.
 void explain(const HostRunOptions& options, SampleSource& samples,
              Explanation& explanation,
              const std::function<void(const RecordedSample&)>& observe = nullptr);

@@ -10,14 +10,19 @@ static void count(const Step& step, Totals& totals) {
   totals.clock.add(step.sample.t);
 }
 
+void feed_host(HostRun& host_run, const RecordedSample& sample, Totals& totals,
+               const std::function<void(const Step&)>& observe) {
+  const std::optional<GestureEvent> event = host_run.feed(sample);
+  const Step step = {sample, host_run.at_rest(), host_run.ask_wearer(sample),
+                     event ? &*event : nullptr};
+  count(step, totals);
+  observe(step);
+}
+
 void run_host(HostRun& host_run, SampleSource& samples, Totals& totals,
               const std::function<void(const Step&)>& observe) {
   for (RecordedSample sample; samples.next(sample);) {
-    const std::optional<GestureEvent> event = host_run.feed(sample);
-    const Step step = {sample, host_run.at_rest(), host_run.ask_wearer(sample),
-                       event ? &*event : nullptr};
-    count(step, totals);
-    observe(step);
+    feed_host(host_run, sample, totals, observe);
   }
 }
 

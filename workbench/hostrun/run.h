@@ -22,4 +22,8 @@ struct Step {
 void run_host(HostRun& host_run, SampleSource& samples, Totals& totals,
               const std::function<void(const Step&)>& observe);
 
+// The same with one sample.
+void feed_host(HostRun& host_run, const RecordedSample& sample, Totals& totals,
+               const std::function<void(const Step&)>& observe);
+
 }  // namespace wgr

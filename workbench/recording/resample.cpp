@@ -6,6 +6,13 @@ namespace wgr {
 
 // Of a period: the last sample counts even if its time is rounded down a little.
 static constexpr double kSlack = 1e-6;
+static constexpr double kLongestStep = 0.25;  // s; what takes longer is a gap
+
+static RecordedSample between(const RecordedSample& a, const RecordedSample& b,
+                              double t) {
+  const double share = (t - a.t) / (b.t - a.t);
+  return {t, a.acc + share * (b.acc - a.acc), a.gyro + share * (b.gyro - a.gyro)};
+}
 
 std::vector<RecordedSample> resample(const std::vector<RecordedSample>& samples,
                                      int rate) {
@@ -24,13 +31,25 @@ std::vector<RecordedSample> resample(const std::vector<RecordedSample>& samples,
     const double t = start + static_cast<double>(i) * period;
     if (t > end) break;
     while (right + 1 < forward.size() && forward[right].t < t) ++right;
-    const RecordedSample& a = forward[right - 1];
-    const RecordedSample& b = forward[right];
-    const double share = (t - a.t) / (b.t - a.t);
-    made.push_back(
-        {t, a.acc + share * (b.acc - a.acc), a.gyro + share * (b.gyro - a.gyro)});
+    made.push_back(between(forward[right - 1], forward[right], t));
   }
   return made;
+}
+
+void SteadyStream::add(const RecordedSample& sample, std::vector<RecordedSample>& made) {
+  if (last_ && sample.t <= last_->t) return;
+  if (!last_ || sample.t - last_->t > kLongestStep) {
+    made.push_back(sample);
+    start_ = sample.t;
+    since_ = 1;
+  } else {
+    for (;; ++since_) {
+      const double t = start_ + static_cast<double>(since_) * period_;
+      if (t > sample.t + kSlack * period_) break;
+      made.push_back(between(*last_, sample, t));
+    }
+  }
+  last_ = sample;
 }
 
 }  // namespace wgr

@@ -1,0 +1,52 @@
+// Puts the page together as one HTML file that needs no network:
+//   node pack_studio.js SOURCE WASM_SCRIPT WASM OUT
+// SOURCE is the project's folder. The WebAssembly, its worker, the models and the demo are
+// packed with gzip and stand in the page in base64.
+'use strict';
+
+const fs = require('node:fs');
+const path = require('node:path');
+const zlib = require('node:zlib');
+
+const kScripts = ['store.js', 'engine.js', 'explain.js', 'sensors.js', 'live.js', 'main.js'];
+const kPanels = ['live.html'];
+
+const [source, wasmScript, wasm, out] = process.argv.slice(2);
+const page = (name) => fs.readFileSync(path.join(source, 'studio/page', name), 'utf8');
+const shared = (name) => fs.readFileSync(path.join(source, 'tools/wgr/pages', name), 'utf8');
+
+// The index as JSON behind its length, then the files one behind the other.
+function archive(files) {
+  const index = Buffer.from(JSON.stringify(
+      Object.entries(files).map(([name, bytes]) => ({name, size: bytes.length}))));
+  const length = Buffer.alloc(4);
+  length.writeUInt32LE(index.length);
+  return Buffer.concat([length, index, ...Object.values(files)]);
+}
+
+function payload() {
+  const files = {
+    'studio.wasm': fs.readFileSync(wasm),
+    'worker.js': Buffer.from(fs.readFileSync(wasmScript, 'utf8') + '\n' + page('worker.js')),
+  };
+  for (const name of ['demo.csv', 'demo.labels.csv']) {
+    files[name] = fs.readFileSync(path.join(source, 'recordings', name));
+  }
+  for (const name of fs.readdirSync(path.join(source, 'models')).sort()) {
+    const model = path.join('models', name, 'hgr_olvo.xml');
+    files[model] = fs.readFileSync(path.join(source, model));
+  }
+  return zlib.gzipSync(archive(files), {level: 9}).toString('base64');
+}
+
+const inElements = (name, texts) => texts.map((text) => `<${name}>${text}</${name}>\n`).join('');
+const parts = {
+  styles: inElements('style', [shared('common.css'), page('studio.css')]),
+  panels: kPanels.map(page).join(''),
+  payload: `<script type="application/octet-stream" id="payload">${payload()}</script>\n`,
+  scripts: inElements('script', [shared('common.js'), ...kScripts.map(page)]),
+};
+const html = page('studio.html').replace(/@@(\w+)@@/g, (_, name) => parts[name]);
+fs.writeFileSync(out, html);
+const size = zlib.gzipSync(html, {level: 9}).length;
+console.log(`${out}: ${Math.ceil(size / 1000)} kB with gzip`);

@@ -1,0 +1,164 @@
+// Explains a recording that is dropped, with the very page of wgr explain, and again
+// whenever a switch is set.
+'use strict';
+
+const kRestWindows = [5, 6, 8, 10, 12, 15, 20];  // samples
+const kExpectedHeaders = ['t_start,t_end,label', 'file,t_start,t_end,label'];
+
+const isTable = (first) => kExpectedHeaders.includes(first);
+const isModel = (name) => name.endsWith('.xml');
+
+class Explain {
+  constructor() {
+    this.run = 0;      // the newest request
+    this.given = null;  // {name, recording, expected?, model?}
+    $('#rest-window').append(...kRestWindows.map((n) => el('option', {value: n}, `${n} samples`)));
+    $('#demo').addEventListener('click', () => this.showDemo());
+    $('#file').addEventListener('change', (event) => {
+      this.take([...event.target.files]);
+      event.target.value = '';
+    });
+    $('#another').addEventListener('click', () => this.close());
+    for (const id of ['wearer', 'mode', 'sensitivity', 'rest-window']) {
+      $('#' + id).addEventListener('change', () => this.explain());
+    }
+    $('#save-report').addEventListener('click', () =>
+      download(this.given.name.replace(/\.csv(\.gz)?$/, '') + '.html', this.report, 'text/html'));
+    $('#save-recording').addEventListener('click', () =>
+      download(this.given.name, this.given.recording, 'text/csv'));
+    addEventListener('dragover', (event) => {
+      event.preventDefault();
+      document.body.classList.add('over');
+    });
+    addEventListener('dragleave', (event) => {
+      if (event.relatedTarget === null) document.body.classList.remove('over');
+    });
+    addEventListener('drop', (event) => {
+      event.preventDefault();
+      document.body.classList.remove('over');
+      if (event.dataTransfer.files.length > 0) {
+        showTab('explain');
+        this.take([...event.dataTransfer.files]);
+      }
+    });
+  }
+
+  async showDemo() {
+    await engine.ready;
+    this.show({name: 'demo.csv', recording: engine.demo.recording,
+      expected: engine.demo.expected});
+  }
+
+  // Files of any of the three kinds; a model or a table alone goes with what is shown.
+  async take(files) {
+    showTrouble('');
+    const given = {...this.given, ...{expected: undefined}};
+    let recordings = 0;
+    for (const file of files) {
+      const bytes = new Uint8Array(await file.arrayBuffer());
+      const first = new TextDecoder().decode(bytes.subarray(0, 200)).split(/\r?\n/)[0]
+          .replace(/^\uFEFF/, '');
+      if (isModel(file.name)) {
+        given.model = bytes;
+      } else if (isTable(first)) {
+        given.expected = bytes;
+      } else {
+        recordings += 1;
+        given.name = file.name;
+        given.recording = bytes;
+      }
+    }
+    if (recordings > 1) return showTrouble('Drop one recording at a time.');
+    if (given.recording === undefined) {
+      return showTrouble('Drop the recording with it: a model or a table alone explains nothing.');
+    }
+    return this.show(given);
+  }
+
+  show(given) {
+    this.given = given;
+    const own = $('#mode option[value=own]');
+    if (given.model && !own) {
+      $('#mode').append(el('option', {value: 'own'}, 'your model'));
+      $('#mode').value = 'own';
+    } else if (!given.model && own) {
+      own.remove();
+      $('#mode').value = '1';
+    }
+    return this.explain();
+  }
+
+  request() {
+    const name = this.given.name.replaceAll('/', '_');
+    const files = {[name]: this.given.recording};
+    const request = {do: 'explain', recording: name, wearer: Number($('#wearer').value),
+      page: 'explained.html'};
+    if ($('#mode').value === 'own') {
+      files['own-model.xml'] = this.given.model;
+      request.model = 'own-model.xml';
+    } else {
+      request.mode = Number($('#mode').value);
+    }
+    if ($('#sensitivity').value !== '') request.sensitivity = Number($('#sensitivity').value);
+    if ($('#rest-window').value !== '') request.restWindow = Number($('#rest-window').value);
+    if (this.given.expected) {
+      request.expect = name.replace(/\.csv(\.gz)?$/, '') + '.labels.csv';
+      files[request.expect] = this.given.expected;
+    }
+    return [request, files];
+  }
+
+  // Draws at once what there is, and again with what would have helped, which is tried by
+  // replaying the recording dozens of times.
+  async explain() {
+    const run = ++this.run;
+    showTrouble('');
+    $('#result').classList.add('working');
+    $('#busy').textContent = 'Working …';
+    const [request, files] = this.request();
+    try {
+      let answered = await this.ask(run, {...request, tries: false}, files);
+      if (answered && request.expect) {
+        $('#busy').textContent = 'Trying what would have helped …';
+        answered = await this.ask(run, request, {});
+      }
+      if (answered) $('#busy').textContent = answered.answer.malformed ?? answered.notes.join('; ');
+    } catch (error) {
+      if (run !== this.run) return;
+      if ($('#result').hidden) this.given = null;
+      $('#busy').textContent = '';
+      showTrouble(error.message);
+    } finally {
+      if (run === this.run) $('#result').classList.remove('working');
+    }
+  }
+
+  // Asks and draws; nothing where something else was asked meanwhile.
+  async ask(run, request, files) {
+    const answered = await engine.ask(request, files, [request.page]);
+    if (run !== this.run) return null;
+    this.report = answered.made[request.page];
+    this.draw();
+    $('#result').classList.remove('working');
+    return answered;
+  }
+
+  draw() {
+    $('#shown-name').textContent = this.given.name;
+    $('#start').hidden = true;
+    $('#result').hidden = false;
+    const before = this.url;
+    this.url = URL.createObjectURL(new Blob([this.report], {type: 'text/html'}));
+    $('#page').src = this.url;
+    if (before) URL.revokeObjectURL(before);
+  }
+
+  close() {
+    this.run += 1;
+    this.given = null;
+    showTrouble('');
+    $('#result').hidden = true;
+    $('#start').hidden = false;
+    $('#demo').focus();
+  }
+}

@@ -1,0 +1,262 @@
+// Shows what the library makes of the phone's motion while it moves.
+'use strict';
+
+const kStripSeconds = 10;
+const kStripRate = 50;        // samples/s, of the steady stream
+const kStripMost = 25;        // m/s², at the strip's edges
+const kShown = 1600;          // ms, how long a class stays large
+const kChunk = 50;            // samples that are kept at once
+const kHeader = 't,ax,ay,az,gx,gy,gz\n';
+const kMovingFlag = 1 << 16;
+const kEndedFlag = 1 << 17;
+const kFullFlag = 1 << 18;
+
+// One line for what decided.
+function lineFor(m, names = new Map()) {
+  const s = (v) => v.toFixed(2);
+  const own = m.best ? `, best like ${names.get(m.best.class) ?? `class ${m.best.class}`}` : '';
+  const lines = {
+    reported: () => `${names.get(m.class) ?? `class ${m.class}`}: strength ${s(m.strength)} m/s²`,
+    rejected: () => `like no gesture closely enough${own}` +
+        (m.best?.threshold === undefined ? '' :
+          `: ${s(m.best.score)} where ${s(m.best.threshold)} is needed`),
+    'too-short': () => `too short: ${s(m.seconds)} s of ${s(m.shortest)} s`,
+    'too-weak': () => `too weak: ${s(m.strength)} of ${s(m.leastStrength)} m/s²`,
+  };
+  return lines[m.cause]?.() ?? m.sentence;
+}
+
+class Live {
+  constructor() {
+    this.sensors = new Sensors((t, values) => this.sense(t, values),
+        (text) => showTrouble(text));
+    this.rows = [];      // the strip's: [t, ax, ay, az, moving]
+    this.recorded = null;  // samples, while recording
+    this.names = new Map();
+    this.latencies = [];
+    $('#turn').checked = this.sensors.turned;
+    $('#turn').addEventListener('change', (e) => { this.sensors.turned = e.target.checked; });
+    $('#sense').addEventListener('click', () => this.start());
+    $('#stop').addEventListener('click', () => this.stop());
+    $('#record').addEventListener('click', () => this.toggleRecord());
+    for (const id of ['live-wearer', 'live-mode', 'live-sensitivity']) {
+      $('#' + id).addEventListener('change', () => this.choose());
+    }
+    for (const button of document.querySelectorAll('[data-kept]')) {
+      button.addEventListener('click', () => this.useKept(button.dataset.kept));
+    }
+    engine.onstream = (stream) => this.show(stream);
+    document.addEventListener('visibilitychange', () => {
+      if (document.hidden && this.sensors.running) {
+        this.hidden = true;
+      } else if (this.hidden) {
+        this.hidden = false;
+        $('#cause').textContent = 'The page was hidden, and browsers stop the sensors then: ' +
+            'what happened meanwhile is missing.';
+      }
+    });
+    this.showKept();
+  }
+
+  request() {
+    const request = {do: 'live', rate: kStripRate, wearer: Number($('#live-wearer').value)};
+    const files = {};
+    if ($('#live-mode').value === 'taught') {
+      request.model = 'taught.xml';
+      files['taught.xml'] = this.taught;
+    } else {
+      request.mode = Number($('#live-mode').value);
+    }
+    if ($('#live-sensitivity').value !== '') {
+      request.sensitivity = Number($('#live-sensitivity').value);
+    }
+    return [request, files];
+  }
+
+  async choose() {
+    try {
+      this.settings = (await engine.ask(...this.request())).answer;
+    } catch (error) {
+      showTrouble(error.message);
+    }
+  }
+
+  // A model that was taught, and its classes' names.
+  useTaught(model, names) {
+    this.taught = model;
+    this.names = names;
+    if (!$('#live-mode option[value=taught]')) {
+      $('#live-mode').append(el('option', {value: 'taught'}, 'taught here'));
+    }
+    $('#live-mode').value = 'taught';
+  }
+
+  async start() {
+    showTrouble('');
+    try {
+      await this.sensors.start();
+    } catch (error) {
+      return showTrouble(error.message);
+    }
+    $('#live-start').hidden = true;
+    $('#sensing').hidden = false;
+    $('#cause').textContent = 'Rest for a moment, then make a gesture.';
+    await this.choose();
+    this.drawing = true;
+    requestAnimationFrame(() => this.draw());
+  }
+
+  stop() {
+    this.sensors.stop();
+    this.drawing = false;
+    if (this.recorded) this.toggleRecord();
+    $('#live-start').hidden = false;
+    $('#sensing').hidden = true;
+    showTrouble('');
+  }
+
+  sense(t, values) {
+    if (this.settings) engine.stream(Float64Array.of(t, ...values), performance.now());
+  }
+
+  // What the worker made of a sample.
+  show({flags, made, motion, asked}) {
+    const moving = (flags & kMovingFlag) !== 0;
+    for (let i = 0; i < made.length; i += 7) {
+      const row = made.subarray(i, i + 7);
+      this.rows.push([...row.subarray(0, 4), moving]);
+      this.onrow?.(row, moving);
+      if (this.recorded) this.keep(row);
+    }
+    const from = this.rows.length - kStripSeconds * kStripRate;
+    if (from > kStripRate) this.rows.splice(0, from);
+    this.movingFor = moving ? (this.movingFor ?? 0) + made.length / 7 : 0;
+    this.moving = moving;
+    this.latencies.push(performance.now() - asked);
+    if (motion && (flags & kEndedFlag)) this.judged(motion);
+    if (flags & kFullFlag) {
+      $('#cause').textContent = 'Two hours are over: stop the sensors and start them again.';
+    }
+  }
+
+  judged(m) {
+    const said = lineFor(m, this.names);
+    this.onmotion?.(m);
+    $('#cause').textContent = said;
+    this.until = performance.now() + kShown;
+    this.good = m.cause === 'reported';
+    $('#class').textContent = this.good ? this.names.get(m.class) ?? m.class : '';
+    $('#class').classList.toggle('word', this.names.has(m.class));
+    if (this.good) {
+      navigator.vibrate?.(80);
+      $('#heard').prepend(el('li', {'data-class': m.class},
+          `${this.names.get(m.class) ?? `class ${m.class}`}, ${m.strength.toFixed(1)} m/s²`));
+      while ($('#heard').children.length > 8) $('#heard').lastChild.remove();
+    }
+  }
+
+  // One frame.
+  draw() {
+    if (!this.drawing) return;
+    const now = performance.now();
+    const judged = now < (this.until ?? 0);
+    const state = judged ? (this.good ? 'good' : 'odd') : this.moving ? 'moving' : 'rest';
+    if (state !== this.state) {
+      this.state = state;
+      $('#sensing').dataset.state = state;
+      $('#state').textContent = {good: 'reported', odd: 'not reported', moving: 'motion',
+        rest: 'rest'}[state];
+      if (!judged) $('#class').textContent = '';
+    }
+    const shortest = (this.settings?.shortest ?? 0.5) * kStripRate;
+    const share = judged ? 100 : Math.min(100, 100 * (this.movingFor ?? 0) / shortest);
+    $('#ring .fill').style.strokeDasharray = `${share} 100`;
+    this.drawStrip();
+    requestAnimationFrame(() => this.draw());
+  }
+
+  drawStrip() {
+    const canvas = $('#strip');
+    const ratio = devicePixelRatio;
+    const [width, height] = [canvas.clientWidth, canvas.clientHeight];
+    if (canvas.width !== Math.round(width * ratio)) {
+      canvas.width = Math.round(width * ratio);
+      canvas.height = Math.round(height * ratio);
+    }
+    const context = canvas.getContext('2d');
+    const colours = getComputedStyle(document.documentElement);
+    context.setTransform(ratio, 0, 0, ratio, 0, 0);
+    context.clearRect(0, 0, width, height);
+    if (this.rows.length === 0) return;
+    const end = this.rows.at(-1)[0];
+    const x = (t) => width * (1 - (end - t) / kStripSeconds);
+    const y = (v) => height / 2 * (1 - v / kStripMost);
+    context.fillStyle = colours.getPropertyValue('--band-dropped');
+    for (const [t, , , , moving] of this.rows) {
+      if (moving) context.fillRect(x(t), 0, width / kStripSeconds / kStripRate + 0.5, height);
+    }
+    kAxes.forEach((axis, k) => {
+      context.strokeStyle = colours.getPropertyValue('--' + axis);
+      context.lineWidth = 1.6;
+      context.beginPath();
+      let before = -Infinity;
+      for (const row of this.rows) {
+        if (row[0] - before > 0.1) context.moveTo(x(row[0]), y(row[k + 1]));
+        else context.lineTo(x(row[0]), y(row[k + 1]));
+        before = row[0];
+      }
+      context.stroke();
+    });
+  }
+
+  // ---- recording -------------------------------------------------------------------------
+
+  async toggleRecord() {
+    if (this.recorded) {
+      await this.flush();
+      this.recorded = null;
+      $('#record').textContent = 'Record';
+      $('#recording').textContent = '';
+      return this.showKept();
+    }
+    await store.clear('live');
+    this.recorded = {count: 0, first: null, chunk: []};
+    $('#kept').hidden = true;
+    $('#record').textContent = 'Stop recording';
+  }
+
+  keep(row) {
+    const r = this.recorded;
+    r.first ??= row[0];
+    r.chunk.push([row[0] - r.first, ...row.subarray(1)].map((v) => +v.toFixed(6)).join(','));
+    r.count += 1;
+    if (r.count % kChunk === 0) {
+      this.flush();
+      $('#recording').textContent = `Recording: ${(r.count / kStripRate).toFixed(0)} s`;
+    }
+  }
+
+  async flush() {
+    const lines = this.recorded.chunk.splice(0);
+    if (lines.length > 0) await store.add('live', lines.join('\n') + '\n');
+  }
+
+  async showKept() {
+    const chunks = await store.all('live');
+    const rows = chunks.reduce((sum, text) => sum + text.split('\n').length - 1, 0);
+    $('#kept').hidden = rows === 0;
+    $('#kept-text').textContent = `A recording of ${(rows / kStripRate).toFixed(0)} s is kept ` +
+        'in this browser until you discard it.';
+  }
+
+  async useKept(what) {
+    const text = kHeader + (await store.all('live')).join('');
+    if (what === 'save') return download('phone.csv', text, 'text/csv');
+    if (what === 'discard') {
+      await store.clear('live');
+      return this.showKept();
+    }
+    showTab('explain');
+    return window.explain.show({name: 'phone.csv', recording: new TextEncoder().encode(text)});
+  }
+}

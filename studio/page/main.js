@@ -1,0 +1,32 @@
+// Puts the page together: the tabs, and what is behind each.
+'use strict';
+
+const kTabs = ['explain', 'live', 'teach'];
+
+function showTab(name) {
+  for (const one of kTabs) {
+    const tab = $('#tab-' + one);
+    tab.setAttribute('aria-selected', String(one === name));
+    tab.tabIndex = one === name ? 0 : -1;
+    $('#' + one).hidden = one !== name;
+  }
+  showTrouble('');
+}
+
+for (const [i, name] of kTabs.entries()) {
+  const tab = $('#tab-' + name);
+  tab.addEventListener('click', () => showTab(name));
+  tab.addEventListener('keydown', (event) => {
+    const step = {ArrowRight: 1, ArrowLeft: -1}[event.key];
+    if (step === undefined) return;
+    const next = kTabs[(i + step + kTabs.length) % kTabs.length];
+    showTab(next);
+    $('#tab-' + next).focus();
+  });
+}
+
+window.explain = new Explain();
+window.live = new Live();
+engine.ready.then(() => {
+  document.documentElement.dataset.ready = performance.now().toFixed(0);  // ms
+}, (error) => showTrouble(error.message));

@@ -1,0 +1,120 @@
+// The studio in the browser: a recording is dropped, explained and kept.
+//   node explain_test.js BUILD PACKAGES
+'use strict';
+
+const assert = require('node:assert/strict');
+const fs = require('node:fs');
+const path = require('node:path');
+
+const {kWays, testPages} = require('../pages/browser.js');
+
+const [build, packages] = process.argv.slice(2).map((name) => path.resolve(name));
+const kRoot = path.join(__dirname, '../..');
+const kMostSize = 700_000;  // bytes, with gzip
+const kMostToReady = 1000;  // ms; four times that where other work takes the processors
+
+const explained = (page) => page.frameLocator('#page');
+const headline = (page) => explained(page).locator('#verdict-head').first();
+
+// The page of the newest request: the worker has answered and the frame has drawn it.
+async function settled(page) {
+  await page.waitForFunction(() => !/Working|Trying/.test(document.querySelector('#busy').textContent),
+      null, {timeout: 60_000});
+  await explained(page).locator('html[data-ready]').waitFor({timeout: 30_000});
+}
+
+const said = (page, text) => page.locator('#trouble', {hasText: text}).waitFor({timeout: 30_000});
+
+async function drop(page, files) {
+  await page.setInputFiles('#file', files.map(([name, text]) =>
+    ({name, mimeType: 'text/csv', buffer: Buffer.from(text)})));
+}
+
+const checks = {
+  async 'is small, and soon ready'(page) {
+    const {gzipSync} = require('node:zlib');
+    const size = gzipSync(fs.readFileSync(path.join(build, 'studio.html')), {level: 9}).length;
+    assert.ok(size <= kMostSize, `${size} bytes`);
+    const ready = Number(await page.evaluate(() => document.documentElement.dataset.ready));
+    assert.ok(ready < 4 * kMostToReady, `${ready} ms`);
+  },
+
+  async 'may connect to nothing'(page) {
+    // In a page of its own, whose console may complain of it.
+    const other = await page.context().newPage();
+    await other.goto(page.url());
+    const refused = await other.evaluate(() => new Promise((done) => {
+      addEventListener('securitypolicyviolation', (event) => done(event.violatedDirective));
+      fetch('http://127.0.0.1:9/').then(() => done('it went out'), () => {});
+    }));
+    assert.equal(refused, 'connect-src');
+    await other.close();
+  },
+
+  async 'the demo is explained as wgr explain does'(page) {
+    await page.click('#demo');
+    await settled(page);
+    assert.equal(await headline(page).textContent(), '11 of 11 gestures came.');
+    assert.match(await explained(page).locator('#verdict').textContent(),
+        /48 other circumstances were tried/);
+  },
+
+  async 'a switch explains it anew'(page) {
+    await page.selectOption('#wearer', '1');
+    await settled(page);
+    assert.match(await headline(page).textContent(), /of 11 gestures came/);
+    assert.match(await explained(page).locator('#facts').textContent(), /wearer 1, mode 1/);
+    await page.selectOption('#wearer', '0');
+    await page.selectOption('#sensitivity', '3');
+    await settled(page);
+    assert.match(await explained(page).locator('#facts').textContent(),
+        /least strength 4\.00 m\/s²/);
+    await page.selectOption('#sensitivity', '');
+    await settled(page);
+  },
+
+  async 'the report is kept as one file, and the recording too'(page) {
+    const kept = async (button) => {
+      const [file] = await Promise.all([page.waitForEvent('download'), page.click(button)]);
+      return [file.suggestedFilename(), fs.readFileSync(await file.path(), 'utf8')];
+    };
+    const [name, report] = await kept('#save-report');
+    assert.equal(name, 'demo.html');
+    assert.match(report, /^<!DOCTYPE html>[^]*default-src 'none'[^]*<\/html>\n$/);
+    assert.deepEqual(await kept('#save-recording'),
+        ['demo.csv', fs.readFileSync(path.join(kRoot, 'recordings/demo.csv'), 'utf8')]);
+  },
+
+  async 'what cannot be used is said, with the line'(page) {
+    await page.click('#another');
+    await drop(page, [['mine.csv', 't,ax,ay,az,gx,gy,gz\n0,0,0,9.8,0,0\n']]);
+    await page.locator('#busy', {hasText: 'mine.csv:2: 6 fields instead of 7'})
+        .waitFor({timeout: 30_000});
+    await drop(page, [['a.csv', 'x'], ['b.csv', 'y']]);
+    await said(page, 'Drop one recording at a time.');
+    await page.click('#another');
+    await drop(page, [['expected.csv', 't_start,t_end,label\n1,2,0\n']]);
+    await said(page, 'Drop the recording with it');
+  },
+
+  async 'its own recording and what was expected of it'(page) {
+    const read = (name) => fs.readFileSync(path.join(kRoot, 'recordings', name), 'utf8');
+    await drop(page, [['mine.csv', read('demo.csv')],
+      ['mine.labels.csv', read('demo.labels.csv').replace(/\n[^\n]+\n$/, '\n').replaceAll('demo.csv', 'mine.csv')]]);
+    await page.waitForSelector('#result:not([hidden])', {timeout: 30_000});
+    await settled(page);
+    assert.match(await headline(page).textContent(), /10 of 10 gestures came\. 1 report/);
+  },
+
+  async 'the keyboard changes the tab'(page) {
+    await page.focus('#tab-explain');
+    await page.keyboard.press('ArrowRight');
+    assert.equal(await page.evaluate(() => document.activeElement.id), 'tab-live');
+    assert.ok(await page.isVisible('#live') || await page.isHidden('#explain'));
+    await page.keyboard.press('ArrowLeft');
+    assert.ok(await page.isVisible('#explain'));
+  },
+};
+
+testPages(packages, () => [
+  [path.join(build, 'studio.html'), checks, [kWays[0], kWays[3]]]]);
