@@ -20,8 +20,6 @@
 namespace wgr {
 
 static constexpr char kModels[] = "models";
-static constexpr int kAssumedRate = 50;          // samples per second
-static constexpr size_t kSamplesForRate = 4096;  // that a recording's rate is taken from
 // Samples that are replayed to see what would have helped; more would take too long.
 static constexpr size_t kMostTried = 200'000;
 

@@ -8,8 +8,9 @@ const fs = require('node:fs');
 const path = require('node:path');
 const zlib = require('node:zlib');
 
-const kScripts = ['store.js', 'engine.js', 'explain.js', 'sensors.js', 'live.js', 'main.js'];
-const kPanels = ['live.html'];
+const kScripts = ['store.js', 'engine.js', 'explain.js', 'sensors.js', 'live.js', 'tar.js',
+  'teach.js', 'main.js'];
+const kPanels = ['live.html', 'teach.html'];
 
 const [source, wasmScript, wasm, out] = process.argv.slice(2);
 const page = (name) => fs.readFileSync(path.join(source, 'studio/page', name), 'utf8');

@@ -22,6 +22,13 @@ Json live_request(const Json& request);
 // The motion that the newest sample ended, or null.
 Json motion_request();
 
+// What is to be said of a repetition among all that are there: {"folder", "file"}, of
+// recordings with an index; {"good", "said"}.
+Json judge_request(const Json& request);
+// Builds the model of a folder of recordings: {"folder", "background"?}. Writes taught.xml,
+// its manifest, its report, and the page of wgr build.
+Json build_request(const Json& request);
+
 // Checks golden streams.
 Json selfcheck_request();
 

@@ -66,9 +66,10 @@ class Engine {
   }
 
   // {answer, made, notes}; throws an Error whose message is for people.
-  async ask(request, files = {}, wanted = []) {
+  // Writes `files` first, into folders that are cleared; `wanted` are read afterwards.
+  async ask(request, files = {}, wanted = [], cleared = []) {
     await this.ready;
-    return this.send({action: 'request', request, files, wanted});
+    return this.send({action: 'request', request, files, wanted, cleared});
   }
 }
 

@@ -91,17 +91,23 @@ class Live {
     $('#live-mode').value = 'taught';
   }
 
+  // Starts the sensors, and the library's stream behind them.
+  async listen() {
+    if (this.sensors.running) this.stop();
+    await this.sensors.start();
+    await this.choose();
+  }
+
   async start() {
     showTrouble('');
     try {
-      await this.sensors.start();
+      await this.listen();
     } catch (error) {
       return showTrouble(error.message);
     }
     $('#live-start').hidden = true;
     $('#sensing').hidden = false;
     $('#cause').textContent = 'Rest for a moment, then make a gesture.';
-    await this.choose();
     this.drawing = true;
     requestAnimationFrame(() => this.draw());
   }
@@ -109,6 +115,7 @@ class Live {
   stop() {
     this.sensors.stop();
     this.drawing = false;
+    this.rows = [];
     if (this.recorded) this.toggleRecord();
     $('#live-start').hidden = false;
     $('#sensing').hidden = true;
@@ -140,8 +147,8 @@ class Live {
   }
 
   judged(m) {
+    if (this.onmotion) return this.onmotion(m);
     const said = lineFor(m, this.names);
-    this.onmotion?.(m);
     $('#cause').textContent = said;
     this.until = performance.now() + kShown;
     this.good = m.cause === 'reported';

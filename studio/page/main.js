@@ -27,6 +27,7 @@ for (const [i, name] of kTabs.entries()) {
 
 window.explain = new Explain();
 window.live = new Live();
+window.teach = new Teach();
 engine.ready.then(() => {
   document.documentElement.dataset.ready = performance.now().toFixed(0);  // ms
 }, (error) => showTrouble(error.message));

@@ -19,6 +19,13 @@ function writeFiles(files) {
   }
 }
 
+function clear(folder) {
+  if (!library.FS.analyzePath(folder).exists) return;
+  for (const name of library.FS.readdir(folder)) {
+    if (!name.startsWith('.')) library.FS.unlink(`${folder}/${name}`);
+  }
+}
+
 function ask(request) {
   const text = library.ccall('studio_request', 'string', ['string'], [JSON.stringify(request)]);
   const {answer, error} = JSON.parse(text);
@@ -37,7 +44,8 @@ const actions = {
     return ask({do: 'version'});
   },
   // Writes files, asks, and answers with files that were made.
-  request({files, request, wanted}) {
+  request({files, request, wanted, cleared}) {
+    for (const folder of cleared ?? []) clear(`${kFolder}/${folder}`);
     writeFiles(files);
     const answer = ask(request);
     const made = {};
