@@ -18,6 +18,7 @@ In README.md, CONTRIBUTING.md and docs/*.md, or the named documents:
 - every option of `wgr` in any code has to be one of the subcommand it stands behind.
 - every document in docs/ stands in docs/order.txt, and where it ends with a line "Next: ...",
   that names the next one there.
+- every path of the project that code names has to be there, such as `src/engine/rest.cpp`.
 - every link within the project has to lead to a file, and to a heading where it names one.
 
 --update writes what the commands print now into the documents, and the lines "Next: ...".
@@ -249,6 +250,23 @@ def check_links(root, document):
     return faults
 
 
+# ---- paths ------------------------------------------------------------------------------
+
+kFolders = ("cmake|docs|examples|fuzz|include|models|python|recorder|recordings|scripts|share|src"
+            "|studio|tests|tools|workbench")
+
+
+def check_paths(root, document):
+    faults = []
+    for number, line in enumerate(prose_of(document.read_text(encoding="utf-8"))):
+        for code in re.findall(r"`([^`]+)`", line):
+            for word in code.split():
+                found = re.fullmatch(rf"(?:{kFolders})/[\w./*-]*\w", word)
+                if found and not any(root.glob(word)):
+                    faults.append(f"{document.relative_to(root)}:{number + 1}: there is no {word}")
+    return faults
+
+
 # ---- order ------------------------------------------------------------------------------
 
 def next_lines(root):
@@ -344,9 +362,13 @@ def main(arguments):
     documents = [pathlib.Path(word).resolve() for word in arguments[2:]] or [
         root / "README.md", root / "CONTRIBUTING.md", *sorted((root / "docs").glob("*.md"))]
     options = Options(build)
-    faults = check_order(root, update) if len(arguments) == 2 else []
+    faults = []
+    if len(arguments) == 2:
+        # What the changelog says of options was so when it was written.
+        faults = check_order(root, update) + check_links(root, root / "CHANGELOG.md")
     for document in documents:
-        faults += check_links(root, document) + check_options(root, document, options)
+        faults += check_links(root, document) + check_paths(root, document)
+        faults += check_options(root, document, options)
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         sessions = list(pool.map(lambda one: Session(root, build, one).run_all(), documents))
     for session in sessions:

@@ -10,7 +10,7 @@ void add_max_size(CLI::App& command, ReadingLimit& limit) {
   command
       .add_option_function<unsigned>(
           "--max-size", [&limit](unsigned megabytes) { limit.most = megabytes * kMega; },
-          "Most that is read of recordings, MB unpacked, for\nthey are kept in memory")
+          "Limit for recordings, which are kept in memory: MB,\nunpacked")
       ->transform(within(whole_from(1, 1'000'000)))
       ->option_text("MB (1000)");
 }

@@ -270,32 +270,30 @@ void add_capture(CLI::App& wgr) {
   const auto given = std::make_shared<Arguments>();
   const NumberRange seconds = number_from(0, kMostSeconds);
 
-  CLI::App* const info = add_part(*command, "info", "What is in a capture.", given, "",
-                                  false, [](Arguments& a) { show(a); });
+  CLI::App* const info = add_part(*command, "info", "Show what is in a capture.", given,
+                                  "", false, [](Arguments& a) { show(a); });
   info->add_flag("--json", given->json, "Print JSON");
-  CLI::App* const cut =
-      add_part(*command, "cut", "A part of a capture, as a capture.", given,
-               "The new capture", true, [](Arguments& a) { edit(a); });
+  CLI::App* const cut = add_part(*command, "cut", "Cut out a part of a capture.", given,
+                                 "The new capture", true, [](Arguments& a) { edit(a); });
   add_value(*cut, "--from", given->edit.begin, "Where it begins, s since the start",
             within(seconds), "S");
   add_value(*cut, "--to", given->edit.end, "Where it ends", within(seconds), "S");
   add_handle_option(*cut, given->edit.handle);
   CLI::App* const csv = add_part(
-      *command, "csv", "The samples of a handle, as a recording.", given,
+      *command, "csv", "Write the samples of a handle as a recording.", given,
       "The recording; gzip when it ends in .gz", true, [](Arguments& a) { convert(a); });
   add_handle_option(*csv, given->edit.handle);
   add_max_size(*csv, given->limit);
   CLI::App* const mark =
-      add_part(*command, "mark", "The marks of a capture.", given,
+      add_part(*command, "mark", "List the marks of a capture.", given,
                "Write a table of annotations that\nwgr segment reads, instead", false,
                [](Arguments& a) { list_marks(a); });
   add_value(*mark, "--span", given->span, "Length of an annotation, up to its mark, s",
             within(number_above(0, 3600)), "S");
-  add_part(*command, "repair", "What is whole of a damaged capture.", given,
+  add_part(*command, "repair", "Save what is whole of a damaged capture.", given,
            "The new capture", true, [](Arguments& a) { repair(a); });
-  add_part(*command, "anonymise",
-           "A capture without clock, process, label and the texts of marks.", given,
-           "The new capture", true, [](Arguments& a) {
+  add_part(*command, "anonymise", "Remove clock, process, label and the texts of marks.",
+           given, "The new capture", true, [](Arguments& a) {
              a.edit.anonymous = true;
              edit(a);
            });

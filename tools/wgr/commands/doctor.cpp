@@ -45,8 +45,8 @@ accelerometer shows. So let the recording hold some turns about all axes with a 
 rest before and after each. What both sensors have in common cannot be seen: an axis turned
 in both, or all three of the accelerometer turned.
 
---repair writes the recording as it would be with what the findings propose: units and axes
-put right, the bias taken off, short gaps filled in; standard error says which.
+--repair writes the recording with the repairs that the findings propose: correct units and
+axes, the bias subtracted, short gaps filled in; standard error lists them.
 
 A model is checked as by wgr model check, and its manifest, where wgr build left one beside
 it, reports whether it was built from samples at the stream's rate.
@@ -208,7 +208,7 @@ static void examine(DoctorArguments& given) {
 
 void add_doctor(CLI::App& wgr) {
   CLI::App* const command = wgr.add_subcommand(
-      "doctor", "Say what is wrong with a stream of samples, and what to do.");
+      "doctor", "Report what is wrong with a stream of samples, and what to do.");
   const auto given = std::make_shared<DoctorArguments>();
   command->add_option("RECORDING", given->recording, "The recording; - is standard input")
       ->required()

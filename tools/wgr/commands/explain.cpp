@@ -41,22 +41,21 @@ static constexpr size_t kMuchWork = 5'000'000;  // samples to replay; some secon
 static constexpr size_t kMostUnasked = 2'000'000;
 
 static constexpr char kFooter[] =
-    R"(Says first what happened, why, how sure that is, and what to do about it. --expect
-names a table of the gestures that should have come: t_start,t_end,label, or
-file,t_start,t_end,label as wgr segment reads it. Then what was missed, and what was
-reported but not expected, follows in groups, and the recording is replayed under other
-circumstances to see what would have helped: every sensitivity, the other models of --models,
-the repairs that wgr doctor proposes, a watch that is turned, other rest windows. --what-if
-does so without --expect, and for recordings of more than 2,000,000 samples.
+    R"(Prints first what happened, why, how sure that is, and what to do. --expect names a
+table of the expected gestures: t_start,t_end,label, or file,t_start,t_end,label as wgr
+segment reads it. Then the missed gestures, and the reports that were not expected, follow
+in groups; and the recording is replayed under other circumstances to find what would have
+helped: every sensitivity, the other models of --models, the repairs that wgr doctor
+proposes, a turned watch, other rest windows. --what-if does so without --expect, and for
+recordings of more than 2,000,000 samples.
 
---all adds, motion by motion, from when to when it went, how it was trimmed, whether it was
-long, whole and strong enough, which templates it resembles and by how much, and in one
-sentence which cause decided. --at, --motion and --only print a part of that. The library
-itself runs over the recording; every class, strength and duration is the one that it
-reports to a host.
+--all adds every motion: its begin and end, how it was trimmed, whether it was long, whole
+and strong enough, which templates it resembles and by how much, and in one sentence which
+cause decided. --at, --motion and --only print a part of that. The library itself runs over
+the recording: every class, strength and duration is the one that it reports to a host.
 
 --report writes a page that opens in a browser without a network. --json prints one object.
-What the words mean: docs/field-guide.md.
+The causes and figures are explained in docs/field-guide.md.
 
 Examples:
   wgr explain --models models --expect recordings/demo.labels.csv recordings/demo.csv
@@ -331,19 +330,16 @@ void add_explain(CLI::App& wgr) {
       "explain", "Report why each motion was, or was not, recognised.");
   const auto given = std::make_shared<ExplainArguments>();
   add_host_run_arguments(*command, *given);
-  command
-      ->add_option("--expect", given->expect,
-                   "Table of the gestures that should have come")
+  command->add_option("--expect", given->expect, "Table of the expected gestures")
       ->transform(path_value())
       ->option_text("FILE");
   add_report_option(*command, given->page, "Draw the recording and its motions");
-  add_value(
-      *command, "-o,--out", given->out,
-      "Where RECORDING is a folder: where a page for each of\nits recordings goes, and "
-      "index.html",
-      path_value(), "DIR");
+  add_value(*command, "-o,--out", given->out,
+            "Where RECORDING is a folder: folder for a page of\neach recording, and for "
+            "index.html",
+            path_value(), "DIR");
   command->add_flag("--json", given->json, "Print JSON instead of text");
-  command->add_flag("--all", given->selection.all, "Tell of every motion and every rest");
+  command->add_flag("--all", given->selection.all, "Show every motion and every rest");
   add_value(*command, "--at", given->selection.at, "Only what happened at this time, s",
             within(number_from(-kMostSeconds, kMostSeconds)), "S");
   add_value(*command, "--motion", given->selection.motion, "Only this motion, from 1",
@@ -352,9 +348,9 @@ void add_explain(CLI::App& wgr) {
             "Only missed, only unexpected, or one cause, as\ntoo-weak",
             one_of(selectable()), "WHAT");
   command->add_flag("--what-if", given->what_if,
-                    "Try what would have helped without --expect, too");
+                    "Find what would have helped without --expect, too");
   command->add_flag("--no-init", given->forgets_init,
-                    "Be a host that forgets init_gesture_handle()");
+                    "Act as a host that forgets init_gesture_handle()");
   add_max_size(*command, given->limit);
   command->footer(kFooter);
   command->callback([given] { explain_what_is_given(*given); });

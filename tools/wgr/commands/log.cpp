@@ -41,13 +41,13 @@ and most lines so far are not.
 Printed: each handle that was made (a host run), then the sum: samples, motions that were
 long enough to be compared, gestures by class, and why others were none:
   rejected   strong, but like no template: class 13 in the log, 5 for the host
-  too weak   compared, and weaker than the sensitivity asks (or the model is empty)
+  too weak   compared, and weaker than the sensitivity requires (or the model is empty)
 and lines that are not the library's (foreign) or damaged (torn), with their numbers.
 A sample without its second line is unanswered: the process ended in it, or two handles
 write into one log, or the disk was full.
 
-The log holds no times. With --sample-rate HZ samples become hours, counted from the log's first
-sample as if it had no pauses. With --seconds S, the time that the log covers, the rate at
+The log holds no times. With --sample-rate HZ samples become hours, counted from the log's
+first sample as if it had no pauses. With --seconds S, the time that the log covers, the rate at
 which samples really came is reported, and with both the share that is missing. Which hour of
 the day it was is not in the log.
 
@@ -353,8 +353,7 @@ static void read_log(const LogArguments& given) {
 }
 
 void add_log(CLI::App& wgr) {
-  CLI::App* const command =
-      wgr.add_subcommand("log", "Read the diagnostic log and say what happened.");
+  CLI::App* const command = wgr.add_subcommand("log", "Summarise the diagnostic log.");
   const auto given = std::make_shared<LogArguments>();
   given->files = {kLogFile};
   add_value(*command, "FILE", given->files, "Logs, the oldest first", path_name(), " ");

@@ -286,7 +286,7 @@ void add_model(CLI::App& wgr) {
   const auto given = std::make_shared<ModelFiles>();
 
   CLI::App* const shown =
-      add_below(*command, "show", "What is in a model.", "MODEL", *given);
+      add_below(*command, "show", "Show what is in a model.", "MODEL", *given);
   shown->get_option("MODEL")->description("The model")->expected(1);
   shown->footer("Exit status: 0 done; 2 the model or an argument cannot be used.");
   shown->callback([given] {
@@ -294,8 +294,8 @@ void add_model(CLI::App& wgr) {
     show(given->paths.front(), given->json);
   });
 
-  CLI::App* const checked =
-      add_below(*command, "check", "What is wrong with models.", "MODEL", *given);
+  CLI::App* const checked = add_below(
+      *command, "check", "Check models and list their faults.", "MODEL", *given);
   checked->get_option("MODEL")->description("The models");
   checked->footer(
       "Exit status: 0 nothing is wrong; 1 something is; 2 a model or an argument cannot "
@@ -305,8 +305,9 @@ void add_model(CLI::App& wgr) {
     check(given->paths, given->json);
   });
 
-  CLI::App* const compared = add_below(
-      *command, "diff", "How the second model differs from the first.", "MODELS", *given);
+  CLI::App* const compared =
+      add_below(*command, "diff", "Show how the second model differs from the first.",
+                "MODELS", *given);
   compared->get_option("MODELS")->description("The two models")->expected(2);
   compared->footer(
       "Exit status: 0 no difference; 1 some; 2 a model or an argument cannot be used.");

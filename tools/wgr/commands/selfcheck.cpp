@@ -34,7 +34,7 @@ static void print_json(const SelfCheck& check) {
 
 void add_selfcheck(CLI::App& wgr) {
   CLI::App* const command = wgr.add_subcommand(
-      "selfcheck", "Check that the library computes here what it does everywhere.");
+      "selfcheck", "Check that the library computes the same here as everywhere.");
   command->footer(
       "Runs recordings that are made in memory and compares every outcome with the one\n"
       "recorded in the program. Prints what differs, and at which stage first.\n"
@@ -43,7 +43,7 @@ void add_selfcheck(CLI::App& wgr) {
       "an\nargument cannot be used.");
   const auto record = std::make_shared<bool>(false);
   command->add_flag("--record", *record,
-                    "Print what workbench/golden/recorded.inc has to hold instead");
+                    "Print the new content of workbench/golden/recorded.inc");
   const auto json = std::make_shared<bool>(false);
   command->add_flag("--json", *json, "Print JSON lines");
   command->callback([record, json] {

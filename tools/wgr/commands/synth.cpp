@@ -197,20 +197,21 @@ static void synthesise(const SynthArguments& given) {
 }
 
 void add_synth(CLI::App& wgr) {
-  CLI::App* const command =
-      wgr.add_subcommand("synth", "Make recordings of wrists that gesture and do not.");
+  CLI::App* const command = wgr.add_subcommand(
+      "synth", "Synthesise recordings of wrist motion, with and without gestures.");
   const auto given = std::make_shared<SynthArguments>();
   add_value(*command, "-o,--out", given->out, "The recording; - is standard output",
             path_value(), "FILE");
-  add_value(*command, "--labels", given->labels, "Where the gestures' annotations go",
+  add_value(*command, "--labels", given->labels, "Table of the gestures' annotations",
             path_value(), "FILE");
-  add_value(*command, "--plan", given->plan_out, "Where the script of it all goes",
+  add_value(*command, "--plan", given->plan_out, "Script of everything that happens",
             path_value(), "FILE");
-  add_value(*command, "--script", given->script, "What happens; otherwise random",
-            path_value(), "FILE");
-  add_value(*command, "--seed", given->seed, "Another number, another recording",
+  add_value(*command, "--script", given->script,
+            "Script of what happens; otherwise random", path_value(), "FILE");
+  add_value(*command, "--seed", given->seed, "Seed of the random choices",
             within(whole_from(0, kHighestSeed)), "N (1)");
-  add_value(*command, "--person", given->person, "Who; in a set, the first",
+  add_value(*command, "--person", given->person,
+            "Number of the person; in a set, of the first",
             within(whole_from(0, kHighestPerson)), "N (1)");
   add_value(*command, "--style", given->style,
             "How the person gestures; mixed: both ways",
@@ -220,7 +221,7 @@ void add_synth(CLI::App& wgr) {
   add_value(*command, "--sample-rate", given->performance.rate, "Samples per second",
             within(whole_from(10, 1000)), "HZ (50)");
   RecordingFaults& faults = given->performance.faults;
-  add_value(*command, "--from", faults.from, "Begin later, whatever moves then",
+  add_value(*command, "--from", faults.from, "Begin at this time, in mid-motion perhaps",
             within(number_from(0, kLongestPlan)), "S (0)");
   add_value(*command, "--dead-band", faults.gyro_dead_band,
             "Slower turns about an axis read as exactly zero",
