@@ -89,6 +89,9 @@ static void translate(std::exception_ptr thrown) {
 
 }  // namespace wgr::python
 
+// What the library prints of a clustering that did not converge; its answer says so, too.
+extern "C" int __wrap_puts(const char* /*text*/) { return 0; }  // NOLINT
+
 PYBIND11_MODULE(_wgr, module) {
   using namespace wgr::python;
   WgrContext::set_logging(false);  // /home/app/WgrLog.txt is a host's

@@ -22,10 +22,20 @@ _MOST_POINTS = 20_000  # of a line; more cannot be seen apart
 
 def _figure(rows: int, columns: int = 1) -> tuple[Figure, Any]:
     # Without pyplot: no window, no state that is shared.
+    import io
+
     from matplotlib.backends.backend_agg import FigureCanvasAgg
     from matplotlib.figure import Figure
 
-    figure = Figure(figsize=(9.0, 2.4 * rows), layout="constrained")
+    class Picture(Figure):
+        """A figure that shows itself in a notebook."""
+
+        def _repr_png_(self) -> bytes:
+            png = io.BytesIO()
+            self.savefig(png, format="png")
+            return png.getvalue()
+
+    figure = Picture(figsize=(9.0, 2.4 * rows), layout="constrained")
     FigureCanvasAgg(figure)
     return figure, figure.subplots(rows, columns, squeeze=False)
 
