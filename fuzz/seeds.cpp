@@ -183,6 +183,48 @@ static void make_recordings() {
        "t,ax,ay,az,gx,gy,gz\n0,1,2,3,4,5," + Bytes(4085, '0') + "\n");
 }
 
+// ---- logs of other devices ----------------------------------------------------------
+
+// The bytes before the files choose what is given; see foreign_log.cpp.
+static void make_foreign_logs() {
+  const Bytes nothing(2, '\0');
+  const auto rows = [](const Bytes& header, const Bytes& line) {
+    Bytes text = header;
+    for (int i = 0; i < 12; ++i) text += std::to_string(20 * i) + line;
+    return text;
+  };
+  const Bytes six = ",0.1,0.2,9.8,0.5,-0.5,1\n";
+  const Bytes android =
+      rows("timestamp_ms,accel_x,accel_y,accel_z,gyro_x,gyro_y,gyro_z\n", six);
+  save("foreign_log", "android", nothing + android);
+  save("foreign_log", "no-titles", nothing + rows("", six));
+  save("foreign_log", "semicolons",
+       nothing + rows("Zeit (ms);a x (m/s^2);a y (m/s^2);a z (m/s^2);r x (rad/s);r y "
+                      "(rad/s);r z (rad/s)\r\n",
+                      ",5;0,1;0,2;9,8;0,5;-0,5;1\r\n"));
+  save("foreign_log", "rows",
+       nothing + rows("time,sensor,x,y,z\n", ",ACC,0,0,9.8\n1,GYR,1,2,3\n"));
+  save("foreign_log", "files",
+       nothing + rows("time,seconds_elapsed,z,y,x\n", ",0.5,9.8,0,0\n") + "\x1e" +
+           rows("time,seconds_elapsed,z,y,x\n", ",0.5,3,2,1\n"));
+  save("foreign_log", "gravity",
+       nothing + rows("time,accelerationX,accelerationY,accelerationZ,gravityX,gravityY,"
+                      "gravityZ,rotationRateX,rotationRateY,rotationRateZ\n",
+                      ",0,0,0.1,0,0,-1,1,2,3\n"));
+  save("foreign_log", "dates",
+       nothing +
+           "date,ax,ay,az,gx,gy,gz\n2026-05-01T23:59:59.98Z,0,0,1,1,2,3\n"
+           "2026-05-02T00:00:00.00Z,0,0,1,1,2,3\n"
+           "2026-05-02T00:00:00.02Z,0,0,1,1,2,3\n");
+  save("foreign_log", "faults",
+       nothing + android +
+           "240,x,0,9.8,1,2,3\n260,,,,1,2,3\n1e300,1,1,1e999,1,2,3\n280,0");
+  save("foreign_log", "counter",
+       Bytes{0, 1} +
+           "# of a board\ncount\ta_x\ta_y\ta_z\tg_x\tg_y\tg_z\n"
+           "1\t0\t0\t16384\t131\t0\t0\n2\t0\t0\t16380\t131\t0\t0\n");
+}
+
 // ---- tables -------------------------------------------------------------------------
 
 // By the first byte, as tables.cpp has them.
@@ -629,6 +671,7 @@ int main(int argc, char** argv) {
   make_models();
   make_training();
   make_recordings();
+  make_foreign_logs();
   make_tables();
   make_descriptions();
   make_logs();

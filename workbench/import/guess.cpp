@@ -620,6 +620,21 @@ void Guess::name_the_rest() {
   result_.profile.name = name;
 }
 
+// A title that no other column has, not even in other letters; else a number.
+static std::string column_name(const TablePlan& table, size_t index) {
+  const auto lower = [](std::string text) {
+    for (char& c : text) {
+      c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    }
+    return text;
+  };
+  const std::string title = lower(table.titles[index]);
+  const auto same =
+      std::count_if(table.titles.begin(), table.titles.end(),
+                    [&](const std::string& other) { return lower(other) == title; });
+  return title.empty() || same > 1 ? std::to_string(index + 1) : table.titles[index];
+}
+
 // So that the same columns are taken again: by title, or by number where there is none.
 void Guess::complete_columns() {
   ImportProfile& profile = result_.profile;
@@ -629,8 +644,7 @@ void Guess::complete_columns() {
     for (const auto& [column, index] : table.columns) {
       // Of several tables the same titles belong to different sensors.
       if (!one && column != LogColumn::kTime) continue;
-      const std::string& title = table.titles[index];
-      profile.columns.emplace(column, title.empty() ? std::to_string(index + 1) : title);
+      profile.columns.emplace(column, column_name(table, index));
     }
     for (std::string TablePlan::*const name :
          {&TablePlan::acc_sensor, &TablePlan::gyro_sensor, &TablePlan::gravity_sensor}) {
