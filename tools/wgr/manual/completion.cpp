@@ -11,6 +11,7 @@ static std::string joined(const std::vector<std::string>& words) {
 static std::vector<std::string> names_of(
     const std::vector<CommandDescription>& commands) {
   std::vector<std::string> names;
+  names.reserve(commands.size());
   for (const CommandDescription& command : commands) names.push_back(command.name);
   return names;
 }
