@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "arguments/command_line.h"
+#include "arguments/host_run_arguments.h"
 #include "base/errors.h"
 #include "base/numbers.h"
 #include "support/cases.h"
@@ -402,6 +403,22 @@ TEST(Options, AnOptionInFrontOfTheSubcommandIsSentBehindIt) {
     EXPECT_EQ(said_of(words), name + ": belongs behind the subcommand: wgr " + command +
                                   " " + name + "; see wgr " + command + " --help");
   });
+}
+
+// Only what differs from a host's own defaults, but for the model's slot.
+TEST(Options, OfAHostRunAreRepeatedAsTheyWereGiven) {
+  HostRunArguments given;
+  EXPECT_EQ(host_run_words(given), (Words{"--wearer=0", "--mode=0"}));
+  given.model.wearer = 1;
+  given.model.mode = 2;
+  given.model.file = "m.xml";
+  given.rate = 25;
+  given.bias = "1,2,3";
+  given.host_run.sensitivity = -7;
+  given.handle = 4;
+  EXPECT_EQ(host_run_words(given),
+            (Words{"--wearer=1", "--mode=2", "--model=m.xml", "--sample-rate=25",
+                   "--bias=1,2,3", "--sensitivity=-7", "--handle=4"}));
 }
 
 TEST(Options, AnOptionOfAnotherSubcommandIsSentThere) {

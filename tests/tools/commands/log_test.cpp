@@ -233,6 +233,13 @@ TEST_F(Log, RatesNeedAWordFromOutside) {
   EXPECT_THAT(run_wgr("log " + path_).out, HasSubstr("the log holds no times"));
 }
 
+TEST_F(Log, ItsSizeIsInMillionsOfBytes) {
+  std::string text = start_lines();
+  while (text.size() < 500'000) text += samples(100);
+  write_file(path_, text);
+  EXPECT_THAT(run_wgr("log " + path_).out, HasSubstr(" lines, 0.5 MB\n"));
+}
+
 TEST_F(Log, IsPrintedForPeopleAsAWhole) {
   write_file(path_, start_lines() + set_model(1, 2) + samples(3) + closing(2) +
                         closing(2) + closing(13) + closing(14) + closing(6) +

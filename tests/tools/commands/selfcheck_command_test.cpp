@@ -10,6 +10,13 @@
 using nlohmann::json;
 using ::testing::HasSubstr;
 
+TEST(SelfCheckCommand, RecordsWhatTheProgramHolds) {
+  if (!enough_cases()) GTEST_SKIP() << "takes too long where every step is slow";
+  const Outcome outcome = run_wgr("selfcheck --record");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_TRUE(outcome.out == read_file(WGR_ROOT "/workbench/golden/recorded.inc"));
+}
+
 TEST(SelfCheckCommand, PrintsTheSameAsTextAndAsJson) {
   if (!enough_cases()) GTEST_SKIP() << "takes too long where every step is slow";
   const Outcome text = run_wgr("selfcheck");

@@ -223,8 +223,9 @@ static const std::vector<Fault>& faults() {
       {"an accelerometer at half the rate", "held", every_second_held(&S::acc),
        "the accelerometer repeats"},
       {"a gyroscope scaled for another range", "turn-scale",
-       each([](S& s) { s.gyro = 0.5 * s.gyro; })},
-      {"stamps that go half as fast", "turn-scale", each([](S& s) { s.t *= 0.5; })},
+       each([](S& s) { s.gyro = 0.5 * s.gyro; }), "gravity turns 2.00 times as far"},
+      {"stamps that go half as fast", "turn-scale", each([](S& s) { s.t *= 0.5; }),
+       "gravity turns 2.00 times as far"},
       {"a machine that shakes", "no-rest", each([](S& s) {
          s.acc.x += 3.0 * std::sin(20.0 * s.t);
          s.gyro.x += 40.0 * std::sin(20.0 * s.t);
