@@ -17,6 +17,12 @@ using Json = nlohmann::ordered_json;
 // is not to be tried.
 Json explain_request(const Json& request);
 
+// What logs can be taken for: {"profiles", "time", "acc", "gyro", "columns"}.
+Json import_choices_request();
+// Makes a recording of a log: {"files", "profile", "recording"}, the profile as wgr import
+// saves it, with what is not to be guessed. {"fault", "titles"} for a log that needs more.
+Json import_request(const Json& request);
+
 // Starts a stream that is explained as it comes: as above, without the files.
 Json live_request(const Json& request);
 // The motion that the newest sample ended, or null.

@@ -35,6 +35,8 @@ static Json answer_to(const Json& request) {
   static const std::map<std::string, std::function<Json(const Json&)>> kRequests = {
       {"version", [](const Json&) { return Json("wgr " WGR_VERSION); }},
       {"explain", explain_request},
+      {"import choices", [](const Json&) { return import_choices_request(); }},
+      {"import", import_request},
       {"judge", judge_request},
       {"build", build_request},
       {"live", live_request},

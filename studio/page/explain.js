@@ -7,10 +7,26 @@ const kExpectedHeaders = ['t_start,t_end,label', 'file,t_start,t_end,label'];
 
 const isTable = (first) => kExpectedHeaders.includes(first);
 const isModel = (name) => name.endsWith('.xml');
+const isCapture = (name) => name.endsWith('.wgrcap');
+const isGzip = (bytes) => bytes[0] === 0x1f && bytes[1] === 0x8b;
+const kRecordingHeader = 't,ax,ay,az,gx,gy,gz';
+
+// The first line of a file, plain or gzip.
+async function firstLine(bytes) {
+  let text = bytes.subarray(0, 200);
+  if (isGzip(bytes)) {
+    const reader = new Blob([bytes]).stream().pipeThrough(new DecompressionStream('gzip'))
+        .getReader();
+    text = (await reader.read().catch(() => ({}))).value ?? text;
+    reader.cancel().catch(() => {});
+  }
+  return new TextDecoder().decode(text.subarray(0, 200)).split(/\r?\n/)[0].replace(/^\uFEFF/, '');
+}
 
 class Explain {
   constructor() {
     this.run = 0;      // the newest request
+    this.importer = new Import();
     this.given = null;  // {name, recording, expected?, model?}
     $('#rest-window').append(...kRestWindows.map((n) => el('option', {value: n}, `${n} samples`)));
     $('#demo').addEventListener('click', () => this.showDemo());
@@ -52,23 +68,34 @@ class Explain {
   // Files of any of the three kinds; a model or a table alone goes with what is shown.
   async take(files) {
     showTrouble('');
-    const given = {...this.given, ...{expected: undefined}};
+    const given = {...this.given, expected: undefined};
+    const log = {};
     let recordings = 0;
     for (const file of files) {
       const bytes = new Uint8Array(await file.arrayBuffer());
-      const first = new TextDecoder().decode(bytes.subarray(0, 200)).split(/\r?\n/)[0]
-          .replace(/^\uFEFF/, '');
+      const first = await firstLine(bytes);
       if (isModel(file.name)) {
         given.model = bytes;
       } else if (isTable(first)) {
         given.expected = bytes;
-      } else {
+      } else if (first === kRecordingHeader || isCapture(file.name)) {
         recordings += 1;
         given.name = file.name;
         given.recording = bytes;
+      } else {
+        log[file.name] = bytes;
       }
     }
-    if (recordings > 1) return showTrouble('Drop one recording at a time.');
+    const logs = Object.keys(log);
+    if (recordings + Math.min(1, logs.length) > 1) {
+      return showTrouble('Drop one recording at a time.');
+    }
+    if (logs.length > 0) {
+      await engine.ready;
+      given.recording = await this.importer.ask(log);
+      if (given.recording === null) return undefined;
+      given.name = logs[0].replace(/\.\w+$/, '') + '.imported.csv';
+    }
     if (given.recording === undefined) {
       return showTrouble('Drop the recording with it: a model or a table alone explains nothing.');
     }

@@ -10,6 +10,7 @@ const {kWays, testPages} = require('../pages/browser.js');
 
 const [build, packages] = process.argv.slice(2).map((name) => path.resolve(name));
 const kRoot = path.join(__dirname, '../..');
+const kHeader = 't,ax,ay,az,gx,gy,gz\n';
 const kMostSize = 700_000;  // bytes, with gzip
 const kMostToReady = 1000;  // ms; four times that where other work takes the processors
 
@@ -87,10 +88,10 @@ const checks = {
 
   async 'what cannot be used is said, with the line'(page) {
     await page.click('#another');
-    await drop(page, [['mine.csv', 't,ax,ay,az,gx,gy,gz\n0,0,0,9.8,0,0\n']]);
+    await drop(page, [['mine.csv', kHeader + '0,0,0,9.8,0,0\n']]);
     await page.locator('#busy', {hasText: 'mine.csv:2: 6 fields instead of 7'})
         .waitFor({timeout: 30_000});
-    await drop(page, [['a.csv', 'x'], ['b.csv', 'y']]);
+    await drop(page, [['a.csv', kHeader], ['b.csv', kHeader]]);
     await said(page, 'Drop one recording at a time.');
     await page.click('#another');
     await drop(page, [['expected.csv', 't_start,t_end,label\n1,2,0\n']]);
@@ -104,6 +105,34 @@ const checks = {
     await page.waitForSelector('#result:not([hidden])', {timeout: 30_000});
     await settled(page);
     assert.match(await headline(page).textContent(), /10 of 10 gestures came\. 1 report/);
+  },
+
+  async 'the log of a phone is asked about, with guesses, and explained'(page) {
+    await page.click('#another');
+    const rows = fs.readFileSync(path.join(kRoot, 'recordings/demo.csv'), 'utf8').trim().split('\n')
+        .slice(1).map((line) => line.split(',').map(Number));
+    const phone = 'timestamp,acc_x,acc_y,acc_z,gyro_x,gyro_y,gyro_z\n' + rows.map(
+        ([t, ax, ay, az, ...rates]) => [Math.round(t * 1e9), ax, ay, az,
+          ...rates.map((v) => v * Math.PI / 180)].join(',') + '\n').join('');
+    await drop(page, [['phone.csv', phone]]);
+    await page.waitForSelector('#import[open]');
+    await page.locator('#import-device', {hasText: 'looks like'}).waitFor();
+    assert.deepEqual(await page.$$eval('#import-time, #import-gyro', (s) => s.map((o) => o.value)),
+        ['ns', 'rad/s']);
+    assert.equal(await page.inputValue('[data-column=gx]'), 'gyro_x');
+    await page.fill('[data-column=gx]', 'nothing');
+    await page.keyboard.press('Tab');
+    await page.locator('#import-device', {hasText: 'nothing'}).waitFor();
+    assert.ok(await page.isDisabled('#import-use'));
+    await page.fill('[data-column=gx]', 'gyro_x');
+    await page.keyboard.press('Tab');
+    await page.locator('#import-device', {hasText: 'looks like'}).waitFor();
+    assert.match(await page.textContent('#import-command'),
+        /^wgr import --columns 'gx=gyro_x' phone\.csv -o recording\.csv$/);
+    await page.click('#import-use');
+    await page.waitForSelector('#result:not([hidden])');
+    await settled(page);
+    assert.match(await explained(page).locator('#counts').textContent(), /11 reported/);
   },
 
   async 'the keyboard changes the tab'(page) {
