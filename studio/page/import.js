@@ -68,10 +68,11 @@ class Import {
       answer = {fault: error.message, titles: []};
     }
     if (run !== this.run) return;
+    const plain = (text) => text.replaceAll('log/', '');  // the folder is the page's own
     $('#import-titles').replaceChildren(...answer.titles.map((t) => el('option', {value: t})));
     $('#import-use').disabled = answer.fault !== undefined;
-    $('#import-device').textContent = answer.fault ?? `It looks like ${answer.device}.`;
-    $('#import-guess').textContent = answer.fault ? '' : answer.guess + answer.done;
+    $('#import-device').textContent = plain(answer.fault ?? `It looks like ${answer.device}.`);
+    $('#import-guess').textContent = answer.fault ? '' : plain(answer.guess + answer.done);
     $('#import-command').textContent = this.command(profile);
     if (answer.fault) return;
     this.recording = made['imported.csv'];

@@ -23,9 +23,10 @@ const rowsOfCsv = (csv) => csv.trim().split('\n').slice(1).map((line) => line.sp
 function sparkline(csv) {
   const rows = rowsOfCsv(csv);
   const [width, height] = [120, 36];
-  const end = rows.at(-1)[0] || 1;
+  const begin = rows[0][0];
+  const seconds = rows.at(-1)[0] - begin || 1;
   const lines = [1, 2, 3].map((k) => rows.map((row) =>
-    `${(width * row[0] / end).toFixed(1)} ${(height / 2 * (1 - row[k] / 25)).toFixed(1)}`).join('L'));
+    `${(width * (row[0] - begin) / seconds).toFixed(1)} ${(height / 2 * (1 - row[k] / 25)).toFixed(1)}`).join('L'));
   return svg('svg', {viewBox: `0 0 ${width} ${height}`, 'aria-hidden': 'true', class: 'spark'},
       ...lines.map((d, k) => svg('path', {class: kAxes[k], d: 'M' + d})));
 }
@@ -84,7 +85,8 @@ class Teach {
     const some = gestures.length > 0;
     $('#gestures').replaceChildren(...gestures.map((gesture) => this.card(gesture)));
     for (const id of ['everyday', 'build', 'save-all', 'forget']) $('#' + id).hidden = !some;
-    const seconds = background.reduce((sum, csv) => sum + rowsOfCsv(csv).at(-1)[0], 0);
+    const seconds = background.map(rowsOfCsv).reduce(
+        (sum, rows) => sum + rows.at(-1)[0] - rows[0][0], 0);
     $('#everyday-said').textContent = seconds > 0 ? `${seconds.toFixed(0)} s are recorded.` : '';
     $('#everyday-drop').hidden = seconds === 0;
     const few = gestures.filter((g) => g.repetitions.length < kFewest).map((g) => g.name);
