@@ -405,10 +405,10 @@ TEST(Options, AnOptionInFrontOfTheSubcommandIsSentBehindIt) {
   });
 }
 
-// Only what differs from a host's own defaults, but for the model's slot.
+// What was given, and the model's slot.
 TEST(Options, OfAHostRunAreRepeatedAsTheyWereGiven) {
   HostRunArguments given;
-  EXPECT_EQ(host_run_words(given), (Words{"--wearer=0", "--mode=0"}));
+  EXPECT_EQ(host_run_words(given), (Words{"--wearer=0", "--mode=1"}));
   given.model.wearer = 1;
   given.model.mode = 2;
   given.model.file = "m.xml";

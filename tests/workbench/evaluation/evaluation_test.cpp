@@ -199,6 +199,19 @@ TEST_F(Folds, OfRepetitionsTakeEachClassInTurn) {
     EXPECT_EQ(result.folds[f].examples, f == 0 ? 6u : 7u);
   }
   EXPECT_EQ(result.unjudged, (std::map<int, size_t>{{2, 1}}));
+  // An event for each repetition that was reported as a gesture, and for nothing else.
+  size_t reported = 0;
+  for (const auto& [label, outcomes] : result.confusion) {
+    for (const auto& [what, count] : outcomes) {
+      const bool gesture = what != kOutcomeRejected && what != kOutcomeNotDetected;
+      reported += gesture ? count : 0;
+    }
+  }
+  size_t events = 0;
+  for (const auto& [label, count] : result.events) events += count;
+  EXPECT_GE(reported, 6u);
+  EXPECT_EQ(events, reported);
+  EXPECT_EQ(result.false_positives, 0u);
   EXPECT_EQ(evaluated_by(-1e6).background_hours, result.background_hours);
 }
 

@@ -16,6 +16,7 @@
 #include "tools/run_wgr.h"
 #include "training/exemplars.h"
 #include "training/model_builder.h"
+#include "training/model_output.h"
 #include "training/thinning.h"
 #include "training/thresholds.h"
 #include "training/training_file.h"
@@ -354,6 +355,18 @@ TEST(ModelBuilderTest, AcrossSubjectsTheirOwnTemplatesNeverJudge) {
   // A person is right where the other one's templates are of a single class.
   for (const SweepStep& step : report.sweep) EXPECT_LE(step.accuracy, 0.5);
   EXPECT_LE(report.classified_right(), 12u);
+}
+
+// A limit of templates leaves no tolerance to choose by.
+TEST(Manifest, SaysHowTheTemplatesWereChosen) {
+  BuildOptions options;
+  const auto swept = manifest(BuildReport(), options, Provenance(), "")["build"];
+  EXPECT_FALSE(swept.contains("most_templates"));
+  EXPECT_EQ(swept["tolerance"], options.tolerance);
+  options.most_templates = 2;
+  const auto limited = manifest(BuildReport(), options, Provenance(), "")["build"];
+  EXPECT_EQ(limited["most_templates"], 2);
+  EXPECT_FALSE(limited.contains("tolerance"));
 }
 
 TEST(Thinning, KeepsEverySecondPointAndTheGravity) {
