@@ -463,7 +463,7 @@ static void make_command_lines() {
        "build\nset\n-o\nm.xml\n--templates\n6\n--tolerance\n0.01\n--share\n"
        "0.33\n--false-cost\n3\n--false-positives-per-hour\n1\n--background-hours\n2.5\n"
        "--threads\n2\n--report\nr.html"},
-      {"slots", "build\n--slots\ns.csv\n-o\nmodels\n--model-only\n--cross-subject"},
+      {"slots", "build\n--slots\ns.csv\n-o\nmodels\n--model-only\n--judge-by\nsubject"},
       {"eval",
        "eval\nset\n--leave-out\nsubject\n--folds\n10\n--require\n"
        "accuracy=0.95\n--require\nlatency=1\n--json"},

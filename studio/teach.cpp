@@ -177,7 +177,8 @@ Json build_request(const Json& request) {
   options.threads = 1;
   options.background_hours = provenance.background_seconds / kSecondsPerHour;
   BuildReport report;
-  const ModelBuilder builder(data, 1, true, provenance.subjects);
+  const ModelBuilder builder(data, 1, true,
+                             {provenance.subjects, provenance.sessions});
   const Gmodel model = builder.build(options, report);
   require_faultless_model(model, report, "your gestures");
   PageData page =

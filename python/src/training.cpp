@@ -215,7 +215,7 @@ static py::tuple build(const std::vector<Table>& traces, const std::vector<int>&
   const Built built =
       watched([data = data_of(traces, labels, gravity), subjects, options] {
         BuildReport report;
-        const Gmodel model = build_model(data, options, report, subjects);
+        const Gmodel model = build_model(data, options, report, {subjects, {}});
         Provenance provenance;
         provenance.gravity = data.kind == 1;
         Built made = {std::make_shared<Gmodel>(as_read_back(model)),
@@ -281,13 +281,23 @@ static py::tuple examples_of(const TrainingSet& set) {
 }
 
 static void add_options(py::module_& module) {
+  py::enum_<TemplateKind>(module, "TemplateKind")
+      .value("exemplars", TemplateKind::kExemplars)
+      .value("averages", TemplateKind::kAverages)
+      .value("smoothed", TemplateKind::kSmoothed)
+      .value("adapted", TemplateKind::kAdapted);
+  py::enum_<LeftOut>(module, "LeftOut")
+      .value("subject", LeftOut::kSubjects)
+      .value("session", LeftOut::kSessions)
+      .value("repetition", LeftOut::kRepetitions);
   py::class_<BuildOptions>(module, "BuildOptions")
       .def(py::init<>())
       .def_readwrite("templates", &BuildOptions::most_templates)
       .def_readwrite("false_cost", &BuildOptions::false_cost)
       .def_readwrite("tolerance", &BuildOptions::tolerance)
       .def_readwrite("share", &BuildOptions::most_share)
-      .def_readwrite("cross_subject", &BuildOptions::cross_subject)
+      .def_readwrite("kind", &BuildOptions::kind)
+      .def_readwrite("judge_by", &BuildOptions::judge_by)
       .def_readwrite("false_positives_per_hour", &BuildOptions::false_positives_per_hour)
       .def_readwrite("background_hours", &BuildOptions::background_hours)
       .def_readwrite("threads", &BuildOptions::threads);

@@ -136,7 +136,6 @@ class GestureClassifier(ClassifierMixin, _Traces):
             share=self.share,
             false_positives_per_hour=self.false_positives_per_hour,
             background_hours=self.background_hours,
-            cross_subject=groups is not None,
         )
         core, self.report_, self._fault = _wgr.build(
             traces, labels.tolist(), self.gravity, subjects, options

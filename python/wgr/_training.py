@@ -315,10 +315,14 @@ _OPTIONS = {
     "false_cost",
     "tolerance",
     "share",
-    "cross_subject",
+    "kind",
+    "judge_by",
     "false_positives_per_hour",
     "background_hours",
 }
+
+
+_WORDS = {"kind": _wgr.TemplateKind, "judge_by": _wgr.LeftOut}
 
 
 def build_options_of(n_jobs: int | None = None, **given: Any) -> Any:
@@ -327,6 +331,11 @@ def build_options_of(n_jobs: int | None = None, **given: Any) -> Any:
     for name, value in given.items():
         if name not in _OPTIONS:
             raise TypeError(f"{name} is no option of a build")
+        words = _WORDS.get(name)
+        if words is not None and value is not None:
+            if value not in words.__members__:
+                raise InputError(f"{name}: one of {', '.join(words.__members__)} is wanted")
+            value = words.__members__[value]
         setattr(options, name, value)
     _in_range("templates", options.templates, 1, 100)
     if not options.false_cost > 0:

@@ -132,8 +132,8 @@ TEST_F(ModelChecking, EachFaultIsNamedOnceWithItsLine) {
       {7, "0 0.8 0 ",
        "4: template 1: its gravity, the last point, has no length: it never wins"},
       {5, "2 0 0 ",
-       "4: template 1: its root mean square is 1.58114 instead of 1, though the model "
-       "normalises"},
+       "4: template 1: its root mean square is 1.58114 instead of about 1, though the "
+       "model normalises"},
   };
   for (const auto& c : cases) {
     const ModelCheck result = with(c.line, c.text);

@@ -1,8 +1,10 @@
 #include "base/table.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <optional>
 #include <string_view>
 
 #include "base/errors.h"
@@ -50,12 +52,52 @@ static bool next_checked(std::ifstream& file, const std::string& path, size_t li
   return true;
 }
 
+namespace {
+
+// Where a table has the columns that were asked for.
+struct Columns {
+  std::string text;  // the first line
+  size_t count = 0;
+  std::vector<std::optional<size_t>> at;  // of each column that may follow
+};
+
+}  // namespace
+
+// The columns of a first line: those of the header, then any of `also`, each once.
+static std::optional<Columns> columns_of(const std::string& text,
+                                         const std::string& header,
+                                         const std::vector<std::string>& also) {
+  Columns columns = {text, 0, std::vector<std::optional<size_t>>(also.size())};
+  const bool starts = text == header || text.rfind(header + ",", 0) == 0;
+  if (!starts) return std::nullopt;
+  const std::vector<std::string> names = split(text);
+  columns.count = names.size();
+  for (size_t i = split(header).size(); i < names.size(); ++i) {
+    const auto found = std::find(also.begin(), also.end(), names[i]);
+    if (found == also.end()) return std::nullopt;
+    std::optional<size_t>& at = columns.at[static_cast<size_t>(found - also.begin())];
+    if (at) return std::nullopt;
+    at = i;
+  }
+  return columns;
+}
+
+// The fields of the header's columns, then those that may follow, in the order asked for.
+static void put_in_order(const Columns& columns, size_t known, TableRow& row) {
+  std::vector<std::string> fields(
+      row.fields.begin(), row.fields.begin() + static_cast<std::ptrdiff_t>(known));
+  for (const std::optional<size_t>& at : columns.at) {
+    fields.push_back(at ? row.fields[*at] : "");
+  }
+  row.fields = std::move(fields);
+}
+
 std::vector<TableRow> read_table(const std::string& path, const std::string& header,
                                  const std::string& also, size_t most) {
   std::ifstream file(path, std::ios::binary);
   if (!file) throw UsageError(path + ": cannot be read: " + std::strerror(errno));
-  const std::string longer = also.empty() ? header : header + "," + also;
   const TableRow first = {1, {}};
+  const size_t known = split(header).size();
   std::string text;
   if (!next_checked(file, path, 1, text) && !file.bad()) {
     refuse_row(first, path, "the file is empty: the first line must be " + header);
@@ -63,23 +105,25 @@ std::vector<TableRow> read_table(const std::string& path, const std::string& hea
   if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
     text.erase(0, kByteOrderMark.size());
   }
-  if (!file.bad() && text != header && text != longer) {
-    refuse_row(first, path, "the first line must be " + header);
+  const std::optional<Columns> columns =
+      columns_of(text, header, also.empty() ? std::vector<std::string>() : split(also));
+  if (!file.bad() && !columns) {
+    refuse_row(first, path,
+               "the first line must be " + header +
+                   (also.empty() ? "" : ", perhaps with " + also + " behind it"));
   }
-  const std::string columns = text;
-  const size_t fields = split(columns).size();
 
   std::vector<TableRow> rows;
   for (size_t line = 2; next_checked(file, path, line, text); ++line) {
     if (text.empty()) continue;
     rows.push_back({line, split(text)});
     TableRow& row = rows.back();
-    if (row.fields.size() != fields) {
+    if (row.fields.size() != columns->count) {
       refuse_row(row, path,
-                 fmt::format("{} fields instead of {} ({})", row.fields.size(), fields,
-                             columns));
+                 fmt::format("{} fields instead of {} ({})", row.fields.size(),
+                             columns->count, columns->text));
     }
-    row.fields.resize(split(longer).size());
+    put_in_order(*columns, known, row);
     if (rows.size() > most) {
       refuse_row(row, path, fmt::format("more than {} rows", most));
     }

@@ -100,6 +100,12 @@ static size_t index_of(const std::string& name, std::vector<std::string>& names)
   return names.size() - 1;
 }
 
+// A recording is a session of its own where the index names none.
+static std::string session_of(const SetEntry& entry) {
+  if (entry.session.empty()) return entry.file;
+  return entry.subject.empty() ? entry.session : entry.subject + ", " + entry.session;
+}
+
 static Division divide(const SegmentedSet& set, const EvaluationOptions& options) {
   Division division;
   const size_t folds = static_cast<size_t>(options.folds);
@@ -114,7 +120,7 @@ static Division divide(const SegmentedSet& set, const EvaluationOptions& options
       }
       fold = index_of(entry.subject, division.names);
     } else if (options.leave_out == LeaveOut::kSession) {
-      fold = index_of(entry.file, division.names);
+      fold = index_of(session_of(entry), division.names);
     } else if (options.leave_out == LeaveOut::kRepetition) {
       fold = r % folds;
     }
@@ -408,7 +414,8 @@ Evaluation evaluate(const SegmentedSet& set, const EvaluationOptions& options) {
   if (options.leave_out != LeaveOut::kNothing) {
     builder.emplace(
         parse_training_text(training_text(kept_motions(set), set.provenance.gravity)),
-        options.build.threads, false, set.provenance.subjects);
+        options.build.threads, false,
+        ExampleSources{set.provenance.subjects, set.provenance.sessions});
   }
 
   Evaluation result;

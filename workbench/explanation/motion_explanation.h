@@ -12,7 +12,7 @@
 #include "base/points.h"
 #include "engine/agGes.h"
 #include "engine/reconstruction.h"
-#include "explanation/warping_path.h"
+#include "warping/warping_path.h"
 
 namespace wgr {
 

@@ -50,7 +50,15 @@ Json to_json(const Provenance& p) {
   }
   json["inputs"] = inputs;
   if (!p.subjects.empty()) json["subjects"] = runs_of(p.subjects);
+  if (!p.sessions.empty()) json["sessions"] = runs_of(p.sessions);
   return json;
+}
+
+// Names that runs_of() makes.
+static JsonField runs_field(const char* name, const char* of) {
+  return optional(list_field(
+      name, row_field("run", {text_field(of),
+                              number_field("examples", whole_from(1, kMostMotions))})));
 }
 
 JsonField description_fields(bool of_file) {
@@ -67,33 +75,31 @@ JsonField description_fields(bool of_file) {
       map_field("verdicts", number_field("verdict", whole_from(0, kMostMotions))),
       list_field("inputs",
                  object_field("input", {text_field("file"), sha256_field("sha256")})),
-      optional(list_field(
-          "subjects",
-          row_field("run", {text_field("subject"),
-                            number_field("examples", whole_from(1, kMostMotions))})))};
+      runs_field("subjects", "subject"),
+      runs_field("sessions", "session")};
   if (of_file) fields.push_back(sha256_field("training_file_sha256"));
   return object_field("", std::move(fields));
 }
 
 // Equal names in a row are one entry; together they are as many as there are examples.
-static std::vector<std::string> subjects_in(const Json& runs, const std::string& path,
-                                            size_t examples) {
-  std::vector<std::string> subjects;
-  for (const Json& run : runs) {
+static std::vector<std::string> names_in(const Json& json, const char* field,
+                                         const std::string& path, size_t examples) {
+  std::vector<std::string> names;
+  for (const Json& run : json.value(field, Json::array())) {
     const size_t count = run.at(1).get<size_t>();
-    if (count > examples - subjects.size()) {
-      throw UsageError(fmt::format(
-          "{}: subjects: are of more examples than the {} of the training file", path,
-          examples));
+    if (count > examples - names.size()) {
+      throw UsageError(
+          fmt::format("{}: {}: are of more examples than the {} of the training file",
+                      path, field, examples));
     }
-    subjects.insert(subjects.end(), count, run.at(0).get<std::string>());
+    names.insert(names.end(), count, run.at(0).get<std::string>());
   }
-  if (!subjects.empty() && subjects.size() != examples) {
+  if (!names.empty() && names.size() != examples) {
     throw UsageError(
-        fmt::format("{}: subjects: are of {} examples, but the training file has {}",
-                    path, subjects.size(), examples));
+        fmt::format("{}: {}: are of {} examples, but the training file has {}", path,
+                    field, names.size(), examples));
   }
-  return subjects;
+  return names;
 }
 
 Provenance provenance_from(const Json& json, const std::string& path,
@@ -112,7 +118,8 @@ Provenance provenance_from(const Json& json, const std::string& path,
     p.inputs.push_back({input.at("file"), input.at("sha256")});
   }
   if (examples) {
-    p.subjects = subjects_in(json.value("subjects", Json::array()), path, *examples);
+    p.subjects = names_in(json, "subjects", path, *examples);
+    p.sessions = names_in(json, "sessions", path, *examples);
   }
   return p;
 }

@@ -28,6 +28,7 @@ struct Provenance {
   std::map<std::string, size_t> verdicts;  // motions
   std::vector<InputFile> inputs;
   std::vector<std::string> subjects;  // whose each sample is; empty: not known
+  std::vector<std::string> sessions;  // when it was recorded, likewise
 };
 
 // The word for a label; empty when it has none but its number.

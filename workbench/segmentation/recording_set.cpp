@@ -18,6 +18,7 @@ static constexpr NumberRange kRates = number_from(1, kHighestRate);
 static constexpr char kLabels[] = "labels.csv";
 static constexpr char kIndex[] = "index.csv";
 static constexpr char kIndexHeader[] = "file,label,subject,rate_hz";
+static constexpr char kIndexAlso[] = "notes,session";
 
 bool is_recording(const std::filesystem::path& path) {
   return path.extension() == ".csv" || path.extension() == ".wgrcap" ||
@@ -65,13 +66,14 @@ static SetEntry& entry_of(std::vector<SetEntry>& set, const std::string& file,
 }
 
 static void read_index(const std::string& path, std::vector<SetEntry>& set) {
-  for (const TableRow& row : read_table(path, kIndexHeader, "notes")) {
+  for (const TableRow& row : read_table(path, kIndexHeader, kIndexAlso)) {
     SetEntry& entry = entry_of(set, row.fields[0], path);
     if (entry.indexed) refuse_row(row, path, "names " + entry.file + " once more");
     entry.indexed = true;
     entry.word = row.fields[1];
     check_label(row, 1, path);
     entry.subject = row.fields[2];
+    entry.session = row.fields[5];
     if (row.fields[3].empty()) continue;
     entry.rate = number_in(row, 3, path, kRates);
   }

@@ -1,7 +1,7 @@
 // A folder of recordings with the tables that say what is in them.
 //
 // labels.csv annotates recordings (see labels.h). index.csv, with the header
-// file,label,subject,rate_hz and perhaps notes, names recordings one by one; a label
+// file,label,subject,rate_hz and perhaps notes and session, names recordings one by one; a label
 // there holds for the whole recording when no annotation of it is marked. Files are named
 // relative to the folder.
 #pragma once
@@ -21,6 +21,7 @@ struct SetEntry {
   std::string file;     // relative to the folder
   std::string path;     // to open it
   std::string subject;  // who; may be empty
+  std::string session;  // one sitting of recording; may be empty
   std::string word;     // the whole recording's label; may be empty
   double rate = 0.0;    // samples per second by the index; 0 when it does not say
   bool indexed = false;

@@ -229,18 +229,20 @@ static void check_gravity(const SegmentedSet& set, bool gravity) {
   }
 }
 
-// Whose the kept motions are, if the index says that of any.
-static void note_subjects(SegmentedSet& set) {
+// What the index says of each kept motion's recording, if it says that of any.
+static std::vector<std::string> of_kept(const SegmentedSet& set,
+                                        std::string SetEntry::*column) {
   bool known = false;
-  std::vector<std::string> subjects;
+  std::vector<std::string> texts;
   for (const SegmentedRecording& recording : set.recordings) {
     for (const Motion& motion : recording.motions) {
       if (motion.verdict != Verdict::kKept) continue;
-      subjects.push_back(recording.entry.subject);
-      known = known || !recording.entry.subject.empty();
+      texts.push_back(recording.entry.*column);
+      known = known || !texts.back().empty();
     }
   }
-  if (known) set.provenance.subjects = std::move(subjects);
+  if (!known) texts.clear();
+  return texts;
 }
 
 // Reads all recordings, and finds their rates; the set's is that of most gestures.
@@ -307,7 +309,8 @@ static void note_segments(const AgGes& engine, SegmentedSet& segmented) {
   p.shortest = engine.min_motion_len;
   p.static_window = engine.static_window;
   p.strength_threshold = engine.strength_threshold;
-  note_subjects(segmented);
+  p.subjects = of_kept(segmented, &SetEntry::subject);
+  p.sessions = of_kept(segmented, &SetEntry::session);
 }
 
 static std::string text_of(const Repetitions& repetitions,

@@ -43,11 +43,11 @@ static std::vector<size_t> cluster(const ClassMatrix& matrix, double preference,
   return chosen;
 }
 
-static std::vector<size_t> pick_greedily(const ClassMatrix& matrix, size_t most) {
+std::vector<size_t> pick_one_by_one(const ClassMatrix& matrix, size_t count) {
   const size_t n = matrix.n;
   std::vector<double> best(n, std::numeric_limits<double>::lowest());
   std::vector<size_t> chosen;
-  while (chosen.size() < std::min(most, n)) {
+  while (chosen.size() < std::min(count, n)) {
     size_t pick = n;
     double pick_sum = 0.0;
     for (size_t j = 0; j < n; ++j) {
@@ -90,7 +90,7 @@ Exemplars choose_exemplars(const ClassMatrix& matrix, size_t most) {
       return {chosen, found_by(preference, damping)};
     }
   }
-  return {pick_greedily(matrix, most),
+  return {pick_one_by_one(matrix, most),
           "one by one: affinity propagation did not converge to so few"};
 }
 
@@ -122,7 +122,7 @@ std::vector<Exemplars> sweep_exemplars(const ClassMatrix& matrix) {
       if (!found.chosen.empty()) break;
     }
     if (found.chosen.empty()) {
-      found = {pick_greedily(matrix, last),
+      found = {pick_one_by_one(matrix, last),
                fmt::format("one by one: affinity propagation did not converge at "
                            "preference {:.2f}, however strong the damping",
                            preference)};

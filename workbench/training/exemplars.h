@@ -28,6 +28,10 @@ struct ClassMatrix {
 Exemplars choose_exemplars(const std::vector<Points>& traces, int k, size_t most);
 Exemplars choose_exemplars(const ClassMatrix& matrix, size_t most);
 
+// At most `count` of the examples, picked one by one, each to raise the sum of all
+// examples' best similarities the most; ascending.
+std::vector<size_t> pick_one_by_one(const ClassMatrix& matrix, size_t count);
+
 // The preferences of a sweep, from many exemplars to few, in medians.
 std::vector<double> swept_preferences();
 

@@ -3,37 +3,68 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <set>
 
 #include "base/class_codes.h"
 #include "base/errors.h"
+#include "base/progress.h"
 #include "base/text.h"
 #include "classifier/HGR.h"
-#include "segmentation/recording_set.h"
-#include "training/exemplars.h"
+#include "dtw/best_match.h"
+#include "training/adaptation.h"
+#include "training/averages.h"
+#include "training/parallel.h"
 #include "training/thinning.h"
 #include "training/thresholds.h"
 
 namespace wgr {
 
-static constexpr size_t kNoLimit = std::numeric_limits<size_t>::max();
+static constexpr size_t kMostAverages = 5;  // of a class
+static constexpr size_t kFewestAveraged =
+    8;  // examples; fewer say little but of themselves
 
-struct ModelBuilder::Template {
-  size_t example;
-  size_t class_index;
-};
-
-struct ModelBuilder::Nearest {
-  size_t class_index;  // of the template that is most similar
-  double score;
-};
+const char* name_of(TemplateKind kind) {
+  switch (kind) {
+    case TemplateKind::kExemplars:
+      return "exemplars";
+    case TemplateKind::kAverages:
+      return "averages";
+    case TemplateKind::kSmoothed:
+      return "smoothed averages";
+    default:
+      return "adapted averages";
+  }
+}
 
 // One model in the making.
 struct ModelBuilder::Job {
   std::vector<int> classes;
   std::vector<std::vector<size_t>> own;  // examples of each class
   std::vector<size_t> background;
-  std::vector<Template> templates;
+  std::vector<size_t> fold;   // of every example
+  std::vector<size_t> group;  // likewise
+  size_t folds = 0;
+  LeftOut by = LeftOut::kRepetitions;
+  std::vector<int> by_one;  // classes that a single subject or session recorded
+};
+
+struct ModelBuilder::Fitted {
+  size_t class_index;
+  Points trace;
+  TemplateSource source;
+};
+
+struct ModelBuilder::Candidate {
+  TemplateKind kind;
+  size_t per_class;  // of averages, at most
+};
+
+// A candidate, and what models of its kind made of the examples they were made without.
+struct ModelBuilder::Trial {
+  Candidate candidate;
+  std::vector<Judged> judged;     // every example; `label` is the class's index
+  std::vector<size_t> templates;  // of each fold's model
 };
 
 template <class OfClass>
@@ -80,13 +111,17 @@ Points ModelBuilder::made_ready(const Gsample& example, const std::string& name)
   return trace;
 }
 
+static void check_sizes(size_t examples, const std::vector<std::string>& sources) {
+  if (sources.empty() || sources.size() == examples) return;
+  throw UsageError(fmt::format("there are {} examples, but subjects or sessions of {}",
+                               examples, sources.size()));
+}
+
 ModelBuilder::ModelBuilder(const Gdata& data, unsigned threads, bool quiet,
-                           const std::vector<std::string>& subjects)
-    : k_(data.kind == 1 ? 1 : 0) {
-  if (!subjects.empty() && subjects.size() != data.samples.size()) {
-    throw UsageError(fmt::format("there are {} examples, but subjects of {}",
-                                 data.samples.size(), subjects.size()));
-  }
+                           const ExampleSources& sources)
+    : k_(data.kind == 1 ? 1 : 0), sources_(sources) {
+  check_sizes(data.samples.size(), sources.subjects);
+  check_sizes(data.samples.size(), sources.sessions);
   size_t gestures = 0;
   for (const bool background : {false, true}) {
     for (size_t i = 0; i < data.samples.size(); ++i) {
@@ -100,7 +135,6 @@ ModelBuilder::ModelBuilder(const Gdata& data, unsigned threads, bool quiet,
       }
       traces_.push_back(made_ready(example, name));
       origin_.push_back(i);
-      if (!subjects.empty()) subjects_.push_back(subjects.at(i));
       labels_.push_back(example.label);
       gestures += background ? 0 : 1;
     }
@@ -119,231 +153,236 @@ std::vector<size_t> ModelBuilder::members(const std::vector<bool>& taken,
   return found;
 }
 
-bool ModelBuilder::judges(size_t as_template, size_t example, bool cross_subject) const {
-  if (as_template == example) return false;
-  return !cross_subject || labels_[example] < 0 ||
-         subjects_[as_template] != subjects_[example];
+ModelBuilder::Job ModelBuilder::job_of(const std::vector<bool>& taken,
+                                       const BuildOptions& options) const {
+  Job job;
+  std::vector<FoldedExample> examples;
+  std::vector<size_t> members_of_job;
+  const auto note = [&](const std::vector<size_t>& members) {
+    for (const size_t i : members) {
+      const auto of = [&](const std::vector<std::string>& known) {
+        return known.empty() ? std::string() : known[origin_[i]];
+      };
+      examples.push_back({labels_[i], of(sources_.subjects), of(sources_.sessions)});
+      members_of_job.push_back(i);
+    }
+  };
+  for (const int label : std::set<int>(labels_.begin(), labels_.end())) {
+    std::vector<size_t> own = members(taken, label);
+    if (label < 0 || own.empty()) continue;
+    note(own);
+    job.classes.push_back(label);
+    job.own.push_back(std::move(own));
+  }
+  if (job.classes.empty()) throw UsageError("there is no example of any gesture");
+  job.background = members(taken, -1);
+  note(job.background);
+
+  const Folds folds = divide_examples(examples, options.judge_by);
+  job.by = folds.by;
+  job.by_one = folds.by_one;
+  job.folds = folds.count;
+  job.fold.assign(labels_.size(), folds.count);
+  job.group.assign(labels_.size(), 0);
+  for (size_t i = 0; i < members_of_job.size(); ++i) {
+    job.fold[members_of_job[i]] = folds.of[i];
+    job.group[members_of_job[i]] = folds.group[i];
+  }
+  return job;
 }
 
-void ModelBuilder::check_subjects(const Job& job) const {
-  std::set<std::string> found;
+ModelBuilder::Job ModelBuilder::without_fold(const Job& job, size_t fold) const {
+  Job rest = job;
+  const auto out = [&](size_t i) { return job.fold[i] == fold; };
+  for (std::vector<size_t>& own : rest.own) {
+    own.erase(std::remove_if(own.begin(), own.end(), out), own.end());
+  }
+  rest.background.erase(
+      std::remove_if(rest.background.begin(), rest.background.end(), out),
+      rest.background.end());
+  return rest;
+}
+
+// Averages that a class of so many examples may have.
+static size_t most_averages(size_t examples, const BuildOptions& options) {
+  const size_t by_size = (examples + kFewestAveraged / 2) / kFewestAveraged;
+  return std::clamp<size_t>(by_size, 1, most_of(examples, options.most_share));
+}
+
+std::vector<ModelBuilder::Candidate> ModelBuilder::candidates(
+    const Job& job, const BuildOptions& options) const {
+  size_t most = 1;
   for (const std::vector<size_t>& own : job.own) {
-    for (const size_t i : own) found.insert(subjects_.empty() ? "" : subjects_[i]);
+    // What is left of the class in a fold.
+    const size_t rest = own.size() * (job.folds - 1) / job.folds;
+    most = std::max(most, most_averages(rest, options));
   }
-  if (found.size() > 1 && found.count("") == 0) return;
-  throw UsageError(
-      "--cross-subject needs to know whose every example is, of two subjects at least: "
-      "by "
-      "index.csv, or by the description beside a training file");
-}
-
-ModelBuilder::Nearest ModelBuilder::nearest_to(size_t example,
-                                               const std::vector<Template>& templates,
-                                               bool cross_subject) const {
-  Nearest best = {std::numeric_limits<size_t>::max(),
-                  std::numeric_limits<double>::lowest()};
-  for (const Template& t : templates) {
-    if (!judges(t.example, example, cross_subject)) continue;
-    const double score = (*similarities_)(example, t.example);
-    if (score > best.score) best = {t.class_index, score};
+  most = std::min({most, kMostAverages, options.most_templates.value_or(kMostAverages)});
+  std::vector<Candidate> all;
+  const auto wanted = [&](TemplateKind kind) {
+    return !options.kind || *options.kind == kind;
+  };
+  if (wanted(TemplateKind::kExemplars)) all.push_back({TemplateKind::kExemplars, 0});
+  for (const TemplateKind kind :
+       {TemplateKind::kAverages, TemplateKind::kSmoothed, TemplateKind::kAdapted}) {
+    for (size_t n = 1; wanted(kind) && n <= most; ++n) all.push_back({kind, n});
   }
-  return best;
+  return all;
 }
 
-static ClassMatrix matrix_of(const Similarities& all, const std::vector<size_t>& own) {
-  ClassMatrix matrix = {own.size(), {}};
-  matrix.scores.reserve(own.size() * own.size());
-  for (const size_t i : own) {
-    for (const size_t j : own) matrix.scores.push_back(all(i, j));
+std::vector<ModelBuilder::Fitted> ModelBuilder::fit_exemplars(const Job& job,
+                                                              const BuildOptions& options,
+                                                              BuildReport& report) const {
+  FoundExemplars found =
+      find_exemplars({*similarities_, job.own, job.group, options.most_templates,
+                      options.tolerance, options.most_share});
+  std::vector<Fitted> fitted;
+  for (const ClassTemplate& t : found.templates) {
+    fitted.push_back({t.class_index, traces_[t.example], {t.example, 1}});
   }
-  return matrix;
-}
-
-void ModelBuilder::choose(Job& job, const BuildOptions& options,
-                          BuildReport& report) const {
-  for (size_t c = 0; c < job.classes.size(); ++c) {
-    const Exemplars exemplars =
-        choose_exemplars(matrix_of(*similarities_, job.own[c]), *options.most_templates);
-    for (const size_t i : exemplars.chosen) job.templates.push_back({job.own[c][i], c});
-    report.classes[c].chosen_by = exemplars.how;
+  report.sweep = std::move(found.sweep);
+  for (size_t c = 0; c < report.classes.size(); ++c) {
+    report.classes[c].chosen_by = found.how[c];
   }
+  return fitted;
 }
 
-// Templates that a class of so many examples may have.
-static size_t most_of(size_t examples, const BuildOptions& options) {
-  return std::max<size_t>(
-      1, static_cast<size_t>(static_cast<double>(examples) * options.most_share));
+std::vector<ModelBuilder::Fitted> ModelBuilder::fit_averages(
+    const Job& job, size_t per_class, const BuildOptions& options) const {
+  std::vector<Fitted> fitted;
+  for (size_t c = 0; c < job.own.size(); ++c) {
+    const std::vector<size_t> some = thinned_out(job.own[c]);
+    if (some.empty()) continue;
+    std::vector<const Points*> traces;
+    for (const size_t i : some) traces.push_back(&traces_[i]);
+    const size_t count = std::min(per_class, most_averages(job.own[c].size(), options));
+    for (Cluster& cluster :
+         cluster_averages(traces, matrix_of(*similarities_, some), count, k_)) {
+      fitted.push_back(
+          {c, std::move(cluster.trace), {some[cluster.around], cluster.examples}});
+    }
+  }
+  return fitted;
 }
 
-// Of the steps in question, the one with the fewest templates whose accuracy is within
-// the tolerance of the best.
-static size_t smallest_good(const std::vector<SweepStep>& sweep, double tolerance) {
+// The classes take turns, so that none is learned last.
+void ModelBuilder::adapt(const Job& job, std::vector<Fitted>& fitted) const {
+  std::vector<LabelledTrace> examples;
+  for (size_t turn = 0; turn < kMostClustered; ++turn) {
+    for (size_t c = 0; c < job.own.size(); ++c) {
+      const std::vector<size_t> some = thinned_out(job.own[c]);
+      if (turn < some.size()) examples.push_back({c, &traces_[some[turn]]});
+    }
+  }
+  std::vector<MovedTemplate> templates;
+  for (Fitted& t : fitted) templates.push_back({t.class_index, &t.trace});
+  adapt_templates(examples, templates, k_);
+}
+
+// What a kind makes of averages.
+std::vector<ModelBuilder::Fitted> ModelBuilder::finished(
+    const Job& job, TemplateKind kind, std::vector<Fitted> averages) const {
+  if (kind == TemplateKind::kAdapted) adapt(job, averages);
+  for (Fitted& t : averages) {
+    if (kind == TemplateKind::kSmoothed) t.trace = smoothed(t.trace, k_);
+    while (!fits_a_line(t.trace)) thin(t.trace, k_);
+  }
+  return averages;
+}
+
+std::vector<ModelBuilder::Fitted> ModelBuilder::fit(const Job& job,
+                                                    const Candidate& candidate,
+                                                    const BuildOptions& options,
+                                                    BuildReport& report) const {
+  if (candidate.kind == TemplateKind::kExemplars) {
+    return fit_exemplars(job, options, report);
+  }
+  for (ClassReport& c : report.classes) c.chosen_by = name_of(candidate.kind);
+  return finished(job, candidate.kind, fit_averages(job, candidate.per_class, options));
+}
+
+// Classifies the examples of the fold by templates that were made without them.
+void ModelBuilder::judge_left_out(const Job& job, size_t fold,
+                                  const std::vector<Fitted>& fitted, Trial& trial) const {
+  Templates templates;
+  for (const Fitted& t : fitted) {
+    templates.emplace_back(static_cast<int>(t.class_index), t.trace);
+  }
+  const auto judge = [&](size_t i) {
+    if (job.fold[i] != fold) return;
+    const Match match = best_match(traces_[i], templates, templates.size(), k_);
+    Judged& judged = trial.judged[i];
+    judged.score = match.score;
+    if (match.winner != nullptr) judged.label = match.winner->first;
+  };
+  for (const std::vector<size_t>& own : job.own) {
+    for (const size_t i : own) judge(i);
+  }
+  for (const size_t i : job.background) judge(i);
+  trial.templates[fold] = templates.size();
+}
+
+std::vector<ModelBuilder::Trial> ModelBuilder::try_all(
+    const Job& job, const BuildOptions& options) const {
+  std::vector<Trial> trials;
+  for (const Candidate& candidate : candidates(job, options)) {
+    trials.push_back({candidate, std::vector<Judged>(labels_.size()),
+                      std::vector<size_t>(job.folds, 0)});
+  }
+  size_t most = 0;
+  for (const Trial& trial : trials) most = std::max(most, trial.candidate.per_class);
+  const size_t parts = (most + 1) * job.folds;
+  std::optional<Progress> progress;
+  if (options.progress) progress.emplace("comparing kinds of templates", parts);
+  // A part is a fold and a number of averages a class, the costly ones first; 0 stands
+  // for exemplars.
+  share_out(parts, options.threads, [&] {
+    return [&](size_t part) {
+      const size_t per_class = most - part / job.folds;
+      const size_t fold = part % job.folds;
+      const Job rest = without_fold(job, fold);
+      std::vector<Fitted> averages;
+      if (per_class > 0) averages = fit_averages(rest, per_class, options);
+      for (Trial& trial : trials) {
+        if (trial.candidate.per_class != per_class) continue;
+        BuildReport unused;
+        judge_left_out(job, fold,
+                       per_class > 0 ? finished(rest, trial.candidate.kind, averages)
+                                     : fit_exemplars(rest, options, unused),
+                       trial);
+      }
+      if (progress) progress->add(1);
+    };
+  });
+  return trials;
+}
+
+// The share of the gestures' examples that were classified right.
+double ModelBuilder::accuracy_of(const Job& job, const Trial& trial) const {
+  size_t examples = 0;
+  size_t right = 0;
+  for (size_t c = 0; c < job.own.size(); ++c) {
+    examples += job.own[c].size();
+    for (const size_t i : job.own[c]) {
+      right += trial.judged[i].label == static_cast<int>(c) ? 1 : 0;
+    }
+  }
+  return share(right, examples);
+}
+
+size_t choose_kind(const std::vector<KindStep>& kinds, double tolerance) {
   double best = 0.0;
-  for (const SweepStep& step : sweep) {
-    if (step.in_question) best = std::max(best, step.accuracy);
-  }
-  size_t chosen = sweep.size();
-  for (size_t p = 0; p < sweep.size(); ++p) {
-    const SweepStep& step = sweep[p];
-    if (!step.in_question || step.accuracy < best - tolerance) continue;
-    if (chosen == sweep.size() || step.templates < sweep[chosen].templates ||
-        (step.templates == sweep[chosen].templates &&
-         step.accuracy > sweep[chosen].accuracy)) {
-      chosen = p;
+  for (const KindStep& kind : kinds) best = std::max(best, kind.accuracy);
+  size_t chosen = kinds.size();
+  for (size_t i = 0; i < kinds.size(); ++i) {
+    if (kinds[i].accuracy < best - tolerance) continue;
+    if (chosen == kinds.size() || kinds[i].templates < kinds[chosen].templates ||
+        (kinds[i].templates == kinds[chosen].templates &&
+         kinds[i].accuracy > kinds[chosen].accuracy)) {
+      chosen = i;
     }
   }
   return chosen;
-}
-
-struct ModelBuilder::Standing {
-  size_t example;
-  size_t class_index;
-  float own;    // best score among templates of its class
-  float other;  // and among the rest
-  bool right() const { return own > other; }
-};
-
-// How an example stands with one more template.
-ModelBuilder::Standing ModelBuilder::with(Standing s, const Template& t,
-                                          bool cross_subject) const {
-  if (!judges(t.example, s.example, cross_subject)) return s;
-  float& best = s.class_index == t.class_index ? s.own : s.other;
-  best = std::max(best, (*similarities_)(s.example, t.example));
-  return s;
-}
-
-// How many more examples a template puts right; 0 when it helps none of its own class.
-int ModelBuilder::gain_of(const Template& t, const std::vector<Standing>& standings,
-                          bool cross_subject) const {
-  const auto helped = [&](const Standing& s) {
-    return s.class_index == t.class_index && !s.right() &&
-           with(s, t, cross_subject).right();
-  };
-  if (std::none_of(standings.begin(), standings.end(), helped)) return 0;
-  int gain = 0;
-  for (const Standing& s : standings) {
-    gain += (with(s, t, cross_subject).right() ? 1 : 0) - (s.right() ? 1 : 0);
-  }
-  return gain;
-}
-
-// Adds, one at a time, the template that puts the most examples right, while there is one
-// and its class may have more.
-void ModelBuilder::grow(const Job& job, const BuildOptions& options,
-                        std::vector<Template>& set) const {
-  constexpr float kNone = -std::numeric_limits<float>::infinity();
-  std::vector<Standing> standings;
-  std::vector<size_t> room;
-  for (size_t c = 0; c < job.classes.size(); ++c) {
-    for (const size_t i : job.own[c]) standings.push_back({i, c, kNone, kNone});
-    room.push_back(most_of(job.own[c].size(), options));
-  }
-  std::vector<bool> used(labels_.size(), false);
-  const auto add = [&](const Template& t) {
-    for (Standing& s : standings) s = with(s, t, options.cross_subject);
-    used[t.example] = true;
-    if (room[t.class_index] > 0) --room[t.class_index];
-  };
-  for (const Template& t : set) add(t);
-
-  for (;;) {
-    std::optional<Template> best;
-    int most = 0;
-    for (size_t c = 0; c < job.classes.size(); ++c) {
-      if (room[c] == 0) continue;
-      for (const size_t j : job.own[c]) {
-        if (used[j]) continue;
-        const int gain = gain_of({j, c}, standings, options.cross_subject);
-        if (gain <= most) continue;
-        most = gain;
-        best = {j, c};
-      }
-    }
-    if (!best) return;
-    add(*best);
-    set.push_back(*best);
-  }
-}
-
-// What is swept: for each class and preference its exemplars, and the sets of templates
-// that the steps of the report are about.
-struct ModelBuilder::Sweep {
-  std::vector<double> preferences = swept_preferences();
-  std::vector<std::vector<Exemplars>> exemplars;
-  std::vector<std::vector<Template>> sets;
-};
-
-void ModelBuilder::judge(const Job& job, bool cross_subject, SweepStep step,
-                         std::vector<Template> set, Sweep& swept,
-                         BuildReport& report) const {
-  size_t examples = 0;
-  size_t right = 0;
-  for (size_t c = 0; c < job.classes.size(); ++c) {
-    examples += job.own[c].size();
-    for (const size_t i : job.own[c]) {
-      right += nearest_to(i, set, cross_subject).class_index == c ? 1 : 0;
-    }
-  }
-  step.templates = set.size();
-  step.accuracy = share(right, examples);
-  report.sweep.push_back(step);
-  swept.sets.push_back(std::move(set));
-}
-
-void ModelBuilder::judge_preferences(const Job& job, const BuildOptions& options,
-                                     Sweep& swept, BuildReport& report) const {
-  for (const std::vector<size_t>& own : job.own) {
-    swept.exemplars.push_back(sweep_exemplars(matrix_of(*similarities_, own)));
-  }
-  for (size_t p = 0; p < swept.preferences.size(); ++p) {
-    std::vector<Template> set;
-    bool few = true;
-    for (size_t c = 0; c < job.classes.size(); ++c) {
-      const std::vector<size_t>& chosen = swept.exemplars[c][p].chosen;
-      few = few && chosen.size() <= most_of(job.own[c].size(), options);
-      for (const size_t i : chosen) set.push_back({job.own[c][i], c});
-    }
-    judge(job, options.cross_subject, {swept.preferences[p], 0, 0.0, few, false, false},
-          std::move(set), swept, report);
-  }
-  // With few examples a class every set may have too many templates; then all count.
-  const bool any = std::any_of(report.sweep.begin(), report.sweep.end(),
-                               [](const SweepStep& s) { return s.in_question; });
-  for (SweepStep& step : report.sweep) step.in_question = step.in_question || !any;
-}
-
-void ModelBuilder::sweep(Job& job, const BuildOptions& options,
-                         BuildReport& report) const {
-  Sweep swept;
-  judge_preferences(job, options, swept, report);
-  // Some examples lie between clusters: the chosen set, and the best, are grown to
-  // classify them as well, and then compared with all.
-  const size_t smallest = smallest_good(report.sweep, options.tolerance);
-  const size_t best = smallest_good(report.sweep, 0.0);
-  for (const size_t start : {smallest, best}) {
-    std::vector<Template> grown = swept.sets[start];
-    grow(job, options, grown);
-    if (grown.size() == swept.sets[start].size()) continue;
-    judge(job, options.cross_subject,
-          {report.sweep[start].preference, 0, 0.0, true, false, true}, std::move(grown),
-          swept, report);
-    if (best == smallest) break;
-  }
-  SweepStep& chosen = report.sweep[smallest_good(report.sweep, options.tolerance)];
-  chosen.chosen = true;
-  job.templates = swept.sets[static_cast<size_t>(&chosen - report.sweep.data())];
-  const auto p =
-      std::find(swept.preferences.begin(), swept.preferences.end(), chosen.preference) -
-      swept.preferences.begin();
-  for (size_t c = 0; c < job.classes.size(); ++c) {
-    const Exemplars& start = swept.exemplars[c][static_cast<size_t>(p)];
-    const auto count =
-        std::count_if(job.templates.begin(), job.templates.end(),
-                      [c](const Template& t) { return t.class_index == c; });
-    const size_t more = static_cast<size_t>(count) - start.chosen.size();
-    report.classes[c].chosen_by =
-        start.how + (more > 0 ? fmt::format(", and {} for the misclassified", more) : "");
-  }
 }
 
 static std::optional<size_t> allowed_background(const BuildOptions& options) {
@@ -352,44 +391,26 @@ static std::optional<size_t> allowed_background(const BuildOptions& options) {
       std::floor(*options.false_positives_per_hour * options.background_hours));
 }
 
-ModelBuilder::Job ModelBuilder::job_of(const std::vector<bool>& taken,
-                                       bool cross_subject) const {
-  Job job;
-  for (const int label : std::set<int>(labels_.begin(), labels_.end())) {
-    std::vector<size_t> own = members(taken, label);
-    if (label < 0 || own.empty()) continue;
-    job.classes.push_back(label);
-    job.own.push_back(std::move(own));
-  }
-  if (job.classes.empty()) throw UsageError("there is no example of any gesture");
-  job.background = members(taken, -1);
-  if (cross_subject) check_subjects(job);
-  return job;
-}
-
-// The scores of examples that are classified as each class: rightly, wrongly, and
-// background's.
+// The scores of examples that are classified rightly as each class, and background's.
+// Wrong ones do not count: to reject an example instead of misclassifying it helps
+// nobody.
 struct ModelBuilder::Scores {
-  std::vector<std::vector<double>> right, wrong, background;
+  std::vector<std::vector<double>> right, background;
 };
 
-ModelBuilder::Scores ModelBuilder::scores_of(const Job& job, bool cross_subject) const {
-  const size_t classes = job.classes.size();
-  const std::vector<std::vector<double>> none(classes);
-  Scores scores = {none, none, none};
-  for (size_t c = 0; c < classes; ++c) {
+ModelBuilder::Scores ModelBuilder::scores_of(const Job& job, const Trial& trial) const {
+  const std::vector<std::vector<double>> none(job.classes.size());
+  Scores scores = {none, none};
+  for (size_t c = 0; c < job.classes.size(); ++c) {
     for (const size_t i : job.own[c]) {
-      const Nearest nearest = nearest_to(i, job.templates, cross_subject);
-      if (nearest.class_index >= classes) continue;
-      (nearest.class_index == c ? scores.right : scores.wrong)[nearest.class_index]
-          .push_back(nearest.score);
+      const Judged& judged = trial.judged[i];
+      if (judged.label == static_cast<int>(c)) scores.right[c].push_back(judged.score);
     }
   }
   for (const size_t i : job.background) {
-    const Nearest nearest = nearest_to(i, job.templates, cross_subject);
-    if (nearest.class_index < classes) {
-      scores.background[nearest.class_index].push_back(nearest.score);
-    }
+    const Judged& judged = trial.judged[i];
+    if (!judged.label) continue;
+    scores.background[static_cast<size_t>(*judged.label)].push_back(judged.score);
   }
   return scores;
 }
@@ -401,15 +422,14 @@ static size_t above(const std::vector<double>& scores, double threshold) {
 }
 
 // Thresholds by the scores, and in the report what they accept.
-std::vector<double> ModelBuilder::set_thresholds(const Job& job,
+std::vector<double> ModelBuilder::set_thresholds(const Job& job, const Trial& trial,
                                                  const BuildOptions& options,
                                                  BuildReport& report) const {
-  const Scores scores = scores_of(job, options.cross_subject);
+  const Scores scores = scores_of(job, trial);
   report.background = job.background.size();
   report.background_allowed = allowed_background(options);
-  std::vector<double> thresholds =
-      choose_thresholds(scores.right, scores.wrong, options.false_cost, scores.background,
-                        report.background_allowed.value_or(kNoLimit));
+  std::vector<double> thresholds = choose_thresholds(
+      scores.right, scores.background, options.false_cost, report.background_allowed);
   for (size_t c = 0; c < job.classes.size(); ++c) {
     // Background that came nowhere near a class allows nothing: more of it might.
     if (options.false_positives_per_hour) {
@@ -426,49 +446,92 @@ std::vector<double> ModelBuilder::set_thresholds(const Job& job,
   return thresholds;
 }
 
+void ModelBuilder::note_judged(const Job& job, const Trial& trial,
+                               const std::vector<double>& thresholds,
+                               BuildReport& report) const {
+  report.judged = trial.judged;
+  for (Judged& judged : report.judged) {
+    if (!judged.label) continue;
+    const size_t c = static_cast<size_t>(*judged.label);
+    judged.label = job.classes[c];
+    judged.accepted = judged.score > thresholds[c];
+  }
+}
+
+void ModelBuilder::note_folds(const Job& job, BuildReport& report) const {
+  report.judged_by = job.by;
+  for (const int label : job.by_one) {
+    report.notes.push_back(fmt::format(
+        "class {}: recorded by one subject or in one session alone, so its repetitions "
+        "judge each other",
+        label));
+  }
+}
+
+// A fold's models are made from fewer people, who need fewer templates than all: the
+// averages of a class grow in proportion, to the nearest number.
+ModelBuilder::Candidate ModelBuilder::for_all(const Job& job, Candidate candidate,
+                                              const BuildOptions& options) {
+  if (job.by == LeftOut::kRepetitions) return candidate;
+  const size_t rest = job.folds - 1;
+  const size_t most = options.most_templates.value_or(kMostAverages);
+  const size_t scaled = (2 * candidate.per_class * job.folds + rest) / (2 * rest);
+  candidate.per_class = std::min({scaled, most, kMostAverages});
+  return candidate;
+}
+
 Gmodel ModelBuilder::build(const std::vector<bool>& taken, const BuildOptions& options,
                            BuildReport& report) const {
   report = BuildReport();
   report.notes = notes_;
-  Job job = job_of(taken, options.cross_subject);
+  const Job job = job_of(taken, options);
+  note_folds(job, report);
   for (size_t c = 0; c < job.classes.size(); ++c) {
     report.classes.emplace_back();
     report.classes.back().label = job.classes[c];
     report.classes.back().examples = job.own[c].size();
   }
-  if (options.most_templates) {
-    choose(job, options, report);
-  } else {
-    sweep(job, options, report);
+  const std::vector<Trial> trials = try_all(job, options);
+  for (const Trial& trial : trials) {
+    const size_t all =
+        std::accumulate(trial.templates.begin(), trial.templates.end(), size_t{0});
+    report.kinds.push_back({trial.candidate.kind, trial.candidate.per_class,
+                            (all + job.folds / 2) / job.folds, accuracy_of(job, trial),
+                            false});
   }
+  const size_t chosen = choose_kind(report.kinds, options.tolerance);
+  report.kinds[chosen].chosen = true;
+  const Trial& trial = trials[chosen];
 
   Gmodel model;
   model.normalize = 1;
   model.havegravity = k_;
   model.class_labels = job.classes;
   model.nclasses = static_cast<int>(job.classes.size());
-  model.class_thresholds = set_thresholds(job, options, report);
-  for (const Template& t : job.templates) {
+  for (Fitted& t : fit(job, for_all(job, trial.candidate, options), options, report)) {
     ++report.classes[t.class_index].templates;
-    model.templates.emplace_back(job.classes[t.class_index], traces_[t.example]);
-    report.template_examples.push_back(t.example);
+    model.templates.emplace_back(job.classes[t.class_index], std::move(t.trace));
+    report.sources.push_back(t.source);
   }
   model.nTemplate = static_cast<int>(model.templates.size());
+  model.class_thresholds = set_thresholds(job, trial, options, report);
+  note_judged(job, trial, model.class_thresholds, report);
   return model;
 }
 
 Tally ModelBuilder::baseline_1nn(const std::vector<bool>& taken) const {
-  std::vector<Template> all;
-  for (size_t i = 0; i < labels_.size(); ++i) {
-    const bool used = labels_[i] >= 0 && taken[origin_[i]];
-    if (used) all.push_back({i, static_cast<size_t>(labels_[i])});
-  }
   Tally tally;
   for (size_t i = 0; i < labels_.size(); ++i) {
     if (labels_[i] < 0 || taken[origin_[i]]) continue;
+    double best = std::numeric_limits<double>::lowest();
+    int label = -1;
+    for (size_t j = 0; j < labels_.size() && labels_[j] >= 0; ++j) {
+      if (!taken[origin_[j]] || !((*similarities_)(i, j) > best)) continue;
+      best = (*similarities_)(i, j);
+      label = labels_[j];
+    }
     ++tally.examples;
-    tally.right +=
-        nearest_to(i, all, false).class_index == static_cast<size_t>(labels_[i]);
+    tally.right += label == labels_[i] ? 1 : 0;
   }
   return tally;
 }
@@ -478,8 +541,8 @@ Gmodel ModelBuilder::build(const BuildOptions& options, BuildReport& report) con
 }
 
 Gmodel build_model(const Gdata& data, const BuildOptions& options, BuildReport& report,
-                   const std::vector<std::string>& subjects) {
-  return ModelBuilder(data, options.threads, false, subjects).build(options, report);
+                   const ExampleSources& sources) {
+  return ModelBuilder(data, options.threads, false, sources).build(options, report);
 }
 
 }  // namespace wgr

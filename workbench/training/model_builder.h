@@ -7,24 +7,38 @@
 
 #include "classifier/Gdata.h"
 #include "classifier/Gmodel.h"
+#include "training/exemplar_sweep.h"
+#include "training/folds.h"
 #include "training/similarities.h"
 
 namespace wgr {
 
+// What a class's templates are.
+enum class TemplateKind {
+  kExemplars,  // some of its examples
+  kAverages,   // averages of clusters of its examples
+  kSmoothed,   // the same, smoothed
+  kAdapted,    // averages, moved to where they part the classes
+};
+
+const char* name_of(TemplateKind kind);
+
 struct BuildOptions {
-  // Templates per class, at most. Without it a sweep finds the smallest set of all
-  // classes' templates that classifies nearly as many examples right as the best.
+  // Templates per class, at most.
   std::optional<size_t> most_templates;
-  double false_cost = 3.0;  // of an accepted wrong example, in rejected right ones
-  double tolerance = 0.01;  // share of examples by which the smallest set may be worse
+  // Without it the smallest set of templates of any kind that classifies nearly as many
+  // examples right as the best, by cross-validation.
+  std::optional<TemplateKind> kind;
+  std::optional<LeftOut> judge_by;  // see divide_examples()
+  double false_cost = 3.0;   // of an accepted wrong example, in rejected right ones
+  double tolerance = 0.005;  // share of examples by which the smallest set may be worse
   double most_share = 1.0 / 3.0;  // of a class's examples that may become templates
-  bool cross_subject =
-      false;  // an example is judged by templates of other subjects alone
   // Accepted background examples an hour that are aimed at; needs the background's
   // duration. Without it a background example costs what another wrong one does.
   std::optional<double> false_positives_per_hour;
   double background_hours = 0.0;
-  unsigned threads = 0;  // 0: one for each processor
+  unsigned threads = 0;   // 0: one for each processor
+  bool progress = false;  // of the comparison, on standard error
 };
 
 struct ClassReport {
@@ -38,24 +52,43 @@ struct ClassReport {
   size_t rejected = 0;       // own examples that are classified right but rejected
 };
 
-struct SweepStep {
-  double preference = 0.0;
-  size_t templates = 0;
-  double accuracy = 0.0;     // share of examples classified right, leaving one out
-  bool in_question = false;  // no class has too many templates
+// A kind of templates, tried by cross-validation.
+struct KindStep {
+  TemplateKind kind = TemplateKind::kExemplars;
+  size_t per_class = 0;   // of averages, at most; 0: by the sweep of exemplars
+  size_t templates = 0;   // of a model, on average over the folds
+  double accuracy = 0.0;  // share of examples classified right that were left out
   bool chosen = false;
-  bool grown = false;  // by templates for examples that were misclassified
+};
+
+// Of the kinds whose accuracy is within the tolerance of the best, the one with the
+// fewest templates; of as few, the most accurate, and of these the first.
+size_t choose_kind(const std::vector<KindStep>& kinds, double tolerance);
+
+// An example, classified by templates that were made without it and its group.
+struct Judged {
+  std::optional<int> label;  // of the nearest template; none: there is none
+  double score = 0.0;
+  bool accepted = false;
+};
+
+// What a template was made from.
+struct TemplateSource {
+  size_t example = 0;   // its own, or the one that its cluster started from
+  size_t examples = 1;  // of its cluster
 };
 
 struct BuildReport {
   std::vector<ClassReport> classes;
-  std::vector<SweepStep> sweep;    // empty with most_templates
+  LeftOut judged_by = LeftOut::kRepetitions;
+  std::vector<KindStep> kinds;
+  std::vector<SweepStep> sweep;    // of exemplars, where they were chosen by it
   std::vector<std::string> notes;  // fallbacks and thinned examples
   size_t background = 0;           // examples
   size_t background_accepted = 0;  // of them, classified as a gesture
   std::optional<size_t> background_allowed;
-  std::vector<size_t>
-      template_examples;  // of each template of the model, its ModelBuilder's
+  std::vector<TemplateSource> sources;  // of each template; its ModelBuilder's examples
+  std::vector<Judged> judged;           // each of its ModelBuilder's examples
 
   size_t examples() const;
   size_t classified_right() const;
@@ -63,13 +96,12 @@ struct BuildReport {
   size_t templates() const;
 };
 
-// A example is compared with every template but itself. Labels below 0 are background.
-// Gravity is used when the examples have it; traces are normalised. `subjects` says whose
-// each example is, where that is known. Throws UsageError when there is nothing to build
-// a model from, for labels that cannot be reported, and for cross_subject without
-// subjects.
+// Labels below 0 are background. Gravity is used when the examples have it; traces are
+// normalised. `sources` says whose each example is, where that is known. Throws
+// UsageError when there is nothing to build a model from, for labels that cannot be
+// reported, and for a `judge_by` that is not known.
 Gmodel build_model(const Gdata& data, const BuildOptions& options, BuildReport& report,
-                   const std::vector<std::string>& subjects = {});
+                   const ExampleSources& sources = {});
 
 struct Tally {
   size_t examples = 0;
@@ -81,15 +113,12 @@ class ModelBuilder {
  public:
   // Throws as build_model() does. `quiet`: without progress.
   ModelBuilder(const Gdata& data, unsigned threads, bool quiet = false,
-               const std::vector<std::string>& subjects = {});
+               const ExampleSources& sources = {});
 
   // The model of those examples of the data for which `taken` is true.
   Gmodel build(const std::vector<bool>& taken, const BuildOptions& options,
                BuildReport& report) const;
   Gmodel build(const BuildOptions& options, BuildReport& report) const;
-
-  // Whether the one judges the other; background is judged by all templates.
-  bool judges(size_t as_template, size_t example, bool cross_subject) const;
 
   // How many of the gestures' examples that are not taken are classified right when all
   // that are taken are templates: what templates chosen among them are to be compared
@@ -102,40 +131,47 @@ class ModelBuilder {
   const std::vector<size_t>& origin() const { return origin_; }  // index in the data
 
  private:
-  struct Template;
-  struct Nearest;
   struct Job;
-  struct Standing;
-  struct Sweep;
+  struct Fitted;
+  struct Candidate;
+  struct Trial;
   struct Scores;
 
   Points made_ready(const Gsample& example, const std::string& name);
   std::vector<size_t> members(const std::vector<bool>& taken, int label) const;
-  void check_subjects(const Job& job) const;
-  Nearest nearest_to(size_t example, const std::vector<Template>& templates,
-                     bool cross_subject) const;
-  void choose(Job& job, const BuildOptions& options, BuildReport& report) const;
-  Standing with(Standing s, const Template& t, bool cross_subject) const;
-  int gain_of(const Template& t, const std::vector<Standing>& standings,
-              bool cross_subject) const;
-  void grow(const Job& job, const BuildOptions& options,
-            std::vector<Template>& set) const;
-  void judge(const Job& job, bool cross_subject, SweepStep step,
-             std::vector<Template> set, Sweep& swept, BuildReport& report) const;
-  void judge_preferences(const Job& job, const BuildOptions& options, Sweep& swept,
-                         BuildReport& report) const;
-  void sweep(Job& job, const BuildOptions& options, BuildReport& report) const;
-  Job job_of(const std::vector<bool>& taken, bool cross_subject) const;
-  Scores scores_of(const Job& job, bool cross_subject) const;
-  std::vector<double> set_thresholds(const Job& job, const BuildOptions& options,
+  Job job_of(const std::vector<bool>& taken, const BuildOptions& options) const;
+  Job without_fold(const Job& job, size_t fold) const;
+
+  std::vector<Candidate> candidates(const Job& job, const BuildOptions& options) const;
+  std::vector<Fitted> fit_exemplars(const Job& job, const BuildOptions& options,
+                                    BuildReport& report) const;
+  std::vector<Fitted> fit_averages(const Job& job, size_t per_class,
+                                   const BuildOptions& options) const;
+  std::vector<Fitted> finished(const Job& job, TemplateKind kind,
+                               std::vector<Fitted> averages) const;
+  static Candidate for_all(const Job& job, Candidate candidate,
+                           const BuildOptions& options);
+  void adapt(const Job& job, std::vector<Fitted>& fitted) const;
+  std::vector<Fitted> fit(const Job& job, const Candidate& candidate,
+                          const BuildOptions& options, BuildReport& report) const;
+  void judge_left_out(const Job& job, size_t fold, const std::vector<Fitted>& templates,
+                      Trial& trial) const;
+  std::vector<Trial> try_all(const Job& job, const BuildOptions& options) const;
+  double accuracy_of(const Job& job, const Trial& trial) const;
+  void note_folds(const Job& job, BuildReport& report) const;
+  Scores scores_of(const Job& job, const Trial& trial) const;
+  std::vector<double> set_thresholds(const Job& job, const Trial& trial,
+                                     const BuildOptions& options,
                                      BuildReport& report) const;
+  void note_judged(const Job& job, const Trial& trial,
+                   const std::vector<double>& thresholds, BuildReport& report) const;
 
   int k_;
   // Gestures first, so that the similarities need columns for them alone.
   std::vector<size_t> origin_;  // index in the data
   std::vector<int> labels_;
-  std::vector<std::string> subjects_;  // empty when not known
-  std::vector<Points> traces_;         // normalised
+  ExampleSources sources_;      // each empty when not known
+  std::vector<Points> traces_;  // normalised
   std::vector<std::string> notes_;
   std::optional<Similarities> similarities_;
 };

@@ -37,21 +37,45 @@ std::string manifest_path(const std::string& model) {
   return beside(model, ".model.json");
 }
 
-static std::string text_of(const std::vector<SweepStep>& sweep,
-                           const BuildOptions& options, const std::string& left_out) {
+const char* left_out_text(LeftOut by) {
+  switch (by) {
+    case LeftOut::kSubjects:
+      return "leaving subjects out";
+    case LeftOut::kSessions:
+      return "leaving sessions out";
+    default:
+      return "leaving repetitions out";
+  }
+}
+
+static std::string text_of(const std::vector<SweepStep>& sweep) {
   if (sweep.empty()) return "";
-  std::string text = fmt::format("preference  templates  right, {}\n", left_out);
+  std::string text = "exemplars: preference  templates  right\n";
   for (const SweepStep& step : sweep) {
-    text += fmt::format("{:10.2f}  {:9}  {:6.1f} %{}{}\n", step.preference,
+    text += fmt::format("{:21.2f}  {:9}  {:6.1f} %{}{}\n", step.preference,
                         step.templates, 100.0 * step.accuracy,
                         step.grown ? "  with more for the misclassified" : "",
                         step.chosen         ? "  <- chosen"
                         : !step.in_question ? "  too many"
                                             : "");
   }
+  return text;
+}
+
+static std::string text_of(const std::vector<KindStep>& kinds,
+                           const BuildOptions& options, LeftOut by) {
+  std::string text = fmt::format("{:28}  templates  right, {}\n", "kind of templates",
+                                 left_out_text(by));
+  for (const KindStep& step : kinds) {
+    const std::string name =
+        name_of(step.kind) +
+        (step.per_class > 0 ? fmt::format(", {} a class", step.per_class) : "");
+    text += fmt::format("{:28}  {:9}  {:6.1f} %{}\n", name, step.templates,
+                        100.0 * step.accuracy, step.chosen ? "  <- chosen" : "");
+  }
   return text + fmt::format(
-                    "the smallest set within {} of the best, with at most {} of "
-                    "each class's examples\n",
+                    "the fewest templates within {} of the best, with at most {} of each "
+                    "class's examples\n",
                     percent(options.tolerance), percent(options.most_share));
 }
 
@@ -88,9 +112,9 @@ static std::string false_positives_text(const BuildReport& report,
 
 std::string report_text(const BuildReport& report, const BuildOptions& options,
                         const Provenance& provenance) {
-  const std::string left_out =
-      options.cross_subject ? "leaving each one's own examples out" : "leaving one out";
-  std::string text = text_of(report.sweep, options, left_out);
+  const std::string left_out = left_out_text(report.judged_by);
+  std::string text =
+      text_of(report.kinds, options, report.judged_by) + text_of(report.sweep);
   for (const ClassReport& c : report.classes) text += text_of(c, provenance);
   if (report.background == 0) {
     text +=
@@ -124,7 +148,7 @@ nlohmann::ordered_json manifest(const BuildReport& report, const BuildOptions& o
     build["tolerance"] = options.tolerance;
   }
   build["share"] = rounded(options.most_share);
-  build["judged_by"] = options.cross_subject ? "other subjects" : "other examples";
+  build["judged_by"] = left_out_text(report.judged_by);
   if (options.false_positives_per_hour)
     build["false_positives_per_hour"] = *options.false_positives_per_hour;
   build["background_hours"] = rounded(options.background_hours);

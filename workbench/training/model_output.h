@@ -23,6 +23,9 @@ Gmodel as_read_back(const Gmodel& model);
 std::string report_path(const std::string& model);
 std::string manifest_path(const std::string& model);
 
+// "leaving subjects out" and so on.
+const char* left_out_text(LeftOut by);
+
 std::string report_text(const BuildReport& report, const BuildOptions& options,
                         const Provenance& provenance);
 

@@ -1,13 +1,12 @@
 #include "training/similarities.h"
 
 #include <algorithm>
-#include <atomic>
 #include <limits>
-#include <thread>
 
 #include "base/progress.h"
 #include "base/text.h"
 #include "dtw/similarity_matrix.h"
+#include "training/parallel.h"
 
 namespace wgr {
 
@@ -48,27 +47,20 @@ Similarities::Similarities(const std::vector<Points>& traces, size_t columns, in
   const size_t width = BatchedDtw::width();
   const size_t groups = (line.order.size() - line.columns_begin + width - 1) / width;
   Progress progress(fmt::format("comparing {} examples", traces.size()), groups);
-  if (threads == 0) threads = std::max(1u, std::thread::hardware_concurrency());
 
   // Groups are handed out one by one, the costly ones first: which thread scores a group
   // changes nothing in it.
-  std::atomic<size_t> handed_out = 0;
-  const auto work = [&] {
-    BatchedDtw lanes;
-    const auto put = [&](size_t i, size_t j, float score) {
-      if (j < columns) scores_[i * columns + j] = score;
-    };
-    for (size_t taken = handed_out++; taken < groups; taken = handed_out++) {
-      const size_t first = line.columns_begin + (groups - 1 - taken) * width;
+  share_out(groups, threads, [&] {
+    return [&, lanes = BatchedDtw()](size_t group) mutable {
+      const size_t first = line.columns_begin + (groups - 1 - group) * width;
       const size_t end = std::min(first + width, line.order.size());
+      const auto put = [&](size_t i, size_t j, float score) {
+        if (j < columns) scores_[i * columns + j] = score;
+      };
       score_group(traces, k, line.order, first, end, lanes, put);
       if (!quiet) progress.add(1);
-    }
-  };
-  std::vector<std::thread> helpers;
-  for (unsigned i = 1; i < threads; ++i) helpers.emplace_back(work);
-  work();
-  for (std::thread& helper : helpers) helper.join();
+    };
+  });
 }
 
 }  // namespace wgr

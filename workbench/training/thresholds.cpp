@@ -1,6 +1,7 @@
 #include "training/thresholds.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace wgr {
 
@@ -22,12 +23,10 @@ struct Scored {
 }  // namespace
 
 double choose_threshold(std::vector<double> right, std::vector<double> wrong,
-                        double false_cost, const std::vector<double>& background,
-                        double background_cost) {
+                        double false_cost) {
   std::vector<Scored> scores;
   for (const double s : right) scores.push_back({s, -1.0});
   for (const double s : wrong) scores.push_back({s, false_cost});
-  for (const double s : background) scores.push_back({s, background_cost});
   if (scores.empty()) return lower(0.0);
   std::sort(scores.begin(), scores.end(),
             [](const Scored& a, const Scored& b) { return a.score < b.score; });
@@ -53,36 +52,97 @@ double choose_threshold(std::vector<double> right, std::vector<double> wrong,
   return best_threshold;
 }
 
-std::vector<double> choose_thresholds(const std::vector<std::vector<double>>& right,
-                                      const std::vector<std::vector<double>>& wrong,
-                                      double false_cost,
-                                      const std::vector<std::vector<double>>& background,
-                                      size_t allowed) {
-  std::vector<double> thresholds(right.size());
-  const bool any_background =
-      std::any_of(background.begin(), background.end(),
-                  [](const std::vector<double>& scores) { return !scores.empty(); });
-  if (!any_background) {
-    // Nothing is known of what must be rejected; to reject an example instead of
-    // misclassifying it helps nobody.
-    for (size_t c = 0; c < right.size(); ++c) {
-      thresholds[c] = choose_threshold(right[c], {}, false_cost);
-    }
-    return thresholds;
+static size_t above(const std::vector<double>& scores, double threshold) {
+  return static_cast<size_t>(
+      std::count_if(scores.begin(), scores.end(),
+                    [threshold](double score) { return score > threshold; }));
+}
+
+namespace {
+
+// A lower threshold of a class, and what it accepts besides.
+struct Lowering {
+  size_t class_index = 0;
+  double threshold = 0.0;
+  size_t right = 0;
+  size_t background = 0;
+
+  // More right ones for each background example; of equal ones the fewest of these.
+  bool better_than(const Lowering& other) const {
+    const size_t here = right * other.background;
+    const size_t there = other.right * background;
+    if (here != there) return here > there;
+    return background < other.background;
   }
+};
+
+}  // namespace
+
+// The middle between a score that is to be accepted and the next below it.
+static double below(double score, const std::vector<double>& right,
+                    const std::vector<double>& background) {
+  double next = lower(score);
+  for (const std::vector<double>* scores : {&right, &background}) {
+    for (const double s : *scores) {
+      if (s < score) next = std::max(next, s);
+    }
+  }
+  return 0.5 * (score + next);
+}
+
+// The best lowering of a class that accepts no more than `spare` background examples
+// besides.
+static std::optional<Lowering> lowering_of(size_t class_index, double threshold,
+                                           const std::vector<double>& right,
+                                           const std::vector<double>& background,
+                                           size_t spare) {
+  std::optional<Lowering> best;
+  const size_t right_now = above(right, threshold);
+  const size_t background_now = above(background, threshold);
+  for (const double score : right) {
+    if (score > threshold) continue;
+    Lowering to = {class_index, below(score, right, background), 0, 0};
+    if (!(to.threshold < threshold)) continue;
+    to.right = above(right, to.threshold) - right_now;
+    to.background = above(background, to.threshold) - background_now;
+    if (to.background > spare) continue;
+    if (!best || to.better_than(*best)) best = to;
+  }
+  return best;
+}
+
+static void use_up(const std::vector<std::vector<double>>& right,
+                   const std::vector<std::vector<double>>& background, size_t spare,
+                   std::vector<double>& thresholds) {
+  for (;;) {
+    std::optional<Lowering> best;
+    for (size_t c = 0; c < right.size(); ++c) {
+      const std::optional<Lowering> found =
+          lowering_of(c, thresholds[c], right[c], background[c], spare);
+      if (found && (!best || found->better_than(*best))) best = found;
+    }
+    if (!best) return;
+    thresholds[best->class_index] = best->threshold;
+    spare -= best->background;
+  }
+}
+
+std::vector<double> choose_thresholds(const std::vector<std::vector<double>>& right,
+                                      const std::vector<std::vector<double>>& background,
+                                      double false_cost, std::optional<size_t> allowed) {
+  std::vector<double> thresholds(right.size());
   for (double cost = false_cost;; cost *= 2.0) {
     size_t accepted = 0;
     for (size_t c = 0; c < right.size(); ++c) {
-      const double t =
-          choose_threshold(right[c], wrong[c], false_cost, background[c], cost);
-      thresholds[c] = t;
-      accepted +=
-          static_cast<size_t>(std::count_if(background[c].begin(), background[c].end(),
-                                            [t](double score) { return score > t; }));
+      thresholds[c] = choose_threshold(right[c], background[c], cost);
+      accepted += above(background[c], thresholds[c]);
     }
-    if (accepted <= allowed || cost > kMostBackgroundCost) break;
+    if (allowed && accepted > *allowed && cost <= kMostBackgroundCost) continue;
+    if (allowed && accepted <= *allowed) {
+      use_up(right, background, *allowed - accepted, thresholds);
+    }
+    return thresholds;
   }
-  return thresholds;
 }
 
 }  // namespace wgr

@@ -22,23 +22,22 @@ static json evaluate(const std::string& arguments) {
 }
 
 // 280 of the 300 repetitions are kept: gestures that mostly turn are weak in
-// acceleration. The 1-NN baseline sets the limit: with other people's repetitions as
-// templates 90 %.
+// acceleration. With all of the others' repetitions as templates 90 % are right; averages
+// adapted to part the classes come as far with a tenth of them.
 TEST(RecordedSets, PhoneInTheHandOfPeopleWhoAreNotInTheModel) {
   if (!at_hand("uhh_imu")) GTEST_SKIP() << "../shared/data/uhh_imu is not at hand";
-  const json figures =
-      evaluate(kData +
-               "uhh_imu --leave-out subject --cross-subject --no-gravity "
-               "--use-annotations --min-length 10");
+  const json figures = evaluate(kData +
+                                "uhh_imu --leave-out subject --no-gravity "
+                                "--use-annotations --min-length 10");
   EXPECT_EQ(figures["repetitions"], 300);
   EXPECT_EQ(figures["kept"], 280);
   EXPECT_EQ(figures["misses"]["too weak"], 19);
   EXPECT_EQ(figures["misses"]["starts fast"], 1);
-  EXPECT_EQ(figures["right"], 242);
-  EXPECT_GE(figures["classified_right"], 0.86);
+  EXPECT_GE(figures["right"], 249);
+  EXPECT_GE(figures["classified_right"], 0.89);
   EXPECT_GE(figures["baseline_1nn"], 0.90);
   for (const json& fold : figures["folds"]) {
-    EXPECT_LE(3 * fold["templates"].get<int>(), fold["examples"].get<int>());
+    EXPECT_LE(fold["templates"], 20);
   }
 }
 
@@ -48,7 +47,9 @@ TEST(RecordedSets, WandWithoutItsAttitude) {
   }
   if (!enough_cases()) GTEST_SKIP() << "takes too long where every step is slow";
   const json figures = evaluate(
-      kData + "wand_nano33 --leave-out repetition --no-attitude --share 1 --tolerance 0");
+      kData +
+      "wand_nano33 --leave-out repetition --no-attitude --kind exemplars --share 1 "
+      "--tolerance 0");
   EXPECT_EQ(figures["repetitions"], 125);
   EXPECT_EQ(figures["kept"], 123);
   EXPECT_EQ(figures["misses"]["starts fast"], 2);
@@ -62,7 +63,8 @@ TEST(RecordedSets, BoardInTheHand) {
   }
   if (!enough_cases()) GTEST_SKIP() << "takes too long where every step is slow";
   const json figures = evaluate(
-      kData + "nano_gestures --leave-out repetition --folds 4 --share 1 --tolerance 0");
+      kData +
+      "nano_gestures --leave-out repetition --folds 4 --kind adapted --templates 2");
   EXPECT_EQ(figures["repetitions"], 265);
   EXPECT_EQ(figures["kept"], 228);
   EXPECT_EQ(figures["misses"]["starts fast"], 30);

@@ -4,7 +4,7 @@
 
 #include "classifier/HGR.h"
 #include "dtw/similarity.h"
-#include "explanation/warping_path.h"
+#include "warping/warping_path.h"
 #include "support/cases.h"
 #include "support/random_points.h"
 #include "support/same_bits.h"

@@ -17,15 +17,28 @@ void add_build_options(CLI::App& command, BuildOptions& options) {
       .add_option("--tolerance", options.tolerance,
                   "By how much accuracy the smallest set may be\nworse than the best")
       ->transform(within(number_from(0, 1)))
-      ->option_text("SHARE (0.01)");
+      ->option_text("SHARE (0.005)");
   command
       .add_option("--share", options.most_share,
                   "Of a class's examples, how many may be templates")
       ->transform(within(number_from(0, 1)))
       ->option_text("SHARE (0.33)");
-  command.add_flag("--cross-subject", options.cross_subject,
-                   "Compare every example with templates of other\nsubjects, for wearers "
-                   "who recorded nothing");
+  command
+      .add_option("--kind", options.kind,
+                  "Kind of templates; otherwise the best by cross-\nvalidation")
+      ->transform(one_of<TemplateKind>({{"exemplars", TemplateKind::kExemplars},
+                                        {"averages", TemplateKind::kAverages},
+                                        {"smoothed", TemplateKind::kSmoothed},
+                                        {"adapted", TemplateKind::kAdapted}}))
+      ->option_text("exemplars|averages|smoothed|adapted");
+  command
+      .add_option("--judge-by", options.judge_by,
+                  "What is left out to judge templates and to set\nthresholds; otherwise "
+                  "subjects where two are known,\nor else sessions, or else repetitions")
+      ->transform(one_of<LeftOut>({{"subject", LeftOut::kSubjects},
+                                   {"session", LeftOut::kSessions},
+                                   {"repetition", LeftOut::kRepetitions}}))
+      ->option_text("subject|session|repetition");
   command
       .add_option("--false-cost", options.false_cost,
                   "What an accepted wrong example costs, in rejected\nright ones")

@@ -8,7 +8,7 @@
 
 namespace wgr {
 
-// Adds --templates, --tolerance, --share, --cross-subject, --false-cost,
+// Adds --templates, --tolerance, --share, --kind, --judge-by, --false-cost,
 // --false-positives-per-hour and --threads.
 void add_build_options(CLI::App& command, BuildOptions& options);
 

@@ -25,12 +25,12 @@ namespace wgr {
 
 static constexpr char kFooter[] =
     R"(INPUT is a training file (see wgr segment) or a folder of recordings, segmented first.
-Affinity propagation picks each class's templates. A sweep over its preference finds the
-smallest set of templates whose accuracy, every example compared with all templates but
-itself, is within --tolerance of the best; no class gets more templates than a third of its
-examples (--share). For wearers who recorded nothing, --cross-subject compares every example
-with the templates of other subjects alone. Where affinity propagation does not converge
-it is tried with more damping; then templates are picked one by one. Each class's
+Four kinds of templates are compared by cross-validation: exemplars, averages by dynamic time
+warping of 1 to 5 clusters a class, the same smoothed, and averages adapted to part the
+classes. Chosen are the fewest templates whose accuracy is within --tolerance of the best.
+Subjects are left out where two are known, or else sessions, or else repetitions
+(--judge-by); no class gets more templates than a third of its examples (--share).
+Each class's
 threshold comes from the scores of right, wrong and background examples; with
 --false-positives-per-hour no more background is accepted than that many motions in its
 duration, and no threshold lies lower than it would without background.
@@ -127,8 +127,10 @@ static void build_one(const Arguments& given, const Job& job, OutputFiles& files
         "(--background), or --background-hours for a training file");
   }
 
+  options.progress = true;
   BuildReport report;
-  const ModelBuilder builder(data, options.threads, false, provenance.subjects);
+  const ModelBuilder builder(data, options.threads, false,
+                             {provenance.subjects, provenance.sessions});
   const Gmodel model = builder.build(options, report);
   require_faultless_model(model, report, input);
   const std::string text = report_text(report, options, provenance);

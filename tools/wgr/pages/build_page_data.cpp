@@ -2,6 +2,7 @@
 
 #include "base/text.h"
 #include "pages/page_data.h"
+#include "training/model_output.h"
 
 namespace wgr {
 
@@ -24,21 +25,25 @@ static std::string name_of_example(size_t index, const std::vector<std::string>&
   return index < names.size() ? names[index] : fmt::format("example {}", index + 1);
 }
 
+// The example beside the nearest template of its outcome, though others judged it.
 static void judge(const Gmodel& model, const std::vector<Exemplar>& exemplars,
-                  const std::vector<size_t>& met, PageExample& example) {
+                  const Judged& judged, PageExample& example) {
+  std::vector<size_t> met;
+  for (size_t t = 0; t < exemplars.size(); ++t) {
+    if (judged.label && exemplars[t].label == *judged.label) met.push_back(t);
+  }
   find_likeness(exemplars, met, model.havegravity, example);
   if (!example.best) {
     example.outcome = kOutcomeNotDetected;
     example.why = "there is no other template to compare it with";
     return;
   }
-  const int nearest = exemplars[example.best->exemplar].label;
+  example.best->score = judged.score;
   const auto at =
-      std::find(model.class_labels.begin(), model.class_labels.end(), nearest);
+      std::find(model.class_labels.begin(), model.class_labels.end(), *judged.label);
   const auto c = static_cast<size_t>(at - model.class_labels.begin());
   example.threshold = model.class_thresholds[c];
-  const bool accepted = example.best->score > *example.threshold;
-  example.outcome = accepted ? std::to_string(nearest) : kOutcomeRejected;
+  example.outcome = judged.accepted ? std::to_string(*judged.label) : kOutcomeRejected;
 }
 
 static void measure(const BuildReport& report, const BuildOptions& options,
@@ -58,34 +63,23 @@ static void measure(const BuildReport& report, const BuildOptions& options,
     page_data.measured.emplace_back("background",
                                     fmt::format("{:.2f} h", options.background_hours));
   }
-  for (const SweepStep& step : report.sweep) {
+  for (const KindStep& step : report.kinds) {
     page_data.sweep.push_back({{"templates", step.templates},
                                {"accuracy", step.accuracy},
-                               {"in_question", step.in_question},
+                               {"in_question", true},
                                {"chosen", step.chosen}});
   }
 }
 
-// An example compared with the templates that may judge it.
 static PageExample example_of(size_t index, const ModelBuilder& builder,
                               const Gmodel& model, const BuildReport& report,
-                              bool cross_subject, const std::vector<std::string>& names,
+                              const std::vector<std::string>& names,
                               const std::vector<Exemplar>& exemplars) {
   PageExample example;
   example.name = name_of_example(builder.origin()[index], names);
   example.label = builder.labels()[index];
   example.trace = builder.traces()[index];
-  std::vector<size_t> met;
-  for (size_t t = 0; t < report.template_examples.size(); ++t) {
-    if (builder.judges(report.template_examples[t], index, cross_subject)) {
-      met.push_back(t);
-    }
-  }
-  if (met.size() < report.template_examples.size()) {
-    example.why = cross_subject ? "it met the templates of other subjects"
-                                : "it is a template itself, and met the others";
-  }
-  judge(model, exemplars, met, example);
+  judge(model, exemplars, report.judged[index], example);
   return example;
 }
 
@@ -99,23 +93,26 @@ PageData page_data_of_build(const ModelBuilder& builder, const Gmodel& model,
   page_data.facts = {
       fmt::format("{} examples of {} classes and {} of background.", report.examples(),
                   report.classes.size(), report.background),
-      options.cross_subject
-          ? "Each was compared with the templates of other subjects alone."
-          : "Each was compared with all templates but itself, so that what a template is "
-            "like does not count for it."};
+      fmt::format("Each was classified by templates that were made without it, {}; it is "
+                  "drawn beside the model's.",
+                  left_out_text(report.judged_by))};
   for (const std::string& note : report.notes) page_data.facts.push_back(note + ".");
   for (const ClassReport& c : report.classes) {
     page_data.classes.push_back({c.label, {c.threshold}, c.chosen_by});
   }
 
   for (size_t i = 0; i < model.templates.size(); ++i) {
-    const size_t index = report.template_examples[i];
-    page_data.exemplars.push_back({name_of_example(builder.origin()[index], names),
-                                   model.templates[i].first, model.templates[i].second});
+    const TemplateSource& source = report.sources[i];
+    const std::string name = name_of_example(builder.origin()[source.example], names);
+    page_data.exemplars.push_back(
+        {source.examples > 1
+             ? fmt::format("average of {} around {}", source.examples, name)
+             : name,
+         model.templates[i].first, model.templates[i].second});
   }
   for (size_t i = 0; i < builder.traces().size(); ++i) {
-    page_data.examples.push_back(example_of(
-        i, builder, model, report, options.cross_subject, names, page_data.exemplars));
+    page_data.examples.push_back(
+        example_of(i, builder, model, report, names, page_data.exemplars));
   }
   measure(report, options, page_data);
   return page_data;
