@@ -72,7 +72,7 @@ class GestureClassifier(ClassifierMixin, _Traces):
         *,
         templates: int | None = None,
         false_cost: float = 3.0,
-        tolerance: float = 0.01,
+        tolerance: float = 0.005,
         share: float = 1.0 / 3.0,
         false_positives_per_hour: float | None = None,
         background_hours: float = 0.0,

@@ -322,6 +322,27 @@ void ModelBuilder::judge_left_out(const Job& job, size_t fold,
   trial.templates[fold] = templates.size();
 }
 
+// Exemplars that are asked for are judged as they are: every example is classified by all
+// that are not of its own group.
+void ModelBuilder::judge_by_others(const Job& job, const std::vector<Fitted>& exemplars,
+                                   Trial& trial) const {
+  const auto judge = [&](size_t i, bool gesture) {
+    Judged judged = {std::nullopt, std::numeric_limits<double>::lowest(), false};
+    for (const Fitted& t : exemplars) {
+      if (gesture && job.group[t.source.example] == job.group[i]) continue;
+      const double score = (*similarities_)(i, t.source.example);
+      if (!(score > judged.score)) continue;
+      judged.score = score;
+      judged.label = static_cast<int>(t.class_index);
+    }
+    trial.judged[i] = judged;
+  };
+  for (const std::vector<size_t>& own : job.own) {
+    for (const size_t i : own) judge(i, true);
+  }
+  for (const size_t i : job.background) judge(i, false);
+}
+
 std::vector<ModelBuilder::Trial> ModelBuilder::try_all(
     const Job& job, const BuildOptions& options) const {
   std::vector<Trial> trials;
@@ -501,16 +522,19 @@ Gmodel ModelBuilder::build(const std::vector<bool>& taken, const BuildOptions& o
   }
   const size_t chosen = choose_kind(report.kinds, options.tolerance);
   report.kinds[chosen].chosen = true;
-  const Trial& trial = trials[chosen];
+  Trial trial = trials[chosen];
+  const std::vector<Fitted> fitted =
+      fit(job, for_all(job, trial.candidate, options), options, report);
+  if (options.kind == TemplateKind::kExemplars) judge_by_others(job, fitted, trial);
 
   Gmodel model;
   model.normalize = 1;
   model.havegravity = k_;
   model.class_labels = job.classes;
   model.nclasses = static_cast<int>(job.classes.size());
-  for (Fitted& t : fit(job, for_all(job, trial.candidate, options), options, report)) {
+  for (const Fitted& t : fitted) {
     ++report.classes[t.class_index].templates;
-    model.templates.emplace_back(job.classes[t.class_index], std::move(t.trace));
+    model.templates.emplace_back(job.classes[t.class_index], t.trace);
     report.sources.push_back(t.source);
   }
   model.nTemplate = static_cast<int>(model.templates.size());

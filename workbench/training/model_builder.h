@@ -156,6 +156,8 @@ class ModelBuilder {
                           const BuildOptions& options, BuildReport& report) const;
   void judge_left_out(const Job& job, size_t fold, const std::vector<Fitted>& templates,
                       Trial& trial) const;
+  void judge_by_others(const Job& job, const std::vector<Fitted>& exemplars,
+                       Trial& trial) const;
   std::vector<Trial> try_all(const Job& job, const BuildOptions& options) const;
   double accuracy_of(const Job& job, const Trial& trial) const;
   void note_folds(const Job& job, BuildReport& report) const;

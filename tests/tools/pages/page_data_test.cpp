@@ -20,7 +20,7 @@ using ::testing::Not;
 using ::testing::StartsWith;
 
 // Three classes of noise around a shape of their own, so that some samples are
-// misclassified and some are rejected, and background that is like none.
+// misclassified, and background that is like the first class, so that some are rejected.
 static Gdata noisy_examples() {
   RandomPoints random(3);
   Gdata data;
@@ -28,9 +28,9 @@ static Gdata noisy_examples() {
   for (int i = 0; i < 60; ++i) {
     const int label = i % 4 == 3 ? -1 : i % 4;
     Points trace = random.trace(30, RandomPoints::Kind::kGaussian);
-    for (size_t k = 0; label >= 0 && k < trace.size(); ++k) {
-      trace[k].x += label == 0 ? 1.0 : -0.5 * label;
-      trace[k].y += k < 15 ? 0.8 * label : -0.8 * label;
+    for (size_t k = 0; k < trace.size(); ++k) {
+      trace[k].x += label <= 0 ? 1.0 : -0.5 * label;
+      if (label >= 0) trace[k].y += k < 15 ? 0.8 * label : -0.8 * label;
     }
     trace.push_back({0.0, 0.0, 10.0});
     data.samples.push_back({label, trace});
