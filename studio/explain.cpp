@@ -37,7 +37,8 @@ HostRunOptions host_of(const Json& request) {
   host.model = std::make_shared<const Gmodel>(read_useful_model(model_path(request)));
   host.rate = given(request, "rate", kAssumedRate);
   host.rest_window = given(request, "restWindow", -1);
-  if (const int level = given(request, "sensitivity", kHighestRate); level < kHighestRate) {
+  if (const int level = given(request, "sensitivity", kHighestRate);
+      level < kHighestRate) {
     host.sensitivity = level;
   }
   return host;
@@ -75,8 +76,8 @@ static std::string command_of(const Json& request) {
     command += fmt::format(" --models {} --wearer {} --mode {}", kModels,
                            given(request, "wearer", 0), given(request, "mode", 1));
   }
-  for (const auto& [field, option] : {std::pair("sensitivity", "sensitivity"),
-                                      std::pair("rate", "sample-rate")}) {
+  for (const auto& [field, option] :
+       {std::pair("sensitivity", "sensitivity"), std::pair("rate", "sample-rate")}) {
     if (request.contains(field)) {
       command += fmt::format(" --{} {}", option, request[field].get<int>());
     }
@@ -92,12 +93,12 @@ Json explain_request(const Json& request) {
   e.recording = request.at("recording");
   e.model_file = model_path(request);
   e.for_page = request.contains("page");
-  if (request.contains("expect")) e.expected = read_expected(request["expect"], e.recording);
+  if (request.contains("expect"))
+    e.expected = read_expected(request["expect"], e.recording);
   HostRunOptions host = host_of(request);
   RecordingReader reader(e.recording);
   if (!request.contains("rate")) {
-    host.rate =
-        estimate_rate(reader.read_ahead(kSamplesForRate)).value_or(kAssumedRate);
+    host.rate = estimate_rate(reader.read_ahead(kSamplesForRate)).value_or(kAssumedRate);
   }
   Examiner examiner(examiner_options(request, host));
   std::string malformed;
@@ -124,10 +125,9 @@ Json explain_request(const Json& request) {
     put_file(request["json"], text);
   }
   if (request.contains("page")) {
-    put_file(request["page"],
-             explain_page(e, verdict,
-                          {"wgr " WGR_VERSION, command_of(request),
-                           sha256_of_file(e.model_file)}));
+    put_file(request["page"], explain_page(e, verdict,
+                                           {"wgr " WGR_VERSION, command_of(request),
+                                            sha256_of_file(e.model_file)}));
   }
   return answer;
 }

@@ -85,7 +85,8 @@ extern "C" int studio_sense(double t, double ax, double ay, double az, double gx
          (motions.size() > before ? kEnded : 0) | (full ? kFull : 0);
 }
 
-// The samples that the last call made: time, acceleration, angular velocity; 7 numbers each.
+// The samples that the last call made: time, acceleration, angular velocity; 7 numbers
+// each.
 extern "C" const double* studio_made() {
   static_assert(sizeof(RecordedSample) == 7 * sizeof(double));
   return live ? &live->made.data()->t : nullptr;

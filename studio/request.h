@@ -1,5 +1,5 @@
-// What the page asks of the WebAssembly, by name: JSON in, JSON out; recordings, models and
-// pages are files of its file system in memory.
+// What the page asks of the WebAssembly, by name: JSON in, JSON out; recordings, models
+// and pages are files of its file system in memory.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -12,15 +12,16 @@ namespace wgr {
 using Json = nlohmann::ordered_json;
 
 // Explains a recording: {"recording", "wearer", "mode", "model"?, "sensitivity"?,
-// "restWindow"?, "rate"?, "expect"?, "tries"?, "page"?, "json"?}. Writes the page and the JSON of
-// wgr explain where "page" and "json" say so; "tries" is false where what would have helped
-// is not to be tried.
+// "restWindow"?, "rate"?, "expect"?, "tries"?, "page"?, "json"?}. Writes the page and the
+// JSON of wgr explain where "page" and "json" say so; "tries" is false where what would
+// have helped is not to be tried.
 Json explain_request(const Json& request);
 
 // What logs can be taken for: {"profiles", "time", "acc", "gyro", "columns"}.
 Json import_choices_request();
-// Makes a recording of a log: {"files", "profile", "recording"}, the profile as wgr import
-// saves it, with what is not to be guessed. {"fault", "titles"} for a log that needs more.
+// Makes a recording of a log: {"files", "profile", "recording"}, the profile as wgr
+// import saves it, with what is not to be guessed. {"fault", "titles"} for a log that
+// needs more.
 Json import_request(const Json& request);
 
 // Starts a stream that is explained as it comes: as above, without the files.
@@ -31,8 +32,8 @@ Json motion_request();
 // What is to be said of a repetition among all that are there: {"folder", "file"}, of
 // recordings with an index; {"good", "said"}.
 Json judge_request(const Json& request);
-// Builds the model of a folder of recordings: {"folder", "background"?}. Writes taught.xml,
-// its manifest, its report, and the page of wgr build.
+// Builds the model of a folder of recordings: {"folder", "background"?}. Writes
+// taught.xml, its manifest, its report, and the page of wgr build.
 Json build_request(const Json& request);
 
 // Checks golden streams.

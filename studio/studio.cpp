@@ -48,8 +48,8 @@ static Json answer_to(const Json& request) {
 
 }  // namespace wgr
 
-// The answer to a request, {"answer"} or {"error"} with a sentence for people; valid until
-// the next call.
+// The answer to a request, {"answer"} or {"error"} with a sentence for people; valid
+// until the next call.
 extern "C" const char* studio_request(const char* text) {
   static std::string answer;
   try {

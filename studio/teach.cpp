@@ -1,4 +1,5 @@
-// Gestures of one's own: a verdict on each repetition, and the model, as `wgr build` makes it.
+// Gestures of one's own: a verdict on each repetition, and the model, as `wgr build`
+// makes it.
 #include <algorithm>
 #include <filesystem>
 #include <optional>
@@ -8,10 +9,10 @@
 #include "base/errors.h"
 #include "base/sha256.h"
 #include "base/text.h"
+#include "json/json_text.h"
 #include "pages/model_page.h"
 #include "pages/page_data.h"
 #include "request.h"
-#include "json/json_text.h"
 #include "segmentation/segmented_set.h"
 #include "training/model_builder.h"
 #include "training/model_findings.h"
@@ -21,17 +22,17 @@
 namespace wgr {
 
 static constexpr double kSecondsPerHour = 3600.0;
-static constexpr size_t kFewestAlike = 2;     // repetitions that say how alike a class is
+static constexpr size_t kFewestAlike = 2;  // repetitions that say how alike a class is
 static constexpr double kMuchLessAlike = 2.0;  // scores are 0 at best, and negative
 
 static SegmentedSet segment_folder(const Json& request) {
   SegmentationOptions options;
   options.rate = given(request, "rate", 50);
   const auto background = given<std::string>(request, "background", "");
-  return segment_set(read_recording_set(request.at("folder")),
-                     background.empty() ? std::vector<SetEntry>()
-                                        : read_background(background),
-                     options);
+  return segment_set(
+      read_recording_set(request.at("folder")),
+      background.empty() ? std::vector<SetEntry>() : read_background(background),
+      options);
 }
 
 static Gdata data_of(const SegmentedSet& set) {
@@ -45,7 +46,8 @@ static std::string word_of(int label, const Provenance& provenance) {
   return std::to_string(label);
 }
 
-// ---- one repetition ------------------------------------------------------------------------
+// ---- one repetition
+// ------------------------------------------------------------------------
 
 // What keeps it from being an example, in words; empty when nothing does.
 static std::string fault_of(const SegmentedRecording& recording, const Provenance& p) {
@@ -167,7 +169,8 @@ Json judge_request(const Json& request) {
   throw UsageError(file + ": is not in the set");
 }
 
-// ---- the model -----------------------------------------------------------------------------
+// ---- the model
+// -----------------------------------------------------------------------------
 
 Json build_request(const Json& request) {
   const SegmentedSet set = segment_folder(request);

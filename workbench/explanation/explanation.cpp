@@ -271,7 +271,8 @@ Explainer::~Explainer() = default;
 
 void Explainer::feed(const RecordedSample& sample) {
   watcher_->before();
-  feed_host(host_run_, sample, totals_, [this](const Step& step) { watcher_->after(step); });
+  feed_host(host_run_, sample, totals_,
+            [this](const Step& step) { watcher_->after(step); });
 }
 
 size_t Explainer::collecting() const {
