@@ -43,6 +43,8 @@ class Build:
     GOAL = 0.95  # share of the mutants that are killed
     library = LIBRARY
 
+    launcher = shlex.split(os.environ.get("CMAKE_CXX_COMPILER_LAUNCHER", ""))
+
     def __init__(self, root, folder, jobs):
         self.source, self.folder = folder / "source", folder / self.BUILD
         copy_tree(root, self.source)
@@ -71,7 +73,8 @@ class Build:
         """The words of the command for each object file."""
         commands = {}
         for entry in json.loads((self.folder / "compile_commands.json").read_text()):
-            words = shlex.split(entry["command"])
+            # Without the launcher, which the file leaves out, nothing would be cached.
+            words = self.launcher + shlex.split(entry["command"])
             commands[words[words.index("-o") + 1]] = words
         return commands
 
@@ -108,14 +111,16 @@ class Build:
         return self.links[target]
 
     def find_tests(self):
-        """Name, folder and command of every test that runs a program."""
+        """Name, folder below tests/ and command of every test that runs a program."""
         shown = json.loads(run(["ctest", "--show-only=json-v1"], cwd=self.folder))
         tests = []
         for test in shown["tests"]:
             program = Path(test["command"][-1])
             if program.parent == self.folder / "tests":
                 objects = [w for w in self.link(f"tests/{program.name}") if w.endswith(".o")]
-                folder = Path(objects[0]).parts[1]
+                # tests/workbench/CMakeFiles/table_test.dir/base/table_test.cpp.o
+                own = re.sub(r"CMakeFiles/[^/]+\.dir/", "", objects[0])
+                folder = str(Path(own).parent.relative_to("tests"))
                 tests.append((test["name"], folder, test["command"]))
         return tests
 
@@ -176,8 +181,9 @@ class ToolBuild(Build):
     GOAL = 0.90
     library = "libwgr_tool.so"
     MAIN = "libwgr_main.so"  # for the program alone: the tests have another main()
-    # What computes motions, pages, sentences and findings is judged by what it makes.
-    APART = ("synthesis", "golden", "explanation", "diagnosis", "pages")
+    # What computes motions, pages and sentences is judged by what it makes; captures have
+    # tests with hosts of their own.
+    APART = ("synthesis", "golden", "explanation", "pages", "capture")
 
     @property
     def covered(self):
@@ -201,19 +207,21 @@ class ToolBuild(Build):
     def files(cls, source):
         return [path for path in super().files(source) if path.suffix == ".cpp" and
                 not set(path.relative_to(source).parts) & set(cls.APART) and
-                not path.name.startswith("explanation_")]
+                not path.name.startswith(("explanation_", "capture", "reenact"))]
 
     def find_tests(self):
-        return [test for test in super().find_tests() if test[1] in ("tools", "workbench")]
+        return [test for test in super().find_tests()
+                if test[1].startswith(("tools/", "workbench/")) and
+                test[1] != "workbench/capture"]
 
     def find_objects(self):
         return [name for name in self.compile_commands()
                 if name.startswith(self.SOURCES) and "wgr-selfcheck" not in name]
 
-    def build_covered(self, jobs):
-        """Builds the tool so that it notes which lines are reached."""
+    def build_covered(self, jobs, sources):
+        """Builds the tool so that it notes which lines of these sources are reached."""
         # A cached object notes what is reached elsewhere.
-        own = [name for name in self.objects if not self.is_apart(name)]
+        own = [name for name in self.objects if self.depends[name] & set(sources)]
         os.environ["CCACHE_DISABLE"] = "1"
         good = self.compile_all(own, self.covered, ["--coverage"], jobs)
         del os.environ["CCACHE_DISABLE"]
@@ -261,7 +269,7 @@ class ToolBuild(Build):
                 self.link_mutant(self.folder / self.library, {})):
             sys.exit("scripts/mutate: the tool cannot be linked")
         others = [w for w in self.link("wgr") if not w.startswith(self.SOURCES) and
-                  (w.startswith("-l") or w.endswith((".a", ".so")))]
+                  (w.startswith("-l") or re.search(r"\.a$|\.so\b", w))]
         for program in self.programs():
             own = [w for w in self.link(program) if not w.startswith(self.SOURCES)]
             own += [*([self.MAIN] if program == "wgr" else []), self.library, *others]
@@ -269,10 +277,11 @@ class ToolBuild(Build):
                 sys.exit(f"scripts/mutate: {program} cannot be linked with {self.library}")
 
     def link_mutant(self, to, replaced, flags=()):
-        """Both libraries, side by side."""
+        """The library of the parts, and where it is concerned that of main()."""
         main = [name for name in self.objects if name.endswith("/main.cpp.o")]
         parts = [name for name in self.objects if name not in main]
         return all(self.link_to(
             ["c++", "-shared", "-o", "", *(str(replaced.get(w, w)) for w in objects),
              LIBRARY, "-lz", *flags], to.with_name(library))
-            for library, objects in ((self.library, parts), (self.MAIN, main)))
+            for library, objects in ((self.library, parts), (self.MAIN, main))
+            if not replaced or replaced.keys() & set(objects))

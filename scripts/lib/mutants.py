@@ -193,9 +193,10 @@ def of_file(name, text, chance):
     return [mutant for _, _, mutant in sorted(rounds)]
 
 
-def shares(files, count, least=3):
+def shares(files, count):
     """How many of `count` mutants each file gets: in proportion to the lines that can be
-    mutated, and `least` where there are so many."""
+    mutated, and three, or else one, where there are so many."""
+    least = 3 if 3 * len(files) <= count else 1
     lines = {name: len({m.line for m in found}) for name, found in files.items()}
     total = sum(lines.values())
     given = {name: min(len(files[name]), max(least, count * n // total))

@@ -35,6 +35,16 @@ TEST(VerdictText, HasALineForEachTrialThatIsShown) {
   EXPECT_THAT(text, HasSubstr("  7 reported  "));
 }
 
+TEST(VerdictText, SaysThatNothingWasFound) {
+  Verdict verdict;
+  EXPECT_EQ(stream_text(verdict), "nothing found");
+  Finding finding = {};
+  finding.id = "gap";
+  finding.what = "3 gaps";
+  verdict.diagnosis.findings = {finding};
+  EXPECT_NE(stream_text(verdict), "nothing found");
+}
+
 TEST(Remedies, NameTheSensorThatTheRepairIsOf) {
   for (const RepairKind kind : {RepairKind::kAccAxes, RepairKind::kGyroAxes}) {
     Verdict verdict;

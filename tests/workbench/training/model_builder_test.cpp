@@ -96,15 +96,17 @@ TEST(Exemplars, ArePickedOneByOneWhereClusteringFails) {
   EXPECT_THAT(exemplars.how, HasSubstr("did not converge"));
 }
 
-// All alike, but that the first is like itself and the sixth alone.
-TEST(Exemplars, ArePickedByTheirLikenessToAllOthers) {
+// All alike, but the first: most like the sixth, then like the last. Once the sixth
+// stands for it, nothing is gained by the last.
+TEST(Exemplars, ArePickedByWhatTheyAddToThoseBefore) {
   Capture hushed;
   ClassMatrix matrix = {8, std::vector<float>(64, 0.0f)};
-  for (const size_t j : {1, 2, 3, 4, 6, 7}) matrix.scores[j] = -1.0f;
-  matrix.scores[0] = -1.0f;
-  const Exemplars exemplars = choose_exemplars(matrix, 1);
-  EXPECT_THAT(exemplars.chosen, ElementsAre(5));
-  EXPECT_THAT(exemplars.how, HasSubstr("did not converge"));
+  for (const size_t j : {0, 1, 2, 3, 4, 6}) matrix.scores[j] = -1.0f;
+  matrix.scores[7] = -0.5f;
+  EXPECT_THAT(choose_exemplars(matrix, 1).chosen, ElementsAre(5));
+  const Exemplars two = choose_exemplars(matrix, 2);
+  EXPECT_THAT(two.chosen, ElementsAre(0, 5));
+  EXPECT_THAT(two.how, HasSubstr("did not converge"));
 }
 
 // The same at every preference: of nine a third.
