@@ -334,7 +334,8 @@ def build_options_of(n_jobs: int | None = None, **given: Any) -> Any:
         words = _WORDS.get(name)
         if words is not None and value is not None:
             if value not in words.__members__:
-                raise InputError(f"{name}: one of {', '.join(words.__members__)} is wanted")
+                known = ", ".join(words.__members__)
+                raise InputError(f"{name}: one of {known} is wanted")
             value = words.__members__[value]
         setattr(options, name, value)
     _in_range("templates", options.templates, 1, 100)

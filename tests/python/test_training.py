@@ -80,7 +80,8 @@ def test_a_recording_is_segmented_into_what_its_folder_is(folder, training):
 @pytest.mark.parametrize("grouped", [False, True])
 def test_a_model_has_the_bytes_of_the_tool_s(folder, training, tmp_path, grouped):
     path = tmp_path / "m.xml"
-    run_tool("build", folder, "-o", path, *([] if grouped else ["--judge-by", "repetition"]))
+    judged = [] if grouped else ["--judge-by", "repetition"]
+    run_tool("build", folder, "-o", path, *judged)
     classifier = wgr.GestureClassifier(background_label=-1)
     classifier.fit(training.traces, training.labels,
                    groups=training.subjects if grouped else None)
