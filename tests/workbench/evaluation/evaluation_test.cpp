@@ -146,9 +146,9 @@ TEST_F(EvaluatedSet, WhatIsLessAlikeThanTheThresholdIsRejected) {
 static constexpr char kIndex[] = "file,label,subject,rate_hz\n";
 
 // Three people with three gestures of class 3; the first one of ann's is of class 2.
-class Folds : public EvaluatedSet {
+class DividedSet : public EvaluatedSet {
  protected:
-  Folds() {
+  DividedSet() {
     std::string labels = "file,t_start,t_end,label\n";
     std::string index = kIndex;
     for (const std::string name : {"ann", "bob", "cem"}) {
@@ -166,7 +166,7 @@ class Folds : public EvaluatedSet {
   }
 };
 
-TEST_F(Folds, OfSubjectsAreBuiltFromTheOthersExamples) {
+TEST_F(DividedSet, OfSubjectsAreBuiltFromTheOthersExamples) {
   for (const LeaveOut what : {LeaveOut::kSubject, LeaveOut::kSession}) {
     const Evaluation result = evaluated_without(what);
     ASSERT_THAT(result.folds, SizeIs(3));
@@ -190,7 +190,7 @@ TEST_F(Folds, OfSubjectsAreBuiltFromTheOthersExamples) {
 }
 
 // Of class 3 there are eight repetitions in turn, of class 2 one, in the first fold.
-TEST_F(Folds, OfRepetitionsTakeEachClassInTurn) {
+TEST_F(DividedSet, OfRepetitionsTakeEachClassInTurn) {
   const Evaluation result = evaluated_without(LeaveOut::kRepetition, 4);
   ASSERT_THAT(result.folds, SizeIs(4));
   EXPECT_EQ(result.folds[3].left_out, "every 4th repetition, from 4");
@@ -215,7 +215,7 @@ TEST_F(Folds, OfRepetitionsTakeEachClassInTurn) {
   EXPECT_EQ(evaluated_by(-1e6).background_hours, result.background_hours);
 }
 
-TEST_F(Folds, CannotBeMadeWithoutTwoNames) {
+TEST_F(DividedSet, CannotBeMadeWithoutTwoNames) {
   const std::string few = "leaving out needs at least two subjects or sessions";
   write("index.csv",
         std::string(kIndex) + "ann.csv,,ann,\nbob.csv,,ann,\ncem.csv,,ann,\n");
@@ -227,7 +227,7 @@ TEST_F(Folds, CannotBeMadeWithoutTwoNames) {
                   HasSubstr("bob.csv: index.csv names no subject to be left out")));
 }
 
-TEST_F(Folds, NameWhatWasLeftOutWhereNothingIsLeft) {
+TEST_F(DividedSet, NameWhatWasLeftOutWhereNothingIsLeft) {
   write("labels.csv", "file,t_start,t_end,label\nbob.csv,1,1.78,3\nbob.csv,3,3.78,3\n");
   EXPECT_THAT([&] { evaluated_without(LeaveOut::kSubject); },
               ThrowsMessage<UsageError>(HasSubstr("--leave-out: with bob left out, ")));
