@@ -38,10 +38,27 @@ static bool is_comment(std::string_view line) {
   return line[0] == '#' || line[0] == '%' || line.substr(0, 2) == "//";
 }
 
+// Where the value of "ax:0.98" or "gx=1.5", as boards print them for plotters, begins; 0
+// for a cell without a label.
+static size_t label_length(std::string_view cell) {
+  if (cell.empty() || !std::isalpha(static_cast<unsigned char>(cell[0]))) return 0;
+  const size_t end = cell.find_first_of(":=");
+  if (end == std::string_view::npos) return 0;
+  const size_t value = cell.find_first_not_of(' ', end + 1);
+  if (value == std::string_view::npos) return cell.size();
+  return std::strchr("+-.0123456789", cell[value]) == nullptr ? 0 : value;
+}
+
+// A label that has no value behind it belongs to the next cell.
+static void add_cell(std::string_view cell, std::vector<std::string_view>& cells) {
+  const size_t label = label_length(cell);
+  if (label == 0 || label < cell.size()) cells.push_back(cell.substr(label));
+}
+
 static void split_at_blanks(std::string_view line, std::vector<std::string_view>& cells) {
   while (!(line = trimmed(line)).empty()) {
     const size_t end = std::min(line.find_first_of(" \t"), line.size());
-    cells.push_back(line.substr(0, end));
+    add_cell(line.substr(0, end), cells);
     line.remove_prefix(end);
   }
 }
@@ -62,7 +79,7 @@ void split_cells(std::string_view line, char separator,
     if (cell.size() >= 2 && cell.front() == '"' && cell.back() == '"') {
       cell = trimmed(cell.substr(1, cell.size() - 2));
     }
-    cells.push_back(cell);
+    add_cell(cell, cells);
     if (end == std::string_view::npos) return;
     line.remove_prefix(end + 1);
   }
@@ -297,6 +314,20 @@ static bool fits(const std::vector<std::string_view>& cells, const Shape& shape,
          numbers_in(cells, decimal_comma) >= kFewestNumbers;
 }
 
+// What the cells of a row are labelled with, where each one is.
+static std::vector<std::string> labels_of(std::string_view row) {
+  std::vector<std::string> labels;
+  for (size_t end = row.find_first_of(":="); end != std::string_view::npos;
+       end = row.find_first_of(":=", end + 1)) {
+    size_t start = end;
+    while (start > 0 && std::strchr(" ,;\t|", row[start - 1]) == nullptr) --start;
+    if (label_length(row.substr(start)) > 0) {
+      labels.emplace_back(row.substr(start, end - start));
+    }
+  }
+  return labels;
+}
+
 // Where the rows start, and the line before them that has as many cells and no number.
 static void find_header(const std::vector<SampleLine>& lines, const Shape& shape,
                         const std::optional<bool>& wanted, TableFormat& format) {
@@ -308,6 +339,8 @@ static void find_header(const std::vector<SampleLine>& lines, const Shape& shape
     if (fits(cells, shape, format.decimal_comma)) break;
   }
   format.first_line = lines.at(first).line;
+  format.titles = labels_of(lines[first].text);
+  if (format.titles.size() == shape.width) return;
   format.titles.assign(shape.width, "");
   if (wanted && !*wanted) return;
   if (wanted && first == 0) {  // of numbers, then

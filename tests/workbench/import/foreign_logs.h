@@ -131,6 +131,24 @@ inline ForeignLog sensor_logger_log(const Recorded& samples, bool ios) {
   return log;
 }
 
+// Each value with its label, as for a plotter, behind what the board says at its start.
+inline ForeignLog labelled_log(const Recorded& samples, const std::string& between) {
+  return {"labelled by " + between,
+          {"serial.txt"},
+          {"IMU found\nstarting: 50 Hz\n" +
+           table_of("", samples,
+                    [&](const RecordedSample& s) {
+                      return fmt::format(
+                          "ms:{0}{7}ax:{1:.9g}{7}ay:{2:.9g}{7}az:{3:.9g}{7}gx: "
+                          "{4:.9g}{7}gy: {5:.9g}{7}gz: {6:.9g}",
+                          std::llround(1000.0 * s.t), s.acc.x / kLogGravity,
+                          s.acc.y / kLogGravity, s.acc.z / kLogGravity, s.gyro.x,
+                          s.gyro.y, s.gyro.z, between);
+                    })},
+          "arduino",
+          1e-6};
+}
+
 // Without titles, with tabs.
 inline ForeignLog arduino_log(const Recorded& samples) {
   return {"arduino",
@@ -215,6 +233,8 @@ inline std::vector<ForeignLog> foreign_logs(const Recorded& samples) {
           sensor_logger_log(samples, false),
           sensor_logger_log(samples, true),
           arduino_log(samples),
+          labelled_log(samples, " "),
+          labelled_log(samples, ","),
           raw_log(samples),
           german_log(samples),
           rows_log(samples, true),
