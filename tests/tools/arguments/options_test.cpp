@@ -105,6 +105,8 @@ static const std::map<std::string, std::string> kWords = {
     {"explain --only", "too-weak"},  {"import --units", "acc=g"},
     {"import --profile", "ios"},     {"import --axes", "-y,x,z"},
     {"import --acc-axes", "z,x,y"},  {"import --gyro-axes", "x,y,z"},
+    {"build --kind", "averages"},    {"build --judge-by", "subject"},
+    {"eval --kind", "adapted"},      {"eval --judge-by", "session"},
 };
 
 // Options that take names, each with any text: a value that is good.

@@ -30,11 +30,11 @@ warping of 1 to 5 clusters a class, the same smoothed, and averages adapted to p
 classes. Chosen are the fewest templates whose accuracy is within --tolerance of the best.
 Subjects are left out where two are known, or else sessions, or else repetitions
 (--judge-by); no class gets more templates than a third of its examples (--share).
-Each class's
-threshold comes from the scores of right, wrong and background examples; with
+
+Each class's threshold comes from the scores of right, wrong and background examples; with
 --false-positives-per-hour no more background is accepted than that many motions in its
-duration, and no threshold lies lower than it would without background.
-Labels below 0 are background.
+duration, and no threshold lies lower than it would without background. Labels below 0 are
+background.
 
 Beside the model go a report (.report.txt) and a manifest (.model.json); --model-only takes
 away those of an older model, and standard output and devices get none. --report draws it
