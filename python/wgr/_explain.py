@@ -212,13 +212,11 @@ def explain(
     chosen = model_of(model, recording.host.model, wearer, mode)
     options = _wgr.ExplainOptions()
     options.host = host_options(
-        chosen.core,
+        chosen,
         rate if rate is not None else recording.rate,
         recording.host,
         gyro_bias,
         sensitivity,
-        chosen.wearer,
-        chosen.mode,
         initialise,
     )
     options.rate = rate

@@ -9,7 +9,7 @@ import numpy as np
 
 from . import _wgr
 from ._errors import InputError
-from ._models import ModelLike, model_of
+from ._models import Model, ModelLike, model_of
 from ._recording import HostSettings, Recording
 
 if TYPE_CHECKING:
@@ -88,13 +88,11 @@ def _in_range(what: str, value: int | None, least: int, most: int) -> None:
 
 
 def host_options(
-    model: Any,
+    model: Model,
     rate: int,
     host: HostSettings,
     gyro_bias: Sequence[float] | None,
     sensitivity: int | None,
-    wearer: int,
-    mode: int,
     initialise: bool = True,
 ) -> Any:
     """What a host passes: as given, otherwise as a capture's host did."""
@@ -105,12 +103,12 @@ def host_options(
     if len(bias) != 3 or not np.isfinite(bias).all():
         raise InputError("gyro_bias: three finite numbers in deg/s are wanted")
     return _wgr.HostOptions(
-        model=model,
+        model=model.core,
         rate=rate,
         gyro_bias=bias,
         sensitivity=sensitivity if sensitivity is not None else host.sensitivity,
-        wearer=wearer,
-        mode=mode,
+        wearer=model.wearer,
+        mode=model.mode,
         shortest=host.shortest,
         rest_window=-1,
         initialise=initialise,
@@ -149,13 +147,11 @@ def replay(
     """
     chosen = model_of(model, recording.host.model, wearer, mode)
     options = host_options(
-        chosen.core,
+        chosen,
         rate if rate is not None else recording.rate,
         recording.host,
         gyro_bias,
         sensitivity,
-        chosen.wearer,
-        chosen.mode,
     )
     events, summary = _wgr.replay(recording.samples, options)
     totals = json.loads(summary)
@@ -183,13 +179,11 @@ class Recognizer:
         """
         chosen = model_of(model, None, wearer, mode)
         options = host_options(
-            chosen.core,
+            chosen,
             rate,
             HostSettings(),
             gyro_bias,
             sensitivity,
-            chosen.wearer,
-            chosen.mode,
         )
         self.rate = rate
         self._host = _wgr.Host(options)
