@@ -371,7 +371,7 @@ TEST(ImportProfiles, AxesAreThreeDifferentOnes) {
 // ---- ZIP archives -------------------------------------------------------------------
 
 static void put(std::string& to, size_t value, size_t bytes) {
-  for (size_t i = 0; i < bytes; ++i) to += static_cast<char>(value >> (8 * i));
+  for (size_t i = 0; i < bytes; ++i, value >>= 8) to += static_cast<char>(value & 0xFF);
 }
 
 static std::string deflated(const std::string& text) {
