@@ -95,7 +95,7 @@ const common = {
   },
 
   async 'the costs of the classes add up'(page) {
-    const rows = page.locator('#cost tbody tr');
+    const rows = page.locator('#cost table:not(#kinds) tbody tr');
     const count = await rows.count();
     assert.equal(count, 6);
     const sums = [0, 0, 0];
@@ -109,9 +109,15 @@ const common = {
 
 const ofBuild = {
   ...common,
-  async 'the sets that were tried are drawn, one of them chosen'(page) {
+  async 'the kinds of templates that were tried are listed and drawn, one of them chosen'(page) {
+    const kinds = await texts(page.locator('#kinds tbody th'));
+    for (const kind of ['exemplars', 'averages', 'smoothed', 'adapted']) {
+      assert.ok(kinds.some((text) => text.includes(kind)), `${kind} in ${kinds}`);
+    }
+    assert.equal(await page.locator('#cost circle').count(), kinds.length);
     assert.equal(await page.locator('#cost circle.chosen').count(), 1);
-    assert.ok(await page.locator('#cost circle').count() > 10);
+    const chosen = await texts(page.locator('#kinds tbody td:last-child'));
+    assert.equal(chosen.filter((text) => text === 'chosen').length, 1);
   },
 };
 

@@ -21,8 +21,7 @@
 namespace wgr {
 
 static constexpr size_t kMostAverages = 5;  // of a class
-static constexpr size_t kFewestAveraged =
-    8;  // examples; fewer say little but of themselves
+static constexpr size_t kFewestAveraged = 8;  // examples; fewer say little of others
 
 const char* name_of(TemplateKind kind) {
   switch (kind) {

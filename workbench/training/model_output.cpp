@@ -48,6 +48,12 @@ const char* left_out_text(LeftOut by) {
   }
 }
 
+std::string kind_text(const KindStep& step) {
+  const std::string size =
+      step.per_class > 0 ? fmt::format(", {} a class", step.per_class) : "";
+  return name_of(step.kind) + size;
+}
+
 static std::string text_of(const std::vector<SweepStep>& sweep) {
   if (sweep.empty()) return "";
   std::string text = "exemplars: preference  templates  right\n";
@@ -67,10 +73,7 @@ static std::string text_of(const std::vector<KindStep>& kinds,
   std::string text = fmt::format("{:28}  templates  right, {}\n", "kind of templates",
                                  left_out_text(by));
   for (const KindStep& step : kinds) {
-    const std::string name =
-        name_of(step.kind) +
-        (step.per_class > 0 ? fmt::format(", {} a class", step.per_class) : "");
-    text += fmt::format("{:28}  {:9}  {:6.1f} %{}\n", name, step.templates,
+    text += fmt::format("{:28}  {:9}  {:6.1f} %{}\n", kind_text(step), step.templates,
                         100.0 * step.accuracy, step.chosen ? "  <- chosen" : "");
   }
   return text + fmt::format(

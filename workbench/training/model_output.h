@@ -26,6 +26,9 @@ std::string manifest_path(const std::string& model);
 // "leaving subjects out" and so on.
 const char* left_out_text(LeftOut by);
 
+// A kind of templates with its size: "averages, 2 a class".
+std::string kind_text(const KindStep& step);
+
 std::string report_text(const BuildReport& report, const BuildOptions& options,
                         const Provenance& provenance);
 

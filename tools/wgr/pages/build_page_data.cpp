@@ -64,11 +64,12 @@ static void measure(const BuildReport& report, const BuildOptions& options,
                                     fmt::format("{:.2f} h", options.background_hours));
   }
   for (const KindStep& step : report.kinds) {
-    page_data.sweep.push_back({{"templates", step.templates},
+    page_data.kinds.push_back({{"kind", kind_text(step)},
+                               {"templates", step.templates},
                                {"accuracy", step.accuracy},
-                               {"in_question", true},
                                {"chosen", step.chosen}});
   }
+  page_data.judged_by = left_out_text(report.judged_by);
 }
 
 static PageExample example_of(size_t index, const ModelBuilder& builder,

@@ -228,19 +228,32 @@ function showExamples(data) {
 
 // ---- cost ------------------------------------------------------------------------------
 
-// Accuracy over templates, for every set that was tried.
-function sweepFigure(sweep) {
-  const most = Math.max(...sweep.map((step) => step.templates));
-  const least = Math.floor(Math.min(...sweep.map((step) => 100 * step.accuracy), 99) / 5) * 5;
+// Accuracy over templates, for every kind of templates that was tried.
+function kindsFigure(kinds) {
+  const most = Math.max(...kinds.map((step) => step.templates));
+  const least = Math.floor(Math.min(...kinds.map((step) => 100 * step.accuracy), 99) / 5) * 5;
   const f = frame(pictureWidth(), 200, [0, most * 1.05], [least, 100]);
   addLevels(f, least, 100);
   addFooter(f, '0', 'templates', String(Math.round(most * 1.05)));
-  for (const step of [...sweep].sort((a, b) => a.chosen - b.chosen)) {
+  for (const step of [...kinds].sort((a, b) => a.chosen - b.chosen)) {
     f.picture.append(svg('circle', {cx: f.x(step.templates), cy: f.y(100 * step.accuracy),
-      r: step.chosen ? 6 : 4,
-      class: step.chosen ? 'chosen' : step.in_question ? 'in' : ''}));
+      r: step.chosen ? 6 : 4, class: step.chosen ? 'chosen' : ''}));
   }
   return f.picture;
+}
+
+function kindsTable(kinds, judgedBy) {
+  const heads = ['Kind of templates', 'Templates', 'Classified right', ''];
+  return el('div', {class: 'wide', tabindex: 0, role: 'region', 'aria-label': 'Kinds tried'},
+      el('table', {class: 'plain', id: 'kinds'},
+          el('caption', {}, `Kinds of templates that were tried, ${judgedBy}`),
+          el('thead', {}, el('tr', {}, ...heads.map((name) =>
+            name === '' ? el('td', {}) : el('th', {scope: 'col'}, name)))),
+          el('tbody', {}, ...kinds.map((step) => el('tr', {},
+              el('th', {scope: 'row'}, step.kind),
+              el('td', {}, String(step.templates)),
+              el('td', {}, `${(100 * step.accuracy).toFixed(1)} %`),
+              el('td', {}, step.chosen ? 'chosen' : ''))))));
 }
 
 function showCost(data) {
@@ -260,11 +273,11 @@ function showCost(data) {
               el('tbody', {}, ...rows.map(([name, ...figures]) => el('tr', {},
                   el('th', {scope: 'row'}, name),
                   ...figures.map((v) => el('td', {}, String(v)))))))));
-  if (cost.sweep.length > 0) {
-    $('#cost').append(el('div', {class: 'figures'}, figure(
-        'Classified right, leaving one out, in percent, for each set of templates that was ' +
-        'tried: the chosen one is larger, hollow ones have too many for a class',
-        sweepFigure(cost.sweep))));
+  if (cost.kinds.length > 0) {
+    $('#cost').append(kindsTable(cost.kinds, cost.judged_by),
+        el('div', {class: 'figures'}, figure(
+            `Classified right, ${cost.judged_by}, in percent, for each kind of templates ` +
+            'that was tried: the chosen one is filled', kindsFigure(cost.kinds))));
   }
 }
 

@@ -167,7 +167,8 @@ static Json cost_json(const PageData& page_data, size_t k) {
           {"points", points},
           {"classes", classes},
           {"note", page_data.cost_note},
-          {"sweep", page_data.sweep}};
+          {"kinds", page_data.kinds},
+          {"judged_by", page_data.judged_by}};
 }
 
 static Json classes_json(const PageData& page_data) {

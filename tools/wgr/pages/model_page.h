@@ -58,7 +58,8 @@ struct PageData {
   std::vector<std::pair<std::string, size_t>> misses;         // cause, examples
   std::vector<double> latencies;                              // s
   nlohmann::ordered_json folds = nlohmann::ordered_json::array();  // rows of a table
-  nlohmann::ordered_json sweep = nlohmann::ordered_json::array();  // sets of templates
+  nlohmann::ordered_json kinds = nlohmann::ordered_json::array();  // that were tried
+  std::string judged_by;  // "leaving subjects out", of these kinds
 };
 
 // Fills `best` and `own` of an example from the exemplars at the places that it met, in
