@@ -180,8 +180,7 @@ Json build_request(const Json& request) {
   options.threads = 1;
   options.background_hours = provenance.background_seconds / kSecondsPerHour;
   BuildReport report;
-  const ModelBuilder builder(data, 1, true,
-                             {provenance.subjects, provenance.sessions});
+  const ModelBuilder builder(data, 1, true, {provenance.subjects, provenance.sessions});
   const Gmodel model = builder.build(options, report);
   require_faultless_model(model, report, "your gestures");
   PageData page =

@@ -21,7 +21,8 @@ namespace wgr {
 static constexpr std::streamsize kLongestLine = 4095;  // characters that the reader takes
 static constexpr size_t kMostFindings = 100;           // then the file is something else
 // The root mean square of a template of a model that normalises: averages of examples are
-// weaker than these, templates moved apart may be stronger; those in m/s² are far stronger.
+// weaker than these, templates moved apart may be stronger; those in m/s² are far
+// stronger.
 static constexpr double kLeastRms = 0.25;
 static constexpr double kMostRms = 1.5;
 

@@ -19,8 +19,9 @@ inline constexpr size_t kMostRows = 1000000;  // of a table; labels of years hav
 
 // The rows of a table that starts with the line `header`; each has as many fields as it.
 // Any of the columns `also`, comma separated, may follow in the file, each once; their
-// fields follow in the order of `also`, empty where the file has none. Empty lines are skipped. Throws UsageError with
-// file and line for anything else, and for more than `most` rows.
+// fields follow in the order of `also`, empty where the file has none. Empty lines are
+// skipped. Throws UsageError with file and line for anything else, and for more than
+// `most` rows.
 std::vector<TableRow> read_table(const std::string& path, const std::string& header,
                                  const std::string& also = "", size_t most = kMostRows);
 

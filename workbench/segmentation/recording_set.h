@@ -1,9 +1,9 @@
 // A folder of recordings with the tables that say what is in them.
 //
 // labels.csv annotates recordings (see labels.h). index.csv, with the header
-// file,label,subject,rate_hz and perhaps notes and session, names recordings one by one; a label
-// there holds for the whole recording when no annotation of it is marked. Files are named
-// relative to the folder.
+// file,label,subject,rate_hz and perhaps notes and session, names recordings one by one;
+// a label there holds for the whole recording when no annotation of it is marked. Files
+// are named relative to the folder.
 #pragma once
 
 #include <filesystem>

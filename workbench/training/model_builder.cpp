@@ -20,7 +20,7 @@
 
 namespace wgr {
 
-static constexpr size_t kMostAverages = 5;  // of a class
+static constexpr size_t kMostAverages = 5;    // of a class
 static constexpr size_t kFewestAveraged = 8;  // examples; fewer say little of others
 
 const char* name_of(TemplateKind kind) {
@@ -190,7 +190,7 @@ ModelBuilder::Job ModelBuilder::job_of(const std::vector<bool>& taken,
   return job;
 }
 
-ModelBuilder::Job ModelBuilder::without_fold(const Job& job, size_t fold) const {
+ModelBuilder::Job ModelBuilder::without_fold(const Job& job, size_t fold) {
   Job rest = job;
   const auto out = [&](size_t i) { return job.fold[i] == fold; };
   for (std::vector<size_t>& own : rest.own) {
@@ -209,7 +209,7 @@ static size_t most_averages(size_t examples, const BuildOptions& options) {
 }
 
 std::vector<ModelBuilder::Candidate> ModelBuilder::candidates(
-    const Job& job, const BuildOptions& options) const {
+    const Job& job, const BuildOptions& options) {
   size_t most = 1;
   for (const std::vector<size_t>& own : job.own) {
     // What is left of the class in a fold.
@@ -378,7 +378,7 @@ std::vector<ModelBuilder::Trial> ModelBuilder::try_all(
 }
 
 // The share of the gestures' examples that were classified right.
-double ModelBuilder::accuracy_of(const Job& job, const Trial& trial) const {
+double ModelBuilder::accuracy_of(const Job& job, const Trial& trial) {
   size_t examples = 0;
   size_t right = 0;
   for (size_t c = 0; c < job.own.size(); ++c) {
@@ -418,7 +418,7 @@ struct ModelBuilder::Scores {
   std::vector<std::vector<double>> right, background;
 };
 
-ModelBuilder::Scores ModelBuilder::scores_of(const Job& job, const Trial& trial) const {
+ModelBuilder::Scores ModelBuilder::scores_of(const Job& job, const Trial& trial) {
   const std::vector<std::vector<double>> none(job.classes.size());
   Scores scores = {none, none};
   for (size_t c = 0; c < job.classes.size(); ++c) {
@@ -435,16 +435,10 @@ ModelBuilder::Scores ModelBuilder::scores_of(const Job& job, const Trial& trial)
   return scores;
 }
 
-static size_t above(const std::vector<double>& scores, double threshold) {
-  return static_cast<size_t>(
-      std::count_if(scores.begin(), scores.end(),
-                    [threshold](double score) { return score > threshold; }));
-}
-
 // Thresholds by the scores, and in the report what they accept.
 std::vector<double> ModelBuilder::set_thresholds(const Job& job, const Trial& trial,
                                                  const BuildOptions& options,
-                                                 BuildReport& report) const {
+                                                 BuildReport& report) {
   const Scores scores = scores_of(job, trial);
   report.background = job.background.size();
   report.background_allowed = allowed_background(options);
@@ -458,17 +452,17 @@ std::vector<double> ModelBuilder::set_thresholds(const Job& job, const Trial& tr
     }
     ClassReport& entry = report.classes[c];
     entry.threshold = thresholds[c];
-    entry.right = above(scores.right[c], thresholds[c]);
+    entry.right = scores_above(scores.right[c], thresholds[c]);
     entry.rejected = scores.right[c].size() - entry.right;
     entry.misclassified = job.own[c].size() - scores.right[c].size();
-    report.background_accepted += above(scores.background[c], thresholds[c]);
+    report.background_accepted += scores_above(scores.background[c], thresholds[c]);
   }
   return thresholds;
 }
 
 void ModelBuilder::note_judged(const Job& job, const Trial& trial,
                                const std::vector<double>& thresholds,
-                               BuildReport& report) const {
+                               BuildReport& report) {
   report.judged = trial.judged;
   for (Judged& judged : report.judged) {
     if (!judged.label) continue;
@@ -478,7 +472,7 @@ void ModelBuilder::note_judged(const Job& job, const Trial& trial,
   }
 }
 
-void ModelBuilder::note_folds(const Job& job, BuildReport& report) const {
+void ModelBuilder::note_folds(const Job& job, BuildReport& report) {
   report.judged_by = job.by;
   for (const int label : job.by_one) {
     report.notes.push_back(fmt::format(

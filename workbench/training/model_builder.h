@@ -140,9 +140,9 @@ class ModelBuilder {
   Points made_ready(const Gsample& example, const std::string& name);
   std::vector<size_t> members(const std::vector<bool>& taken, int label) const;
   Job job_of(const std::vector<bool>& taken, const BuildOptions& options) const;
-  Job without_fold(const Job& job, size_t fold) const;
+  static Job without_fold(const Job& job, size_t fold);
 
-  std::vector<Candidate> candidates(const Job& job, const BuildOptions& options) const;
+  static std::vector<Candidate> candidates(const Job& job, const BuildOptions& options);
   std::vector<Fitted> fit_exemplars(const Job& job, const BuildOptions& options,
                                     BuildReport& report) const;
   std::vector<Fitted> fit_averages(const Job& job, size_t per_class,
@@ -159,14 +159,14 @@ class ModelBuilder {
   void judge_by_others(const Job& job, const std::vector<Fitted>& exemplars,
                        Trial& trial) const;
   std::vector<Trial> try_all(const Job& job, const BuildOptions& options) const;
-  double accuracy_of(const Job& job, const Trial& trial) const;
-  void note_folds(const Job& job, BuildReport& report) const;
-  Scores scores_of(const Job& job, const Trial& trial) const;
-  std::vector<double> set_thresholds(const Job& job, const Trial& trial,
-                                     const BuildOptions& options,
-                                     BuildReport& report) const;
-  void note_judged(const Job& job, const Trial& trial,
-                   const std::vector<double>& thresholds, BuildReport& report) const;
+  static double accuracy_of(const Job& job, const Trial& trial);
+  static void note_folds(const Job& job, BuildReport& report);
+  static Scores scores_of(const Job& job, const Trial& trial);
+  static std::vector<double> set_thresholds(const Job& job, const Trial& trial,
+                                            const BuildOptions& options,
+                                            BuildReport& report);
+  static void note_judged(const Job& job, const Trial& trial,
+                          const std::vector<double>& thresholds, BuildReport& report);
 
   int k_;
   // Gestures first, so that the similarities need columns for them alone.

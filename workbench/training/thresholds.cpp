@@ -52,7 +52,7 @@ double choose_threshold(std::vector<double> right, std::vector<double> wrong,
   return best_threshold;
 }
 
-static size_t above(const std::vector<double>& scores, double threshold) {
+size_t scores_above(const std::vector<double>& scores, double threshold) {
   return static_cast<size_t>(
       std::count_if(scores.begin(), scores.end(),
                     [threshold](double score) { return score > threshold; }));
@@ -97,14 +97,14 @@ static std::optional<Lowering> lowering_of(size_t class_index, double threshold,
                                            const std::vector<double>& background,
                                            size_t spare) {
   std::optional<Lowering> best;
-  const size_t right_now = above(right, threshold);
-  const size_t background_now = above(background, threshold);
+  const size_t right_now = scores_above(right, threshold);
+  const size_t background_now = scores_above(background, threshold);
   for (const double score : right) {
     if (score > threshold) continue;
     Lowering to = {class_index, below(score, right, background), 0, 0};
     if (!(to.threshold < threshold)) continue;
-    to.right = above(right, to.threshold) - right_now;
-    to.background = above(background, to.threshold) - background_now;
+    to.right = scores_above(right, to.threshold) - right_now;
+    to.background = scores_above(background, to.threshold) - background_now;
     if (to.background > spare) continue;
     if (!best || to.better_than(*best)) best = to;
   }
@@ -135,7 +135,7 @@ std::vector<double> choose_thresholds(const std::vector<std::vector<double>>& ri
     size_t accepted = 0;
     for (size_t c = 0; c < right.size(); ++c) {
       thresholds[c] = choose_threshold(right[c], background[c], cost);
-      accepted += above(background[c], thresholds[c]);
+      accepted += scores_above(background[c], thresholds[c]);
     }
     if (allowed && accepted > *allowed && cost <= kMostBackgroundCost) continue;
     if (allowed && accepted <= *allowed) {

@@ -24,4 +24,7 @@ std::vector<double> choose_thresholds(const std::vector<std::vector<double>>& ri
                                       const std::vector<std::vector<double>>& background,
                                       double false_cost, std::optional<size_t> allowed);
 
+// How many of the scores are accepted by a threshold.
+size_t scores_above(const std::vector<double>& scores, double threshold);
+
 }  // namespace wgr

@@ -4,10 +4,10 @@
 
 #include "classifier/HGR.h"
 #include "dtw/similarity.h"
-#include "warping/warping_path.h"
 #include "support/cases.h"
 #include "support/random_points.h"
 #include "support/same_bits.h"
+#include "warping/warping_path.h"
 #include "workbench/explanation/explain_support.h"
 
 using namespace wgr;
