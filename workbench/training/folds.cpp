@@ -30,7 +30,7 @@ static std::set<std::string> groups_in(const std::vector<FoldedExample>& example
 static LeftOut chosen(const std::vector<FoldedExample>& examples,
                       std::optional<LeftOut> by) {
   for (const LeftOut known : {LeftOut::kSubjects, LeftOut::kSessions}) {
-    if (by && *by != known) continue;
+    if (by.value_or(known) != known) continue;
     if (groups_in(examples, known).size() > 1) return known;
     if (!by) continue;
     throw UsageError(
