@@ -29,8 +29,10 @@ static std::set<std::string> groups_in(const std::vector<FoldedExample>& example
 
 static LeftOut chosen(const std::vector<FoldedExample>& examples,
                       std::optional<LeftOut> by) {
-  for (const LeftOut known : {LeftOut::kSubjects, LeftOut::kSessions}) {
-    if (by.value_or(known) != known) continue;
+  std::vector<LeftOut> tried = {LeftOut::kSubjects, LeftOut::kSessions};
+  if (by) tried.assign(1, *by);
+  for (const LeftOut known : tried) {
+    if (known == LeftOut::kRepetitions) break;
     if (groups_in(examples, known).size() > 1) return known;
     if (!by) continue;
     throw UsageError(
