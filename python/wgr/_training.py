@@ -306,8 +306,8 @@ def evaluate(
         training_set = made
     core = None if model is None else model_of(model, None, wearer, mode).core
     options = build_options_of(n_jobs=n_jobs, **build_options)
-    told = _wgr.evaluate(training_set.core, core, leave_out or "", folds, options)
-    return Evaluation(json.loads(told))
+    figures = _wgr.evaluate(training_set.core, core, leave_out or "", folds, options)
+    return Evaluation(json.loads(figures))
 
 
 _OPTIONS = {

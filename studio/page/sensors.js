@@ -37,7 +37,7 @@ class Sensors {
     if (typeof DeviceMotionEvent.requestPermission === 'function') {
       const answer = await DeviceMotionEvent.requestPermission().catch(() => 'denied');
       if (answer !== 'granted') {
-        throw new Error('The browser was told not to give the motion sensors to this page. ' +
+        throw new Error('The browser is set not to give the motion sensors to this page. ' +
             'Allow “Motion & Orientation Access” in its settings for the page, or clear the ' +
             'page\'s data, then reload and start again.');
       }

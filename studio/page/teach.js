@@ -91,7 +91,7 @@ class Teach {
     $('#everyday-drop').hidden = seconds === 0;
     const few = gestures.filter((g) => g.repetitions.length < kFewest).map((g) => g.name);
     $('#missing').textContent = !some ? '' : gestures.length < 2
-      ? 'Add a second gesture: a model tells gestures from each other.'
+      ? 'Add a second gesture: a model distinguishes gestures.'
       : few.length > 0 ? `At least ${kFewest} repetitions each: ${few.join(', ')}.` : '';
     $('#build').disabled = gestures.length < 2 || few.length > 0;
     $('#built').hidden = !this.made;

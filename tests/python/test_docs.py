@@ -14,7 +14,7 @@ import pytest
 from conftest import ROOT
 
 PAGES = {"docs/python.md": 6, "README.md": 1}  # and how many blocks they have at least
-BLOCK = re.compile(r"```python\n(?P<code>.*?)```\n\n```text\n(?P<told>.*?)```", re.S)
+BLOCK = re.compile(r"```python\n(?P<code>.*?)```\n\n```text\n(?P<output>.*?)```", re.S)
 
 
 @pytest.mark.parametrize("name", PAGES)

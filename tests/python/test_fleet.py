@@ -77,10 +77,10 @@ def test_what_is_labelled_is_found_or_missed(folder, cluster, tmp_path):
     made = fleet.evaluate(paths, MODELS, labels=labels, client=cluster.client)
     for path in [*paths, folder / "labels.csv", folder / "index.csv"]:
         shutil.copy(path, tmp_path)
-    told = json.loads(run_tool("eval", tmp_path, "--models", MODELS, "--json"))
+    by_tool = json.loads(run_tool("eval", tmp_path, "--models", MODELS, "--json"))
     outcomes = list(made.table["outcome"])
-    assert outcomes.count("recognised") == told["right"] > 0
-    assert len(outcomes) - outcomes.count("false positive") == told["repetitions"]
+    assert outcomes.count("recognised") == by_tool["right"] > 0
+    assert len(outcomes) - outcomes.count("false positive") == by_tool["repetitions"]
     missed = made.table[made.table["outcome"] == "missed"]
     assert (missed["cause"] != "").all()
     assert_same(made, fleet.evaluate(paths, MODELS, labels=labels))

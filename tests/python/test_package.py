@@ -41,9 +41,9 @@ def test_a_fresh_environment_runs_the_first_notebook(wheel, tmp_path):
     cells = json.loads(notebook.read_text())["cells"]
     code = "\n".join("".join(c["source"]) for c in cells if c["cell_type"] == "code")
     environment = {k: v for k, v in os.environ.items() if k != "PYTHONPATH"}
-    told = subprocess.check_output(
+    printed = subprocess.check_output(
         [python, "-c", f"{code}\nprint(wgr.__file__, len(events))"],
         cwd=notebook.parent, env=environment, text=True,
     )
-    assert told.split()[0].startswith(str(tmp_path / "venv"))
-    assert int(told.split()[1]) == 11
+    assert printed.split()[0].startswith(str(tmp_path / "venv"))
+    assert int(printed.split()[1]) == 11

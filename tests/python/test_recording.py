@@ -148,11 +148,11 @@ def test_a_capture_replays_as_its_host_ran(capture, demo):
     there = wgr.replay(demo, MODELS, mode=2, sensitivity=2, gyro_bias=(0.5, 0, 0))
     assert [e[1:] for e in made] == [e[1:] for e in there]
     assert len(made) > 0
-    told = json.loads(subprocess.check_output(
+    by_tool = json.loads(subprocess.check_output(
         [ROOT / "scripts" / "private-paths", "--models", MODELS,
          BUILD / "wgr", "explain", "--json", capture]
     ))
-    assert wgr.explain(recording).details["motions"] == told["motions"]
+    assert wgr.explain(recording).details["motions"] == by_tool["motions"]
     with pytest.raises(wgr.RecordingError):
         wgr.Recording.read(capture, handle=7)
 
@@ -180,8 +180,8 @@ def test_the_log_of_another_device_is_read_as_the_tool_imports_it(demo, tmp_path
     np.savetxt(log, table, delimiter=",", header=titles, comments="", fmt="%.9g")
     run_tool("import", log, "-o", tmp_path / "out.csv")
     made = wgr.Recording.read(log, profile="guess")
-    told = wgr.Recording.read(tmp_path / "out.csv")
-    np.testing.assert_array_equal(made.samples, told.samples)
+    by_tool = wgr.Recording.read(tmp_path / "out.csv")
+    np.testing.assert_array_equal(made.samples, by_tool.samples)
     np.testing.assert_allclose(made.acc, demo.acc, atol=1e-6)
     assert "rad/s" in made.imported.said
     again = wgr.Recording.read(log, profile=made.imported.profile)

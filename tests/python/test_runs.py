@@ -69,14 +69,14 @@ def test_recognizer_reports_what_replay_does(demo, model):
 
 
 def test_explanation_is_the_tool_s_object(demo, model):
-    told = json.loads(run_tool("explain", "--models", MODELS, "--json", "--expect",
+    by_tool = json.loads(run_tool("explain", "--models", MODELS, "--json", "--expect",
                                LABELS, DEMO))
     made = wgr.explain(demo, model, expect=LABELS)
-    assert made.details == told
+    assert made.details == by_tool
     assert made.to_text() == run_tool("explain", "--models", MODELS, "--expect", LABELS,
                                       DEMO)
     frame = made.motions
-    assert list(frame["cause"]) == [m["cause"] for m in told["motions"]]
+    assert list(frame["cause"]) == [m["cause"] for m in by_tool["motions"]]
     assert list(frame["reported"].dropna()) == [e.gesture for e in made.events]
     assert made.headline in made._repr_html_()
 

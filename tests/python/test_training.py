@@ -47,8 +47,8 @@ def test_people_are_synthesised_as_by_the_tool(tmp_path):
     made, annotations = wgr.synthesise(7, seed=3, gestures=1, distractors=5, style="calm",
                                        wearer=1)
     np.testing.assert_array_equal(made.samples, wgr.Recording.read(path).samples)
-    told = [line.split(",")[1:] for line in labels.read_text().splitlines()[1:]]
-    assert annotations == [(float(b), float(e), int(c)) for b, e, c in told]
+    by_tool = [line.split(",")[1:] for line in labels.read_text().splitlines()[1:]]
+    assert annotations == [(float(b), float(e), int(c)) for b, e, c in by_tool]
 
 
 def test_a_folder_is_segmented_as_by_the_tool(folder, training, tmp_path):
@@ -97,12 +97,12 @@ def test_a_model_has_the_bytes_of_the_tool_s(folder, training, tmp_path, grouped
 
 
 def test_evaluations_have_the_figures_of_the_tool_s(folder, training):
-    told = json.loads(run_tool("eval", folder, "--models", MODELS, "--json"))
-    assert wgr.evaluate(training, MODELS).figures == told
-    told = json.loads(run_tool("eval", folder, "--leave-out", "subject", "--json"))
+    by_tool = json.loads(run_tool("eval", folder, "--models", MODELS, "--json"))
+    assert wgr.evaluate(training, MODELS).figures == by_tool
+    by_tool = json.loads(run_tool("eval", folder, "--leave-out", "subject", "--json"))
     made = wgr.evaluate(folder, leave_out="subject")
-    assert made.figures == told
-    assert made.confusion.to_numpy().sum() == told["repetitions"]
+    assert made.figures == by_tool
+    assert made.confusion.to_numpy().sum() == by_tool["repetitions"]
 
 
 def gestures_of(training):

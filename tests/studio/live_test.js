@@ -41,7 +41,7 @@ const checks = {
   async 'a refused permission is said'(page) {
     await page.evaluate(() => { DeviceMotionEvent.requestPermission = async () => 'denied'; });
     await page.click('#sense');
-    await page.locator('#trouble', {hasText: 'was told not to give'}).waitFor();
+    await page.locator('#trouble', {hasText: 'is set not to give'}).waitFor();
     await page.evaluate(() => { delete DeviceMotionEvent.requestPermission; });
   },
 

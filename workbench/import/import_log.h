@@ -3,7 +3,7 @@
 //
 // Accelerations in m/s² with gravity in them, angular velocities in deg/s, times in s.
 // Accelerations and angular velocities may be columns of one table, rows of one table
-// that a column tells apart, or files of their own; the latter two are joined onto the
+// whose sensor a column names, or files of their own; the latter two are joined onto the
 // accelerometer's clock.
 #pragma once
 

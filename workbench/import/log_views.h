@@ -31,7 +31,7 @@ struct Source {
   std::string title;  // of the first column
   Evidence why = Evidence::kTitle;
   int rank = 0;
-  // Of rows that a column tells apart: it, and what it says.
+  // Of rows whose sensor a column names: it, and what it says.
   std::optional<size_t> sensor_column = {};
   std::string sensor = {};
 };

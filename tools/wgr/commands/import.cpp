@@ -31,11 +31,11 @@ static constexpr int kIndent = 2;
 static constexpr char kFooter[] =
     R"(Reads logs of phones, watches and boards as their apps write them: tables with commas,
 semicolons, tabs or blanks between the cells, decimal points or commas, with or without
-titles, with the accelerometer and the gyroscope in one table, in rows of one table that a
-column tells apart, or in files of their own, whose clocks are then joined: give both
-files, their folder or the ZIP archive. What columns, units and clock are is guessed from titles and values,
-and reported with how sure it is and why; --profile, --columns, --units and --axes say it.
-Then the recording is examined, as wgr doctor does.
+titles, with the accelerometer and the gyroscope in one table, in rows of one table whose
+sensor a column names, or in files of their own, whose clocks are then joined: give both
+files, their folder or the ZIP archive. What columns, units and clock are is guessed from
+titles and values, and reported with how sure it is and why; --profile, --columns, --units
+and --axes say it. Then the recording is examined, as wgr doctor does.
 
 The library wants accelerations with gravity in them, m/s², and angular velocities, deg/s,
 in the watch's frame: on the left wrist x points to the fingers, y to the little finger's
