@@ -173,7 +173,7 @@ static std::optional<double> number_behind(const std::string& text,
   return reference::number_of(text.substr(first, text.find(' ', first) - first));
 }
 
-// From "... a whole number from 1 to 100 is wanted" or "... a number above 0 and up to
+// From "... a whole number from 1 to 100 is required" or "... a number above 0 and up to
 // 9".
 static Range stated_range(const std::string& message) {
   const std::optional<double> above = number_behind(message, "number above ");

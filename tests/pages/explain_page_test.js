@@ -210,7 +210,7 @@ const common = {
     const box = await page.locator('#verdict').boundingBox();
     assert.ok(box.y < (await page.locator('#stream').boundingBox()).y);
     assert.match(await page.locator('#verdict-head').textContent(),
-        /^11 of 13 gestures came\. \S/);
+        /^11 of 13 gestures were recognised\. \S/);
     const tiles = await page.locator('.tile .figure').allTextContents();
     assert.equal(tiles[0], '11 / 13');
     assert.equal(tiles[1], '0');

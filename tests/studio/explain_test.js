@@ -56,7 +56,7 @@ const checks = {
   async 'the demo is explained as wgr explain does'(page) {
     await page.click('#demo');
     await settled(page);
-    assert.equal(await headline(page).textContent(), '11 of 11 gestures came.');
+    assert.equal(await headline(page).textContent(), '11 of 11 gestures were recognised.');
     assert.match(await explained(page).locator('#verdict').textContent(),
         /48 other circumstances were tried/);
   },
@@ -105,7 +105,7 @@ const checks = {
       ['mine.labels.csv', read('demo.labels.csv').replace(/\n[^\n]+\n$/, '\n').replaceAll('demo.csv', 'mine.csv')]]);
     await page.waitForSelector('#result:not([hidden])', {timeout: 30_000});
     await settled(page);
-    assert.match(await headline(page).textContent(), /10 of 10 gestures came\. 1 report/);
+    assert.match(await headline(page).textContent(), /10 of 10 gestures were recognised\. 1 report/);
   },
 
   async 'the log of a phone is asked about, with guesses, and explained'(page) {

@@ -53,7 +53,7 @@ static int run(int argc, char** argv) {
     return complain(error, kExitFailure);
   }
   if (wgr.get_subcommands().empty()) {
-    warn("a subcommand is wanted");
+    warn("a subcommand is required");
     print(stderr, "\n{}", wgr.help());
     return kExitBadInput;
   }

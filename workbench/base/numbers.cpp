@@ -51,7 +51,7 @@ std::string plain(double value) {
 }
 
 std::string wanted(const NumberRange& range, const std::string& value) {
-  return range.text() + " is wanted, not " +
+  return range.text() + " is required, not " +
          (value.empty() ? "nothing" : wgr::quoted(value));
 }
 

@@ -169,8 +169,8 @@ void Examination::examine_rest() {
          fmt::format("by the library's rule the wrist rests in {:.0f} % of the samples; "
                      "the longest motion lasts {:.1f} s",
                      100.0 * facts.rest_share, facts.longest_motion),
-         "a gesture is looked for when a motion ends: mend what keeps the sensors from "
-         "resting, or have the hand held still before and after a gesture");
+         "the library looks for a gesture when a motion ends: fix what keeps the sensors "
+         "from resting, or hold the hand still before and after a gesture");
   }
 }
 

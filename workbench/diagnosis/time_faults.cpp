@@ -39,7 +39,7 @@ void Examination::examine_stamps() {
   for (const auto& unit : kUnits) {
     if (step >= unit.most) continue;
     find("stamps-unit", Sureness::kLikely,
-         fmt::format("from stamp to stamp it is {:.0f} s: they are in {}", step,
+         fmt::format("consecutive time stamps are {:.0f} s apart: they are in {}", step,
                      unit.name),
          "write the time in seconds", "", unit.name);
     propose({RepairKind::kTimeUnit, unit.scale});
@@ -86,17 +86,16 @@ void Examination::examine_steps() {
   const std::string right = std::to_string(nearest_int(*facts.rate));
   if (options_.rate && std::fabs(*options_.rate / *facts.rate - 1.0) > kRateTolerance) {
     find("rate", Sureness::kCertain,
-         fmt::format(
-             "samples come at {:.2f} a second, not at the {} that the library is given",
-             *facts.rate, *options_.rate),
+         fmt::format("the sample rate is {:.2f}, not the {} that the library is given",
+                     *facts.rate, *options_.rate),
          "pass the true rate: speeds, lengths and turns all follow from it",
          fmt::format("init_gesture_handle(h, {}, ...); --sample-rate {}", right, right));
     propose({RepairKind::kRate, *facts.rate});
   } else if (std::fabs(std::round(*facts.rate) / *facts.rate - 1.0) > kRateTolerance) {
     find("rate", Sureness::kCertain,
-         fmt::format("samples come at {:.2f} a second, which no whole number is near",
+         fmt::format("the sample rate is {:.2f}, which is not near a whole number",
                      *facts.rate),
-         "resample, or ask the sensor for a rate of whole samples",
+         "resample, or set the sensor to a rate that is a whole number",
          "init_gesture_handle() takes whole samples per second");
     propose({RepairKind::kEvenRate, *facts.rate});
   }
@@ -106,7 +105,7 @@ void Examination::examine_steps() {
                      "(standard deviation)",
                      100.0 * facts.jitter),
          "stamp the samples where they are taken, or resample them to an even rate: the "
-         "library takes every step for the same time");
+         "library assumes equal steps");
     propose({RepairKind::kEvenRate, *facts.rate});
   }
   report_irregular_steps(steps, *rate);
@@ -159,7 +158,7 @@ void Examination::report_irregular_steps(const std::vector<double>& steps, doubl
   }
   if (carried_.backward.count > backward) {
     find("order", Sureness::kCertain,
-         tallied(carried_.backward, " stamps lie before the one they follow"),
+         tallied(carried_.backward, " time stamps are earlier than the one before"),
          "sort the samples by time before update_gesture()");
     propose({RepairKind::kSort});
   }

@@ -82,7 +82,8 @@ void Examination::report_axes(const Agreement& agreement) {
   const AxisMap& gyro = agreement.gyro;
   const std::string of_gyro = "the gyroscope's axes are taken as " + as_text(gyro, 'g');
   const std::string numbers = fmt::format(
-      "gravity turns as the gyroscope says (to {:.1f} instead of {:.1f} degrees, in {} "
+      "gravity turns as the gyroscope predicts (to {:.1f} instead of {:.1f} degrees, in "
+      "{} "
       "turns)",
       agreement.best_error, agreement.error, agreement.turns);
   std::string what = numbers + " only when " + of_gyro;
@@ -142,7 +143,7 @@ void Examination::guess_gyro_unit() {
         fmt::format("while the wrist is shaken it turns by no more than {:.1f}: that may "
                     "be rad/s",
                     fastest),
-        "multiply the rates by 57.29578 if they are in rad/s");
+        "multiply the angular velocities by 57.29578 if they are in rad/s");
     propose({RepairKind::kGyroUnit, kDegreesPerRadian});
   }
 }
@@ -166,17 +167,18 @@ void Examination::examine_turns() {
     find("gyro-unit",
          agreement.turns > kFewestTurns ? Sureness::kCertain : Sureness::kLikely,
          fmt::format(
-             "gravity turns by {:.0f} degrees where the gyroscope says next to nothing, "
-             "and as it says (to {:.1f} degrees) when its rates are rad/s",
+             "gravity turns by {:.0f} degrees where the gyroscope shows almost no turn; "
+             "the two agree (to {:.1f} degrees) if its values are rad/s",
              agreement.angle, agreement.best_error),
-         "multiply the rates by 57.29578: the library wants deg/s");
+         "multiply the angular velocities by 57.29578: the library expects deg/s");
     propose({RepairKind::kGyroUnit, kDegreesPerRadian});
     scale(gyro_, kDegreesPerRadian);
   } else if (agreement.factor != 1.0) {
     find("turn-scale", Sureness::kLikely,
-         fmt::format("gravity turns {:.2f} times as far as rates and stamps say",
+         fmt::format("gravity turns {:.2f} times as far as angular velocities and time "
+                     "stamps predict",
                      agreement.factor),
-         "see whether the stamps are true, and whether the gyroscope's range is the one "
+         "check the time stamps, and whether the gyroscope's range is the one "
          "that its values are scaled for");
     propose({RepairKind::kGyroUnit, agreement.factor});
   }

@@ -124,12 +124,14 @@ void Examination::examine_spikes() {
 
 void Examination::report_spikes(const Occurrences& all, const char* id, const char* name,
                                 const char* unit) {
-  find(id, Sureness::kCertain,
-       fmt::format("{} samples of the {} are larger than any that it measures, up to "
-                   "{:.2f} {}, the first at {:.3f} s (line {})",
-                   all.count, name, all.most, unit, all.first, all.first_line),
-       "look for errors of the transfer and error codes of the driver, and pass the "
-       "sample before in the place of such a one: it makes a motion of a rest");
+  find(
+      id, Sureness::kCertain,
+      fmt::format(
+          "larger than any value that the {} can measure: {}, up to {:.2f} {}, the "
+          "first at {:.3f} s (line {})",
+          name, counted(all.count, "sample"), all.most, unit, all.first, all.first_line),
+      "look for errors of the transfer and error codes of the driver, and replace such a "
+      "sample by the one before it: it turns rest into motion");
 }
 
 void Examination::examine_clipping() {
@@ -153,8 +155,8 @@ void Examination::examine_clipping() {
                     [&](double range) { return std::fabs(limit / range - 1.0) < 0.03; });
     find(letter == 'a' ? "acc-clipping" : "gyro-clipping",
          known ? Sureness::kCertain : Sureness::kLikely,
-         fmt::format("{}: {} samples stand at the end of the range, {:.2f} {}", axes,
-                     count, limit, unit_name),
+         fmt::format("{}: {} samples are at the end of the range, {:.2f} {}", axes, count,
+                     limit, unit_name),
          "set the sensor to a wider range; what is cut off is lost to the comparison");
   };
   report(acc_, 'a', kStandardGravity, kAccRanges, "g");
@@ -183,7 +185,7 @@ void Examination::examine_bias() {
   const Point3Df left = bias - options_.gyro_bias;
   if (!(squared_length(left) > kMostBias * kMostBias)) return;
   find("bias", Sureness::kCertain,
-       "at rest the gyroscope shows " + as_text(left) + " deg/s that are not taken off",
+       "at rest the gyroscope shows " + as_text(left) + " deg/s that are not subtracted",
        "pass the bias; a second of it turns a motion by as many degrees",
        fmt::format("init_gesture_handle(h, rate, (Point3Df){{{}}}, ...); --bias={}",
                    as_text(bias), as_text(bias)));

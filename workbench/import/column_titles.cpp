@@ -53,7 +53,7 @@ static const Words kTimeWords = {
     "utc"};
 static const Words kSensorWords = {"sensor", "sensortype", "sensorname",
                                    "type",   "source",     "sensorid"};
-// Of which neither axes nor times are wanted.
+// Titles that are neither axes nor times.
 static const Words kForeignWords = {
     "mag",       "magnet",      "magnetometer", "magnetic",   "magnetfeld", "m",
     "compass",   "orientation", "quat",         "quaternion", "attitude",   "euler",

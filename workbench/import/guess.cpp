@@ -539,7 +539,7 @@ void Guess::guess_acc_unit() {
       gravity_ ? source.why : Evidence::kGravity, usual * unit->factor);
 }
 
-// The unit with which gravity turns as the gyroscope says.
+// The unit with which gravity turns as the gyroscope predicts.
 bool Guess::try_gyro_units(const Lengths& lengths) {
   const double fastest = lengths.at(0.99);
   std::vector<std::string> words = {"deg/s", "rad/s", "mdps"};

@@ -1,5 +1,5 @@
 // Reads the logs of other devices and apps: what their columns mean is guessed, unless a
-// profile says so, and the samples come out as the library wants them.
+// profile says so, and the samples come out as the library expects them.
 //
 // Accelerations in m/s² with gravity in them, angular velocities in deg/s, times in s.
 // Accelerations and angular velocities may be columns of one table, rows of one table
@@ -92,7 +92,7 @@ enum class Evidence {
   kFileName,  //
   kStep,      // from stamp to stamp; figure: s
   kGravity,   // the usual length of the accelerations; figure: in the log's unit
-  kTurns,     // gravity turns as the gyroscope says; figure: to so many degrees
+  kTurns,     // gravity turns as the gyroscope predicts; figure: to so many degrees
   kRange,     // of the values; figure: the fastest turns, in the log's unit
   kPosition,  // of a column without a title
   kContent,   // what is in the file

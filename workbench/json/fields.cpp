@@ -107,7 +107,7 @@ class Check {
                             json.size())
               : shortened(json.dump(-1, ' ', false, Json::error_handler_t::replace),
                           kLongestQuote);
-      refuse(path, wanted_of(field) + " is wanted, not " + dumped);
+      refuse(path, wanted_of(field) + " is required, not " + dumped);
     }
     if (field.kind == Kind::kObject) object(json, field, path);
     if (field.kind == Kind::kMap) {
@@ -131,7 +131,7 @@ class Check {
         value(*found, inside, below(path, inside.name));
       } else if (!inside.optional) {
         refuse(below(path, inside.name),
-               "is missing: " + wanted_of(inside) + " is wanted");
+               "is missing: " + wanted_of(inside) + " is required");
       }
     }
     for (const auto& [name, ignored] : json.items()) {

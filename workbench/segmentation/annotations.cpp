@@ -47,7 +47,7 @@ void check_label(const TableRow& row, size_t index, const std::string& path) {
     refuse_row(
         row, path,
         fmt::format(
-            "the label {}: {} is wanted, or -1 or background for what is no gesture",
+            "the label {}: {} is required, or -1 or background for what is no gesture",
             word, kLabels.text()));
   }
   const std::optional<double> label = number_of(word, kLabels);

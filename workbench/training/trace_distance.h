@@ -1,4 +1,4 @@
-// How far a trace is from others, when only the nearest is wanted.
+// How far a trace is from others, when only the nearest is needed.
 #pragma once
 
 #include "base/points.h"

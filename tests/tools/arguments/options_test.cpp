@@ -252,7 +252,7 @@ TEST(Options, NumbersOutOfTheirRangeAreRefusedWithTheRangeInPlainWords) {
       const std::string said = said_of(line(known.command, {known.option, value}));
       EXPECT_THAT(said,
                   AllOf(StartsWith(std::string(known.option) + ": " + range.text() +
-                                   " is wanted, not "),
+                                   " is required, not "),
                         EndsWith(std::string("; see wgr ") + known.command + " --help")))
           << known.command << " " << known.option << " " << value;
       EXPECT_LT(said.size(), 200u) << said;
@@ -294,7 +294,7 @@ TEST(Options, WordsAreTakenAsTheyAreAndOthersAreRefused) {
           std::string("1,2,"), std::string("1,,2"), std::string("accuracy=nan"),
           std::string("accuracy="), std::string("accuracy"), std::string(1000, 'a')}) {
       const std::string said = said_of(line(command, {option, value}));
-      EXPECT_THAT(said, AllOf(StartsWith(option + ": "), HasSubstr(" wanted, "),
+      EXPECT_THAT(said, AllOf(StartsWith(option + ": "), HasSubstr(" required, "),
                               HasSubstr("ee wgr " + command + " --help")))
           << name << " " << value.substr(0, 99);
       EXPECT_LT(said.size(), 350u) << said;
@@ -309,7 +309,7 @@ TEST(Options, NamesWithTextsAreTakenAndOtherNamesRefused) {
     EXPECT_EQ(said_of(line(command, {option, good})), "") << name;
     for (const char* const value : {"", "1", "ay", "=1", "other=1", "acc=", ",", "a=,"}) {
       EXPECT_THAT(said_of(line(command, {option, value})),
-                  AllOf(StartsWith(option + ": "), HasSubstr(" wanted, "),
+                  AllOf(StartsWith(option + ": "), HasSubstr(" required, "),
                         HasSubstr("ee wgr " + command + " --help")))
           << name << " " << value;
     }
@@ -319,7 +319,7 @@ TEST(Options, NamesWithTextsAreTakenAndOtherNamesRefused) {
 TEST(Options, AWordThatIsNoneOfSeveralIsRefusedWithAllOfThem) {
   EXPECT_EQ(
       said_of({"eval", "X", "--leave-out", "sesion"}),
-      "--leave-out: subject, repetition or session is wanted, not \"sesion\"; did you "
+      "--leave-out: subject, repetition or session is required, not \"sesion\"; did you "
       "mean session? See wgr eval --help");
 }
 
@@ -329,24 +329,24 @@ TEST(Options, APathIsNeitherNothingNorTheNextOption) {
       const Words empty = {command, option, ""};
       EXPECT_THAT(
           said_of(empty),
-          StartsWith(option + ": a name is wanted, not nothing; see wgr " + command))
+          StartsWith(option + ": a name is required, not nothing; see wgr " + command))
           << command;
       EXPECT_THAT(said_of({command, option, "--help"}),
-                  AllOf(StartsWith(option + ": a name is wanted, not the option"),
+                  AllOf(StartsWith(option + ": a name is required, not the option"),
                         HasSubstr("./--help")))
           << command;
       EXPECT_THAT(
           said_of({command, option}),
-          StartsWith(option + ": a value is wanted behind it; see wgr " + command));
+          StartsWith(option + ": a value is required after it; see wgr " + command));
       EXPECT_EQ(said_of({command, option + "=", "X"}),
-                option + ": a value is wanted behind the =");
+                option + ": a value is required after the =");
     }
   }
 }
 
 TEST(Options, AnEmptyValueBehindTheSignIsMetAfterOtherLongOptions) {
   EXPECT_EQ(said_of({"replay", "--json", "--sample-rate=50", "--log=", "X"}),
-            "--log: a value is wanted behind the =");
+            "--log: a value is required after the =");
   EXPECT_EQ(said_of({"synth", "--seed", "1", "-out", "X"}),
             "-out: no option; did you mean --out?");
 }
@@ -360,12 +360,12 @@ TEST(Options, ARecordingMayHaveTheNameOfAnOptionBehindTheDashes) {
 TEST(Options, PositionalArgumentsAreNotEmpty) {
   for (const std::string command :
        {"replay", "explain", "doctor", "log", "eval", "segment", "build"}) {
-    EXPECT_THAT(said_of({command, ""}), HasSubstr(": a name is wanted, not nothing"))
+    EXPECT_THAT(said_of({command, ""}), HasSubstr(": a name is required, not nothing"))
         << command;
   }
   for (const std::string command : {"show", "check", "diff"}) {
     EXPECT_THAT(said_of({"model", command, "", "X"}),
-                HasSubstr(": a name is wanted, not nothing"))
+                HasSubstr(": a name is required, not nothing"))
         << command;
   }
 }
@@ -466,7 +466,7 @@ TEST(Options, AMisspeltSubcommandIsNamedWithTheRightOne) {
       "\"shwo\": no subcommand of wgr model; did you mean show? See wgr model --help");
   EXPECT_EQ(
       said_of({"model"}),
-      "a subcommand of wgr model is wanted: show, check, diff; see wgr model --help");
+      "a subcommand of wgr model is required: show, check, diff; see wgr model --help");
   EXPECT_EQ(said_of({"frobnicate"}),
             "\"frobnicate\": no subcommand of wgr; see wgr --help");
 }
@@ -481,9 +481,9 @@ TEST(Options, ArgumentsThatAreMissingOrTooManyAreCounted) {
             "\"now\": one argument too many; wgr preflight takes options alone; see wgr "
             "preflight --help");
   EXPECT_EQ(said_of({"model", "diff", "X"}),
-            "MODELS: 2 are wanted, not 1; see wgr model diff --help");
+            "MODELS: 2 are required, not 1; see wgr model diff --help");
   EXPECT_THAT(said_of({"model", "diff", "X", "Y", "Z"}),
-              StartsWith("MODELS: 2 are wanted"));
+              StartsWith("MODELS: 2 are required"));
   for (const NumberOption& known : kNumbers) {
     const std::string value = plain(known.range.most);
     EXPECT_EQ(said_of(line(known.command, {known.option, value, known.option, value})),

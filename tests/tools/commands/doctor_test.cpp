@@ -76,7 +76,7 @@ TEST_F(DoctorCommand, EndsWithOneWhenItFindsSomething) {
   const Outcome text = run_wgr("doctor " + path);
   EXPECT_EQ(text.status, 1);
   EXPECT_THAT(text.out, HasSubstr("gyro-unit (certain): "));
-  EXPECT_THAT(text.out, HasSubstr("\n  do: multiply the rates by 57.29578"));
+  EXPECT_THAT(text.out, HasSubstr("\n  do: multiply the angular velocities by 57.29578"));
 
   const Outcome lines = run_wgr("doctor --json " + path);
   EXPECT_EQ(lines.status, 1);

@@ -37,7 +37,7 @@ TEST_F(Explain, TextNamesTheMotionAndItsCause) {
   const Outcome outcome = run_wgr("explain " + quoted_);
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_THAT(outcome.out,
-              StartsWith("1 gesture was reported. An axis sticks at one value.\n"));
+              StartsWith("1 gesture was reported. An axis is stuck at one value.\n"));
   EXPECT_THAT(outcome.out,
               HasSubstr("\n" + recording_ + ": 150 samples at 50 samples/s\n"));
   EXPECT_THAT(outcome.out, HasSubstr("\n  class 3, 0.920 s to 1.860 s, motion 1\n"));
@@ -111,7 +111,7 @@ TEST_F(Explain, ExpectedGesturesAreComparedWithWhatCame) {
   write_file(table, "t_start,t_end,label\n1.0,1.8,3\n2.2,2.8,3\n");
   const Outcome outcome = run_wgr("explain --expect '" + table + "' " + quoted_);
   EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_THAT(outcome.out, StartsWith("1 of 2 gestures came. "));
+  EXPECT_THAT(outcome.out, StartsWith("1 of 2 gestures were recognised. "));
   EXPECT_THAT(outcome.out, HasSubstr("\nmissed: 1\n"
                                      "  class 3, at-rest: 1\n"
                                      "    2.200 s to 2.800 s\n"
@@ -232,7 +232,7 @@ TEST_F(Explain, AFolderGivesAPageEachAndAnIndex) {
   EXPECT_EQ(run_wgr(command).status, 2);
   const Outcome outcome = run_wgr(command + " -o " + out);
   EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_THAT(outcome.out, StartsWith("a.csv: 1 of 1 gesture came."));
+  EXPECT_THAT(outcome.out, StartsWith("a.csv: 1 of 1 gesture was recognised."));
   EXPECT_THAT(outcome.out, HasSubstr("\nb.csv: No gesture was reported."));
   for (const char* page : {"/a.csv.html", "/b.csv.html", "/index.html"}) {
     EXPECT_THAT(read_file(out + page), EndsWith("</html>\n")) << page;

@@ -71,7 +71,7 @@ TEST_F(ImportCommand, SaysWhatItDidAndWritesNothingWhenDry) {
                       "content)\n"),
             HasSubstr("time in us (likely: by the stamps' step, 0.02 s)\n"),
             HasSubstr("angular velocities in rad/s (certain: gravity turns as the "
-                      "gyroscope says"),
+                      "gyroscope predicts"),
             HasSubstr("joined    3100 readings of the gyroscope onto the 3100 readings"),
             HasSubstr("dropped   1 line without a reading of the other sensor")));
   const Outcome json = run_wgr("import --dry-run --json" + written(log));
@@ -144,12 +144,12 @@ TEST_F(ImportCommand, RefusesWithFileLineAndWhatToDo) {
              "\"0,0,0,9.8,x,2,3\""},
       {"--columns ax=acx " + log, "did you mean ax?"},
       {"--columns axx=1 " + log, "did you mean ax?"},
-      {"--units acc=stones " + log, "one of m/s2, g, mg, raw:COUNTS is wanted"},
+      {"--units acc=stones " + log, "one of m/s2, g, mg, raw:COUNTS is required"},
       {"--profile androd " + log, "did you mean android?"},
-      {"--axes x,x,z " + log, "three axes such as -y,x,z are wanted"},
+      {"--axes x,x,z " + log, "three axes such as -y,x,z are required"},
       {"--axes=-x,y,z " + log, "is a mirror image"},
       {"/nowhere.csv", "cannot be opened"},
-      {"", "IN: a log is wanted"}};
+      {"", "IN: a log is required"}};
   for (const auto& c : cases) {
     const Outcome outcome = run_wgr("import -o " + out_ + " " + c.words);
     EXPECT_EQ(outcome.status, 2) << c.words;

@@ -65,7 +65,8 @@ TEST(Numbers, AreReadWholeAndInTheirRangeAlone) {
 TEST(Numbers, AreSaidWithoutAnExponentAndNotTooLong) {
   EXPECT_EQ(whole_from(1, 100000).text(), "a whole number from 1 to 100000");
   EXPECT_EQ(number_above(0, 0.5).text(), "a number above 0 and up to 0.5");
-  EXPECT_EQ(wanted(number_from(0, 1), ""), "a number from 0 to 1 is wanted, not nothing");
+  EXPECT_EQ(wanted(number_from(0, 1), ""),
+            "a number from 0 to 1 is required, not nothing");
 }
 
 TEST(Numbers, NearestIntIsAnIntForEveryDouble) {

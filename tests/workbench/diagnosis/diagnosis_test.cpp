@@ -160,8 +160,7 @@ static const std::vector<Fault>& faults() {
       {"stamps in ms", "stamps-unit", each([](S& s) { s.t *= 1000.0; }), "milliseconds"},
       {"stamps in ns", "stamps-unit", each([](S& s) { s.t *= 1e9; }), "nanoseconds"},
       {"stamps that stand still", "stamps", each([](S& s) { s.t = 3.0; })},
-      {"a rate that is not so", "rate", [](Recorded&) {},
-       "at 50.00 a second, not at the 100", 100},
+      {"a rate that is not so", "rate", [](Recorded&) {}, "is 50.00, not the 100", 100},
       {"jitter", "jitter",
        [](Recorded& samples) {
          Random random(5);
@@ -177,7 +176,7 @@ static const std::vector<Fault>& faults() {
        "1 stamps repeat the one before, the first at 19.980 s"},
       {"two samples in the wrong order", "order",
        [](Recorded& samples) { std::swap(samples[1000], samples[1001]); },
-       "1 stamps lie before the one they follow"},
+       "1 time stamps are earlier than the one before"},
       {"bias", "bias", each([](S& s) {
          s.gyro = s.gyro + Point3Df{4.0, -3.0, 0.0};
        }),
@@ -195,14 +194,14 @@ static const std::vector<Fault>& faults() {
        "1 samples have a rate of exactly zero on all axes, the first at 20.000 s"},
       {"a sample of 9999 m/s²", "acc-spike",
        [](Recorded& samples) { samples[1000].acc.y = -9999.0; },
-       "1 samples of the accelerometer are larger than any that it measures, up to "
+       "larger than any value that the accelerometer can measure: 1 sample, up to "
        "9999.00 m/s², the first at 20.000 s (line 1002)"},
       {"a sample of 9999 deg/s", "gyro-spike",
        [](Recorded& samples) {
          samples[1000].gyro.z = 9999.0;
          samples[1400].gyro.x = -9998.0;
        },
-       "2 samples of the gyroscope are larger than any that it measures, up to "
+       "larger than any value that the gyroscope can measure: 2 samples, up to "
        "9999.00 deg/s, the first at 20.000 s (line 1002)"},
       {"a spike in another unit, before the clipping that it would hide",
        "acc-clipping acc-spike acc-unit",

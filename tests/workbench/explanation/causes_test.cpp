@@ -249,17 +249,19 @@ TEST_F(Causes, TheSensorThatSaysRestIsNamed) {
   EXPECT_EQ(a.rests[0].gravity_outside, 21u);
   EXPECT_EQ(a.rests[0].acc_scattered, 0u);
   EXPECT_NEAR(a.rests[0].mean_gravity, 9.81, 1e-12);
-  EXPECT_THAT(sentence_for(a.rests[0], a.settings),
-              HasSubstr("the gyroscope says so, the accelerometer does not: its mean of "
-                        "9.81 m/s² is outside the band of gravity"));
+  EXPECT_THAT(
+      sentence_for(a.rests[0], a.settings),
+      HasSubstr("the gyroscope reports rest, the accelerometer does not: its mean of "
+                "9.81 m/s² is outside the band of gravity"));
 
   const Explanation b = explained(turning);
   ASSERT_EQ(b.rests.size(), 1u);
   EXPECT_THAT(b.rests[0].judged, ElementsAre(0, 9, 21, 0, 0));
   EXPECT_EQ(b.rests[0].turning, 21u);
-  EXPECT_THAT(sentence_for(b.rests[0], b.settings),
-              HasSubstr("the accelerometer says so, the gyroscope does not: it shows "
-                        "turning"));
+  EXPECT_THAT(
+      sentence_for(b.rests[0], b.settings),
+      HasSubstr("the accelerometer reports rest, the gyroscope does not: it shows "
+                "turning"));
 }
 
 // ---- what was expected ---------------------------------------------------------------
@@ -298,7 +300,7 @@ TEST_F(Expectations, WhereTheWristRestedTheSensorIsReported) {
   const Expected x = found(rest(60) + one_gesture(), 0.4, 1.0);
   EXPECT_EQ(x.cause, Circumstance::kAtRest);
   EXPECT_FALSE(x.motion.has_value());
-  EXPECT_THAT(sentence_for(x, e), HasSubstr("both sensors said so"));
+  EXPECT_THAT(sentence_for(x, e), HasSubstr("both sensors reported rest"));
 }
 
 TEST_F(Expectations, WhatFellIntoThePauseAfterAReportIsReported) {

@@ -51,39 +51,41 @@ TEST(Description, EveryFieldIsCheckedForItsKindAndRange) {
     const char* said;
   } cases[] = {
       {"/samples_per_second", "1e300",
-       " samples_per_second: a whole number from 0 to 100000 is wanted, not 1e+300"},
+       " samples_per_second: a whole number from 0 to 100000 is required, not 1e+300"},
       {"/samples_per_second", "-1",
        " samples_per_second: a whole number from 0 to 100000"},
       {"/samples_per_second", "50.5", " samples_per_second: a whole number"},
-      {"/samples_per_second", "\"50\"", " is wanted, not \"50\""},
-      {"/samples_per_second", "null", " is wanted, not null"},
-      {"/samples_per_second", "true", " is wanted, not true"},
-      {"/samples_per_second", "[50]", " is wanted, not a list of 1"},
+      {"/samples_per_second", "\"50\"", " is required, not \"50\""},
+      {"/samples_per_second", "null", " is required, not null"},
+      {"/samples_per_second", "true", " is required, not true"},
+      {"/samples_per_second", "[50]", " is required, not a list of 1"},
       {"/samples_per_second", "18446744073709551615", " a whole number from 0 to 100000"},
-      {"/gravity", "1", " gravity: true or false is wanted, not 1"},
-      {"/units", "3", " units: an object is wanted, not 3"},
-      {"/units/time", "3", " units.time: a text of at most 4096 bytes is wanted, not 3"},
-      {"/engine", "[]", " engine: an object is wanted, not a list of 0"},
+      {"/gravity", "1", " gravity: true or false is required, not 1"},
+      {"/units", "3", " units: an object is required, not 3"},
+      {"/units/time", "3",
+       " units.time: a text of at most 4096 bytes is required, not 3"},
+      {"/engine", "[]", " engine: an object is required, not a list of 0"},
       {"/engine/shortest_motion", "1e300",
-       " engine.shortest_motion: a whole number from 0 to 1000000 is wanted, not 1e+300"},
+       " engine.shortest_motion: a whole number from 0 to 1000000 is required, not "
+       "1e+300"},
       {"/engine/static_window", "-2147483649", " engine.static_window: a whole number"},
       {"/engine/strength_threshold", "-0.5",
        " engine.strength_threshold: a number from 0"},
-      {"/engine/strength_threshold", "{}", " is wanted, not an object of 0"},
+      {"/engine/strength_threshold", "{}", " is required, not an object of 0"},
       {"/background_seconds", "-1", " background_seconds: a number from 0 to 1000000000"},
       {"/background_seconds", "1e300", " background_seconds: a number from 0 to"},
-      {"/classes", "[]", " classes: an object is wanted"},
+      {"/classes", "[]", " classes: an object is required"},
       {"/classes/circle", "1001", " classes.circle: a whole number from 0 to 1000"},
       {"/classes/circle", "-1", " classes.circle: a whole number from 0 to 1000"},
       {"/classes/circle", "\"0\"", " classes.circle: a whole number from 0 to 1000"},
       {"/verdicts/kept", "1e10", " verdicts.kept: a whole number from 0 to 1000000000"},
-      {"/inputs", "{}", " inputs: a list is wanted, not an object of 0"},
-      {"/inputs/0", "3", " inputs[0]: an object is wanted, not 3"},
+      {"/inputs", "{}", " inputs: a list is required, not an object of 0"},
+      {"/inputs/0", "3", " inputs[0]: an object is required, not 3"},
       {"/inputs/0/file", "3", " inputs[0].file: a text of at most 4096 bytes"},
       {"/inputs/0/sha256", "\"00\"", " inputs[0].sha256: a text of 64 characters"},
-      {"/subjects", "\"ann\"", " subjects: a list is wanted, not \"ann\""},
-      {"/subjects/1", "[\"bob\"]", " subjects[1]: a list of 2 values is wanted"},
-      {"/subjects/1", "[\"bob\",1,2]", " subjects[1]: a list of 2 values is wanted"},
+      {"/subjects", "\"ann\"", " subjects: a list is required, not \"ann\""},
+      {"/subjects/1", "[\"bob\"]", " subjects[1]: a list of 2 values is required"},
+      {"/subjects/1", "[\"bob\",1,2]", " subjects[1]: a list of 2 values is required"},
       {"/subjects/1/0", "1", " subjects[1][0]: a text of at most 4096 bytes"},
       {"/subjects/1/1", "0", " subjects[1][1]: a whole number from 1 to 1000000000"},
       {"/subjects/1/1", "1e300", " subjects[1][1]: a whole number from 1 to 1000000000"},
@@ -122,7 +124,7 @@ TEST(Description, EveryFieldThatIsMissingOrUnknownIsNamed) {
 TEST(Description, WhatIsNoJsonIsRefusedWithItsLine) {
   EXPECT_EQ(said_of("{\n\"gravity\": tru\n}"), "2: is not JSON from here on");
   EXPECT_EQ(said_of(""), "1: is not JSON from here on");
-  EXPECT_THAT(said_of("[]"), StartsWith(" an object is wanted, not a list of 0"));
+  EXPECT_THAT(said_of("[]"), StartsWith(" an object is required, not a list of 0"));
   EXPECT_THAT(said_of("{\"gravity\": 1e999}"), HasSubstr(" a number that is too large"));
   EXPECT_THAT(said_of("{\"gravity\": NaN}"), HasSubstr("is not JSON"));
   EXPECT_EQ(said_of("{\"gravity\": true, \"engine\": {}, \"gravity\": false}"),
@@ -198,7 +200,7 @@ TEST(Labels, CodesOfTheInterfaceAreRefusedWithTheirLine) {
   for (const std::string bad : {"-2", "1001", "-1000000"}) {
     EXPECT_THAT(
         said_of_set("labels.csv", "file,t_start,t_end,label\na.csv,0,1," + bad + "\n"),
-        HasSubstr("a whole number from 0 to 1000 is wanted"))
+        HasSubstr("a whole number from 0 to 1000 is required"))
         << bad;
   }
 }
@@ -213,7 +215,7 @@ TEST(Labels, NumbersOutOfTheirRangeAreRefusedWithTheirLine) {
   for (const std::string bad : {"1e300", "0.5", "-50", "100001", "nan"}) {
     EXPECT_THAT(
         said_of_set("index.csv", "file,label,subject,rate_hz\na.csv,1,ann," + bad + "\n"),
-        StartsWith(":2: field 4: a number from 1 to 100000 is wanted, not \"" + bad))
+        StartsWith(":2: field 4: a number from 1 to 100000 is required, not \"" + bad))
         << bad;
   }
 }

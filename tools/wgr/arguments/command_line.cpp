@@ -196,13 +196,13 @@ static std::string of_mismatch(const std::string& what) {
   if (!converted.empty()) return converted + ": takes no value";
   if (!after("flag overr").empty()) return name + ": takes no value";
   if (what.find(" missing") != std::string::npos) {
-    return name + ": a value is wanted behind it";
+    return name + ": a value is required after it";
   }
   const std::string most = after(": At Most ");
   if (most == "1") return name + ": may be given once";
   const std::string exact = most.empty() ? after(": At least ") : most;
   if (!exact.empty())
-    return name + ": " + exact + " are wanted, not " + after("received ");
+    return name + ": " + exact + " are required, not " + after("received ");
   return what;
 }
 
@@ -219,7 +219,7 @@ static std::string message_of(const CLI::App& wgr, const CLI::ParseError& error)
   for (const std::string& name : names_of_subcommands(command)) {
     names += (names.empty() ? "" : ", ") + name;
   }
-  return with_help("a subcommand of " + full_name(command) + " is wanted: " + names,
+  return with_help("a subcommand of " + full_name(command) + " is required: " + names,
                    command);
 }
 
@@ -233,7 +233,7 @@ static void refuse_misleading(const CLI::App& wgr,
     const std::string name = without_value(word);
     if (word[1] == '-') {
       if (name.size() + 1 != word.size()) continue;
-      throw UsageError(name + ": a value is wanted behind the =");
+      throw UsageError(name + ": a value is required after the =");
     }
     for (const CLI::App* command : all_below(wgr)) {
       if (has_option(*command, "-" + name)) {

@@ -31,11 +31,11 @@ CLI::Validator gyro_bias() { return each_within(kBiases, "X,Y,Z", "deg/s"); }
 Point3Df parse_bias(const std::string& text) {
   const size_t first = text.find(',');
   const size_t second = first == std::string::npos ? first : text.find(',', first + 1);
-  if (second == std::string::npos) throw UsageError("--bias: X,Y,Z is wanted");
+  if (second == std::string::npos) throw UsageError("--bias: X,Y,Z is required");
   const auto x = number_of(text.substr(0, first), kBiases);
   const auto y = number_of(text.substr(first + 1, second - first - 1), kBiases);
   const auto z = number_of(text.substr(second + 1), kBiases);
-  if (!x || !y || !z) throw UsageError("--bias: X,Y,Z is wanted");
+  if (!x || !y || !z) throw UsageError("--bias: X,Y,Z is required");
   return {*x, *y, *z};
 }
 

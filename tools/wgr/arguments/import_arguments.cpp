@@ -25,7 +25,7 @@ static std::string none_of(const std::string& text,
                            const std::vector<std::string>& words) {
   std::string all;
   for (const std::string& word : words) all += (all.empty() ? "" : ", ") + word;
-  return "one of " + all + " is wanted, not " + wgr::quoted(text) +
+  return "one of " + all + " is required, not " + wgr::quoted(text) +
          did_you_mean(text, words);
 }
 
@@ -42,11 +42,11 @@ static std::string parse_pairs(const std::string& text, std::vector<Pair>& pairs
     } else if (!pairs.empty() && !part.empty()) {
       pairs.back().second += "," + part;
     } else {
-      return "NAME=VALUE is wanted, not " + wgr::quoted(part);
+      return "NAME=VALUE is required, not " + wgr::quoted(part);
     }
   }
   for (const auto& [name, value] : pairs) {
-    if (value.empty()) return "a value is wanted, behind " + wgr::quoted(name + "=");
+    if (value.empty()) return "a value is required, after " + wgr::quoted(name + "=");
   }
   return "";
 }
@@ -108,9 +108,10 @@ static CLI::Validator pairs_for(Take take) {
 static CLI::Validator three_axes() {
   return CLI::Validator(
       [](const std::string& text) {
-        return axes_from(text) ? std::string()
-                               : "three axes such as -y,x,z are wanted, each once, not " +
-                                     wgr::quoted(text);
+        return axes_from(text)
+                   ? std::string()
+                   : "three axes such as -y,x,z are required, each once, not " +
+                         wgr::quoted(text);
       },
       "");
 }

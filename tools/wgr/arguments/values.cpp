@@ -32,7 +32,7 @@ CLI::Validator each_within(const NumberRange& range, const std::string& names,
         }
         if (good) return std::string();
         return std::to_string(commas + 1) + " numbers " + names + " in " + unit +
-               " are wanted, each from " + plain(range.least) + " to " +
+               " are required, each from " + plain(range.least) + " to " +
                plain(range.most) + ", not " + wgr::quoted(text);
       },
       "");
@@ -48,13 +48,13 @@ CLI::Validator one_of(const std::vector<std::string>& words) {
         for (size_t i = 0; i < words.size(); ++i) {
           all += (i == 0 ? "" : i + 1 == words.size() ? " or " : ", ") + words[i];
         }
-        return all + " is wanted, not " + wgr::quoted(text) + did_you_mean(text, words);
+        return all + " is required, not " + wgr::quoted(text) + did_you_mean(text, words);
       },
       "");
 }
 
 static std::string fault_in_path(const std::string& path) {
-  return path.empty() ? "a name is wanted, not nothing" : "";
+  return path.empty() ? "a name is required, not nothing" : "";
 }
 
 CLI::Validator path_name() {
@@ -65,7 +65,7 @@ CLI::Validator path_value() {
   return CLI::Validator(
       [](const std::string& path) {
         if (path.compare(0, 2, "--") != 0) return fault_in_path(path);
-        return "a name is wanted, not the option " + wgr::quoted(path) + "; a file " +
+        return "a name is required, not the option " + wgr::quoted(path) + "; a file " +
                "of that name is ./" + path;
       },
       "");

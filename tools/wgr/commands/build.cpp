@@ -206,7 +206,7 @@ static void check_files(const Arguments& given, const std::vector<Job>& jobs) {
 
 static void build(const Arguments& given) {
   if (given.input.empty() == given.slots.empty()) {
-    throw UsageError("build: either INPUT or --slots is wanted");
+    throw UsageError("build: either INPUT or --slots is required");
   }
   if (!given.slots.empty() && !given.page.empty()) {
     throw UsageError("build: --report is of one model, and goes without --slots");

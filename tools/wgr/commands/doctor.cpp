@@ -219,7 +219,7 @@ void add_doctor(CLI::App& wgr) {
                    "Samples per second that the host passes to the library")
       ->transform(within(whole_from(1, kHighestRate)))
       ->option_text("HZ");
-  add_model_options(*command, given->model, "; otherwise\nno model is looked at");
+  add_model_options(*command, given->model, "; otherwise\nno model is checked");
   command->add_option("--bias", given->bias, "Gyroscope bias that it passes, deg/s")
       ->transform(gyro_bias())
       ->option_text("X,Y,Z");

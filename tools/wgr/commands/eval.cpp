@@ -65,10 +65,10 @@ static CLI::Validator requirement() {
 static void check(const Arguments& given) {
   const bool leaves_out = given.options.leave_out != LeaveOut::kNothing;
   if (names_model(given.model) == leaves_out) {
-    throw UsageError("eval: either --model, --models or --leave-out is wanted");
+    throw UsageError("eval: either --model, --models or --leave-out is required");
   }
   if (given.folder.empty() && given.segmentation.background.empty()) {
-    throw UsageError("eval: FOLDER or --background is wanted");
+    throw UsageError("eval: FOLDER or --background is required");
   }
 }
 

@@ -37,7 +37,7 @@ files, their folder or the ZIP archive. What columns, units and clock are is gue
 titles and values, and reported with how sure it is and why; --profile, --columns, --units
 and --axes say it. Then the recording is examined, as wgr doctor does.
 
-The library wants accelerations with gravity in them, m/s², and angular velocities, deg/s,
+The library expects accelerations with gravity in them, m/s², and angular velocities, deg/s,
 in the watch's frame: on the left wrist x points to the fingers, y to the little finger's
 side, z out of the watch. Whether all accelerations have the wrong sign, as iOS has them,
 cannot be seen from the values: say --profile ios for a log without iOS's titles.
@@ -88,9 +88,10 @@ static bool is_table(const std::filesystem::path& path) {
 }
 
 static void check(const Arguments& given) {
-  if (given.logs.empty()) throw UsageError("IN: a log is wanted; see wgr import --help");
+  if (given.logs.empty())
+    throw UsageError("IN: a log is required; see wgr import --help");
   if (given.out.empty() && !given.dry) {
-    throw UsageError("-o FILE is wanted, or --dry-run; see wgr import --help");
+    throw UsageError("-o FILE is required, or --dry-run; see wgr import --help");
   }
   if (given.dry && !given.out.empty()) {
     throw UsageError("--dry-run writes nothing, so -o is of no use with it");

@@ -1,4 +1,4 @@
-// wgr synth: makes recordings of people who never lived, with a script of what they do.
+// wgr synth: makes recordings of synthesised people, with a script of what they do.
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -117,7 +117,7 @@ static std::string labels_of(const Plan& plan, const std::string& recording) {
 }
 
 static void make_recording(const SynthArguments& given) {
-  if (given.out.empty()) throw UsageError("-o FILE or --training DIR is wanted");
+  if (given.out.empty()) throw UsageError("-o FILE or --training DIR is required");
   OutputPlan plan;
   plan.reads("--script", given.script);
   plan.writes("-o", given.out);

@@ -5,7 +5,7 @@ const kRow = 60;       // pixels, as in the style
 const kSpare = 6;      // rows above and below those in sight
 const kPrinted = 200;  // rows on paper
 
-// `fill(item)` makes a row's content, `choose(item)` is called for the one that is wanted.
+// `fill(item)` makes a row's content, `choose(item)` is called for the chosen one.
 function makeList(holder, {fill, choose}) {
   const inside = el('div', {class: 'rows', role: 'presentation'});
   holder.append(inside);

@@ -166,7 +166,7 @@ function readTrace(block, samples, motion) {
   return trace;
 }
 
-// A stretch of which every sample is kept: they are unpacked when they are wanted.
+// A stretch of which every sample is kept: they are unpacked when they are needed.
 function readStretch(reader, samples) {
   const first = reader.whole(), count = reader.whole();
   const start = reader.at;

@@ -208,10 +208,10 @@ std::string fault_in_requirement(const std::string& text) {
   if (figure_of(figure) == nullptr) {
     std::string all;
     for (const std::string& name : names) all += (all.empty() ? "" : ", ") + name;
-    return fmt::format("FIGURE=VALUE is wanted, with one of {}, not {}{}", all,
+    return fmt::format("FIGURE=VALUE is required, with one of {}, not {}{}", all,
                        wgr::quoted(text), did_you_mean(figure, names));
   }
-  if (sign == text.size()) return figure + "=VALUE is wanted, not " + wgr::quoted(text);
+  if (sign == text.size()) return figure + "=VALUE is required, not " + wgr::quoted(text);
   const std::string value = text.substr(sign + 1);
   return number_of(value, kRequired) ? "" : figure + "=: " + wanted(kRequired, value);
 }

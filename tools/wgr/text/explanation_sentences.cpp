@@ -48,7 +48,7 @@ static std::string best_text(const MotionExplanation& m) {
   std::string text = fmt::format("template {} of class {} scores {}", best.index + 1,
                                  best.label, score_text(best.score));
   if (best.threshold) {
-    text += fmt::format(", the class asks for more than {:.{}f}", *best.threshold,
+    text += fmt::format(", the class requires more than {:.{}f}", *best.threshold,
                         kScoreDecimals);
   }
   return text;
@@ -80,10 +80,10 @@ static std::string ending_text(Ending ending, const MotionExplanation& m,
           m.speed.back(), m.fast_from);
     case Ending::kStretchTooShort:
       return fmt::format(
-          "Too short once cut to its active stretch: {} of {} are fast, {}.",
+          "Too short once reduced to its active stretch: {} of {} are fast, {}.",
           lengths(m.compared_points(), settings), m.kept(), shortest(settings));
     case Ending::kTooWeak:
-      return fmt::format("Too weak: {:.3f} m/s², at least {:.3f} m/s² is asked for.",
+      return fmt::format("Too weak: {:.3f} m/s², at least {:.3f} m/s² is required.",
                          m.strength, settings.strength_threshold);
     case Ending::kNoTemplates:
       return "The model has no templates: its file was missing, empty or malformed when "
@@ -136,7 +136,7 @@ std::string sentence_for(const MotionExplanation& m, const Settings& settings) {
     if (m.cause == Circumstance::kCutByReport) {
       text += " What is left of it: " + cause_text(cause, m, settings);
     } else if (cause == Ending::kBelowThreshold) {
-      text += " However strong, it is like no gesture: the best, " + best_text(m) + ".";
+      text += " It also resembles no gesture: the best, " + best_text(m) + ".";
     } else {
       text += " Besides: " + cause_text(cause, m, settings);
     }
@@ -150,7 +150,7 @@ std::string sentence_for(const MotionExplanation& m, const Settings& settings) {
 }
 
 static std::string text_of(NoMotion why) {
-  const std::string rested = "The wrist counted as resting all the while: ";
+  const std::string rested = "The wrist counted as resting throughout: ";
   switch (why) {
     case NoMotion::kNoSamples:
       return "The recording has no sample there.";
@@ -162,12 +162,13 @@ static std::string text_of(NoMotion why) {
       return "It fell into the recording's first samples, in which the wrist counts as "
              "resting until the window is full.";
     case NoMotion::kBothRested:
-      return rested + "both sensors said so.";
+      return rested + "both sensors reported rest.";
     case NoMotion::kGyroRested:
-      return rested + "the gyroscope alone said so, and one sensor at rest is enough.";
+      return rested +
+             "the gyroscope alone reported rest, and one sensor at rest is enough.";
     case NoMotion::kAccRested:
       return rested +
-             "the accelerometer alone said so, and one sensor at rest is enough.";
+             "the accelerometer alone reported rest, and one sensor at rest is enough.";
   }
   return "";
 }
@@ -231,11 +232,13 @@ std::string sentence_for(const RestStretch& rest, const Settings& settings) {
   std::string text;
   if (seen > 0) {
     if (share(both, seen) >= kMostly) {
-      text = "both sensors say so";
+      text = "both sensors report rest";
     } else if (gyro >= acc) {
-      text = "the gyroscope says so, the accelerometer does not: " + why_acc_not(rest);
+      text =
+          "the gyroscope reports rest, the accelerometer does not: " + why_acc_not(rest);
     } else {
-      text = "the accelerometer says so, the gyroscope does not: " + why_gyro_not(rest);
+      text =
+          "the accelerometer reports rest, the gyroscope does not: " + why_gyro_not(rest);
     }
     text += fmt::format(" (both {}, gyroscope alone {}, accelerometer alone {})",
                         percent(both, seen), percent(gyro, seen), percent(acc, seen));

@@ -164,7 +164,7 @@ static std::string reason_for(const GuessedPart& part) {
     case Evidence::kGravity:
       return fmt::format("gravity is {:.4g} long", part.figure);
     case Evidence::kTurns:
-      return fmt::format("gravity turns as the gyroscope says, to {:.1f} degrees",
+      return fmt::format("gravity turns as the gyroscope predicts, to {:.1f} degrees",
                          part.figure);
     case Evidence::kRange:
       return fmt::format("by the fastest turns, {:.4g}", part.figure);

@@ -27,8 +27,9 @@ static std::string counts_sentence(const Verdict& v) {
            : v.reported == 1 ? "1 gesture was reported."
                              : fmt::format("{} gestures were reported.", v.reported);
   }
-  std::string text =
-      of(v.came, v.expected) + (v.expected == 1 ? " gesture" : " gestures") + " came.";
+  std::string text = of(v.came, v.expected) +
+                     (v.expected == 1 ? " gesture was" : " gestures were") +
+                     " recognised.";
   const size_t more = v.unexpected_count();
   if (more > 0) {
     text += more == 1 ? " 1 report was not expected."
@@ -60,8 +61,8 @@ static std::string tried_evidence(const Verdict& v, const Settings& settings) {
   const Trial& tried = v.trials[*v.principal->trial];
   std::string text;
   if (tried.came > base.came) {
-    text = fmt::format("{} come with {}, {} without", of(tried.came, v.expected),
-                       name_of(tried), base.came);
+    text = fmt::format("{} are recognised with {}, {} without",
+                       of(tried.came, v.expected), name_of(tried), base.came);
   } else {
     text = fmt::format("{} with {}, {} without",
                        counted(tried.unexpected, "unexpected report"), name_of(tried),
@@ -114,7 +115,7 @@ std::string effect_for(const Verdict& v) {
   const Trial& base = v.trials.front();
   const Trial& tried = v.trials[*v.principal->trial];
   if (gain_of(tried, base) <= 0) return "";
-  std::string text = fmt::format("With {}, {} come in this recording (tried)",
+  std::string text = fmt::format("With {}, {} recognised in this recording (tried)",
                                  name_of(tried), of(tried.came, v.expected));
   if (tried.unexpected != base.unexpected) {
     text += fmt::format(", with {} instead of {}",
@@ -239,7 +240,7 @@ static void append_trials(std::string& text, const Verdict& v) {
   for (const size_t i : shown_trials(v)) {
     const Trial& trial = v.trials[i];
     const std::string came = v.expected > 0
-                                 ? fmt::format("{:>3} of {} came, {} not expected",
+                                 ? fmt::format("{:>3} of {} recognised, {} not expected",
                                                trial.came, v.expected, trial.unexpected)
                                  : fmt::format("{:>3} reported", trial.reported);
     text += fmt::format("  {}  {}\n", came, name_of(trial));

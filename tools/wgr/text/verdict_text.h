@@ -9,8 +9,8 @@
 
 namespace wgr {
 
-// What happened, and why: "0 of 11 gestures came. The gyroscope delivers rad/s; the
-// library wants deg/s."
+// What happened, and why: "0 of 11 gestures were recognised. The gyroscope delivers
+// rad/s; the library expects deg/s."
 std::string headline_for(const Verdict& verdict, const Settings& settings);
 
 // What shows the principal cause. None has none.
