@@ -1,5 +1,5 @@
-// An array that starts where a vector of the CPU may start, wherever the heap puts it: a
-// load that crosses two lines of the cache costs twice.
+// An array that is aligned for the CPU's vectors, wherever the heap puts it: a load that
+// crosses two cache lines costs twice.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,7 @@
 
 namespace wgr {
 
-// Bytes of a line of the cache, and of the widest vector.
+// Bytes of a cache line, and of the widest vector.
 inline constexpr std::size_t kAlignment = 64;
 
 // Only ever grows; what it holds is lost when it does.

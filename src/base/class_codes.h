@@ -1,5 +1,5 @@
-// The gesture classes that stand for something else than a gesture, and what is reported
-// to the host for a class.
+// The gesture classes that mean something other than a gesture, and what is reported to
+// the host for a class.
 #pragma once
 
 #include <optional>
@@ -11,7 +11,7 @@ inline constexpr int kNothingReported = 6;   // an answer; as a label, never rep
 inline constexpr int kRejected = 13;         // a strong motion that no template matches
 inline constexpr int kNoGesture = 14;        // a motion that is no gesture, or none yet
 
-// Whether a model's label would be taken for one of them.
+// Whether a model's label is the same number as one of them.
 inline bool is_class_code(int label) {
   return label == kReportedRejected || label == kNothingReported || label == kRejected ||
          label == kNoGesture;

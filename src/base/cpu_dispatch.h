@@ -6,15 +6,15 @@
 
 #include <cstddef>
 
-// Where every CPU works on several doubles, and chooses between them, at once: then work
-// is better laid out in another way than for single numbers. WGR_NO_VECTORS denies it, to
-// try and measure what the other CPUs get.
+// Defined where every CPU computes and selects several doubles at once: work is then
+// better laid out differently than for single numbers. WGR_NO_VECTORS switches it off, to
+// test and measure what other CPUs get.
 #if (defined(__x86_64__) || defined(__aarch64__)) && !defined(WGR_NO_VECTORS)
 #define WGR_VECTORS_OF_DOUBLES
 #endif
 
-// Where a CPU may have wider vectors than all of its kind have. WGR_PORTABLE and
-// WGR_NO_AVX512 deny them, to measure what the others get.
+// Defined where a CPU may have wider vectors than all of its kind have. WGR_PORTABLE and
+// WGR_NO_AVX512 switch them off, to measure what the others get.
 #if defined(__x86_64__) && !defined(WGR_PORTABLE)
 #define WGR_WIDER_VECTORS
 #define WGR_FOR_FOUR_LANES __attribute__((target("avx2")))

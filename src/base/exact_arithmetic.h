@@ -2,7 +2,7 @@
 //
 // Each sum and product is rounded to its type, in the order in which it is written, and
 // not-a-number and infinities are answers. That no product may be fused into a sum
-// (-ffp-contract=off) is the one demand that no macro shows.
+// (-ffp-contract=off) is the one requirement that no macro shows.
 #pragma once
 
 #include <cfloat>

@@ -13,7 +13,7 @@ HeldSignals::HeldSignals() {
   for (const int signal : kSignals) sigaddset(&set, signal);
   pthread_sigmask(SIG_BLOCK, &set, &mask_before_);
   sigemptyset(&held_by_host_);
-  // Only a host that holds one back itself can have one waiting.
+  // A signal is pending already only where the host itself blocks it.
   for (const int signal : kSignals) {
     if (sigismember(&mask_before_, signal) != 0) sigpending(&held_by_host_);
   }

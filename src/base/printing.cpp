@@ -11,7 +11,7 @@ void print(const char* format, ...) {
   HeldSignals held;
   std::va_list arguments;
   va_start(arguments, format);
-  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the line before, it overlooks
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): it overlooks the line before
   std::vprintf(format, arguments);
   va_end(arguments);
   std::fflush(stdout);

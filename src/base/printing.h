@@ -3,9 +3,9 @@
 
 namespace wgr {
 
-// Prints as printf() does, and passes it on at once: nothing of it is left for the host's
-// next flush, or its end, to stumble over. Where it cannot be written it is dropped, and
-// no signal of it reaches the host.
+// Prints as printf() does, and flushes at once: nothing is left on which the host's next
+// flush, or its end, could fail. Where it cannot be written it is dropped, and no signal
+// of it reaches the host.
 [[gnu::format(printf, 1, 2)]] void print(const char* format, ...);
 
 }  // namespace wgr

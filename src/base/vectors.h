@@ -1,7 +1,7 @@
 // Vectors of doubles, and of counts beside them, as GCC and clang make them; of floats
 // there are twice as many.
 //
-// How they are passed by value depends on the CPU: hand them over by reference.
+// How they are passed by value depends on the CPU: pass them by reference.
 #pragma once
 
 #include <cstddef>
@@ -34,7 +34,7 @@ struct Vectors<1> {
   using Ints = int;
 };
 
-// From and to any address, be it a vector's boundary or not.
+// From and to any address, aligned or not.
 template <class Vector, class Entry>
 WGR_INLINE void load(const Entry* from, Vector& to) {
   std::memcpy(&to, from, sizeof to);
@@ -49,7 +49,7 @@ WGR_INLINE void store(const Vector& from, Entry* to) {
 template <size_t kLanes, class Vector>
 WGR_INLINE void minimum(const Vector& a, const Vector& b, Vector& least) {
 #if defined(__x86_64__) && !defined(__clang__)
-  // What the instruction does, also with what does not compare; GCC does not find it.
+  // What the instruction does, also with values that do not compare; GCC does not use it.
   if constexpr (kLanes == 1) {
     least = a < b ? a : b;
   } else if constexpr (kLanes == 2) {

@@ -22,7 +22,7 @@ static constexpr int kKindUnknown = -1;
 static constexpr int kKindPlain = 0;
 static constexpr int kKindGravity = 1;
 
-// The read that meets the end of the file counts too: a file whose last line has its
+// The read that reaches the end of the file counts too: a file whose last line has its
 // line break counts one more than it has lines.
 static size_t count_reads(std::istream& file) {
   size_t reads = 0;

@@ -16,7 +16,7 @@ static constexpr char kSuffix[] = ".xml";  // despite the name the content is no
 using Axis = double Point3Df::*;
 static constexpr Axis kAxes[] = {&Point3Df::x, &Point3Df::y, &Point3Df::z};
 
-// How many of `size` entries a count asks for.
+// How many of `size` entries a count means.
 static size_t bounded(int count, size_t size) {
   return count < 0 ? 0 : std::min(static_cast<size_t>(count), size);
 }
@@ -70,8 +70,8 @@ class Counts {
 
 }  // namespace
 
-// Values beyond one that cannot be read are as if they were missing, so each line is left
-// there: a count may be far beyond what its line holds.
+// Values after one that cannot be read count as missing, so each line is left there: a
+// count may be far larger than what its line holds.
 static void read_record(std::istream& file, Gmodel& model, Counts& counts) {
   LineReader lines(file, LineReader::LongLines::kEndTheFile);
 

@@ -1,4 +1,4 @@
-// A gesture model: labelled templates, per-class thresholds, and the file they live in.
+// A gesture model: labelled templates, per-class thresholds, and their file.
 #pragma once
 
 #include <iosfwd>

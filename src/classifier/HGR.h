@@ -1,4 +1,4 @@
-// The template classifier: names the template that a motion resembles most.
+// The template classifier: finds the template that a motion resembles most.
 #pragma once
 
 #include <vector>

@@ -9,17 +9,17 @@ static constexpr std::streamsize kLineSize = 4096;  // characters, terminator in
 LineReader::LineReader(std::istream& file, LongLines long_lines)
     : file_(file), long_lines_(long_lines) {
   line_.imbue(std::locale::classic());
-  // Else a stream keeps it to itself when memory runs out within an extraction.
+  // Otherwise a stream hides that memory ran out during an extraction.
   line_.exceptions(std::ios::badbit);
 }
 
 void read_line(std::istream& file, std::string& text) {
   try {
     file.exceptions(
-        std::ios::badbit);  // or want of memory would look like the file's end
+        std::ios::badbit);  // otherwise lack of memory looks like the file's end
     std::getline(file, text);
   } catch (const std::ios_base::failure&) {
-    // What cannot be read on has ended.
+    // A file that cannot be read further has ended.
   }
   file.exceptions(std::ios::goodbit);
 }

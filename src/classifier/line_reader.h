@@ -3,7 +3,7 @@
 // Values never run over from one line into the next, and the host's locale changes
 // nothing. Extraction is the C++ stream's: a value that is missing leaves its target
 // as it was, one that cannot be read stores 0 and ends the line. A file that cannot be
-// read on has ended; memory that runs out leaves as std::bad_alloc.
+// read further has ended; lack of memory is thrown as std::bad_alloc.
 #pragma once
 
 #include <istream>

@@ -84,8 +84,8 @@ WGR_INLINE float damped(float fresh, float old, double lambda) {
                             static_cast<double>(old - fresh) * lambda);
 }
 
-// The value, or zero. A condition would become a branch, and a loop with one stays out of
-// the vectors.
+// The value, or zero. A condition would become a branch, and a loop with a branch is not
+// vectorised.
 WGR_INLINE float kept(float value, bool keep) {
   std::uint32_t bits;
   static_assert(sizeof bits == sizeof value);
@@ -95,7 +95,7 @@ WGR_INLINE float kept(float value, bool keep) {
   return value;
 }
 
-// What a responsibility adds to its column: only support counts, but for the point's
+// What a responsibility adds to its column: only support counts, except for the point's
 // own.
 WGR_INLINE float support(float responsibility) {
   return kept(responsibility, responsibility > 0.0f);
@@ -120,7 +120,7 @@ struct Columns {
 };
 
 // The largest entry of a row, its column (the first of equals), and the largest of the
-// others. What does not compare is passed over.
+// others. Values that do not compare are skipped.
 struct TopTwo {
   float first;
   float second;
@@ -213,7 +213,7 @@ WGR_INLINE TopTwo top_two(const float* a, const float* s, size_t n) {
   for (size_t lane = 0; lane < kFloats; ++lane) numbers[lane] = static_cast<int>(lane);
   typename Vectors<kLanes>::Ints columns;
   load(numbers, columns);
-  // Two that do not wait for each other.
+  // Two that do not depend on each other.
   Tops<kLanes> even = {{}, {}, {}};
   even.first += kNone;
   even.second += kNone;
@@ -235,8 +235,9 @@ WGR_INLINE TopTwo top_two(const float* a, const float* s, size_t n) {
   return std::isnan(start) ? TopTwo{start, top.first, 0} : top;
 }
 
-// Both messages of a point: the availabilities that the last responsibilities ask for,
-// and the responsibilities that follow. So every matrix is read once an iteration.
+// Both messages of a point: the availabilities that follow from the last
+// responsibilities, and the responsibilities that follow from those. So every matrix is
+// read once an iteration.
 template <size_t kLanes>
 WGR_INLINE void update(const Row& row, const Columns& columns, double damping) {
   update_availabilities(row, columns, damping);
@@ -272,9 +273,9 @@ static Update choose_update() {
 namespace {
 
 // The messages between all points, n x n, row-major: how well j suits i as its
-// exemplar (responsibility), and how appropriate it were for i to choose j
+// exemplar (responsibility), and how appropriate it would be for i to choose j
 // (availability). The availabilities lag behind: only those of the points to themselves
-// are known before the next responsibilities are asked for.
+// are known before the next responsibilities are computed.
 class Messages {
  public:
   // `space` has n * n entries; what they hold is lost.
@@ -299,7 +300,7 @@ class Messages {
     return own_availability[i] + own_responsibility[i];
   }
 
-  // The point that each chooses by the messages so far; they take no update after that.
+  // The point that each chooses by the messages so far; they are not updated after that.
   void choose(int* idx);
 
  private:
@@ -349,7 +350,7 @@ class Decisions {
  public:
   explicit Decisions(size_t points) : last_yes(points, kNever), last_no(points, kNever) {}
 
-  // Takes note of all decisions of an iteration; returns the number of exemplars.
+  // Records all decisions of an iteration; returns the number of exemplars.
   int note(const Messages& messages, int iteration);
 
   // Whether every point was decided alike in the last `span` iterations. Iterations

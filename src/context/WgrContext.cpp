@@ -32,7 +32,7 @@ static std::unique_ptr<WHD> new_detector() {
   return std::make_unique<WHD>(kDefaultRate, kDefaultHandWindow, nullptr);
 }
 
-// `model` is where it is, or a classifier that has it.
+// `model` is its path, or a classifier that has it.
 template <class Model>
 static AgGes* new_engine(Model model) {
   return new AgGes(std::move(model), kAccOnly, kDefaultRate, {0.0, 0.0, 0.0}, kUseDefault,
@@ -76,10 +76,10 @@ static HGR* load_classifier(const char* path) {
   try {
     classifier->model->read(path);
   } catch (const std::length_error&) {
-    // Counts that no model has: the half-read record goes.
+    // Counts that no model has: drop the half-read record.
     *classifier->model = Gmodel();
   } catch (const std::bad_array_new_length&) {
-    // Nor has the file what it announces, so it is not the memory that is to blame.
+    // The file does not hold what it announces, so memory is not the cause.
     *classifier->model = Gmodel();
   }
   return classifier.release();
@@ -107,8 +107,8 @@ int WgrContext::update_handtype(Point3Df acc) {
 
 namespace {
 
-// The time of a report. In the end the engine starts afresh, however the callback is
-// left: a gesture is reported once.
+// The duration of a report. At its end the engine starts afresh, however the callback
+// ends: a gesture is reported once.
 class Report {
  public:
   Report(AgGes& engine, bool& reporting) : engine_(engine), reporting_(reporting) {
@@ -130,7 +130,7 @@ class Report {
 
 // The engine's class after one more sample pair.
 int WgrContext::take_in(Point3Df acc, Point3Df gyro) {
-  HeldSignals held;  // over, before the callback runs
+  HeldSignals held;  // ends before the callback runs
   WgrLogAt(held, kLogUpdateStart);
   ages->update(acc, gyro);
   WgrLogAt(held, kLogGestureType, ages->gesture_class);

@@ -1,5 +1,5 @@
-// What stands behind one handle: a wrist detector, a gesture engine with one of the
-// six models, and the host's callback.
+// What one handle holds: a wrist detector, a gesture engine with one of the six models,
+// and the host's callback.
 #pragma once
 
 #include <memory>
@@ -24,8 +24,8 @@ class WgrContext {
   // when it cannot (see AgGes).
   WgrContext();
 
-  // The same with a classifier that is there already: nothing is read. It is a handle for
-  // the C functions as well; set_gesture_model() takes the installed models as ever.
+  // The same with an existing classifier: nothing is read. It is a handle for the C
+  // functions as well; set_gesture_model() still loads the installed models.
   explicit WgrContext(std::unique_ptr<HGR> classifier);
   ~WgrContext();
   WgrContext(const WgrContext&) = delete;
@@ -49,12 +49,12 @@ class WgrContext {
 
   // One sample pair (m/s², deg/s) into the engine. Reports a gesture that it
   // completes to the callback and empties the engine's buffers, also when the callback
-  // throws. Returns the reported class, or 6. While the callback runs nothing is taken
-  // in, nor logged.
+  // throws. Returns the reported class, or 6. While the callback runs, samples are
+  // neither taken in nor logged.
   int update_gesture(Point3Df acc, Point3Df gyro);
 
-  // Whether what this process makes of the library is logged: it is, until a program that
-  // is no host says otherwise. For all handles, and before there are any.
+  // Whether this process's use of the library is logged, as it is by default; for
+  // programs that are no hosts. Applies to all handles, also later ones.
   static void set_logging(bool on);
 
   WHD* whd = nullptr;     // owned

@@ -35,7 +35,7 @@ static constexpr LogPath copy_of_path() {
 }
 static constexpr LogPath kFixedPath = copy_of_path();
 
-// The text itself rather than a pointer to it, so that a line costs what it would with a
+// The text itself rather than a pointer to it, so that a line costs no more than with a
 // constant.
 static LogPath log_path = kFixedPath;
 
@@ -44,7 +44,7 @@ void wgr::set_logging(bool on) { log_path.text[0] = on ? kWgrLogPath[0] : '\0'; 
 
 // Opening for reading too refuses a file that may only be written, as "a+" would; not
 // blocking keeps a pipe that nobody empties from stopping the host. At 50 samples/s the
-// file passes 2 GiB within a week, which a 32-bit process must say that it can take.
+// file passes 2 GiB within a week, which a 32-bit process has to allow.
 static int open_log() {
   int fd = -1;
   do {
@@ -56,8 +56,8 @@ static int open_log() {
   return fd;
 }
 
-// Takes the last bytes off again, unless somebody else has written behind them, or they
-// went where nothing can be taken back.
+// Removes the last bytes again, unless somebody else has written after them, or the log
+// is something from which nothing can be removed.
 static void take_back(int fd, off64_t size) {
   const off64_t end = lseek64(fd, 0, SEEK_CUR);
   struct stat64 about = {};
@@ -91,7 +91,7 @@ void WgrLog(char* line) {
 
 namespace {
 
-// A line that is put together: what goes beyond its length is left out.
+// A line while it is formatted: what exceeds its length is left out.
 class Line {
  public:
   void add(std::string_view text) {
@@ -118,7 +118,7 @@ class Line {
 
 }  // namespace
 
-// Put together by hand: a sample writes two lines, and formatting them is dear.
+// Formatted by hand: a sample writes two lines, and vsnprintf() is expensive.
 static void write_site(const WgrLogSite& site, HeldSignals& held,
                        std::va_list arguments) {
   Line line;

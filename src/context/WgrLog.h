@@ -2,8 +2,8 @@
 //
 // A line reads "FUNCTION TAG: MESSAGE". Every line opens the file, writes and
 // closes it again, so it has reached the file when the call returns, and a file
-// that was renamed away is made anew. A line that cannot be written is dropped as a whole
-// and without a word, and no signal ends the host: the log must never disturb it.
+// that was renamed away is made anew. A line that cannot be written is dropped silently
+// and as a whole, and no signal ends the host: the log must never disturb it.
 #pragma once
 
 #include <string_view>
@@ -49,14 +49,14 @@ inline constexpr WgrLogSite kLogDetectorEnd    = {"WHD",                 658, "W
 inline constexpr WgrLogSite kLogPredict        = {"predict",             336, "nTemplate:%d, nclasses:%d, normalize:%d, havegravity:%d"};
 // clang-format on
 
-// Whether lines are written. Of this copy of the file alone: a program that is linked to
-// the library says it by WgrContext::set_logging().
+// Whether lines are written. Applies to this copy of the file alone: a program that is
+// linked to the library uses WgrContext::set_logging().
 void set_logging(bool on);
 
 // Formats one line of the table and appends it. The whole line is cut to 255 characters.
 void WgrLogAt(WgrLogSite site, ...);
 
-// The same for several lines behind each other, during which signals are held back once.
+// The same for several lines behind each other, during which signals are blocked once.
 void WgrLogAt(HeldSignals& held, WgrLogSite site, ...);
 
 }  // namespace wgr

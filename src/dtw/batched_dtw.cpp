@@ -1,5 +1,5 @@
 // The table of dtw.h is filled column by column, in all lanes alike. A lane whose trace
-// ends before the longest goes on with zeros, behind the corner that its result is taken
+// ends before the longest continues with zeros, after the corner that its result is taken
 // from.
 //
 // The lanes fill exactly one vector of the CPU: the neighbours above and on the diagonal
@@ -85,7 +85,7 @@ template <size_t kLanes>
 WGR_INLINE void fill(const Table& table) {
   const Point3Df* const points = table.trace.points;
   const typename Vectors<kLanes>::Counts none = {};
-  // A first step that is diagonal is not to count, so the first cell starts at -1.
+  // A diagonal first step does not count, so the first cell starts at -1.
   Cell<kLanes> up = {};
   up.forth -= 1;
   up.back -= 1;

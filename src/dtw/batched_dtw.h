@@ -1,5 +1,5 @@
-// Warps one trace onto several others at once, one in each lane of the CPU's vectors: for
-// those who compare many with many. Both ways, for the price of one.
+// Warps one trace onto several others at once, one in each lane of the CPU's vectors, to
+// compare many with many. Gives both orders for the price of one.
 #pragma once
 
 #include <cstddef>

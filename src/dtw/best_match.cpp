@@ -2,7 +2,7 @@
 // has at most na + nb - 1 pairs, so that bound, divided by that and with the gravity
 // distance added, bounds the distance that the score is the negative of: it decides which
 // templates need not be compared at all, and in which order. The most promising ones are
-// compared first: the sooner a good score is known, the sooner the others are given up
+// compared first: the sooner a good score is known, the sooner the others are abandoned
 // (see Dtw::warp).
 #include "dtw/best_match.h"
 
@@ -16,7 +16,7 @@
 namespace wgr {
 
 // A template is dropped only when its distance exceeds the best one by more than any
-// rounding could bring about. Scores are floats: they are 1.2e-7 of their size apart, or
+// rounding could cause. Scores are floats: they are 1.2e-7 of their size apart, or
 // 1.4e-45 where that is more. The bounds are made by a few operations on doubles, each
 // good to 1.1e-16, and a path's cost never falls along it in doubles either.
 static constexpr double kRelativeSlack = 1e-6;
@@ -53,7 +53,7 @@ static std::vector<Candidate> candidates(const Points& trace, size_t na,
         {&templates[t], nb, longest_path, gravity, cost / longest_path + gravity});
   }
   std::sort(found.begin(), found.end(), [](const Candidate& a, const Candidate& b) {
-    // What is not a number goes last, or there would be no order.
+    // Not-a-number goes last; otherwise there would be no order.
     return a.distance < b.distance || (std::isnan(b.distance) && !std::isnan(a.distance));
   });
   return found;
@@ -73,7 +73,8 @@ Match best_match(const Points& trace, const Templates& templates, size_t count, 
     const double limit = (farthest - c.gravity) * c.longest_path;
     const WarpingPath path = warper.warp(c.entry->second.data(), c.points, limit);
     const double score = static_cast<double>(score_of(path, c.gravity, k));
-    // The order of trying must not show: of equals the first in the model wins.
+    // The order of comparing must not change the result: of equals the first in the model
+    // wins.
     const bool earlier_equal =
         best.winner != nullptr && score == best.score && c.entry < best.winner;
     if (score > best.score || earlier_equal) {

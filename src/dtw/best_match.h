@@ -1,5 +1,5 @@
-// Finds the template that a trace resembles most, without comparing most of them to the
-// end.
+// Finds the template that a trace resembles most, without comparing most of them
+// completely.
 #pragma once
 
 #include <utility>

@@ -1,4 +1,4 @@
-// Of the path only the number of diagonal steps is wanted; it is carried along with the
+// Only the number of diagonal steps of the path is needed; it is carried along with the
 // cost, so that no more than a row of the table is kept (sweep() of table.h).
 #include "dtw/dtw.h"
 

@@ -1,5 +1,5 @@
-// Dynamic time warping: the cheapest way to walk two traces side by side, from both
-// starts to both ends, and how long it is.
+// Dynamic time warping: the cheapest alignment of two traces, from both starts to both
+// ends, and its length.
 //
 // A path steps through the table of all pairs (i, j) of points, one on in i, in j or in
 // both; each pair it visits costs the squared distance of the two points. H. Sakoe and

@@ -11,8 +11,8 @@ namespace wgr {
 
 using Count = std::ptrdiff_t;
 
-// `yes` or `no`. Compilers branch on a plain condition here, and which way a path turns
-// cannot be foreseen.
+// `yes` or `no`. Compilers branch on a plain condition here, and the direction of a path
+// cannot be predicted.
 WGR_INLINE Count choose(bool condition, Count yes, Count no) {
   return no ^ ((no ^ yes) & -static_cast<Count>(condition));
 }
@@ -35,7 +35,7 @@ WGR_INLINE void go_right(Row& row, const Point3Df& p, double left, Count steps,
   const Table& t = row.table;
   while (row.end < t.columns) {
     left += squared_length(t.point(row.end) - p);
-    if (!(left <= limit)) break;  // not a number: a path rather comes another way
+    if (!(left <= limit)) break;  // not a number: a path takes another neighbour
     t.cost[row.end] = left;
     t.steps[row.end] = steps;
     ++row.end;
@@ -51,8 +51,8 @@ static void fill_next(Row& row, const Point3Df& p, double limit) {
     t.cost[row.end] = kGivenUp.cost;
     t.steps[row.end] = 0;
   }
-  // Into the first column a path comes from above alone. Let that be the diagonal here:
-  // it is taken of equals, and does not count.
+  // A path enters the first column only from above. That counts as the diagonal here: it
+  // is taken of equals, and adds no diagonal step.
   double left = kGivenUp.cost;
   Count left_steps = 0;
   double diagonal = row.begin == 0 ? t.cost[0] : kGivenUp.cost;

@@ -15,7 +15,7 @@ double scale_to_unit_rms(Points& trace, int k);
 // See HGR::cal_simlarity.
 float dtw_similarity(const Points& a, const Points& b, int k);
 
-// The pieces of a score, for those who compare one trace with many.
+// The pieces of a score, for callers that compare one trace with many.
 
 // Number of motion points; 0 when there are none, or k is negative.
 size_t motion_points(const Points& trace, int k);

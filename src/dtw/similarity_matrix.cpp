@@ -19,7 +19,7 @@ void similarity_matrix(const std::vector<Points>& traces, int k, float* matrix) 
       put(j, i, dtw_similarity(traces[j], traces[i], k));
     }
   }
-  // Those that are compared at once should end together.
+  // Traces that are compared at once should be of like length.
   std::sort(moving.begin(), moving.end(), [&](size_t a, size_t b) {
     return motion_points(traces[a], k) < motion_points(traces[b], k);
   });

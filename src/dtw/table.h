@@ -73,7 +73,7 @@ inline constexpr PathEnd kGivenUp = {std::numeric_limits<double>::infinity(), 0}
 //   (4) when a row has no cell within the limit, no path has.
 // A cell that is left out counts as infinite. That changes no choice between cells within
 // the limit; but where cells do not compare (not-a-number), one beyond it can be on the
-// path that is asked for.
+// path in question.
 PathEnd sweep(const Table& table, double limit);
 
 }  // namespace wgr

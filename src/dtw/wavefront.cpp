@@ -5,17 +5,18 @@
 // neighbour is what the lane before it held then, one shuffle away; and the diagonal one
 // was the upper one a step ago. Only the last row of a band is stored, for the first lane
 // of the next. A. Wozniak, "Using video-oriented instructions to speed up sequence
-// comparison", CABIOS 13 (1997), fills the tables of sequence alignment so.
+// comparison", CABIOS 13 (1997), fills the tables of sequence alignment in this way.
 //
 // A step waits for a shuffle, two minima and a sum; that is why two vectors of rows go
 // side by side, the second behind the first.
 //
-// Nothing asks whether a cell is on the table's border. The row above the first is a copy
-// of the first, and the columns before the first are copies of that: what a border cell
-// may not take then costs as much as what it has to take, or more, and of equals the
-// diagonal one is taken. The counts there are as many less as columns lie between, so
-// they come out at 0, and at -1 in the corner. Cells behind the last column and below the
-// last row are filled with anything; no cell of the table depends on them.
+// No condition checks whether a cell is on the table's border. The row above the first is
+// a copy of the first, and the columns before the first are copies of that: the neighbour
+// that a border cell must not take then costs at least as much as the one that it must
+// take, and of equals the diagonal one is taken. The counts there are as many less as
+// columns lie between, so they come out at 0, and at -1 in the corner. Cells after the
+// last column and below the last row are filled with anything; no cell of the table
+// depends on them.
 //
 // The numbers are those of the conditions in table.h.
 #include <algorithm>

@@ -25,8 +25,7 @@ static constexpr int kWindowsPerSecond = 5;
 
 namespace {
 
-// Puts the working directory back at the end of its life, if it could be found at the
-// start.
+// Restores the working directory when it is destroyed, if it was found at the start.
 class KeptWorkingDirectory {
  public:
   KeptWorkingDirectory() : known_(getcwd(path_, sizeof path_) != nullptr) {}
@@ -44,8 +43,8 @@ class KeptWorkingDirectory {
   bool known_;
 };
 
-// Lends an engine's fields to a recognition and takes them back, as far as it got with
-// them, also when memory runs out.
+// Moves an engine's fields into a recognition and back, as far as it got, also when
+// memory runs out.
 class LentFields {
  public:
   explicit LentFields(AgGes& engine) : engine_(engine) {
@@ -80,7 +79,7 @@ static void log_working_directory() {
   WgrLogAt(kLogEngineCwd, getcwd(path, sizeof path) != nullptr ? path : "");
 }
 
-// A host without its default model is not to run on; exit status and messages are the
+// A host without its default model must not go on; exit status and messages are the
 // contract.
 [[noreturn]] static void end_without_model(const char* model_path) {
   WgrLogAt(kLogModelFailed, model_path);
@@ -88,7 +87,7 @@ static void log_working_directory() {
   std::exit(0);
 }
 
-// A file whose counts no model has is as good as none.
+// A file whose counts no model has counts as missing.
 static bool read_model(Gmodel& model, const char* model_path) {
   try {
     return model.read(model_path);

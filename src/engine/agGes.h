@@ -1,7 +1,7 @@
 // The gesture engine: finds the motions in the stream and classifies them.
 //
-// Accelerations are m/s² with gravity in them, angular velocities deg/s. The engine
-// trusts its caller; operations return nothing and leave their results in fields.
+// Accelerations are m/s² with gravity in them, angular velocities deg/s. The engine does
+// not check its arguments; operations return nothing and leave their results in fields.
 #pragma once
 
 #include <cstddef>
@@ -33,7 +33,7 @@ class AgGes {
         int min_motion_len, int history_len, int static_window,
         double strength_threshold);
 
-  // The same with a classifier that is there already: nothing is read.
+  // The same with an existing classifier: nothing is read.
   AgGes(std::unique_ptr<HGR> classifier, int work_mode, int sample_rate,
         Point3Df gyro_bias, int min_motion_len, int history_len, int static_window,
         double strength_threshold);
@@ -113,7 +113,7 @@ class AgGes {
   double recog_cost_time = 0.0;          // duration of the last trace, ms
   HGR* hgr = nullptr;                    // owned
   wgr::RecognitionResult result;         // of the last motion
-  // Of the recognitions to come, for those who explain them; none by default.
+  // Of later recognitions, to explain them; none by default.
   wgr::Intermediates* intermediates = nullptr;
 
  private:

@@ -31,10 +31,10 @@ void vote_acc(const Samples& acc, int n, const Hparams& params, int* votes);
 void vote_acc_gyro(const Samples& acc, const Samples& gyro, int n, const Hparams& params,
                    int* votes);
 
-// 0, 1 or kUndecided; asks for at least three votes.
+// 0, 1 or kUndecided; requires at least three votes.
 int decide_acc(const int* votes);
 
-// 0, 1 or kUndecided; asks for a clearer majority, of however few votes.
+// 0, 1 or kUndecided; requires a clearer majority, of any number of votes.
 int decide_acc_gyro(const int* votes);
 
 }  // namespace wgr

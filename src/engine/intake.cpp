@@ -83,8 +83,8 @@ bool AgGes::mark_newest() {
   return at_rest;
 }
 
-// Appends to queues that go in step. Where memory does not do for the newest entry of all
-// of them, none has it.
+// Appends to parallel queues. Where memory runs out for one of them, none has the newest
+// entry.
 template <class Append, class... Queues>
 static void append_in_step(Append append, Queues&... queues) {
   try {
@@ -105,8 +105,8 @@ struct Intake {
   Samples& motion;
 };
 
-// Empties a queue of the collected motion in the end, also when memory does not do for
-// recognising it: its last samples are off by then, and it must not be tried again.
+// Empties a queue of the collected motion at the end, also when memory runs out while it
+// is recognised: its last samples are trimmed by then, and it must not be tried again.
 class Emptying {
  public:
   explicit Emptying(Samples& motion) : motion_(motion) {}
@@ -136,7 +136,7 @@ bool AgGes::collect(const Intakes&... intakes) {
   append_in_step(
       [&] {
         if (motion_acc.empty()) {
-          result = RecognitionResult();  // too short, unless it comes to be run
+          result = RecognitionResult();  // too short, unless it is run
           const long long newest = length(acc_history) - 1;
           (append(intakes.history, newest + 1 - padding(), newest, intakes.motion), ...);
         }
@@ -152,7 +152,7 @@ void AgGes::update(Point3Df acc, Point3Df gyro) {
     return;
   }
   const Point3Df velocity = gyro - gyro_bias;
-  // Only at this very length: a history that was made longer before keeps growing.
+  // Only at exactly this length: a history that is longer already keeps growing.
   if (length(acc_history) == history_len) {
     drop_oldest(acc_history);
     drop_oldest(gyro_history);

@@ -54,7 +54,7 @@ static void keep_scores(HGR& classifier, const Points& compared, Intermediates& 
   }
 }
 
-// What the best template, or there being none, says against the motion.
+// Why the best template, or the lack of one, rejects the motion.
 static void add_reasons_of_match(const Gmodel& model, bool rejected,
                                  RecognitionResult& result) {
   if (!result.scored()) {

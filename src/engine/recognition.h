@@ -70,12 +70,12 @@ struct RecognitionResult {
   int gesture_class = kNoGesture;   // as AgGes::gesture_class
   int label = kNoGesture;           // of the most similar template
   double score = kNoScoreAtAll;     // its similarity
-  std::optional<double> threshold;  // that its class asks the score to exceed
+  std::optional<double> threshold;  // of its class: the score must exceed it
   double strength = 0.0;            // m/s²; set where both sensors are compared
   double duration_ms = 0.0;         // of the trace, at the nominal sample rate
   FastSteps fast;                   // with both sensors
 
-  // Whether the classifier was asked, and whether it found a template.
+  // Whether the classifier was run, and whether it found a template.
   bool compared() const { return ending >= Ending::kTooWeak; }
   bool scored() const { return score > kNoScoreAtAll; }
 };
@@ -88,7 +88,7 @@ struct Recognition {
   Point3Df gravity = {0.0, 0.0, 0.0};  // in the mean frame
 };
 
-// What a recognition goes through, for those who explain it.
+// The intermediate results of a recognition, to explain it.
 struct Intermediates {
   Points corrected;  // the whole motion without gravity, in the mean frame
   std::vector<double> squared_speed;  // (m/s)², of every step
@@ -114,9 +114,9 @@ inline bool is_long_enough(size_t samples, int min_motion_len) {
 Point3Df correct(const Samples& acc, const Samples& gyro, int work_mode, int sample_rate,
                  Points& trace);
 
-// Recognises a motion. `made` is new, but for memory that it brings along and what is to
-// stay where a step is not reached. `intermediates` may be null; comparing with every
-// template takes much longer than finding the best.
+// Recognises a motion. `made` is new, except for memory to reuse and for values that stay
+// where a step is not reached. `intermediates` may be null; comparing with every template
+// takes much longer than finding the best.
 void recognise(const Samples& acc, const Samples& gyro,
                const RecognitionParameters& parameters, HGR& classifier,
                Recognition& made, Intermediates* intermediates = nullptr);

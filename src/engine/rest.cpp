@@ -12,7 +12,7 @@ static constexpr double kMostRateSpread = 110.0;   // (deg/s)²
 
 WindowStats window_stats(const Samples& samples, size_t begin, size_t end) {
   const double count = static_cast<double>(end - begin);
-  // By iterator: a queue finds an entry by its number only by division.
+  // By iterator: indexing a queue takes a division.
   const auto first = samples.begin() + static_cast<std::ptrdiff_t>(begin);
   const auto last = samples.begin() + static_cast<std::ptrdiff_t>(end);
   Point3Df sum = {0.0, 0.0, 0.0};

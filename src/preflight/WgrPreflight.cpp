@@ -38,8 +38,8 @@ class Teller {
   int heaviest_ = WG_PREFLIGHT_CLEAN;
 };
 
-// Lets no floating-point exception end the process while it lives, and leaves the
-// environment, flags included, as it was.
+// Keeps floating-point exceptions from ending the process while it lives, and restores
+// the environment, flags included.
 class UntrappedArithmetic {
  public:
   UntrappedArithmetic() {
@@ -111,7 +111,7 @@ static std::string log_obstacle() {
   return "";
 }
 
-// Whether others than its owner and the host lay hands on the log.
+// Whether users other than its owner and the host can change the log.
 static void check_access_to_log(Teller& teller) {
   const std::string log = kWgrLogPath;
   char target[PATH_MAX];

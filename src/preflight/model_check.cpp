@@ -75,7 +75,7 @@ class Checker {
   ModelCheck check_;
 };
 
-// Behind all that were found up to that line: what is found later may stand before.
+// After all findings up to that line: a later finding may belong before others.
 void Checker::keep(size_t line, const std::string& text) {
   std::vector<ModelFinding>& findings = check_.findings;
   auto at = findings.end();
@@ -262,7 +262,7 @@ void Checker::check_template(int number) {
     for (size_t i = 0; i < along.size(); ++i) points[i].*kAxes[axis] = along[i];
     complete = std::min(complete, along.size());
   }
-  // Of a trace with holes nothing more is said than that it has them.
+  // A trace with holes gets no other finding.
   if (complete == count) check_trace(number, head, points);
 }
 
@@ -279,7 +279,8 @@ ModelCheck Checker::check() {
   check_labels();
   const size_t labels_line = line_;
   check_thresholds();
-  // To the end, also when no more is reported: the last template may be what is refused.
+  // To the end, even when nothing more is reported: the reader may refuse the last
+  // template.
   for (int i = 0; i < header_.templates && file_; ++i) check_template(i);
   if (!file_) return check_;
   for (size_t i = 0; i < labels_.size(); ++i) {

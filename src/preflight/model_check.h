@@ -1,7 +1,7 @@
-// Looks a model file over for what Gmodel::read() accepts without a word.
+// Checks a model file for faults that Gmodel::read() accepts silently.
 //
 // The reader checks nothing, so a damaged or careless file does not fail: it recognises
-// less, or nothing, or never the same. Here every such fault is named, with its line.
+// less, or nothing, or something else. Every such fault is reported here, with its line.
 #pragma once
 
 #include <cstddef>
