@@ -1,4 +1,4 @@
-// For a program that says warnings its own way.
+// For a program that reports warnings in its own way.
 #pragma once
 
 #include <string>
@@ -8,8 +8,8 @@ namespace wgr {
 
 using CaughtWarnings = std::vector<std::string>;
 
-// While it lives, what warn() says on this thread is added to the warnings, and neither
-// that nor progress is printed.
+// While it lives, what warn() reports on this thread is added to the warnings, and
+// neither that nor progress is printed.
 class CatchingInto {
  public:
   explicit CatchingInto(CaughtWarnings& warnings);

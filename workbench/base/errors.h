@@ -1,4 +1,4 @@
-// How the tool ends, and what it throws for what the user must mend.
+// How the tool ends, and what it throws for mistakes of the user.
 #pragma once
 
 #include <cstring>
@@ -9,10 +9,10 @@ namespace wgr {
 
 inline constexpr int kExitOk = 0;
 inline constexpr int kExitFailure = 1;   // the machine's fault: memory, disk
-inline constexpr int kExitFindings = 1;  // of a check: it found something to mend
+inline constexpr int kExitFindings = 1;  // of a check: it found something to fix
 inline constexpr int kExitBadInput = 2;  // wrong arguments, unreadable or malformed input
 
-// Ends the tool with this status once all is said; main() prints nothing more.
+// Ends the tool with this status once all is printed; main() prints nothing more.
 struct EndWithStatus {
   int status;
 };

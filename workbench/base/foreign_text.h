@@ -13,7 +13,7 @@ namespace wgr {
 
 bool is_utf8(std::string_view text);
 
-// The text with \xNN in the place of each byte that is not UTF-8 or belongs to a control
+// The text with \xNN in place of each byte that is not UTF-8 or belongs to a control
 // character.
 std::string shown(std::string_view text);
 

@@ -36,7 +36,7 @@ std::optional<double> number_of(std::string_view text, const NumberRange& range)
 // The number as it is written without an exponent, with as many digits as it needs.
 std::string plain(double value);
 
-// What is said of a value that is out of its range.
+// The message for a value that is out of its range.
 std::string wanted(const NumberRange& range, const std::string& value);
 
 // The nearest whole number that an int holds; 0 for not-a-number.

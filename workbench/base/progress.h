@@ -12,7 +12,7 @@ class Progress {
  public:
   Progress(std::string what, size_t steps);
 
-  // Says that so many more steps are done; from any thread.
+  // Reports that so many more steps are done; from any thread.
   void add(size_t steps);
 
  private:

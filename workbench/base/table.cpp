@@ -54,7 +54,7 @@ static bool next_checked(std::ifstream& file, const std::string& path, size_t li
 
 namespace {
 
-// Where a table has the columns that were asked for.
+// Where a table has the required columns.
 struct Columns {
   std::string text;  // the first line
   size_t count = 0;
@@ -82,7 +82,8 @@ static std::optional<Columns> columns_of(const std::string& text,
   return columns;
 }
 
-// The fields of the header's columns, then those that may follow, in the order asked for.
+// The fields of the header's columns, then those that may follow, in the order of the
+// request.
 static void put_in_order(const Columns& columns, size_t known, TableRow& row) {
   std::vector<std::string> fields(
       row.fields.begin(), row.fields.begin() + static_cast<std::ptrdiff_t>(known));

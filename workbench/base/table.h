@@ -1,4 +1,4 @@
-// Small CSV tables, such as scripts and labels: a fixed header, fields that may stand in
+// Small CSV tables, such as scripts and labels: a fixed header, fields that may be in
 // quotes.
 #pragma once
 

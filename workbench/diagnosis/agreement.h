@@ -40,7 +40,7 @@ struct Turn {
 };
 
 struct Agreement {
-  size_t turns = 0;     // that were looked at
+  size_t turns = 0;     // that were examined
   double angle = 0.0;   // that gravity turned in one, on the average, deg
   double error = 0.0;   // of the prediction as the stream is, deg
   AxisMap gyro;         // what makes the gyroscope agree best

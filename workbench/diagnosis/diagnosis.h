@@ -1,7 +1,7 @@
 // What is wrong with a stream of samples, and what to pass to the library.
 //
-// Findings are looked for in an order: what is found is repaired before the next question
-// is asked, so that one fault is one finding.
+// Tests have an order: what one finds is repaired before the next one, so that one fault
+// is one finding.
 //
 // A stream of any length is examined in a memory that does not grow with it: an hour and
 // a quarter as a whole, if that is no more than kMostAtOnce samples, and a longer stream
@@ -31,7 +31,7 @@ struct Finding {
   std::string remedy;
   std::string call;   // the option or call that does it; may be empty
   std::string about;  // of findings with the same id, which one; may be empty
-  std::optional<Repair> repair = {};  // that mends the samples, or what a host passes
+  std::optional<Repair> repair = {};  // of the samples, or of what a host passes
 };
 
 struct StreamFacts {

@@ -1,5 +1,5 @@
-// A stream under examination: each question looks at what the ones before it repaired.
-// The questions are asked in the order of the members; each group is a file.
+// A stream under examination: each test examines what the ones before it repaired. The
+// tests run in the order of the members; each group is a file.
 #pragma once
 
 #include <algorithm>

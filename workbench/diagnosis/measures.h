@@ -37,7 +37,7 @@ std::vector<size_t> quiet_windows(const std::vector<Window>& acc,
 double noise_variance(const Samples& samples, const std::vector<Window>& windows,
                       const std::vector<size_t>& which);
 
-// An axis that meets the end of its range.
+// An axis that reaches the end of its range.
 struct Clipping {
   size_t samples = 0;  // at the end, in runs of two and more
   double limit = 0.0;  // the value there

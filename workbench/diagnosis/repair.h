@@ -1,4 +1,4 @@
-// What mends a stream: a change of every sample, or of what the host passes.
+// The repair of a stream: a change of every sample, or of what the host passes.
 #pragma once
 
 #include <vector>

@@ -91,7 +91,7 @@ void Explainer::Watcher::disagree(const std::string& what) const {
                   e_.recording, e_.times.back(), what));
 }
 
-// The newest sample, from its window; why a sensor did not say rest goes to `figures`.
+// The newest sample, from its window; why a sensor did not report rest goes to `figures`.
 Judgement Explainer::Watcher::judge(RestStretch& figures) const {
   const size_t since = e_.times.size() - afresh_;
   const size_t held = std::min(since, static_cast<size_t>(engine_.history_len));
@@ -186,7 +186,7 @@ void Explainer::Watcher::place(MotionExplanation& explained) const {
   explained.begin = e_.times[explained.first];
   explained.end = e_.times[explained.first + kept - 1];
   explained.judged = e_.times.back();
-  // The first sample that a full window judged: what was before it nobody saw.
+  // The first sample that a full window judged: no window judged what was before it.
   const size_t first_judged = afresh_ + static_cast<size_t>(engine_.static_window) - 1;
   if (explained.first + explained.preroll == first_judged) {
     explained.after_report = report_ended_;

@@ -1,5 +1,5 @@
 // What a host's run over a recording looked like from inside: when the wrist was at rest
-// and which sensor said so, and what became of every motion.
+// and which sensor reported it, and how every motion ended.
 #pragma once
 
 #include <array>
@@ -40,7 +40,7 @@ struct RestStretch {
   double begin = 0.0;  // s, of its first sample
   double end = 0.0;    // s, of its last
   std::array<size_t, kJudgements> judged = {};
-  // Why the accelerometer did not say so where it did not, in samples:
+  // Why the accelerometer did not report rest where it did not, in samples:
   size_t gravity_outside = 0;  // its mean is outside the band of gravity
   size_t acc_scattered = 0;    // its spread is too wide
   double mean_gravity = 0.0;   // m/s², mean length of the windows' mean vector

@@ -80,7 +80,7 @@ struct MotionExplanation {
   bool at_start = false;      // begins as soon as the first window is full
 
   // What the engine made of it; each part is empty when no step got so far.
-  bool ran = false;               // long enough to be looked at
+  bool ran = false;               // long enough to be examined
   std::optional<size_t> lost_at;  // of the motion's samples, the one that costs the
                                   // attitude
   bool zero_rate = false;         // whose rate is exactly zero
@@ -91,7 +91,7 @@ struct MotionExplanation {
   bool starts_fast = false;
   bool ends_fast = false;
   Stretch active = {0, 0};            // steps that were kept
-  bool predicted = false;             // the classifier was asked
+  bool predicted = false;             // the classifier was run
   Points compared;                    // as it compares, gravity last
   double strength = 0.0;              // m/s²
   std::vector<TemplateScore> scores;  // best first

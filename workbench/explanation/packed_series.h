@@ -16,7 +16,7 @@ void append_whole(std::string& bytes, unsigned long long value);
 // twice its size, less one below zero. What is not a number is written as 0.
 void append_series(std::string& bytes, const std::vector<double>& values, double unit);
 
-// A text behind its length, so that a script can pass over it.
+// A text behind its length, so that a script can skip it.
 void append_block(std::string& bytes, const std::string& block);
 
 }  // namespace wgr

@@ -24,8 +24,8 @@ enum GoldenStage {
 };
 extern const char* const kGoldenStageNames[kExactStages];
 
-// One recognition from both sensors, with what lies behind trigonometric functions. The
-// first four are compared exactly, the others within a tolerance.
+// One recognition from both sensors, with what follows trigonometric functions. The first
+// four are compared exactly, the others within a tolerance.
 struct GoldenRecognition {
   int sample;         // at which the motion ended
   int gesture;        // the class; kNoGesture for a motion that is none

@@ -13,7 +13,7 @@
 
 namespace wgr {
 
-// sin, cos and acos of two machines may differ in the last bit. What lies behind them has
+// sin, cos and acos of two machines may differ in the last bit. What follows them has
 // been seen to differ by less than a hundredth of this, relative to the value or to 1
 // where that is more; the score is rounded to a float besides.
 static constexpr double kTolerance = 1e-9;

@@ -25,8 +25,7 @@ struct GoldenStream {
 GoldenStream golden_stream(int index);
 
 // One of four models: 0 and 1 for the wrists, 2 with strict thresholds, 3 without
-// gravity, scaling and thresholds. Every template stands twice in it, so that there
-// are ties.
+// gravity, scaling and thresholds. Every template is in it twice, so that there are ties.
 inline constexpr int kGoldenModels = 4;
 const Gmodel& golden_model(int index);
 

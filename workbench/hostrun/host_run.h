@@ -12,7 +12,7 @@
 namespace wgr {
 
 struct HostRunOptions {
-  std::shared_ptr<const Gmodel> model;   // in the place of all; null: the installed ones
+  std::shared_ptr<const Gmodel> model;   // instead of all; null: the installed ones
   int wearer = 0;                        // 0: left wrist, 1: right wrist
   int mode = 1;                          // 0, 1 or 2
   int rate = 50;                         // samples per second
@@ -50,7 +50,7 @@ class HostRun {
   // undecided.
   int ask_wearer(const RecordedSample& sample);
 
-  // For those who look behind the interface while the host runs.
+  // For callers that examine the engine while the host runs.
   WgrHandle handle() const { return handle_; }
 
  private:

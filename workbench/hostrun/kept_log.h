@@ -7,7 +7,7 @@ namespace wgr {
 
 // Lets the library log while it lives, and passes the log on to a file, line by line and
 // without loss: a disk that is full or a limit on sizes is an error of that file, while
-// the library itself would drop the line without a word.
+// the library itself would drop the line silently.
 class KeptLog {
  public:
   // Before a handle is made.

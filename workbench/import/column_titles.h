@@ -1,4 +1,4 @@
-// What the titles of columns, and the names of files and sensors, say: the words that
+// What the titles of columns, and the names of files and sensors, mean: the words that
 // makers of logs use for sensors, axes, times and units.
 #pragma once
 

@@ -605,7 +605,7 @@ void Guess::guess_gyro_unit() {
   add(LogPart::kGyroUnit, unit->word, Sureness::kPossible, Evidence::kRange, fastest);
 }
 
-// Without a word of titles and names, the units speak for a device.
+// Where titles and names show nothing, the units indicate a device.
 void Guess::name_the_rest() {
   if (!given_.name.empty() || !result_.profile.name.empty()) return;
   const std::string& acc = result_.profile.acc->word;

@@ -8,7 +8,7 @@
 
 namespace wgr {
 
-// Files in memory, for LogFile to look at.
+// Files in memory, for LogFile to read.
 struct LogBytes {
   std::vector<std::string> names;
   std::vector<std::string> bytes;

@@ -94,7 +94,7 @@ static bool fits(const Json& json, const JsonField& field) {
 
 namespace {
 
-// Walks down the values; `path` leads from the file to the value at hand.
+// Walks down the values; `path` leads from the file to the current value.
 class Check {
  public:
   explicit Check(std::string file) : file_(std::move(file)) {}

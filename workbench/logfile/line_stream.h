@@ -12,11 +12,11 @@ namespace wgr {
 
 class LineStream {
  public:
-  // Characters of a line that are kept; a longer one is handed over cut, and said to be.
+  // Characters of a line that are kept; a longer one is passed on cut off, and marked so.
   static constexpr size_t kMostKept = 4096;
 
   struct Line {
-    std::string_view text;  // without its end; valid until the next one is asked for
+    std::string_view text;  // without its end; valid until the next one is read
     bool cut;               // the line is longer than what is kept of it
     bool ended;             // by a line break, and not by the end of the file
     bool too_long = false;  // more than kLineLimit: reading stopped within it

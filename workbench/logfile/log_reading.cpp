@@ -36,7 +36,7 @@ static const std::string kSetModel = fixed_part(kLogSetModel);
 static const std::string kNoModel = fixed_part(kLogModelFailed);
 static const std::string kDirectory = fixed_part(kLogEngineCwd);
 
-// Lines that say nothing but that the library went past them.
+// Lines that only show that the library reached them.
 static const std::string kPlain[] = {
     fixed_part(kLogSetModelDone),  fixed_part(kLogEngineStart),
     fixed_part(kLogModelLoaded),   fixed_part(kLogEngineEnd),

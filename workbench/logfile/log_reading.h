@@ -22,7 +22,7 @@ struct Answers {
 
   std::map<int, Count> gestures;  // reported as they stand, by class
   Count other_gestures = 0;
-  Count rejected = 0;    // class 13: strong, but like no template; reported as 5
+  Count rejected = 0;    // class 13: strong, but resembles no template; reported as 5
   Count too_weak = 0;    // compared, and answered with 14
   Count unreported = 0;  // compared, and answered with 6
 
@@ -78,7 +78,7 @@ struct LogTotals {
       hours;  // samples and answers, when a rate is set
 };
 
-// Reads line by line; what it knows does not grow with the log but for the hours.
+// Reads line by line; its memory does not grow with the log, except by the hours.
 class LogReading {
  public:
   // With a rate (samples per second) answers are counted by hour of samples too.

@@ -84,7 +84,7 @@ class OutputFiles::FilePart : public OutputFiles::Part {
     if (target.kind == Target::Kind::kNew) return;
     const struct stat& old = target.about;
     struct stat own = {};
-    // Nobody is to read it meanwhile who could not read what it replaces.
+    // Meanwhile only those may read it who could read what it replaces.
     bool kept =
         fchmod(file_.descriptor(), 0600) == 0 && fstat(file_.descriptor(), &own) == 0;
     if (own.st_uid != old.st_uid || own.st_gid != old.st_gid) {
@@ -171,7 +171,7 @@ class OutputFiles::RemovedPart : public OutputFiles::Part {
 
  private:
   const std::string path_;
-  std::string aside_;  // its name until it goes; empty: not moved
+  std::string aside_;  // its name until it is deleted; empty: not moved
 };
 
 // Each file holds a descriptor until all are there; a set of recordings has many.
@@ -213,7 +213,7 @@ void OutputFiles::commit() {
     while (begun > 0) parts_[--begun]->take_back();
     throw;
   }
-  parts_.clear();  // what was replaced and removed goes here
+  parts_.clear();  // what was replaced and removed is deleted here
 }
 
 void write_output(const std::string& path, std::string_view bytes) {

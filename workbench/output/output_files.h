@@ -1,6 +1,6 @@
 // Files that belong together: all of them are there in the end, or none.
 //
-// What is written goes to temporary files first. commit() puts them in their places, with
+// What is written goes to temporary files first. commit() moves them to their names, with
 // the mode and the owner of what was there before. A process that ends earlier leaves
 // everything as it was. Devices, FIFOs and standard output cannot wait: what is for them
 // goes straight into them.
@@ -17,7 +17,7 @@ class OutputFile {
  public:
   virtual ~OutputFile() = default;
 
-  // As often as wanted. Throws OutputError when not all can be written.
+  // May be called repeatedly. Throws OutputError when not all can be written.
   virtual void write(std::string_view bytes) = 0;
 };
 

@@ -14,8 +14,8 @@ class OutputPlan {
  public:
   // `name` is what the user calls it: an option, or words. Files are compared by device
   // and inode, wherever links lead. What is not there, or empty, is passed over; "-" is
-  // standard input. A folder stands for the files in it that `counts` is true for, those
-  // that are there and those that would be.
+  // standard input. A folder means the files in it that `counts` is true for, those that
+  // are there and those that would be.
   using Counts = bool (*)(const std::filesystem::path& file);
   void reads(const std::string& name, const std::string& path);
   void reads_folder(const std::string& name, const std::string& folder, Counts counts);

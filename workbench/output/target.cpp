@@ -117,7 +117,7 @@ static Target find_new(const std::string& given, const fs::path& path) {
     folder = folder_of(folder);
   }
   if (!S_ISDIR(target.about.st_mode)) refuse(given, ENOTDIR);
-  // Folders that are missing hold no links, so ".." behind them can be worked out.
+  // Folders that are missing hold no links, so ".." after them can be resolved.
   const fs::path plain = rest.lexically_normal();
   if (plain != rest) {
     Target found = find_target(folder / plain);

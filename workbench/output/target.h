@@ -1,4 +1,4 @@
-// What a path that the user wants written leads to.
+// What the path of an output leads to.
 #pragma once
 
 #include <sys/stat.h>

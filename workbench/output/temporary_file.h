@@ -3,7 +3,7 @@
 //
 // Where the file system can (ext4, XFS, Btrfs, tmpfs and others) it has no name at all,
 // so not even SIGKILL leaves it behind. Elsewhere its name is one that nobody can guess,
-// and SIGINT, SIGTERM, SIGHUP and the end of the process take it away.
+// and SIGINT, SIGTERM, SIGHUP and the end of the process remove it.
 #pragma once
 
 #include <sys/types.h>
@@ -28,8 +28,8 @@ class TemporaryFile {
   // Puts it at a path of the same file system where nothing is; false with errno.
   bool become(const std::string& path);
 
-  // Puts it where a file is. That file stays until this object goes; restore() brings it
-  // back. False with errno.
+  // Puts it where a file is. That file stays until this object is destroyed; restore()
+  // brings it back. False with errno.
   bool replace(const std::string& path);
   bool restore(const std::string& path);
 

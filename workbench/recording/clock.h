@@ -14,7 +14,7 @@ namespace wgr {
 inline constexpr int kHighestRate = 100000;  // samples per second, far above any watch
 inline constexpr double kMostSeconds = 1e9;  // of a recording or a log; thirty years
 
-// Where the stamps of a recording say nothing, samples per second.
+// Samples per second, where the time stamps give none.
 inline constexpr int kAssumedRate = 50;
 // From the start of a recording, that its rate is taken from.
 inline constexpr size_t kSamplesForRate = 4096;

@@ -215,7 +215,7 @@ bool RecordingReader::next(RecordedSample& sample) {
   }
   if (error_behind_) std::rethrow_exception(error_behind_);
   if (parse_next(sample)) return true;
-  // Said when the end is used, not when it is met by reading ahead.
+  // Reported when the end is used, not when reading ahead finds it.
   if (!note_.empty()) warn(note_);
   note_.clear();
   return false;

@@ -75,9 +75,9 @@ struct ReadingLimit {
 //
 // A writer that was stopped, as by a power cut, leaves a torn end: a last line without
 // its line break that is no whole sample, perhaps of zero bytes, or gzip data without its
-// end. What came before counts; the torn line is left out, and standard error says so.
-// A last line without its break whose last field is empty is whole only if a line before
-// left that field empty, too; one of gzip data without its end is never.
+// end. What came before counts; the torn line is left out, and standard error gets a
+// message. A last line without its break whose last field is empty is whole only if a
+// line before left that field empty, too; one of gzip data without its end is never.
 class RecordingReader : public SampleSource {
  public:
   // "-" is standard input. Throws RecordingError when the file cannot be opened or its
@@ -94,8 +94,8 @@ class RecordingReader : public SampleSource {
   // empty.
   bool next(RecordedSample& sample) override;
 
-  // Up to `count` samples from here on, without using them: next() hands them out as if
-  // they had not been seen, and throws at a malformed line behind them in its turn.
+  // Up to `count` samples from here on, without using them: next() returns them as if
+  // they had not been read, and throws at a malformed line after them in its turn.
   const std::deque<RecordedSample>& read_ahead(size_t count);
 
   size_t line() const;              // number of the line last read, from 1; or sample

@@ -16,7 +16,7 @@ std::vector<RecordedSample> resample(const std::vector<RecordedSample>& samples,
                                      int rate);
 
 // The same while a stream comes. After a gap the stream starts afresh with the sample
-// behind it, so that no motion is made up.
+// behind it, so that no motion is invented.
 class SteadyStream {
  public:
   explicit SteadyStream(int rate) : period_(1.0 / rate) {}

@@ -64,7 +64,7 @@ struct TrialInput {
   bool own_model = false;           // a model of which no one knows the wrist
 };
 
-// The proper rotations of three axes but for none at all, 23.
+// The proper rotations of three axes except for no rotation, 23.
 std::vector<AxisMap> mountings();
 
 // What is tried: each of the changes of `input.host`, and first of all none.

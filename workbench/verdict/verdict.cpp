@@ -155,7 +155,7 @@ static std::vector<UnexpectedGroup> unexpected_groups(const Explanation& e) {
 
 namespace {
 
-// Asks the questions of the file's head, one by one.
+// Tests the causes that the header lists, one by one.
 class Search {
  public:
   Search(const Explanation& e, const Verdict& v) : e_(e), v_(v) {}

@@ -1,7 +1,7 @@
 // The answer to "it did not react": what was expected, what came, and the one cause that
 // counts most, with how sure that is.
 //
-// Causes are looked for in this order, and the first that holds is the principal one:
+// Causes are tested in this order, and the first that holds is the principal one:
 //
 //   1. the host never initialised the handle, or the model has no templates;
 //   2. the stream is broken for certain: units, axes, sensors swapped, a wrong rate, ...;
@@ -66,7 +66,7 @@ struct Principal {
   Blame blame;
   Sureness sure;
   std::optional<size_t> finding = {};  // of the diagnosis
-  std::optional<size_t> trial = {};    // that shows it, or mends it
+  std::optional<size_t> trial = {};    // that shows it, or removes it
   std::optional<Cause> cause = {};     // of kGesture
   std::optional<size_t> example = {};  // of kGesture: one of Explanation::expected
 

@@ -1,5 +1,5 @@
 // Cells of one anti-diagonal do not depend on each other, so the table is filled by
-// those. Costs alone are kept: along the path they tell again which way each cell was
+// those. Costs alone are kept: along the path they show again which way each cell was
 // entered.
 #include "warping/warping_path.h"
 

@@ -1,7 +1,7 @@
 // The warping path itself: which points of two traces are laid upon each other.
 //
 // The library keeps only a path's cost and length; this is the whole table, for a few
-// traces that are to be looked at.
+// traces that are to be shown.
 #pragma once
 
 #include <cstddef>

@@ -20,7 +20,7 @@ static constexpr char kFooter[] =
     "something;\n"
     "2 something given cannot be used.";
 
-static constexpr char kNoMoreOptions[] = "--";  // behind it
+static constexpr char kNoMoreOptions[] = "--";  // after it
 static constexpr size_t kLongestName = 60;      // bytes of an option in a message
 static constexpr size_t kShortOption = 2;       // characters, as -o has
 
@@ -105,7 +105,7 @@ static std::string without_value(const std::string& word) {
   return shortened(word.substr(0, word.find('=')), kLongestName);
 }
 
-// An option that the subcommand at hand, or the program, does not know.
+// An option that neither the subcommand nor the program knows.
 static std::string unknown_option(const CLI::App& wgr, const CLI::App& holder,
                                   const CLI::App& innermost, const std::string& word) {
   const std::string name = without_value(word);
@@ -157,8 +157,8 @@ static std::string surplus_word(const CLI::App& holder, const std::string& word)
                    holder);
 }
 
-// What is said of words that nothing took; empty when all were taken. An option goes
-// first: what stands behind one that is unknown is its value.
+// The message about words that nothing took; empty when all were taken. An option goes
+// first: what follows one that is unknown is its value.
 static std::string untaken(const CLI::App& wgr) {
   const CLI::App& last = innermost(wgr);
   const CLI::App* first_with_word = nullptr;
@@ -223,8 +223,8 @@ static std::string message_of(const CLI::App& wgr, const CLI::ParseError& error)
                    command);
 }
 
-// Words that CLI11 would take for something else than they were meant for: "--log=" for
-// an option whose value is the next word, "-out" for -o with the value "ut".
+// Words that CLI11 would misread: "--log=" for an option whose value is the next word,
+// "-out" for -o with the value "ut".
 static void refuse_misleading(const CLI::App& wgr,
                               const std::vector<std::string>& words) {
   for (const std::string& word : words) {

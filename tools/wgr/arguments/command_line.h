@@ -1,4 +1,4 @@
-// The command line as a whole: all subcommands, and what is said of words that do not
+// The command line as a whole: all subcommands, and the messages about words that do not
 // fit.
 #pragma once
 
@@ -11,9 +11,9 @@ namespace wgr {
 // Adds every subcommand, the version and the help.
 void add_all(CLI::App& wgr);
 
-// Parses the words behind the program's name and runs the subcommand that they name.
+// Parses the words after the program's name and runs the subcommand that they name.
 // Throws UsageError with the option or word that is wrong and what fits better, and
-// CLI::Success where help or the version was asked for.
+// CLI::Success for a request for help or the version.
 void parse_and_run(CLI::App& wgr, const std::vector<std::string>& words);
 
 // The words that are being run, as a shell takes them again, but for one option with its

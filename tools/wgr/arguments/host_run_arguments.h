@@ -31,7 +31,7 @@ Point3Df parse_bias(const std::string& text);
 // Adds RECORDING, the options of the model, --sample-rate, --bias and --sensitivity.
 void add_host_run_arguments(CLI::App& command, HostRunArguments& given);
 
-// The words of the command line that stand for `given`, without --models and RECORDING.
+// The words of the command line that mean `given`, without --models and RECORDING.
 std::vector<std::string> host_run_words(const HostRunArguments& given);
 
 // Sets the gyroscope bias, completes the plan and checks it.
@@ -44,7 +44,7 @@ void take_model(HostRunArguments& given);
 // Adds --handle.
 void add_handle_option(CLI::App& command, std::optional<unsigned>& handle);
 
-// The rate that was given, or else the recording's; said on standard error.
+// The rate that was given, or else the recording's; reported on standard error.
 int choose_rate(const HostRunArguments& given, RecordingReader& reader);
 
 void warn_of_absent_axes(const HostRunArguments& given, const RecordingReader& reader);

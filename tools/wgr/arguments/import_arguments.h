@@ -1,4 +1,4 @@
-// The command line arguments that say how a foreign log is to be taken.
+// The command line arguments that describe a foreign log.
 #pragma once
 
 #include <CLI/CLI.hpp>

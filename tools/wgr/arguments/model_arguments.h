@@ -1,4 +1,4 @@
-// The options that say which model a subcommand uses; they are the same for all.
+// The options that choose which model a subcommand uses; they are the same for all.
 #pragma once
 
 #include <CLI/CLI.hpp>

@@ -1,4 +1,4 @@
-// The option that says how much a subcommand may read of recordings that it keeps in
+// The option that limits how much a subcommand may read of recordings that it keeps in
 // memory.
 #pragma once
 

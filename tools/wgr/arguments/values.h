@@ -46,7 +46,7 @@ CLI::Validator path_name();
 // The same as the value of an option: no option before which a value was forgotten.
 CLI::Validator path_value();
 
-// An option whose value `check` lets pass, and which the help calls `value`.
+// An option whose value `check` lets pass, and which the help names `value`.
 template <class T>
 CLI::Option* add_value(CLI::App& command, const std::string& names, T& to,
                        const std::string& what, const CLI::Validator& check,

@@ -28,7 +28,7 @@ std::string fault_in_requirement(const std::string& text);
 // From such a text; throws UsageError.
 Requirement parse(const std::string& text);
 
-// What is not as required, in words; empty if all is well.
+// What is not as required, in words; empty if nothing is.
 std::string failure_of(const Requirement& requirement, const Evaluation& result);
 
 }  // namespace wgr

@@ -14,7 +14,7 @@ std::string sentence_for(const MotionExplanation& motion, const Settings& settin
 // What became of an expected gesture.
 std::string sentence_for(const Expected& expected, const Explanation& explanation);
 
-// Which sensor said that the wrist was at rest, and why the other one did not.
+// Which sensor reported rest, and why the other one did not.
 std::string sentence_for(const RestStretch& rest, const Settings& settings);
 
 // "2.040 s to 2.830 s"

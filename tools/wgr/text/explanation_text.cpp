@@ -116,7 +116,7 @@ std::vector<std::string> selectable() {
   std::vector<std::string> names = {"missed", "unexpected"};
   for (size_t i = 0; i < kEndings; ++i) {
     const Ending ending = static_cast<Ending>(i);
-    // No host can ask for the mode that classifies nothing.
+    // No host can choose the mode that classifies nothing.
     if (ending != Ending::kCorrectedOnly) names.emplace_back(name_of(ending));
   }
   for (size_t i = 0; i < kCircumstances; ++i) {
@@ -313,7 +313,7 @@ Json explanation_head(const Explanation& e, const Verdict& v) {
           {"expected", expected_json(e)}};
 }
 
-// A member behind others: an array of what `item` makes of each of `items`.
+// A member after others: an array of what `item` makes of each of `items`.
 template <class Items, class ToJson>
 static void write_array(const char* name, const Items& items, ToJson item, bool indent,
                         const TextSink& sink) {

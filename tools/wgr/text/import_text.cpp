@@ -145,7 +145,7 @@ std::string import_hint(const std::string& path) {
     return "; wgr import reads logs of other devices, but of this one says: " +
            sentence_for(error.facts());
   } catch (const RecordingError&) {
-    return "";  // too large to be looked at
+    return "";  // too large to be examined
   }
 }
 
@@ -216,7 +216,7 @@ static std::string subject_of(const GuessedPart& part) {
   return "";
 }
 
-// The columns of a sensor stand behind its part.
+// The columns of a sensor follow its part.
 static std::string columns_text(const std::vector<GuessedPart>& parts, size_t sensor) {
   std::string text;
   for (size_t i = sensor + 1; i < parts.size(); ++i) {

@@ -192,7 +192,7 @@ static std::string axes_of(const AxisMap& map, const std::string& sensor) {
 
 namespace {
 
-// What the words in capitals stand for.
+// The values of the words in capitals.
 struct Values {
   double factor = 1.0;
   AxisMap axes = {};
