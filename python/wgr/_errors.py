@@ -2,8 +2,11 @@
 
 from __future__ import annotations
 
+import contextlib
+import contextvars
 import re
 import warnings
+from typing import Iterator
 
 _PLACE = re.compile(r"^(?P<file>.+?)(?::(?P<line>\d+))?: ")
 
@@ -50,6 +53,20 @@ class WgrWarning(UserWarning):
     """What can be used, but not without a doubt: a torn end, an assumed rate."""
 
 
+_quiet = contextvars.ContextVar("quiet", default=False)
+
+
+@contextlib.contextmanager
+def quiet() -> Iterator[None]:
+    """No warnings of the package on this thread; others keep theirs."""
+    before = _quiet.set(True)
+    try:
+        yield
+    finally:
+        _quiet.reset(before)
+
+
 def warn(text: str) -> None:
     """Says a warning of the package."""
-    warnings.warn(text, WgrWarning, stacklevel=4)
+    if not _quiet.get():
+        warnings.warn(text, WgrWarning, stacklevel=4)

@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import json
 import os
-from typing import TYPE_CHECKING, Any, Iterable, NamedTuple, Sequence, Union
+from typing import TYPE_CHECKING, Any, Iterable, NamedTuple, Sequence, Union, overload
 
 import numpy as np
 
@@ -126,6 +126,30 @@ class TrainingSet:
 
 
 PathLike = Union[str, "os.PathLike[str]"]
+
+
+@overload
+def segment(
+    source: Recording,
+    annotations: Iterable[Annotation] = ...,
+    *,
+    rate: int | None = ...,
+    shortest: int | None = ...,
+    gravity: bool = ...,
+) -> list[Motion]: ...
+
+
+@overload
+def segment(
+    source: PathLike,
+    *,
+    background: PathLike | Sequence[PathLike] = ...,
+    rate: int | None = ...,
+    shortest: int | None = ...,
+    gravity: bool = ...,
+    attitude: bool = ...,
+    use_annotations: bool = ...,
+) -> TrainingSet: ...
 
 
 def segment(
@@ -301,9 +325,7 @@ def evaluate(
         raise InputError(f"leave_out: one of {', '.join(LEAVE_OUT)} is wanted")
     _in_range("folds", folds, 2, 1000)
     if not isinstance(training_set, TrainingSet):
-        made = segment(training_set)
-        assert isinstance(made, TrainingSet)
-        training_set = made
+        training_set = segment(training_set)
     core = None if model is None else model_of(model, None, wearer, mode).core
     options = build_options_of(n_jobs=n_jobs, **build_options)
     figures = _wgr.evaluate(training_set.core, core, leave_out or "", folds, options)

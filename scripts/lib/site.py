@@ -209,16 +209,23 @@ def write_python(root, pages):
     package = root / "python/wgr"
     if not package.exists():
         return []
-    public = re.findall(r'"(\w+)"', re.search(r"__all__ = \[(.*?)\]", (
-        package / "__init__.py").read_text(encoding="utf-8"), re.S).group(1))
-    module = ast.parse((package / "__init__.py").read_text(encoding="utf-8"))
-    text = f"# Python package wgr\n\n{ast.get_docstring(module)}\n\n"
-    for source in sorted(package.glob("_*.py")):
-        tree = ast.parse(source.read_text(encoding="utf-8"))
-        tree.body = [node for node in tree.body if getattr(node, "name", "") in public]
-        text += docstrings(tree)
-    (pages / "python-package.md").write_text(text, encoding="utf-8")
-    return [{"Python package": "reference/python-package.md"}]
+    of_fleet = set(package.glob("_fleet_*.py"))
+    menu = []
+    for title, page, module, sources in (
+            ("Python package wgr", "python-package", "__init__.py",
+             set(package.glob("_*.py")) - of_fleet),
+            ("Python module wgr.fleet", "python-fleet", "fleet.py", of_fleet)):
+        source = (package / module).read_text(encoding="utf-8")
+        public = re.findall(r'"(\w+)"', re.search(
+            r"__all__ = \[(.*?)\]", source, re.S).group(1))
+        text = f"# {title}\n\n{ast.get_docstring(ast.parse(source))}\n\n"
+        for path in sorted(sources):
+            tree = ast.parse(path.read_text(encoding="utf-8"))
+            tree.body = [node for node in tree.body if getattr(node, "name", "") in public]
+            text += docstrings(tree)
+        (pages / f"{page}.md").write_text(text, encoding="utf-8")
+        menu.append({title: f"reference/{page}.md"})
+    return menu
 
 
 # ---- the pages of docs/ -------------------------------------------------------------------

@@ -13,6 +13,7 @@ from cluster import workers
 from conftest import MODELS, run_tool
 
 fleet = pytest.importorskip("wgr.fleet")
+_fleet_runs = pytest.importorskip("wgr._fleet_runs")
 PERSONS = 4
 
 
@@ -116,7 +117,7 @@ def test_killed_workers_cost_their_tasks_alone(folder, cluster, tmp_path):
 
 def test_an_interrupted_run_goes_on_where_it_was(folder, tmp_path, monkeypatch):
     done = []
-    work = fleet._work
+    work = _fleet_runs.work_on
 
     def watched(kind, path, options):
         if len(done) == 3:
@@ -124,12 +125,12 @@ def test_an_interrupted_run_goes_on_where_it_was(folder, tmp_path, monkeypatch):
         done.append(path)
         return work(kind, path, options)
 
-    monkeypatch.setattr(fleet, "_work", watched)
+    monkeypatch.setattr(_fleet_runs, "work_on", watched)
     with pytest.raises(KeyboardInterrupt):
         fleet.replay(folder, MODELS, store=tmp_path / "store")
     first = list(done)
     done.clear()
-    monkeypatch.setattr(fleet, "_work", lambda *a: done.append(a[1]) or work(*a))
+    monkeypatch.setattr(_fleet_runs, "work_on", lambda *a: done.append(a[1]) or work(*a))
     made = fleet.replay(folder, MODELS, store=tmp_path / "store")
     assert not set(first) & set(done) and len(first) == 3
     assert_same(made, fleet.replay(folder, MODELS))
