@@ -61,7 +61,10 @@ static std::string paragraph(const std::vector<std::string>& lines) {
   bool filled = true;
   for (const std::string& line : lines) {
     const bool indented = begins(line, "  ");
-    if (indented == filled) text += indented ? ".PP\n.nf\n" : ".fi\n";
+    if (indented == filled) {
+      const char* const first = text == ".PP\n" ? "" : ".PP\n";
+      text += indented ? std::string(first) + ".nf\n" : ".fi\n";
+    }
     filled = !indented;
     text += escaped(line) + "\n";
   }
@@ -144,7 +147,9 @@ static FooterParts parts_of_footer(const std::string& footer) {
 }
 
 static std::string section(const std::string& title, const std::string& text) {
-  return text.empty() ? "" : ".SH " + title + "\n" + text;
+  if (text.empty()) return "";
+  // A heading begins a paragraph itself.
+  return ".SH " + title + "\n" + (begins(text, ".PP\n") ? text.substr(4) : text);
 }
 
 std::string page_name(const CommandDescription& command) {
