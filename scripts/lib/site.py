@@ -306,12 +306,14 @@ def main(wgr, folder):
                             encoding="utf-8")
         subprocess.run(["/usr/bin/mkdocs", "build", "--quiet", "--strict", "--clean", "-f",
                         settings], check=True)
-    versions = sorted(path.name for path in folder.iterdir() if (path / "index.html").exists())
+    versions = sorted((path.name for path in folder.iterdir() if (path / "index.html").exists()),
+                      key=lambda name: [int(part) for part in re.findall(r"\d+", name)],
+                      reverse=True)
     (folder / "versions.json").write_text(json.dumps(
         [{"version": one, "title": one, "aliases": []} for one in versions]), encoding="utf-8")
     (folder / "index.html").write_text(
-        f'<!doctype html><meta http-equiv="refresh" content="0; url={versions[-1]}/index.html">'
-        f'<a href="{versions[-1]}/index.html">{versions[-1]}</a>\n', encoding="utf-8")
+        f'<!doctype html><meta http-equiv="refresh" content="0; url={versions[0]}/index.html">'
+        f'<a href="{versions[0]}/index.html">{versions[0]}</a>\n', encoding="utf-8")
     print(f"wrote {folder / version}")
 
 
