@@ -70,7 +70,7 @@ def test_recognizer_reports_what_replay_does(demo, model):
 
 def test_explanation_is_the_tool_s_object(demo, model):
     by_tool = json.loads(run_tool("explain", "--models", MODELS, "--json", "--expect",
-                                 LABELS, DEMO))
+                                  LABELS, DEMO))
     made = wgr.explain(demo, model, expect=LABELS)
     assert made.details == by_tool
     assert made.to_text() == run_tool("explain", "--models", MODELS, "--expect", LABELS,
