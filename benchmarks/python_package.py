@@ -1,11 +1,11 @@
 #!/usr/bin/python3
 """Measures the Python package: what docs/python.md says it costs.
 
-usage: benchmarks/python_package.py [--hours N] [--fleet-only]
+usage: benchmarks/python_package.py
 
-Takes tool and module of build/release, or of the folder that WGR_BUILD names. Figures but
-those of the fleet are processor time, so that a busy machine can be used; the fleet's are
-wall-clock time of workers that are processes of this machine.
+Takes tool and module of build/release, or of the folder that WGR_BUILD names. Figures
+are processor time, so that a busy machine can be used. benchmarks/python_fleet.py
+measures wgr.fleet.
 """
 
 import argparse
@@ -14,18 +14,15 @@ import resource
 import subprocess
 import sys
 import tempfile
-import threading
 import time
 
 import numpy as np
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tests" / "python"))
-from cluster import workers  # noqa: E402
 from conftest import BUILD, MODELS  # noqa: E402
 
 import wgr  # noqa: E402
-from wgr import fleet  # noqa: E402
 
 
 def cost(work):
@@ -101,81 +98,12 @@ def measure_import():
     print(f"import wgr: {min(times):.2f} s")
 
 
-def recorded_parts():
-    """What is at hand of ../shared/data, at 50 samples/s, and people who are made."""
-    parts = [wgr.synthesise(p, gestures=4, distractors=240)[0].samples
-             for p in range(1, 9)]
-    for name in ("geotec_watch", "uhh_imu"):
-        folder = ROOT.parent / "shared" / "data" / name / "rec"
-        paths = sorted(folder.glob("*.csv.gz"))
-        parts += [wgr.Recording.read(p).resampled(50).samples for p in paths]
-    return parts
-
-
-def write_hours(folder, hours):
-    """Recordings of an hour each, chained by seed."""
-    parts = recorded_parts()
-    random = np.random.default_rng(7)
-    for hour in range(hours):
-        chain, samples = [], 0
-        while samples < 180_000:
-            chain.append(parts[random.integers(len(parts))])
-            samples += len(chain[-1])
-        table = np.concatenate(chain)[:180_000]
-        wgr.Recording.from_arrays(table[:, 1:4], table[:, 4:7], rate=50).write(
-            folder / f"p{hour % 20:02}_{hour:04}.csv")
-
-
-def measure_fleet(hours):
-    with tempfile.TemporaryDirectory() as name:
-        folder = pathlib.Path(name)
-        write_hours(folder, hours)
-        model = wgr.Model.installed(folder=MODELS)
-        times, tables = {}, []
-        for count, kills in ((1, 0), (2, 0), (2, 2)):
-            with workers(count) as cluster:
-                fleet.replay(sorted(folder.iterdir())[:count], model,
-                             client=cluster.client)  # all has been imported
-                begin = time.perf_counter()
-
-                def kill(cluster=cluster):
-                    cluster.kill_one()
-                    cluster.add()
-
-                timers = [threading.Timer(2.0 + 4.0 * k, kill) for k in range(kills)]
-                for timer in timers:
-                    timer.start()
-                # Said otherwise, so that the first run's results are not taken.
-                made = fleet.replay(folder, model, client=cluster.client, rate=50)
-                times[count, kills] = time.perf_counter() - begin
-                for timer in timers:
-                    timer.join()
-                tables.append(made.table)
-        begin = time.process_time()
-        tables.append(fleet.replay(folder, model, rate=50).table)
-        own = time.process_time() - begin
-    same = all(table.equals(tables[0]) for table in tables)
-    one, two, killed = times[1, 0], times[2, 0], times[2, 2]
-    print(f"{hours} recording-hours at 50 samples/s, {len(tables[0])} events: one worker "
-          f"{one:.1f} s, two {two:.1f} s: {one / two:.2f} times as fast; two workers "
-          f"killed on the way {killed:.1f} s; the tables are "
-          f"{'the same' if same else 'NOT the same'}")
-    print(f"{own / hours:.2f} s of a processor a recording-hour: "
-          f"{own / hours * 10_000 / 3600:.1f} processor-hours for 10,000, divided by the "
-          "workers; it grows with the samples")
-    return same
-
-
 def main():
-    parser = argparse.ArgumentParser(description="Measures the Python package.")
-    parser.add_argument("--hours", type=int, default=200)
-    parser.add_argument("--fleet-only", action="store_true")
-    given = parser.parse_args()
-    if not given.fleet_only:
-        measure_import()
-        measure_similarities()
-        measure_replay()
-    return 0 if measure_fleet(given.hours) else 1
+    argparse.ArgumentParser(description="Measures the Python package.").parse_args()
+    measure_import()
+    measure_similarities()
+    measure_replay()
+    return 0
 
 
 if __name__ == "__main__":

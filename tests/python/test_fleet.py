@@ -102,17 +102,24 @@ def test_killed_workers_cost_their_tasks_alone(folder, cluster, tmp_path):
     here = fleet.replay(paths, MODELS)
     assert len(here.table) > 100
 
-    def kill_twice():
-        cluster.kill_one()
-        cluster.add()
-        cluster.kill_one()
-        cluster.add()
+    killed = []
 
-    killer = threading.Timer(0.3, kill_twice)
+    def kill_twice():
+        for _ in range(2):
+            killed.append(cluster.kill_one_at_work())
+        cluster.add(2)
+
+    killer = threading.Thread(target=kill_twice)
     killer.start()
     there = fleet.replay(paths, MODELS, client=cluster.client)
     killer.join()
     assert_same(there, here)
+    # In mid-work: what the killed were running was run again, and by far not all.
+    times = cluster.given_out()
+    assert len(killed) == 2 and all(times[key] > 1 for key in killed)
+    of_run = [times[key] for key in times if key in killed or times[key] > 1]
+    assert sum(times.values()) - len(times) == sum(n - 1 for n in of_run)
+    assert len(of_run) < len(paths)
 
 
 def test_an_interrupted_run_goes_on_where_it_was(folder, tmp_path, monkeypatch):
