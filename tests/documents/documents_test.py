@@ -15,7 +15,10 @@ In README.md, CONTRIBUTING.md and docs/*.md, or the named documents:
     <!-- not run: REASON --> it cannot be tried here
     <!-- file: NAME -->      the block, of any kind, is written into this file
   and a comment of its own, <!-- $ COMMAND -->, runs a command that the reader does not see.
-- every option of `wgr` in any code has to be one of the subcommand it stands behind.
+- a command in a block of another kind, or indented by four blanks, needs such a reason, too.
+- every option of `wgr` in any code has to be one of the subcommand it stands behind, every
+  option of a script in `scripts/` one that the script has, and every name that `ctest -R` is
+  given one of a test.
 - every document in docs/ stands in docs/order.txt, and where it ends with a line "Next: ...",
   that names the next one there.
 - every path of the project that code names has to be there, such as `src/engine/rest.cpp`.
@@ -270,6 +273,60 @@ def check_paths(root, document):
     return faults
 
 
+# ---- commands that are not run ----------------------------------------------------------
+
+kCommand = re.compile(r"(?:\$ |scripts/|build/|(?:wgr|cmake|ctest|cc|pip|sudo|time|yes) )")
+
+
+def check_marks(root, document):
+    """Commands outside of console blocks, which say why they are not run."""
+    name, faults = document.relative_to(root), []
+    lines = document.read_text(encoding="utf-8").splitlines()
+    for block in blocks_of(lines):
+        first = next((line for line in block.lines if line.strip()), "")
+        if block.kind in ("", "sh") and kCommand.match(first) and mark(block, "not run") is None:
+            faults.append(f"{name}:{block.first + 1}: a command that is neither run nor marked: "
+                          f"{first}")
+    above = ""
+    for number, line in enumerate(prose_of("\n".join(lines))):
+        if (re.match(r" {4}" + kCommand.pattern, line) and not above.startswith("    ")
+                and not above.startswith("<!-- not run:")):
+            faults.append(f"{name}:{number + 1}: a command that is neither run nor marked: "
+                          f"{line.strip()}")
+        above = line if line.strip() else above
+    return faults
+
+
+class Tests:
+    """The names of the tests that a build folder has."""
+
+    def __init__(self, build):
+        done = subprocess.run(["ctest", "--test-dir", build, "-N"], capture_output=True,
+                              text=True)
+        self.names = re.findall(r"^ *Test +#\d+: (\S+)$", done.stdout, re.M)
+
+    def check(self, pattern):
+        return [part for part in pattern.split("|")
+                if not any(re.search(part, name) for name in self.names)]
+
+
+def check_scripts(root, document, tests):
+    faults = []
+    text = document.read_text(encoding="utf-8")
+    for number, line in enumerate(text.splitlines()):
+        where = f"{document.relative_to(root)}:{number + 1}: "
+        for script, words in re.findall(r"\b(scripts/[\w-]+)((?: [\w./*=-]+)*)", line):
+            path = root / script
+            for option in re.findall(r" (--[a-z][\w-]*)", words):
+                # What follows private-paths are its program's.
+                if (path.is_file() and script != "scripts/private-paths" and not re.search(
+                        option + r"(?![\w-])", path.read_text(encoding="utf-8"))):
+                    faults.append(f"{where}{script} has no {option}")
+        for quoted, plain in re.findall(r"ctest --test-dir \S+ -R (?:'([^']+)'|(\w+))", line):
+            faults += [f"{where}no test is named {part}" for part in tests.check(quoted or plain)]
+    return faults
+
+
 # ---- order ------------------------------------------------------------------------------
 
 def next_lines(root):
@@ -368,14 +425,15 @@ def main(arguments):
         return 2
     documents = [pathlib.Path(word).resolve() for word in arguments[2:]] or [
         root / "README.md", root / "CONTRIBUTING.md", *sorted((root / "docs").glob("*.md"))]
-    options = Options(build)
+    options, tests = Options(build), Tests(build)
     faults = []
     if len(arguments) == 2:
         # What the changelog says of options was so when it was written.
         faults = check_order(root, update) + check_links(root, root / "CHANGELOG.md")
     for document in documents:
         faults += check_links(root, document) + check_paths(root, document)
-        faults += check_options(root, document, options)
+        faults += check_options(root, document, options) + check_marks(root, document)
+        faults += check_scripts(root, document, tests)
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         sessions = list(pool.map(lambda one: Session(root, build, one).run_all(), documents))
     for session in sessions:
