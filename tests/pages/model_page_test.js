@@ -21,7 +21,7 @@ const rowNumbers = async (row) =>
 
 const common = {
   async 'the examples of a number in the table are listed, by keyboard'(page) {
-    const buttons = page.locator('#outcomes td button');
+    const buttons = page.locator('#matrix td button');
     assert.ok(await buttons.count() >= 5, 'every class has a number');
     const button = buttons.nth(1);
     await button.focus();
@@ -98,12 +98,80 @@ const common = {
     const rows = page.locator('#cost table:not(#kinds) tbody tr');
     const count = await rows.count();
     assert.equal(count, 6);
-    const sums = [0, 0, 0];
+    const sums = [0, 0, 0, 0];
     for (let i = 0; i + 1 < count; ++i) {
       (await rowNumbers(rows.nth(i))).forEach((value, k) => { sums[k] += value; });
     }
-    assert.deepEqual(await rowNumbers(rows.nth(count - 1)), sums);
-    assert.equal(sums[2], 45 * sums[1]);
+    const all = await rowNumbers(rows.nth(count - 1));
+    assert.deepEqual(all.slice(0, 2), sums.slice(0, 2));
+    assert.ok(Math.abs(all[2] - 45 * 35e-6 * all[1]) < 0.01, 'ms, by 35 instructions a cell');
+    assert.ok(Math.abs(all[3] - sums[3]) < 0.3 && all[3] > 0.024 * all[1], 'kB');
+  },
+
+  async 'it says first whether the model is ready, and why, with bounds'(page) {
+    const box = page.locator('#advice .answer');
+    assert.equal(await box.locator('h2').textContent(), 'Not ready, because');
+    const reasons = await texts(box.locator('.reasons li'));
+    assert.ok(reasons.some((text) => /^not reached/.test(text)), String(reasons));
+    for (const text of reasons) assert.match(text, /confidence|not known/);
+    const next = await texts(page.locator('#advice .next li'));
+    assert.ok(next.some((text) => /background/.test(text)), String(next));
+    assert.ok(next.some((text) => /^Record more of class/.test(text)), String(next));
+    const facts = await texts(page.locator('#measured dd'));
+    assert.match(facts[0], /no less than \d+\.\d % with 95 % confidence/);
+  },
+
+  async 'the matrix counts, or shows percent, and names both axes'(page) {
+    const cells = page.locator('#matrix tbody tr').first().locator('td button');
+    const before = (await texts(cells)).map(Number);
+    const all = before.reduce((sum, n) => sum + n, 0);
+    await page.locator('#matrix-unit').selectOption('percent');
+    (await texts(cells)).forEach((text, i) =>
+      assert.equal(text, (100 * before[i] / all).toFixed(1)));
+    await page.locator('#matrix-unit').selectOption('counts');
+    const heads = await texts(page.locator('#matrix thead th'));
+    const rows = await texts(page.locator('#matrix tbody th'));
+    assert.equal(heads[0], rows[0]);
+    assert.match(heads[0], /^class 0/);
+    assert.equal(await page.locator('#matrix thead th').first().evaluate((node) =>
+      getComputedStyle(node).position), 'sticky');
+  },
+
+  async 'a mark of the map opens its example, by pointer and by keyboard'(page, width) {
+    const marks = page.locator('#map path.dot:not(.cross)');
+    assert.ok(await marks.count() > 15);
+    const mark = page.locator('#map .map path.dot').first();
+    await mark.scrollIntoViewIfNeeded();
+    const box = await mark.boundingBox();
+    const [x, y] = [box.x + box.width / 2, box.y + box.height / 2];
+    await (width < 1000 ? page.touchscreen.tap(x, y) : page.mouse.click(x, y));
+    await page.locator('#map details.example[open] figure').first().waitFor();
+    assert.equal(await page.locator('#map path.marked').count(), 1);
+    const button = page.locator('#map button');
+    if (await button.isEnabled()) {
+      await button.focus();
+      await page.keyboard.press('Enter');
+      assert.equal(await page.locator('#map .chip.wrong').count(), 1);
+    }
+  },
+
+  async 'it fits the paper, light and without buttons'(page) {
+    await page.emulateMedia({media: 'print'});
+    for (const button of await page.locator('#advice button, #map button, select').all()) {
+      assert.ok(!await button.isVisible());
+    }
+    assert.equal(await page.evaluate(() => getComputedStyle(document.body).backgroundColor),
+        'rgb(255, 255, 255)');
+    await page.emulateMedia({media: 'screen'});
+  },
+
+  async 'what a finger is to meet is large enough'(page) {
+    for (const node of await page.locator(
+        '#advice button, #advice summary, #matrix button, #map button, select').all()) {
+      if (!await node.isVisible()) continue;
+      const {height} = await node.boundingBox();
+      assert.ok(height >= 43.9, `${await node.evaluate((n) => n.outerHTML)}: ${height}`);
+    }
   },
 };
 
@@ -124,8 +192,9 @@ const ofBuild = {
 const ofEval = {
   ...common,
   async 'the table has the numbers that --json prints'(page) {
-    const heads = await texts(page.locator('#outcomes thead th'));
-    const rows = page.locator('#outcomes tbody tr');
+    const heads = (await texts(page.locator('#matrix thead th')))
+        .map((text) => text.replace(/^class (\d+).*/, '$1'));
+    const rows = page.locator('#matrix tbody tr');
     const labels = Object.keys(evaluated.confusion);
     assert.ok(Object.values(evaluated.misses).reduce((sum, n) => sum + n, 0) > 0);
     for (let i = 0; i < labels.length; ++i) {
@@ -148,8 +217,29 @@ const ofEval = {
     const figures = page.locator('#measured figure');
     assert.equal(await figures.count(), 2);
     assert.match(await figures.nth(0).textContent(), /by cause/);
+    const hourly = await texts(page.locator('#measured dd'));
+    assert.ok(hourly.some((text) => /no more than .* with 95 % confidence/.test(text)));
     assert.ok(await figures.nth(0).locator('rect.bar').count() >= 1);
     assert.ok(await figures.nth(1).locator('rect.bar').count() >= 1);
+  },
+
+  async 'the false positives have the stream around them'(page) {
+    if (evaluated.false_positives === 0) return;
+    const row = Object.keys(evaluated.confusion).length;
+    await page.locator('#matrix tbody tr').nth(row).locator('td:not(.right) button').first()
+        .click();
+    const example = page.locator('#list .example').first();
+    await example.locator('summary').click();
+    assert.match(await example.locator('figcaption').first().textContent(), /3 s before/);
+    assert.equal(await example.locator('rect.active').count(), 2);
+    await page.locator('#filter').selectOption('outstanding');
+  },
+
+  async 'what changed since the earlier evaluation is listed'(page) {
+    const row = page.locator('#comparison tr', {hasText: 'reported as their class'});
+    assert.deepEqual(await texts(row.locator('td')), ['100.0 %',
+      (100 * evaluated.accuracy).toFixed(1) + ' %', 'worse']);
+    assert.ok(await page.locator('#comparison tbody tr').count() > 5);
   },
 };
 
@@ -171,8 +261,10 @@ function makePages(folder) {
     fs.appendFileSync(path.join(folder, 'others', table), rows);
   }
   wgr('build', 'set', '-o', 'model/hgr_olvo.xml', '--report', 'build.html');
+  const before = JSON.parse(wgr('eval', 'set', '--model', 'model/hgr_olvo.xml', '--json'));
+  fs.writeFileSync(path.join(folder, 'before.json'), JSON.stringify({...before, accuracy: 1}));
   evaluated = JSON.parse(wgr('eval', 'others', '--model', 'model/hgr_olvo.xml', '--json',
-      '--report', 'eval.html'));
+      '--compare', 'before.json', '--report', 'eval.html'));
   return [[path.join(folder, 'build.html'), ofBuild],
     [path.join(folder, 'eval.html'), ofEval]];
 }

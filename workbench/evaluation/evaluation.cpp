@@ -10,6 +10,7 @@
 #include "base/progress.h"
 #include "base/text.h"
 #include "classifier/HGR.h"
+#include "evaluation/confidence.h"
 #include "hostrun/host_run.h"
 #include "training/model_output.h"
 #include "training/training_file.h"
@@ -17,7 +18,6 @@
 namespace wgr {
 
 static constexpr double kSecondsPerHour = 3600.0;
-static constexpr double kDoubt = 0.05;        // that the bound does not hold
 static constexpr size_t kFewestExamples = 2;  // of a class, to find a threshold from
 static constexpr size_t kEventSamples = 1;    // that a motion may end behind its event
 
@@ -35,26 +35,9 @@ std::optional<double> Evaluation::false_positives_per_hour() const {
   return static_cast<double>(false_positives) / background_hours;
 }
 
-// How likely at most n events are where `mean` are expected (Poisson).
-static double likelihood(size_t n, double mean) {
-  double term = std::exp(-mean);
-  double sum = term;
-  for (size_t i = 1; i <= n; ++i) {
-    term *= mean / static_cast<double>(i);
-    sum += term;
-  }
-  return sum;
-}
-
 std::optional<double> Evaluation::false_per_hour_bound() const {
   if (!(background_hours > 0.0)) return std::nullopt;
-  double low = 0.0;
-  double high = 10.0 + 3.0 * static_cast<double>(false_positives);
-  for (int i = 0; i < 60; ++i) {
-    const double middle = 0.5 * (low + high);
-    (likelihood(false_positives, middle) > kDoubt ? low : high) = middle;
-  }
-  return high / background_hours;
+  return most_expected(false_positives) / background_hours;
 }
 
 std::optional<double> Evaluation::recall(int label) const {
@@ -447,6 +430,7 @@ Evaluation evaluate(const SegmentedSet& set, const EvaluationOptions& options) {
     play(set, division, f, classifier, fold, result, progress);
     result.folds.push_back(fold);
   }
+  if (builder) result.curve = learning_curve(*builder);
   result.background_hours /= kSecondsPerHour;
   std::sort(result.latencies.begin(), result.latencies.end());
   return result;

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "evaluation/learning_curve.h"
 #include "segmentation/segmented_set.h"
 #include "training/model_builder.h"
 
@@ -67,6 +68,7 @@ struct Evaluation {
   std::vector<Fold> folds;
   std::vector<Gmodel> models;  // of the folds, as the library read them
   std::vector<Played> played;
+  LearningCurve curve;  // where models were built
 
   double accuracy() const;
   double kept_accuracy() const;

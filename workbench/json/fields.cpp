@@ -190,7 +190,7 @@ static std::string line_of(const std::string& path, const std::string& bytes,
   return fmt::format("{}:{}", path, 1 + std::count(bytes.begin(), end, '\n'));
 }
 
-Json read_json(const std::string& path, const JsonField& fields) {
+Json parse_json_file(const std::string& path) {
   const std::string bytes = bytes_of(path);
   // The names in each object that is open: the parser would keep one of two silently.
   std::vector<std::set<std::string>> names;
@@ -210,14 +210,17 @@ Json read_json(const std::string& path, const JsonField& fields) {
     }
     return true;
   };
-  Json json;
   try {
-    json = Json::parse(bytes, watch);
+    return Json::parse(bytes, watch);
   } catch (const Json::parse_error& error) {
     throw UsageError(line_of(path, bytes, error.byte) + ": is not JSON from here on");
   } catch (const Json::exception&) {
     throw UsageError(path + ": holds a number that is too large");
   }
+}
+
+Json read_json(const std::string& path, const JsonField& fields) {
+  const Json json = parse_json_file(path);
   check_json(json, fields, path);
   return json;
 }

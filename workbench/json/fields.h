@@ -43,6 +43,9 @@ JsonField optional(JsonField field);
 // or with values inside more than 16 others is refused unread.
 nlohmann::ordered_json read_json(const std::string& path, const JsonField& fields);
 
+// The same without a check of its fields.
+nlohmann::ordered_json parse_json_file(const std::string& path);
+
 // The check alone. `where` begins the message: a file.
 void check_json(const nlohmann::ordered_json& json, const JsonField& fields,
                 const std::string& where);

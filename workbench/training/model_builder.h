@@ -129,6 +129,9 @@ class ModelBuilder {
   const std::vector<Points>& traces() const { return traces_; }
   const std::vector<int>& labels() const { return labels_; }
   const std::vector<size_t>& origin() const { return origin_; }  // index in the data
+  const ExampleSources& sources() const { return sources_; }     // by that index
+  // Of every example with the gestures' examples as templates.
+  const Similarities& similarities() const { return *similarities_; }
 
  private:
   struct Job;

@@ -91,26 +91,51 @@ static std::string text_of(const ClassReport& c, const Provenance& provenance) {
       c.threshold, c.right, c.misclassified, c.rejected);
 }
 
+static std::vector<std::string> background_caveats(const BuildReport& report,
+                                                   const BuildOptions& options) {
+  std::vector<std::string> caveats;
+  if (!report.background_allowed) return caveats;
+  const double hours = options.background_hours;
+  if (hours * *options.false_positives_per_hour < kRuleOfThree) {
+    caveats.push_back(fmt::format(
+        "so little background cannot show that: none in {:.2f} h means no more than "
+        "{:.1f} an hour, with 95 % confidence",
+        hours, kRuleOfThree / hours));
+  }
+  if (report.background_accepted > *report.background_allowed) {
+    caveats.push_back("the aim was missed: background and gestures score alike");
+  }
+  return caveats;
+}
+
+static std::vector<std::string> example_caveats(const BuildReport& report) {
+  std::vector<std::string> caveats;
+  if (report.background == 0) {
+    caveats.push_back(
+        "no background: thresholds lie half again below each class's least alike "
+        "example, and what they keep out of everyday movement is not known");
+  }
+  caveats.insert(caveats.end(), report.notes.begin(), report.notes.end());
+  return caveats;
+}
+
+std::vector<std::string> caveats_of(const BuildReport& report,
+                                    const BuildOptions& options) {
+  std::vector<std::string> caveats = example_caveats(report);
+  for (const std::string& caveat : background_caveats(report, options)) {
+    caveats.push_back(caveat);
+  }
+  return caveats;
+}
+
 static std::string false_positives_text(const BuildReport& report,
                                         const BuildOptions& options) {
   if (!report.background_allowed) return "";
-  const double hours = options.background_hours;
-  const double aim = *options.false_positives_per_hour;
-  std::string text = fmt::format(
+  return fmt::format(
       "false positives: {:.2f} an hour aimed at, {} allowed in {:.2f} h of background, "
-      "{} "
-      "accepted\n",
-      aim, *report.background_allowed, hours, report.background_accepted);
-  if (hours * aim < kRuleOfThree) {
-    text += fmt::format(
-        "so little background cannot show that: none in {:.2f} h means no more than "
-        "{:.1f} an hour, with 95 % confidence\n",
-        hours, kRuleOfThree / hours);
-  }
-  if (report.background_accepted > *report.background_allowed) {
-    text += "the aim was missed: background and gestures score alike\n";
-  }
-  return text;
+      "{} accepted\n",
+      *options.false_positives_per_hour, *report.background_allowed,
+      options.background_hours, report.background_accepted);
 }
 
 std::string report_text(const BuildReport& report, const BuildOptions& options,
@@ -119,19 +144,18 @@ std::string report_text(const BuildReport& report, const BuildOptions& options,
   std::string text =
       text_of(report.kinds, options, report.judged_by) + text_of(report.sweep);
   for (const ClassReport& c : report.classes) text += text_of(c, provenance);
-  if (report.background == 0) {
-    text +=
-        "no background: thresholds lie half again below each class's least alike "
-        "example, and what they keep out of everyday movement is not known\n";
-  }
-  for (const std::string& note : report.notes) text += note + "\n";
+  for (const std::string& caveat : example_caveats(report)) text += caveat + "\n";
   text += fmt::format(
       "{}: {} of {} classified right, {} accepted as well; {} of {} background examples "
       "accepted\n",
       left_out, percent(report.classified_right(), report.examples()), report.examples(),
       percent(report.accepted(), report.examples()), report.background_accepted,
       report.background);
-  return text + false_positives_text(report, options);
+  text += false_positives_text(report, options);
+  for (const std::string& caveat : background_caveats(report, options)) {
+    text += caveat + "\n";
+  }
+  return text;
 }
 
 // Six digits, so that machines whose last digits differ write the same.

@@ -29,6 +29,10 @@ const char* left_out_text(LeftOut by);
 // A kind of templates with its size: "averages, 2 a class".
 std::string kind_text(const KindStep& step);
 
+// What is to be kept in mind about a model, a sentence each; report_text() has them too.
+std::vector<std::string> caveats_of(const BuildReport& report,
+                                    const BuildOptions& options);
+
 std::string report_text(const BuildReport& report, const BuildOptions& options,
                         const Provenance& provenance);
 

@@ -122,7 +122,7 @@ static const std::map<std::string, Words> kPaths = {
     {"synth", {"--out", "--labels", "--plan", "--script", "--training"}},
     {"segment", {"--out", "--background"}},
     {"build", {"--out", "--slots", "--report", "--background"}},
-    {"eval", {"--model", "--models", "--report", "--background"}},
+    {"eval", {"--model", "--models", "--report", "--compare", "--background"}},
     {"doctor", {"--model", "--models", "--repair"}},
     {"import", {"--out", "--save-profile"}},
     {"preflight", {"--models"}},

@@ -12,4 +12,10 @@ inline constexpr char kDrawnExamples[] = "Draw every example and its score";
 // Adds --report; `draws` describes what is on the page.
 void add_report_option(CLI::App& command, std::string& page, const std::string& draws);
 
+// "wrote FILE (84 kB)" on standard error.
+void report_written(const std::string& path, const std::string& page);
+
+// Writes the page, and says so.
+void write_page(const std::string& path, const std::string& page);
+
 }  // namespace wgr

@@ -98,7 +98,8 @@ static Provenance description_of(const std::string& training, const Gdata& data)
   return p;
 }
 
-static void build_one(const Arguments& given, const Job& job, OutputFiles& files) {
+// Returns the page that is among the files; may be empty.
+static std::string build_one(const Arguments& given, const Job& job, OutputFiles& files) {
   const std::string& input = job.input;
   Gdata data;
   Provenance provenance;
@@ -135,15 +136,17 @@ static void build_one(const Arguments& given, const Job& job, OutputFiles& files
   require_faultless_model(model, report, input);
   const std::string text = report_text(report, options, provenance);
   print(stderr, "{}", text);
+  std::string page;
   if (!given.page.empty()) {
     PageData page_data =
         page_data_of_build(builder, model, report, options, provenance, names);
     page_data.title = "Built from " + name_of_path(input);
-    files.write(given.page, model_page(page_data));
+    page = model_page(page_data);
+    files.write(given.page, page);
   }
   const std::string bytes = model_text(model);
   files.write(job.out, bytes);
-  if (!find_target(job.out).is_file()) return;
+  if (!find_target(job.out).is_file()) return page;
   if (given.model_only) {
     files.remove(report_path(job.out));
     files.remove(manifest_path(job.out));
@@ -152,6 +155,7 @@ static void build_one(const Arguments& given, const Job& job, OutputFiles& files
     files.write(manifest_path(job.out),
                 as_text(manifest(report, options, provenance, sha256(bytes))));
   }
+  return page;
 }
 
 static std::vector<Job> jobs_of_slots(const Arguments& given) {
@@ -217,11 +221,13 @@ static void build(const Arguments& given) {
   check_files(given, jobs);
   separate_results(LibraryPrints::kNowhere);
   OutputFiles files;
+  std::string page;
   for (const Job& job : jobs) {
     if (!job.slot.empty()) print(stderr, "== {}\n", shown(job.slot));
-    build_one(given, job, files);
+    page = build_one(given, job, files);
   }
   files.commit();
+  if (!given.page.empty()) report_written(given.page, page);
 }
 
 void add_build(CLI::App& wgr) {

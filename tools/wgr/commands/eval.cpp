@@ -18,6 +18,7 @@
 #include "output/output_plan.h"
 #include "output/standard_output.h"
 #include "pages/page_data.h"
+#include "text/comparison.h"
 #include "text/evaluation_text.h"
 #include "training/model_findings.h"
 #include "training/model_output.h"
@@ -32,12 +33,14 @@ With --leave-out a model is built for each subject, each recording (session), or
 --folds parts of the repetitions, from all the others, and tested on what was left out.
 
 --require ends with status 1 unless a figure is good enough: accuracy, kept_accuracy,
-named at least; false_positives_per_hour, latency at most. --report draws it all as a page for a
-browser.
+classified_right at least; false_positives_per_hour, latency at most. --report draws it all as
+a page for a browser: whether the model is ready by these figures (otherwise accuracy=0.95 and
+false_positives_per_hour=1), and what to do next. --compare lists what changed.
 
 Examples:
   wgr eval set --models models --wearer 1 --mode 2
   wgr eval set --model models/olvo_model_5_fb/hgr_olvo.xml --require accuracy=0.95
+  wgr eval set --leave-out subject --compare before.json --report eval.html
   wgr eval set --leave-out subject --background walks --false-positives-per-hour 1 --json
 
 Exit status: 0 done; 1 a figure is not as required, or the machine failed (disk, memory);
@@ -47,7 +50,8 @@ namespace {
 
 struct Arguments {
   std::string folder;
-  std::string page;  // file; empty: none
+  std::string page;     // file; empty: none
+  std::string compare;  // file; empty: with nothing
   std::vector<std::string> requirements;
   bool json = false;
   ModelArguments model;
@@ -89,19 +93,46 @@ static void check_files(const Arguments& given, const std::string& model) {
     add_inputs(plan, given.model);
     plan.reads("the manifest of --model", manifest_path(model));
   }
+  plan.reads("--compare", given.compare);
   plan.writes("--report", given.page);
   plan.prints_results();
   plan.check();
 }
 
-static void warn_of_unjudged(const Evaluation& result) {
+static std::vector<std::string> caveats_of(const Evaluation& result) {
+  std::vector<std::string> caveats;
   for (const auto& [label, repetitions] : result.unjudged) {
-    warn(
+    caveats.push_back(fmt::format(
         "class {}: {} of its repetitions cannot be judged and count as missed: with what "
         "was left out beside them, a single repetition or none was left to build from. "
         "Record more of it, or leave out less at a time (--leave-out repetition)",
-        label, repetitions);
+        label, repetitions));
   }
+  return caveats;
+}
+
+// What is required is what the page judges by.
+static PageAims aims_of(const Arguments& given) {
+  PageAims aims;
+  for (const std::string& requirement : given.requirements) {
+    const Requirement wanted = parse(requirement);
+    if (wanted.figure == "accuracy") aims.accuracy = wanted.value;
+    if (wanted.figure == "false_positives_per_hour" && wanted.value > 0.0) {
+      aims.false_positives_per_hour = wanted.value;
+    }
+  }
+  return aims;
+}
+
+static std::string page_of(const Arguments& given, const std::string& model,
+                           const SegmentedSet& set, const Evaluation& result,
+                           const nlohmann::ordered_json& compared) {
+  PageData page_data = page_data_of_evaluation(set, result);
+  page_data.title = title_of(given, model);
+  page_data.aims = aims_of(given);
+  page_data.caveats = caveats_of(result);
+  page_data.comparison = compared;
+  return model_page(page_data);
 }
 
 static void eval(Arguments& given) {
@@ -109,6 +140,8 @@ static void eval(Arguments& given) {
   const std::string model = names_model(given.model) ? path_of(given.model) : "";
   check_files(given, model);
   if (!model.empty()) given.options.model = read_useful_model(model);
+  const nlohmann::ordered_json old =
+      given.compare.empty() ? nullptr : read_evaluation(given.compare);
   separate_results(LibraryPrints::kNowhere);
 
   const std::optional<Provenance> built_from = provenance_of(model);
@@ -116,15 +149,19 @@ static void eval(Arguments& given) {
                                          built_from ? built_from->classes : Classes());
   std::fputs(summary_of(set).c_str(), stderr);
   const Evaluation result = evaluate(set, given.options);
-  warn_of_unjudged(result);
-  const std::string text = given.json ? as_text(to_json(result, set.provenance))
-                                      : text_of(result, set.provenance);
-  write_results(text);
-
+  for (const std::string& caveat : caveats_of(result)) warn(caveat);
+  nlohmann::ordered_json json = to_json(result, set.provenance);
+  nlohmann::ordered_json compared;
+  if (!given.compare.empty()) compared = comparison(old, json, given.compare);
+  if (given.json) {
+    if (!compared.is_null()) json["comparison"] = compared;
+    write_results(as_text(json));
+  } else {
+    write_results(text_of(result, set.provenance) +
+                  (compared.is_null() ? "" : comparison_text(compared)));
+  }
   if (!given.page.empty()) {
-    PageData page_data = page_data_of_evaluation(set, result);
-    page_data.title = title_of(given, model);
-    write_output(given.page, model_page(page_data));
+    write_page(given.page, page_of(given, model, set, result, compared));
   }
 
   bool good = true;
@@ -161,6 +198,8 @@ void add_eval(CLI::App& wgr) {
       ->check(requirement())
       ->option_text("FIGURE=VALUE")
       ->allow_extra_args(false);
+  add_value(*command, "--compare", given->compare,
+            "An older evaluation, by --json, to compare with", path_value(), "OLD.json");
   command->add_flag("--json", given->json, "Print JSON");
   add_report_option(*command, given->page, kDrawnExamples);
   add_build_options(*command, given->options.build);

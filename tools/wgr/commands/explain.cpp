@@ -166,10 +166,6 @@ static void explain_one(ExplainArguments& given, Explained& made) {
   made.verdict = examiner.judge(explanation, given.host_run, reader.absent_axes());
 }
 
-static void warn_of_page(const std::string& path, const std::string& page) {
-  warn("wrote {} ({} kB)", path, (page.size() + 999) / 1000);
-}
-
 static void explain_recording(ExplainArguments& given) {
   OutputPlan plan;
   plan.reads("--expect", given.expect);
@@ -185,10 +181,8 @@ static void explain_recording(ExplainArguments& given) {
                            layout_for(results_descriptor()), write_results);
   }
   if (!given.page.empty()) {
-    const std::string page =
-        explain_page(made.explanation, made.verdict, origin_of(made.explanation));
-    write_output(given.page, page);
-    warn_of_page(given.page, page);
+    write_page(given.page,
+               explain_page(made.explanation, made.verdict, origin_of(made.explanation)));
   }
   if (made.malformed) std::rethrow_exception(made.malformed);
 }
@@ -268,7 +262,7 @@ static nlohmann::ordered_json explain_in_folder(const ExplainArguments& given,
     const std::string page =
         explain_page(made.explanation, made.verdict, origin_of(made.explanation));
     files.write(one.page, page);
-    warn_of_page(one.page, page);
+    report_written(one.page, page);
     write_results(
         fmt::format("{}: {}\n", shown(name), verdict["headline"].get<std::string>()));
     return {{"file", name},

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "base/text.h"
+#include "evaluation/confidence.h"
 #include "pages/page_data.h"
 #include "training/model_output.h"
 
@@ -18,7 +19,8 @@ std::vector<std::string> names_of_kept(const SegmentedSet& set) {
 }
 
 static std::string share_text(size_t part, size_t whole) {
-  return fmt::format("{} of {}", percent(part, whole), whole);
+  return fmt::format("{} of {}, no less than {} with 95 % confidence",
+                     percent(part, whole), whole, percent(least_share(part, whole)));
 }
 
 static std::string name_of_example(size_t index, const std::vector<std::string>& names) {
@@ -60,8 +62,12 @@ static void measure(const BuildReport& report, const BuildOptions& options,
                     *options.false_positives_per_hour));
   }
   if (options.background_hours > 0.0) {
-    page_data.measured.emplace_back("background",
-                                    fmt::format("{:.2f} h", options.background_hours));
+    page_data.measured.emplace_back(
+        "background",
+        fmt::format(
+            "{:.2f} h, with 95 % confidence no more than {:.1f} false positives an hour",
+            options.background_hours,
+            most_expected(report.background_accepted) / options.background_hours));
   }
   for (const KindStep& step : report.kinds) {
     page_data.kinds.push_back({{"kind", kind_text(step)},
@@ -78,6 +84,8 @@ static PageExample example_of(size_t index, const ModelBuilder& builder,
                               const std::vector<Exemplar>& exemplars) {
   PageExample example;
   example.name = name_of_example(builder.origin()[index], names);
+  const std::vector<std::string>& subjects = builder.sources().subjects;
+  if (!subjects.empty()) example.subject = subjects[builder.origin()[index]];
   example.label = builder.labels()[index];
   example.trace = builder.traces()[index];
   judge(model, exemplars, report.judged[index], example);
@@ -97,7 +105,7 @@ PageData page_data_of_build(const ModelBuilder& builder, const Gmodel& model,
       fmt::format("Each was classified by templates that were made without it, {}; it is "
                   "drawn beside the model's.",
                   left_out_text(report.judged_by))};
-  for (const std::string& note : report.notes) page_data.facts.push_back(note + ".");
+  page_data.caveats = caveats_of(report, options);
   for (const ClassReport& c : report.classes) {
     page_data.classes.push_back({c.label, {c.threshold}, c.chosen_by});
   }
@@ -115,6 +123,12 @@ PageData page_data_of_build(const ModelBuilder& builder, const Gmodel& model,
     page_data.examples.push_back(
         example_of(i, builder, model, report, names, page_data.exemplars));
   }
+  if (options.false_positives_per_hour) {
+    page_data.aims.false_positives_per_hour = *options.false_positives_per_hour;
+  }
+  page_data.background = {options.background_hours, report.background_accepted};
+  page_data.curve = learning_curve(builder);
+  draw_map(model.havegravity, page_data);
   measure(report, options, page_data);
   return page_data;
 }

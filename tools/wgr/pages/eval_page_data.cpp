@@ -4,11 +4,14 @@
 #include "base/text.h"
 #include "classifier/HGR.h"
 #include "classifier/class_threshold.h"
+#include "evaluation/confidence.h"
 #include "pages/page_data.h"
 
 namespace wgr {
 
 static constexpr double kMsPerSecond = 1000.0;
+static constexpr double kSecondsAround = 3.0;  // of a false positive
+static constexpr size_t kMostExcerpts = 100;   // false positives with their stream
 
 static bool same_exemplar(const Exemplar& a, int label, const Points& trace) {
   return a.label == label &&
@@ -39,6 +42,27 @@ static std::vector<std::vector<size_t>> collect(const std::vector<Gmodel>& model
   return places;
 }
 
+// The stream around a motion that was reported without being a gesture.
+static StreamExcerpt excerpt_of(const SegmentedRecording& recording,
+                                const Motion& motion) {
+  StreamExcerpt excerpt;
+  for (const RecordedSample& sample : recording.samples) {
+    if (sample.t < motion.begin - kSecondsAround ||
+        sample.t > motion.end + kSecondsAround)
+      continue;
+    if (excerpt.samples.empty()) excerpt.begin = sample.t;
+    excerpt.samples.push_back(sample);
+  }
+  excerpt.motion_begin = motion.begin;
+  excerpt.motion_end = motion.end;
+  return excerpt;
+}
+
+static bool is_false_positive(const Played& played) {
+  return !played.repetition && played.outcome != kOutcomeRejected &&
+         played.outcome != kOutcomeNotDetected;
+}
+
 static PageExample example_of(const Played& played, const SegmentedSet& set,
                               const Gmodel& model) {
   const SegmentedRecording& recording = set.recordings[played.recording];
@@ -54,6 +78,7 @@ static PageExample example_of(const Played& played, const SegmentedSet& set,
     begin = recording.motions[*played.motion].begin;
   }
   example.name = recording.entry.file;
+  example.subject = recording.entry.subject;
   if (!recording.pre_segmented) example.name += fmt::format(" at {:.2f} s", begin);
   if (!played.motion) return example;
   example.trace = recording.motions[*played.motion].trace;  // empty unless it was kept
@@ -61,15 +86,18 @@ static PageExample example_of(const Played& played, const SegmentedSet& set,
   return example;
 }
 
+static std::string bounded(size_t right, size_t all) {
+  return fmt::format("{} of {}, no less than {} with 95 % confidence",
+                     percent(right, all), all, percent(least_share(right, all)));
+}
+
 static void measure(const Evaluation& result, PageData& page_data) {
   auto& measured = page_data.measured;
   if (result.repetitions > 0) {
-    measured.emplace_back(
-        "reported as their class",
-        fmt::format("{} of {}", percent(result.accuracy()), result.repetitions));
-    measured.emplace_back(
-        "of repetitions with a motion of their own",
-        fmt::format("{} of {}", percent(result.kept_accuracy()), result.kept));
+    measured.emplace_back("reported as their class",
+                          bounded(result.right, result.repetitions));
+    measured.emplace_back("of repetitions with a motion of their own",
+                          bounded(result.kept_right, result.kept));
   }
   if (const auto rate = result.false_positives_per_hour()) {
     measured.emplace_back(
@@ -140,6 +168,7 @@ PageData page_data_of_evaluation(const SegmentedSet& set, const Evaluation& resu
   page_data.classes = classes_of(result.models);
   const std::vector<std::vector<size_t>> places =
       collect(result.models, page_data.exemplars);
+  size_t excerpts = 0;
   for (const Played& played : result.played) {
     const Gmodel& model = result.models[played.fold];
     PageExample example = example_of(played, set, model);
@@ -150,8 +179,15 @@ PageData page_data_of_evaluation(const SegmentedSet& set, const Evaluation& resu
             threshold_of(model, page_data.exemplars[example.best->exemplar].label);
       }
     }
+    if (is_false_positive(played) && excerpts++ < kMostExcerpts) {
+      const SegmentedRecording& recording = set.recordings[played.recording];
+      example.stream = excerpt_of(recording, recording.motions[*played.motion]);
+    }
     page_data.examples.push_back(std::move(example));
   }
+  draw_map(page_data.model.havegravity, page_data);
+  page_data.curve = result.curve;
+  page_data.background = {result.background_hours, result.false_positives};
   for (const PageClass& c : page_data.classes) {
     if (const auto precision = result.precision(c.label)) {
       page_data.precision[c.label] = *precision;

@@ -49,12 +49,38 @@ function showHeader(data) {
 
 // ---- results ----------------------------------------------------------
 
-function showMatrix(data, showExamples) {
+const kMostMatrixClasses = 15;  // beyond that the worst pairs come first
+const kMostPairs = 30;
+
+// What was reported wrongly, the most frequent first.
+function wrongPairs({matrix: {columns, rows}}) {
+  return rows.flatMap((row) => row.counts.map((count, i) => ({label: row.label,
+    outcome: columns[i], count, all: row.counts.reduce((sum, n) => sum + n, 0)})))
+      .filter((pair) => pair.count > 0 && !isRight(pair))
+      .sort((a, b) => b.count - a.count);
+}
+
+function showPairs(data, showExamples) {
+  const pairs = wrongPairs(data);
+  if (data.matrix.rows.length <= kMostMatrixClasses || pairs.length === 0) return;
+  $('#pairs').append(plainTable('The worst pairs', ['Made', 'Reported', 'Examples', 'Of'],
+      pairs.slice(0, kMostPairs).map((pair) => {
+        const button = el('button', {type: 'button'}, String(pair.count));
+        button.addEventListener('click', () => showExamples(pair.label, pair.outcome));
+        return [nameOf(data, pair.label), outcomeName(data, pair.outcome), button,
+          String(pair.all)];
+      })));
+}
+
+const outcomeName = (data, outcome) =>
+  isNumber(outcome) ? nameOf(data, Number(outcome)) : outcome;
+
+function matrixTable(data, showExamples, inPercent) {
   const {columns, rows} = data.matrix;
   const share = (value) => value === null ? '–' : percent(value);
-  const table = el('table', {}, el('thead', {}, el('tr', {},
-      el('td', {}), ...[...columns, 'recall', 'precision'].map((c) =>
-        el('th', {scope: 'col'}, c)))));
+  const head = el('thead', {}, el('tr', {}, el('td', {}, 'made \\ reported'),
+      ...[...columns.map((c) => outcomeName(data, c)), 'recall', 'precision'].map((c) =>
+        el('th', {scope: 'col'}, c))));
   const body = el('tbody');
   for (const row of rows) {
     const all = row.counts.reduce((sum, n) => sum + n, 0);
@@ -63,8 +89,9 @@ function showMatrix(data, showExamples) {
       const outcome = columns[i];
       const right = isRight({label: row.label, outcome});
       const button = el('button', {type: 'button', 'aria-label':
-        `${plural(count, 'example')} of ${nameOf(data, row.label)}, reported as ${outcome}`},
-      String(count));
+        `${plural(count, 'example')} of ${nameOf(data, row.label)}, reported as ` +
+        `${outcomeName(data, outcome)}`},
+      inPercent ? (100 * count / all).toFixed(1) : String(count));
       button.style.setProperty('--share', `${Math.round(12 + 28 * count / all)}%`);
       button.addEventListener('click', () => showExamples(row.label, outcome));
       return el('td', right ? {class: 'right'} : {}, button);
@@ -72,8 +99,16 @@ function showMatrix(data, showExamples) {
     body.append(el('tr', {}, el('th', {scope: 'row'}, nameOf(data, row.label)), ...cells,
         ...[row.recall, row.precision].map((v) => el('td', {}, el('span', {}, share(v))))));
   }
-  table.append(body);
-  $('#outcomes .wide').append(table);
+  return el('table', {}, head, body);
+}
+
+function showMatrix(data, showExamples) {
+  const unit = $('#matrix-unit');
+  const draw = () => $('#matrix').replaceChildren(
+      matrixTable(data, showExamples, unit.value === 'percent'));
+  unit.addEventListener('change', draw);
+  showPairs(data, showExamples);
+  draw();
 }
 
 // Bars of counts: [name, count] each.
@@ -123,20 +158,32 @@ function showMeasured(data) {
         latencyFigure(m.latencies)));
   }
   $('#measured').append(figures);
+  if (data.curve.points.length > 1) {
+    $('#measured').append(el('div', {class: 'figures'}, curveFigure(data.curve)));
+  }
   if (m.folds.length > 1) {
-    $('#measured').append(el('div', {class: 'wide', tabindex: 0, role: 'region',
-      'aria-label': 'What was left out'}, el('table', {class: 'plain'},
-    el('thead', {}, el('tr', {}, ...['Left out', 'Repetitions', 'Right', 'Templates',
-      'From examples'].map((name) => el('th', {scope: 'col'}, name)))),
-    el('tbody', {}, ...m.folds.map((fold) => el('tr', {},
-        ...fold.map((cell) => el('td', {}, String(cell)))))))));
+    $('#measured').append(plainTable('What was left out', ['Left out', 'Repetitions', 'Right',
+      'Templates', 'From examples'], m.folds.map((fold) => fold.map(String))));
   }
 }
 
 // ---- examples -----------------------------------------------------------------------------
 
+// The stream around a false positive: the motion is marked in it.
+function addStream(figures, stream) {
+  const [t0, t1] = [stream.begin, stream.end];
+  for (const [name, unit] of [['acc', 'm/s²'], ['gyro', 'deg/s']]) {
+    const axes = stream[name].map(unpack);
+    const t = Float64Array.from(axes[0], (_, i) => t0 + (t1 - t0) * i / Math.max(axes[0].length - 1, 1));
+    figures.append(figure(`${name === 'acc' ? 'Acceleration' : 'Angular velocity'} 3 s before ` +
+        'and after, x, y, z; the motion is marked', lineFigure(t,
+        axes.map((values, i) => [values, kAxes[i]]), {active: stream.motion, unit})));
+  }
+}
+
 function exampleFigures(data, example) {
   const figures = el('div', {class: 'figures'});
+  if (example.stream !== null) addStream(figures, example.stream);
   if (example.trace === null) return figures;
   const shown = [[`This example, x, y, z`, example.trace]];
   const add = (title, place, score) => {
@@ -243,36 +290,29 @@ function kindsFigure(kinds) {
 }
 
 function kindsTable(kinds, judgedBy) {
-  const heads = ['Kind of templates', 'Templates', 'Classified right', ''];
-  return el('div', {class: 'wide', tabindex: 0, role: 'region', 'aria-label': 'Kinds tried'},
-      el('table', {class: 'plain', id: 'kinds'},
-          el('caption', {}, `Kinds of templates that were tried, ${judgedBy}`),
-          el('thead', {}, el('tr', {}, ...heads.map((name) =>
-            name === '' ? el('td', {}) : el('th', {scope: 'col'}, name)))),
-          el('tbody', {}, ...kinds.map((step) => el('tr', {},
-              el('th', {scope: 'row'}, step.kind),
-              el('td', {}, String(step.templates)),
-              el('td', {}, `${(100 * step.accuracy).toFixed(1)} %`),
-              el('td', {}, step.chosen ? 'chosen' : ''))))));
+  const table = plainTable('Kinds tried', ['Kind of templates', 'Templates', 'Classified right',
+    'Choice'], kinds.map((step) => [step.kind, String(step.templates),
+    `${(100 * step.accuracy).toFixed(1)} %`, step.chosen ? 'chosen' : '']));
+  table.firstChild.id = 'kinds';
+  table.firstChild.prepend(el('caption', {}, `Kinds of templates that were tried, ${judgedBy}`));
+  return table;
 }
 
 function showCost(data) {
   const {cost} = data;
-  const cells = (points) => (points * cost.usual_points).toLocaleString('en');
-  const rows = cost.classes.map((c) => [nameOf(data, c.label), c.templates, c.points,
-    cells(c.points)]);
-  rows.push(['all', cost.templates, cost.points, cells(cost.points)]);
+  const kilobytes = (bytes) => (bytes / 1000).toFixed(1);
+  const rows = cost.classes.map((c) => [nameOf(data, c.label), String(c.templates),
+    String(c.points), c.milliseconds.toFixed(2), kilobytes(c.memory)]);
+  rows.push(['all', String(cost.templates), String(cost.points), cost.milliseconds.toFixed(2),
+    kilobytes(cost.memory)]);
   $('#cost').append(
-      el('p', {class: 'hint'}, `A recognition fills, at most, a table cell for each pair of ` +
-        `a motion's point and a template's point; here for a motion of ` +
-        `${cost.usual_points} points.` + (cost.note ? ' ' + cost.note : '')),
-      el('div', {class: 'wide', tabindex: 0, role: 'region', 'aria-label': 'The cost'},
-          el('table', {class: 'plain'},
-              el('thead', {}, el('tr', {}, ...['Class', 'Templates', 'Points',
-                'Cells for each recognition'].map((name) => el('th', {scope: 'col'}, name)))),
-              el('tbody', {}, ...rows.map(([name, ...figures]) => el('tr', {},
-                  el('th', {scope: 'row'}, name),
-                  ...figures.map((v) => el('td', {}, String(v)))))))));
+      el('p', {class: 'hint'}, `A recognition takes at most ${cost.milliseconds.toFixed(1)} ms on ` +
+        'a 32-bit ARM processor of 1000 million instructions a second, for a motion of ' +
+        `${cost.usual_points} points: early abandoning leaves much of that out. In memory the ` +
+        `templates take ${kilobytes(cost.memory)} kB, the file ${kilobytes(cost.file)} kB.` +
+        (cost.note ? ' ' + cost.note : '')),
+      plainTable('The cost', ['Class', 'Templates', 'Points', 'ms a recognition',
+        'kB of memory'], rows));
   if (cost.kinds.length > 0) {
     $('#cost').append(kindsTable(cost.kinds, cost.judged_by),
         el('div', {class: 'figures'}, figure(
@@ -289,8 +329,11 @@ start((data) => {
   }
   showHeader(data);
   const show = showExamples(data);
+  showAdvice(data, show);
+  showComparison(data);
   showMatrix(data, show);
   showMeasured(data);
+  showMap(data);
   showClasses(data);
   showCost(data);
 });

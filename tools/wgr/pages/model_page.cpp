@@ -9,9 +9,12 @@
 #include "base/text.h"
 #include "classifier/HGR.h"
 #include "explanation/series.h"
+#include "pages/advice.h"
 #include "pages/parts.h"
 #include "pages/shell.h"
 #include "text/evaluation_text.h"
+#include "training/model_output.h"
+#include "training/similarities.h"
 
 namespace wgr {
 
@@ -23,6 +26,13 @@ static constexpr size_t kPointsPerExample = 400;  // at first; halved until all 
 static constexpr size_t kLeastPoints = 8;
 static constexpr size_t kMostForTraces = 3'500'000;  // characters of base64
 static constexpr int kBackgroundRow = -1;
+static constexpr size_t kMostLandmarks = 300;  // of a map
+static constexpr double kMapUnit = 0.001;      // of its width
+static constexpr double kStreamUnit = 0.1;     // m/s², deg/s
+// What a table cell of a comparison costs a 32-bit ARM processor (docs/performance.md),
+// and what an old one does in a second.
+static constexpr double kInstructionsPerCell = 35.0;
+static constexpr double kInstructionsPerSecond = 1e9;
 
 void find_likeness(const std::vector<Exemplar>& exemplars, const std::vector<size_t>& met,
                    int k, PageExample& example) {
@@ -38,6 +48,29 @@ void find_likeness(const std::vector<Exemplar>& exemplars, const std::vector<siz
     if (exemplars[place].label != example.label) continue;
     if (better(example.own, score)) example.own = Likeness{place, score};
   }
+}
+
+void draw_map(int k, PageData& page_data) {
+  // Landmarks first, for the similarities have columns of the first traces alone.
+  const std::vector<Exemplar>& exemplars = page_data.exemplars;
+  const std::vector<size_t> landmarks = evenly_chosen(exemplars.size(), kMostLandmarks);
+  std::vector<size_t> order = landmarks;
+  const size_t all = exemplars.size() + page_data.examples.size();
+  for (size_t i = 0; i < all; ++i) {
+    if (!std::binary_search(landmarks.begin(), landmarks.end(), i)) order.push_back(i);
+  }
+  std::vector<size_t> place(all);
+  std::vector<Points> traces;
+  for (size_t i = 0; i < all; ++i) {
+    place[order[i]] = i;
+    traces.push_back(order[i] < exemplars.size()
+                         ? exemplars[order[i]].trace
+                         : page_data.examples[order[i] - exemplars.size()].trace);
+  }
+  const Similarities similarities(traces, landmarks.size(), k, 0, true);
+  page_data.map = map_examples(all, landmarks, [&](size_t i, size_t j) {
+    return static_cast<double>(similarities(place[i], place[j]));
+  });
 }
 
 using Counts = std::map<int, std::map<std::string, size_t>>;
@@ -107,21 +140,40 @@ static Json trace_json(const Points& trace, size_t k, size_t most) {
   return axes_json(trace, count, bucket_for(count, most), kShapeUnit);
 }
 
+static Json excerpt_json(const StreamExcerpt& excerpt, int rate, size_t most) {
+  const size_t count = excerpt.samples.size();
+  if (count == 0) return nullptr;
+  Points acc;
+  Points gyro;
+  for (const RecordedSample& sample : excerpt.samples) {
+    acc.push_back(sample.acc);
+    gyro.push_back(sample.gyro);
+  }
+  const size_t bucket = bucket_for(count, most);
+  return {{"begin", excerpt.begin},
+          {"end", excerpt.begin + static_cast<double>(count - 1) / std::max(rate, 1)},
+          {"motion", {excerpt.motion_begin, excerpt.motion_end}},
+          {"acc", axes_json(acc, count, bucket, kStreamUnit)},
+          {"gyro", axes_json(gyro, count, bucket, kStreamUnit)}};
+}
+
 static Json examples_json(const PageData& page_data, size_t k, size_t most) {
   Json all = Json::array();
   for (const PageExample& example : page_data.examples) {
-    Json json = {{"name", example.name},
-                 {"label", example.label},
-                 {"outcome", example.outcome},
-                 {"why", example.why},
-                 {"nearest_class", nullptr},
-                 {"score", nullptr},
-                 {"threshold", nullptr},
-                 {"nearest", nullptr},
-                 {"own", nullptr},
-                 {"own_score", nullptr},
-                 {"points", points_of(example.trace, k)},
-                 {"trace", trace_json(example.trace, k, most)}};
+    Json json = {
+        {"name", example.name},
+        {"label", example.label},
+        {"outcome", example.outcome},
+        {"why", example.why},
+        {"nearest_class", nullptr},
+        {"score", nullptr},
+        {"threshold", nullptr},
+        {"nearest", nullptr},
+        {"own", nullptr},
+        {"own_score", nullptr},
+        {"points", points_of(example.trace, k)},
+        {"trace", trace_json(example.trace, k, most)},
+        {"stream", excerpt_json(example.stream, page_data.provenance.rate, most)}};
     if (example.best) {
       json["nearest_class"] = page_data.exemplars[example.best->exemplar].label;
       json["score"] = example.best->score;
@@ -148,6 +200,14 @@ static Json exemplars_json(const PageData& page_data, size_t k, size_t most) {
   return all;
 }
 
+static constexpr size_t kBytesPerPoint = 3 * sizeof(double);
+
+// Of a motion of the usual size, at most.
+static double recognition_ms(size_t points) {
+  const double cells = kUsualPoints * static_cast<double>(points);
+  return cells * kInstructionsPerCell / kInstructionsPerSecond * 1000.0;
+}
+
 static Json cost_json(const PageData& page_data, size_t k) {
   std::map<int, std::pair<size_t, size_t>> of;  // templates, points
   size_t points = 0;
@@ -160,11 +220,18 @@ static Json cost_json(const PageData& page_data, size_t k) {
   Json classes = Json::array();
   for (const auto& [label, figures] : of) {
     classes.push_back(
-        {{"label", label}, {"templates", figures.first}, {"points", figures.second}});
+        {{"label", label},
+         {"templates", figures.first},
+         {"points", figures.second},
+         {"milliseconds", recognition_ms(figures.second)},
+         {"memory", kBytesPerPoint * (figures.second + k * figures.first)}});
   }
   return {{"usual_points", kUsualPoints},
           {"templates", page_data.model.templates.size()},
           {"points", points},
+          {"milliseconds", recognition_ms(points)},
+          {"memory", kBytesPerPoint * (points + k * page_data.model.templates.size())},
+          {"file", model_text(page_data.model).size()},
           {"classes", classes},
           {"note", page_data.cost_note},
           {"kinds", page_data.kinds},
@@ -193,6 +260,29 @@ static Json measured_json(const PageData& page_data) {
           {"folds", page_data.folds}};
 }
 
+static Json curve_json(const LearningCurve& curve) {
+  Json points = Json::array();
+  for (const CurvePoint& point : curve.points) {
+    points.push_back({point.templates_from, point.accuracy});
+  }
+  return {{"people", curve.by == LeftOut::kSubjects}, {"points", points}};
+}
+
+// Places in thousandths of the greatest distance from the middle.
+static Json map_json(const ExampleMap& map) {
+  double most = 0.0;
+  for (const auto& point : map.points) {
+    if (point) most = std::max({most, std::fabs(point->x), std::fabs(point->y)});
+  }
+  Json points = Json::array();
+  for (const auto& point : map.points) {
+    const auto whole = [most](double v) { return std::lround(v / most / kMapUnit); };
+    points.push_back(point && most > 0.0 ? Json{whole(point->x), whole(point->y)}
+                                         : Json(nullptr));
+  }
+  return {{"held", map.held}, {"points", points}};
+}
+
 std::string model_page(const PageData& page_data) {
   const size_t k = static_cast<size_t>(std::max(page_data.model.havegravity, 0));
   Json data = {{"title", page_data.title},
@@ -200,6 +290,10 @@ std::string model_page(const PageData& page_data) {
                {"rate", page_data.provenance.rate},
                {"normalised", page_data.model.normalize != 0},
                {"classes", classes_json(page_data)},
+               {"advice", advice_json(page_data)},
+               {"comparison", page_data.comparison},
+               {"map", map_json(page_data.map)},
+               {"curve", curve_json(page_data.curve)},
                {"matrix", matrix_json(page_data)},
                {"measured", measured_json(page_data)},
                {"cost", cost_json(page_data, k)}};
@@ -210,9 +304,9 @@ std::string model_page(const PageData& page_data) {
   }
   return page_of({"wgr",
                   kModelHtml,
-                  {std::string(kModelCss)},
+                  {std::string(kVerdictCss), std::string(kModelCss)},
                   {std::string(kFiguresScript), std::string(kClassesScript),
-                   std::string(kModelScript)}},
+                   std::string(kAdviceScript), std::string(kModelScript)}},
                  data);
 }
 

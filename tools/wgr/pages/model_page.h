@@ -11,6 +11,7 @@
 
 #include "classifier/Gmodel.h"
 #include "evaluation/evaluation.h"
+#include "evaluation/example_map.h"
 #include "segmentation/provenance.h"
 
 namespace wgr {
@@ -26,8 +27,17 @@ struct Likeness {
   double score;
 };
 
+// The stream around a motion.
+struct StreamExcerpt {
+  double begin = 0.0;         // s, of its first sample
+  double motion_begin = 0.0;  // s
+  double motion_end = 0.0;    // s
+  std::vector<RecordedSample> samples;
+};
+
 struct PageExample {
   std::string name;                 // where it is from
+  std::string subject;              // whose; may be empty
   int label;                        // below 0: background
   std::string outcome;              // the class that was reported, or one of kOutcome...
   std::string why;                  // in words; may be empty
@@ -35,12 +45,24 @@ struct PageExample {
   std::optional<Likeness> best;     // of all exemplars
   std::optional<Likeness> own;      // of those of its class
   std::optional<double> threshold;  // that the best score was compared with
+  StreamExcerpt stream;             // of a false positive; may be empty
 };
 
 struct PageClass {
   int label;
   std::vector<double> thresholds;  // one for each model, ascending
   std::string note;                // how its templates were found; may be empty
+};
+
+// What a model is to reach before it counts as ready.
+struct PageAims {
+  double accuracy = 0.95;
+  double false_positives_per_hour = 1.0;
+};
+
+struct PageBackground {
+  double hours = 0.0;
+  size_t reports = 0;  // false positives in them
 };
 
 struct PageData {
@@ -60,12 +82,22 @@ struct PageData {
   nlohmann::ordered_json folds = nlohmann::ordered_json::array();  // rows of a table
   nlohmann::ordered_json kinds = nlohmann::ordered_json::array();  // that were tried
   std::string judged_by;  // "leaving subjects out", of these kinds
+  PageAims aims;
+  PageBackground background;
+  std::vector<std::string> caveats;  // sentences, as the terminal has them
+  LearningCurve curve;
+  ExampleMap map;                     // the exemplars, then the examples
+  nlohmann::ordered_json comparison;  // with another evaluation; null: none
 };
 
 // Fills `best` and `own` of an example from the exemplars at the places that it met, in
 // their order, by the classifier's similarity with k trailing points.
 void find_likeness(const std::vector<Exemplar>& exemplars, const std::vector<size_t>& met,
                    int k, PageExample& example);
+
+// Places the exemplars and the examples on a map, by the classifier's similarity with k
+// trailing points.
+void draw_map(int k, PageData& page_data);
 
 // The same data give the same bytes.
 std::string model_page(const PageData& page_data);

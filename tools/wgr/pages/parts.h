@@ -29,6 +29,7 @@ extern const std::string_view kExplainScript;
 extern const std::string_view kModelHtml;
 extern const std::string_view kModelCss;
 extern const std::string_view kClassesScript;
+extern const std::string_view kAdviceScript;
 extern const std::string_view kModelScript;
 
 }  // namespace wgr
