@@ -4,8 +4,8 @@
 usage: benchmarks/python_fleet.py [--hours N] [--kind replay|explain|examine]
 
 Writes recordings of an hour each at 50 samples/s, chained by seed of people who are
-synthesised and of what is at hand of ../shared/data. Runs them with one worker, with
-two, and with two of which two are killed while they run a task. Prints for each the
+synthesised and of what is at hand of ../shared/data. Runs them with two workers,
+with two of which two are killed while they run a task, and with one. Prints for each the
 wall-clock time, the processor time of the workers, the scheduler and this process, and
 how much of the machine others had meanwhile.
 
@@ -29,7 +29,7 @@ import numpy as np
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tests" / "python"))
 from cluster import workers  # noqa: E402
-from conftest import MODELS  # noqa: E402
+from conftest import DATA, MODELS  # noqa: E402
 
 import wgr  # noqa: E402
 from wgr import fleet  # noqa: E402
@@ -43,8 +43,7 @@ def recorded_parts():
     parts = [wgr.synthesise(p, gestures=4, distractors=240)[0].samples
              for p in range(1, 9)]
     for name in ("geotec_watch", "uhh_imu"):
-        folder = ROOT.parent / "shared" / "data" / name / "rec"
-        paths = sorted(folder.glob("*.csv.gz"))
+        paths = sorted((DATA / name / "rec").glob("*.csv.gz"))
         parts += [wgr.Recording.read(p).resampled(50).samples for p in paths]
     return parts
 
@@ -61,6 +60,7 @@ def write_hours(folder, hours):
         table = np.concatenate(chain)[:HOUR]
         wgr.Recording.from_arrays(table[:, 1:4], table[:, 4:7], rate=50).write(
             folder / f"p{hour % 20:02}_{hour:04}.csv")
+    return len(parts)
 
 
 def machine_time():
@@ -117,12 +117,12 @@ def call(kind, recordings, client, rate):
     return getattr(fleet, kind)(recordings, model, client=client, rate=rate)
 
 
-def report(hours, one, two, killed):
-    same = one.fleet.table.equals(two.fleet.table)
-    same = same and one.fleet.table.equals(killed.fleet.table)
+def report(hours, two, killed, one):
+    same = two.fleet.table.equals(killed.fleet.table)
+    same = same and two.fleet.table.equals(one.fleet.table)
     print(f"{hours} recording-hours, {len(one.fleet.table)} rows, "
-          f"{len(one.fleet.errors)} errors")
-    print(f"one worker: {one}\ntwo workers: {two}\ntwo killed on the way: {killed}")
+          f"{len(one.fleet.errors)} errors; the tables of all runs are "
+          f"{'the same' if same else 'NOT the same'}")
     print(f"measured: two workers are {one.wall / two.wall:.2f} times as fast by the "
           f"clock; all processes take {two.own / one.own:.3f} times the processor time")
     free = max(max(two.workers), two.own / 2)
@@ -131,7 +131,7 @@ def report(hours, one, two, killed):
     again = sum(killed.again.get(key, 1) > 1 for key in killed.killed)
     print(f"{len(killed.killed)} workers were killed in the midst of a task; {again} of "
           f"these tasks were run again, and {len(killed.again) - again} more given to "
-          f"another worker; the tables are {'the same' if same else 'NOT the same'}")
+          "another worker")
     an_hour = two.own / hours
     print(f"{an_hour:.3f} s of a processor a recording-hour, all processes together; by "
           f"it 10,000 take {an_hour * 10_000 / 3600:.2f} processor-hours")
@@ -146,9 +146,13 @@ def main():
     given = parser.parse_args()
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
-        write_hours(folder, given.hours)
-        runs = [Run(given.kind, folder, count, kills)
-                for count, kills in ((1, 0), (2, 0), (2, 2))]
+        recorded = write_hours(folder, given.hours)
+        print(f"{given.hours} hours of {recorded} parts, 8 of them synthesised",
+              flush=True)
+        runs = []
+        for count, kills in ((2, 0), (2, 2), (1, 0)):
+            runs.append(Run(given.kind, folder, count, kills))
+            print(f"{count} workers, {kills} killed: {runs[-1]}", flush=True)
     return 0 if report(given.hours, *runs) else 1
 
 

@@ -211,11 +211,13 @@ struct Built {
 
 static py::tuple build(const std::vector<Table>& traces, const std::vector<int>& labels,
                        bool gravity, const std::vector<std::string>& subjects,
+                       const std::vector<std::string>& sessions,
                        const BuildOptions& options) {
+  const ExampleSources sources = {subjects, sessions};
   const Built built =
-      watched([data = data_of(traces, labels, gravity), subjects, options] {
+      watched([data = data_of(traces, labels, gravity), sources, options] {
         BuildReport report;
-        const Gmodel model = build_model(data, options, report, {subjects, {}});
+        const Gmodel model = build_model(data, options, report, sources);
         Provenance provenance;
         provenance.gravity = data.kind == 1;
         Built made = {std::make_shared<Gmodel>(as_read_back(model)),
@@ -277,7 +279,8 @@ static py::tuple examples_of(const TrainingSet& set) {
     traces.append(array_of(sample.trace));
     labels.push_back(sample.label);
   }
-  return py::make_tuple(traces, labels, set.set.provenance.subjects);
+  const Provenance& from = set.set.provenance;
+  return py::make_tuple(traces, labels, from.subjects, from.sessions);
 }
 
 static void add_options(py::module_& module) {
@@ -338,7 +341,7 @@ void add_training(py::module_& module) {
   module.def("cluster", cluster, py::arg("matrix"), py::arg("most_iterations"),
              py::arg("stable_iterations"), py::arg("preference"), py::arg("damping"));
   module.def("build", build, py::arg("traces"), py::arg("labels"), py::arg("gravity"),
-             py::arg("subjects"), py::arg("options"));
+             py::arg("subjects"), py::arg("sessions"), py::arg("options"));
   module.def("predict", predict, py::arg("model"), py::arg("traces"));
   module.def("evaluate", evaluated, py::arg("training_set"), py::arg("model"),
              py::arg("leave_out"), py::arg("folds"), py::arg("options"));

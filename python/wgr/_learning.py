@@ -52,6 +52,10 @@ class GestureClassifier(ClassifierMixin, _Traces):
         templates: Per class, at most; otherwise by a sweep.
         false_cost: Of an accepted wrong example, in rejected right ones.
         tolerance: By how much accuracy the smallest set may be worse.
+        kind: "exemplars", "averages", "smoothed" or "adapted" templates; otherwise
+            those that are best.
+        judge_by: "subject", "session" or "repetition": what an example is judged
+            without; otherwise the first of them that fit() is given two of.
         share: Of a class's examples that may become templates.
         false_positives_per_hour: Background motions that may be accepted; needs
             background_hours.
@@ -74,6 +78,8 @@ class GestureClassifier(ClassifierMixin, _Traces):
         false_cost: float = 3.0,
         tolerance: float = 0.005,
         share: float = 1.0 / 3.0,
+        kind: str | None = None,
+        judge_by: str | None = None,
         false_positives_per_hour: float | None = None,
         background_hours: float = 0.0,
         background_label: Any = None,
@@ -84,13 +90,17 @@ class GestureClassifier(ClassifierMixin, _Traces):
         self.false_cost = false_cost
         self.tolerance = tolerance
         self.share = share
+        self.kind = kind
+        self.judge_by = judge_by
         self.false_positives_per_hour = false_positives_per_hour
         self.background_hours = background_hours
         self.background_label = background_label
         self.gravity = gravity
         self.n_jobs = n_jobs
 
-    def fit(self, X: Any, y: Any, groups: Any = None) -> GestureClassifier:
+    def fit(
+        self, X: Any, y: Any, groups: Any = None, sessions: Any = None
+    ) -> GestureClassifier:
         """Builds a model.
 
         Args:
@@ -98,6 +108,9 @@ class GestureClassifier(ClassifierMixin, _Traces):
             y: (n,) labels.
             groups: (n,) whose each example is. Where given, an example is judged by
                 templates of others alone, for wearers who recorded nothing.
+            sessions: (n,) in which session each was recorded. Where given, and not
+                two groups, an example is judged by templates of other sessions
+                alone: repetitions of one session resemble each other.
 
         Raises:
             InputError: There is nothing to build a model from.
@@ -123,22 +136,27 @@ class GestureClassifier(ClassifierMixin, _Traces):
         labels = np.full(len(y), -1)
         places = np.searchsorted(self.classes_, y[~background])
         labels[~background] = self._numbers[places]
-        subjects: list[str] = []
-        if groups is not None:
-            subjects = [str(group) for group in column_or_1d(groups)]
-            if len(subjects) != len(y):
-                raise ValueError("groups: one for each of X is wanted")
+        sources = [
+            _names("groups", groups, len(y)),
+            _names("sessions", sessions, len(y)),
+        ]
+        for word, given in zip(("subject", "session"), sources):
+            if self.judge_by == word and not given:
+                of = "groups" if word == "subject" else "sessions"
+                raise InputError(f'judge_by: "{word}" needs fit(..., {of}=)')
         options = build_options_of(
             self.n_jobs,
             templates=self.templates,
             false_cost=self.false_cost,
             tolerance=self.tolerance,
             share=self.share,
+            kind=self.kind,
+            judge_by=self.judge_by,
             false_positives_per_hour=self.false_positives_per_hour,
             background_hours=self.background_hours,
         )
         core, self.report_, self._fault = _wgr.build(
-            traces, labels.tolist(), self.gravity, subjects, options
+            traces, labels.tolist(), self.gravity, *sources, options
         )
         self.model_ = Model(core)
         return self
@@ -185,6 +203,15 @@ class GestureClassifier(ClassifierMixin, _Traces):
                 "check_estimators_dtypes": "rounds to rows of zeros: no motion"
             },
         }
+
+
+def _names(what: str, given: Any, count: int) -> list[str]:
+    if given is None:
+        return []
+    names = [str(name) for name in column_or_1d(given)]
+    if len(names) != count:
+        raise ValueError(f"{what}: one for each of X is wanted")
+    return names
 
 
 def _numbers_of(classes: np.ndarray) -> np.ndarray:

@@ -96,6 +96,7 @@ class TrainingSet:
             where `gravity` says so. To a training file's digits.
         labels: (n,) int; -1 is background.
         subjects: (n,) whose each is; empty where that is not known.
+        sessions: (n,) in which session each was recorded; likewise.
         gravity: Whether traces end in a gravity vector.
         rate: Samples per second.
         classes: Words to labels.
@@ -105,10 +106,11 @@ class TrainingSet:
 
     def __init__(self, core: Any) -> None:
         self.core = core
-        traces, labels, subjects = core.examples
+        traces, labels, subjects, sessions = core.examples
         self.traces: list[np.ndarray] = traces
         self.labels = np.asarray(labels, dtype=int)
         self.subjects = np.asarray(subjects, dtype=str)
+        self.sessions = np.asarray(sessions, dtype=str)
         self.gravity: bool = core.gravity
         self.rate: int = core.rate
         self.classes: dict[str, int] = core.classes

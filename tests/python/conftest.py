@@ -1,7 +1,8 @@
 """What the tests of the Python package share.
 
 WGR_BUILD names the build folder, build/release otherwise, whose tool and module are
-tested; an installed package is tested with WGR_INSTALLED=1.
+tested; an installed package is tested with WGR_INSTALLED=1. WGR_DATA names the folder of
+recorded sets, ../shared/data otherwise.
 """
 
 import os
@@ -20,6 +21,7 @@ if not os.environ.get("WGR_INSTALLED"):
 MODELS = ROOT / "models"
 DEMO = ROOT / "recordings" / "demo.csv"
 LABELS = ROOT / "recordings" / "demo.labels.csv"
+DATA = pathlib.Path(os.environ.get("WGR_DATA", ROOT.parent / "shared" / "data"))
 SETS = ("geotec_watch", "nano_gestures", "uhh_imu", "wand_nano33")
 
 
@@ -34,7 +36,7 @@ def run_tool(*words, status=0):
 
 def recordings_of(name):
     """The recordings of a set of ../shared/data; skips where it is not at hand."""
-    folder = ROOT.parent / "shared" / "data" / name / "rec"
+    folder = DATA / name / "rec"
     if not folder.is_dir():
         pytest.skip(f"../shared/data/{name} is not at hand")
     return sorted(folder.glob("*.csv.gz"))

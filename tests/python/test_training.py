@@ -1,9 +1,11 @@
 """From recordings to models: the same bits as the tool's, and scikit-learn's checks."""
 
 import json
+import shutil
 import warnings
 
 import numpy as np
+import pandas
 import pytest
 from sklearn.base import clone
 from sklearn.model_selection import LeaveOneGroupOut, cross_val_score
@@ -94,6 +96,26 @@ def test_a_model_has_the_bytes_of_the_tool_s(folder, training, tmp_path, grouped
     threads.fit(training.traces, training.labels,
                 groups=training.subjects if grouped else None)
     assert threads.model_.text == classifier.model_.text
+
+
+def test_sessions_are_left_out_as_by_the_tool(folder, tmp_path):
+    shutil.copytree(folder, tmp_path / "set")
+    index = pandas.read_csv(folder / "index.csv").assign(subject="one")
+    index["session"] = index["file"].str[:4]
+    index.to_csv(tmp_path / "set" / "index.csv", index=False)
+    run_tool("build", tmp_path / "set", "-o", tmp_path / "m.xml")
+    training = wgr.segment(tmp_path / "set")
+    assert set(training.sessions) == {"p001", "p002", "p003"}
+    made = wgr.GestureClassifier(background_label=-1)
+    made.fit(training.traces, training.labels, training.subjects, training.sessions)
+    assert "leaving sessions out" in made.report_
+    assert made.model_.text == (tmp_path / "m.xml").read_text()
+    made.fit(training.traces, training.labels, sessions=training.sessions)
+    assert "leaving sessions out" in made.report_
+    for judge_by in ("subject", "session"):
+        with pytest.raises(wgr.InputError, match=judge_by):
+            clone(made).set_params(judge_by=judge_by).fit(
+                training.traces, training.labels)
 
 
 def test_evaluations_have_the_figures_of_the_tool_s(folder, training):
