@@ -36,13 +36,29 @@ def test_demo_replays_to_the_events_of_the_tool(model):
     assert_same_replay(DEMO, model)
 
 
+def assert_same_explanation(path, model):
+    by_tool = json.loads(run_tool("explain", "--models", MODELS, "--json", path))
+    assert wgr.explain(wgr.Recording.read(path), model).details == by_tool
+
+
+def assert_same_examination(path):
+    *findings, summary = lines_of(run_tool("doctor", "--json", path, status=(0, 1)))
+    made = wgr.examine(wgr.Recording.read(path))
+    assert [f._asdict() for f in made.findings] == [
+        {k: f[k] for k in wgr.Finding._fields} for f in findings
+    ]
+    assert made.facts == {
+        k: v for k, v in summary.items() if k not in ("type", "findings")
+    }
+
+
 @pytest.mark.filterwarnings("ignore::wgr.WgrWarning")
 @pytest.mark.parametrize("name", SETS)
-def test_recorded_sets_replay_to_the_events_of_the_tool(name, model):
-    paths = recordings_of(name)
-    # All of the long ones; of the many that last a second every 20th.
-    for path in paths[:: 20 if len(paths) > 100 else 1]:
+def test_recorded_sets_give_what_the_tool_gives(name, model):
+    for path in recordings_of(name):
         assert_same_replay(path, model)
+        assert_same_explanation(path, model)
+        assert_same_examination(path)
 
 
 def test_every_model_and_setting_replays_as_the_tool_does(demo):
@@ -107,13 +123,8 @@ def test_examination_finds_what_the_doctor_does(tmp_path):
     faulty = wgr.Recording.from_arrays(demo.acc / 9.81, np.radians(demo.gyro), t=demo.t)
     path = tmp_path / "faulty.csv"
     faulty.write(path)
-    *findings, summary = lines_of(run_tool("doctor", "--json", path, status=1))
+    assert_same_examination(path)
     made = wgr.examine(wgr.Recording.read(path))
-    assert [f._asdict() for f in made.findings] == [
-        {k: f[k] for k in wgr.Finding._fields} for f in findings
-    ]
-    del summary["type"], summary["findings"]
-    assert made.facts == summary
     assert {"acc-unit", "gyro-unit"} <= {f.id for f in made.findings}
 
 
