@@ -10,6 +10,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "WgrTypes.h"
+
 namespace wgr::capture {
 
 inline constexpr char kMagic[8] = {'W', 'G', 'R', 'C', 'A', 'P', '\r', '\n'};
@@ -62,7 +64,8 @@ enum Tag : std::uint8_t {
   kMissed = 0x27,      // calls that could not be recorded
   kCallback = 0x28,    // the host's callback is called
   kCallbackEnd = 0x29,
-  kAnswer = 0x2A,  // how a call ended that is recorded when it starts
+  kAnswer = 0x2A,     // how a call ended that is recorded when it starts
+  kInjection = 0x2B,  // samples of an injector instead of the host's own
   kCreate = 0x30,
   kInit = 0x31,
   kSensitivity = 0x32,
@@ -89,6 +92,21 @@ enum EndReason : std::uint8_t { kHostEnds = 0, kSwitchedOff = 1, kNextSegment = 
 // How a call ended.
 inline constexpr std::uint8_t kReturned = 0;
 inline constexpr std::uint8_t kThrew = 1;
+
+// The arguments of init_gesture_handle().
+struct InitArguments {
+  int sample_rate = 0;
+  Point3Df gyro_bias = {0.0, 0.0, 0.0};
+  int min_motion_len = 0;
+  int history_len = 0;
+  int static_window = 0;
+  int hand_window_len = 0;
+};
+
+// Flags of kInjection: what happens.
+inline constexpr std::uint8_t kInjectionBegins = 0;
+inline constexpr std::uint8_t kInjectionEnds = 1;    // all of it was played
+inline constexpr std::uint8_t kInjectionBreaks = 2;  // before its end
 
 // Flags of kModel.
 inline constexpr std::uint8_t kModelMissing = 1;  // no such file, or it cannot be read

@@ -9,24 +9,16 @@
 
 namespace wgr::recorder {
 
-struct InitArguments {
-  int sample_rate;
-  Point3Df gyro_bias;
-  int min_motion_len;
-  int history_len;
-  int static_window;
-  int hand_window_len;
-};
-
 struct Handle {
   WgrHandle pointer = nullptr;
   std::uint32_t id = 0;
   std::uint8_t flags = 0;  // as in a kHandle record
-  InitArguments init = {};
+  capture::InitArguments init = {};
   int level = 0;            // of sensitivity
   std::uint32_t model = 0;  // of Models; 0: not known
   WgGestureEventCb callback = nullptr;
   void* user_data = nullptr;
+  int callbacks = 0;  // of the host that are running
 
   // What the reader knows of it.
   std::uint64_t segment = 0;  // that describes the handle

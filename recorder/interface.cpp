@@ -3,6 +3,7 @@
 
 #include "real_library.h"
 #include "recorder.h"
+#include "recorder_state.h"
 
 using namespace wgr;
 using namespace wgr::recorder;
@@ -50,7 +51,7 @@ static void on_gesture(void* handle, int gesture, void* user_data) {
     return;
   }
   recorder::callback(handle, gesture);
-  Ending ending([](std::uint8_t how, int) { callback_end(how); });
+  Ending ending([handle](std::uint8_t how, int) { callback_end(handle, how); });
   cb(handle, gesture, data);
   ending.returned(0);
 }
@@ -73,8 +74,8 @@ int init_gesture_handle(WgrHandle h, int sample_rate, Point3Df gyro_bias,
                                static_window, hand_window_len);
   };
   if (!is_set_up()) return call();
-  const InitArguments arguments = {sample_rate, gyro_bias,     min_motion_len,
-                                   history_len, static_window, hand_window_len};
+  const capture::InitArguments arguments = {sample_rate, gyro_bias,     min_motion_len,
+                                            history_len, static_window, hand_window_len};
   Ending ending(answer_of(capture::kInit, before_init(h, arguments)));
   const int value = call();
   initialised(h, arguments);
@@ -120,6 +121,7 @@ int update_gesture(WgrHandle h, Point3Df acc, Point3Df gyro) {
 
 int get_wearer_type(WgrHandle h, Point3Df acc) {
   if (!is_set_up()) return real_library().wearer(h, acc);
+  replace_acceleration(h, acc);
   Ending ending(
       [&](std::uint8_t how, int value) { recorder::wearer(h, acc, how, value); });
   const int value = real_library().wearer(h, acc);

@@ -11,17 +11,15 @@
 
 namespace wgr::recorder {
 
-// Whether there is anything to do but to pass calls on.
-bool is_set_up();
-
 // Each returns the handle's number, which the answer is recorded with.
 std::uint32_t before_create();
-std::uint32_t before_init(WgrHandle h, const InitArguments& arguments);
+std::uint32_t before_init(WgrHandle h, const capture::InitArguments& arguments);
 std::uint32_t before_sensitivity(WgrHandle h, int level);
 std::uint32_t before_set_model(WgrHandle h, int wearer, int mode);
 std::uint32_t before_register(WgrHandle h, WgGestureEventCb callback);
 std::uint32_t before_destroy(const WgrHandle* ph);
-void sample(WgrHandle h, const Point3Df& acc, const Point3Df& gyro);
+// What an injector plays goes in the place of the host's sample.
+void sample(WgrHandle h, Point3Df& acc, Point3Df& gyro);
 
 // The answers of those: kReturned with a value, or kThrew.
 void answer(std::uint8_t call, std::uint32_t id, std::uint8_t ending, int value);
@@ -29,13 +27,15 @@ void sample_answer(WgrHandle h, std::uint8_t ending, int value);
 
 // A handle is there now, or its settings have changed.
 void created(WgrHandle h, std::uint32_t id);
-void initialised(WgrHandle h, const InitArguments& arguments);
+void initialised(WgrHandle h, const capture::InitArguments& arguments);
 void sensitivity_set(WgrHandle h, int level);
 void model_set(WgrHandle h, int wearer, int mode);
 // The place that the recorder's own callback finds the host's in; null when memory runs
 // out.
 Handle* registered(WgrHandle h, WgGestureEventCb callback, void* user_data);
 
+// While samples are injected: the acceleration of the last one.
+void replace_acceleration(WgrHandle h, Point3Df& acc);
 void wearer(WgrHandle h, const Point3Df& acc, std::uint8_t ending, int value);
 void movement(WgrHandle h, int value);
 void cost_time(WgrHandle h, double value);
@@ -43,6 +43,6 @@ void strength(WgrHandle h, double value);
 void version(WgVersion value);
 
 void callback(WgrHandle h, int gesture);
-void callback_end(std::uint8_t ending);
+void callback_end(WgrHandle h, std::uint8_t ending);
 
 }  // namespace wgr::recorder

@@ -7,35 +7,10 @@
 #include <cstdint>
 
 #include "WgrTypes.h"
+#include "bytes.h"
 #include "capture_format.h"
 
 namespace wgr::recorder {
-
-// Appends to a record.
-class Bytes {
- public:
-  explicit Bytes(std::uint8_t* to) : begin_(to), next_(to) {}
-
-  void byte(std::uint8_t value) { *next_++ = value; }
-  void varint(std::uint64_t value) {
-    for (; value >= 0x80; value >>= 7) byte(static_cast<std::uint8_t>(value | 0x80));
-    byte(static_cast<std::uint8_t>(value));
-  }
-  void signed_varint(std::int64_t value) { varint(capture::zigzag(value)); }
-  void number(double value) {
-    capture::put_le(next_, capture::bits_of(value));
-    next_ += sizeof value;
-  }
-  void bytes(const void* from, std::size_t size) {
-    std::memcpy(next_, from, size);
-    next_ += size;
-  }
-  std::size_t size() const { return static_cast<std::size_t>(next_ - begin_); }
-
- private:
-  std::uint8_t* const begin_;
-  std::uint8_t* next_;
-};
 
 class SampleCoder {
  public:

@@ -25,8 +25,8 @@ static constexpr std::uint64_t kMostMegabytes = 1'000'000;
 static constexpr std::uint64_t kMostMinutes = 1'000'000;
 static constexpr std::uint64_t kMostSignal = 64;
 static constexpr const char* kNames[] = {
-    "dir",     "library", "label", "keep",  "max_mb", "segment_kb",
-    "minutes", "before",  "after", "start", "fork",   "mark_signal"};
+    "dir",    "library", "label", "keep", "max_mb",      "segment_kb", "minutes",
+    "before", "after",   "start", "fork", "mark_signal", "inject"};
 
 void complain(std::string_view what, std::string_view about) {
   HeldSignals held;
@@ -103,6 +103,7 @@ bool apply(Settings& s, std::string_view name, std::string_view value) {
   if (name == "start") return take_choice(value, "off", "on", s.start);
   if (name == "fork") return take_choice(value, "none", "own", s.child_records);
   if (name == "mark_signal") return take_number(value, 0, kMostSignal, 1, s.mark_signal);
+  if (name == "inject") return take_path(value, s.inject);
   return false;
 }
 
@@ -162,7 +163,7 @@ static bool apply_environment(Settings& settings) {
 Settings read_settings() {
   Settings settings;
   const bool usable = apply_file(settings) && apply_environment(settings);
-  if (!usable) settings.dir[0] = '\0';
+  if (!usable) settings.dir[0] = settings.inject[0] = '\0';
   if (settings.segment_bytes == 0) settings.segment_bytes = settings.max_bytes / 8;
   return settings;
 }

@@ -14,7 +14,7 @@ inline constexpr std::size_t kMostLabel = 80;
 enum class Keep { kAll, kRing, kEvents };
 
 struct Settings {
-  char dir[kPathSize] = "";      // empty: the recorder does nothing
+  char dir[kPathSize] = "";      // empty: nothing is recorded
   char library[kPathSize] = "";  // that the proxy stands in front of
   char label[kMostLabel + 1] = "";
   Keep keep = Keep::kRing;
@@ -23,9 +23,10 @@ struct Settings {
   std::uint64_t ring_us = 0;             // 0: max_bytes alone bounds the ring
   std::uint64_t before_us = 60'000'000;  // that is kept around an event or a mark
   std::uint64_t after_us = 30'000'000;
-  bool start = true;           // records from the host's first call on
-  bool child_records = false;  // after fork()
-  int mark_signal = 0;         // 0: none
+  bool start = true;            // records from the host's first call on
+  bool child_records = false;   // after fork()
+  int mark_signal = 0;          // 0: none
+  char inject[kPathSize] = "";  // folder of the socket; empty: nothing is injected
 };
 
 // Reads the file that WGR_RECORDER_CONFIG names, or /etc/wgr-recorder.conf, and the

@@ -71,6 +71,17 @@ TEST_F(Service, LeadsFromAComplaintToACauseInFiveCommands) {
   EXPECT_LE(run_wgr("doctor " + cut).status, 1);
 }
 
+#ifndef WGR_EMULATED
+// The recorder is in front of the library already.
+TEST_F(Service, IsTestedWithAnInjectedGesture) {
+  const Outcome outcome = run_command(
+      "WGR_RECORDER_CONFIG=/dev/null WGR_RECORDER= GESTURES=2 WGR=" WGR_PROGRAM
+      " " WGR_ROOT "/examples/gesture_test.sh " WGR_SERVICE);
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_EQ(outcome.out, "gesture 2: reported\n");
+}
+#endif
+
 TEST_F(Service, RefusesWhatIsNoSample) {
   write_file(made("bad.csv"), "t,ax,ay,az,gx,gy,gz\n0,1,2\n");
   const Outcome outcome = serve("", made("bad.csv"));

@@ -40,7 +40,7 @@ class Answers {
   std::uint64_t hash_ = 0xCBF29CE484222325u;
 };
 
-// What a callback does besides being told.
+// What a callback does, and notes.
 struct Use {
   Answers answers;
   WgrHandle other = nullptr;  // that is fed in the callback

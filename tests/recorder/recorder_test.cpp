@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "recorded.h"
+#include "running_host.h"
 #include "support/private_paths.h"
 
 using namespace wgr;
@@ -83,55 +84,6 @@ TEST(Recorder, CapturesAreReadByTheirOwnerAlone) {
   ASSERT_EQ(stat(inner.c_str(), &about), 0);
   EXPECT_EQ(about.st_mode & 07777, 0700u);
 }
-
-namespace {
-
-// A host that runs until it is killed, and counts its finished calls into a pipe.
-class RunningHost {
- public:
-  explicit RunningHost(const std::string& folder, const char* start = "on") {
-    int ends[2];
-    if (pipe(ends) != 0) std::abort();
-    pid_ = fork();
-    if (pid_ == 0) {
-      dup2(ends[1], 3);
-      setenv("WGR_RECORDER_CONFIG", "/dev/null", 1);
-      setenv("WGR_RECORDER_DIR", folder.c_str(), 1);
-      setenv("WGR_RECORDER_KEEP", "all", 1);
-      setenv("WGR_RECORDER_START", start, 1);
-      dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
-      execl("/bin/sh", "sh", "-c", "exec " WGR_RECORDED_HOST " steady 0 1", nullptr);
-      _exit(127);
-    }
-    close(ends[1]);
-    pipe_ = ends[0];
-  }
-  ~RunningHost() {
-    kill_now();
-    close(pipe_);
-  }
-  RunningHost(const RunningHost&) = delete;
-  RunningHost& operator=(const RunningHost&) = delete;
-
-  // Waits for one more sample; false when the host has ended.
-  bool count() { return read(pipe_, &number_, sizeof number_) == 4; }
-  std::uint32_t number() const { return number_; }  // of the last sample
-
-  int kill_now() {
-    int status = -1;
-    if (pid_ > 0) kill(pid_, SIGKILL);
-    if (pid_ > 0) waitpid(pid_, &status, 0);
-    pid_ = 0;
-    return status;
-  }
-
- private:
-  pid_t pid_;
-  int pipe_;
-  std::uint32_t number_ = 0;
-};
-
-}  // namespace
 
 static int kills() {
   const char* const wanted = std::getenv("WGR_KILLS");
@@ -279,7 +231,7 @@ TEST(Recorder, ChildThatRecordsHasAFileOfItsOwn) {
   EXPECT_EQ(children, 1);
 }
 
-TEST(Recorder, WhatAHostWritesIntoTheVersionIsToldAndMadeAgain) {
+TEST(Recorder, WhatAHostWritesIntoTheVersionIsRecordedAndMadeAgain) {
   TempDirectory folder;
   const HostOutcome outcome = run_host(settings(folder.path()), "version");
   EXPECT_EQ(outcome.out, "0.7\n");
@@ -317,7 +269,7 @@ TEST(Recorder, ControlFileSwitchesAndMarks) {
   const auto order = [&](const std::string& text) {
     std::ofstream(folder.file("control"), std::ios::app) << text << '\n';
   };
-  RunningHost host(folder.path(), "off");
+  RunningHost host(folder.path(), {{"START", "off"}});
   ASSERT_TRUE(host.count());
   for (int i = 0; i < 1000; ++i) host.count();
   EXPECT_TRUE(captures_in(folder.path()).empty());

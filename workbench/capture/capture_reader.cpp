@@ -360,7 +360,7 @@ void CaptureReader::parse_wearer(Cursor& cursor, CaptureRecord& record) {
                                                    : cursor.point();
 }
 
-static CapturedInit init_of(const Point3Df& bias, const int (&numbers)[5]) {
+static InitArguments init_of(const Point3Df& bias, const int (&numbers)[5]) {
   return {numbers[0], bias, numbers[1], numbers[2], numbers[3], numbers[4]};
 }
 
@@ -452,6 +452,11 @@ void CaptureReader::parse_body(Cursor& cursor, CaptureRecord& record) {
       record.call = cursor.byte();
       record.ending = cursor.byte();
       record.value = cursor.integer();
+      return;
+    case kInjection:
+      record.handle = cursor.number32();
+      record.flags = cursor.byte();
+      record.count = cursor.varint();
       return;
     case kWearer:
       parse_wearer(cursor, record);

@@ -39,15 +39,6 @@ struct CaptureHeader {
   std::string label;
 };
 
-struct CapturedInit {
-  int sample_rate = 0;
-  Point3Df gyro_bias = {0.0, 0.0, 0.0};
-  int min_motion_len = 0;
-  int history_len = 0;
-  int static_window = 0;
-  int hand_window_len = 0;
-};
-
 // Of the fields those that the tag's record has; see docs/capture-file.md.
 struct CaptureRecord {
   capture::Tag tag = capture::kNoRecord;  // of a sample always kSample
@@ -68,10 +59,10 @@ struct CaptureRecord {
   double cost_time = 0.0;
   Point3Df acc = {0.0, 0.0, 0.0};
   Point3Df gyro = {0.0, 0.0, 0.0};
-  CapturedInit init;
+  capture::InitArguments init;
   int major = 0;
   int minor = 0;
-  std::uint64_t count = 0;  // of missed calls
+  std::uint64_t count = 0;  // of missed calls, of injected samples
   std::string text;         // of a mark
 };
 

@@ -20,10 +20,10 @@ struct CapturedSample {
 struct CapturedUse {
   std::uint64_t samples = 0;
   std::uint64_t reports = 0;
-  std::optional<CapturedInit> init;  // the last one
-  std::optional<int> level;          // of sensitivity, since then
-  std::uint32_t model = 0;           // the last one; 0: not known
-  bool changes = false;              // init or model, after the first sample
+  std::optional<capture::InitArguments> init;  // the last one
+  std::optional<int> level;                    // of sensitivity, since then
+  std::uint32_t model = 0;                     // the last one; 0: not known
+  bool changes = false;                        // init or model, after the first sample
 };
 
 // Counts one record of its handle.

@@ -146,21 +146,10 @@ void CaptureWriter::put_sample(const CaptureRecord& record) {
   last_sample_ = record.handle;
 }
 
-static void put_init(const CapturedInit& init, Bytes& bytes) {
-  bytes.signed_varint(init.sample_rate);
-  for (const double value : {init.gyro_bias.x, init.gyro_bias.y, init.gyro_bias.z}) {
-    bytes.number(value);
-  }
-  bytes.signed_varint(init.min_motion_len);
-  bytes.signed_varint(init.history_len);
-  bytes.signed_varint(init.static_window);
-  bytes.signed_varint(init.hand_window_len);
-}
-
 // What is known of a handle that was there before.
 static void put_handle(const CaptureRecord& record, Bytes& bytes) {
   bytes.byte(record.flags);
-  put_init(record.init, bytes);
+  bytes.init(record.init);
   bytes.signed_varint(record.value);
   bytes.varint(record.model);
   bytes.number(record.number);
@@ -202,7 +191,7 @@ void CaptureWriter::put_body(const CaptureRecord& record, Bytes& bytes) {
       bytes.varint(record.model);
       break;
     case kInit:
-      put_init(record.init, bytes);
+      bytes.init(record.init);
       break;
     case kSetModel:
       bytes.signed_varint(record.wearer);
@@ -215,6 +204,10 @@ void CaptureWriter::put_body(const CaptureRecord& record, Bytes& bytes) {
       bytes.number(record.acc.x);
       bytes.number(record.acc.y);
       bytes.number(record.acc.z);
+      break;
+    case kInjection:
+      bytes.byte(record.flags);
+      bytes.varint(record.count);
       break;
     case kCostTime:
     case kStrength:

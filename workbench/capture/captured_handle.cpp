@@ -27,7 +27,7 @@ CapturedHandle::CapturedHandle(const Gmodel& model) : handle_(context_with(model
 CapturedHandle::CapturedHandle(const CaptureRecord& recorded,
                                const std::optional<Gmodel>& model)
     : handle_(context_with(model.value_or(Gmodel()))) {
-  const CapturedInit& init = recorded.init;
+  const InitArguments& init = recorded.init;
   if ((recorded.flags & kInitialised) != 0) {
     init_gesture_handle(handle(), init.sample_rate, init.gyro_bias, init.min_motion_len,
                         init.history_len, init.static_window, init.hand_window_len);

@@ -117,6 +117,9 @@ void Reenactment::take(const CaptureRecord& record) {
       totals_.missed += record.count;
       lose_all();
       return;
+    case kInjection:
+      if (record.flags != kInjectionBegins) totals_.injected += record.count;
+      return;
     case kEnd:
       return;
     default:
@@ -297,7 +300,7 @@ void Reenactment::adopt(const CaptureRecord& record) {
 
 void Reenactment::init(const CaptureRecord& record, RecordQueue& queue) {
   CapturedHandle* const handle = find(record.handle);
-  const CapturedInit& i = record.init;
+  const InitArguments& i = record.init;
   if (record.handle != 0 && handle == nullptr) return query(record);
   const int now = init_gesture_handle(handle == nullptr ? nullptr : handle->handle(),
                                       i.sample_rate, i.gyro_bias, i.min_motion_len,

@@ -31,6 +31,7 @@ struct ReenactmentTotals {
   std::uint64_t marks = 0;
   std::uint64_t missed = 0;  // calls that could not be recorded
   std::uint64_t gaps = 0;
+  std::uint64_t injected = 0;  // of the samples
   double seconds = 0.0;
   std::set<std::uint32_t> handles;
   std::set<std::uint32_t> threads;

@@ -87,6 +87,15 @@ static const NumberOption kNumbers[] = {
     {"replay", "--handle", whole_from(1, 1000000)},
     {"explain", "--handle", whole_from(1, 1000000)},
     {"doctor", "--handle", whole_from(1, 1000000)},
+    {"inject", "--handle", whole_from(1, 1000000)},
+    {"inject", "--host-handle", whole_from(1, 2147483647)},
+    {"inject", "--pid", whole_from(1, 2147483647)},
+    {"inject", "--gesture", whole_from(0, 4)},
+    {"inject", "--person", whole_from(0, 1000000)},
+    {"inject", "--seed", whole_from(0, 2147483647)},
+    {"inject", "--wearer", whole_from(0, 1)},
+    {"inject", "--wait", number_above(0, 3600)},
+    {"inject", "--max-size", whole_from(1, 1000000)},
     {"doctor", "--max-size", whole_from(1, 1000000)},
     {"explain", "--at", number_from(-1e9, 1e9)},
     {"explain", "--motion", whole_from(1, 1e9)},
@@ -125,6 +134,7 @@ static const std::map<std::string, Words> kPaths = {
     {"eval", {"--model", "--models", "--report", "--compare", "--background"}},
     {"doctor", {"--model", "--models", "--repair"}},
     {"import", {"--out", "--save-profile"}},
+    {"inject", {"--socket"}},
     {"preflight", {"--models"}},
 };
 
@@ -138,6 +148,7 @@ static const std::map<std::string, Words> kLeast = {
     {"eval", {"X"}},
     {"doctor", {"X"}},
     {"import", {"X", "-o", "Y"}},
+    {"inject", {"X"}},
     {"preflight", {}},
     {"log", {"X"}},
     {"selfcheck", {}},
@@ -525,7 +536,7 @@ TEST(Help, ListsTheExitStatusesOfEverySubcommand) {
   CLI::App wgr;
   add_all(wgr);
   const std::vector<const CLI::App*> all = with_all_below(wgr);
-  EXPECT_EQ(all.size(), 23u);
+  EXPECT_EQ(all.size(), 24u);
   for (const CLI::App* app : all) {
     const std::string help = app->help();
     EXPECT_TRUE(std::regex_search(help, std::regex("Exit status: 0 [^;]+;[^]*\\s2 ")))

@@ -39,6 +39,7 @@ void add_all(CLI::App& wgr) {
   add_eval(wgr);
   add_model(wgr);
   add_capture(wgr);
+  add_inject(wgr);
   add_doctor(wgr);
   add_preflight(wgr);
   add_log(wgr);

@@ -73,6 +73,7 @@ struct Content {
   std::map<std::uint32_t, CapturedUse> uses;
   std::vector<Mark> marks;
   double seconds = 0.0;
+  std::uint64_t injected = 0;  // of the samples
 };
 
 }  // namespace
@@ -85,6 +86,9 @@ static Content content_of(CaptureReader& reader) {
     const double t = static_cast<double>(record.time - start) / kSecond;
     content.seconds = std::max(content.seconds, t);
     if (record.handle != 0) count_use(record, content.uses[record.handle]);
+    if (record.tag == capture::kInjection && record.flags != capture::kInjectionBegins) {
+      content.injected += record.count;
+    }
     if (record.tag != capture::kMark) continue;
     const std::uint64_t real =
         record.real_offset == 0 ? 0 : record.time + record.real_offset;
@@ -131,6 +135,7 @@ static void print_info_json(const CaptureReader& reader, const Content& content)
                      {"seconds", content.seconds},
                      {"samples", reader.samples()},
                      {"bytes_per_sample", bytes_per_sample(reader)},
+                     {"injected", content.injected},
                      {"marks", content.marks.size()},
                      {"damaged_blocks", reader.damaged_blocks()},
                      {"torn_records", reader.torn_records()},
@@ -156,6 +161,9 @@ static void print_info_text(const CaptureReader& reader, const Content& content)
     print(stdout, "handle {:<3}{} samples{}, {} reports\n", id, with_commas(use.samples),
           use.init ? fmt::format(" at {} samples/s", use.init->sample_rate) : "",
           with_commas(use.reports));
+  }
+  if (content.injected > 0) {
+    print(stdout, "injected  {} samples\n", with_commas(content.injected));
   }
   print(stdout, "marks     {}\n", content.marks.size());
   const std::string damage = damage_text(reader);

@@ -25,5 +25,6 @@ void add_selfcheck(CLI::App& wgr);
 void add_eval(CLI::App& wgr);
 void add_model(CLI::App& wgr);
 void add_capture(CLI::App& wgr);
+void add_inject(CLI::App& wgr);
 
 }  // namespace wgr

@@ -81,6 +81,7 @@ std::string reenactment_text(const ReenactmentTotals& totals, const std::string&
                      "figures differ in the last bits, as another processor's may");
   text += count_line(totals.not_compared,
                      "answers not compared: what they rest on is not in the capture");
+  text += count_line(totals.injected, "samples were injected");
   text += count_line(totals.gaps, "gaps");
   text += count_line(totals.missed, "calls that could not be recorded");
   text +=
@@ -110,6 +111,7 @@ std::string reenactment_json(const ReenactmentTotals& totals) {
                      {"samples", totals.samples},
                      {"callbacks", totals.callbacks},
                      {"marks", totals.marks},
+                     {"injected", totals.injected},
                      {"missed", totals.missed},
                      {"gaps", totals.gaps},
                      {"seconds", totals.seconds},
