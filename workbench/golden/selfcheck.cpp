@@ -179,7 +179,7 @@ int print_self_check(const SelfCheck& check) {
     std::fprintf(out, "  first at %-15s %d\n", name_of_stage(stage),
                  check.first_at[static_cast<size_t>(stage)]);
   }
-  std::fprintf(out, "behind sin, cos and acos: values within %.2g, scores within %.2g\n",
+  std::fprintf(out, "after sin, cos and acos: values within %.2g, scores within %.2g\n",
                check.largest, check.largest_score);
   return check.differing == 0 ? 0 : 1;
 }

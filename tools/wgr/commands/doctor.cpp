@@ -37,13 +37,13 @@ out-of-order stamps, bias, noise, clipping, single values beyond what sensors me
 that stick or are missing, rates of exactly zero, gravity where the accelerometer cannot
 report rest, and motion without an end.
 
-A recording of any length is read in the same small memory: of more than an hour, or
-450,000 samples, parts are examined one by one.
+A recording of any length is read in the same small memory: one of more than an hour, or
+450,000 samples, is examined in parts.
 
-Axes are judged by the turn of gravity that the gyroscope predicts against the one that the
-accelerometer shows. So let the recording hold some turns about all axes with a moment of
-rest before and after each. What both sensors have in common cannot be seen: an axis turned
-in both, or all three of the accelerometer turned.
+Axes are tested by comparing the turn of gravity that the gyroscope predicts with the one
+that the accelerometer shows. So the recording should contain turns about all axes, with a
+moment of rest before and after each. A fault that both sensors share cannot be seen: an
+axis reversed in both, or all three axes of the accelerometer reversed.
 
 --repair writes the recording with the repairs that the findings propose: correct units and
 axes, the bias subtracted, short gaps filled in; standard error lists them.
@@ -55,7 +55,7 @@ Examples:
   wgr doctor walk.csv
   wgr doctor --model models/olvo_model_5_fb/hgr_olvo.xml walk.csv
   wgr doctor --sample-rate 50 --bias=0.4,-0.2,0.1 walk.csv     as the host passes them
-  wgr doctor --repair sound.csv walk.csv                        and what it would be then
+  wgr doctor --repair sound.csv walk.csv                        and the repaired recording
   sensor-stream | wgr doctor -
 
 Exit status: 0 nothing found; 1 findings, or the machine failed (disk, memory); 2 the

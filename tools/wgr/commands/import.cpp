@@ -33,14 +33,14 @@ static constexpr char kFooter[] =
 semicolons, tabs or blanks between the cells, decimal points or commas, with or without
 titles, with the accelerometer and the gyroscope in one table, in rows of one table whose
 sensor a column names, or in files of their own, whose clocks are then joined: give both
-files, their folder or the ZIP archive. What columns, units and clock are is guessed from
-titles and values, and reported with how sure it is and why; --profile, --columns, --units
-and --axes say it. Then the recording is examined, as wgr doctor does.
+files, their folder or the ZIP archive. Columns, units and clock are guessed from titles
+and values, and reported with how sure that is and why; --profile, --columns, --units and
+--axes override the guess. Then the recording is examined, as by wgr doctor.
 
 The library expects accelerations with gravity in them, m/s², and angular velocities, deg/s,
 in the watch's frame: on the left wrist x points to the fingers, y to the little finger's
 side, z out of the watch. Whether all accelerations have the wrong sign, as iOS has them,
-cannot be seen from the values: say --profile ios for a log without iOS's titles.
+cannot be seen from the values: give --profile ios for a log without iOS's titles.
 
 Examples:
   wgr import watch.csv -o walk.csv
@@ -94,7 +94,7 @@ static void check(const Arguments& given) {
     throw UsageError("-o FILE is required, or --dry-run; see wgr import --help");
   }
   if (given.dry && !given.out.empty()) {
-    throw UsageError("--dry-run writes nothing, so -o is of no use with it");
+    throw UsageError("--dry-run writes nothing, so -o cannot be used with it");
   }
   OutputPlan plan;
   for (const std::string& path : given.logs) {
@@ -167,7 +167,7 @@ void add_import(CLI::App& wgr) {
       ->transform(within(whole_from(1, kHighestResampled)))
       ->option_text("HZ");
   add_value(*command, "--save-profile", given->saved,
-            "Write how the log was taken, for --profile", path_value(), "FILE.json");
+            "Write how the log was read, for --profile", path_value(), "FILE.json");
   command->add_flag("--list-profiles", given->lists, "Print the named profiles");
   command->add_flag("--dry-run", given->dry, "Write no recording, only report");
   add_max_size(*command, given->limit);

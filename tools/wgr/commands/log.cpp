@@ -40,7 +40,7 @@ and most lines so far are not.
 
 Printed: each handle that was made (a host run), then the sum: samples, motions that were
 long enough to be compared, gestures by class, and why others were none:
-  rejected   strong, but like no template: class 13 in the log, 5 for the host
+  rejected   strong, but resembles no template: class 13 in the log, 5 for the host
   too weak   compared, and weaker than the sensitivity requires (or the model is empty)
 and lines that are not the library's (foreign) or damaged (torn), with their numbers.
 A sample without its second line is unanswered: the process ended in it, or two handles

@@ -33,7 +33,7 @@ seconds of everyday movement come in random order.
 With --training DIR there is one recording for each of --persons people, with index.csv
 and labels.csv beside them.
 
---from and --dead-band make recordings as faulty as those of real watches are.
+--from and --dead-band make the faults of real watches' recordings.
 
 The same arguments give the same bytes.
 
