@@ -41,7 +41,7 @@ function tile(name, figure, ...more) {
 function tiles(v) {
   const all = el('div', {class: 'tiles'});
   if (v.expected > 0) {
-    all.append(tile('Came / expected', `${v.recognised} / ${v.expected}`),
+    all.append(tile('Recognised / expected', `${v.recognised} / ${v.expected}`),
         tile('Reported, not expected', String(v.unexpected)));
   } else {
     all.append(tile('Reported', String(v.reported)));
