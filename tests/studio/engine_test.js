@@ -11,6 +11,8 @@ const path = require('node:path');
 
 const kRoot = path.join(__dirname, '../..');
 const kNear = 1e-12;  // of the larger of both, and absolutely
+// Recordings of others, where they are at hand.
+const kElsewhere = path.join(kRoot, '../shared/data');
 const kRequests = [
   {wearer: 0, mode: 1, sensitivity: 3, expect: 'demo.labels.csv'},
   {wearer: 0, mode: 1},
@@ -64,11 +66,45 @@ function compare(page, tool, where = '') {
       (sum, key) => sum + compare(page[key], tool[key], `${where}.${key}`), 0);
 }
 
-function toolExplains(folder, {expect, ...settings}) {
+function toolExplains(folder, {expect, ...settings}, recording = 'demo.csv') {
   const options = Object.entries(settings).map(([name, value]) => `--${name}=${value}`);
   if (expect) options.push('--expect', expect);
-  return execFileSync(wgr, ['explain', '--models', 'models', ...options, '--json', 'demo.csv'],
-      {cwd: folder, stdio: ['ignore', 'pipe', 'ignore'], maxBuffer: 1 << 28});
+  return JSON.parse(execFileSync(wgr,
+      ['explain', '--models', 'models', ...options, '--json', recording],
+      {cwd: folder, stdio: ['ignore', 'pipe', 'ignore'], maxBuffer: 1 << 28}));
+}
+
+function pageExplains({library, ask}, request) {
+  ask({do: 'explain', json: 'explained.json', ...request});
+  return JSON.parse(library.FS.readFile('/studio/explained.json', {encoding: 'utf8'}));
+}
+
+// Explains all files by both, and counts what was compared.
+function compareAll({library, ask}, folder, files) {
+  const counts = {recordings: 0, motions: 0, numbers: 0};
+  for (const file of files) {
+    const name = path.basename(file);
+    const bytes = fs.readFileSync(file);
+    fs.writeFileSync(path.join(folder, name), bytes);
+    library.FS.writeFile('/studio/' + name, bytes);
+    const page = pageExplains({library, ask}, {recording: name});
+    counts.numbers += compare(page, toolExplains(folder, {}, name), file);
+    counts.motions += page.motions.length;
+    counts.recordings += 1;
+    library.FS.unlink('/studio/' + name);
+    fs.unlinkSync(path.join(folder, name));
+  }
+  console.log(`        ${counts.recordings} recordings, ${counts.motions} motions, ` +
+      `${counts.numbers} numbers are the same`);
+  return counts;
+}
+
+const filesBelow = (folder, ending) => fs.readdirSync(folder, {recursive: true}).sort()
+    .filter((name) => name.endsWith(ending)).map((name) => path.join(folder, name));
+
+const skips = [];
+function skipped(why) {
+  skips.push(why);
 }
 
 const checks = {
@@ -81,13 +117,28 @@ const checks = {
   'an explanation is that of the tool'({library, ask}, folder) {
     copyInputs(library.FS, folder);
     for (const request of kRequests) {
-      ask({do: 'explain', recording: 'demo.csv', json: 'demo.json', page: 'demo.html', ...request});
-      const text = library.FS.readFile('/studio/demo.json', {encoding: 'utf8'});
-      const numbers = compare(JSON.parse(text), JSON.parse(toolExplains(folder, request)));
+      const numbers = compare(
+          pageExplains({library, ask}, {recording: 'demo.csv', page: 'demo.html', ...request}),
+          toolExplains(folder, request));
       assert.ok(numbers > 500, `${numbers} numbers`);
       const page = library.FS.readFile('/studio/demo.html', {encoding: 'utf8'});
       assert.match(page, /^<!DOCTYPE html>[^]*<\/html>\n$/);
     }
+  },
+
+  'a synthesised person is explained as the tool does'(loaded, folder) {
+    const set = path.join(folder, 'synthesised');
+    execFileSync(wgr, ['synth', '--training', set, '--person', '900', '--persons', '1'],
+        {stdio: 'ignore'});
+    const counts = compareAll(loaded, folder,
+        filesBelow(set, '.csv').filter((name) => /p900/.test(name)));
+    assert.ok(counts.motions > 10, `${counts.motions}`);
+  },
+
+  'recordings from elsewhere are explained as the tool does'(loaded, folder) {
+    if (!fs.existsSync(kElsewhere)) return skipped('../shared/data is not at hand');
+    const counts = compareAll(loaded, folder, filesBelow(kElsewhere, '.csv.gz'));
+    assert.ok(counts.motions > 100, `${counts.motions}`);
   },
 
   'what is wrong with a recording is said'({library, ask}) {
@@ -117,6 +168,7 @@ async function main() {
   } finally {
     fs.rmSync(folder, {recursive: true});
   }
+  for (const why of skips) console.log(`skipped: ${why}`);
   process.exit(failures === 0 ? 0 : 1);
 }
 main();
