@@ -10,7 +10,7 @@ const path = require('node:path');
 const zlib = require('node:zlib');
 
 const kScripts = ['store.js', 'engine.js', 'import.js', 'explain.js', 'sensors.js', 'live.js', 'tar.js',
-  'teach.js', 'main.js'];
+  'teach.js', 'about.js', 'main.js'];
 const kPanels = ['live.html', 'teach.html'];
 
 const [source, wasmScript, wasm, out] = process.argv.slice(2);

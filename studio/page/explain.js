@@ -2,6 +2,7 @@
 // whenever a switch is set.
 'use strict';
 
+const kBeforeTrying = 400;  // ms in which another switch may be set
 const kRestWindows = [5, 6, 8, 10, 12, 15, 20];  // samples
 const kExpectedHeaders = ['t_start,t_end,label', 'file,t_start,t_end,label'];
 
@@ -12,22 +13,32 @@ const isGzip = (bytes) => bytes[0] === 0x1f && bytes[1] === 0x8b;
 const kRecordingHeader = 't,ax,ay,az,gx,gy,gz';
 
 // The first line of a file, plain or gzip.
+/** @param {Bytes} bytes */
 async function firstLine(bytes) {
   let text = bytes.subarray(0, 200);
   if (isGzip(bytes)) {
     const reader = new Blob([bytes]).stream().pipeThrough(new DecompressionStream('gzip'))
         .getReader();
-    text = (await reader.read().catch(() => ({}))).value ?? text;
+    text = await reader.read().then(({value}) => value, () => undefined) ?? text;
     reader.cancel().catch(() => {});
   }
   return new TextDecoder().decode(text.subarray(0, 200)).split(/\r?\n/)[0].replace(/^\uFEFF/, '');
 }
 
+/**
+ * What is explained.
+ * @typedef {{name: string, recording: Bytes, expected?: Bytes,
+ *     model?: Bytes}} Given
+ */
+
 class Explain {
   constructor() {
     this.run = 0;      // the newest request
     this.importer = new Import();
-    this.given = null;  // {name, recording, expected?, model?}
+    /** @type {Engine | null} */
+    this.trier = null;  // what tries what would have helped, in a worker of its own
+    /** @type {Given | null} */
+    this.given = null;
     $('#rest-window').append(...kRestWindows.map((n) => el('option', {value: n}, `${n} samples`)));
     $('#demo').addEventListener('click', () => this.showDemo());
     $('#file').addEventListener('change', (event) => {
@@ -66,9 +77,12 @@ class Explain {
   }
 
   // Files of any of the three kinds; a model or a table alone goes with what is shown.
+  /** @param {File[]} files */
   async take(files) {
     showTrouble('');
+    /** @type {any} */
     const given = {...this.given, expected: undefined};
+    /** @type {Record<string, Bytes>} */
     const log = {};
     let recordings = 0;
     for (const file of files) {
@@ -102,6 +116,7 @@ class Explain {
     return this.show(given);
   }
 
+  /** @param {Given} given */
   show(given) {
     this.given = given;
     const own = $('#mode option[value=own]');
@@ -138,7 +153,7 @@ class Explain {
   // Draws at once what there is, and again with what would have helped, which is tried by
   // replaying the recording dozens of times.
   async explain() {
-    const run = ++this.run;
+    const run = this.begin();
     showTrouble('');
     $('#result').classList.add('working');
     $('#busy').textContent = 'Working …';
@@ -147,7 +162,10 @@ class Explain {
       let answered = await this.ask(run, {...request, tries: false}, files);
       if (answered && request.expect) {
         $('#busy').textContent = 'Trying what would have helped …';
-        answered = await this.ask(run, request, {});
+        await pause(kBeforeTrying);
+        if (run !== this.run) return;
+        this.trier ??= new Engine();
+        answered = await this.ask(run, request, files, this.trier);
       }
       if (answered) $('#busy').textContent = answered.answer.malformed ?? answered.notes.join('; ');
     } catch (error) {
@@ -160,9 +178,18 @@ class Explain {
     }
   }
 
+  // What was asked before is no longer wanted, and not computed to its end.
+  begin() {
+    if (this.trier?.asked.size > 0) {
+      this.trier.stop();
+      this.trier = null;
+    }
+    return ++this.run;
+  }
+
   // Asks and draws; nothing where something else was asked meanwhile.
-  async ask(run, request, files) {
-    const answered = await engine.ask(request, files, [request.page]);
+  async ask(run, request, files, asked = engine) {
+    const answered = await asked.ask(request, files, [request.page]);
     if (run !== this.run) return null;
     this.report = answered.made[request.page];
     this.draw();
@@ -181,7 +208,7 @@ class Explain {
   }
 
   close() {
-    this.run += 1;
+    this.begin();
     this.given = null;
     showTrouble('');
     $('#result').hidden = true;

@@ -5,6 +5,12 @@
 const kColumns = ['time', 'ax', 'ay', 'az', 'gx', 'gy', 'gz'];
 const kQuantities = ['time', 'acc', 'gyro'];
 
+/**
+ * A profile as wgr import saves it.
+ * @typedef {{kind: string, base?: string, axes?: string, time?: string, acc?: string,
+ *     gyro?: string, columns?: Record<string, string>}} Profile
+ */
+
 class Import {
   constructor() {
     this.run = 0;
@@ -21,6 +27,7 @@ class Import {
   }
 
   // The recording that files of a log make, once the dialog is accepted; null otherwise.
+  /** @param {Record<string, Bytes>} files  @returns {Promise<Bytes | null>} */
   async ask(files) {
     this.files = files;
     const {answer: choices} = await engine.ask({do: 'import choices'});
@@ -44,6 +51,7 @@ class Import {
 
   // What was said by hand, as wgr import keeps it.
   profile() {
+    /** @type {Profile} */
     const profile = {kind: 'wgr import profile'};
     const said = (input) => input.dataset.given !== undefined && input.value !== '';
     for (const name of ['base', 'axes', ...kQuantities]) {
@@ -94,6 +102,7 @@ class Import {
     }
   }
 
+  /** @param {Profile} profile */
   command({base, axes, columns, ...units}) {
     const list = (pairs) => Object.entries(pairs).map(([k, v]) => `${k}=${v}`).join(',');
     const {kind, ...said} = units;

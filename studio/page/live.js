@@ -30,8 +30,15 @@ class Live {
   constructor() {
     this.sensors = new Sensors((t, values) => this.sense(t, values),
         (text) => showTrouble(text));
+    /** @type {[number, number, number, number, boolean][]} */
     this.rows = [];      // the strip's: [t, ax, ay, az, moving]
+    /** @type {{count: number, first: number | null, chunk: string[]} | null} */
     this.recorded = null;  // samples, while recording
+    // Others who listen to the stream and to its motions.
+    /** @type {((row: Float64Array, moving: boolean) => void) | null} */
+    this.onrow = null;
+    /** @type {((motion: any) => void) | null} */
+    this.onmotion = null;
     this.names = new Map();
     this.latencies = [];
     $('#turn').checked = this.sensors.turned;
@@ -42,7 +49,7 @@ class Live {
     for (const id of ['live-wearer', 'live-mode', 'live-sensitivity']) {
       $('#' + id).addEventListener('change', () => this.choose());
     }
-    for (const button of document.querySelectorAll('[data-kept]')) {
+    for (const button of $$('[data-kept]')) {
       button.addEventListener('click', () => this.useKept(button.dataset.kept));
     }
     engine.onstream = (stream) => this.show(stream);
@@ -58,8 +65,10 @@ class Live {
     this.showKept();
   }
 
+  /** @returns {[{do: string, [field: string]: any}, Record<string, Bytes>]} */
   request() {
     const request = {do: 'live', rate: kStripRate, wearer: Number($('#live-wearer').value)};
+    /** @type {Record<string, Bytes>} */
     const files = {};
     if ($('#live-mode').value === 'taught') {
       request.model = 'taught.xml';
@@ -82,6 +91,7 @@ class Live {
   }
 
   // A model that was taught, and its classes' names.
+  /** @param {Bytes} model  @param {Map<number, string>} names */
   useTaught(model, names) {
     this.taught = model;
     this.names = names;
@@ -122,16 +132,18 @@ class Live {
     showTrouble('');
   }
 
+  /** @param {number} t  @param {number[]} values */
   sense(t, values) {
     if (this.settings) engine.stream(Float64Array.of(t, ...values), performance.now());
   }
 
   // What the worker made of a sample.
+  /** @param {Streamed} stream */
   show({flags, made, motion, asked}) {
     const moving = (flags & kMovingFlag) !== 0;
     for (let i = 0; i < made.length; i += 7) {
       const row = made.subarray(i, i + 7);
-      this.rows.push([...row.subarray(0, 4), moving]);
+      this.rows.push([row[0], row[1], row[2], row[3], moving]);
       this.onrow?.(row, moving);
       if (this.recorded) this.keep(row);
     }
@@ -232,6 +244,7 @@ class Live {
     $('#record').textContent = 'Stop recording';
   }
 
+  /** @param {Float64Array} row */
   keep(row) {
     const r = this.recorded;
     r.first ??= row[0];
@@ -264,6 +277,6 @@ class Live {
       return this.showKept();
     }
     showTab('explain');
-    return window.explain.show({name: 'phone.csv', recording: new TextEncoder().encode(text)});
+    return explainer.show({name: 'phone.csv', recording: new TextEncoder().encode(text)});
   }
 }

@@ -25,9 +25,10 @@ for (const [i, name] of kTabs.entries()) {
   });
 }
 
-window.explain = new Explain();
-window.live = new Live();
-window.teach = new Teach();
+const explainer = new Explain();
+const live = new Live();
+const teacher = new Teach();
+setUpAbout();
 engine.ready.then(() => {
   document.documentElement.dataset.ready = performance.now().toFixed(0);  // ms
 }, (error) => showTrouble(error.message));

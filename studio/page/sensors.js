@@ -34,8 +34,9 @@ class Sensors {
       throw new Error('This browser gives pages no motion sensors: use the one that came ' +
           'with the phone.');
     }
-    if (typeof DeviceMotionEvent.requestPermission === 'function') {
-      const answer = await DeviceMotionEvent.requestPermission().catch(() => 'denied');
+    const {requestPermission} = /** @type {any} */ (DeviceMotionEvent);  // iOS
+    if (typeof requestPermission === 'function') {
+      const answer = await requestPermission.call(DeviceMotionEvent).catch(() => 'denied');
       if (answer !== 'granted') {
         throw new Error('The browser is set not to give the motion sensors to this page. ' +
             'Allow “Motion & Orientation Access” in its settings for the page, or clear the ' +

@@ -10,8 +10,6 @@ const kBuffer = 30 * kStripRate;  // samples that are kept of the stream
 const kTaken = ['background', 'negative'];
 const kIndex = 'file,label,subject,rate_hz\n';
 
-const pause = (ms) => new Promise((done) => setTimeout(done, ms));
-
 // Samples of the stream as a recording that starts at 0.
 function csvOf(rows) {
   return kHeader + rows.map((row) =>
@@ -31,10 +29,21 @@ function sparkline(csv) {
       ...lines.map((d, k) => svg('path', {class: kAxes[k], d: 'M' + d})));
 }
 
+/**
+ * A repetition, and what was said of it; and all that is taught.
+ * @typedef {{id: number, csv: string, said: string}} Repetition
+ * @typedef {{name: string, repetitions: Repetition[]}} Gesture
+ * @typedef {{gestures: Gesture[], background: string[], newest: number}} TaughtSet
+ */
+
 class Teach {
   constructor() {
+    /** @type {TaughtSet} */
     this.set = {gestures: [], background: [], newest: 0};
+    /** @type {Float64Array[]} */
     this.stream = [];
+    /** @type {Record<string, Bytes> | null} */
+    this.made = null;
     $('#name-form').addEventListener('submit', (event) => {
       event.preventDefault();
       this.addGesture($('#name').value.trim());
@@ -97,6 +106,7 @@ class Teach {
     $('#built').hidden = !this.made;
   }
 
+  /** @param {Gesture} gesture */
   card(gesture) {
     const count = gesture.repetitions.length;
     const record = el('button', {type: 'button', class: count < kWanted ? 'primary' : ''},
@@ -113,12 +123,13 @@ class Teach {
           this.repetition(gesture, r, i))));
   }
 
+  /** @param {Gesture} gesture  @param {Repetition} repetition  @param {number} i */
   repetition(gesture, repetition, i) {
     const name = `${gesture.name} ${i + 1}`;
     const look = el('button', {type: 'button', 'aria-label': `Look at ${name}`}, 'Look');
     look.addEventListener('click', () => {
       showTab('explain');
-      window.explain.show({name: `${gesture.name}-${i + 1}.csv`,
+      explainer.show({name: `${gesture.name}-${i + 1}.csv`,
         recording: new TextEncoder().encode(repetition.csv)});
     });
     const drop = el('button', {type: 'button', 'aria-label': `Drop ${name}`}, 'Drop');
@@ -141,18 +152,18 @@ class Teach {
   async listen(what) {
     showTrouble('');
     try {
-      await window.live.listen();
+      await live.listen();
     } catch (error) {
       showTrouble(error.message);
       return false;
     }
     this.stream = [];
-    window.live.onrow = (row, moving) => {
+    live.onrow = (row, moving) => {
       this.stream.push(Float64Array.from(row));
       if (this.stream.length > kBuffer && !this.everyday) this.stream.shift();
       this.moved = moving ? performance.now() : this.moved;
     };
-    window.live.onmotion = (motion) => this.onmotion?.(motion);
+    live.onmotion = (motion) => this.onmotion?.(motion);
     this.listening = true;
     this.moved = performance.now();
     $('#prompter').hidden = false;
@@ -165,8 +176,8 @@ class Teach {
   stop() {
     this.listening = false;
     this.onmotion?.(null);
-    window.live.sensors.stop();
-    window.live.onrow = window.live.onmotion = null;
+    live.sensors.stop();
+    live.onrow = live.onmotion = null;
     $('#prompter').hidden = true;
   }
 
@@ -186,6 +197,7 @@ class Teach {
     });
   }
 
+  /** @param {Gesture} gesture */
   async record(gesture) {
     if (this.listening || !await this.listen(`${gesture.name}: make it when the word comes, ` +
         'then hold still.')) return;
@@ -217,6 +229,7 @@ class Teach {
   }
 
   // Cuts a motion out of the stream, and keeps it unless something is wrong with it.
+  /** @param {Gesture} gesture  @param {{begin: number, end: number}} motion s */
   async take(gesture, motion) {
     const rows = this.stream.filter(([t]) =>
       t >= motion.begin - kAround && t <= motion.end + kAround);
@@ -261,7 +274,9 @@ class Teach {
 
   // ---- the set as files ------------------------------------------------------------------
 
+  /** @param {string} under */
   files(under) {
+    /** @type {Record<string, string>} */
     const files = {};
     let index = kIndex;
     for (const {name, repetitions} of this.set.gestures) {
@@ -296,6 +311,7 @@ class Teach {
       const files = filesOfTar(new Uint8Array(await file.arrayBuffer()));
       const text = (name) => new TextDecoder().decode(files[name]);
       if (!files['gestures/index.csv']) throw new Error('This is no file that the studio saved.');
+      /** @type {TaughtSet} */
       const set = {gestures: [], background: [], newest: 0};
       for (const line of text('gestures/index.csv').trim().split('\n').slice(1)) {
         const [name, label] = line.split(',');
@@ -353,8 +369,8 @@ class Teach {
   }
 
   tryLive() {
-    window.live.useTaught(this.made['taught.xml'], this.names);
+    live.useTaught(this.made['taught.xml'], this.names);
     showTab('live');
-    window.live.start();
+    live.start();
   }
 }

@@ -41,7 +41,7 @@ const actions = {
     });
     writeFiles(files);
     library.FS.chdir(kFolder);
-    return ask({do: 'version'});
+    return {version: ask({do: 'version'})};
   },
   // Writes files, asks, and answers with files that were made.
   request({files, request, wanted, cleared}) {
@@ -63,8 +63,9 @@ function sense({sample, asked}) {
   postMessage({flags, made, motion, asked});
 }
 
+/** @param {{data: {id: number, action: string, [field: string]: any}}} event */
 async function handle({data: {id, action, ...rest}}) {
-  if (action === 'sense') return sense(rest);
+  if (action === 'sense') return sense(/** @type {any} */ (rest));
   notes = [];
   try {
     const result = await actions[action](rest);

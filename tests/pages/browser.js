@@ -78,6 +78,21 @@ const always = {
   },
 };
 
+// Everything that holds for every page, of the page as it stands, in every way to read it.
+async function looksRight(page) {
+  const before = page.viewportSize();
+  for (const {width, colorScheme} of kWays) {
+    await page.setViewportSize({width, height: 900});
+    await page.emulateMedia({colorScheme});
+    for (const [name, check] of Object.entries(always)) {
+      await check(page).catch((error) => {
+        throw new Error(`${width} ${colorScheme}: ${name}: ${error.message}`);
+      });
+    }
+  }
+  await page.setViewportSize(before);
+}
+
 // Opens one page in one way, and returns how many checks failed.
 async function checkPage(browser, file, checks, {width, colorScheme, hasTouch = false}) {
   const context = await browser.newContext({viewport: {width, height: 900}, colorScheme,
@@ -140,4 +155,4 @@ async function testPages(packages, make) {
   process.exit(failures === 0 ? 0 : 1);
 }
 
-module.exports = {kWays, skip, testPages};
+module.exports = {kWays, looksRight, skip, testPages};
