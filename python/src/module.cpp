@@ -25,7 +25,7 @@ void emit(const CaughtWarnings& caught) {
 TableSource::TableSource(const Table& samples)
     : data_(samples.data()), count_(static_cast<size_t>(samples.shape(0))) {
   if (samples.ndim() != 2 || samples.shape(1) != kColumns) {
-    throw std::invalid_argument("samples: a table (n, 7) is wanted");
+    throw std::invalid_argument("samples: a table (n, 7) is required");
   }
 }
 
@@ -57,7 +57,7 @@ Table array_of(const Points& points) { return owning(points, 3); }
 
 Points points_of(const Table& points) {
   if (points.ndim() != 2 || points.shape(1) != 3) {
-    throw std::invalid_argument("points: an array (n, 3) is wanted");
+    throw std::invalid_argument("points: an array (n, 3) is required");
   }
   Points all(static_cast<size_t>(points.shape(0)));
   if (!all.empty()) std::memcpy(all.data(), points.data(), all.size() * sizeof all[0]);
@@ -65,7 +65,8 @@ Points points_of(const Table& points) {
 }
 
 Point3Df point_of(const std::vector<double>& xyz) {
-  if (xyz.size() != 3) throw std::invalid_argument("three numbers, x, y, z, are wanted");
+  if (xyz.size() != 3)
+    throw std::invalid_argument("three numbers, x, y, z, are required");
   return {xyz[0], xyz[1], xyz[2]};
 }
 

@@ -196,7 +196,7 @@ def explain(
     Args:
         recording: What is explained.
         model: As for replay().
-        expect: The gestures that should have come: a table's path, or
+        expect: The expected gestures: a table's path, or
             (begin, end, label) in s.
         what_if: Whether what would have helped is tried, on recordings of any
             length; otherwise where `expect` is given, on those of 2,000,000 samples

@@ -125,7 +125,7 @@ class GestureClassifier(ClassifierMixin, _Traces):
         if len(y) != len(traces):
             raise ValueError(f"inconsistent numbers of samples: {len(traces)}, {len(y)}")
         if len(traces) == 0:
-            raise ValueError("0 samples: at least one is wanted")
+            raise ValueError("0 samples: at least one is required")
         background = np.zeros(len(y), dtype=bool)
         if self.background_label is not None:
             background = y == self.background_label
@@ -210,7 +210,7 @@ def _names(what: str, given: Any, count: int) -> list[str]:
         return []
     names = [str(name) for name in column_or_1d(given)]
     if len(names) != count:
-        raise ValueError(f"{what}: one for each of X is wanted")
+        raise ValueError(f"{what}: one for each of X is required")
     return names
 
 
@@ -272,21 +272,21 @@ class AffinityPropagation(ClusterMixin, _Traces):
             InputError: A parameter is out of its range, X is no matrix.
         """
         if not 0.5 <= self.damping < 1:
-            raise InputError("damping: 0.5 to below 1 is wanted")
+            raise InputError("damping: 0.5 to below 1 is required")
         if self.max_iter < 1 or self.convergence_iter < 1:
-            raise InputError("max_iter, convergence_iter: 1 or more is wanted")
+            raise InputError("max_iter, convergence_iter: 1 or more is required")
         if not self.preference >= 0:
-            raise InputError("preference: 0 or more is wanted")
+            raise InputError("preference: 0 or more is required")
         if self.affinity == "precomputed":
             matrix = self._validate_data(X, dtype=np.float32, order="C", copy=True)
             if matrix.shape[0] != matrix.shape[1]:
-                raise InputError(f"X: a matrix (n, n) is wanted, not {matrix.shape}")
+                raise InputError(f"X: a matrix (n, n) is required, not {matrix.shape}")
         elif self.affinity == "traces":
             matrix = similarity_matrix(
                 self._check_traces(X, reset=True), self.n_jobs, gravity=self.gravity
             )
         else:
-            raise InputError('affinity: "traces" or "precomputed" is wanted')
+            raise InputError('affinity: "traces" or "precomputed" is required')
         self.affinity_matrix_ = matrix
         n = len(matrix)
         exemplars = [0] if n == 1 else self._cluster(matrix)

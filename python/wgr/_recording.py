@@ -78,7 +78,7 @@ class Recording:
         samples = np.ascontiguousarray(samples, dtype=np.float64)
         if samples.ndim != 2 or samples.shape[1] != len(COLUMNS):
             raise InputError(
-                f"samples: an array (n, 7) is wanted, not {samples.shape}"
+                f"samples: an array (n, 7) is required, not {samples.shape}"
             )
         self.samples = samples
         self.name = name
@@ -169,7 +169,7 @@ class Recording:
         for what, array in (("acc", acc), ("gyro", gyro)):
             if array.ndim != 2 or array.shape[1] != 3:
                 raise InputError(
-                    f"{what}: an array (n, 3) is wanted, not {array.shape}"
+                    f"{what}: an array (n, 3) is required, not {array.shape}"
                 )
         if len(acc) != len(gyro):
             raise InputError(
@@ -177,12 +177,12 @@ class Recording:
             )
         if t is None:
             if rate is None:
-                raise InputError("rate: is wanted where t is not given")
+                raise InputError("rate: is required where t is not given")
             t = np.arange(len(acc)) / rate
         t = np.asarray(t, dtype=np.float64)
         if t.shape != (len(acc),):
             raise InputError(
-                f"t: an array ({len(acc)},) is wanted, not {t.shape}"
+                f"t: an array ({len(acc)},) is required, not {t.shape}"
             )
         samples = np.column_stack((t, acc, gyro))
         faulty = np.flatnonzero(~np.isfinite(samples).all(axis=1))

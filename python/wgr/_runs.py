@@ -83,7 +83,7 @@ class Events(Sequence):
 def _in_range(what: str, value: int | None, least: int, most: int) -> None:
     if value is not None and not least <= value <= most:
         raise InputError(
-            f"{what}: a whole number from {least} to {most} is wanted, not {value}"
+            f"{what}: a whole number from {least} to {most} is required, not {value}"
         )
 
 
@@ -101,7 +101,7 @@ def host_options(
     bias = gyro_bias if gyro_bias is not None else host.gyro_bias or NO_BIAS
     bias = [float(b) for b in bias]
     if len(bias) != 3 or not np.isfinite(bias).all():
-        raise InputError("gyro_bias: three finite numbers in deg/s are wanted")
+        raise InputError("gyro_bias: three finite numbers in deg/s are required")
     return _wgr.HostOptions(
         model=model.core,
         rate=rate,

@@ -31,7 +31,7 @@ def synthesise(
     rate: int = 50,
     script: str | os.PathLike[str] | None = None,
 ) -> tuple[Recording, list[Annotation]]:
-    """Makes a recording of a person who never lived, as `wgr synth` does.
+    """Makes a recording of a synthesised person, as `wgr synth` does.
 
     Args:
         person: Who; the same number is the same person.
@@ -47,14 +47,14 @@ def synthesise(
         The recording, and what is in it: (begin, end, label), s.
     """
     if style not in ("calm", "free"):
-        raise InputError(f'style: "calm" or "free" is wanted, not {style!r}')
+        raise InputError(f'style: "calm" or "free" is required, not {style!r}')
     _in_range("seed", seed, 0, 2147483647)
     _in_range("person", person, 0, 1_000_000)
     _in_range("gestures", gestures, 0, 1000)
     _in_range("wearer", wearer, 0, 1)
     _in_range("rate", rate, 10, 1000)
     if not 0 <= distractors <= 36000:
-        raise InputError("distractors: 0 to 36000 s are wanted")
+        raise InputError("distractors: 0 to 36000 s are required")
     samples, annotations = _wgr.synthesise(
         seed,
         person,
@@ -255,7 +255,7 @@ def as_trace(trace: Any, index: int) -> np.ndarray:
     array = np.ascontiguousarray(trace, dtype=np.float64)
     if array.ndim != 2 or array.shape[1] != 3:
         raise InputError(
-            f"trace {index}: an array (n, 3) is wanted, not {array.shape}"
+            f"trace {index}: an array (n, 3) is required, not {array.shape}"
         )
     if not np.isfinite(array).all():
         raise InputError(f"trace {index}: holds what is not finite: NaN or inf")
@@ -322,9 +322,9 @@ def evaluate(
             used.
     """
     if (model is None) == (leave_out is None):
-        raise InputError("evaluate: either model or leave_out is wanted")
+        raise InputError("evaluate: either model or leave_out is required")
     if leave_out is not None and leave_out not in LEAVE_OUT:
-        raise InputError(f"leave_out: one of {', '.join(LEAVE_OUT)} is wanted")
+        raise InputError(f"leave_out: one of {', '.join(LEAVE_OUT)} is required")
     _in_range("folds", folds, 2, 1000)
     if not isinstance(training_set, TrainingSet):
         training_set = segment(training_set)
@@ -359,18 +359,18 @@ def build_options_of(n_jobs: int | None = None, **given: Any) -> Any:
         if words is not None and value is not None:
             if value not in words.__members__:
                 known = ", ".join(words.__members__)
-                raise InputError(f"{name}: one of {known} is wanted")
+                raise InputError(f"{name}: one of {known} is required")
             value = words.__members__[value]
         setattr(options, name, value)
     _in_range("templates", options.templates, 1, 100)
     if not options.false_cost > 0:
-        raise InputError("false_cost: above 0 is wanted")
+        raise InputError("false_cost: above 0 is required")
     for name in ("tolerance", "share"):
         if not 0 <= getattr(options, name) <= 1:
-            raise InputError(f"{name}: 0 to 1 is wanted")
+            raise InputError(f"{name}: 0 to 1 is required")
     if options.false_positives_per_hour is not None:
         if not options.false_positives_per_hour >= 0:
-            raise InputError("false_positives_per_hour: 0 or more is wanted")
+            raise InputError("false_positives_per_hour: 0 or more is required")
         if not options.background_hours > 0:
             raise InputError("false_positives_per_hour: needs background_hours")
     options.threads = threads_of(n_jobs)
