@@ -49,9 +49,16 @@ def _draw_axes(axes: Axes, x: np.ndarray, values: np.ndarray, unit: str) -> None
             dashes,
             color=colour,
             label=name,
-            linewidth=1.0,
+            linewidth=1.3,
         )
     axes.set_ylabel(unit)
+
+
+def _add_legend(axes: Axes) -> None:
+    # Above the axes, where no line is.
+    axes.legend(
+        loc="lower right", bbox_to_anchor=(1.0, 1.0), ncols=3, frameon=False
+    )
 
 
 def draw_recording(recording: Any, events: Any) -> Figure:
@@ -70,7 +77,7 @@ def draw_recording(recording: Any, events: Any) -> Figure:
             ha="center",
             va="bottom",
         )
-    acc.legend(loc="upper right", ncols=3)
+    _add_legend(gyro)
     figure.suptitle(recording.name or "recording")
     return figure
 
@@ -84,7 +91,7 @@ def draw_motion(explanation: Any, motion: int) -> Figure:
     t = about["begin"] + np.arange(len(corrected)) / explanation.recording.rate
     if len(corrected):
         _draw_axes(moved, t, corrected, "without gravity (m/s²)")
-        moved.legend(loc="upper right", ncols=3)
+        _add_legend(moved)
     else:
         inside = explanation.recording.between(about["begin"], about["end"])
         _draw_axes(moved, inside.t, inside.acc, "acceleration (m/s²)")
