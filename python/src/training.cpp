@@ -54,7 +54,9 @@ static py::list segment(const Table& samples, int rate,
         for (const auto& [begin, end, label] : annotated) {
           annotations.push_back({"", begin, end, label});
         }
-        Segmenter segmenter(rate, shortest, gravity);
+        HostSettings host;
+        host.shortest = shortest;
+        Segmenter segmenter(rate, host, gravity);
         return segment_recording(all, annotations, segmenter);
       });
   py::list made;
@@ -307,7 +309,9 @@ static void add_options(py::module_& module) {
   py::class_<SegmentationOptions>(module, "SegmentationOptions")
       .def(py::init<>())
       .def_readwrite("rate", &SegmentationOptions::rate)
-      .def_readwrite("shortest", &SegmentationOptions::shortest)
+      .def_property(
+          "shortest", [](const SegmentationOptions& o) { return o.host.shortest; },
+          [](SegmentationOptions& o, int shortest) { o.host.shortest = shortest; })
       .def_readwrite("gravity", &SegmentationOptions::gravity)
       .def_readwrite("whole_annotations", &SegmentationOptions::whole_annotations);
   py::class_<TrainingSet, std::shared_ptr<TrainingSet>>(module, "TrainingSet")

@@ -13,7 +13,6 @@
 #include "evaluation/confidence.h"
 #include "hostrun/host_run.h"
 #include "training/model_output.h"
-#include "training/training_file.h"
 
 namespace wgr {
 
@@ -136,7 +135,10 @@ static Answers play_stream(const SegmentedRecording& recording,
   HostRunOptions options;
   options.model = std::make_shared<const Gmodel>(model);
   options.rate = provenance.rate;
-  options.shortest = provenance.shortest;
+  const HostSettings host = host_settings_of(provenance);
+  options.shortest = host.shortest;
+  options.rest_window = host.static_window;
+  options.sensitivity = host.sensitivity;
   HostRun host_run(options);
   Answers answers(recording.motions.size());
   // By the samples' order: the clock may step back.
@@ -391,48 +393,94 @@ static Gmodel build_without(const std::string& left_out, const ModelBuilder& bui
   }
 }
 
-Evaluation evaluate(const SegmentedSet& set, const EvaluationOptions& options) {
-  const Division division = divide(set, options);
-  std::optional<ModelBuilder> builder;
-  if (options.leave_out != LeaveOut::kNothing) {
-    builder.emplace(
-        parse_training_text(training_text(kept_motions(set), set.provenance.gravity)),
-        options.build.threads, false,
-        ExampleSources{set.provenance.subjects, set.provenance.sessions});
+// How many annotations a fold's model may be built from.
+static size_t repetitions_in(const Division& division, size_t fold) {
+  size_t count = 0;
+  for (const std::vector<size_t>& folds : division.repetitions) {
+    count +=
+        folds.size() - static_cast<size_t>(std::count(folds.begin(), folds.end(), fold));
   }
+  return count;
+}
 
+// The alternative that is best for what is not left out.
+static size_t choose_for_fold(const SegmentedAlternatives& sets, const Division& division,
+                              size_t fold, const EvaluationOptions& options) {
+  if (sets.count() == 1) return 0;
+  std::vector<TriedSettings> tried;
+  for (size_t i = 0; i < sets.count(); ++i) {
+    BuildOptions build = options.build;
+    build.background_hours = hours_in(sets.set(i), division, fold);
+    tried.push_back(sets.try_one(i, taken_in(sets.set(i), division, fold),
+                                 repetitions_in(division, fold), build));
+  }
+  return choose_settings(tried);
+}
+
+// Builds the model of a fold into the classifier, and notes what it was built from.
+static void build_fold(const SegmentedSet& set, const ModelBuilder& builder,
+                       const Division& division, size_t f,
+                       const EvaluationOptions& options, HGR& classifier, Fold& fold,
+                       Evaluation& result) {
+  BuildOptions build = options.build;
+  build.background_hours = hours_in(set, division, f);
+  BuildReport report;
+  const std::vector<bool> taken = taken_in(set, division, f);
+  *classifier.model =
+      as_read_back(build_without(fold.left_out, builder, taken, build, report));
+  count_unjudged(set, division, f, report, result);
+  const Tally baseline = builder.baseline_1nn(taken);
+  result.baseline.examples += baseline.examples;
+  result.baseline.right += baseline.right;
+  fold.examples = report.examples();
+  fold.templates = report.templates();
+}
+
+static void finish(Evaluation& result) {
+  result.background_hours /= kSecondsPerHour;
+  std::sort(result.latencies.begin(), result.latencies.end());
+}
+
+Evaluation evaluate(const SegmentedAlternatives& sets, const EvaluationOptions& options) {
+  const Division division = divide(sets.set(0), options);
+  const size_t recordings = sets.set(0).recordings.size();
   Evaluation result;
-  Progress progress(fmt::format("playing {} recordings", set.recordings.size()),
-                    set.recordings.size());
+  Progress progress(fmt::format("playing {} recordings", recordings), recordings);
   for (size_t f = 0; f < division.names.size(); ++f) {
+    const size_t chosen = choose_for_fold(sets, division, f, options);
+    const SegmentedSet& set = sets.set(chosen);
     Fold fold;
     fold.left_out = division.names[f];
+    fold.host = host_settings_of(set.provenance);
     HGR classifier(0);
-    if (builder) {
-      BuildOptions build = options.build;
-      build.background_hours = hours_in(set, division, f);
-      BuildReport report;
-      const std::vector<bool> taken = taken_in(set, division, f);
-      *classifier.model =
-          as_read_back(build_without(fold.left_out, *builder, taken, build, report));
-      count_unjudged(set, division, f, report, result);
-      const Tally baseline = builder->baseline_1nn(taken);
-      result.baseline.examples += baseline.examples;
-      result.baseline.right += baseline.right;
-      fold.examples = report.examples();
-      fold.templates = report.templates();
-    }
-    if (!builder) {
-      *classifier.model = options.model;
-      fold.templates = classifier.model->templates.size();
-    }
+    build_fold(set, sets.builder(chosen), division, f, options, classifier, fold, result);
     result.models.push_back(*classifier.model);
     play(set, division, f, classifier, fold, result, progress);
     result.folds.push_back(fold);
   }
-  if (builder) result.curve = learning_curve(*builder);
-  result.background_hours /= kSecondsPerHour;
-  std::sort(result.latencies.begin(), result.latencies.end());
+  result.curve = learning_curve(sets.builder(0));
+  finish(result);
+  return result;
+}
+
+Evaluation evaluate(const SegmentedSet& set, const EvaluationOptions& options) {
+  if (options.leave_out != LeaveOut::kNothing) {
+    return evaluate(SegmentedAlternatives({set}, options.build.threads), options);
+  }
+  const Division division = divide(set, options);
+  Evaluation result;
+  Progress progress(fmt::format("playing {} recordings", set.recordings.size()),
+                    set.recordings.size());
+  Fold fold;
+  fold.left_out = division.names[0];
+  fold.host = host_settings_of(set.provenance);
+  HGR classifier(0);
+  *classifier.model = options.model;
+  fold.templates = classifier.model->templates.size();
+  result.models.push_back(*classifier.model);
+  play(set, division, 0, classifier, fold, result, progress);
+  result.folds.push_back(fold);
+  finish(result);
   return result;
 }
 

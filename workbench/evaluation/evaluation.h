@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "evaluation/learning_curve.h"
+#include "evaluation/settings_choice.h"
 #include "segmentation/segmented_set.h"
 #include "training/model_builder.h"
 
@@ -32,6 +33,7 @@ struct Fold {
   std::string left_out;
   size_t examples = 0;  // of gestures, that the model was built from
   size_t templates = 0;
+  HostSettings host;       // that its examples were segmented with
   size_t repetitions = 0;  // that were played to it
   size_t right = 0;
 };
@@ -84,5 +86,9 @@ struct Evaluation {
 
 // Throws UsageError for recordings that cannot be divided as asked.
 Evaluation evaluate(const SegmentedSet& set, const EvaluationOptions& options);
+
+// The same with one set segmented with different settings, and something left out: each
+// fold's are chosen by what is not left out. What was played is of the fold's own set.
+Evaluation evaluate(const SegmentedAlternatives& sets, const EvaluationOptions& options);
 
 }  // namespace wgr

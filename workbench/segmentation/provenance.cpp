@@ -33,6 +33,46 @@ std::string class_name(int label, const Provenance& provenance) {
   return "";
 }
 
+HostSettings host_settings_of(const Provenance& p) {
+  HostSettings host;
+  if (p.static_window > 0) host.static_window = p.static_window;
+  if (p.sensitivity) {
+    host.sensitivity = p.sensitivity;
+  } else if (p.shortest > 0) {
+    host.shortest = p.shortest;
+  }
+  return host;
+}
+
+bool operator==(const HostSettings& a, const HostSettings& b) {
+  return a.shortest == b.shortest && a.static_window == b.static_window &&
+         a.sensitivity == b.sensitivity;
+}
+
+static constexpr int kHandWindow = 50;  // samples of get_wearer_type(): one second
+
+std::string calls_of(const HostSettings& host, int rate, const std::string& indent) {
+  std::string text = fmt::format(
+      "{}init_gesture_handle(h, {}, gyro_bias, {}, -1, {}, {});\n{}set_gesture_model(h, "
+      "wearer, mode);\n",
+      indent, rate, host.shortest, host.static_window, kHandWindow, indent);
+  if (host.sensitivity) {
+    text +=
+        fmt::format("{}set_gesture_rec_sensitivity(h, {});\n", indent, *host.sensitivity);
+  }
+  return text;
+}
+
+std::string settings_text(const HostSettings& host) {
+  const std::string window = host.static_window < 1
+                                 ? "the usual rest window"
+                                 : fmt::format("a rest window of {}", host.static_window);
+  if (host.sensitivity)
+    return fmt::format("{}, sensitivity {}", window, *host.sensitivity);
+  if (host.shortest < 1) return window;
+  return fmt::format("{}, motions of {} and more", window, host.shortest);
+}
+
 Json to_json(const Provenance& p) {
   Json json;
   json["samples_per_second"] = p.rate;
@@ -41,6 +81,7 @@ Json to_json(const Provenance& p) {
   json["engine"] = {{"shortest_motion", p.shortest},
                     {"static_window", p.static_window},
                     {"strength_threshold", p.strength_threshold}};
+  if (p.sensitivity) json["engine"]["sensitivity"] = *p.sensitivity;
   json["background_seconds"] = p.background_seconds;
   json["classes"] = p.classes;
   json["verdicts"] = p.verdicts;
@@ -69,7 +110,9 @@ JsonField description_fields(bool of_file) {
       object_field("engine",
                    {number_field("shortest_motion", whole_from(0, kMostSamples)),
                     number_field("static_window", whole_from(0, kMostSamples)),
-                    number_field("strength_threshold", number_from(0, kStrongest))}),
+                    number_field("strength_threshold", number_from(0, kStrongest)),
+                    optional(number_field("sensitivity",
+                                          whole_from(-kMostSamples, kMostSamples)))}),
       number_field("background_seconds", number_from(0, kMostSeconds)),
       map_field("classes", number_field("class", whole_from(0, kHighestLabel))),
       map_field("verdicts", number_field("verdict", whole_from(0, kMostMotions))),
@@ -111,6 +154,7 @@ Provenance provenance_from(const Json& json, const std::string& path,
   p.shortest = engine.at("shortest_motion");
   p.static_window = engine.at("static_window");
   p.strength_threshold = engine.at("strength_threshold");
+  if (engine.contains("sensitivity")) p.sensitivity = engine.at("sensitivity").get<int>();
   p.background_seconds = json.at("background_seconds");
   json.at("classes").get_to(p.classes);
   json.at("verdicts").get_to(p.verdicts);

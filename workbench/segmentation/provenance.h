@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "json/fields.h"
+#include "segmentation/host_settings.h"
 
 namespace wgr {
 
@@ -23,6 +24,7 @@ struct Provenance {
   int shortest = 0;                        // motion that was kept, samples; 0: not known
   int static_window = 0;                   // samples of the rest test; 0: not known
   double strength_threshold = 0.0;         // m/s²
+  std::optional<int> sensitivity;          // level that gave both; none: not called
   double background_seconds = 0.0;         // that the background samples come from
   std::map<std::string, int> classes;      // words to labels
   std::map<std::string, size_t> verdicts;  // motions
@@ -30,6 +32,10 @@ struct Provenance {
   std::vector<std::string> subjects;  // whose each sample is; empty: not known
   std::vector<std::string> sessions;  // when it was recorded, likewise
 };
+
+// What a host must set for what was segmented so; as the library chooses where it is not
+// known.
+HostSettings host_settings_of(const Provenance& provenance);
 
 // The word for a label; empty when it has none but its number.
 std::string class_name(int label, const Provenance& provenance);

@@ -294,7 +294,8 @@ static void segment_one(const Classes& classes, bool whole_annotations,
   }
 }
 
-static void note_segments(const AgGes& engine, SegmentedSet& segmented) {
+static void note_segments(const AgGes& engine, const SegmentationOptions& options,
+                          SegmentedSet& segmented) {
   Provenance& p = segmented.provenance;
   for (const SegmentedRecording& recording : segmented.recordings) {
     p.background_seconds += recording.background_seconds;
@@ -309,6 +310,7 @@ static void note_segments(const AgGes& engine, SegmentedSet& segmented) {
   p.shortest = engine.min_motion_len;
   p.static_window = engine.static_window;
   p.strength_threshold = engine.strength_threshold;
+  p.sensitivity = options.host.sensitivity;
   p.subjects = of_kept(segmented, &SetEntry::subject);
   p.sessions = of_kept(segmented, &SetEntry::session);
 }
@@ -354,7 +356,7 @@ SegmentedSet segment_set(const std::vector<SetEntry>& set,
   segmented.provenance.rate = rate;
   segmented.provenance.gravity = options.gravity && options.attitude;
 
-  Segmenter segmenter(rate, options.shortest, segmented.provenance.gravity);
+  Segmenter segmenter(rate, options.host, segmented.provenance.gravity);
   Repetitions repetitions;
   for (size_t i = 0; i < segmented.recordings.size(); ++i) {
     SegmentedRecording& recording = segmented.recordings[i];
@@ -366,7 +368,7 @@ SegmentedSet segment_set(const std::vector<SetEntry>& set,
                 recording, repetitions);
   }
   check_gravity(segmented, options.gravity);
-  note_segments(segmenter.engine(), segmented);
+  note_segments(segmenter.engine(), options, segmented);
   segmented.notes = text_of(notes, rate) + text_of(repetitions, options);
   return segmented;
 }

@@ -15,9 +15,9 @@ namespace wgr {
 
 struct SegmentationOptions {
   std::optional<int> rate;  // samples per second; otherwise that of most recordings
-  int shortest = -1;        // motion that is kept, samples; below 1: half a second
-  bool gravity = true;      // whether the data has gravity in it
-  bool attitude = true;     // whether gravity's direction is to count
+  HostSettings host;
+  bool gravity = true;             // whether the data has gravity in it
+  bool attitude = true;            // whether gravity's direction is to count
   bool whole_annotations = false;  // annotated intervals are motions as they are
   ReadingLimit limit;              // of all recordings together
 };

@@ -11,16 +11,19 @@ static constexpr double kInsideShare =
 
 // An engine that segments and measures as with a model of ours. Without templates, every
 // motion that would be compared with some ends as Ending::kNoTemplates.
-static std::unique_ptr<AgGes> make_engine(int rate, int shortest, bool gravity) {
+static std::unique_ptr<AgGes> make_engine(int rate, const HostSettings& host,
+                                          bool gravity) {
   auto classifier = std::make_unique<HGR>(1);
   classifier->model->havegravity = gravity ? 1 : 0;
-  return std::make_unique<AgGes>(std::move(classifier), kAccAndGyro, rate,
-                                 Point3Df{0.0, 0.0, 0.0}, shortest, kOwnDefault,
-                                 kOwnDefault, kStrengthThreshold);
+  auto engine = std::make_unique<AgGes>(
+      std::move(classifier), kAccAndGyro, rate, Point3Df{0.0, 0.0, 0.0}, host.shortest,
+      kOwnDefault, host.static_window, kStrengthThreshold);
+  if (host.sensitivity) engine->set_sensitivity(*host.sensitivity);
+  return engine;
 }
 
-Segmenter::Segmenter(int rate, int shortest, bool gravity)
-    : engine_(make_engine(rate, shortest, gravity)) {}
+Segmenter::Segmenter(int rate, const HostSettings& host, bool gravity)
+    : engine_(make_engine(rate, host, gravity)) {}
 Segmenter::~Segmenter() = default;
 
 void Segmenter::clear_histories() {

@@ -15,6 +15,7 @@
 #include "engine/agGes.h"
 #include "recording/recording.h"
 #include "segmentation/annotations.h"
+#include "segmentation/host_settings.h"
 
 namespace wgr {
 
@@ -54,10 +55,8 @@ struct Motion {
 
 class Segmenter {
  public:
-  // `shortest`: motion that is kept, samples; below 1 means the engine's own choice.
-  // `gravity`: whether the data has gravity in it. Throws std::runtime_error when no
-  // temporary file can be written.
-  explicit Segmenter(int rate, int shortest = -1, bool gravity = true);
+  // `gravity`: whether the data has gravity in it.
+  explicit Segmenter(int rate, const HostSettings& host = {}, bool gravity = true);
   ~Segmenter();
 
   // Forgets what it has seen: the next sample starts another recording.

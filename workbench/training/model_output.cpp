@@ -138,6 +138,12 @@ static std::string false_positives_text(const BuildReport& report,
       options.background_hours, report.background_accepted);
 }
 
+static std::string host_text(const Provenance& provenance) {
+  if (provenance.rate == 0 || provenance.static_window == 0) return "";
+  return "the host must set what the examples were segmented with:\n" +
+         calls_of(host_settings_of(provenance), provenance.rate, "  ");
+}
+
 std::string report_text(const BuildReport& report, const BuildOptions& options,
                         const Provenance& provenance) {
   const std::string left_out = left_out_text(report.judged_by);
@@ -155,7 +161,7 @@ std::string report_text(const BuildReport& report, const BuildOptions& options,
   for (const std::string& caveat : background_caveats(report, options)) {
     text += caveat + "\n";
   }
-  return text;
+  return text + host_text(provenance);
 }
 
 // Six digits, so that machines whose last digits differ write the same.

@@ -77,6 +77,53 @@ TEST_F(PreflightCommand, ModelsCanBeCheckedBeforeTheyAreInstalled) {
   EXPECT_EQ(run_wgr("preflight --models /nowhere").status, 2);
 }
 
+// The manifest beside a model is held against what the host sets.
+TEST_F(PreflightCommand, SettingsThatAModelWasNotBuiltForAreFaults) {
+  const TempDirectory directory;
+  const std::string models = directory.file("models");
+  const std::string set = directory.file("set");
+  std::filesystem::copy(kShipped, models, std::filesystem::copy_options::recursive);
+  ASSERT_EQ(run_wgr("synth --training " + set + " --persons 2 --gestures 2").status, 0);
+  const std::string model = model_file(models, kDefaultWearer, kDefaultMode);
+  const Outcome built =
+      run_wgr("build " + set + " --static-window 7 --sensitivity -20 -o " + model);
+  ASSERT_EQ(built.status, 0) << built.err;
+  EXPECT_THAT(built.err,
+              HasSubstr("  init_gesture_handle(h, 50, gyro_bias, -1, -1, 7, 50);\n"
+                        "  set_gesture_model(h, wearer, mode);\n"
+                        "  set_gesture_rec_sensitivity(h, -20);\n"));
+
+  Outcome outcome = run_wgr("preflight --models " + models);
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.out,
+              HasSubstr("was built for a rest window of 7, not 10, motions of "
+                        "20 samples and more, not 25"));
+  outcome =
+      run_wgr("preflight --static-window 7 --sensitivity -20 --sample-rate 50 --models " +
+              models);
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.out, Not(HasSubstr("was built for")));
+  outcome = run_wgr(
+      "preflight --static-window 7 --sensitivity -20 --sample-rate 100 --models " +
+      models);
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.out, HasSubstr("was built for 50 samples/s, not 100"));
+  EXPECT_EQ(run_wgr("preflight --min-length 30 --models " + models).status, 1);
+
+  // The same of a replay, and of an evaluation, which take the settings themselves.
+  const std::string of_model = " --model " + model + " " + set + "/p001_free.csv";
+  EXPECT_THAT(
+      run_wgr("replay" + of_model).err,
+      HasSubstr("with the settings that the model was built for: a rest window of 7, "
+                "sensitivity -20"));
+  EXPECT_THAT(run_wgr("replay --static-window 9" + of_model).err,
+              HasSubstr("its figures hold for these alone"));
+  EXPECT_THAT(run_wgr("replay --sample-rate 100" + of_model).err,
+              HasSubstr("was built for 50 samples/s, not 100"));
+  const Outcome evaluated = run_wgr("eval " + set + " --json --model " + model);
+  EXPECT_THAT(evaluated.out, HasSubstr("\"sensitivity\": -20"));
+}
+
 TEST_F(PreflightCommand, ArgumentsThatItDoesNotKnowAreRefused) {
   EXPECT_EQ(run_wgr("preflight now").status, 2);
 }

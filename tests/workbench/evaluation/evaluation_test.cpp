@@ -232,3 +232,82 @@ TEST_F(DividedSet, NameWhatWasLeftOutWhereNothingIsLeft) {
   EXPECT_THAT([&] { evaluated_without(LeaveOut::kSubject); },
               ThrowsMessage<UsageError>(HasSubstr("--leave-out: with bob left out, ")));
 }
+
+// ---- settings of the host -----------------------------------------------------------
+
+TEST(SettingsToTry, AreTheGivenOnesAndOthersOfWhatWasNotGiven) {
+  const std::vector<HostSettings> all = settings_to_try({}, 50);
+  ASSERT_THAT(all, SizeIs(16));
+  EXPECT_EQ(all[0], HostSettings());
+  EXPECT_EQ(all[1], (HostSettings{-1, -1, 1}));
+  EXPECT_EQ(all[2], (HostSettings{-1, -1, -15}));  // 0.3 s
+  EXPECT_EQ(all[8], (HostSettings{-1, 6, std::nullopt}));
+  for (const HostSettings& host : settings_to_try({12, -1, std::nullopt}, 50)) {
+    EXPECT_EQ(host.shortest, 12);
+    EXPECT_EQ(host.sensitivity, std::nullopt);
+  }
+  ASSERT_THAT(settings_to_try({-1, 7, 2}, 50), SizeIs(1));
+}
+
+TEST(ChooseSettings, TakesTheMostGainAndOfEqualOnesTheFirst) {
+  std::vector<TriedSettings> tried(4);
+  tried[1].gain = tried[2].gain = 2.0;
+  EXPECT_EQ(choose_settings(tried), 1u);
+  tried[3].gain = 2.5;
+  EXPECT_EQ(choose_settings(tried), 3u);
+}
+
+// Gestures of 20 samples, which half a second keeps out and 0.2 s does not.
+class ShortGestures : public EvaluatedSet {
+ protected:
+  void SetUp() override {
+    Stream stream = rest(50);
+    std::string labels = "file,t_start,t_end,label\n";
+    for (int i = 0; i < 8; ++i) {
+      labels += fmt::format("a.csv,{:.2f},{:.2f},3\n", 0.9 + 1.4 * i, 1.48 + 1.4 * i);
+      stream = stream + gesture(10, 6.0) + rest(50);
+    }
+    record("a.csv", stream);
+    write("labels.csv", labels);
+  }
+
+  SegmentedSet segmented(const HostSettings& host) {
+    const Capture hushed;
+    SegmentationOptions options;
+    options.host = host;
+    return segment_set(read_recording_set(folder_.path()), {}, options);
+  }
+};
+
+TEST_F(ShortGestures, AreEvaluatedWithTheSettingsThatKeepThem) {
+  EvaluationOptions options;
+  options.leave_out = LeaveOut::kRepetition;
+  options.folds = 2;
+  const HostSettings shorter = {-1, -1, -10};
+  const SegmentedAlternatives both({segmented({}), segmented(shorter)}, 1);
+  const Evaluation result = evaluate(both, options);
+  EXPECT_EQ(result.repetitions, 8u);
+  EXPECT_EQ(result.right, 8u);
+  ASSERT_THAT(result.folds, SizeIs(2));
+  for (const Fold& fold : result.folds) EXPECT_EQ(fold.host.sensitivity, -10);
+
+  std::vector<TriedSettings> tried;
+  EXPECT_EQ(choose_alternative(both, options.build, tried), 1u);
+  EXPECT_EQ(tried[0].accepted, 0u);
+  EXPECT_EQ(tried[1].kept, 8u);
+  EXPECT_TRUE(tried[1].chosen);
+}
+
+TEST_F(ShortGestures, CallTheLibraryAsTheyWereSegmented) {
+  const Provenance p = segmented({-1, 6, -10}).provenance;
+  EXPECT_EQ(p.shortest, 10);
+  EXPECT_EQ(p.static_window, 6);
+  EXPECT_DOUBLE_EQ(p.strength_threshold, 10.0 / 50 * 6.0);
+  EXPECT_EQ(host_settings_of(p), (HostSettings{-1, 6, -10}));
+  EXPECT_EQ(host_settings_of(provenance_from(to_json(p), "p")),
+            (HostSettings{-1, 6, -10}));
+  EXPECT_EQ(calls_of(host_settings_of(p), 50, ""),
+            "init_gesture_handle(h, 50, gyro_bias, -1, -1, 6, 50);\n"
+            "set_gesture_model(h, wearer, mode);\n"
+            "set_gesture_rec_sensitivity(h, -10);\n");
+}

@@ -133,7 +133,7 @@ TEST(Segmenter, AMotionThatIsAllPaddingIsTooShort) {
     stream[i].acc.y += 1.4;
     stream[i].gyro.x += 30.0;
   }
-  Segmenter segmenter(50, 2);
+  Segmenter segmenter(50, HostSettings{2, -1, std::nullopt});
   const std::vector<Motion> motions = segment_recording(recorded(stream), {}, segmenter);
   ASSERT_THAT(motions, SizeIs(1));
   EXPECT_EQ(motions[0].verdict, Verdict::kTooShort);

@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <memory>
 
+#include "arguments/segmentation_arguments.h"
+#include "arguments/settings_check.h"
 #include "arguments/values.h"
 #include "base/errors.h"
 #include "base/text.h"
@@ -11,12 +13,11 @@
 #include "hostrun/fixed_paths.h"
 #include "recording/clock.h"
 #include "training/model_findings.h"
+#include "training/model_output.h"
 
 namespace wgr {
 
 static constexpr NumberRange kBiases = number_from(-10000, 10000);  // deg/s
-static constexpr double kLongestMotion = 1e6;                       // samples
-static constexpr int kStrictest = 3;
 static constexpr double kMostHandle = 1000000;  // a number of a capture's handle
 
 void add_handle_option(CLI::App& command, std::optional<unsigned>& handle) {
@@ -54,11 +55,8 @@ void add_host_run_arguments(CLI::App& command, HostRunArguments& given) {
   command.add_option("--bias", given.bias, "Gyroscope bias X,Y,Z in deg/s")
       ->transform(gyro_bias())
       ->option_text("X,Y,Z");
-  command
-      .add_option("--sensitivity", given.host_run.sensitivity,
-                  "1 permissive to 3 strict, -N for motions of N samples and more")
-      ->transform(within(whole_from(-kLongestMotion, kStrictest)))
-      ->option_text("LEVEL");
+  HostRunOptions& host = given.host_run;
+  add_host_settings(command, host.shortest, host.rest_window, host.sensitivity);
   add_handle_option(command, given.handle);
 }
 
@@ -70,6 +68,12 @@ std::vector<std::string> host_run_words(const HostRunArguments& given) {
   if (!given.bias.empty()) words.push_back("--bias=" + given.bias);
   if (given.host_run.sensitivity) {
     words.push_back(fmt::format("--sensitivity={}", *given.host_run.sensitivity));
+  }
+  if (given.host_run.shortest > 0) {
+    words.push_back(fmt::format("--min-length={}", given.host_run.shortest));
+  }
+  if (given.host_run.rest_window > 0) {
+    words.push_back(fmt::format("--static-window={}", given.host_run.rest_window));
   }
   if (given.handle) words.push_back("--handle=" + std::to_string(*given.handle));
   return words;
@@ -92,17 +96,32 @@ static bool take_captured(HostRunArguments& given) {
   if (captured.gyro_bias && given.bias.empty()) {
     given.host_run.gyro_bias = *captured.gyro_bias;
   }
-  given.host_run.shortest = captured.shortest;
+  if (given.host_run.shortest < 1) given.host_run.shortest = captured.shortest;
   if (!given.host_run.sensitivity) given.host_run.sensitivity = captured.level;
   if (names_model(given.model) || !captured.model) return false;
   given.host_run.model = captured.model;
   return true;
 }
 
+// The settings and the rate of the model's manifest, if it has one.
+static void take_manifest(HostRunArguments& given) {
+  const std::string path = path_of(given.model);
+  const std::optional<Provenance> built_from = provenance_of(path);
+  if (!built_from) return;
+  HostRunOptions& host = given.host_run;
+  HostSettings settings = {host.shortest, host.rest_window, host.sensitivity};
+  take_settings(*built_from, path, settings);
+  host.shortest = settings.shortest;
+  host.rest_window = settings.static_window;
+  host.sensitivity = settings.sensitivity;
+  given.built_from = built_from;
+}
+
 void take_model(HostRunArguments& given) {
   if (take_captured(given)) return;
   given.host_run.wearer = given.model.wearer;
   given.host_run.mode = given.model.mode;
+  if (names_model(given.model)) take_manifest(given);
   if (names_model(given.model)) {
     const std::string path = path_of(given.model);
     given.host_run.model = std::make_shared<const Gmodel>(read_useful_model(path));
@@ -111,7 +130,7 @@ void take_model(HostRunArguments& given) {
   }
 }
 
-int choose_rate(const HostRunArguments& given, RecordingReader& reader) {
+static int rate_for(const HostRunArguments& given, RecordingReader& reader) {
   if (given.rate) return *given.rate;
   if (given.recording == kStandardInput) {
     warn("taking {} samples/s for the live stream; --sample-rate HZ says otherwise",
@@ -128,6 +147,12 @@ int choose_rate(const HostRunArguments& given, RecordingReader& reader) {
   }
   warn("{}: {} samples/s by the time stamps", given.recording, *rate);
   return *rate;
+}
+
+int choose_rate(const HostRunArguments& given, RecordingReader& reader) {
+  const int rate = rate_for(given, reader);
+  if (given.built_from) warn_of_rate(*given.built_from, path_of(given.model), rate);
+  return rate;
 }
 
 void warn_of_absent_axes(const HostRunArguments& given, const RecordingReader& reader) {

@@ -10,6 +10,7 @@
 #include "hostrun/host_run.h"
 #include "output/output_plan.h"
 #include "recording/recording.h"
+#include "segmentation/provenance.h"
 
 namespace wgr {
 
@@ -22,13 +23,15 @@ struct HostRunArguments {
   std::optional<int> rate;
   std::optional<unsigned> handle;  // of a capture
   HostRunOptions host_run;
+  std::optional<Provenance> built_from;  // of the model, after take_model()
 };
 
 // What --bias takes, and its value, X,Y,Z in deg/s.
 CLI::Validator gyro_bias();
 Point3Df parse_bias(const std::string& text);
 
-// Adds RECORDING, the options of the model, --sample-rate, --bias and --sensitivity.
+// Adds RECORDING, the options of the model, --sample-rate, --bias and the host's
+// settings.
 void add_host_run_arguments(CLI::App& command, HostRunArguments& given);
 
 // The words of the command line that mean `given`, without --models and RECORDING.

@@ -1,9 +1,38 @@
 #include "arguments/segmentation_arguments.h"
 
+#include <set>
+
 #include "arguments/reading_limit.h"
 #include "arguments/values.h"
+#include "base/sha256.h"
+#include "evaluation/settings_choice.h"
+#include "training/training_file.h"
 
 namespace wgr {
+
+static constexpr double kLongestMotion = 1e6;  // samples
+static constexpr int kStrictest = 3;
+
+void add_host_settings(CLI::App& command, int& shortest, int& static_window,
+                       std::optional<int>& sensitivity) {
+  CLI::Option* const length =
+      command
+          .add_option("--min-length", shortest,
+                      "Shortest motion, in samples; otherwise half a second")
+          ->transform(within(whole_from(2, 10000)))
+          ->option_text("N");
+  command
+      .add_option("--static-window", static_window,
+                  "Samples of the rest test; otherwise a fifth of a\nsecond")
+      ->transform(within(whole_from(2, 10000)))
+      ->option_text("N");
+  command
+      .add_option("--sensitivity", sensitivity,
+                  "1 permissive to 3 strict, -N for motions of N samples and more")
+      ->transform(within(whole_from(-kLongestMotion, kStrictest)))
+      ->option_text("LEVEL")
+      ->excludes(length);
+}
 
 void add_segmentation_arguments(CLI::App& command, SegmentationArguments& given) {
   command
@@ -17,11 +46,8 @@ void add_segmentation_arguments(CLI::App& command, SegmentationArguments& given)
                   "Samples per second of the model; otherwise that of\nmost recordings")
       ->transform(within(whole_from(10, 1000)))
       ->option_text("HZ");
-  command
-      .add_option("--min-length", given.options.shortest,
-                  "Shortest motion, in samples; otherwise half a second")
-      ->transform(within(whole_from(2, 10000)))
-      ->option_text("N");
+  HostSettings& host = given.options.host;
+  add_host_settings(command, host.shortest, host.static_window, host.sensitivity);
   command.add_flag(
       "--use-annotations", given.options.whole_annotations,
       "Use annotated intervals whole, not the motions\nbetween rests in them");
@@ -40,6 +66,34 @@ void add_inputs(OutputPlan& plan, const std::string& folder,
     plan.reads("--background", path);
     plan.reads_folder("--background", path, is_recording);
   }
+}
+
+void add_choose_settings(CLI::App& command, SegmentationArguments& given) {
+  command.add_flag(
+      "--choose-settings", given.choose_settings,
+      "Try other rest windows and sensitivities, and take the\nbest: the host "
+      "must set them as well");
+}
+
+static std::string text_of_examples(const SegmentedSet& set) {
+  return sha256(training_text(kept_motions(set), set.provenance.gravity));
+}
+
+std::vector<SegmentedSet> alternatives_given(const std::string& folder,
+                                             const SegmentationArguments& given) {
+  std::vector<SegmentedSet> sets = {segment_given(folder, given)};
+  if (!given.choose_settings) return sets;
+  std::set<std::string> texts = {text_of_examples(sets.front())};
+  for (const HostSettings& host :
+       settings_to_try(given.options.host, sets.front().provenance.rate)) {
+    if (host == given.options.host) continue;
+    SegmentationArguments other = given;
+    other.options.host = host;
+    SegmentedSet set = segment_given(folder, other);
+    // Of pre-segmented recordings many settings make the same.
+    if (texts.insert(text_of_examples(set)).second) sets.push_back(std::move(set));
+  }
+  return sets;
 }
 
 SegmentedSet segment_given(const std::string& folder, const SegmentationArguments& given,

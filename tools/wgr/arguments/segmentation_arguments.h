@@ -15,15 +15,28 @@ struct SegmentationArguments {
   std::vector<std::string> background;  // folders or recordings
   bool no_gravity = false;
   bool no_attitude = false;
+  bool choose_settings = false;
 };
 
-// Adds --background, --sample-rate, --min-length, --use-annotations, --no-gravity,
+// Adds --min-length, --static-window and --sensitivity, of which the first and the last
+// both say how short a motion may be, and exclude each other.
+void add_host_settings(CLI::App& command, int& shortest, int& static_window,
+                       std::optional<int>& sensitivity);
+
+// Adds these and --background, --sample-rate, --use-annotations, --no-gravity,
 // --no-attitude and --max-size.
 void add_segmentation_arguments(CLI::App& command, SegmentationArguments& given);
 
 // All that segment_given() reads.
 void add_inputs(OutputPlan& plan, const std::string& folder,
                 const SegmentationArguments& given);
+
+// Adds --choose-settings.
+void add_choose_settings(CLI::App& command, SegmentationArguments& given);
+
+// The set segmented as given, and with --choose-settings with other settings too.
+std::vector<SegmentedSet> alternatives_given(const std::string& folder,
+                                             const SegmentationArguments& given);
 
 // Reads and segments a folder, and the background that was given.
 SegmentedSet segment_given(const std::string& folder, const SegmentationArguments& given,

@@ -12,6 +12,7 @@
 #include "base/table.h"
 #include "base/text.h"
 #include "commands/subcommands.h"
+#include "evaluation/settings_choice.h"
 #include "output/output_files.h"
 #include "output/output_plan.h"
 #include "output/standard_output.h"
@@ -98,14 +99,31 @@ static Provenance description_of(const std::string& training, const Gdata& data)
   return p;
 }
 
+// Segments a folder, with --choose-settings so that most repetitions are right; `tried`
+// is the table of that.
+static SegmentedSet segment_best(const Arguments& given, const std::string& input,
+                                 std::string& tried) {
+  std::vector<SegmentedSet> sets = alternatives_given(input, given.segmentation);
+  if (sets.size() == 1) return std::move(sets.front());
+  BuildOptions options = given.options;
+  options.background_hours = given.background_hours.value_or(
+      sets.front().provenance.background_seconds / kSecondsPerHour);
+  const SegmentedAlternatives alternatives(std::move(sets), options.threads);
+  std::vector<TriedSettings> steps;
+  const size_t chosen = choose_alternative(alternatives, options, steps);
+  tried = text_of(steps);
+  return alternatives.set(chosen);
+}
+
 // Returns the page that is among the files; may be empty.
 static std::string build_one(const Arguments& given, const Job& job, OutputFiles& files) {
   const std::string& input = job.input;
   Gdata data;
   Provenance provenance;
   std::vector<std::string> names;
+  std::string tried;
   if (std::filesystem::is_directory(input)) {
-    const SegmentedSet set = segment_given(input, given.segmentation);
+    const SegmentedSet set = segment_best(given, input, tried);
     names = names_of_kept(set);
     print(stderr, "{}", summary_of(set));
     provenance = set.provenance;
@@ -115,6 +133,11 @@ static std::string build_one(const Arguments& given, const Job& job, OutputFiles
       throw UsageError(
           "--background goes with a folder of recordings; to a training "
           "file it is added by wgr segment");
+    }
+    if (given.segmentation.choose_settings) {
+      throw UsageError(
+          "--choose-settings goes with a folder of recordings; a training file was "
+          "segmented with its own settings");
     }
     data = read_training_file(input);
     provenance = description_of(input, data);
@@ -134,7 +157,7 @@ static std::string build_one(const Arguments& given, const Job& job, OutputFiles
                              {provenance.subjects, provenance.sessions});
   const Gmodel model = builder.build(options, report);
   require_faultless_model(model, report, input);
-  const std::string text = report_text(report, options, provenance);
+  const std::string text = tried + report_text(report, options, provenance);
   print(stderr, "{}", text);
   std::string page;
   if (!given.page.empty()) {
@@ -249,6 +272,7 @@ void add_build(CLI::App& wgr) {
             within(number_above(0, kMostHours)), "H");
   command->add_flag("--model-only", given->model_only, "Write no report and no manifest");
   add_segmentation_arguments(*command, given->segmentation);
+  add_choose_settings(*command, given->segmentation);
   command->footer(kFooter);
   command->callback([given] { build(*given); });
 }

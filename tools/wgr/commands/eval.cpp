@@ -9,6 +9,7 @@
 #include "arguments/model_arguments.h"
 #include "arguments/report_option.h"
 #include "arguments/segmentation_arguments.h"
+#include "arguments/settings_check.h"
 #include "arguments/values.h"
 #include "base/table.h"
 #include "base/text.h"
@@ -73,6 +74,12 @@ static void check(const Arguments& given) {
   }
   if (given.folder.empty() && given.segmentation.background.empty()) {
     throw UsageError("eval: FOLDER or --background is required");
+  }
+  if (given.segmentation.choose_settings && (!leaves_out || !given.page.empty())) {
+    throw UsageError(
+        "--choose-settings goes with --leave-out, where models are built, and without "
+        "--report, which draws one segmentation: give the page the settings that were "
+        "chosen");
   }
 }
 
@@ -145,10 +152,18 @@ static void eval(Arguments& given) {
   separate_results(LibraryPrints::kNowhere);
 
   const std::optional<Provenance> built_from = provenance_of(model);
+  if (built_from) take_settings(*built_from, model, given.segmentation.options.host);
   const SegmentedSet set = segment_given(given.folder, given.segmentation,
                                          built_from ? built_from->classes : Classes());
   std::fputs(summary_of(set).c_str(), stderr);
-  const Evaluation result = evaluate(set, given.options);
+  if (built_from) warn_of_rate(*built_from, model, set.provenance.rate);
+  const Evaluation result =
+      given.segmentation.choose_settings
+          ? evaluate(SegmentedAlternatives(
+                         alternatives_given(given.folder, given.segmentation),
+                         given.options.build.threads),
+                     given.options)
+          : evaluate(set, given.options);
   for (const std::string& caveat : caveats_of(result)) warn(caveat);
   nlohmann::ordered_json json = to_json(result, set.provenance);
   nlohmann::ordered_json compared;
@@ -204,6 +219,7 @@ void add_eval(CLI::App& wgr) {
   add_report_option(*command, given->page, kDrawnExamples);
   add_build_options(*command, given->options.build);
   add_segmentation_arguments(*command, given->segmentation);
+  add_choose_settings(*command, given->segmentation);
   command->footer(kFooter);
   command->callback([given] { eval(*given); });
 }

@@ -1,11 +1,15 @@
 // wgr preflight: says, before a host is started, whether the library finds what it needs.
+#include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 
 #include "WgrPreflight.h"
 #include "arguments/model_arguments.h"
+#include "arguments/segmentation_arguments.h"
+#include "arguments/settings_check.h"
 #include "arguments/values.h"
 #include "base/foreign_text.h"
 #include "base/text.h"
@@ -13,6 +17,7 @@
 #include "hostrun/fixed_paths.h"
 #include "json/json_text.h"
 #include "output/output_plan.h"
+#include "training/model_output.h"
 
 namespace wgr {
 
@@ -22,6 +27,10 @@ files are there, readable, well-formed and free of faults; that the diagnostic l
 written; that the working directory can be restored after a handle was made. Prints a line
 per finding, and changes nothing. A host has the same as a function, in WgrPreflight.h,
 which also looks at the arithmetic of the host's own thread.
+
+With --sample-rate, --min-length, --static-window or --sensitivity, which the host sets, it
+also compares these with the manifest beside each model; without them it names what the
+host must set beyond the library's own choice.
 
   note    everything works, but the log is dropped, is a link, or every user can replace it
   fault   the library runs, but something will not do what it should
@@ -41,6 +50,8 @@ namespace {
 struct PreflightArguments {
   std::string models;  // folder; empty: the installed ones
   bool json = false;
+  int rate = 0;  // of the host; 0: not given
+  HostSettings host;
 };
 
 }  // namespace
@@ -70,15 +81,67 @@ static void check_files(const PreflightArguments& given) {
   plan.check();
 }
 
+// The words for the run that has the folder in the installed models' place.
+static std::vector<std::string> words_of(const PreflightArguments& given) {
+  std::vector<std::string> words = {"preflight"};
+  if (given.json) words.push_back("--json");
+  if (given.rate > 0) words.push_back(fmt::format("--sample-rate={}", given.rate));
+  if (given.host.shortest > 0) {
+    words.push_back(fmt::format("--min-length={}", given.host.shortest));
+  }
+  if (given.host.static_window > 0) {
+    words.push_back(fmt::format("--static-window={}", given.host.static_window));
+  }
+  if (given.host.sensitivity) {
+    words.push_back(fmt::format("--sensitivity={}", *given.host.sensitivity));
+  }
+  return words;
+}
+
+// What a model's manifest asks of the host, held against what the host sets; where that
+// is not given, what it must set beyond the library's own choice.
+static int check_settings(const PreflightArguments& given, const std::string& model,
+                          void (*say)(int, const char*, void*)) {
+  const std::optional<Provenance> built_from = provenance_of(model);
+  if (!built_from) return WG_PREFLIGHT_CLEAN;
+  int heaviest = WG_PREFLIGHT_CLEAN;
+  const auto find = [&](int weight, const std::string& text) {
+    heaviest = std::max(heaviest, weight);
+    say(weight, (model + ": " + text).c_str(), nullptr);
+  };
+  const bool known = given.rate > 0 || !(given.host == HostSettings());
+  const std::string settings = difference(*built_from, given.host);
+  const std::string rate = rate_difference(*built_from, given.rate);
+  if (!rate.empty()) find(WG_PREFLIGHT_FAULT, rate);
+  if (settings.empty()) return heaviest;
+  std::string calls = calls_of(host_settings_of(*built_from), built_from->rate, " ");
+  std::replace(calls.begin(), calls.end(), '\n', ' ');
+  find(known ? WG_PREFLIGHT_FAULT : WG_PREFLIGHT_NOTE,
+       fmt::format("the model was built for {}; the host must call{}", settings, calls));
+  return heaviest;
+}
+
+static int check_all_settings(const PreflightArguments& given,
+                              void (*say)(int, const char*, void*)) {
+  int heaviest = WG_PREFLIGHT_CLEAN;
+  for (int wearer = 0; wearer <= 1; ++wearer) {
+    for (int mode = 0; mode <= 2; ++mode) {
+      const std::string model = model_file(kInstalledModels, wearer, mode);
+      if (!std::filesystem::exists(model)) continue;
+      heaviest = std::max(heaviest, check_settings(given, model, say));
+    }
+  }
+  return heaviest;
+}
+
 static void preflight(const PreflightArguments& given) {
   check_files(given);
   if (!given.models.empty()) {
-    std::vector<std::string> words = {"preflight"};
-    if (given.json) words.push_back("--json");
-    run_beside_own_home(existing_folder(given.models), words);
+    run_beside_own_home(existing_folder(given.models), words_of(given));
   }
-  const int heaviest =
-      preflight_gesture_library(given.json ? print_json : print_text, nullptr);
+  const auto say = given.json ? print_json : print_text;
+  const int of_library = preflight_gesture_library(say, nullptr);
+  const int heaviest = std::max(of_library, check_all_settings(given, say));
   if (given.json) {
     const nlohmann::ordered_json line = {{"type", "summary"},
                                          {"weight", weight_name(heaviest)}};
@@ -100,6 +163,12 @@ void add_preflight(CLI::App& wgr) {
                    "Folder of models to check in the installed ones' place")
       ->transform(path_value())
       ->option_text("DIR");
+  command
+      ->add_option("--sample-rate", given->rate, "Samples per second that the host feeds")
+      ->transform(within(whole_from(10, 1000)))
+      ->option_text("HZ");
+  add_host_settings(*command, given->host.shortest, given->host.static_window,
+                    given->host.sensitivity);
   command->add_flag("--json", given->json, "Print JSON lines");
   command->footer(kFooter);
   command->callback([given] { preflight(*given); });

@@ -113,7 +113,8 @@ static void let_interrupts_end_the_stream() {
 // what the host did.
 static bool asks_for_run(const ReplayArguments& given) {
   return names_model(given.model) || given.rate || !given.bias.empty() ||
-         given.host_run.sensitivity || given.handle || !given.log.empty();
+         given.host_run.sensitivity || given.host_run.shortest > 0 ||
+         given.host_run.rest_window > 0 || given.handle || !given.log.empty();
 }
 
 // Feeds the recording to a handle and reports each event; returns what ended it early.

@@ -111,12 +111,15 @@ std::string text_of(const Evaluation& result, const Provenance& provenance) {
         *median * kMsPerSecond, *result.latency(1.0) * kMsPerSecond);
   }
   if (result.folds.size() > 1) text += "\n";
+  const bool with_settings = std::any_of(
+      result.folds.begin(), result.folds.end(),
+      [&](const Fold& fold) { return !(fold.host == result.folds.front().host); });
   for (size_t i = 0; result.folds.size() > 1 && i < result.folds.size(); ++i) {
     const Fold& fold = result.folds[i];
     text += fmt::format(
-        "left out {}: {} of {} repetitions right; {} templates from {} examples\n",
-        shown(fold.left_out), fold.right, fold.repetitions, fold.templates,
-        fold.examples);
+        "left out {}: {} of {} repetitions right; {} templates from {} examples{}\n",
+        shown(fold.left_out), fold.right, fold.repetitions, fold.templates, fold.examples,
+        with_settings ? "; " + settings_text(fold.host) : "");
   }
   return text;
 }
@@ -128,6 +131,14 @@ static std::optional<double> of_repetitions(size_t repetitions, double value) {
 
 static Json or_null(const std::optional<double>& value) {
   return value ? Json(*value) : Json(nullptr);
+}
+
+static Json settings_json(const HostSettings& host) {
+  Json json = Json::object();
+  if (host.static_window > 0) json["static_window"] = host.static_window;
+  if (host.shortest > 0) json["min_length"] = host.shortest;
+  if (host.sensitivity) json["sensitivity"] = *host.sensitivity;
+  return json;
 }
 
 Json to_json(const Evaluation& result, const Provenance& provenance) {
@@ -163,6 +174,7 @@ Json to_json(const Evaluation& result, const Provenance& provenance) {
     json["folds"].push_back({{"left_out", fold.left_out},
                              {"examples", fold.examples},
                              {"templates", fold.templates},
+                             {"settings", settings_json(fold.host)},
                              {"repetitions", fold.repetitions},
                              {"right", fold.right}});
   }

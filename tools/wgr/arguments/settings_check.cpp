@@ -1,0 +1,87 @@
+#include "arguments/settings_check.h"
+
+#include <cmath>
+
+#include "base/text.h"
+#include "engine/sensitivity.h"
+
+namespace wgr {
+
+static constexpr double kRateTolerance = 0.02;  // of the rate
+static constexpr double kStrength = 2.0;        // m/s², after init_gesture_handle()
+static constexpr int kMotionsPerSecond = 2;     // of the library's own shortest motion
+static constexpr int kWindowsPerSecond = 5;     // of its rest window
+
+namespace {
+
+// Settings in the library's numbers.
+struct InForce {
+  int shortest;
+  int window;
+  double strength;
+};
+
+}  // namespace
+
+static InForce in_force(const HostSettings& host, int rate) {
+  InForce found = {
+      host.shortest >= 1 ? host.shortest : rate / kMotionsPerSecond,
+      host.static_window >= 1 ? host.static_window : rate / kWindowsPerSecond, kStrength};
+  if (host.sensitivity) {
+    const Sensitivity by_level = sensitivity_of(*host.sensitivity, rate);
+    found.shortest = by_level.min_motion_len;
+    found.strength = by_level.strength_threshold;
+  }
+  return found;
+}
+
+std::string difference(const Provenance& built_from, const HostSettings& given) {
+  if (built_from.rate == 0 || built_from.static_window == 0) return "";
+  const InForce model = in_force(host_settings_of(built_from), built_from.rate);
+  const InForce host = in_force(given, built_from.rate);
+  std::string text;
+  const auto add = [&](bool differs, const std::string& what) {
+    if (differs) text += (text.empty() ? "" : ", ") + what;
+  };
+  add(host.window != model.window,
+      fmt::format("a rest window of {}, not {}", model.window, host.window));
+  add(host.shortest != model.shortest,
+      fmt::format("motions of {} samples and more, not {}", model.shortest,
+                  host.shortest));
+  add(std::fabs(host.strength - model.strength) > 1e-9,
+      fmt::format("a strength of {:.2f} m/s², not {:.2f}", model.strength,
+                  host.strength));
+  return text;
+}
+
+void take_settings(const Provenance& built_from, const std::string& model,
+                   HostSettings& given) {
+  const std::string differs = difference(built_from, given);
+  if (differs.empty()) return;
+  if (given == HostSettings()) {
+    given = host_settings_of(built_from);
+    warn("{}: with the settings that the model was built for: {}", model,
+         settings_text(given));
+    return;
+  }
+  warn("{}: the model was built for {}: its figures hold for these alone", model,
+       differs);
+}
+
+std::string rate_difference(const Provenance& built_from, int rate) {
+  if (built_from.rate == 0 || rate == 0 ||
+      std::fabs(rate - built_from.rate) <= kRateTolerance * built_from.rate) {
+    return "";
+  }
+  return fmt::format(
+      "the model was built for {} samples/s, not {}: it recognises little at another "
+      "rate; build one for {} (wgr build --sample-rate {})",
+      built_from.rate, rate, rate, rate);
+}
+
+void warn_of_rate(const Provenance& built_from, const std::string& model, int rate) {
+  const std::string differs = rate_difference(built_from, rate);
+  if (!differs.empty()) warn("{}: {}", model, differs);
+}
+
+}  // namespace wgr
