@@ -158,7 +158,8 @@ class DividedSet : public EvaluatedSet {
       index += name + ".csv,," + name + ",\n";
       for (int i = 0; i < 3; ++i) {
         const int label = name == "ann" && i == 0 ? 2 : 3;
-        labels += fmt::format("{}.csv,{},{}.78,{}\n", name, 1 + 2 * i, 1 + 2 * i, label);
+        const double begin = static_cast<double>(stream.size()) / kRate;
+      labels += fmt::format("a.csv,{:.2f},{:.2f},3\n", begin - 0.1, begin + 0.48);
       }
     }
     write("labels.csv", labels);
