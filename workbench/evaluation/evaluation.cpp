@@ -444,10 +444,12 @@ static void finish(Evaluation& result) {
 Evaluation evaluate(const SegmentedAlternatives& sets, const EvaluationOptions& options) {
   const Division division = divide(sets.set(0), options);
   const size_t recordings = sets.set(0).recordings.size();
+  size_t drawn = 0;  // the alternative that the curve is of
   Evaluation result;
   Progress progress(fmt::format("playing {} recordings", recordings), recordings);
   for (size_t f = 0; f < division.names.size(); ++f) {
     const size_t chosen = choose_for_fold(sets, division, f, options);
+    drawn = chosen;
     const SegmentedSet& set = sets.set(chosen);
     Fold fold;
     fold.left_out = division.names[f];
@@ -458,7 +460,7 @@ Evaluation evaluate(const SegmentedAlternatives& sets, const EvaluationOptions& 
     play(set, division, f, classifier, fold, result, progress);
     result.folds.push_back(fold);
   }
-  result.curve = learning_curve(sets.builder(0));
+  result.curve = learning_curve(sets.builder(drawn));
   finish(result);
   return result;
 }

@@ -14,8 +14,10 @@ namespace wgr {
 // motions, to whose length set_gesture_rec_sensitivity() fits the weakest.
 static constexpr double kWindows[] = {0.16, 0.12, 0.10};
 static constexpr double kShortest[] = {0.3, 0.2};
-static constexpr int kLeastWindow = 2;  // samples
-static constexpr int kPermissive = 1;   // level of sensitivity
+static constexpr int kLeastWindow = 2;    // samples
+static constexpr double kNoModel = -1e9;  // gains of what cannot be built
+static constexpr double kNoExample = -2e9;
+static constexpr int kPermissive = 1;  // level of sensitivity
 
 std::vector<HostSettings> settings_to_try(const HostSettings& given, int rate) {
   std::vector<HostSettings> lengths = {given};
@@ -76,7 +78,7 @@ TriedSettings SegmentedAlternatives::try_one(size_t i, const std::vector<bool>& 
   const Provenance& p = sets_[i].provenance;
   tried.host = host_settings_of(p);
   tried.repetitions = repetitions;
-  tried.gain = -1.0;
+  tried.gain = builders_[i] == nullptr ? kNoExample : kNoModel;
   if (builders_[i] == nullptr) return tried;
   BuildReport report;
   try {

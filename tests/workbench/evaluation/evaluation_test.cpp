@@ -158,8 +158,7 @@ class DividedSet : public EvaluatedSet {
       index += name + ".csv,," + name + ",\n";
       for (int i = 0; i < 3; ++i) {
         const int label = name == "ann" && i == 0 ? 2 : 3;
-        const double begin = static_cast<double>(stream.size()) / kRate;
-      labels += fmt::format("a.csv,{:.2f},{:.2f},3\n", begin - 0.1, begin + 0.48);
+        labels += fmt::format("{}.csv,{},{}.78,{}\n", name, 1 + 2 * i, 1 + 2 * i, label);
       }
     }
     write("labels.csv", labels);
@@ -265,7 +264,8 @@ class ShortGestures : public EvaluatedSet {
     Stream stream = rest(50);
     std::string labels = "file,t_start,t_end,label\n";
     for (int i = 0; i < 8; ++i) {
-      labels += fmt::format("a.csv,{:.2f},{:.2f},3\n", 0.9 + 1.4 * i, 1.48 + 1.4 * i);
+      const double begin = static_cast<double>(stream.size()) / kRate;
+      labels += fmt::format("a.csv,{:.2f},{:.2f},3\n", begin - 0.1, begin + 0.48);
       stream = stream + gesture(10, 6.0) + rest(50);
     }
     record("a.csv", stream);
