@@ -23,6 +23,11 @@ class Bytes {
     capture::put_le(next_, capture::bits_of(value));
     next_ += sizeof value;
   }
+  // Six bytes; two zeros stand behind them for a moment, as in room that is not used yet.
+  void low_six(std::uint64_t value) {
+    capture::put_le(next_, value & 0xFFFFFFFFFFFFu);
+    next_ += 6;
+  }
   void bytes(const void* from, std::size_t size) {
     std::memcpy(next_, from, size);
     next_ += size;

@@ -56,7 +56,7 @@ static void write_wide(double value, int& kept, Bytes& bytes) {
         static_cast<std::uint64_t>(sign << 3 | static_cast<unsigned>(below))
             << kFractionBits;
     bytes.byte(static_cast<std::uint8_t>(coded >> 48));
-    for (int i = 0; i < 6; ++i) bytes.byte(static_cast<std::uint8_t>(coded >> (8 * i)));
+    bytes.low_six(coded);
   }
   kept = next_exponent(kept, exponent);
 }
@@ -66,7 +66,7 @@ std::uint8_t SampleCoder::write(const Point3Df& acc, const Point3Df& gyro, Bytes
   std::optional<std::int64_t> steps[kAxes];
   std::uint8_t wide = 0;
   for (std::size_t i = 0; i < kAxes; ++i) {
-    steps[i] = in_steps(axes_[i].step, values[i]);
+    if (axes_[i].step.form != kNoSteps) steps[i] = in_steps(axes_[i].step, values[i]);
     if (!steps[i]) wide = static_cast<std::uint8_t>(wide | 1u << i);
   }
   if (wide != 0 && wide != kAllAxes) bytes.byte(wide);

@@ -49,7 +49,10 @@ expect wearableinteraction-models all \
   $models/olvo_model_5r_fb/hgr_olvo.xml $models/olvo_model_5r_mix/hgr_olvo.xml
 expect wearableinteraction-recorder "$architecture" "usr/$libdir/libwgr-recorder.so" \
   "usr/$libdir/wgr-recorder/libWearableInteraction.so" \
-  usr/share/doc/wearableinteraction-recorder/examples/gesture_service.c
+  usr/share/doc/wearableinteraction-recorder/examples/gesture_service.c \
+  usr/share/doc/wearableinteraction-recorder/examples/gesture_test.sh \
+  usr/share/doc/wearableinteraction-recorder/examples/gesture-service.service \
+  usr/share/doc/wearableinteraction-recorder/examples/wgr-recorder.conf
 expect wearableinteraction-tools "$architecture" usr/bin/wgr
 # Built for another processor, the tool comes without manual pages, which lintian warns of.
 native=1

@@ -201,6 +201,26 @@ static void forks() {
   std::printf("%d %d\n", use.reports, WEXITSTATUS(status));
 }
 
+// A thousand samples a second: a gesture among still ones, 5 s before and 2 s behind it.
+static void events() {
+  Use use;
+  WgrHandle h = create_gesture_handle();
+  init_gesture_handle(h, 50, {0.0, 0.0, 0.0}, -1, -1, -1, 50);
+  register_gesture_event_cb(h, on_gesture, &use);
+  const auto play = [&](const Stream& stream, int times) {
+    for (int i = 0; i < times; ++i) {
+      for (const Pair& pair : stream) {
+        feed(h, pair.acc, pair.gyro, use);
+        usleep(1000);
+      }
+    }
+  };
+  play(rest(50), 100);
+  play(gesture(18, 6.0), 1);
+  play(rest(50), 40);
+  std::printf("%d\n", use.reports);
+}
+
 static void version() {
   std::printf("%d.%d\n", get_version().major, get_version().minor);
   WearableVersion.minor = 7;
@@ -225,6 +245,8 @@ int main(int argc, char** argv) {
     steady(number(2), number(3) != 0);
   } else if (what == "forks") {
     forks();
+  } else if (what == "events") {
+    events();
   } else if (what == "version") {
     version();
   } else {

@@ -89,6 +89,10 @@ static int kills() {
   const char* const wanted = std::getenv("WGR_KILLS");
   return wanted != nullptr ? std::atoi(wanted) : kKills;
 }
+static int disk_sizes() {
+  const char* const wanted = std::getenv("WGR_DISK_SIZES");
+  return wanted != nullptr ? std::atoi(wanted) : kSizes;
+}
 
 TEST(Recorder, KilledAtAnyMomentLosesAtMostTheRecordBeingWritten) {
   std::mt19937 random(17);
@@ -130,7 +134,7 @@ TEST(Recorder, LimitOnTheSizeOfFilesNeitherSignalsNorChangesAnswers) {
 
 TEST(Recorder, FullDiskNeitherSignalsNorChangesAnswers) {
   std::mt19937 random(4);
-  for (int i = 0; i < kSizes; ++i) {
+  for (int i = 0; i < disk_sizes(); ++i) {
     TempDirectory folder;
     const auto kilobytes = 4 + random() % 400;
     const std::string options = "size=" + std::to_string(kilobytes) + "k";
@@ -284,6 +288,39 @@ TEST(Recorder, ControlFileSwitchesAndMarks) {
   host.kill_now();
   ASSERT_EQ(captures_in(folder.path()).size(), 1u);
   expect_made_again(captures_in(folder.path())[0]);
+}
+
+TEST(Recorder, SignalMarksTheMoment) {
+  TempDirectory folder;
+  RunningHost host(folder.path(), {{"MARK_SIGNAL", std::to_string(SIGUSR2)}});
+  ASSERT_TRUE(host.count());
+  kill(host.process(), SIGUSR2);
+  EXPECT_TRUE(comes(host, folder.path(),
+                    [](const std::string& marks, bool) { return marks == "signal"; }));
+}
+
+// The sensor lies still for seconds before a gesture and behind it: the segments of its
+// second and of those around it stay, the older ones go.
+TEST(Recorder, OnlyWhatIsAroundEventsIsKept) {
+  TempDirectory folder;
+  const HostOutcome outcome = run_host(
+      settings(folder.path(),
+               "WGR_RECORDER_KEEP=events WGR_RECORDER_BEFORE=1 WGR_RECORDER_AFTER=1"),
+      "events");
+  EXPECT_EQ(outcome.status, 0);
+  std::uint64_t callbacks = 0;
+  std::uint64_t samples = 0;
+  std::uint32_t first = ~0u;
+  for (const std::string& capture : captures_in(folder.path())) {
+    const ReenactmentTotals totals = expect_made_again(capture);
+    callbacks += totals.callbacks;
+    samples += totals.samples;
+    first = std::min(first, CaptureReader(capture).header().sequence);
+  }
+  EXPECT_EQ(callbacks, 1u);
+  EXPECT_GE(first, 1u);       // the oldest segments are gone
+  EXPECT_LT(samples, 4000u);  // of 7,000
+  EXPECT_GT(samples, 1000u);
 }
 
 #ifndef WGR_EMULATED

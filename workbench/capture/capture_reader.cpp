@@ -404,17 +404,57 @@ void CaptureReader::parse_call(Cursor& cursor, CaptureRecord& record) {
   }
 }
 
-void CaptureReader::parse_body(Cursor& cursor, CaptureRecord& record) {
-  switch (record.tag) {
+// What the reader itself uses; false for other records.
+bool CaptureReader::parse_description(Cursor& cursor, Tag tag) {
+  switch (tag) {
     case kThread:
       thread_ = cursor.number32();
-      break;
+      return true;
     case kModel:
       parse_model(cursor);
-      break;
+      return true;
     case kSteps:
       parse_steps(cursor);
-      break;
+      return true;
+    default:
+      return false;
+  }
+}
+
+// What is no call of a handle's function; false for other records.
+bool CaptureReader::parse_note(Cursor& cursor, CaptureRecord& record) {
+  switch (record.tag) {
+    case kVersionSet:
+    case kGetVersion:
+      record.major = cursor.integer();
+      record.minor = cursor.integer();
+      return true;
+    case kMark:
+      record.text = cursor.rest();
+      return true;
+    case kEnd:
+      record.value = cursor.byte();
+      ended_ = true;
+      return true;
+    case kMissed:
+      record.count = cursor.varint();
+      return true;
+    case kCallbackEnd:
+      record.ending = cursor.byte();
+      return true;
+    case kInjection:
+      record.handle = cursor.number32();
+      record.flags = cursor.byte();
+      record.count = cursor.varint();
+      return true;
+    default:
+      return false;
+  }
+}
+
+void CaptureReader::parse_body(Cursor& cursor, CaptureRecord& record) {
+  if (parse_note(cursor, record)) return;
+  switch (record.tag) {
     case kHandle:
     case kCreate:
     case kInit:
@@ -424,39 +464,16 @@ void CaptureReader::parse_body(Cursor& cursor, CaptureRecord& record) {
     case kDestroy:
       parse_call(cursor, record);
       return;
-    case kVersionSet:
-    case kGetVersion:
-      record.major = cursor.integer();
-      record.minor = cursor.integer();
-      return;
-    case kMark:
-      record.text = cursor.rest();
-      return;
-    case kEnd:
-      record.value = cursor.byte();
-      ended_ = true;
-      return;
-    case kMissed:
-      record.count = cursor.varint();
-      return;
     case kCallback:
     case kMovement:
       record.handle = cursor.number32();
       record.value = cursor.integer();
-      return;
-    case kCallbackEnd:
-      record.ending = cursor.byte();
       return;
     case kAnswer:
       record.handle = cursor.number32();
       record.call = cursor.byte();
       record.ending = cursor.byte();
       record.value = cursor.integer();
-      return;
-    case kInjection:
-      record.handle = cursor.number32();
-      record.flags = cursor.byte();
-      record.count = cursor.varint();
       return;
     case kWearer:
       parse_wearer(cursor, record);
@@ -467,9 +484,10 @@ void CaptureReader::parse_body(Cursor& cursor, CaptureRecord& record) {
       record.number = cursor.real();
       return;
     default:
-      break;  // of a later format: passed over
+      // Descriptions; a later format's records are passed over.
+      parse_description(cursor, record.tag);
+      record.tag = kNoRecord;
   }
-  record.tag = kNoRecord;
 }
 
 bool is_capture(const std::string& path) {

@@ -112,6 +112,8 @@ class CaptureReader {
   HandleState& state_of(std::uint32_t handle);
   bool parse(CaptureRecord& record);
   void parse_sample(Cursor& cursor, std::uint8_t tag, CaptureRecord& record);
+  bool parse_description(Cursor& cursor, capture::Tag tag);
+  bool parse_note(Cursor& cursor, CaptureRecord& record);
   void parse_body(Cursor& cursor, CaptureRecord& record);
   static void parse_call(Cursor& cursor, CaptureRecord& record);
   void parse_wearer(Cursor& cursor, CaptureRecord& record);

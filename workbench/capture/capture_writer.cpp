@@ -156,29 +156,35 @@ static void put_handle(const CaptureRecord& record, Bytes& bytes) {
   bytes.number(record.cost_time);
 }
 
-void CaptureWriter::put_body(const CaptureRecord& record, Bytes& bytes) {
-  const bool of_handle = record.tag != kMark && record.tag != kEnd &&
-                         record.tag != kMissed && record.tag != kVersionSet &&
-                         record.tag != kGetVersion && record.tag != kCallbackEnd;
-  if (of_handle) bytes.varint(record.handle);
+// The body of what belongs to no handle; false for other records.
+static bool put_note(const CaptureRecord& record, Bytes& bytes) {
   switch (record.tag) {
     case kVersionSet:
     case kGetVersion:
       bytes.signed_varint(record.major);
       bytes.signed_varint(record.minor);
-      break;
+      return true;
     case kMark:
       bytes.bytes(record.text.data(), std::min(record.text.size(), kMostRecord / 2));
-      break;
+      return true;
     case kEnd:
       bytes.byte(static_cast<std::uint8_t>(record.value));
-      break;
+      return true;
     case kMissed:
       bytes.varint(record.count);
-      break;
+      return true;
     case kCallbackEnd:
       bytes.byte(record.ending);
-      break;
+      return true;
+    default:
+      return false;
+  }
+}
+
+void CaptureWriter::put_body(const CaptureRecord& record, Bytes& bytes) {
+  if (put_note(record, bytes)) return;
+  bytes.varint(record.handle);
+  switch (record.tag) {
     case kAnswer:
       bytes.byte(record.call);
       bytes.byte(record.ending);
