@@ -35,8 +35,8 @@ m/s² with gravity, deg/s. An empty field is an axis that the sensor does not ha
 reads as 0. The first malformed line ends the run: the summary is of what came before. A
 last line that is torn, as by a power cut, is left out, and the status is 0.
 
-A capture of the flight recorder is made again call by call, with the models that the host
-had, and every answer, callback and query compared with the recorded one, bit by bit. With
+For a capture of the flight recorder, every call is repeated with the models that the host
+had, and every answer, callback and query is compared with the recorded one, bit by bit. With
 an option of the model or the host's settings, or --handle, the samples of one of its
 handles are run through the library as those of any recording.
 
