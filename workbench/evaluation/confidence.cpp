@@ -1,6 +1,8 @@
 #include "evaluation/confidence.h"
 
+#include <algorithm>
 #include <cmath>
+#include <random>
 
 namespace wgr {
 
@@ -55,6 +57,20 @@ double least_share(size_t part, size_t whole) {
 
 double most_share(size_t part, size_t whole) {
   return 1.0 - least_share(whole - part, whole);
+}
+
+static constexpr size_t kResamples = 2000;
+
+std::pair<double, double> bootstrap_interval(const std::vector<double>& values) {
+  std::minstd_rand random(1);
+  std::vector<double> means;
+  for (size_t i = 0; i < kResamples; ++i) {
+    double sum = 0.0;
+    for (size_t j = 0; j < values.size(); ++j) sum += values[random() % values.size()];
+    means.push_back(sum / static_cast<double>(values.size()));
+  }
+  std::sort(means.begin(), means.end());
+  return {means[kResamples / 40], means[kResamples - 1 - kResamples / 40]};
 }
 
 }  // namespace wgr

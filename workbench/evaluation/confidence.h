@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <utility>
+#include <vector>
 
 namespace wgr {
 
@@ -13,5 +15,10 @@ double most_expected(size_t seen);
 // where `part` of `whole` were seen (Clopper and Pearson, 1934). 0 and 1 of none.
 double least_share(size_t part, size_t whole);
 double most_share(size_t part, size_t whole);
+
+// Within what the mean of values lies in 95 of 100 samples of as many, drawn with
+// replacement (Efron, 1979): how far it depends on who was at hand. The same values give
+// the same interval. There is one value at least.
+std::pair<double, double> bootstrap_interval(const std::vector<double>& values);
 
 }  // namespace wgr

@@ -7,6 +7,7 @@
 
 #include "base/errors.h"
 #include "base/text.h"
+#include "evaluation/confidence.h"
 #include "support/files.h"
 #include "support/motions.h"
 
@@ -311,4 +312,14 @@ TEST_F(ShortGestures, CallTheLibraryAsTheyWereSegmented) {
             "init_gesture_handle(h, 50, gyro_bias, -1, -1, 6, 50);\n"
             "set_gesture_model(h, wearer, mode);\n"
             "set_gesture_rec_sensitivity(h, -10);\n");
+}
+
+// The standard error of the mean of 0 to 9 is 0.908, so 1.96 of it are 1.78.
+TEST(BootstrapInterval, IsAsWideAsTheMeanIsUncertain) {
+  using Interval = std::pair<double, double>;
+  EXPECT_EQ(bootstrap_interval({0.5, 0.5, 0.5}), Interval(0.5, 0.5));
+  EXPECT_EQ(bootstrap_interval({0.0, 1.0}), Interval(0.0, 1.0));
+  const Interval interval = bootstrap_interval({0, 1, 2, 3, 4, 5, 6, 7, 8, 9});
+  EXPECT_NEAR(interval.first, 4.5 - 1.78, 0.2);
+  EXPECT_NEAR(interval.second, 4.5 + 1.78, 0.2);
 }

@@ -8,6 +8,7 @@
 #include "base/numbers.h"
 #include "base/suggestion.h"
 #include "base/text.h"
+#include "evaluation/confidence.h"
 
 namespace wgr {
 
@@ -92,6 +93,55 @@ static std::string text_of_repetitions(const Evaluation& result,
   return text;
 }
 
+namespace {
+
+// The share of right ones in each part that was left out.
+struct Spread {
+  double mean = 0.0;
+  double worst = 1.0;
+  std::string worst_of;
+  std::pair<double, double> interval;  // of the mean
+};
+
+}  // namespace
+
+static std::optional<Spread> spread_of(const Evaluation& result) {
+  Spread spread;
+  std::vector<double> shares;
+  for (const Fold& fold : result.folds) {
+    if (fold.repetitions == 0) continue;
+    shares.push_back(share(fold.right, fold.repetitions));
+    spread.mean += shares.back();
+    if (shares.back() >= spread.worst && !spread.worst_of.empty()) continue;
+    spread.worst = shares.back();
+    spread.worst_of = fold.left_out;
+  }
+  if (shares.size() < 2) return std::nullopt;
+  spread.mean /= static_cast<double>(shares.size());
+  spread.interval = bootstrap_interval(shares);
+  return spread;
+}
+
+// Three steps: what all templates would classify, what the chosen ones do, and what comes
+// out of the streams in the end.
+static std::string text_of_parts(const Evaluation& result) {
+  const std::optional<Spread> spread = spread_of(result);
+  if (!spread) return "";
+  std::string text = fmt::format(
+      "over {} parts left out: {} on average, {} to {} with 95 % confidence (bootstrap); "
+      "worst {}, {}\n",
+      result.folds.size(), percent(spread->mean), percent(spread->interval.first),
+      percent(spread->interval.second), percent(spread->worst), shown(spread->worst_of));
+  if (const auto all = result.baseline_1nn()) {
+    text += fmt::format(
+        "of {} kept: {} with all repetitions as templates, {} with the chosen ones, {} "
+        "reported; of all {}: {} reported\n",
+        result.kept, percent(*all), percent(result.classified_right()),
+        percent(result.kept_accuracy()), result.repetitions, percent(result.accuracy()));
+  }
+  return text;
+}
+
 static std::string text_of_background(const Evaluation& result) {
   const auto rate = result.false_positives_per_hour();
   if (!rate) return "false positives: no background to count them in\n";
@@ -110,7 +160,7 @@ std::string text_of(const Evaluation& result, const Provenance& provenance) {
         "repetition to its event\n",
         *median * kMsPerSecond, *result.latency(1.0) * kMsPerSecond);
   }
-  if (result.folds.size() > 1) text += "\n";
+  if (result.folds.size() > 1) text += "\n" + text_of_parts(result);
   const bool with_settings = std::any_of(
       result.folds.begin(), result.folds.end(),
       [&](const Fold& fold) { return !(fold.host == result.folds.front().host); });
@@ -169,6 +219,12 @@ Json to_json(const Evaluation& result, const Provenance& provenance) {
   json["false_per_hour_bound_95"] = or_null(result.false_per_hour_bound());
   json["latency"] = or_null(result.latency(0.5));
   json["latency_worst"] = or_null(result.latency(1.0));
+  if (const auto spread = spread_of(result)) {
+    json["over_parts"] = {{"mean", spread->mean},
+                          {"low_95", spread->interval.first},
+                          {"high_95", spread->interval.second},
+                          {"worst", spread->worst}};
+  }
   json["folds"] = Json::array();
   for (const Fold& fold : result.folds) {
     json["folds"].push_back({{"left_out", fold.left_out},
