@@ -6,8 +6,6 @@
 #include "base/errors.h"
 #include "base/sha256.h"
 #include "base/text.h"
-#include "explanation/expected.h"
-#include "explanation/explanation.h"
 #include "hostrun/fixed_paths.h"
 #include "pages/explain_page.h"
 #include "recording/clock.h"
@@ -15,7 +13,7 @@
 #include "text/explanation_text.h"
 #include "text/verdict_json.h"
 #include "training/model_findings.h"
-#include "verdict/examiner.h"
+#include "verdict/explained.h"
 
 namespace wgr {
 
@@ -44,26 +42,13 @@ HostRunOptions host_of(const Json& request) {
   return host;
 }
 
-// Those of the six models that trials may choose.
-static std::vector<ModelChoice> models_to_try() {
-  std::vector<ModelChoice> models;
-  for (int wearer = 0; wearer < 2; ++wearer) {
-    for (int mode = 0; mode < 3; ++mode) {
-      models.push_back({wearer, mode,
-                        std::make_shared<const Gmodel>(
-                            read_model(model_file(kModels, wearer, mode)))});
-    }
-  }
-  return models;
-}
-
 static ExaminerOptions examiner_options(const Json& request, const HostRunOptions& host) {
   ExaminerOptions options;
   if (request.contains("rate")) options.diagnosis.rate = host.rate;
   options.try_changes = request.contains("expect") && given(request, "tries", true);
   options.most_samples = kMostTried;
   options.own_model = request.contains("model");
-  if (options.try_changes && !options.own_model) options.models = models_to_try();
+  if (options.try_changes && !options.own_model) options.models = models_to_try(kModels);
   return options;
 }
 
@@ -89,35 +74,30 @@ static std::string command_of(const Json& request) {
 }
 
 Json explain_request(const Json& request) {
-  Explanation e;
-  e.recording = request.at("recording");
-  e.model_file = model_path(request);
-  e.for_page = request.contains("page");
-  if (request.contains("expect"))
-    e.expected = read_expected(request["expect"], e.recording);
+  Explanation explanation;
+  explanation.recording = request.at("recording");
+  explanation.model_file = model_path(request);
+  explanation.for_page = request.contains("page");
   HostRunOptions host = host_of(request);
-  RecordingReader reader(e.recording);
+  RecordingReader reader(explanation.recording);
   if (!request.contains("rate")) {
     host.rate = estimate_rate(reader.read_ahead(kSamplesForRate)).value_or(kAssumedRate);
   }
-  Examiner examiner(examiner_options(request, host));
-  std::string malformed;
-  try {
-    explain(host, reader, e, [&](const RecordedSample& sample) { examiner.add(sample); });
-  } catch (const RecordingError& error) {
-    malformed = error.what();
-  }
-  if (malformed.empty() && !e.expected.empty()) {
-    require_in_recording(e, request["expect"]);
-  }
-  find_expected(e);
-  const Verdict verdict = examiner.judge(e, host, reader.absent_axes());
+  Explained made =
+      explain_and_judge(host, reader, given<std::string>(request, "expect", ""),
+                        std::move(explanation), examiner_options(request, host));
+  Explanation& e = made.explanation;
+  const Verdict& verdict = made.verdict;
 
   Json answer = {{"verdict", verdict_json(verdict, e)},
                  {"samples", e.times.size()},
                  {"motions", e.motions.size()},
                  {"rate", host.rate}};
-  if (!malformed.empty()) answer["malformed"] = malformed;
+  try {
+    if (made.malformed) std::rethrow_exception(made.malformed);
+  } catch (const RecordingError& error) {
+    answer["malformed"] = error.what();
+  }
   if (request.contains("json")) {
     std::string text;
     write_json_explanation(e, verdict, true,

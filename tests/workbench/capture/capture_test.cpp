@@ -356,4 +356,11 @@ TEST_F(RecordedCapture, ExplainAndDoctorReadOneHandle) {
   const Outcome replay = run_wgr("replay --handle 2 " + path());
   EXPECT_EQ(replay.status, 0) << replay.err;
   EXPECT_NE(replay.out.find("at 100 samples/s"), std::string::npos) << replay.out;
+  // And so it is where no model is installed.
+  for (const auto& slot : std::filesystem::directory_iterator("/usr/share/GestureModel")) {
+    std::filesystem::remove_all(slot);
+  }
+  const Outcome bare = run_wgr("explain --handle 2 " + path());
+  EXPECT_EQ(bare.status, 0) << bare.err;
+  EXPECT_EQ(bare.out, explain.out);
 }

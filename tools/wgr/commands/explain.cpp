@@ -20,9 +20,7 @@
 #include "base/table.h"
 #include "base/text.h"
 #include "commands/subcommands.h"
-#include "context/WgrContext.h"
 #include "explanation/expected.h"
-#include "explanation/explanation.h"
 #include "hostrun/fixed_paths.h"
 #include "output/output_files.h"
 #include "output/standard_output.h"
@@ -30,8 +28,8 @@
 #include "recording/clock.h"
 #include "text/explanation_text.h"
 #include "text/verdict_json.h"
-#include "training/model_findings.h"
-#include "verdict/examiner.h"
+#include "training/model_output.h"
+#include "verdict/explained.h"
 
 namespace wgr {
 
@@ -82,23 +80,9 @@ struct ExplainArguments : HostRunArguments {
 
 }  // namespace
 
-// Those of the six models that can be used, for trials.
-static std::vector<ModelChoice> models_to_try(const ModelArguments& given) {
-  std::vector<ModelChoice> models;
-  if (!given.file.empty()) return models;
-  const std::string folder = given.folder.empty() ? kInstalledModels : given.folder;
-  for (int wearer = 0; wearer < kWearers; ++wearer) {
-    for (int mode = 0; mode < kModes; ++mode) {
-      try {
-        models.push_back({wearer, mode,
-                          std::make_shared<const Gmodel>(
-                              read_model(model_file(folder, wearer, mode)))});
-      } catch (const UsageError&) {
-        // What is not there cannot be chosen.
-      }
-    }
-  }
-  return models;
+// Whether the model is the one that a capture's host used, once it has been taken.
+static bool is_captured(const ExplainArguments& given) {
+  return !names_model(given.model) && given.host_run.model != nullptr;
 }
 
 static ExaminerOptions examiner_options(const ExplainArguments& given) {
@@ -107,8 +91,11 @@ static ExaminerOptions examiner_options(const ExplainArguments& given) {
   options.diagnosis.gyro_bias = given.host_run.gyro_bias;
   options.try_changes = given.what_if || !given.expect.empty();
   if (!given.what_if) options.most_samples = kMostUnasked;
-  options.own_model = !given.model.file.empty();
-  if (options.try_changes) options.models = models_to_try(given.model);
+  options.own_model = !given.model.file.empty() || is_captured(given);
+  if (options.try_changes && !options.own_model) {
+    options.models =
+        models_to_try(given.model.folder.empty() ? kInstalledModels : given.model.folder);
+  }
   options.progress = [](size_t trials, size_t samples) -> std::function<void()> {
     if (trials * samples < kMuchWork) return nullptr;
     const auto progress =
@@ -118,52 +105,31 @@ static ExaminerOptions examiner_options(const ExplainArguments& given) {
   return options;
 }
 
-namespace {
-
-struct Explained {
-  Explanation explanation;
-  Verdict verdict;
-  std::exception_ptr malformed;  // behind what is explained
-};
-
-}  // namespace
-
-static PageOrigin origin_of(const Explanation& explanation) {
+static PageOrigin origin_of(const ExplainArguments& given,
+                            const Explanation& explanation) {
   return {std::string("wgr ") + WGR_VERSION, given_command("--report"),
-          sha256_of_file(explanation.model_file)};
+          is_captured(given) ? sha256(model_text(*given.host_run.model))
+                             : sha256_of_file(explanation.model_file)};
 }
 
 // Explains one recording; its model has been taken.
-static void explain_one(ExplainArguments& given, Explained& made) {
+static Explained explain_one(ExplainArguments& given) {
   given.host_run.initialise = !given.forgets_init;
-  Explanation& explanation = made.explanation;
+  Explanation explanation;
   explanation.recording = given.recording;
-  explanation.model_file = path_of(given.model);
+  explanation.model_file = is_captured(given) ? given.recording : path_of(given.model);
   explanation.for_page = !given.page.empty();
-  if (!given.expect.empty()) {
-    explanation.expected = read_expected(given.expect, given.recording);
-  }
   RecordingReader reader(given.recording, &given.limit, given.handle);
   given.host_run.rate = choose_rate(given, reader);
   separate_results(LibraryPrints::kNowhere);
-
-  Examiner examiner(examiner_options(given));
-  try {
-    explain(given.host_run, reader, explanation,
-            [&](const RecordedSample& sample) { examiner.add(sample); });
-  } catch (const RecordingError&) {
-    made.malformed = std::current_exception();
-  }
-  if (examiner.was_too_long()) {
+  Explained made = explain_and_judge(given.host_run, reader, given.expect,
+                                     std::move(explanation), examiner_options(given));
+  if (made.too_long) {
     warn("{}: more than {} samples: what would have helped is tried with --what-if only",
          given.recording, kMostUnasked);
   }
   if (reader.absent_fields() > 0) warn_of_absent_axes(given, reader);
-  if (!made.malformed && !given.expect.empty()) {
-    require_in_recording(explanation, given.expect);
-  }
-  find_expected(explanation);
-  made.verdict = examiner.judge(explanation, given.host_run, reader.absent_axes());
+  return made;
 }
 
 static void explain_recording(ExplainArguments& given) {
@@ -172,8 +138,7 @@ static void explain_recording(ExplainArguments& given) {
   plan.writes("--report", given.page);
   check_host_run(given, plan);
   take_model(given);
-  Explained made;
-  explain_one(given, made);
+  Explained made = explain_one(given);
   if (given.json) {
     write_json_explanation(made.explanation, made.verdict, true, write_results);
   } else {
@@ -181,8 +146,8 @@ static void explain_recording(ExplainArguments& given) {
                            layout_for(results_descriptor()), write_results);
   }
   if (!given.page.empty()) {
-    write_page(given.page,
-               explain_page(made.explanation, made.verdict, origin_of(made.explanation)));
+    write_page(given.page, explain_page(made.explanation, made.verdict,
+                                        origin_of(given, made.explanation)));
   }
   if (made.malformed) std::rethrow_exception(made.malformed);
 }
@@ -255,12 +220,11 @@ static nlohmann::ordered_json explain_in_folder(const ExplainArguments& given,
   const std::string name = path.filename();
   try {
     take_model(one);
-    Explained made;
-    explain_one(one, made);
+    Explained made = explain_one(one);
     if (made.malformed) std::rethrow_exception(made.malformed);
     const auto verdict = verdict_json(made.verdict, made.explanation);
     const std::string page =
-        explain_page(made.explanation, made.verdict, origin_of(made.explanation));
+        explain_page(made.explanation, made.verdict, origin_of(one, made.explanation));
     files.write(one.page, page);
     report_written(one.page, page);
     write_results(
