@@ -1,4 +1,4 @@
-// Uses the pages of wgr build and wgr eval as a reader does:
+// Uses the pages of wgr build, eval, doctor and log as a reader does:
 // node model_page_test.js WGR FOLDER
 //
 // WGR is the tool; FOLDER holds the npm package playwright-core.
@@ -11,7 +11,9 @@ const path = require('node:path');
 const {testPages} = require('./browser.js');
 
 const [, , kTool, kPackages] = process.argv;
+const kRoot = path.join(__dirname, '../..');
 let evaluated;  // by wgr eval --json
+let logged;     // the summary of wgr log --json
 
 const texts = (locator) => locator.allTextContents();
 
@@ -243,6 +245,72 @@ const ofEval = {
   },
 };
 
+const ofDoctor = {
+  async 'the findings come first, each with what to do'(page) {
+    assert.match(await page.locator('#answer h2').textContent(), /^\d+ findings?$/);
+    const cards = page.locator('#answer .card');
+    assert.ok((await texts(cards)).some((text) => /rad\/s/.test(text)));
+    assert.match(await cards.first().locator('p').nth(1).textContent(), /^Do: /);
+    const facts = await texts(page.locator('#tables th[scope=row]'));
+    assert.deepEqual(facts.slice(0, 2), ['samples', 'rate']);
+  },
+};
+
+const ofLog = {
+  async 'every hour is a row, with a bar as long as its gestures'(page) {
+    const rows = page.locator('#tables section').first().locator('tbody tr');
+    assert.equal(await rows.count(), logged.hours.length);
+    assert.ok(logged.hours.length > 1);
+    const counts = logged.hours.map((hour) => hour.gestures);
+    assert.deepEqual((await texts(page.locator('td.barred'))).map(Number), counts);
+    const widths = await page.locator('.bar').evaluateAll((all) =>
+      all.map((bar) => bar.getBoundingClientRect().width));
+    const most = counts.indexOf(Math.max(...counts));
+    widths.forEach((width, i) => assert.ok(
+        Math.abs(width / widths[most] - counts[i] / counts[most]) < 0.02));
+  },
+
+  async 'host runs and odd lines are listed'(page) {
+    const sections = page.locator('#tables section');
+    const runs = sections.filter({hasText: 'The host runs'}).locator('tbody tr');
+    assert.equal(await runs.count(), logged.host_runs);
+    assert.match(await sections.filter({hasText: 'Odd lines'}).textContent(), /not the library/);
+  },
+
+  async 'it fits the paper'(page) {
+    await page.emulateMedia({media: 'print'});
+    assert.equal(await page.evaluate(() => getComputedStyle(document.body).backgroundColor),
+        'rgb(255, 255, 255)');
+    assert.equal(await page.locator('button:visible').count(), 0);
+    await page.emulateMedia({media: 'screen'});
+  },
+};
+
+// The demonstration in rad/s, and the log of two runs with an odd line between them.
+function makeFindings(folder, wgr) {
+  const demo = fs.readFileSync(path.join(kRoot, 'recordings/demo.csv'), 'utf8').trim().split('\n');
+  const wrong = demo.map((row, i) => i === 0 ? row : row.split(',').map((field, k) =>
+    k < 4 ? field : String(Number(field) / 57.29578)).join(','));
+  fs.writeFileSync(path.join(folder, 'rad.csv'), wrong.join('\n') + '\n');
+  try {
+    wgr('doctor', 'rad.csv', '--report', 'doctor.html');
+    assert.fail('nothing was found');
+  } catch (error) {
+    assert.equal(error.status, 1);
+  }
+  for (const log of ['first', 'second']) {
+    wgr('replay', '--models', path.join(kRoot, 'models'), '--log', log,
+        path.join(kRoot, 'recordings/demo.csv'));
+  }
+  const parts = ['first', 'second'].map((log) => fs.readFileSync(path.join(folder, log)));
+  fs.writeFileSync(path.join(folder, 'WgrLog.txt'),
+      Buffer.concat([parts[0], Buffer.from('not the library\n'), parts[1]]));
+  const lines = wgr('log', 'WgrLog.txt', '--sample-rate', '1', '--json', '--report', 'log.html')
+      .toString().trim().split('\n');
+  logged = JSON.parse(lines[lines.length - 1]);
+  return [[path.join(folder, 'doctor.html'), ofDoctor], [path.join(folder, 'log.html'), ofLog]];
+}
+
 // Two people's recordings make a model; one more is played to it, who wears the watch on
 // the other wrist for half of the time, so that much goes wrong.
 function makePages(folder) {
@@ -266,7 +334,7 @@ function makePages(folder) {
   evaluated = JSON.parse(wgr('eval', 'others', '--model', 'model/hgr_olvo.xml', '--json',
       '--compare', 'before.json', '--report', 'eval.html'));
   return [[path.join(folder, 'build.html'), ofBuild],
-    [path.join(folder, 'eval.html'), ofEval]];
+    [path.join(folder, 'eval.html'), ofEval], ...makeFindings(folder, wgr)];
 }
 
 testPages(kPackages, makePages);

@@ -146,9 +146,10 @@ static const std::map<std::string, Words> kPaths = {
     {"segment", {"--out", "--background"}},
     {"build", {"--out", "--slots", "--report", "--background"}},
     {"eval", {"--model", "--models", "--report", "--compare", "--background"}},
-    {"doctor", {"--model", "--models", "--repair"}},
+    {"doctor", {"--model", "--models", "--repair", "--report"}},
     {"import", {"--out", "--save-profile"}},
     {"inject", {"--socket"}},
+    {"log", {"--report"}},
     {"preflight", {"--models"}},
 };
 

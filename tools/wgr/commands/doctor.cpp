@@ -6,9 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "arguments/command_line.h"
 #include "arguments/host_run_arguments.h"
 #include "arguments/model_arguments.h"
 #include "arguments/reading_limit.h"
+#include "arguments/report_option.h"
 #include "arguments/values.h"
 #include "base/numbers.h"
 #include "base/table.h"
@@ -18,6 +20,8 @@
 #include "json/json_text.h"
 #include "output/output_files.h"
 #include "output/output_plan.h"
+#include "pages/findings_page.h"
+#include "pages/shell.h"
 #include "recording/clock.h"
 #include "recording/recording.h"
 #include "text/diagnosis_json.h"
@@ -55,6 +59,7 @@ Examples:
   wgr doctor walk.csv
   wgr doctor --model models/olvo_model_5_fb/hgr_olvo.xml walk.csv
   wgr doctor --sample-rate 50 --bias=0.4,-0.2,0.1 walk.csv     as the host passes them
+  wgr doctor --report stream.html walk.csv
   wgr doctor --repair sound.csv walk.csv                        and the repaired recording
   sensor-stream | wgr doctor -
 
@@ -70,6 +75,7 @@ struct DoctorArguments {
   std::string bias;                // X,Y,Z
   ModelArguments model;
   std::string repaired;  // file; empty: none
+  std::string page;      // likewise
   bool json = false;
   DiagnosisOptions options;
   ReadingLimit limit;
@@ -92,37 +98,54 @@ static void print_json(const Diagnosis& diagnosis) {
   print(stdout, "{}\n", json_text(summary_json(diagnosis)));
 }
 
-static void print_facts(const StreamFacts& facts) {
-  print(stdout, "samples   {} in {:.2f} s\n", facts.samples, facts.seconds);
-  print(stdout, "rate      {} samples/s, jitter {:.0f} %\n",
-        facts.rate ? fmt::format("{:.2f}", *facts.rate) : "unknown",
-        100.0 * facts.jitter);
-  print(stdout, "gravity   {} at rest\n",
-        facts.gravity ? fmt::format("{:.2f} m/s²", *facts.gravity) : "not seen");
-  print(stdout, "bias      {}\n",
-        facts.bias ? numbers(*facts.bias) + " deg/s" : "not seen");
-  print(stdout, "noise     {:.3f} m/s², {:.2f} deg/s\n", facts.acc_noise,
-        facts.gyro_noise);
-  print(stdout,
-        "rest      {:.0f} % (accelerometer {:.0f} %, gyroscope {:.0f} %); longest motion "
-        "{:.1f} s\n",
-        100.0 * facts.rest_share, 100.0 * facts.acc_rest_share,
-        100.0 * facts.gyro_rest_share, facts.longest_motion);
-  if (facts.turns > 0) {
-    print(stdout,
-          "turns     {} of gravity, predicted by the gyroscope to {:.1f} degrees\n",
-          facts.turns, facts.turn_error);
-  } else {
-    print(stdout, "turns     none of gravity: the axes cannot be judged\n");
-  }
-  print(stdout,
-        "pass      init_gesture_handle(h, {}, (Point3Df){{{}}}, -1, -1, -1, 50)\n\n",
-        rate_to_pass(facts), numbers(facts.bias.value_or(Point3Df{0.0, 0.0, 0.0})));
+static std::string turns_text(const StreamFacts& facts) {
+  if (facts.turns == 0) return "none of gravity: the axes cannot be judged";
+  return fmt::format("{} of gravity, predicted by the gyroscope to {:.1f} degrees",
+                     facts.turns, facts.turn_error);
+}
+
+// Name and text of each.
+static std::vector<std::vector<std::string>> facts_of(const StreamFacts& facts) {
+  return {
+      {"samples", fmt::format("{} in {:.2f} s", facts.samples, facts.seconds)},
+      {"rate", fmt::format("{} samples/s, jitter {:.0f} %",
+                           facts.rate ? fmt::format("{:.2f}", *facts.rate) : "unknown",
+                           100.0 * facts.jitter)},
+      {"gravity",
+       (facts.gravity ? fmt::format("{:.2f} m/s²", *facts.gravity) : "not seen") +
+           " at rest"},
+      {"bias", facts.bias ? numbers(*facts.bias) + " deg/s" : "not seen"},
+      {"noise",
+       fmt::format("{:.3f} m/s², {:.2f} deg/s", facts.acc_noise, facts.gyro_noise)},
+      {"rest", fmt::format("{:.0f} % (accelerometer {:.0f} %, gyroscope {:.0f} %); "
+                           "longest motion {:.1f} s",
+                           100.0 * facts.rest_share, 100.0 * facts.acc_rest_share,
+                           100.0 * facts.gyro_rest_share, facts.longest_motion)},
+      {"turns", turns_text(facts)},
+      {"pass", fmt::format("init_gesture_handle(h, {}, (Point3Df){{{}}}, -1, -1, -1, 50)",
+                           rate_to_pass(facts),
+                           numbers(facts.bias.value_or(Point3Df{0.0, 0.0, 0.0})))}};
 }
 
 static void print_text(const Diagnosis& diagnosis) {
-  print_facts(diagnosis.facts);
-  print(stdout, "{}", findings_text(diagnosis.findings));
+  for (const std::vector<std::string>& fact : facts_of(diagnosis.facts)) {
+    print(stdout, "{:9} {}\n", fact[0], fact[1]);
+  }
+  print(stdout, "\n{}", findings_text(diagnosis.findings));
+}
+
+static std::string page_of(const std::string& recording, const Diagnosis& diagnosis) {
+  FindingsPage page;
+  page.title = name_of_path(recording) + ", examined";
+  page.facts = {std::string("wgr ") + WGR_VERSION + ": " + given_command("--report")};
+  page.good = diagnosis.findings.empty();
+  page.headline = page.good ? "Nothing is wrong with this stream"
+                            : counted(diagnosis.findings.size(), "finding");
+  for (const Finding& finding : diagnosis.findings) {
+    page.findings.push_back(finding_json(finding));
+  }
+  page.tables = {{"The stream", "", {"What", "Measured"}, facts_of(diagnosis.facts)}};
+  return findings_page(page);
 }
 
 // Whether the stream comes at the rate of what the model was built from.
@@ -173,6 +196,7 @@ static void examine(DoctorArguments& given) {
     plan.reads("the manifest of --model", manifest_path(model));
   }
   plan.writes("--repair", given.repaired);
+  plan.writes("--report", given.page);
   plan.prints_results();
   plan.check();
   if (!model.empty()) read_useful_model(model);
@@ -200,6 +224,7 @@ static void examine(DoctorArguments& given) {
   } else {
     print_text(diagnosis);
   }
+  if (!given.page.empty()) write_page(given.page, page_of(given.recording, diagnosis));
   if (!given.repaired.empty()) {
     write_repaired(given.repaired, diagnosis, std::move(samples));
   }
@@ -233,6 +258,7 @@ void add_doctor(CLI::App& wgr) {
   add_value(*command, "--repair", given->repaired,
             "Write the recording with the repairs that the\nfindings propose",
             path_value(), "OUT.csv");
+  add_report_option(*command, given->page, "Show the findings and what was measured");
   add_max_size(*command, given->limit);
   command->add_flag("--json", given->json, "Print JSON lines");
   command->footer(kFooter);

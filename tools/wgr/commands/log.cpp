@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "arguments/command_line.h"
+#include "arguments/report_option.h"
 #include "arguments/values.h"
 #include "base/foreign_text.h"
 #include "base/text.h"
@@ -18,6 +20,8 @@
 #include "logfile/log_reading.h"
 #include "output/output_plan.h"
 #include "output/standard_output.h"
+#include "pages/findings_page.h"
+#include "pages/shell.h"
 #include "recording/clock.h"
 
 namespace wgr {
@@ -25,6 +29,7 @@ namespace wgr {
 using Json = nlohmann::ordered_json;
 
 static constexpr Count kMostHostRunsPrinted = 20;
+static constexpr size_t kMostHostRunsDrawn = 2000;
 static constexpr double kMillion = 1e6;
 
 // What may come without a line of the library's before a file is judged: an endless one
@@ -54,6 +59,7 @@ the day it was is not in the log.
 Examples:
   wgr log                                          the log of this machine
   wgr log WgrLog.txt.2.gz WgrLog.txt.1 WgrLog.txt --sample-rate 50
+  wgr log --sample-rate 50 --report day.html WgrLog.txt
   wgr log --seconds 86400 --sample-rate 50 --json WgrLog.txt.1
 
 Exit status: 0 read to its end; 1 the machine failed (disk, memory); 2 a file cannot be read
@@ -65,6 +71,7 @@ struct LogArguments {
   std::vector<std::string> files;
   std::optional<double> rate;
   std::optional<double> seconds;
+  std::string page;  // file; empty: none
   bool json = false;
 };
 
@@ -323,19 +330,112 @@ static void read_file(const std::string& path, LogReading& reading,
   judge.end();
 }
 
+static std::vector<std::string> row_of(const std::string& name, Count samples,
+                                       const Answers& answers) {
+  return {name,
+          std::to_string(answers.reported()),
+          joined_counts(answers),
+          std::to_string(answers.rejected),
+          std::to_string(answers.too_weak),
+          std::to_string(samples)};
+}
+
+static std::vector<std::string> host_run_row(const LoggedHostRun& host_run) {
+  std::vector<std::string> row =
+      row_of(fmt::format("{}:{}", host_run.file, host_run.line), host_run.samples,
+             host_run.answers);
+  row.push_back(host_run.model.empty() ? "default" : host_run.model);
+  row.push_back(state_of(host_run));
+  return row;
+}
+
+static const std::vector<std::string> kAnswerHeads = {"Gestures", "Of class", "Rejected",
+                                                      "Too weak", "Samples"};
+
+static std::vector<std::string> heads_of(std::vector<std::string> first,
+                                         const std::vector<std::string>& last = {}) {
+  first.insert(first.end(), kAnswerHeads.begin(), kAnswerHeads.end());
+  first.insert(first.end(), last.begin(), last.end());
+  return first;
+}
+
+static PageTable hours_table(const LogArguments& given, const LogTotals& totals) {
+  PageTable table = {"The hours",
+                     given.rate ? "Counted from the log's first sample, as if it had no "
+                                  "pauses."
+                                : "The log holds no times: --sample-rate HZ makes hours "
+                                  "of its samples.",
+                     heads_of({"Hour"}),
+                     {},
+                     true};
+  for (size_t hour = 0; hour < totals.hours.size(); ++hour) {
+    const auto& [samples, answers] = totals.hours[hour];
+    table.rows.push_back(row_of(std::to_string(hour + 1), samples, answers));
+  }
+  return table;
+}
+
+static std::string page_of(const LogArguments& given, const LogTotals& totals,
+                           const std::vector<std::vector<std::string>>& host_runs) {
+  FindingsPage page;
+  page.title = name_of_path(given.files.back()) + ", summarised";
+  page.facts = {fmt::format("{} lines; {} samples; {}.", totals.lines, totals.samples,
+                            rates_text(given, totals)),
+                std::string("wgr ") + WGR_VERSION + ": " + given_command("--report")};
+  const Count odd = totals.foreign + totals.torn;
+  const Count faults = totals.no_model + totals.unfinished + totals.compared_empty;
+  page.good = faults == 0 && totals.unanswered == 0 && odd == 0;
+  page.headline = fmt::format("{}: {}", counted(totals.answers.reported(), "gesture"),
+                              joined_counts(totals.answers));
+  page.tables.push_back(hours_table(given, totals));
+  page.tables.push_back(
+      {"The log",
+       "",
+       {"What", "Count"},
+       {{"host runs", std::to_string(totals.host_runs)},
+        {"restarts", std::to_string(totals.restarts)},
+        {"without the default model", std::to_string(totals.no_model)},
+        {"never ready", std::to_string(totals.unfinished)},
+        {"motions compared", std::to_string(totals.compared)},
+        {"of them with an empty model", std::to_string(totals.compared_empty)},
+        {"rejected (reported as 5)", std::to_string(totals.answers.rejected)},
+        {"too weak", std::to_string(totals.answers.too_weak)},
+        {"samples without an answer", std::to_string(totals.unanswered)},
+        {"foreign lines", std::to_string(totals.foreign)},
+        {"torn lines", std::to_string(totals.torn)}}});
+  page.tables.push_back(
+      {"The host runs",
+       totals.host_runs > host_runs.size()
+           ? fmt::format("The first {}; wgr log --json lists all.", host_runs.size())
+           : "",
+       heads_of({"From"}, {"Model", "State"}), host_runs});
+  PageTable lines = {"Odd lines", "", {"Line", "Kind", "Text"}, {}};
+  for (const OddLine& one : totals.odd_lines) {
+    lines.rows.push_back({fmt::format("{}:{}", one.file, one.line),
+                          one.torn ? "torn" : "foreign", shown(one.text)});
+  }
+  page.tables.push_back(lines);
+  return findings_page(page);
+}
+
 static void read_log(const LogArguments& given) {
   OutputPlan plan;
   for (const std::string& file : given.files) plan.reads("FILE", file);
+  plan.writes("--report", given.page);
   plan.prints_results();
   plan.check();
 
   LogReading reading(given.rate);
   Count host_runs = 0;
+  std::vector<std::vector<std::string>> drawn;
   const auto print_closed = [&] {
     const std::optional<LoggedHostRun> closed = reading.take_closed();
     if (!closed) return;
     require_results();  // a long log is not read for nobody
     ++host_runs;
+    if (!given.page.empty() && drawn.size() < kMostHostRunsDrawn) {
+      drawn.push_back(host_run_row(*closed));
+    }
     if (given.json) {
       print_host_run_json(*closed);
     } else {
@@ -350,6 +450,9 @@ static void read_log(const LogArguments& given) {
   } else {
     print_summary_text(given, reading.totals());
   }
+  if (!given.page.empty()) {
+    write_page(given.page, page_of(given, reading.totals(), drawn));
+  }
 }
 
 void add_log(CLI::App& wgr) {
@@ -362,6 +465,7 @@ void add_log(CLI::App& wgr) {
             within(number_from(1, kHighestRate)), "HZ");
   add_value(*command, "--seconds", given->seconds, "The time that the log covers",
             within(number_above(0, kMostSeconds)), "S");
+  add_report_option(*command, given->page, "Show each hour and each host run");
   command->add_flag("--json", given->json, "Print JSON lines");
   command->footer(kFooter);
   command->callback([given] { read_log(*given); });

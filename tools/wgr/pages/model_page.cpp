@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <map>
 #include <set>
 
@@ -11,7 +10,6 @@
 #include "explanation/series.h"
 #include "pages/advice.h"
 #include "pages/parts.h"
-#include "pages/shell.h"
 #include "text/evaluation_text.h"
 #include "training/model_output.h"
 #include "training/similarities.h"
@@ -308,11 +306,6 @@ std::string model_page(const PageData& page_data) {
                   {std::string(kFiguresScript), std::string(kClassesScript),
                    std::string(kAdviceScript), std::string(kModelScript)}},
                  data);
-}
-
-std::string name_of_path(const std::string& path) {
-  const std::filesystem::path whole = std::filesystem::absolute(path).lexically_normal();
-  return whole.has_filename() ? whole.filename() : whole.parent_path().filename();
 }
 
 }  // namespace wgr

@@ -12,6 +12,7 @@
 #include "classifier/Gmodel.h"
 #include "evaluation/evaluation.h"
 #include "evaluation/example_map.h"
+#include "pages/shell.h"
 #include "segmentation/provenance.h"
 
 namespace wgr {
@@ -101,8 +102,5 @@ void draw_map(int k, PageData& page_data);
 
 // The same data give the same bytes.
 std::string model_page(const PageData& page_data);
-
-// What a title calls a file or a folder: its name, without the way to it.
-std::string name_of_path(const std::string& path);
 
 }  // namespace wgr

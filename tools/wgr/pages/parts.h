@@ -32,4 +32,9 @@ extern const std::string_view kClassesScript;
 extern const std::string_view kAdviceScript;
 extern const std::string_view kModelScript;
 
+// Of wgr doctor and wgr log.
+extern const std::string_view kFindingsHtml;
+extern const std::string_view kFindingsCss;
+extern const std::string_view kFindingsScript;
+
 }  // namespace wgr

@@ -1,5 +1,6 @@
 #include "pages/shell.h"
 
+#include <filesystem>
 #include <stdexcept>
 
 #include "base/text.h"
@@ -67,6 +68,11 @@ std::string page_of(const PageParts& parts, const Json& data) {
   Deflated deflated(kPageLevel);
   deflated.add(data);
   return page_of(parts, deflated);
+}
+
+std::string name_of_path(const std::string& path) {
+  const std::filesystem::path whole = std::filesystem::absolute(path).lexically_normal();
+  return whole.has_filename() ? whole.filename() : whole.parent_path().filename();
 }
 
 }  // namespace wgr

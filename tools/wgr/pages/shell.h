@@ -27,4 +27,7 @@ inline constexpr int kPageLevel = Z_DEFAULT_COMPRESSION;
 std::string page_of(const PageParts& parts, Deflated& data, Deflated* samples = nullptr);
 std::string page_of(const PageParts& parts, const nlohmann::ordered_json& data);
 
+// What a title calls a file or a folder: its name, without the way to it.
+std::string name_of_path(const std::string& path);
+
 }  // namespace wgr
