@@ -46,17 +46,15 @@ static py::tuple synthesise(int seed, int person, bool calm, int gestures,
 }
 
 static py::list segment(const Table& samples, int rate,
-                        const std::vector<Interval>& annotated, int shortest,
-                        bool gravity) {
+                        const std::vector<Interval>& annotated,
+                        const SegmentationOptions& options) {
   const std::vector<Motion> motions =
-      watched([all = samples_of(samples), annotated, rate, shortest, gravity] {
+      watched([all = samples_of(samples), annotated, rate, options] {
         std::vector<Annotation> annotations;
         for (const auto& [begin, end, label] : annotated) {
           annotations.push_back({"", begin, end, label});
         }
-        HostSettings host;
-        host.shortest = shortest;
-        Segmenter segmenter(rate, host, gravity);
+        Segmenter segmenter(rate, options.host, options.gravity);
         return segment_recording(all, annotations, segmenter);
       });
   py::list made;
@@ -312,6 +310,15 @@ static void add_options(py::module_& module) {
       .def_property(
           "shortest", [](const SegmentationOptions& o) { return o.host.shortest; },
           [](SegmentationOptions& o, int shortest) { o.host.shortest = shortest; })
+      .def_property(
+          "static_window",
+          [](const SegmentationOptions& o) { return o.host.static_window; },
+          [](SegmentationOptions& o, int window) { o.host.static_window = window; })
+      .def_property(
+          "sensitivity", [](const SegmentationOptions& o) { return o.host.sensitivity; },
+          [](SegmentationOptions& o, std::optional<int> level) {
+            o.host.sensitivity = level;
+          })
       .def_readwrite("gravity", &SegmentationOptions::gravity)
       .def_readwrite("whole_annotations", &SegmentationOptions::whole_annotations);
   py::class_<TrainingSet, std::shared_ptr<TrainingSet>>(module, "TrainingSet")
@@ -324,6 +331,12 @@ static void add_options(py::module_& module) {
           "gravity", [](const TrainingSet& t) { return t.set.provenance.gravity; })
       .def_property_readonly(
           "classes", [](const TrainingSet& t) { return t.set.provenance.classes; })
+      .def_property_readonly("host_settings",
+                             [](const TrainingSet& t) {
+                               const auto host = host_settings_of(t.set.provenance);
+                               return py::make_tuple(host.shortest, host.static_window,
+                                                     host.sensitivity);
+                             })
       .def_property_readonly("background_seconds", [](const TrainingSet& t) {
         return t.set.provenance.background_seconds;
       });
@@ -335,7 +348,7 @@ void add_training(py::module_& module) {
              py::arg("calm"), py::arg("gestures"), py::arg("distractors"),
              py::arg("wearer"), py::arg("rate"), py::arg("script"));
   module.def("segment", segment, py::arg("samples"), py::arg("rate"),
-             py::arg("annotated"), py::arg("shortest"), py::arg("gravity"));
+             py::arg("annotated"), py::arg("options"));
   module.def("segment_folder", segment_folder, py::arg("folder"), py::arg("background"),
              py::arg("options"), py::arg("attitude"));
   module.def("similarities", similarities, py::arg("traces"), py::arg("k"),

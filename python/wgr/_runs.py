@@ -94,10 +94,16 @@ def host_options(
     gyro_bias: Sequence[float] | None,
     sensitivity: int | None,
     initialise: bool = True,
+    shortest: int | None = None,
+    static_window: int | None = None,
 ) -> Any:
     """What a host passes: as given, otherwise as a capture's host did."""
     _in_range("rate", rate, 1, 100_000)
     _in_range("sensitivity", sensitivity, -1_000_000, 3)
+    _in_range("shortest", shortest, 2, 10000)
+    _in_range("static_window", static_window, 1, 10000)
+    if shortest is not None and sensitivity is not None:
+        raise InputError("shortest: a sensitivity chooses it: give one of them alone")
     bias = gyro_bias if gyro_bias is not None else host.gyro_bias or NO_BIAS
     bias = [float(b) for b in bias]
     if len(bias) != 3 or not np.isfinite(bias).all():
@@ -109,8 +115,8 @@ def host_options(
         sensitivity=sensitivity if sensitivity is not None else host.sensitivity,
         wearer=model.wearer,
         mode=model.mode,
-        shortest=host.shortest,
-        rest_window=-1,
+        shortest=shortest if shortest is not None else host.shortest,
+        rest_window=static_window if static_window is not None else -1,
         initialise=initialise,
     )
 
@@ -124,6 +130,8 @@ def replay(
     rate: int | None = None,
     gyro_bias: Sequence[float] | None = None,
     sensitivity: int | None = None,
+    shortest: int | None = None,
+    static_window: int | None = None,
 ) -> Events:
     """Runs the library over a recording, as `wgr replay` does, bit for bit.
 
@@ -138,6 +146,8 @@ def replay(
         gyro_bias: (3,), deg/s, taken off by the library.
         sensitivity: 1 permissive to 3 strict, -n for motions of n samples and
             more; otherwise the library's own.
+        shortest: Motion that is recognised, samples; otherwise the library's own.
+        static_window: Of the rest test, samples; likewise.
 
     Returns:
         The events, with the summary of the run.
@@ -152,6 +162,8 @@ def replay(
         recording.host,
         gyro_bias,
         sensitivity,
+        shortest=shortest,
+        static_window=static_window,
     )
     events, summary = _wgr.replay(recording.samples, options)
     totals = json.loads(summary)

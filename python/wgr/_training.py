@@ -101,6 +101,8 @@ class TrainingSet:
         rate: Samples per second.
         classes: Words to labels.
         background_hours: That the background examples come from.
+        host_settings: shortest motion and rest window, samples, -1 for the library's
+            own, and sensitivity, which a host must set for a model of these examples.
         summary: How many motions of which verdict and label.
     """
 
@@ -115,6 +117,9 @@ class TrainingSet:
         self.rate: int = core.rate
         self.classes: dict[str, int] = core.classes
         self.background_hours: float = core.background_seconds / 3600.0
+        self.host_settings = dict(
+            zip(("shortest", "static_window", "sensitivity"), core.host_settings)
+        )
         self.summary: str = core.summary
 
     def __len__(self) -> int:
@@ -137,6 +142,8 @@ def segment(
     *,
     rate: int | None = ...,
     shortest: int | None = ...,
+    static_window: int | None = ...,
+    sensitivity: int | None = ...,
     gravity: bool = ...,
 ) -> list[Motion]: ...
 
@@ -148,6 +155,8 @@ def segment(
     background: PathLike | Sequence[PathLike] = ...,
     rate: int | None = ...,
     shortest: int | None = ...,
+    static_window: int | None = ...,
+    sensitivity: int | None = ...,
     gravity: bool = ...,
     attitude: bool = ...,
     use_annotations: bool = ...,
@@ -161,6 +170,8 @@ def segment(
     background: PathLike | Sequence[PathLike] = (),
     rate: int | None = None,
     shortest: int | None = None,
+    static_window: int | None = None,
+    sensitivity: int | None = None,
     gravity: bool = True,
     attitude: bool = True,
     use_annotations: bool = False,
@@ -176,6 +187,9 @@ def segment(
         background: With a folder: more recordings, without gestures.
         rate: Of a folder, samples per second; otherwise that of most recordings.
         shortest: Motion, samples; otherwise half a second.
+        static_window: Of the rest test, samples; otherwise a fifth of a second. As
+            shortest and sensitivity, the host must set it likewise.
+        sensitivity: Level that the host sets, instead of shortest; otherwise none.
         gravity: Whether the data has gravity in it.
         attitude: Of a folder: whether which way is down counts.
         use_annotations: Of a folder: annotated intervals are motions as they are.
@@ -188,20 +202,21 @@ def segment(
     """
     _in_range("shortest", shortest, 2, 10000)
     _in_range("rate", rate, 10, 1000)
-    if isinstance(source, Recording):
-        found = _wgr.segment(
-            source.samples,
-            rate or source.rate,
-            [(float(b), float(e), int(label)) for b, e, label in annotations],
-            shortest or -1,
-            gravity,
-        )
-        return [Motion(*motion) for motion in found]
+    _in_range("static_window", static_window, 1, 10000)
+    _in_range("sensitivity", sensitivity, -1_000_000, 3)
+    if shortest is not None and sensitivity is not None:
+        raise InputError("shortest: a sensitivity chooses it: give one of them alone")
     options = _wgr.SegmentationOptions()
     options.rate = rate
     options.shortest = shortest or -1
+    options.static_window = static_window or -1
+    options.sensitivity = sensitivity
     options.gravity = gravity
     options.whole_annotations = use_annotations
+    if isinstance(source, Recording):
+        annotated = [(float(b), float(e), int(label)) for b, e, label in annotations]
+        found = _wgr.segment(source.samples, rate or source.rate, annotated, options)
+        return [Motion(*motion) for motion in found]
     if isinstance(background, (str, os.PathLike)):
         background = [background]
     others = [os.fspath(path) for path in background]

@@ -118,6 +118,24 @@ def test_sessions_are_left_out_as_by_the_tool(folder, tmp_path):
                 training.traces, training.labels)
 
 
+@pytest.mark.parametrize("words, given", [
+    (["--static-window=6", "--min-length=20"], {"static_window": 6, "shortest": 20}),
+    (["--sensitivity=2"], {"sensitivity": 2}),
+])
+def test_host_settings_are_those_of_the_tool(folder, tmp_path, words, given):
+    path = tmp_path / "set.txt"
+    run_tool("segment", folder, *words, "-o", path)
+    made = wgr.segment(folder, **given)
+    assert numbers(training_text(made)) == numbers(path.read_text())
+    assert given.items() <= made.host_settings.items()
+    *events, _ = run_tool(
+        "replay", "--models", MODELS, "--json", *words, DEMO).splitlines()
+    replayed = wgr.replay(wgr.Recording.read(DEMO), MODELS, **given)
+    assert [e.t for e in replayed] == [json.loads(line)["t"] for line in events]
+    with pytest.raises(wgr.InputError, match="alone"):
+        wgr.segment(folder, shortest=20, sensitivity=2)
+
+
 def test_evaluations_have_the_figures_of_the_tool_s(folder, training):
     by_tool = json.loads(run_tool("eval", folder, "--models", MODELS, "--json"))
     assert wgr.evaluate(training, MODELS).figures == by_tool
