@@ -357,7 +357,8 @@ TEST_F(RecordedCapture, ExplainAndDoctorReadOneHandle) {
   EXPECT_EQ(replay.status, 0) << replay.err;
   EXPECT_NE(replay.out.find("at 100 samples/s"), std::string::npos) << replay.out;
   // And so it is where no model is installed.
-  for (const auto& slot : std::filesystem::directory_iterator("/usr/share/GestureModel")) {
+  for (const auto& slot :
+       std::filesystem::directory_iterator("/usr/share/GestureModel")) {
     std::filesystem::remove_all(slot);
   }
   const Outcome bare = run_wgr("explain --handle 2 " + path());
