@@ -183,6 +183,10 @@ static void segment_annotations(Segmenter& segmenter, SegmentedRecording& record
 static void segment_stream(Segmenter& segmenter, SegmentedRecording& recording) {
   recording.motions =
       segment_recording(recording.samples, recording.annotations, segmenter);
+  const size_t open = segmenter.engine().motion_acc.size();
+  if (open > 0) {
+    recording.unfinished = recording.samples[recording.samples.size() - open].t;
+  }
   for (const Motion& motion : recording.motions) {
     int best = -1;
     double most = 0.0;
@@ -421,6 +425,50 @@ std::string summary_of(const SegmentedSet& set) {
   text += fmt::format("{} of {} annotations without a kept motion\n", of, annotations);
   text += fmt::format("{:.1f} s of background\n", set.provenance.background_seconds);
   return text;
+}
+
+// Why an annotation has no kept motion.
+static std::string cause_of(const SegmentedRecording& recording,
+                            const Annotation& annotation) {
+  if (recording.unfinished && annotation.end > *recording.unfinished) {
+    return "the recording ends in the motion: record on until the wrist rests";
+  }
+  const Motion* nearest = nullptr;
+  double most = 0.0;
+  for (const Motion& motion : recording.motions) {
+    const double overlap =
+        std::min(annotation.end, motion.end) - std::max(annotation.begin, motion.begin);
+    if (overlap <= most) continue;
+    most = overlap;
+    nearest = &motion;
+  }
+  if (nearest == nullptr) return "no motion: the wrist counted as resting";
+  const std::string name = kVerdictNames[static_cast<size_t>(nearest->verdict)];
+  const bool no_rest = nearest->verdict == Verdict::kInTwoAnnotations ||
+                       nearest->verdict == Verdict::kPartlyInAnnotation ||
+                       nearest->verdict == Verdict::kKept;
+  return no_rest ? name + ": rest before and after each repetition" : name;
+}
+
+std::string annotations_list(const SegmentedSet& set) {
+  std::string text;
+  size_t again = 0;
+  size_t all = 0;
+  for (const SegmentedRecording& recording : set.recordings) {
+    for (size_t i = 0; i < recording.annotations.size(); ++i) {
+      const Annotation& annotation = recording.annotations[i];
+      const bool kept =
+          std::count(recording.annotation_of.begin(), recording.annotation_of.end(),
+                     static_cast<int>(i)) > 0;
+      ++all;
+      again += kept ? 0 : 1;
+      text +=
+          fmt::format("{} {:.3f} {:.3f} class {}: {}\n", shown(recording.entry.file),
+                      annotation.begin, annotation.end, annotation.label,
+                      kept ? "kept" : "record again: " + cause_of(recording, annotation));
+    }
+  }
+  return text + fmt::format("{} of {} annotations to be recorded again\n", again, all);
 }
 
 }  // namespace wgr

@@ -33,6 +33,7 @@ struct SegmentedRecording {
   std::vector<Motion> motions;
   std::vector<int> annotation_of;  // of each motion, which annotation it fills; -1: none
   double background_seconds = 0.0;
+  std::optional<double> unfinished;  // s, where a motion begins that the end cuts off
 };
 
 struct SegmentedSet {
@@ -52,5 +53,8 @@ std::vector<Motion> kept_motions(const SegmentedSet& set);
 
 // How many of which verdict and label.
 std::string summary_of(const SegmentedSet& set);
+
+// What became of every annotation, a line each, and how many are to be recorded again.
+std::string annotations_list(const SegmentedSet& set);
 
 }  // namespace wgr

@@ -300,6 +300,17 @@ TEST_F(ShortGestures, AreEvaluatedWithTheSettingsThatKeepThem) {
   EXPECT_TRUE(tried[1].chosen);
 }
 
+TEST_F(ShortGestures, AreListedWithWhatBecameOfThem) {
+  EXPECT_THAT(annotations_list(segmented({})), HasSubstr("8 of 8 annotations to be"));
+  EXPECT_THAT(annotations_list(segmented({})), HasSubstr("record again: too short"));
+  EXPECT_THAT(annotations_list(segmented({-1, -1, -10})), HasSubstr("\n0 of 8 "));
+  record("a.csv", rest(50) + Stream(40, gesture(20, 6.0)[0]));
+  write("labels.csv", "file,t_start,t_end,label\na.csv,1,1.7,3\n");
+  EXPECT_THAT(annotations_list(segmented({})),
+              HasSubstr("a.csv 1.000 1.700 class 3: record again: the recording ends in "
+                        "the motion"));
+}
+
 TEST_F(ShortGestures, CallTheLibraryAsTheyWereSegmented) {
   const Provenance p = segmented({-1, 6, -10}).provenance;
   EXPECT_EQ(p.shortest, 10);

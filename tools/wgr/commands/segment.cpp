@@ -39,12 +39,16 @@ struct Arguments {
   std::string folder;
   std::string out;
   SegmentationArguments segmentation;
+  bool list = false;
 };
 
 }  // namespace
 
 static void segment(const Arguments& given) {
   const bool is_file = find_target(given.out).is_file();
+  if (given.list && !is_file) {
+    throw UsageError("segment: --list prints on standard output, so -o must name a file");
+  }
   OutputPlan plan;
   add_inputs(plan, given.folder, given.segmentation);
   plan.writes("-o", given.out);
@@ -63,6 +67,7 @@ static void segment(const Arguments& given) {
     files.write(description_path(given.out), as_text(description));
   }
   files.commit();
+  if (given.list) write_results(annotations_list(set));
 }
 
 void add_segment(CLI::App& wgr) {
@@ -77,6 +82,8 @@ void add_segment(CLI::App& wgr) {
       ->required()
       ->transform(path_value())
       ->option_text("FILE");
+  command->add_flag("--list", given->list,
+                    "List what became of every annotation, and which to\nrecord again");
   add_segmentation_arguments(*command, given->segmentation);
   command->footer(kFooter);
   command->callback([given] { segment(*given); });
