@@ -26,6 +26,15 @@ function lineFor(m, names = new Map()) {
   return lines[m.cause]?.() ?? m.sentence;
 }
 
+const kFigures = 5000;  // of the newest samples and frames
+/** @param {number[]} values  @param {number} value */
+function keepNewest(values, value) {
+  values.push(value);
+  if (values.length > kFigures) values.splice(0, kFigures / 2);
+}
+/** @param {number[]} values */
+const median = (values) => values.slice().sort((a, b) => a - b)[values.length >> 1];
+
 class Live {
   constructor() {
     this.sensors = new Sensors((t, values) => this.sense(t, values),
@@ -40,7 +49,12 @@ class Live {
     /** @type {((motion: any) => void) | null} */
     this.onmotion = null;
     this.names = new Map();
-    this.latencies = [];
+    /** @type {number[]} */
+    this.latencies = [];  // ms, from an event of the sensors to what is known of it
+    /** @type {number[]} */
+    this.works = [];      // ms, of drawing a frame
+    this.behind = 0;      // samples that the worker has not answered yet
+    this.backlog = 0;     // the most of these
     $('#turn').checked = this.sensors.turned;
     $('#turn').addEventListener('change', (e) => { this.sensors.turned = e.target.checked; });
     $('#sense').addEventListener('click', () => this.start());
@@ -134,7 +148,9 @@ class Live {
 
   /** @param {number} t  @param {number[]} values */
   sense(t, values) {
-    if (this.settings) engine.stream(Float64Array.of(t, ...values), performance.now());
+    if (!this.settings) return;
+    this.backlog = Math.max(this.backlog, ++this.behind);
+    engine.stream(Float64Array.of(t, ...values), performance.now());
   }
 
   // What the worker made of a sample.
@@ -151,7 +167,8 @@ class Live {
     if (from > kStripRate) this.rows.splice(0, from);
     this.movingFor = moving ? (this.movingFor ?? 0) + made.length / 7 : 0;
     this.moving = moving;
-    this.latencies.push(performance.now() - asked);
+    this.behind -= 1;
+    keepNewest(this.latencies, performance.now() - asked);
     if (motion && (flags & kEndedFlag)) this.judged(motion);
     if (flags & kFullFlag) {
       $('#cause').textContent = 'Two hours are over: stop the sensors and start them again.';
@@ -191,7 +208,14 @@ class Live {
     const share = judged ? 100 : Math.min(100, 100 * (this.movingFor ?? 0) / shortest);
     $('#ring .fill').style.strokeDasharray = `${share} 100`;
     this.drawStrip();
+    keepNewest(this.works, performance.now() - now);
     requestAnimationFrame(() => this.draw());
+  }
+
+  // How quick it is: see its test.
+  figures() {
+    return {frames: this.works.length, work: median(this.works),
+      latency: median(this.latencies), backlog: this.backlog};
   }
 
   drawStrip() {

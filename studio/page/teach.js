@@ -7,6 +7,7 @@ const kRestFirst = 1200;      // ms at rest before the prompt
 const kAround = 0.6;          // s of rest that is kept before and behind a motion
 const kPatienceForMotion = 8000;  // ms after the prompt
 const kBuffer = 30 * kStripRate;  // samples that are kept of the stream
+const kGravity = 9.81;        // m/s²
 const kTaken = ['background', 'negative'];
 const kIndex = 'file,label,subject,rate_hz\n';
 
@@ -27,6 +28,29 @@ function sparkline(csv) {
     `${(width * (row[0] - begin) / seconds).toFixed(1)} ${(height / 2 * (1 - row[k] / 25)).toFixed(1)}`).join('L'));
   return svg('svg', {viewBox: `0 0 ${width} ${height}`, 'aria-hidden': 'true', class: 'spark'},
       ...lines.map((d, k) => svg('path', {class: kAxes[k], d: 'M' + d})));
+}
+
+// Runs through a picture in the time in which the motion was made, and vibrates where the
+// wrist was accelerated most.
+function playBack(csv, picture, button) {
+  if (button.textContent !== 'Play') return;
+  const rows = rowsOfCsv(csv);
+  const length = 1000 * (rows.at(-1)[0] - rows[0][0]);
+  const strength = (row) => Math.abs(Math.hypot(row[1], row[2], row[3]) - kGravity);
+  const peak = rows.reduce((most, row) => strength(row) > strength(most) ? row : most);
+  const cursor = svg('line', {class: 'cursor', y1: 0, y2: 36, x1: 0, x2: 0});
+  picture.append(cursor);
+  button.textContent = 'Playing';
+  setTimeout(() => navigator.vibrate?.(60), 1000 * (peak[0] - rows[0][0]));
+  const start = performance.now();
+  const step = () => {
+    const share = Math.min(1, (performance.now() - start) / length);
+    cursor.setAttribute('transform', `translate(${120 * share})`);
+    if (share < 1 && picture.isConnected) return requestAnimationFrame(step);
+    cursor.remove();
+    button.textContent = 'Play';
+  };
+  step();
 }
 
 /**
@@ -132,6 +156,9 @@ class Teach {
       explainer.show({name: `${gesture.name}-${i + 1}.csv`,
         recording: new TextEncoder().encode(repetition.csv)});
     });
+    const picture = sparkline(repetition.csv);
+    const play = el('button', {type: 'button', 'aria-label': `Play ${name}`}, 'Play');
+    play.addEventListener('click', () => playBack(repetition.csv, picture, play));
     const drop = el('button', {type: 'button', 'aria-label': `Drop ${name}`}, 'Drop');
     drop.addEventListener('click', () => this.change(() => {
       gesture.repetitions.splice(gesture.repetitions.indexOf(repetition), 1);
@@ -142,8 +169,8 @@ class Teach {
       gesture.repetitions.splice(gesture.repetitions.indexOf(repetition), 1);
       this.set.gestures.find((g) => g.name === label.value).repetitions.push(repetition);
     }));
-    return el('li', {}, sparkline(repetition.csv),
-        el('span', {class: 'note odd'}, repetition.said), label, look, drop);
+    return el('li', {}, picture,
+        el('span', {class: 'note odd'}, repetition.said), label, play, look, drop);
   }
 
   // ---- recording -------------------------------------------------------------------------

@@ -8,27 +8,16 @@ const fs = require('node:fs');
 const path = require('node:path');
 
 const {kWays, testPages} = require('../pages/browser.js');
-const {VirtualSensors, rowsOf} = require('./virtual_sensors.js');
+const {VirtualSensors, rowsOf, shake} = require('./virtual_sensors.js');
 
 const [build, packages] = process.argv.slice(2).map((name) => path.resolve(name));
 const kRoot = path.join(__dirname, '../..');
 const kClasses = 17.5;       // s, in which the demo has its five classes
+const kMostFrameWork = 8;    // ms of drawing a frame, of 16.7; median
 const kMostLatency = 100;    // ms, from a sample to what is known of it; median
-const kTooShort = [0.12, 14]; // s and m/s² of a motion that is too short to count
+const kTooShort = 0.12;      // s of a motion that is too short to count
 
 const rows = rowsOf(fs.readFileSync(path.join(kRoot, 'recordings/demo.csv'), 'utf8'));
-
-// A shake between two rests.
-function shake(seconds, strength) {
-  const made = [];
-  for (let i = 0; i < 100; ++i) {
-    const t = i / 50;
-    const moving = t >= 1 && t < 1 + seconds;
-    const v = moving ? strength * Math.sin(2 * Math.PI * (t - 1) / seconds) : 0;
-    made.push([t, v, 0, 9.81, moving ? 200 * Math.cos(20 * t) : 0, 0, 0]);
-  }
-  return made;
-}
 
 const checks = {
   async 'no sensor is said, after a while'(page) {
@@ -58,11 +47,27 @@ const checks = {
       return sorted[sorted.length >> 1];
     });
     assert.ok(latency <= kMostLatency, `${latency} ms`);
+    const {frames, work, backlog} = await page.evaluate(() => live.figures());
+    console.log(`        ${latency.toFixed(1)} ms from a sample to what is known of it; ` +
+        `${frames} frames, ${work.toFixed(2)} ms of work each, at most ${backlog} samples behind`);
+    assert.ok(frames > 60, `${frames} frames`);
+    assert.ok(work <= kMostFrameWork, `${work} ms a frame`);
   },
 
   async 'what is too short is said in one line'(page) {
-    await page.sensors.play(shake(...kTooShort));
+    await page.sensors.play(shake(kTooShort));
     await page.locator('#cause', {hasText: /too short: 0\.\d\d s of 0\.50 s/}).waitFor();
+  },
+
+  async 'a page that was hidden says what is missing'(page) {
+    const hide = (hidden) => page.evaluate((is) => {
+      Object.defineProperty(document, 'hidden', {value: is, configurable: true});
+      document.dispatchEvent(new Event('visibilitychange'));
+    }, hidden);
+    await hide(true);
+    await hide(false);
+    await page.locator('#cause', {hasText: 'The page was hidden'}).waitFor();
+    await page.evaluate(() => { delete document.hidden; });
   },
 
   async 'a recording is kept when the page is reloaded in its middle'(page) {

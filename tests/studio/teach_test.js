@@ -10,7 +10,7 @@ const os = require('node:os');
 const path = require('node:path');
 
 const {kWays, testPages} = require('../pages/browser.js');
-const {VirtualSensors, rowsOf} = require('./virtual_sensors.js');
+const {VirtualSensors, rowsOf, shake} = require('./virtual_sensors.js');
 
 const [build, wgr, packages] = process.argv.slice(2).map((name) => path.resolve(name));
 const kNames = new Map([[0, 'shake'], [1, 'turn'], [3, 'circle']]);  // of synthesised classes
@@ -56,6 +56,8 @@ function savedSet() {
   return tar;
 }
 
+const csvOf = (rows) => 't,ax,ay,az,gx,gy,gz\n' + rows.map((row) => row.join(',') + '\n').join('');
+
 async function saved(page) {
   const [file] = await Promise.all([page.waitForEvent('download'), page.click('#save-all')]);
   return file.path();
@@ -89,6 +91,47 @@ const checks = {
     await page.click('[aria-label="Drop circle 1"]');
     await page.waitForFunction((n) => document.querySelectorAll('.repetitions li').length === n,
         kPrompted - 1);
+  },
+
+  async 'a repetition is played back, and given to another gesture'(page) {
+    await page.click('[aria-label="Play circle 1"]');
+    await page.waitForSelector('.spark .cursor', {state: 'attached'});
+    await page.waitForSelector('.spark .cursor', {state: 'detached', timeout: 20_000});
+    await page.fill('#name', 'turn');
+    await page.keyboard.press('Enter');
+    await page.locator('.gesture h3', {hasText: 'turn 0 of 8'}).waitFor();
+    await page.selectOption('[aria-label="What circle 1 is"]', 'turn');
+    await page.locator('.gesture h3', {hasText: 'turn 1 of 8'}).waitFor();
+    await page.locator('.gesture h3', {hasText: `circle ${kPrompted - 2} of 8`}).waitFor();
+  },
+
+  async 'what is wrong with a repetition is said'(page) {
+    const verdict = await page.evaluate(async ([short, restless]) => {
+      const judge = async (csv) => (await engine.ask({do: 'judge', folder: 'judged', file: '1.csv'},
+          {'judged/1.csv': csv, 'judged/index.csv': 'file,label,subject,rate_hz\n1.csv,a,,50\n'},
+          [], ['judged'])).answer;
+      return [await judge(short), await judge(restless)];
+    }, [csvOf(shake(0.12)), csvOf(shake(2.0).filter(([t]) => t >= 1.1 && t < 2.9))]);
+    assert.match(verdict[0].said, /^too short: 0\.\d\d s of 0\.50 s$/);
+    assert.match(verdict[1].said, /^no rest around it/);
+    assert.ok(verdict.every(({good}) => !good));
+  },
+
+  async 'what resembles another gesture is marked'(page) {
+    const files = {};
+    let index = 'file,label,subject,rate_hz\n';
+    for (const [label, count] of [[0, 5], [3, 5]]) {
+      for (let i = 0; i < count; ++i) {
+        files[`judged/${label}${i}.csv`] = csvOf(repetitions.get(label)[i]);
+        index += `${label}${i}.csv,${kNames.get(label)},,50\n`;
+      }
+    }
+    // A shake that is called a circle.
+    files['judged/odd.csv'] = csvOf(repetitions.get(0)[6]);
+    files['judged/index.csv'] = index + 'odd.csv,circle,,50\n';
+    const said = await page.evaluate(async (set) => (await engine.ask(
+        {do: 'judge', folder: 'judged', file: 'odd.csv'}, set, [], ['judged'])).answer, files);
+    assert.deepEqual(said, {good: true, said: 'more like shake than like the others of its kind'});
   },
 
   async 'what was saved goes on another day'(page) {

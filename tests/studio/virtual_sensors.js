@@ -8,6 +8,18 @@ const kDegree = Math.PI / 180;
 // "t,ax,..." as rows of numbers.
 const rowsOf = (csv) => csv.trim().split('\n').slice(1).map((line) => line.split(',').map(Number));
 
+// A shake of so many seconds and m/s² after a second of rest; another follows.
+function shake(seconds, strength = 14) {
+  const made = [];
+  for (let i = 0; i < 50 * (2 + seconds); ++i) {
+    const t = i / 50;
+    const moving = t >= 1 && t < 1 + seconds;
+    const v = moving ? strength * Math.sin(2 * Math.PI * (t - 1) / seconds) : 0;
+    made.push([t, v, 0, 9.81, moving ? 200 * Math.cos(20 * t) : 0, 0, 0]);
+  }
+  return made;
+}
+
 class VirtualSensors {
   static async on(page) {
     const sensors = new VirtualSensors();
@@ -43,4 +55,4 @@ class VirtualSensors {
   }
 }
 
-module.exports = {VirtualSensors, rowsOf};
+module.exports = {VirtualSensors, rowsOf, shake};
