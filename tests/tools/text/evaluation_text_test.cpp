@@ -56,7 +56,7 @@ static Evaluation two_folds() {
   made.rejected_outside = 5;
   made.background_hours = 2.0;
   made.latencies = {0.1, 0.2, 0.9};
-  made.folds = {{"ann", 10, 3, 5, 4}, {"bob", 12, 2, 3, 2}};
+  made.folds = {{"ann", 10, 3, {}, 5, 4}, {"bob", 12, 2, {}, 3, 2}};
   return made;
 }
 
