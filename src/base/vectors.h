@@ -64,4 +64,34 @@ WGR_INLINE void minimum(const Vector& a, const Vector& b, Vector& least) {
 #endif
 }
 
+// In which lanes something was so; `any` of them.
+template <size_t kLanes>
+struct Lanes {
+  typename Vectors<kLanes>::Counts lanes = {};
+  [[gnu::always_inline]] void add_equal(const typename Vectors<kLanes>::Doubles& a,
+                                        const typename Vectors<kLanes>::Doubles& b) {
+    lanes |= a == b;
+  }
+  bool any() const {
+    std::ptrdiff_t all[kLanes];
+    store(lanes, all);
+    std::ptrdiff_t some = 0;
+    for (const std::ptrdiff_t lane : all) some |= lane;
+    return some != 0;
+  }
+};
+
+#if defined(__x86_64__) && !defined(__clang__)
+// Vectors of eight are compared into a mask, which GCC would make a vector of.
+template <>
+struct Lanes<8> {
+  unsigned mask = 0;
+  [[gnu::always_inline]] void add_equal(const Vectors<8>::Doubles& a,
+                                        const Vectors<8>::Doubles& b) {
+    mask |= __builtin_ia32_cmppd512_mask(a, b, _CMP_EQ_OQ, -1, _MM_FROUND_CUR_DIRECTION);
+  }
+  bool any() const { return mask != 0; }
+};
+#endif
+
 }  // namespace wgr

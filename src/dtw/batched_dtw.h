@@ -30,12 +30,13 @@ class BatchedDtw {
 
   // What the last warp() found for one of the others: equal in cost, but not always in
   // length. (Infinite coordinates can make costs that do not compare, and then the two
-  // orders choose differently; but from there on all costs are infinite or no numbers.)
+  // orders choose differently; but from there on all costs are infinite or no numbers,
+  // and the length says nothing.)
   WarpingPath forth(size_t lane) const;  // of the trace (index i) and the other (index j)
   WarpingPath back(size_t lane) const;   // of the other and the trace
 
  private:
-  WarpingPath path(size_t lane, const std::ptrdiff_t* steps) const;
+  WarpingPath path(size_t lane, const AlignedArray<std::ptrdiff_t>& steps) const;
 
   size_t trace_points_ = 0;
   std::vector<size_t> points_;  // of each other
@@ -43,8 +44,8 @@ class BatchedDtw {
   size_t rows_ = 0;
   AlignedArray<double> others_;
   AlignedArray<double> cost_;
-  AlignedArray<std::ptrdiff_t> forth_;  // diagonal steps
-  AlignedArray<std::ptrdiff_t> back_;
+  AlignedArray<std::ptrdiff_t> steps_[2];  // diagonal ones, of either order
+  bool alike_ = false;                     // the first stands for both
 };
 
 }  // namespace wgr
