@@ -83,6 +83,11 @@ TEST(EvaluationFigures, ArePrintedForPeopleAsAWhole) {
       "latency:         200 ms, at most 900 ms, from the labelled end of a repetition to "
       "its event\n"
       "\n"
+      "over 2 parts left out: 73.3 % on average, 66.7 % to 80.0 % with 95 % confidence "
+      "(bootstrap); worst 66.7 %, bob\n"
+      "of 7 kept: 75.0 % with all repetitions as templates, 100.0 % with the chosen "
+      "ones, "
+      "85.7 % reported; of all 8: 75.0 % reported\n"
       "left out ann: 4 of 5 repetitions right; 3 templates from 10 examples\n"
       "left out bob: 2 of 3 repetitions right; 2 templates from 12 examples\n");
   EXPECT_EQ(text_of(Evaluation(), Provenance()),
@@ -106,7 +111,7 @@ TEST(EvaluationFigures, AreWrittenAsJson) {
   EXPECT_EQ(figures["latency_worst"], 0.9);
   EXPECT_EQ(
       figures["folds"][1].dump(),
-      R"({"left_out":"bob","examples":12,"templates":2,"repetitions":3,"right":2})");
+      R"({"left_out":"bob","examples":12,"templates":2,"settings":{},"repetitions":3,"right":2})");
   const auto nothing = to_json(Evaluation(), Provenance());
   for (const char* unknown :
        {"accuracy", "kept_accuracy", "classified_right", "baseline_1nn",
