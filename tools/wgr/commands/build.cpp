@@ -115,33 +115,47 @@ static SegmentedSet segment_best(const Arguments& given, const std::string& inpu
   return alternatives.set(chosen);
 }
 
-// Returns the page that is among the files; may be empty.
-static std::string build_one(const Arguments& given, const Job& job, OutputFiles& files) {
-  const std::string& input = job.input;
+namespace {
+
+// What a model is built from.
+struct Input {
   Gdata data;
   Provenance provenance;
-  std::vector<std::string> names;
-  std::string tried;
-  if (std::filesystem::is_directory(input)) {
-    const SegmentedSet set = segment_best(given, input, tried);
-    names = names_of_kept(set);
-    print(stderr, "{}", summary_of(set));
-    provenance = set.provenance;
-    data = parse_training_text(training_text(kept_motions(set), provenance.gravity));
-  } else {
-    if (!given.segmentation.background.empty()) {
-      throw UsageError(
-          "--background goes with a folder of recordings; to a training "
-          "file it is added by wgr segment");
-    }
-    if (given.segmentation.choose_settings) {
-      throw UsageError(
-          "--choose-settings goes with a folder of recordings; a training file was "
-          "segmented with its own settings");
-    }
-    data = read_training_file(input);
-    provenance = description_of(input, data);
+  std::vector<std::string> names;  // of the examples, where they are known
+  std::string tried;               // settings that were compared; may be empty
+};
+
+}  // namespace
+
+static Input segmented_folder(const Arguments& given, const std::string& folder) {
+  Input input;
+  const SegmentedSet set = segment_best(given, folder, input.tried);
+  input.names = names_of_kept(set);
+  print(stderr, "{}", summary_of(set));
+  input.provenance = set.provenance;
+  input.data =
+      parse_training_text(training_text(kept_motions(set), input.provenance.gravity));
+  return input;
+}
+
+static Input training_file(const Arguments& given, const std::string& path) {
+  if (!given.segmentation.background.empty()) {
+    throw UsageError(
+        "--background goes with a folder of recordings; to a training "
+        "file it is added by wgr segment");
   }
+  if (given.segmentation.choose_settings) {
+    throw UsageError(
+        "--choose-settings goes with a folder of recordings; a training file was "
+        "segmented with its own settings");
+  }
+  Input input;
+  input.data = read_training_file(path);
+  input.provenance = description_of(path, input.data);
+  return input;
+}
+
+static BuildOptions options_for(const Arguments& given, const Provenance& provenance) {
   BuildOptions options = given.options;
   options.background_hours =
       given.background_hours.value_or(provenance.background_seconds / kSecondsPerHour);
@@ -150,20 +164,29 @@ static std::string build_one(const Arguments& given, const Job& job, OutputFiles
         "--false-positives-per-hour needs background: recordings of everyday movement "
         "(--background), or --background-hours for a training file");
   }
-
   options.progress = true;
+  return options;
+}
+
+// Returns the page that is among the files; may be empty.
+static std::string build_one(const Arguments& given, const Job& job, OutputFiles& files) {
+  const Input input = std::filesystem::is_directory(job.input)
+                          ? segmented_folder(given, job.input)
+                          : training_file(given, job.input);
+  const Provenance& provenance = input.provenance;
+  const BuildOptions options = options_for(given, provenance);
   BuildReport report;
-  const ModelBuilder builder(data, options.threads, false,
+  const ModelBuilder builder(input.data, options.threads, false,
                              {provenance.subjects, provenance.sessions});
   const Gmodel model = builder.build(options, report);
-  require_faultless_model(model, report, input);
-  const std::string text = tried + report_text(report, options, provenance);
+  require_faultless_model(model, report, job.input);
+  const std::string text = input.tried + report_text(report, options, provenance);
   print(stderr, "{}", text);
   std::string page;
   if (!given.page.empty()) {
     PageData page_data =
-        page_data_of_build(builder, model, report, options, provenance, names);
-    page_data.title = "Built from " + name_of_path(input);
+        page_data_of_build(builder, model, report, options, provenance, input.names);
+    page_data.title = "Built from " + name_of_path(job.input);
     page = model_page(page_data);
     files.write(given.page, page);
   }
