@@ -107,7 +107,7 @@ TEST(PeakMemory, TheDoctorTakesNoMoreForAnyLength) {
     });
     EXPECT_EQ(run.status, 1);
     EXPECT_LT(run.kilobytes, 64000);
-    EXPECT_THAT(run.out, HasSubstr("acc-spike (certain): 1 samples"));
+    EXPECT_THAT(run.out, HasSubstr("can measure: 1 sample, "));
     EXPECT_THAT(run.out, HasSubstr("(line " + std::to_string(odd + 2) + ")"));
   }
 }
