@@ -22,7 +22,8 @@ kRoot = pathlib.Path(__file__).resolve().parent.parent
 
 
 def command(build, samples):
-    return [kRoot / "scripts/private-paths", build / "tests/recorded_host", "steady", str(samples)]
+    host = build / "tests/recorded_host"
+    return [kRoot / "scripts/private-paths", host, "steady", str(samples)]
 
 
 def environment(folder):

@@ -188,6 +188,8 @@ def explain(
     rate: int | None = None,
     gyro_bias: Sequence[float] | None = None,
     sensitivity: int | None = None,
+    shortest: int | None = None,
+    static_window: int | None = None,
     initialise: bool = True,
     draw: bool = True,
 ) -> Explanation:
@@ -201,7 +203,8 @@ def explain(
         what_if: Whether what would have helped is tried, on recordings of any
             length; otherwise where `expect` is given, on those of 2,000,000 samples
             and fewer.
-        wearer, mode, rate, gyro_bias, sensitivity: As for replay().
+        wearer, mode, rate, gyro_bias, sensitivity, shortest, static_window: As for
+            replay().
         initialise: False: as a host that forgets init_gesture_handle().
         draw: Keeps what plot(), traces() and page() draw; without it less memory
             is taken.
@@ -218,6 +221,8 @@ def explain(
         gyro_bias,
         sensitivity,
         initialise,
+        shortest,
+        static_window,
     )
     options.rate = rate
     options.recording = recording.name

@@ -183,6 +183,8 @@ class Recognizer:
         mode: int = 1,
         gyro_bias: Sequence[float] | None = None,
         sensitivity: int | None = None,
+        shortest: int | None = None,
+        static_window: int | None = None,
     ) -> None:
         """Makes a handle; the arguments are those of replay().
 
@@ -196,6 +198,8 @@ class Recognizer:
             HostSettings(),
             gyro_bias,
             sensitivity,
+            shortest=shortest,
+            static_window=static_window,
         )
         self.rate = rate
         self._host = _wgr.Host(options)

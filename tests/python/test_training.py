@@ -130,8 +130,14 @@ def test_host_settings_are_those_of_the_tool(folder, tmp_path, words, given):
     assert given.items() <= made.host_settings.items()
     *events, _ = run_tool(
         "replay", "--models", MODELS, "--json", *words, DEMO).splitlines()
-    replayed = wgr.replay(wgr.Recording.read(DEMO), MODELS, **given)
+    demo = wgr.Recording.read(DEMO)
+    replayed = wgr.replay(demo, MODELS, **given)
     assert [e.t for e in replayed] == [json.loads(line)["t"] for line in events]
+    recognizer = wgr.Recognizer(MODELS, rate=demo.rate, **given)
+    fed = [recognizer.feed(*sample) for sample in zip(demo.acc, demo.gyro, demo.t)]
+    assert [e for e in fed if e is not None] == list(replayed)
+    explained = json.loads(run_tool("explain", "--models", MODELS, "--json", *words, DEMO))
+    assert wgr.explain(demo, MODELS, **given).details == explained
     with pytest.raises(wgr.InputError, match="alone"):
         wgr.segment(folder, shortest=20, sensitivity=2)
 
