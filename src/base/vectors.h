@@ -64,7 +64,7 @@ WGR_INLINE void minimum(const Vector& a, const Vector& b, Vector& least) {
 #endif
 }
 
-// In which lanes something was so; `any` of them.
+// In which lanes something was so.
 template <size_t kLanes>
 struct Lanes {
   typename Vectors<kLanes>::Counts lanes = {};
@@ -72,12 +72,15 @@ struct Lanes {
                                         const typename Vectors<kLanes>::Doubles& b) {
     lanes |= a == b;
   }
-  bool any() const {
+  // A bit each.
+  unsigned bits() const {
     std::ptrdiff_t all[kLanes];
     store(lanes, all);
-    std::ptrdiff_t some = 0;
-    for (const std::ptrdiff_t lane : all) some |= lane;
-    return some != 0;
+    unsigned found = 0;
+    for (size_t lane = 0; lane < kLanes; ++lane) {
+      found |= (all[lane] != 0 ? 1u : 0u) << lane;
+    }
+    return found;
   }
 };
 
@@ -90,7 +93,7 @@ struct Lanes<8> {
                                         const Vectors<8>::Doubles& b) {
     mask |= __builtin_ia32_cmppd512_mask(a, b, _CMP_EQ_OQ, -1, _MM_FROUND_CUR_DIRECTION);
   }
-  bool any() const { return mask != 0; }
+  unsigned bits() const { return mask; }
 };
 #endif
 

@@ -7,8 +7,8 @@
 // loops name their vectors; they are compiled once for each width.
 //
 // The paths of the two orders part only where the cells above and on the left cost the
-// same, which they hardly ever do. So the steps of one order are counted first; after
-// such a choice the lanes are filled again for both, one by one.
+// same, which they hardly ever do. So the steps of one order are counted first; a lane
+// with such a choice is filled again, for both.
 #include "dtw/batched_dtw.h"
 
 #include <algorithm>
@@ -138,9 +138,9 @@ WGR_INLINE void fill_columns(const Table& table, const Point3Df* points,
 template <size_t kLanes>
 static constexpr size_t kTogether = kLanes == 1 ? 1 : 3;
 
-// Whether two sides cost the same anywhere.
+// The lanes where two sides cost the same anywhere.
 template <size_t kLanes, size_t kOrders, size_t kColumns>
-WGR_INLINE bool fill(const Table& table) {
+WGR_INLINE unsigned fill(const Table& table) {
   const Point3Df* const points = table.trace.points;
   Lanes<kLanes> equal;
   // A diagonal first step does not count, so the first cell starts at -1.
@@ -158,11 +158,11 @@ WGR_INLINE bool fill(const Table& table) {
   for (; i < table.trace.count; ++i) {
     fill_columns<kLanes, kOrders, 1>(table, points + i, equal);
   }
-  return equal.any();
+  return equal.bits();
 }
 
 template <size_t kLanes>
-WGR_INLINE bool fill_one_order(const Table& table) {
+WGR_INLINE unsigned fill_one_order(const Table& table) {
   return fill<kLanes, 1, kTogether<kLanes>>(table);
 }
 
@@ -170,18 +170,20 @@ namespace {
 
 struct Filler {
   size_t lanes;
-  bool (*fill)(const Table&);  // one order; whether two sides cost the same
+  unsigned (*fill)(const Table&);  // one order; the lanes that need the other one
 };
 
 }  // namespace
 
 #ifdef WGR_WIDER_VECTORS
-WGR_FOR_EIGHT_LANES static bool fill_eight(const Table& t) {
+WGR_FOR_EIGHT_LANES static unsigned fill_eight(const Table& t) {
   return fill_one_order<8>(t);
 }
-WGR_FOR_FOUR_LANES static bool fill_four(const Table& t) { return fill_one_order<4>(t); }
+WGR_FOR_FOUR_LANES static unsigned fill_four(const Table& t) {
+  return fill_one_order<4>(t);
+}
 #endif
-static bool fill_least(const Table& t) { return fill_one_order<kLeastLanes>(t); }
+static unsigned fill_least(const Table& t) { return fill_one_order<kLeastLanes>(t); }
 
 static Filler choose_filler() {
   const size_t lanes = lanes_of_cpu();
@@ -222,14 +224,13 @@ void BatchedDtw::set_others(const std::vector<MotionPoints>& others) {
   }
 }
 
-void BatchedDtw::warp(const MotionPoints& trace) {
+void BatchedDtw::warp(const MotionPoints& trace, size_t first) {
   trace_points_ = trace.count;
   Table table = {trace,   others_.data(), rows_,
                  width(), cost_.data(),   {steps_[0].data(), steps_[1].data()}};
-  alike_ = !filler().fill(table);
-  if (alike_) return;
+  apart_ = filler().fill(table);
   for (size_t lane = 0; lane < points_.size(); ++lane) {
-    fill<1, 2, 1>(table);
+    if (lane >= first && (apart_ >> lane & 1u) != 0) fill<1, 2, 1>(table);
     ++table.others;
     ++table.cost;
     for (Count*& steps : table.steps) ++steps;
@@ -245,7 +246,7 @@ WarpingPath BatchedDtw::path(size_t lane, const AlignedArray<Count>& steps) cons
 WarpingPath BatchedDtw::forth(size_t lane) const { return path(lane, steps_[0]); }
 
 WarpingPath BatchedDtw::back(size_t lane) const {
-  return path(lane, steps_[alike_ ? 0 : 1]);
+  return path(lane, steps_[apart_ >> lane & 1u]);
 }
 
 }  // namespace wgr

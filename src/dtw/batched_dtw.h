@@ -26,7 +26,8 @@ class BatchedDtw {
   // The others, at most width() of them, none empty; they are copied.
   void set_others(const std::vector<MotionPoints>& others);
 
-  void warp(const MotionPoints& trace);
+  // Nothing is asked of the others before `first`.
+  void warp(const MotionPoints& trace, size_t first = 0);
 
   // What the last warp() found for one of the others: equal in cost, but not always in
   // length. (Infinite coordinates can make costs that do not compare, and then the two
@@ -45,7 +46,7 @@ class BatchedDtw {
   AlignedArray<double> others_;
   AlignedArray<double> cost_;
   AlignedArray<std::ptrdiff_t> steps_[2];  // diagonal ones, of either order
-  bool alike_ = false;                     // the first stands for both
+  unsigned apart_ = 0;  // a bit for each lane; in the others the first stands for both
 };
 
 }  // namespace wgr

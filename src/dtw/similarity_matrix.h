@@ -34,8 +34,9 @@ void score_group(const std::vector<Points>& traces, int k,
   lanes.set_others(others);
   for (size_t before = 0; before + 1 < end; ++before) {
     const size_t a = order[before];
-    lanes.warp(motion(before));
-    for (size_t at = std::max(first, before + 1); at < end; ++at) {
+    const size_t next = std::max(first, before + 1);
+    lanes.warp(motion(before), next - first);
+    for (size_t at = next; at < end; ++at) {
       const size_t b = order[at];
       const double gravity = gravity_distance(traces[a], traces[b], k);
       put(a, b, score_of(lanes.forth(at - first), gravity, k));
