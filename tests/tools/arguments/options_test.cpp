@@ -273,7 +273,10 @@ TEST(Options, NumbersOutOfTheirRangeAreRefusedWithTheRangeInPlainWords) {
       bad.push_back(plain(range.most) + "e0");
       bad.push_back("2147483648");
     }
-    if (slow_here()) bad.erase(bad.begin(), bad.end() - 2);
+    // One check serves them all.
+    if (!enough_cases() && &known != std::begin(kNumbers)) {
+      bad.erase(bad.begin(), bad.end() - 2);
+    }
     for (const std::string& value : bad) {
       const std::string said = said_of(line(known.command, {known.option, value}));
       EXPECT_THAT(said,
