@@ -28,7 +28,7 @@ static constexpr char kFiller[] = "out/filler";
 static constexpr char kOwnOutput[] = "/proc/self/fd/1";
 
 // How many cases go untried: where a step takes longer, one of some is tried.
-static size_t every() { return property_cases() >= 1'000'000 ? 1 : 24; }
+static size_t every() { return property_cases() >= 1'000'000 ? 1 : 48; }
 
 // ---- One disturbed run ----------------------------------------------------------------
 
