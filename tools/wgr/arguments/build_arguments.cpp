@@ -10,17 +10,17 @@ static constexpr double kMostAnHour = 1e4;  // false positives; far more than ge
 void add_build_options(CLI::App& command, BuildOptions& options) {
   command
       .add_option("--templates", options.most_templates,
-                  "Templates per class, at most; otherwise by the sweep")
+                  "Most templates per class; otherwise chosen by\ncross-validation")
       ->transform(within(whole_from(1, 100)))
       ->option_text("N");
   command
       .add_option("--tolerance", options.tolerance,
-                  "By how much accuracy the smallest set may be\nworse than the best")
+                  "Accuracy that a smaller set of templates may\nlose against the best")
       ->transform(within(number_from(0, 1)))
       ->option_text("SHARE (0.005)");
   command
       .add_option("--share", options.most_share,
-                  "Of a class's examples, how many may be templates")
+                  "Largest share of a class's examples that\nbecome templates")
       ->transform(within(number_from(0, 1)))
       ->option_text("SHARE (0.33)");
   command
@@ -33,25 +33,25 @@ void add_build_options(CLI::App& command, BuildOptions& options) {
       ->option_text("exemplars|averages|smoothed|adapted");
   command
       .add_option("--judge-by", options.judge_by,
-                  "What is left out to judge templates and to set\nthresholds; otherwise "
-                  "subjects where two are known,\nor else sessions, or else repetitions")
+                  "What cross-validation leaves out to choose templates\nand thresholds; "
+                  "otherwise "
+                  "subjects if two are known,\notherwise sessions, otherwise repetitions")
       ->transform(one_of<LeftOut>({{"subject", LeftOut::kSubjects},
                                    {"session", LeftOut::kSessions},
                                    {"repetition", LeftOut::kRepetitions}}))
       ->option_text("subject|session|repetition");
   command
       .add_option("--false-cost", options.false_cost,
-                  "What an accepted wrong example costs, in rejected\nright ones")
+                  "Cost of an accepted wrong example, counted in\nrejected correct ones")
       ->transform(within(number_above(0, kMostCost)))
       ->option_text("COST (3)");
   command
       .add_option("--false-positives-per-hour", options.false_positives_per_hour,
-                  "How many background motions an hour may be accepted")
+                  "Most background motions accepted per hour")
       ->transform(within(number_from(0, kMostAnHour)))
       ->option_text("N");
   command
-      .add_option("--threads", options.threads,
-                  "Threads; otherwise one for each processor")
+      .add_option("--threads", options.threads, "Threads; otherwise one per processor")
       ->transform(within(whole_from(1, 256)))
       ->option_text("N");
 }

@@ -23,7 +23,7 @@ void add_host_settings(CLI::App& command, int& shortest, int& static_window,
           ->option_text("N");
   command
       .add_option("--static-window", static_window,
-                  "Samples of the rest test; otherwise a fifth of a\nsecond")
+                  "Length of the rest test, in samples; otherwise a\nfifth of a second")
       ->transform(within(whole_from(2, 10000)))
       ->option_text("N");
   command
@@ -37,26 +37,26 @@ void add_host_settings(CLI::App& command, int& shortest, int& static_window,
 void add_segmentation_arguments(CLI::App& command, SegmentationArguments& given) {
   command
       .add_option("--background", given.background,
-                  "Folder of recordings, or one, without gestures;\nmay be repeated")
+                  "Recording without gestures, or a folder of them;\nmay be repeated")
       ->transform(path_value())
       ->option_text("PATH")
       ->allow_extra_args(false);
   command
       .add_option("--sample-rate", given.options.rate,
-                  "Samples per second of the model; otherwise that of\nmost recordings")
+                  "Sample rate of the model; otherwise that of most\nrecordings")
       ->transform(within(whole_from(10, 1000)))
       ->option_text("HZ");
   HostSettings& host = given.options.host;
   add_host_settings(command, host.shortest, host.static_window, host.sensitivity);
   command.add_flag(
       "--use-annotations", given.options.whole_annotations,
-      "Use annotated intervals whole, not the motions\nbetween rests in them");
+      "Use each annotated interval as the motion, without\nsearching it for rests");
   command.add_flag("--no-gravity", given.no_gravity,
                    "The recordings have no gravity in them");
   add_max_size(command, given.options.limit);
   command.add_flag(
       "--no-attitude", given.no_attitude,
-      "Which way is down does not count; gravity is one\nmore point of the motion");
+      "Ignore the wrist's attitude: gravity becomes one\nmore point of the motion");
 }
 
 void add_inputs(OutputPlan& plan, const std::string& folder,

@@ -25,24 +25,24 @@
 namespace wgr {
 
 static constexpr char kFooter[] =
-    R"(INPUT is a training file (see wgr segment) or a folder of recordings, segmented first.
-Four kinds of templates are compared by cross-validation: exemplars, averages by dynamic time
-warping of 1 to 5 clusters a class, the same smoothed, and averages adapted to part the
-classes. Chosen are the fewest templates whose accuracy is within --tolerance of the best.
-Subjects are left out where two are known, or else sessions, or else repetitions
-(--judge-by); no class gets more templates than a third of its examples (--share).
+    R"(INPUT is a training file (see wgr segment) or a folder of recordings, which is segmented
+first. Cross-validation compares four kinds of templates: exemplars, averages by dynamic time
+warping of 1 to 5 clusters a class, the same averages smoothed, and averages adapted to
+separate the classes. The command chooses the fewest templates whose accuracy is within
+--tolerance of the best. It leaves out subjects if the recordings name at least two,
+otherwise sessions, otherwise repetitions (--judge-by). At most a third of a
+class's examples become templates (--share).
 
-Each class's threshold comes from the scores of right, wrong and background examples; with
---false-positives-per-hour no more background is accepted than that many motions in its
-duration, and no threshold lies lower than it would without background. Labels below 0 are
-background.
+Each class's threshold is computed from the scores of correct, wrong and background examples.
+--false-positives-per-hour limits the background motions that are accepted per hour; with
+background, no threshold is lower than without it. Labels below 0 are background.
 
-Beside the model go a report (.report.txt) and a manifest (.model.json); --model-only takes
-away those of an older model, and standard output and devices get none. --report draws it
-as a page for a browser. The same input gives the same bytes. Whatever ends the command,
-all files are there or all are as they were.
+The command also writes a report (.report.txt) and a manifest (.model.json) beside the model,
+unless the model is written to standard output or a device. --model-only removes those of an
+older model. --report writes an HTML report. The same input gives the same bytes. However
+the command ends, either all files are written or all stay as they were.
 --slots builds several models: FILE has the header slot,input; a slot is the name of a
-model's folder, such as olvo_model_5_fb, an input is relative to FILE.
+model's folder, such as olvo_model_5_fb, and an input is a path relative to FILE.
 
 Examples:
   wgr build set -o models/olvo_model_5_fb/hgr_olvo.xml --background walks \
@@ -280,9 +280,11 @@ void add_build(CLI::App& wgr) {
   CLI::App* const command = wgr.add_subcommand(
       "build", "Build gesture models from recordings or a training file.");
   const auto given = std::make_shared<Arguments>();
-  add_value(*command, "INPUT", given->input, "The training file, or recordings",
+  add_value(*command, "INPUT", given->input, "Training file, or folder of recordings",
             path_name(), " ");
-  command->add_option("-o,--out", given->out, "The model; with --slots their folder")
+  command
+      ->add_option("-o,--out", given->out,
+                   "Model to write; with --slots, the folder for models")
       ->required()
       ->transform(path_value())
       ->option_text("FILE");
@@ -293,7 +295,8 @@ void add_build(CLI::App& wgr) {
   add_value(*command, "--background-hours", given->background_hours,
             "Duration of the background in a training file",
             within(number_above(0, kMostHours)), "H");
-  command->add_flag("--model-only", given->model_only, "Write no report and no manifest");
+  command->add_flag("--model-only", given->model_only,
+                    "Write the model without its report and manifest");
   add_segmentation_arguments(*command, given->segmentation);
   add_choose_settings(*command, given->segmentation);
   command->footer(kFooter);

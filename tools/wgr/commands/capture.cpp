@@ -30,8 +30,8 @@ namespace wgr {
 using Json = nlohmann::ordered_json;
 
 static constexpr char kFooter[] =
-    R"(A capture (.wgrcap) is what the flight recorder writes; docs/flight-recorder.md leads from
-a complaint to its cause. It holds one host's calls, with the models that it loaded.
+    R"(The flight recorder writes captures (.wgrcap). A capture holds one host's calls and the models
+that the host loaded. docs/flight-recorder.md explains how to find the cause of a complaint.
 
 Examples:
   wgr capture info service.wgrcap
@@ -271,8 +271,8 @@ static CLI::App* add_part(CLI::App& command, const char* name, const char* what,
 }
 
 void add_capture(CLI::App& wgr) {
-  CLI::App* const command =
-      wgr.add_subcommand("capture", "Show, cut and convert what a recorder captured.");
+  CLI::App* const command = wgr.add_subcommand(
+      "capture", "Show, cut and convert captures of the flight recorder.");
   command->require_subcommand(1);
   command->footer(kFooter);
   const auto given = std::make_shared<Arguments>();
@@ -281,24 +281,26 @@ void add_capture(CLI::App& wgr) {
   CLI::App* const info = add_part(*command, "info", "Show what is in a capture.", given,
                                   "", false, [](Arguments& a) { show(a); });
   info->add_flag("--json", given->json, "Print JSON");
-  CLI::App* const cut = add_part(*command, "cut", "Cut out a part of a capture.", given,
+  CLI::App* const cut = add_part(*command, "cut", "Copy a part of a capture.", given,
                                  "The new capture", true, [](Arguments& a) { edit(a); });
-  add_value(*cut, "--from", given->edit.begin, "Where it begins, s since the start",
-            within(seconds), "S");
-  add_value(*cut, "--to", given->edit.end, "Where it ends", within(seconds), "S");
+  add_value(*cut, "--from", given->edit.begin,
+            "Start of the part, in seconds since the capture began", within(seconds),
+            "S");
+  add_value(*cut, "--to", given->edit.end, "End of the part, in seconds", within(seconds),
+            "S");
   add_handle_option(*cut, given->edit.handle);
   CLI::App* const csv = add_part(
       *command, "csv", "Write the samples of a handle as a recording.", given,
       "The recording; gzip when it ends in .gz", true, [](Arguments& a) { convert(a); });
   add_handle_option(*csv, given->edit.handle);
   add_max_size(*csv, given->limit);
-  CLI::App* const mark =
-      add_part(*command, "mark", "List the marks of a capture.", given,
-               "Write a table of annotations that\nwgr segment reads, instead", false,
-               [](Arguments& a) { list_marks(a); });
-  add_value(*mark, "--span", given->span, "Length of an annotation, up to its mark, s",
+  CLI::App* const mark = add_part(*command, "mark", "List the marks of a capture.", given,
+                                  "Write the marks as annotations for\nwgr segment",
+                                  false, [](Arguments& a) { list_marks(a); });
+  add_value(*mark, "--span", given->span,
+            "Seconds that an annotation lasts before its mark",
             within(number_above(0, 3600)), "S");
-  add_part(*command, "repair", "Save what is whole of a damaged capture.", given,
+  add_part(*command, "repair", "Recover the undamaged part of a capture.", given,
            "The new capture", true, [](Arguments& a) { repair(a); });
   add_part(*command, "anonymise", "Remove clock, process, label and the texts of marks.",
            given, "The new capture", true, [](Arguments& a) {

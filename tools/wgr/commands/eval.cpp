@@ -27,16 +27,17 @@
 namespace wgr {
 
 static constexpr char kFooter[] =
-    R"(FOLDER is as for wgr segment; all streams are fed to the library through its C interface,
-with the model in place. A pre-segmented recording, one repetition without rest around it,
-is no stream: it goes through the same steps as wgr segment and the library's classifier.
-With --leave-out a model is built for each subject, each recording (session), or each of
---folds parts of the repetitions, from all the others, and tested on what was left out.
+    R"(FOLDER has the layout that wgr segment reads. The command feeds each stream to the library
+through its C interface. A pre-segmented recording (one repetition without rest around it)
+cannot be fed as a stream: it is segmented as by wgr segment and classified by the library.
+--leave-out builds one model for each subject, each recording (session), or each of --folds
+parts of the repetitions, from all other recordings, and tests it on the part left out.
 
---require ends with status 1 unless a figure is good enough: accuracy, kept_accuracy,
-classified_right at least; false_positives_per_hour, latency at most. --report draws it all as
-a page for a browser: whether the model is ready by these figures (otherwise accuracy=0.95 and
-false_positives_per_hour=1), and what to do next. --compare lists what changed.
+--require sets a limit, and the exit status is 1 when it is missed: a lower limit of accuracy,
+kept_accuracy or classified_right, an upper limit of false_positives_per_hour or latency.
+--report writes an HTML report: whether the model is ready by these limits (by default
+accuracy=0.95 and false_positives_per_hour=1), and what to do next. --compare lists what changed
+since an older evaluation.
 
 Examples:
   wgr eval set --models models --wearer 1 --mode 2
@@ -190,8 +191,8 @@ static void eval(Arguments& given) {
 }
 
 void add_eval(CLI::App& wgr) {
-  CLI::App* const command =
-      wgr.add_subcommand("eval", "Test how good a model is on labelled recordings.");
+  CLI::App* const command = wgr.add_subcommand(
+      "eval", "Measure the accuracy of a model on labelled recordings.");
   const auto given = std::make_shared<Arguments>();
   command->add_option("FOLDER", given->folder, "Recordings with labels.csv or index.csv")
       ->transform(path_name())
@@ -199,22 +200,24 @@ void add_eval(CLI::App& wgr) {
   add_model_options(*command, given->model, "");
   command
       ->add_option("--leave-out", given->options.leave_out,
-                   "Build models from the rest of the recordings instead")
+                   "Cross-validate: build models without each part")
       ->transform(one_of<LeaveOut>({{"subject", LeaveOut::kSubject},
                                     {"repetition", LeaveOut::kRepetition},
                                     {"session", LeaveOut::kSession}}))
       ->option_text("subject|repetition|session");
   command
       ->add_option("--folds", given->options.folds,
-                   "Parts in which repetitions are left out")
+                   "Number of parts for --leave-out repetition")
       ->transform(within(whole_from(2, 1000)))
       ->option_text("N (10)");
-  command->add_option("--require", given->requirements, "What must be reached")
+  command
+      ->add_option("--require", given->requirements,
+                   "Exit with status 1 when FIGURE misses VALUE")
       ->check(requirement())
       ->option_text("FIGURE=VALUE")
       ->allow_extra_args(false);
   add_value(*command, "--compare", given->compare,
-            "An older evaluation, by --json, to compare with", path_value(), "OLD.json");
+            "Older evaluation (written by --json) to compare", path_value(), "OLD.json");
   command->add_flag("--json", given->json, "Print JSON");
   add_report_option(*command, given->page, kDrawnExamples);
   add_build_options(*command, given->options.build);

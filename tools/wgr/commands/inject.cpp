@@ -29,12 +29,12 @@ static constexpr char kFooter[] =
     R"(The host must have been started with the flight recorder and with injection enabled:
 WGR_RECORDER_INJECT=FOLDER in its environment, or inject = FOLDER in the recorder's settings.
 The samples take the place of the host's own at its own calls of update_gesture(), at its
-rate and on its thread; then the host's own samples are used again. So they are when this
-command is ended before (Ctrl-C). A recording of another rate is resampled.
+rate and on its thread. Afterwards, or when this command is interrupted (Ctrl-C), the host
+uses its own samples again. A recording of another rate is resampled.
 
-Printed for each report to the host's callback: the time since the first injected sample, and
-the class. With --json each is one object a line, {"type":"report",...}, and the last line is
-the summary, {"type":"injection",...}.
+The command prints one line for each report to the host's callback: the time since the first
+injected sample, and the class. --json prints one object a line, {"type":"report",...}, and a
+summary at the end, {"type":"injection",...}.
 
 Examples:
   wgr inject --pid 1234 --gesture 2
@@ -181,18 +181,19 @@ void add_inject(CLI::App& wgr) {
   add_value(*command, "--socket", given->socket, "The host's socket", path_value(),
             "PATH");
   add_value(*command, "--host-handle", given->host_handle,
-            "Handle of the host, by its number; otherwise\nthe one that it feeds next",
+            "Number of the host's handle; otherwise the\nfirst that it feeds",
             within(whole_from(1, kHighestNumber)), "N");
   add_value(*command, "--gesture", given->gesture, "Play a synthesised gesture",
             within(whole_from(0, kGestures - 1)), "CLASS");
   add_value(*command, "--person", given->person, "Number of the person who makes it",
             within(whole_from(0, 1000000)), "N (1)");
-  add_value(*command, "--seed", given->seed, "Seed of its random choices",
+  add_value(*command, "--seed", given->seed, "Seed of the random variation",
             within(whole_from(0, kHighestNumber)), "N (1)");
   add_value(*command, "--wearer", given->performance.wearer,
-            "Its wrist, 0: left, 1: right", within(whole_from(0, 1)), "0|1 (0)");
+            "Wrist of that person, 0: left, 1: right", within(whole_from(0, 1)),
+            "0|1 (0)");
   add_handle_option(*command, given->handle);
-  add_value(*command, "--wait", given->wait, "How long the host may make no call",
+  add_value(*command, "--wait", given->wait, "Seconds to wait for a call of the host",
             within(number_above(0, 3600)), "S (10)");
   command->add_flag("--json", given->json, "Print JSON lines");
   add_max_size(*command, given->limit);

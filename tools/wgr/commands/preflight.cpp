@@ -22,18 +22,18 @@
 namespace wgr {
 
 static constexpr char kFooter[] =
-    R"(Checks, as the user and in the working directory that it is run with: that the six model
-files are there, readable, well-formed and free of faults; that the diagnostic log can be
-written; that the working directory can be restored after a handle was made. Prints a line
-per finding, and changes nothing. A host has the same as a function, in WgrPreflight.h,
-which also looks at the arithmetic of the host's own thread.
+    R"(Run it as the host's user and in the host's working directory. It checks that the six model
+files exist, can be read, are well-formed and have no faults; that the diagnostic log can be
+written; and that the working directory can be restored after a handle is created. It prints
+one line per finding and changes nothing. A host can call the same check through
+WgrPreflight.h, which also checks the floating-point settings of the calling thread.
 
-With --sample-rate, --min-length, --static-window or --sensitivity, which the host sets, it
-also compares these with the manifest beside each model; without them it names what the
-host must set beyond the library's own choice.
+--sample-rate, --min-length, --static-window and --sensitivity give the settings of the host;
+they are compared with the manifest beside each model. Without them the command lists the
+settings that the host must change from the library's defaults.
 
   note    everything works, but the log is dropped, is a link, or every user can replace it
-  fault   the library runs, but something will not do what it should
+  fault   the library runs, but something will not work
   fatal   creating a handle would end the process
 
 As a service's start condition (systemd): ExecStartPre=/usr/bin/wgr preflight
@@ -156,15 +156,14 @@ static void preflight(const PreflightArguments& given) {
 
 void add_preflight(CLI::App& wgr) {
   CLI::App* const command = wgr.add_subcommand(
-      "preflight", "Check that a host will find what the library needs.");
+      "preflight", "Check that a host has everything the library needs.");
   const auto given = std::make_shared<PreflightArguments>();
   command
       ->add_option("--models", given->models,
-                   "Folder of models to check in the installed ones' place")
+                   "Folder of models to check instead of the installed")
       ->transform(path_value())
       ->option_text("DIR");
-  command
-      ->add_option("--sample-rate", given->rate, "Samples per second that the host feeds")
+  command->add_option("--sample-rate", given->rate, "Sample rate of the host")
       ->transform(within(whole_from(10, 1000)))
       ->option_text("HZ");
   add_host_settings(*command, given->host.shortest, given->host.static_window,

@@ -19,12 +19,13 @@ namespace wgr {
 static constexpr char kFooter[] =
     R"(FOLDER holds recordings (.csv, .csv.gz) and labels.csv with the header
 file,t_start,t_end,label, or index.csv with file,label,subject,rate_hz[,notes] for
-recordings that show one label each, or both. The motions of every recording are segmented,
-rotated and trimmed by the engine that runs on the watch. A motion that fills an annotation
-becomes an example of its label, one outside all annotations background, label -1; the
-summary counts what became of every motion. Labels that are words get numbers. Beside
-the training file goes a description, .training.json, with rate, classes and the SHA-256
-of all inputs, which wgr build takes up; standard output and devices get none.
+recordings that show one label each, or both. The engine that runs on the watch segments,
+rotates and trims the motions of every recording. A motion that fills an annotation becomes
+an example of its label; one outside all annotations becomes background, label -1. The
+summary counts the motions by result. Labels that are words get numbers. The command also
+writes a description (.training.json) beside the training file, with the sample rate, the
+classes and the SHA-256 of all inputs, which wgr build reads; none is written when the output
+is standard output or a device.
 
 Examples:
   wgr segment set -o set.txt
@@ -71,19 +72,21 @@ static void segment(const Arguments& given) {
 }
 
 void add_segment(CLI::App& wgr) {
-  CLI::App* const command = wgr.add_subcommand(
-      "segment", "Segment the motions of recordings into a training file.");
+  CLI::App* const command =
+      wgr.add_subcommand("segment", "Segment recordings into a training file.");
   const auto given = std::make_shared<Arguments>();
   command->add_option("FOLDER", given->folder, "Recordings with labels.csv or index.csv")
       ->required()
       ->transform(path_name())
       ->option_text(" ");
-  command->add_option("-o,--out", given->out, "The training file; - is standard output")
+  command
+      ->add_option("-o,--out", given->out, "Training file to write; - is standard output")
       ->required()
       ->transform(path_value())
       ->option_text("FILE");
-  command->add_flag("--list", given->list,
-                    "List what became of every annotation, and which to\nrecord again");
+  command->add_flag(
+      "--list", given->list,
+      "List the result for every annotation, and which\nones to record again");
   add_segmentation_arguments(*command, given->segmentation);
   command->footer(kFooter);
   command->callback([given] { segment(*given); });
