@@ -181,7 +181,7 @@ void add_inject(CLI::App& wgr) {
   add_value(*command, "--socket", given->socket, "The host's socket", path_value(),
             "PATH");
   add_value(*command, "--host-handle", given->host_handle,
-            "Number of the host's handle; otherwise the\nfirst that it feeds",
+            "Number of the host's handle; otherwise the\none that it feeds next",
             within(whole_from(1, kHighestNumber)), "N");
   add_value(*command, "--gesture", given->gesture, "Play a synthesised gesture",
             within(whole_from(0, kGestures - 1)), "CLASS");

@@ -22,18 +22,19 @@
 namespace wgr {
 
 static constexpr char kFooter[] =
-    R"(Run it as the host's user and in the host's working directory. It checks that the six model
-files exist, can be read, are well-formed and have no faults; that the diagnostic log can be
-written; and that the working directory can be restored after a handle is created. It prints
-one line per finding and changes nothing. A host can call the same check through
-WgrPreflight.h, which also checks the floating-point settings of the calling thread.
+    R"(Run it as the host's user and in the host's working directory. It checks that the six
+model files exist, can be read, are well-formed and have no faults; that the diagnostic
+log can be written; and that the working directory can be restored after a handle is
+created. It prints one line per finding and changes nothing. A host can call the same
+check through WgrPreflight.h, which also checks the floating-point settings of the
+calling thread.
 
 --sample-rate, --min-length, --static-window and --sensitivity give the settings of the host;
 they are compared with the manifest beside each model. Without them the command lists the
 settings that the host must change from the library's defaults.
 
   note    everything works, but the log is dropped, is a link, or every user can replace it
-  fault   the library runs, but something will not work
+  fault   the library runs, but something does not do what it should
   fatal   creating a handle would end the process
 
 As a service's start condition (systemd): ExecStartPre=/usr/bin/wgr preflight
@@ -160,7 +161,7 @@ void add_preflight(CLI::App& wgr) {
   const auto given = std::make_shared<PreflightArguments>();
   command
       ->add_option("--models", given->models,
-                   "Folder of models to check instead of the installed")
+                   "Folder of models to check instead of the installed ones")
       ->transform(path_value())
       ->option_text("DIR");
   command->add_option("--sample-rate", given->rate, "Sample rate of the host")
