@@ -136,8 +136,8 @@ def test_host_settings_are_those_of_the_tool(folder, tmp_path, words, given):
     recognizer = wgr.Recognizer(MODELS, rate=demo.rate, **given)
     fed = [recognizer.feed(*sample) for sample in zip(demo.acc, demo.gyro, demo.t)]
     assert [e for e in fed if e is not None] == list(replayed)
-    explained = json.loads(run_tool("explain", "--models", MODELS, "--json", *words, DEMO))
-    assert wgr.explain(demo, MODELS, **given).details == explained
+    explained = run_tool("explain", "--models", MODELS, "--json", *words, DEMO)
+    assert wgr.explain(demo, MODELS, **given).details == json.loads(explained)
     with pytest.raises(wgr.InputError, match="alone"):
         wgr.segment(folder, shortest=20, sensitivity=2)
 
