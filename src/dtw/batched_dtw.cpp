@@ -155,8 +155,10 @@ WGR_INLINE unsigned fill(const Table& table) {
   for (; i + kColumns <= table.trace.count; i += kColumns) {
     fill_columns<kLanes, kOrders, kColumns>(table, points + i, equal);
   }
-  for (; i < table.trace.count; ++i) {
-    fill_columns<kLanes, kOrders, 1>(table, points + i, equal);
+  if constexpr (kColumns > 1) {
+    for (; i < table.trace.count; ++i) {
+      fill_columns<kLanes, kOrders, 1>(table, points + i, equal);
+    }
   }
   return equal.bits();
 }
