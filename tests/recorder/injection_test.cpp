@@ -4,6 +4,7 @@
 #include <sys/un.h>
 
 #include <chrono>
+#include <fstream>
 #include <random>
 #include <thread>
 
@@ -26,6 +27,16 @@ static bool comes_true(const Condition& condition) {
   return false;
 }
 
+// A socket has its name a moment before it takes connections.
+static bool listens(const std::string& path) {
+  std::ifstream sockets("/proc/net/unix");
+  for (std::string line; std::getline(sockets, line);) {
+    const bool accepts = line.find(" 00010000 ") != std::string::npos;
+    if (accepts && line.find(' ' + path) != std::string::npos) return true;
+  }
+  return false;
+}
+
 namespace {
 
 // A host that is open for injection, and the injections of its capture.
@@ -34,7 +45,7 @@ class InjectionTest : public ::testing::Test {
   InjectionTest() : host_(captures(), {{"INJECT", folder_.file("open")}}, false) {}
 
   void SetUp() override {
-    ASSERT_TRUE(comes_true([&] { return std::filesystem::exists(socket()); }));
+    ASSERT_TRUE(comes_true([&] { return listens(socket()); }));
   }
 
   std::string file(const std::string& name) const { return folder_.file(name); }
@@ -290,7 +301,7 @@ TEST(Injection, WorksWithoutARecording) {
   RunningHost host("", {{"INJECT", folder.path()}}, false);
   const std::string socket =
       folder.file(inj::kSocketName + std::to_string(host.process()));
-  ASSERT_TRUE(comes_true([&] { return std::filesystem::exists(socket); }));
+  ASSERT_TRUE(comes_true([&] { return listens(socket); }));
   const Outcome outcome = run_wgr("inject --gesture 2 --socket " + socket);
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_NE(outcome.out.find("into handle 1: "), std::string::npos) << outcome.out;
