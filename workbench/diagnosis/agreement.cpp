@@ -61,6 +61,13 @@ AxisMap negated(const AxisMap& map) {
   return other;
 }
 
+std::optional<AxisMap> acc_alternative(const AxisMap& gyro) {
+  if (determinant(gyro) != 1) return std::nullopt;
+  const AxisMap acc = inverse(gyro);
+  const AxisMap other = negated(acc);
+  return changes(other) < changes(acc) ? other : acc;
+}
+
 std::string as_text(const AxisMap& map, char letter) {
   std::string text = "(";
   for (size_t i = 0; i < 3; ++i) {

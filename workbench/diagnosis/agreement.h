@@ -7,6 +7,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,9 @@ int determinant(const AxisMap& map);
 AxisMap inverse(const AxisMap& map);
 AxisMap negated(const AxisMap& map);
 int changes(const AxisMap& map);  // axes that move, and signs that turn
+// How the accelerometer's axes can be taken instead of mapping the gyroscope's, in the
+// way that changes them least; none for a mirrored frame.
+std::optional<AxisMap> acc_alternative(const AxisMap& gyro);
 
 // As "(ay, ax, -az)", for the letter 'a'.
 std::string as_text(const AxisMap& map, char letter);

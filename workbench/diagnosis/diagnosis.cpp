@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "base/numbers.h"
-#include "base/text.h"
 #include "diagnosis/examination.h"
 
 namespace wgr {
@@ -14,6 +13,25 @@ static constexpr size_t kFewestInWindow = 5;
 const char* sureness_name(Sureness sureness) {
   static constexpr const char* kNames[] = {"possible", "likely", "certain"};
   return kNames[static_cast<size_t>(sureness)];
+}
+
+const char* name_of(FindingId id) {
+  static constexpr const char* kNames[] = {
+      "short",        "stamps",          "stamps-unit", "rate",       "jitter",
+      "gap",          "repeated",        "order",       "absent",     "stuck",
+      "held",         "swapped-sensors", "no-gravity",  "acc-unit",   "acc-spike",
+      "gyro-spike",   "zero-rate",       "gyro-unit",   "turn-scale", "axes",
+      "acc-clipping", "gyro-clipping",   "bias",        "acc-noise",  "gyro-noise",
+      "gravity-band", "no-rest",         "model-rate"};
+  return kNames[static_cast<size_t>(id)];
+}
+
+void Occurrences::add(double when, double how_large, size_t line) {
+  if (count++ == 0) {
+    first = when;
+    first_line = line;
+  }
+  most = std::max(most, how_large);
 }
 
 Examination::Examination(Stream stream, const DiagnosisOptions& options, Carried& carried)
@@ -35,9 +53,7 @@ Diagnosis Examination::examine() {
   StreamFacts& facts = result_.facts;
   facts.samples = times_.size() - carried_.seen;
   if (times_.size() < 2 * kFewestInWindow) {
-    find("short", Sureness::kCertain,
-         fmt::format("{} samples are too few to say anything", times_.size()),
-         "record a minute");
+    find(FindingId::kShort, Sureness::kCertain).count = times_.size();
     return result_;
   }
   examine_stamps();

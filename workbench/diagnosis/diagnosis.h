@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "diagnosis/agreement.h"
 #include "diagnosis/repair.h"
 #include "recording/recording.h"
 
@@ -24,13 +25,70 @@ namespace wgr {
 enum class Sureness { kPossible, kLikely, kCertain };
 const char* sureness_name(Sureness sureness);
 
+// In the order of the questions; behind each what Finding::value is.
+enum class FindingId {
+  kShort,           // s; or, with `count`, too few samples to say anything
+  kStamps,          // that never go forward
+  kStampsUnit,      // s, from stamp to stamp
+  kRate,            // samples per second; `other`: that the library is given, if any
+  kJitter,          // of the time steps, a share of their mean
+  kGap,             // the occurrences' largest in s
+  kRepeated,        // stamps that repeat the one before
+  kOrder,           // stamps that are earlier than the one before
+  kAbsent,          // axes without values
+  kStuck,           // axes that never change
+  kHeld,            // share of the samples that repeat the one before
+  kSwappedSensors,  // length of what the gyroscope shows at rest
+  kNoGravity,       // length of the acceleration at its quietest
+  kAccUnit,         // likewise; `other`: by what to multiply it
+  kAccSpike,        // the occurrences' largest in m/s²
+  kGyroSpike,       // likewise in deg/s
+  kZeroRate,        // samples that are exactly the bias
+  kGyroUnit,        // with turns of gravity: `agreement`; else the fastest turn
+  kTurnScale,       // `agreement`
+  kAxes,            // `agreement`
+  kAccClipping,     // the range in g; `count`: samples at its end
+  kGyroClipping,    // likewise in deg/s
+  kBias,            // `bias` in all; `left` is not subtracted
+  kAccNoise,        // standard deviation of one axis, m/s²
+  kGyroNoise,       // likewise, deg/s
+  kGravityBand,     // length of the acceleration at its quietest, m/s²
+  kNoRest,          // share of the samples at rest; `other`: the longest motion, s
+  kModelRate        // samples per second; `other`: that the model was built from
+};
+// One word for each, such as "gyro-unit".
+const char* name_of(FindingId id);
+
+// What is counted over all parts of a stream so far.
+struct Occurrences {
+  size_t count = 0;
+  double first = 0.0;     // when, s
+  size_t first_line = 0;  // of the recording, from 1
+  double most = 0.0;      // how large, in the unit of what is counted
+
+  void add(double when, double how_large, size_t line = 0);
+};
+
+// The parts of a long stream that a finding was made in, where it is not all of them.
+struct FoundIn {
+  size_t parts = 0;
+  size_t all = 0;
+  double begin = 0.0;  // of the first of them, s
+  double end = 0.0;
+};
+
 struct Finding {
-  std::string id;  // one word for each kind of finding, such as "gyro-unit"
-  Sureness sure;
-  std::string what;
-  std::string remedy;
-  std::string call;   // the option or call that does it; may be empty
-  std::string about;  // of findings with the same id, which one; may be empty
+  FindingId id = FindingId::kShort;
+  Sureness sure = Sureness::kPossible;
+  double value = 0.0;
+  double other = 0.0;
+  size_t count = 0;
+  std::string about = {};  // which axes, sensor or unit, where the id leaves that open
+  Occurrences occurrences = {};
+  Agreement agreement = {};
+  Point3Df bias = {0.0, 0.0, 0.0};  // deg/s
+  Point3Df left = {0.0, 0.0, 0.0};  // deg/s
+  FoundIn in = {};
   std::optional<Repair> repair = {};  // of the samples, or of what a host passes
 };
 

@@ -30,22 +30,6 @@ struct Stream {
   Samples gyro;
 };
 
-// What is counted over all parts of a stream so far.
-struct Occurrences {
-  size_t count = 0;
-  double first = 0.0;     // when, s
-  size_t first_line = 0;  // of the recording, from 1
-  double most = 0.0;      // how large, in the unit of what is counted
-
-  void add(double when, double how_large, size_t line = 0) {
-    if (count++ == 0) {
-      first = when;
-      first_line = line;
-    }
-    most = std::max(most, how_large);
-  }
-};
-
 // What goes from one part of a stream to the next.
 struct Carried {
   size_t before = 0;      // samples of the stream before the part's first
@@ -62,10 +46,12 @@ class Examination {
   const std::vector<double>& times() const { return times_; }  // once examined
 
  private:
-  void find(const std::string& id, Sureness sure, const std::string& what,
-            const std::string& remedy, const std::string& call = "",
-            const std::string& about = "") {
-    result_.findings.push_back({id, sure, what, remedy, call, about});
+  Finding& find(FindingId id, Sureness sure, double value = 0.0) {
+    Finding& finding = result_.findings.emplace_back();
+    finding.id = id;
+    finding.sure = sure;
+    finding.value = value;
+    return finding;
   }
   // Of the newest finding.
   void propose(Repair repair) { result_.findings.back().repair = std::move(repair); }
@@ -79,8 +65,6 @@ class Examination {
   // value_faults.cpp
   void examine_values();
   void examine_spikes();
-  void report_spikes(const Occurrences& all, const char* id, const char* name,
-                     const char* unit);
   void examine_zeros();
   void examine_clipping();
   void examine_bias();

@@ -61,13 +61,7 @@ bool Examination::repair_swapped_sensors() {
   const std::vector<double> lengths = quiet_lengths(gyro_windows_);
   const double spread = percentile(lengths, 0.9) - percentile(lengths, 0.1);
   if (unit_of(lengths) == nullptr || !(spread < 0.1 * median(lengths))) return false;
-  find(
-      "swapped-sensors", Sureness::kLikely,
-      fmt::format("the gyroscope's axes show gravity ({:.2f} long whenever it is quiet), "
-                  "the accelerometer's do not",
-                  median(lengths)),
-      "pass the accelerometer first and the gyroscope second",
-      "update_gesture(h, acc, gyro)");
+  find(FindingId::kSwappedSensors, Sureness::kLikely, median(lengths));
   propose({RepairKind::kSwapSensors});
   acc_.swap(gyro_);
   look_again();
@@ -86,22 +80,14 @@ void Examination::examine_acceleration() {
   if (unit == nullptr) {
     // A clip cut out of a motion shows no rest, and so no gravity.
     if (result_.facts.seconds < kLeastSeconds) return;
-    find(
-        "no-gravity",
-        usual < 0.5 * kStandardGravity ? Sureness::kLikely : Sureness::kPossible,
-        fmt::format("at its quietest the acceleration is {:.2f} long, which is gravity "
-                    "in no unit",
-                    usual),
-        "pass the accelerometer's samples with gravity in them, not linear acceleration, "
-        "in m/s²; the rest test and the trace need gravity");
+    find(FindingId::kNoGravity,
+         usual < 0.5 * kStandardGravity ? Sureness::kLikely : Sureness::kPossible, usual);
     return;
   }
   if (unit->scale != 1.0) {
-    find("acc-unit", Sureness::kCertain,
-         fmt::format("at rest the acceleration is {:.3f} long: it is in {}, not in m/s²",
-                     usual, unit->name),
-         fmt::format("multiply it by {:.{}f}", unit->scale, unit->scale < 1.0 ? 8 : 5),
-         "", unit->name);
+    Finding& finding = find(FindingId::kAccUnit, Sureness::kCertain, usual);
+    finding.other = unit->scale;
+    finding.about = unit->name;
     propose({RepairKind::kAccUnit, unit->scale});
     scale(acc_, unit->scale);
     look_again();
@@ -148,29 +134,13 @@ void Examination::examine_rest() {
   for (const size_t i : quiet_) spreads.push_back(acc_windows_[i].spread);
   const bool rested = facts.seconds >= kLeastSeconds && median(spreads) < kRestSpread;
   if (gravity_ && rested && !(*gravity_ > kLeastGravity && *gravity_ < kMostGravity)) {
-    const double gain = 10.1 / *gravity_;
-    find("gravity-band", Sureness::kCertain,
-         fmt::format("at its quietest the acceleration is {:.2f} m/s² long, outside 9.90 "
-                     "to 10.49: the accelerometer can hardly report rest and the "
-                     "gyroscope must decide alone",
-                     *gravity_),
-         fmt::format("nothing, when the gyroscope rests well; otherwise, and for the "
-                     "accelerometer alone, multiply the acceleration by about {:.3f}",
-                     gain));
+    find(FindingId::kGravityBand, Sureness::kCertain, *gravity_);
   }
   if (facts.seconds < kLeastSeconds) {
-    find("short", Sureness::kCertain,
-         fmt::format("only {:.1f} s: rest, bias and axes can hardly be judged",
-                     facts.seconds),
-         "record a minute: lay the watch down for a few seconds, turn it about all axes, "
-         "gesture");
+    find(FindingId::kShort, Sureness::kCertain, facts.seconds);
   } else if (facts.rest_share < kLeastRest || facts.longest_motion > kMostMotion) {
-    find("no-rest", Sureness::kCertain,
-         fmt::format("by the library's rule the wrist rests in {:.0f} % of the samples; "
-                     "the longest motion lasts {:.1f} s",
-                     100.0 * facts.rest_share, facts.longest_motion),
-         "the library looks for a gesture when a motion ends: fix what keeps the sensors "
-         "from resting, or hold the hand still before and after a gesture");
+    find(FindingId::kNoRest, Sureness::kCertain, facts.rest_share).other =
+        facts.longest_motion;
   }
 }
 

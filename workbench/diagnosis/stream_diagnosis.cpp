@@ -4,7 +4,6 @@
 #include <cmath>
 #include <utility>
 
-#include "base/text.h"
 #include "diagnosis/diagnosis.h"
 #include "diagnosis/examination.h"
 #include "recording/clock.h"
@@ -48,20 +47,12 @@ struct StreamDiagnosis::Parts {
   bool chosen = false;
 };
 
-// Findings in the order of the questions.
-static constexpr const char* kIds[] = {
-    "short",        "stamps",          "stamps-unit", "rate",       "jitter",
-    "gap",          "repeated",        "order",       "absent",     "stuck",
-    "held",         "swapped-sensors", "no-gravity",  "acc-unit",   "acc-spike",
-    "gyro-spike",   "zero-rate",       "gyro-unit",   "turn-scale", "axes",
-    "acc-clipping", "gyro-clipping",   "bias",        "acc-noise",  "gyro-noise",
-    "gravity-band", "no-rest"};
-
 // These report all parts up to their own.
-static constexpr const char* kSums[] = {"gap",       "repeated",   "order",    "absent",
-                                        "acc-spike", "gyro-spike", "zero-rate"};
+static constexpr FindingId kSums[] = {
+    FindingId::kGap,      FindingId::kRepeated,  FindingId::kOrder,   FindingId::kAbsent,
+    FindingId::kAccSpike, FindingId::kGyroSpike, FindingId::kZeroRate};
 
-static bool is_sum(const std::string& id) {
+static bool is_sum(FindingId id) {
   return std::find(std::begin(kSums), std::end(kSums), id) != std::end(kSums);
 }
 
@@ -85,19 +76,18 @@ static std::vector<Finding> merged_findings(const std::vector<Part>& parts,
                                             bool long_enough) {
   std::vector<Merged> all;
   for (const Part& part : parts) merge(part, all);
+  std::stable_sort(all.begin(), all.end(), [](const Merged& a, const Merged& b) {
+    return a.finding.id < b.finding.id;
+  });
   std::vector<Finding> findings;
-  for (const char* id : kIds) {
-    for (Merged& merged : all) {
-      Finding& finding = merged.finding;
-      if (finding.id != id || (finding.id == kIds[0] && long_enough)) continue;
-      if (merged.parts < parts.size() && !is_sum(finding.id)) {
-        finding.what += fmt::format(
-            "; so in {} of {} parts of the recording, the first from {:.0f} to {:.0f} s",
-            merged.parts, parts.size(), merged.begin, merged.end);
-        finding.repair.reset();  // of all samples it would spoil the other parts
-      }
-      findings.push_back(finding);
+  for (Merged& merged : all) {
+    Finding& finding = merged.finding;
+    if (finding.id == FindingId::kShort && long_enough) continue;
+    if (merged.parts < parts.size() && !is_sum(finding.id)) {
+      finding.in = {merged.parts, parts.size(), merged.begin, merged.end};
+      finding.repair.reset();  // of all samples it would spoil the other parts
     }
+    findings.push_back(finding);
   }
   return findings;
 }

@@ -3,7 +3,6 @@
 #include <cmath>
 
 #include "base/numbers.h"
-#include "base/text.h"
 #include "diagnosis/examination.h"
 #include "recording/clock.h"
 
@@ -22,9 +21,7 @@ void Examination::examine_stamps() {
     if (times_[i] > times_[i - 1]) steps.push_back(times_[i] - times_[i - 1]);
   }
   if (steps.empty()) {
-    find("stamps", Sureness::kCertain, "the time stamps never go forward",
-         "stamp each sample with the time it was taken at, in seconds",
-         "--sample-rate HZ gives the other subcommands what the stamps do not");
+    find(FindingId::kStamps, Sureness::kCertain);
     return;
   }
   const double step = median(steps);
@@ -38,10 +35,7 @@ void Examination::examine_stamps() {
                 {HUGE_VAL, 1e-9, "nanoseconds"}};
   for (const auto& unit : kUnits) {
     if (step >= unit.most) continue;
-    find("stamps-unit", Sureness::kLikely,
-         fmt::format("consecutive time stamps are {:.0f} s apart: they are in {}", step,
-                     unit.name),
-         "write the time in seconds", "", unit.name);
+    find(FindingId::kStampsUnit, Sureness::kLikely, step).about = unit.name;
     propose({RepairKind::kTimeUnit, unit.scale});
     for (double& t : times_) t *= unit.scale;
     return;
@@ -83,29 +77,15 @@ void Examination::examine_steps() {
   for (size_t i = 1; i < times_.size(); ++i) steps.push_back(times_[i] - times_[i - 1]);
   const std::optional<double> rate = measure_steps(steps);
   if (!rate) return;
-  const std::string right = std::to_string(nearest_int(*facts.rate));
   if (options_.rate && std::fabs(*options_.rate / *facts.rate - 1.0) > kRateTolerance) {
-    find("rate", Sureness::kCertain,
-         fmt::format("the sample rate is {:.2f}, not the {} that the library is given",
-                     *facts.rate, *options_.rate),
-         "pass the true rate: speeds, lengths and turns all follow from it",
-         fmt::format("init_gesture_handle(h, {}, ...); --sample-rate {}", right, right));
+    find(FindingId::kRate, Sureness::kCertain, *facts.rate).other = *options_.rate;
     propose({RepairKind::kRate, *facts.rate});
   } else if (std::fabs(std::round(*facts.rate) / *facts.rate - 1.0) > kRateTolerance) {
-    find("rate", Sureness::kCertain,
-         fmt::format("the sample rate is {:.2f}, which is not near a whole number",
-                     *facts.rate),
-         "resample, or set the sensor to a rate that is a whole number",
-         "init_gesture_handle() takes whole samples per second");
+    find(FindingId::kRate, Sureness::kCertain, *facts.rate);
     propose({RepairKind::kEvenRate, *facts.rate});
   }
   if (facts.jitter > kMostJitter) {
-    find("jitter", Sureness::kCertain,
-         fmt::format("the time from sample to sample varies by {:.0f} % of its mean "
-                     "(standard deviation)",
-                     100.0 * facts.jitter),
-         "stamp the samples where they are taken, or resample them to an even rate: the "
-         "library assumes equal steps");
+    find(FindingId::kJitter, Sureness::kCertain, facts.jitter);
     propose({RepairKind::kEvenRate, *facts.rate});
   }
   report_irregular_steps(steps, *rate);
@@ -133,23 +113,12 @@ void Examination::report_irregular_steps(const std::vector<double>& steps, doubl
   const size_t repeats = carried_.repeats.count;
   const size_t backward = carried_.backward.count;
   count_steps(steps, rate);
-  const auto tallied = [](const Occurrences& tally, const std::string& what) {
-    return fmt::format("{}{}, the first at {:.3f} s", tally.count, what, tally.first);
-  };
   if (carried_.gaps.count > gaps) {
-    find(
-        "gap", Sureness::kCertain,
-        tallied(carried_.gaps,
-                fmt::format(" gaps in the samples, the longest of {:.3f} s",
-                            carried_.gaps.most)),
-        "find where samples are lost; fill short gaps in before update_gesture(), or the "
-        "motion around them is compared too short");
+    find(FindingId::kGap, Sureness::kCertain).occurrences = carried_.gaps;
     propose({RepairKind::kFillGaps, rate});
   }
   if (carried_.repeats.count > repeats) {
-    find("repeated", Sureness::kCertain,
-         tallied(carried_.repeats, " stamps repeat the one before"),
-         "drop samples that were delivered twice; give bunches stamps of their own");
+    find(FindingId::kRepeated, Sureness::kCertain).occurrences = carried_.repeats;
     // Of bunches each sample counts.
     const double all = static_cast<double>(steps.size());
     if (static_cast<double>(carried_.repeats.count) < kManyRepeats * all) {
@@ -157,9 +126,7 @@ void Examination::report_irregular_steps(const std::vector<double>& steps, doubl
     }
   }
   if (carried_.backward.count > backward) {
-    find("order", Sureness::kCertain,
-         tallied(carried_.backward, " time stamps are earlier than the one before"),
-         "sort the samples by time before update_gesture()");
+    find(FindingId::kOrder, Sureness::kCertain).occurrences = carried_.backward;
     propose({RepairKind::kSort});
   }
 }

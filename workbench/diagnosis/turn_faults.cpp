@@ -2,7 +2,6 @@
 // the gyroscope says, or unit, axes or signs are wrong.
 #include <cmath>
 
-#include "base/text.h"
 #include "diagnosis/examination.h"
 
 namespace wgr {
@@ -79,34 +78,14 @@ std::vector<Turn> Examination::find_turns(const Point3Df& bias) const {
 }
 
 void Examination::report_axes(const Agreement& agreement) {
-  const AxisMap& gyro = agreement.gyro;
-  const std::string of_gyro = "the gyroscope's axes are taken as " + as_text(gyro, 'g');
-  const std::string numbers = fmt::format(
-      "gravity turns as the gyroscope predicts (to {:.1f} instead of {:.1f} degrees, in "
-      "{} "
-      "turns)",
-      agreement.best_error, agreement.error, agreement.turns);
-  std::string what = numbers + " only when " + of_gyro;
-  std::string remedy = "pass the gyroscope as " + as_text(gyro, 'g');
-  Repair repair = {RepairKind::kGyroAxes, 1.0, gyro};
-  if (determinant(gyro) == 1) {
-    const AxisMap acc = inverse(gyro);
-    const AxisMap other = negated(acc);
-    const AxisMap& simpler = changes(other) < changes(acc) ? other : acc;
-    const std::string of_acc = "the accelerometer's as " + as_text(simpler, 'a');
-    if (changes(simpler) < changes(gyro)) {
-      what = fmt::format("{} only when the accelerometer's axes are taken as {}, or {}",
-                         numbers, as_text(simpler, 'a'), of_gyro);
-      remedy = "pass the accelerometer as " + as_text(simpler, 'a');
-      repair = {RepairKind::kAccAxes, 1.0, simpler};
-    } else {
-      what += ", or " + of_acc;
-    }
-  }
-  find("axes", agreement.alone ? Sureness::kCertain : Sureness::kLikely, what,
-       remedy + ": an axis that moved is swapped, one with a minus sign flipped",
-       "update_gesture(h, acc, gyro)", remedy);
-  propose(repair);
+  const std::optional<AxisMap> acc = acc_alternative(agreement.gyro);
+  const bool by_acc = acc && changes(*acc) < changes(agreement.gyro);
+  Finding& finding =
+      find(FindingId::kAxes, agreement.alone ? Sureness::kCertain : Sureness::kLikely);
+  finding.agreement = agreement;
+  finding.about = by_acc ? as_text(*acc, 'a') : as_text(agreement.gyro, 'g');
+  propose(by_acc ? Repair{RepairKind::kAccAxes, 1.0, *acc}
+                 : Repair{RepairKind::kGyroAxes, 1.0, agreement.gyro});
 }
 
 static std::vector<double> lengths_of(const std::vector<Window>& windows) {
@@ -138,12 +117,7 @@ void Examination::guess_gyro_unit() {
   std::vector<double> pushes;
   for (const Window& window : acc_windows_) pushes.push_back(window.spread);
   if (percentile(pushes, 0.95) > 4.0 && fastest < 12.0 && fastest > 0.3) {
-    find(
-        "gyro-unit", Sureness::kPossible,
-        fmt::format("while the wrist is shaken it turns by no more than {:.1f}: that may "
-                    "be rad/s",
-                    fastest),
-        "multiply the angular velocities by 57.29578 if they are in rad/s");
+    find(FindingId::kGyroUnit, Sureness::kPossible, fastest);
     propose({RepairKind::kGyroUnit, kDegreesPerRadian});
   }
 }
@@ -164,22 +138,13 @@ void Examination::examine_turns() {
   }
   facts.turn_error = agreement.best_error;
   if (agreement.factor == kDegreesPerRadian) {
-    find("gyro-unit",
-         agreement.turns > kFewestTurns ? Sureness::kCertain : Sureness::kLikely,
-         fmt::format(
-             "gravity turns by {:.0f} degrees where the gyroscope shows almost no turn; "
-             "the two agree (to {:.1f} degrees) if its values are rad/s",
-             agreement.angle, agreement.best_error),
-         "multiply the angular velocities by 57.29578: the library expects deg/s");
+    find(FindingId::kGyroUnit,
+         agreement.turns > kFewestTurns ? Sureness::kCertain : Sureness::kLikely)
+        .agreement = agreement;
     propose({RepairKind::kGyroUnit, kDegreesPerRadian});
     scale(gyro_, kDegreesPerRadian);
   } else if (agreement.factor != 1.0) {
-    find("turn-scale", Sureness::kLikely,
-         fmt::format("gravity turns {:.2f} times as far as angular velocities and time "
-                     "stamps predict",
-                     agreement.factor),
-         "check the time stamps, and whether the gyroscope's range is the one "
-         "that its values are scaled for");
+    find(FindingId::kTurnScale, Sureness::kLikely).agreement = agreement;
     propose({RepairKind::kGyroUnit, agreement.factor});
   }
   if (!is_identity(agreement.gyro)) {

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "base/table.h"
-#include "base/text.h"
 #include "diagnosis/examination.h"
 #include "engine/rest.h"
 
@@ -35,11 +33,7 @@ static std::string stuck_axes(const Samples& samples, const char* letter,
 
 void Examination::examine_values() {
   if (!options_.absent_axes.empty()) {
-    find("absent", Sureness::kCertain,
-         "the axes " + options_.absent_axes +
-             " have no value in some samples; they read "
-             "as 0",
-         "the library needs all three axes of both sensors");
+    find(FindingId::kAbsent, Sureness::kCertain).about = options_.absent_axes;
   }
   const struct {
     Samples& samples;
@@ -50,20 +44,12 @@ void Examination::examine_values() {
     const std::string stuck =
         stuck_axes(sensor.samples, sensor.letter, options_.absent_axes);
     if (!stuck.empty()) {
-      find("stuck", Sureness::kCertain, stuck + " never changes",
-           std::string("look at the driver of the ") + sensor.name +
-               ": is the axis switched on, is the field filled in?",
-           "", stuck);
+      find(FindingId::kStuck, Sureness::kCertain).about = stuck;
       continue;
     }
     const double held = held_share(sensor.samples);
     if (held > kMostHeld) {
-      find("held", Sureness::kLikely,
-           fmt::format("the {} repeats its last value in {:.0f} % of the samples",
-                       sensor.name, 100.0 * held),
-           "it is read more often than it measures: pass pairs at the slower sensor's "
-           "rate, or raise its own",
-           "", sensor.name);
+      find(FindingId::kHeld, Sureness::kLikely, held).about = sensor.name;
     }
   }
 }
@@ -79,9 +65,7 @@ struct SpikeSensor {
   Samples& samples;
   Occurrences& tally;
   double most;
-  const char* id;
-  const char* name;
-  const char* unit;
+  FindingId id;
   RepairKind spikes;
 };
 
@@ -95,10 +79,10 @@ static double spike_limit(const std::vector<double>& sizes, double most) {
 
 // What is found is replaced by the value before it, or else the one behind.
 void Examination::examine_spikes() {
-  const SpikeSensor sensors[] = {{acc_, carried_.acc_spikes, kMostAcc, "acc-spike",
-                                  "accelerometer", "m/s²", RepairKind::kAccSpikes},
-                                 {gyro_, carried_.gyro_spikes, kMostGyro, "gyro-spike",
-                                  "gyroscope", "deg/s", RepairKind::kGyroSpikes}};
+  const SpikeSensor sensors[] = {
+      {acc_, carried_.acc_spikes, kMostAcc, FindingId::kAccSpike, RepairKind::kAccSpikes},
+      {gyro_, carried_.gyro_spikes, kMostGyro, FindingId::kGyroSpike,
+       RepairKind::kGyroSpikes}};
   for (const SpikeSensor& sensor : sensors) {
     std::vector<double> sizes;
     for (const Point3Df& p : sensor.samples) sizes.push_back(largest_of(p));
@@ -116,29 +100,17 @@ void Examination::examine_spikes() {
       sensor.samples[i] = last;
     }
     if (sensor.tally.count == before) continue;
-    report_spikes(sensor.tally, sensor.id, sensor.name, sensor.unit);
+    find(sensor.id, Sureness::kCertain).occurrences = sensor.tally;
     propose({sensor.spikes, limit});
     look_again();
   }
-}
-
-void Examination::report_spikes(const Occurrences& all, const char* id, const char* name,
-                                const char* unit) {
-  find(
-      id, Sureness::kCertain,
-      fmt::format(
-          "larger than any value that the {} can measure: {}, up to {:.2f} {}, the "
-          "first at {:.3f} s (line {})",
-          name, counted(all.count, "sample"), all.most, unit, all.first, all.first_line),
-      "look for errors of the transfer and error codes of the driver, and replace such a "
-      "sample by the one before it: it turns rest into motion");
 }
 
 void Examination::examine_clipping() {
   static constexpr double kAccRanges[] = {2, 4, 8, 16};                 // g
   static constexpr double kGyroRanges[] = {125, 250, 500, 1000, 2000};  // deg/s
   const auto report = [this](const Samples& samples, char letter, double unit,
-                             const auto& ranges, const char* unit_name) {
+                             const auto& ranges) {
     std::string axes;
     size_t count = 0;
     double limit = 0.0;
@@ -153,18 +125,14 @@ void Examination::examine_clipping() {
     const bool known =
         std::any_of(std::begin(ranges), std::end(ranges),
                     [&](double range) { return std::fabs(limit / range - 1.0) < 0.03; });
-    find(letter == 'a' ? "acc-clipping" : "gyro-clipping",
-         known ? Sureness::kCertain : Sureness::kLikely,
-         fmt::format("{}: {} samples are at the end of the range, {:.2f} {}", axes, count,
-                     limit, unit_name),
-         "set the sensor to a wider range; what is cut off is lost to the comparison");
+    Finding& finding =
+        find(letter == 'a' ? FindingId::kAccClipping : FindingId::kGyroClipping,
+             known ? Sureness::kCertain : Sureness::kLikely, limit);
+    finding.count = count;
+    finding.about = axes;
   };
-  report(acc_, 'a', kStandardGravity, kAccRanges, "g");
-  report(gyro_, 'g', 1.0, kGyroRanges, "deg/s");
-}
-
-static std::string as_text(const Point3Df& p) {
-  return fmt::format("{:.2f},{:.2f},{:.2f}", p.x, p.y, p.z);
+  report(acc_, 'a', kStandardGravity, kAccRanges);
+  report(gyro_, 'g', 1.0, kGyroRanges);
 }
 
 void Examination::examine_bias() {
@@ -184,11 +152,9 @@ void Examination::examine_bias() {
   result_.facts.bias = bias;
   const Point3Df left = bias - options_.gyro_bias;
   if (!(squared_length(left) > kMostBias * kMostBias)) return;
-  find("bias", Sureness::kCertain,
-       "at rest the gyroscope shows " + as_text(left) + " deg/s that are not subtracted",
-       "pass the bias; a second of it turns a motion by as many degrees",
-       fmt::format("init_gesture_handle(h, rate, (Point3Df){{{}}}, ...); --bias={}",
-                   as_text(bias), as_text(bias)));
+  Finding& finding = find(FindingId::kBias, Sureness::kCertain);
+  finding.bias = bias;
+  finding.left = left;
   propose({RepairKind::kBias, 1.0, {}, bias});
 }
 
@@ -197,17 +163,10 @@ void Examination::examine_noise() {
   facts.acc_noise = std::sqrt(noise_variance(acc_, acc_windows_, quiet_) / 3.0);
   facts.gyro_noise = std::sqrt(noise_variance(gyro_, gyro_windows_, quiet_) / 3.0);
   if (facts.acc_noise > kMostAccNoise) {
-    find("acc-noise", Sureness::kLikely,
-         fmt::format("at its quietest the accelerometer's axes vary by {:.2f} m/s²",
-                     facts.acc_noise),
-         "switch the sensor's low-pass filter on: from about 0.27 on it never reports "
-         "rest");
+    find(FindingId::kAccNoise, Sureness::kLikely, facts.acc_noise);
   }
   if (facts.gyro_noise > kMostGyroNoise) {
-    find("gyro-noise", Sureness::kLikely,
-         fmt::format("at its quietest the gyroscope's axes vary by {:.1f} deg/s",
-                     facts.gyro_noise),
-         "switch the sensor's low-pass filter on: from about 6 on it never reports rest");
+    find(FindingId::kGyroNoise, Sureness::kLikely, facts.gyro_noise);
   }
 }
 
@@ -223,14 +182,7 @@ void Examination::examine_zeros() {
   for (size_t i = carried_.seen; i < gyro_.size(); ++i) {
     if (is_zero(gyro_[i])) all.add(times_[i], 0.0);
   }
-  find(
-      "zero-rate", Sureness::kCertain,
-      fmt::format(
-          "{} samples have a rate of exactly zero on all axes, the first at {:.3f} s",
-          all.count, all.first),
-      "one at the start of a motion makes the whole motion not-a-number, and no gesture: "
-      "pass a bias that no sample equals",
-      "init_gesture_handle(h, rate, (Point3Df){1e-3, 0, 0}, ...); --bias=1e-3,0,0");
+  find(FindingId::kZeroRate, Sureness::kCertain).occurrences = all;
   propose({RepairKind::kZeroRates, 1.0, {}, options_.gyro_bias});
 }
 

@@ -568,10 +568,11 @@ bool Guess::try_gyro_units(const Lengths& lengths) {
     conversion.gyro = unit->factor;
     const Diagnosis diagnosis =
         diagnose(join_readings(readings, conversion).samples, DiagnosisOptions());
-    const bool refuted = std::any_of(
-        diagnosis.findings.begin(), diagnosis.findings.end(), [](const Finding& finding) {
-          return finding.id == "gyro-unit" || finding.id == "turn-scale";
-        });
+    const bool refuted = std::any_of(diagnosis.findings.begin(), diagnosis.findings.end(),
+                                     [](const Finding& finding) {
+                                       return finding.id == FindingId::kGyroUnit ||
+                                              finding.id == FindingId::kTurnScale;
+                                     });
     if (refuted || diagnosis.facts.turns < 2 || diagnosis.facts.turn_error >= least) {
       continue;
     }

@@ -11,15 +11,18 @@
 namespace wgr {
 
 // Findings with which next to nothing is recognised, the worst first.
-static constexpr const char* kBreaking[] = {
-    "swapped-sensors", "acc-unit", "gyro-unit", "no-gravity", "stuck",
-    "absent",          "axes",     "rate",      "turn-scale"};
+static constexpr FindingId kBreaking[] = {
+    FindingId::kSwappedSensors, FindingId::kAccUnit, FindingId::kGyroUnit,
+    FindingId::kNoGravity,      FindingId::kStuck,   FindingId::kAbsent,
+    FindingId::kAxes,           FindingId::kRate,    FindingId::kTurnScale};
 
 // Findings that cost some gestures, or none.
-static constexpr const char* kLesser[] = {
-    "no-rest",   "zero-rate",  "gap",          "order",         "repeated",
-    "acc-spike", "gyro-spike", "acc-clipping", "gyro-clipping", "held",
-    "jitter",    "acc-noise",  "gyro-noise",   "bias"};
+static constexpr FindingId kLesser[] = {
+    FindingId::kNoRest,    FindingId::kZeroRate,    FindingId::kGap,
+    FindingId::kOrder,     FindingId::kRepeated,    FindingId::kAccSpike,
+    FindingId::kGyroSpike, FindingId::kAccClipping, FindingId::kGyroClipping,
+    FindingId::kHeld,      FindingId::kJitter,      FindingId::kAccNoise,
+    FindingId::kGyroNoise, FindingId::kBias};
 
 // A gain by chance is smaller: gestures, and a share of the missed ones.
 static constexpr long kLeastGain = 2;
@@ -45,7 +48,7 @@ std::string name_of(const Principal& principal, const Verdict& verdict) {
     case Blame::kNoTemplates:
       return name_of(Cause(Ending::kNoTemplates));
     case Blame::kStream:
-      return verdict.diagnosis.findings[*principal.finding].id;
+      return name_of(verdict.diagnosis.findings[*principal.finding].id);
     case Blame::kOtherWrist:
       return "other-wrist";
     case Blame::kOtherMode:
@@ -175,7 +178,7 @@ class Search {
   Found helped_by_repair(size_t trial) const;
   Found helped_by_sensitivity(size_t trial) const;
   std::optional<size_t> trial_of(size_t finding) const;
-  std::optional<size_t> finding_of(const char* id, Sureness least) const;
+  std::optional<size_t> finding_of(FindingId id, Sureness least) const;
   long gain(size_t trial) const { return gain_of(v_.trials[trial], v_.trials.front()); }
   long best_gain() const { return v_.trials.size() > 1 ? gain(1) : 0; }
   bool is_clear(long gained) const;
@@ -195,7 +198,7 @@ bool Search::is_clear(long gained) const {
   return gained >= std::max(kLeastGain, half);
 }
 
-std::optional<size_t> Search::finding_of(const char* id, Sureness least) const {
+std::optional<size_t> Search::finding_of(FindingId id, Sureness least) const {
   const auto& findings = v_.diagnosis.findings;
   for (size_t i = 0; i < findings.size(); ++i) {
     if (findings[i].id == id && findings[i].sure >= least) return i;
@@ -234,7 +237,7 @@ std::optional<Principal> Search::host() const {
 }
 
 std::optional<Principal> Search::broken_stream(Sureness least) const {
-  for (const char* id : kBreaking) {
+  for (const FindingId id : kBreaking) {
     const auto finding = finding_of(id, least);
     if (!finding) continue;
     const Sureness sure = v_.diagnosis.findings[*finding].sure;
@@ -350,7 +353,7 @@ std::optional<Principal> Search::lesser_faults() const {
   // A few gestures that were measured to be too weak or short are no fault of the stream.
   Cause cause = Ending::kRecognised;
   if (!much && usual_example(cause) && is_measured(cause)) return std::nullopt;
-  for (const char* id : kLesser) {
+  for (const FindingId id : kLesser) {
     const auto finding = finding_of(id, much ? Sureness::kLikely : Sureness::kCertain);
     if (!finding) continue;
     const Sureness sure = missed > 0 ? Sureness::kLikely : Sureness::kCertain;

@@ -39,10 +39,9 @@ TEST(VerdictText, SaysThatNothingWasFound) {
   Verdict verdict;
   EXPECT_EQ(stream_text(verdict), "nothing found");
   Finding finding = {};
-  finding.id = "gap";
-  finding.what = "3 gaps";
+  finding.id = FindingId::kGap;
   verdict.diagnosis.findings = {finding};
-  EXPECT_NE(stream_text(verdict), "nothing found");
+  EXPECT_EQ(stream_text(verdict), "gap (possible)");
 }
 
 TEST(Remedies, NameTheSensorThatTheRepairIsOf) {

@@ -15,6 +15,7 @@
 #include "support/cases.h"
 #include "support/files.h"
 #include "synthesis/performance.h"
+#include "text/finding_text.h"
 #include "tools/run_wgr.h"
 #include "workbench/diagnosis/sound_recording.h"
 
@@ -24,7 +25,7 @@ using ::testing::HasSubstr;
 
 static std::string ids(const Diagnosis& diagnosis) {
   std::vector<std::string> found;
-  for (const Finding& finding : diagnosis.findings) found.push_back(finding.id);
+  for (const Finding& finding : diagnosis.findings) found.push_back(name_of(finding.id));
   std::sort(found.begin(), found.end());
   std::string text;
   for (const std::string& id : found) text += (text.empty() ? "" : " ") + id;
@@ -34,8 +35,9 @@ static std::string ids(const Diagnosis& diagnosis) {
 static std::string listed(const Diagnosis& diagnosis) {
   std::string text;
   for (const Finding& finding : diagnosis.findings) {
-    text += finding.id + ": " + finding.what + " | " + finding.remedy + " | " +
-            finding.call + "\n";
+    const FindingText said = finding_text(finding);
+    text += name_of(finding.id) + (": " + said.what) + " | " + said.remedy + " | " +
+            said.call + "\n";
   }
   return text;
 }
@@ -416,8 +418,9 @@ static std::vector<Diagnosis> diagnose_set(const std::string& set) {
 static size_t count(const std::vector<Diagnosis>& all, const std::string& id) {
   return static_cast<size_t>(
       std::count_if(all.begin(), all.end(), [&](const Diagnosis& diagnosis) {
-        return std::any_of(diagnosis.findings.begin(), diagnosis.findings.end(),
-                           [&](const Finding& finding) { return finding.id == id; });
+        return std::any_of(
+            diagnosis.findings.begin(), diagnosis.findings.end(),
+            [&](const Finding& finding) { return name_of(finding.id) == id; });
       }));
 }
 

@@ -113,7 +113,7 @@ static std::string told(const Verdict& v) {
   std::string text = named(v) + ", came " + std::to_string(v.came) + " of " +
                      std::to_string(v.expected) + ", unexpected " +
                      std::to_string(v.unexpected_count());
-  for (const Finding& f : v.diagnosis.findings) text += ", " + f.id;
+  for (const Finding& f : v.diagnosis.findings) text += std::string(", ") + name_of(f.id);
   for (const MissedGroup& g : v.missed) {
     text += std::string("; ") + name_of(g.cause) + " " + std::to_string(g.which.size());
   }

@@ -155,12 +155,11 @@ static void compare_rates(const std::string& model, Diagnosis& diagnosis) {
   if (!built_from || built_from->rate <= 0 || !rate) return;
   const double built_at = built_from->rate;
   if (std::fabs(*rate / built_at - 1.0) <= kRateTolerance) return;
-  diagnosis.findings.push_back(
-      {"model-rate", Sureness::kLikely,
-       fmt::format("the stream has {:.1f} samples/s, and the model was built from {:.0f}",
-                   *rate, built_at),
-       "build a model for this rate, or sample at the model's",
-       "wgr build --sample-rate " + rate_to_pass(diagnosis.facts), ""});
+  Finding& finding = diagnosis.findings.emplace_back();
+  finding.id = FindingId::kModelRate;
+  finding.sure = Sureness::kLikely;
+  finding.value = *rate;
+  finding.other = built_at;
 }
 
 // Writes the recording with the repairs that the findings propose, and says which.

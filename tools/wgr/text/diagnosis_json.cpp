@@ -1,5 +1,7 @@
 #include "text/diagnosis_json.h"
 
+#include "text/finding_text.h"
+
 namespace wgr {
 
 using Json = nlohmann::ordered_json;
@@ -9,12 +11,13 @@ static Json or_null(const std::optional<double>& value) {
 }
 
 Json finding_json(const Finding& finding) {
+  const FindingText text = finding_text(finding);
   return {{"type", "finding"},
-          {"id", finding.id},
+          {"id", name_of(finding.id)},
           {"sure", sureness_name(finding.sure)},
-          {"what", finding.what},
-          {"remedy", finding.remedy},
-          {"call", finding.call}};
+          {"what", text.what},
+          {"remedy", text.remedy},
+          {"call", text.call}};
 }
 
 Json summary_json(const Diagnosis& diagnosis) {

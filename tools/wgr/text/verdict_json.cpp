@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "text/finding_text.h"
 #include "text/remedies.h"
 #include "text/verdict_text.h"
 
@@ -54,11 +55,12 @@ static Json unexpected_json(const Verdict& v) {
 static Json stream_json(const Verdict& v) {
   Json findings = Json::array();
   for (const Finding& finding : v.diagnosis.findings) {
-    findings.push_back({{"id", finding.id},
+    const FindingText text = finding_text(finding);
+    findings.push_back({{"id", name_of(finding.id)},
                         {"sure", sureness_name(finding.sure)},
-                        {"what", finding.what},
-                        {"do", finding.remedy},
-                        {"call", finding.call}});
+                        {"what", text.what},
+                        {"do", text.remedy},
+                        {"call", text.call}});
   }
   return findings;
 }

@@ -7,6 +7,7 @@
 #include "base/numbers.h"
 #include "base/text.h"
 #include "text/explanation_sentences.h"
+#include "text/finding_text.h"
 #include "text/remedies.h"
 
 namespace wgr {
@@ -81,7 +82,7 @@ static std::string tried_evidence(const Verdict& v, const Settings& settings) {
 std::string evidence_for(const Verdict& v, const Explanation& e) {
   if (!v.principal) return "";
   const Principal& p = *v.principal;
-  if (p.finding) return v.diagnosis.findings[*p.finding].what;
+  if (p.finding) return finding_text(v.diagnosis.findings[*p.finding]).what;
   switch (p.blame) {
     case Blame::kNotInitialised:
       return "every sample pair was rejected: the engine takes the accelerometer alone";
@@ -219,7 +220,7 @@ std::vector<size_t> shown_trials(const Verdict& v) {
 std::string stream_text(const Verdict& v) {
   std::string text;
   for (const Finding& finding : v.diagnosis.findings) {
-    text += (text.empty() ? "" : ", ") + finding.id;
+    text += (text.empty() ? "" : ", ") + std::string(name_of(finding.id));
     text += fmt::format(" ({})", sureness_name(finding.sure));
   }
   return text.empty() ? "nothing found" : text;
@@ -333,9 +334,10 @@ std::string findings_text(const std::vector<Finding>& findings) {
   if (findings.empty()) return "nothing found\n";
   std::string text;
   for (const Finding& finding : findings) {
-    text += fmt::format("{} ({}): {}\n  do: {}\n", finding.id,
-                        sureness_name(finding.sure), finding.what, finding.remedy);
-    if (!finding.call.empty()) text += "  by: " + finding.call + '\n';
+    const FindingText said = finding_text(finding);
+    text += fmt::format("{} ({}): {}\n  do: {}\n", name_of(finding.id),
+                        sureness_name(finding.sure), said.what, said.remedy);
+    if (!said.call.empty()) text += "  by: " + said.call + '\n';
   }
   return text;
 }
