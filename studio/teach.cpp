@@ -186,7 +186,10 @@ Json build_request(const Json& request) {
   PageData page =
       page_data_of_build(builder, model, report, options, provenance, names_of_kept(set));
   page.title = "Your gestures";
+  for (const std::string& caveat : caveats_of(set)) page.caveats.push_back(caveat);
   const std::string bytes = model_text(model);
+  page.origin = {"wgr " WGR_VERSION, "", sha256(bytes)};
+  set_stamps(set, page.origin);
   put_file("taught.xml", bytes);
   put_file("taught.report.txt", report_text(report, options, provenance));
   put_file("taught.model.json",

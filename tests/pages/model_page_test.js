@@ -5,15 +5,17 @@
 'use strict';
 
 const assert = require('node:assert/strict');
+const crypto = require('node:crypto');
 const {execFileSync} = require('node:child_process');
 const fs = require('node:fs');
 const path = require('node:path');
-const {testPages} = require('./browser.js');
+const {kWays, testPages} = require('./browser.js');
 
 const [, , kTool, kPackages] = process.argv;
 const kRoot = path.join(__dirname, '../..');
 let evaluated;  // by wgr eval --json
 let logged;     // the summary of wgr log --json
+let digest;     // of the model
 
 const texts = (locator) => locator.allTextContents();
 
@@ -121,6 +123,15 @@ const common = {
     assert.ok(next.some((text) => /^Record more of class/.test(text)), String(next));
     const facts = await texts(page.locator('#measured dd'));
     assert.match(facts[0], /no less than \d+\.\d % with 95 % confidence/);
+    const chips = [...await texts(page.locator('#counts li')),
+      ...await texts(page.locator('.class > summary .chip'))];
+    assert.ok(chips.length > 6);
+    for (const text of chips) assert.match(text, /\d of \d.*: \d+\.\d to \d+\.\d %$/);
+  },
+
+  async 'its footer says how it was made, and by which model'(page) {
+    assert.match(await page.locator('#origin').textContent(),
+        new RegExp(`^wgr \\d.*wgr (build set|eval others).*model ${digest.slice(0, 16)}…`));
   },
 
   async 'the matrix counts, or shows percent, and names both axes'(page) {
@@ -204,7 +215,11 @@ const ofEval = {
       heads.forEach((outcome, k) => {
         if (outcome === 'recall' || outcome === 'precision') {
           const share = evaluated.classes[labels[i]][outcome];
-          assert.equal(cells[k], share === null ? '–' : (100 * share).toFixed(1) + ' %');
+          if (share === null) return assert.equal(cells[k], '–');
+          const [value, least, most] = cells[k].match(/\d+\.\d/g).map(Number);
+          assert.ok(Math.abs(value - 100 * share) < 0.051, cells[k]);
+          assert.ok(least < value && value <= most && (most === 100) === (value === 100),
+              cells[k]);
         } else {
           const count = evaluated.confusion[labels[i]][outcome] ?? 0;
           assert.equal(cells[k], count === 0 ? '·' : String(count));
@@ -225,23 +240,40 @@ const ofEval = {
     assert.ok(await figures.nth(1).locator('rect.bar').count() >= 1);
   },
 
-  async 'the false positives have the stream around them'(page) {
-    if (evaluated.false_positives === 0) return;
-    const row = Object.keys(evaluated.confusion).length;
-    await page.locator('#matrix tbody tr').nth(row).locator('td:not(.right) button').first()
-        .click();
-    const example = page.locator('#list .example').first();
-    await example.locator('summary').click();
-    assert.match(await example.locator('figcaption').first().textContent(), /3 s before/);
-    assert.equal(await example.locator('rect.active').count(), 2);
-    await page.locator('#filter').selectOption('outstanding');
-  },
-
   async 'what changed since the earlier evaluation is listed'(page) {
     const row = page.locator('#comparison tr', {hasText: 'reported as their class'});
     assert.deepEqual(await texts(row.locator('td')), ['100.0 %',
       (100 * evaluated.accuracy).toFixed(1) + ' %', 'worse']);
     assert.ok(await page.locator('#comparison tbody tr').count() > 5);
+  },
+};
+
+// Of a model that accepts everything.
+const ofFalse = {
+  async 'a false positive has the stream around it, and the motion marked in it'(page) {
+    const example = page.locator('#list .example', {hasText: 'background'}).first();
+    await example.locator('summary').click();
+    const figures = example.locator('figure', {hasText: '3 s before'});
+    assert.equal(await figures.count(), 2, 'both sensors');
+    for (const i of [0, 1]) {
+      const times = (await texts(figures.nth(i).locator('text')))
+          .filter((text) => / s$/.test(text)).map(parseFloat);
+      const begin = parseFloat(/at (\d+\.\d+) s/.exec(
+          await example.locator('.when').textContent())[1]);
+      assert.ok(Math.abs(begin - times[0] - 3) < 0.05, `3 s before ${begin}: ${times}`);
+      assert.equal(await figures.nth(i).locator('path').count(), 3);
+      const lines = await figures.nth(i).locator('path').first().boundingBox();
+      const motion = await figures.nth(i).locator('rect.active').boundingBox();
+      const share = (x) => times[0] + (x - lines.x) / lines.width * (times[1] - times[0]);
+      assert.ok(Math.abs(share(motion.x) - begin) < 0.1, 'the mark begins with the motion');
+      assert.ok(Math.abs(times[1] - share(motion.x + motion.width) - 3) < 0.1,
+          'and ends 3 s before the picture does');
+    }
+  },
+
+  async 'what segmentation said of the recordings is among the caveats'(page) {
+    const caveats = await texts(page.locator('#advice .caveats li'));
+    assert.ok(caveats.some((text) => /^1 gap in the time stamps/.test(text)), String(caveats));
   },
 };
 
@@ -251,6 +283,8 @@ const ofDoctor = {
     const cards = page.locator('#answer .card');
     assert.ok((await texts(cards)).some((text) => /rad\/s/.test(text)));
     assert.match(await cards.first().locator('p').nth(1).textContent(), /^Do: /);
+    assert.match(await page.locator('#origin').textContent(),
+        /^wgr \d.*wgr doctor rad\.csv.*hold no date$/);
     const facts = await texts(page.locator('#tables th[scope=row]'));
     assert.deepEqual(facts.slice(0, 2), ['samples', 'rate']);
   },
@@ -271,6 +305,7 @@ const ofLog = {
   },
 
   async 'host runs and odd lines are listed'(page) {
+    assert.match(await page.locator('#origin').textContent(), /^wgr \d.*wgr log WgrLog/);
     const sections = page.locator('#tables section');
     const runs = sections.filter({hasText: 'The host runs'}).locator('tbody tr');
     assert.equal(await runs.count(), logged.host_runs);
@@ -311,6 +346,19 @@ function makeFindings(folder, wgr) {
   return [[path.join(folder, 'doctor.html'), ofDoctor], [path.join(folder, 'log.html'), ofLog]];
 }
 
+// A model that accepts everything, played to a recording with a gap.
+function makeFalse(folder, wgr, model) {
+  const lines = model.split('\n');
+  lines[2] = lines[2].replace(/ \S+/g, ' -1e6');  // the thresholds
+  fs.writeFileSync(path.join(folder, 'lax.xml'), lines.join('\n'));
+  fs.cpSync(path.join(folder, 'others'), path.join(folder, 'gap'), {recursive: true});
+  const cut = path.join(folder, 'gap/p901_free.csv');
+  const rows = fs.readFileSync(cut, 'utf8').split('\n');
+  fs.writeFileSync(cut, [...rows.slice(0, 21), ...rows.slice(60)].join('\n'));
+  wgr('eval', 'gap', '--model', 'lax.xml', '--report', 'false.html');
+  return path.join(folder, 'false.html');
+}
+
 // Two people's recordings make a model; one more is played to it, who wears the watch on
 // the other wrist for half of the time, so that much goes wrong.
 function makePages(folder) {
@@ -329,12 +377,16 @@ function makePages(folder) {
     fs.appendFileSync(path.join(folder, 'others', table), rows);
   }
   wgr('build', 'set', '-o', 'model/hgr_olvo.xml', '--report', 'build.html');
+  const model = fs.readFileSync(path.join(folder, 'model/hgr_olvo.xml'));
+  digest = crypto.createHash('sha256').update(model).digest('hex');
   const before = JSON.parse(wgr('eval', 'set', '--model', 'model/hgr_olvo.xml', '--json'));
   fs.writeFileSync(path.join(folder, 'before.json'), JSON.stringify({...before, accuracy: 1}));
   evaluated = JSON.parse(wgr('eval', 'others', '--model', 'model/hgr_olvo.xml', '--json',
       '--compare', 'before.json', '--report', 'eval.html'));
   return [[path.join(folder, 'build.html'), ofBuild],
-    [path.join(folder, 'eval.html'), ofEval], ...makeFindings(folder, wgr)];
+    [path.join(folder, 'eval.html'), ofEval],
+    [makeFalse(folder, wgr, String(model)), ofFalse, kWays.slice(0, 2)],
+    ...makeFindings(folder, wgr)];
 }
 
 testPages(kPackages, makePages);

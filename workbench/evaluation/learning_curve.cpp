@@ -101,6 +101,7 @@ LearningCurve learning_curve(const ModelBuilder& builder) {
   if (groups.count < kFewestGroups) groups = groups_of_repetitions(builder, gestures);
   LearningCurve curve;
   curve.by = groups.by;
+  curve.examples = gestures;
   if (groups.count < kFewestGroups) return curve;
   const std::vector<std::vector<Nearest>> nearest = nearest_of(builder, groups);
   const size_t others = groups.count - 1;

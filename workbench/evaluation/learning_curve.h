@@ -15,6 +15,7 @@ struct CurvePoint {
 
 struct LearningCurve {
   LeftOut by = LeftOut::kRepetitions;  // or subjects
+  size_t examples = 0;                 // that each point classifies
   std::vector<CurvePoint> points;      // ascending; empty: too few to say
 };
 

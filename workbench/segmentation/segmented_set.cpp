@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <sstream>
 
 #include "base/errors.h"
 #include "base/foreign_text.h"
@@ -391,6 +392,16 @@ static std::string line(size_t count, const std::string& what) {
   std::string number = std::to_string(count);
   number.insert(0, number.size() < 6 ? 6 - number.size() : 0, ' ');
   return fmt::format("{} {}\n", number, what);
+}
+
+std::vector<std::string> caveats_of(const SegmentedSet& set) {
+  std::vector<std::string> caveats;
+  std::istringstream notes(set.notes);
+  const std::string rate = fmt::format("{} samples/s", set.provenance.rate);
+  for (std::string note; std::getline(notes, note);) {
+    if (note != rate) caveats.push_back(note);
+  }
+  return caveats;
 }
 
 std::string summary_of(const SegmentedSet& set) {

@@ -51,6 +51,9 @@ SegmentedSet segment_set(const std::vector<SetEntry>& set,
 
 std::vector<Motion> kept_motions(const SegmentedSet& set);
 
+// The notes that say more than the rate at which the set is.
+std::vector<std::string> caveats_of(const SegmentedSet& set);
+
 // How many of which verdict and label.
 std::string summary_of(const SegmentedSet& set);
 

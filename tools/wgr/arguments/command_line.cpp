@@ -264,14 +264,15 @@ static std::string shell_word(const std::string& word) {
   return text + "'";
 }
 
-std::string given_command(const std::string& without) {
+std::string given_command(const std::vector<std::string>& without) {
   std::string command = "wgr";
   const std::vector<std::string>& words = words_run();
   for (size_t i = 0; i < words.size(); ++i) {
-    if (words[i] == without) {
-      ++i;
-    } else if (words[i].rfind(without + "=", 0) != 0) {
+    const std::string option = words[i].substr(0, words[i].find('='));
+    if (std::find(without.begin(), without.end(), option) == without.end()) {
       command += " " + shell_word(words[i]);
+    } else if (option == words[i]) {
+      ++i;  // the value is a word of its own
     }
   }
   return command;

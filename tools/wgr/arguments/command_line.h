@@ -16,8 +16,8 @@ void add_all(CLI::App& wgr);
 // CLI::Success for a request for help or the version.
 void parse_and_run(CLI::App& wgr, const std::vector<std::string>& words);
 
-// The words that are being run, as a shell takes them again, but for one option with its
-// value: "wgr explain walk.csv".
-std::string given_command(const std::string& without);
+// The words that are being run, as a shell takes them again, but for options with their
+// values that leave results as they are: "wgr explain walk.csv".
+std::string given_command(const std::vector<std::string>& without);
 
 }  // namespace wgr

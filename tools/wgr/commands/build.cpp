@@ -121,8 +121,10 @@ namespace {
 struct Input {
   Gdata data;
   Provenance provenance;
-  std::vector<std::string> names;  // of the examples, where they are known
-  std::string tried;               // settings that were compared; may be empty
+  std::vector<std::string> names;    // of the examples, where they are known
+  std::string tried;                 // settings that were compared; may be empty
+  std::vector<std::string> caveats;  // from segmentation
+  PageOrigin recorded;               // when, where it is known
 };
 
 }  // namespace
@@ -131,6 +133,8 @@ static Input segmented_folder(const Arguments& given, const std::string& folder)
   Input input;
   const SegmentedSet set = segment_best(given, folder, input.tried);
   input.names = names_of_kept(set);
+  input.caveats = caveats_of(set);
+  set_stamps(set, input.recorded);
   print(stderr, "{}", summary_of(set));
   input.provenance = set.provenance;
   input.data =
@@ -187,6 +191,11 @@ static std::string build_one(const Arguments& given, const Job& job, OutputFiles
     PageData page_data =
         page_data_of_build(builder, model, report, options, provenance, input.names);
     page_data.title = "Built from " + name_of_path(job.input);
+    page_data.caveats.insert(page_data.caveats.end(), input.caveats.begin(),
+                             input.caveats.end());
+    page_data.origin = command_origin(sha256(model_text(model)));
+    page_data.origin.first_stamp = input.recorded.first_stamp;
+    page_data.origin.last_stamp = input.recorded.last_stamp;
     page = model_page(page_data);
     files.write(given.page, page);
   }

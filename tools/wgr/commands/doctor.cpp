@@ -13,6 +13,7 @@
 #include "arguments/report_option.h"
 #include "arguments/values.h"
 #include "base/numbers.h"
+#include "base/sha256.h"
 #include "base/table.h"
 #include "base/text.h"
 #include "commands/subcommands.h"
@@ -134,10 +135,11 @@ static void print_text(const Diagnosis& diagnosis) {
   print(stdout, "\n{}", findings_text(diagnosis.findings));
 }
 
-static std::string page_of(const std::string& recording, const Diagnosis& diagnosis) {
+static std::string page_of(const std::string& recording, const PageOrigin& origin,
+                           const Diagnosis& diagnosis) {
   FindingsPage page;
+  page.origin = origin;
   page.title = name_of_path(recording) + ", examined";
-  page.facts = {std::string("wgr ") + WGR_VERSION + ": " + given_command("--report")};
   page.good = diagnosis.findings.empty();
   page.headline = page.good ? "Nothing is wrong with this stream"
                             : counted(diagnosis.findings.size(), "finding");
@@ -223,7 +225,12 @@ static void examine(DoctorArguments& given) {
   } else {
     print_text(diagnosis);
   }
-  if (!given.page.empty()) write_page(given.page, page_of(given.recording, diagnosis));
+  if (!given.page.empty()) {
+    PageOrigin origin = command_origin(model.empty() ? "" : sha256_of_file(model));
+    origin.first_stamp = first;
+    if (first) origin.last_stamp = *first + diagnosis.facts.seconds;
+    write_page(given.page, page_of(given.recording, origin, diagnosis));
+  }
   if (!given.repaired.empty()) {
     write_repaired(given.repaired, diagnosis, std::move(samples));
   }

@@ -11,6 +11,7 @@
 #include "arguments/segmentation_arguments.h"
 #include "arguments/settings_check.h"
 #include "arguments/values.h"
+#include "base/sha256.h"
 #include "base/table.h"
 #include "base/text.h"
 #include "commands/subcommands.h"
@@ -138,7 +139,10 @@ static std::string page_of(const Arguments& given, const std::string& model,
   PageData page_data = page_data_of_evaluation(set, result);
   page_data.title = title_of(given, model);
   page_data.aims = aims_of(given);
+  page_data.origin = command_origin(model.empty() ? "" : sha256_of_file(model));
+  set_stamps(set, page_data.origin);
   page_data.caveats = caveats_of(result);
+  for (const std::string& caveat : caveats_of(set)) page_data.caveats.push_back(caveat);
   page_data.comparison = compared;
   return model_page(page_data);
 }

@@ -107,9 +107,8 @@ static ExaminerOptions examiner_options(const ExplainArguments& given) {
 
 static PageOrigin origin_of(const ExplainArguments& given,
                             const Explanation& explanation) {
-  return {std::string("wgr ") + WGR_VERSION, given_command("--report"),
-          is_captured(given) ? sha256(model_text(*given.host_run.model))
-                             : sha256_of_file(explanation.model_file)};
+  return command_origin(is_captured(given) ? sha256(model_text(*given.host_run.model))
+                                           : sha256_of_file(explanation.model_file));
 }
 
 // Explains one recording; its model has been taken.
@@ -269,7 +268,8 @@ static void explain_folder(const ExplainArguments& given) {
     index["recordings"].push_back(explain_in_folder(given, path, files));
     all_read = all_read && index["recordings"].back()["error"].is_null();
   }
-  files.write(std::filesystem::path(given.out) / "index.html", index_page(index));
+  files.write(std::filesystem::path(given.out) / "index.html",
+              index_page(index, command_origin("")));
   files.commit();
   if (!all_read) throw EndWithStatus{kExitBadInput};
 }

@@ -380,8 +380,8 @@ static std::string page_of(const LogArguments& given, const LogTotals& totals,
   FindingsPage page;
   page.title = name_of_path(given.files.back()) + ", summarised";
   page.facts = {fmt::format("{} lines; {} samples; {}.", totals.lines, totals.samples,
-                            rates_text(given, totals)),
-                std::string("wgr ") + WGR_VERSION + ": " + given_command("--report")};
+                            rates_text(given, totals))};
+  page.origin = command_origin("");
   const Count odd = totals.foreign + totals.torn;
   const Count faults = totals.no_model + totals.unfinished + totals.compared_empty;
   page.good = faults == 0 && totals.unanswered == 0 && odd == 0;

@@ -7,6 +7,7 @@
 
 #include "base/text.h"
 #include "evaluation/confidence.h"
+#include "pages/shares.h"
 
 namespace wgr {
 
@@ -238,10 +239,13 @@ static void advise_on_growth(const LearningCurve& curve, Json& next) {
   const char* const what =
       curve.by == LeftOut::kSubjects ? "people" : "repetitions of each class";
   const double gain = last.accuracy - before.accuracy;
+  const Json bounds = share_json(last.accuracy, curve.examples);
   next.push_back(step(fmt::format(
-      "From {:.0f} to {:.0f} {} the accuracy went from {} to {}: more {}.",
+      "From {:.0f} to {:.0f} {} the accuracy went from {} to {} (with 95 % confidence {} "
+      "to {}): more {}.",
       before.templates_from, last.templates_from, what, percent(before.accuracy),
-      percent(last.accuracy),
+      percent(last.accuracy), percent(bounds["least"].get<double>()),
+      percent(bounds["most"].get<double>()),
       gain >= kMoreHelps ? "of them would help" : "of them would hardly help")));
 }
 

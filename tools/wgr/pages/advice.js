@@ -193,17 +193,19 @@ function showMap(data) {
 // ---- would more help? -------------------------------------------------------------------
 
 function curveFigure({points, people}) {
-  const least = Math.floor(Math.min(...points.map(([, accuracy]) => 100 * accuracy), 95) / 5) * 5;
-  const most = points[points.length - 1][0];
+  const least = lowestShare(points.map(({right}) => right));
+  const most = points[points.length - 1].from;
   const f = frame(pictureWidth(), 190, [0, most], [least, 100]);
   addLevels(f, least, 100);
   addFooter(f, '0', people ? 'people' : 'repetitions of each class', most.toFixed(0));
-  f.picture.append(svg('path', {class: 'right', d: pathOf(f, points.map(([n]) => n),
-      points.map(([, accuracy]) => 100 * accuracy))}));
-  for (const [n, accuracy] of points) {
-    f.picture.append(svg('circle', {class: 'chosen', cx: f.x(n), cy: f.y(100 * accuracy), r: 3}));
+  f.picture.append(svg('path', {class: 'right', d: pathOf(f, points.map(({from}) => from),
+      points.map(({right}) => 100 * shareOf(right)))}));
+  for (const {from, right} of points) {
+    f.picture.append(whisker(f, from, right), svg('circle', {class: 'chosen', cx: f.x(from),
+      cy: f.y(100 * shareOf(right)), r: 3}));
   }
   return figure('Classified right, in percent, by all examples of so many ' +
-      (people ? 'other people' : 'other repetitions') + ', the nearest of which counts',
+      (people ? 'other people' : 'other repetitions') + ', the nearest of which counts; the ' +
+      'lines are bounds with 95 % confidence each',
   f.picture);
 }

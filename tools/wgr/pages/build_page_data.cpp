@@ -3,6 +3,7 @@
 #include "base/text.h"
 #include "evaluation/confidence.h"
 #include "pages/page_data.h"
+#include "pages/shares.h"
 #include "training/model_output.h"
 
 namespace wgr {
@@ -16,11 +17,6 @@ std::vector<std::string> names_of_kept(const SegmentedSet& set) {
     }
   }
   return names;
-}
-
-static std::string share_text(size_t part, size_t whole) {
-  return fmt::format("{} of {}, no less than {} with 95 % confidence",
-                     percent(part, whole), whole, percent(least_share(part, whole)));
 }
 
 static std::string name_of_example(size_t index, const std::vector<std::string>& names) {
@@ -54,7 +50,12 @@ static void measure(const BuildReport& report, const BuildOptions& options,
       {"classified right", share_text(report.classified_right(), report.examples())},
       {"accepted as well", share_text(report.accepted(), report.examples())},
       {"background accepted",
-       fmt::format("{} of {}", report.background_accepted, report.background)}};
+       report.background == 0
+           ? "there is none"
+           : fmt::format(
+                 "{} of {}, no more than {} with 95 % confidence",
+                 report.background_accepted, report.background,
+                 percent(most_share(report.background_accepted, report.background)))}};
   if (report.background_allowed) {
     page_data.measured.emplace_back(
         "background allowed",
@@ -72,7 +73,7 @@ static void measure(const BuildReport& report, const BuildOptions& options,
   for (const KindStep& step : report.kinds) {
     page_data.kinds.push_back({{"kind", kind_text(step)},
                                {"templates", step.templates},
-                               {"accuracy", step.accuracy},
+                               {"right", share_json(step.accuracy, report.examples())},
                                {"chosen", step.chosen}});
   }
   page_data.judged_by = left_out_text(report.judged_by);

@@ -162,11 +162,13 @@ function fillClass(body, data, c) {
 function showClasses(data) {
   for (const c of data.classes) {
     const own = data.examples.filter((example) => example.label === c.label);
+    const recall = data.matrix.rows.find((row) => row.label === c.label)?.recall;
     const right = own.filter(isRight).length;
     const body = el('div');
     const item = el('details', {class: 'card class', 'data-label': c.label},
         el('summary', {}, el('h3', {}, nameOf(data, c.label)),
-            chip(right === own.length, `${right} of ${own.length} right`)), body);
+            chip(right === own.length, `${right} of ${own.length} right` +
+                (recall ? `: ${bounds(recall)} %` : ''))), body);
     item.addEventListener('toggle', () => {
       if (item.open && body.childElementCount === 0) fillClass(body, data, c);
     });

@@ -18,6 +18,26 @@ const svg = (name, attributes = {}, ...children) => {
 const $ = (selector) => document.querySelector(selector);
 const seconds = (t) => t.toFixed(3) + ' s';
 
+// A first stamp that is larger, s, is no time since a start.
+const kEpoch = 1e6;
+const dateText = (stamp) =>
+  new Date(stamp * 1000).toISOString().replace('T', ' ').slice(0, 19) + ' UTC';
+
+// How the page was made, and `more`, in its footer.
+function showOrigin(origin, more = recordedText(origin)) {
+  const parts = [origin.version, origin.command, origin.model_sha256 &&
+    `model ${origin.model_sha256.slice(0, 16)}… (SHA-256)`, ...more];
+  $('#origin').replaceChildren(...parts.flatMap((part, i) =>
+    part ? [el(i === 1 ? 'code' : 'span', {}, part)] : []));
+}
+
+// When the recordings were made, if their stamps say so.
+function recordedText({first_stamp: first, last_stamp: last}) {
+  if (first === null || last === null) return [];
+  return [first < kEpoch ? 'the stamps of what was recorded hold no date'
+      : `recorded ${dateText(first)}` + (last > first ? ` to ${dateText(last)}` : '')];
+}
+
 // Bytes that the page was given deflated, in the script element `id`.
 async function unpackBytes(id) {
   const text = atob($('#' + id).textContent);

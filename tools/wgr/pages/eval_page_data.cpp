@@ -6,6 +6,7 @@
 #include "classifier/class_threshold.h"
 #include "evaluation/confidence.h"
 #include "pages/page_data.h"
+#include "pages/shares.h"
 
 namespace wgr {
 
@@ -86,18 +87,13 @@ static PageExample example_of(const Played& played, const SegmentedSet& set,
   return example;
 }
 
-static std::string bounded(size_t right, size_t all) {
-  return fmt::format("{} of {}, no less than {} with 95 % confidence",
-                     percent(right, all), all, percent(least_share(right, all)));
-}
-
 static void measure(const Evaluation& result, PageData& page_data) {
   auto& measured = page_data.measured;
   if (result.repetitions > 0) {
     measured.emplace_back("reported as their class",
-                          bounded(result.right, result.repetitions));
+                          share_text(result.right, result.repetitions));
     measured.emplace_back("of repetitions with a motion of their own",
-                          bounded(result.kept_right, result.kept));
+                          share_text(result.kept_right, result.kept));
   }
   if (const auto rate = result.false_positives_per_hour()) {
     measured.emplace_back(
@@ -119,8 +115,10 @@ static void measure(const Evaluation& result, PageData& page_data) {
   page_data.misses.assign(result.misses.begin(), result.misses.end());
   page_data.latencies = result.latencies;
   for (const Fold& fold : result.folds) {
-    page_data.folds.push_back(
-        {fold.left_out, fold.repetitions, fold.right, fold.templates, fold.examples});
+    page_data.folds.push_back({{"left_out", fold.left_out},
+                               {"right", share_json(fold.right, fold.repetitions)},
+                               {"templates", fold.templates},
+                               {"examples", fold.examples}});
   }
 }
 
@@ -151,6 +149,16 @@ static std::string cost_note(const std::vector<Gmodel>& models) {
       });
   return fmt::format("This is the first of {} models; they have {} to {} templates.",
                      models.size(), least->templates.size(), most->templates.size());
+}
+
+void set_stamps(const SegmentedSet& set, PageOrigin& origin) {
+  for (const SegmentedRecording& recording : set.recordings) {
+    if (recording.samples.empty()) continue;
+    const auto [first, last] =
+        std::minmax(recording.samples.front().t, recording.samples.back().t);
+    origin.first_stamp = std::min(origin.first_stamp.value_or(first), first);
+    origin.last_stamp = std::max(origin.last_stamp.value_or(last), last);
+  }
 }
 
 PageData page_data_of_evaluation(const SegmentedSet& set, const Evaluation& result) {
@@ -189,9 +197,8 @@ PageData page_data_of_evaluation(const SegmentedSet& set, const Evaluation& resu
   page_data.curve = result.curve;
   page_data.background = {result.background_hours, result.false_positives};
   for (const PageClass& c : page_data.classes) {
-    if (const auto precision = result.precision(c.label)) {
-      page_data.precision[c.label] = *precision;
-    }
+    const auto events = result.events.find(c.label);
+    if (events != result.events.end()) page_data.reports[c.label] = events->second;
   }
   measure(result, page_data);
   return page_data;

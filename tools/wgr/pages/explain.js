@@ -25,19 +25,14 @@ function showHeader(e) {
   }
 }
 
-function showFooter({origin, explanation}, samples) {
-  const parts = [origin.version, origin.command,
-    `model ${origin.model_sha256.slice(0, 16)}… (SHA-256)`];
+function showFooter({origin}, samples) {
   const first = origin.first_stamp;
-  parts.push(samples.count === 0 ? 'no samples' : Math.abs(first) < kEpoch
+  const more = [samples.count === 0 ? 'no samples' : Math.abs(first) < kEpoch
       ? `recorded ${clock(samples.end, 1)} from stamp ${first.toFixed(3)} s on; its stamps ` +
         'hold no date'
-      : `recorded ${new Date(first * 1000).toISOString().replace('T', ' ').slice(0, 19)} ` +
-        'UTC, shown as 0:00:00');
-  if (!samples.stamped) parts.push('the clock steps back: drawn at the nominal rate');
-  $('#origin').replaceChildren(...parts.map((part, i) =>
-    i === 1 ? el('code', {}, part) : el('span', {}, part)));
-  void explanation;
+      : `recorded ${dateText(first)}, shown as 0:00:00`];
+  if (!samples.stamped) more.push('the clock steps back: drawn at the nominal rate');
+  showOrigin(origin, more);
 }
 
 // What the time line draws as bands; `rank`: the greater is drawn above.

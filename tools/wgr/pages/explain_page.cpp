@@ -14,10 +14,8 @@ using Json = nlohmann::ordered_json;
 std::string explain_page(Explanation& e, const Verdict& verdict,
                          const PageOrigin& origin) {
   Json json = explain_json(e, verdict);
-  json["origin"] = {{"version", origin.version},
-                    {"command", origin.command},
-                    {"model_sha256", origin.model_sha256},
-                    {"first_stamp", e.times.empty() ? 0.0 : e.times.front()}};
+  json["origin"] = origin_json(origin);
+  json["origin"]["first_stamp"] = e.times.empty() ? 0.0 : e.times.front();
   Deflated data(kPageLevel);
   data.add(json);
   json.clear();
@@ -33,9 +31,10 @@ std::string explain_page(Explanation& e, const Verdict& verdict,
                  data, &samples);
 }
 
-std::string index_page(const Json& recordings) {
-  return page_of({"wgr explain", kIndexHtml, {}, {std::string(kIndexScript)}},
-                 recordings);
+std::string index_page(const Json& recordings, const PageOrigin& origin) {
+  Json data = recordings;
+  data["origin"] = origin_json(origin);
+  return page_of({"wgr explain", kIndexHtml, {}, {std::string(kIndexScript)}}, data);
 }
 
 }  // namespace wgr

@@ -4,17 +4,10 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "pages/shell.h"
 #include "verdict/verdict.h"
 
 namespace wgr {
-
-// What a page's footer says of how it was made: nothing of when, so that the same
-// command over the same files gives the same bytes.
-struct PageOrigin {
-  std::string version;
-  std::string command;
-  std::string model_sha256;
-};
 
 // Uses up what was kept to be drawn.
 std::string explain_page(Explanation& explanation, const Verdict& verdict,
@@ -22,6 +15,7 @@ std::string explain_page(Explanation& explanation, const Verdict& verdict,
 
 // A page that leads to those of several recordings: {"folder", "recordings": [{"file",
 // "page", "verdict", "error"}]}.
-std::string index_page(const nlohmann::ordered_json& recordings);
+std::string index_page(const nlohmann::ordered_json& recordings,
+                       const PageOrigin& origin);
 
 }  // namespace wgr

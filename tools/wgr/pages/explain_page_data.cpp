@@ -49,7 +49,27 @@ static Json scores_json(const MotionExplanation& m, std::map<int, double>& thres
   return scores;
 }
 
-static Json motions_json(const Explanation& e) {
+namespace {
+
+// Texts that recur, each once: a day has tens of thousands of sentences, and few that
+// differ.
+class Texts {
+ public:
+  size_t number_of(const std::string& text) {
+    const auto [at, is_new] = numbers_.emplace(text, numbers_.size());
+    if (is_new) all_.push_back(text);
+    return at->second;
+  }
+  const Json& all() const { return all_; }
+
+ private:
+  std::map<std::string, size_t> numbers_;
+  Json all_ = Json::array();
+};
+
+}  // namespace
+
+static Json motions_json(const Explanation& e, Texts& texts) {
   Json causes = Json::array();
   Json sentences = Json::array();
   Json also = Json::object();
@@ -57,8 +77,8 @@ static Json motions_json(const Explanation& e) {
   std::map<int, double> thresholds;
   for (size_t i = 0; i < e.motions.size(); ++i) {
     const MotionExplanation& m = e.motions[i];
-    causes.push_back(name_of(m.cause));
-    sentences.push_back(sentence_for(m, e.settings));
+    causes.push_back(texts.number_of(name_of(m.cause)));
+    sentences.push_back(texts.number_of(sentence_for(m, e.settings)));
     for (const Cause& cause : m.also) also[std::to_string(i)].push_back(name_of(cause));
     if (!m.scores.empty()) scores[std::to_string(i)] = scores_json(m, thresholds);
   }
@@ -71,14 +91,19 @@ static Json motions_json(const Explanation& e) {
 }
 
 Json explain_json(const Explanation& e, const Verdict& verdict) {
+  Texts texts;
+  Json motions = motions_json(e, texts);
   Json rests = Json::array();
   for (const RestStretch& rest : e.rests) {
-    rests.push_back(sentence_for(rest, e.settings));
+    rests.push_back(texts.number_of(sentence_for(rest, e.settings)));
   }
-  return {{"explanation", explanation_head(e, verdict)},
+  Json head = explanation_head(e, verdict);
+  head.erase("events");  // they are among the samples
+  return {{"explanation", std::move(head)},
           {"normalised", e.model.normalize != 0},
-          {"motions", motions_json(e)},
-          {"rests", rests}};
+          {"texts", texts.all()},
+          {"motions", std::move(motions)},
+          {"rests", std::move(rests)}};
 }
 
 // ---- bytes ---------------------------------------------------------------------------

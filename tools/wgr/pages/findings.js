@@ -43,6 +43,7 @@ start((data) => {
   document.title = data.title;
   $('#title').textContent = data.title;
   $('#facts').textContent = data.facts.join(' ');
+  showOrigin(data.origin);
   const box = el('div', {class: 'answer' + (data.good ? '' : ' fault')},
       el('h2', {}, data.headline));
   $('#answer').append(box, el('ol', {}, ...data.findings.map(findingItem)));

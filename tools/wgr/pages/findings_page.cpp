@@ -1,7 +1,6 @@
 #include "pages/findings_page.h"
 
 #include "pages/parts.h"
-#include "pages/shell.h"
 
 namespace wgr {
 
@@ -16,9 +15,13 @@ std::string findings_page(const FindingsPage& page) {
                       {"rows", table.rows},
                       {"bars", table.bars}});
   }
-  const Json data = {{"title", page.title},       {"facts", page.facts},
-                     {"headline", page.headline}, {"good", page.good},
-                     {"findings", page.findings}, {"tables", tables}};
+  const Json data = {{"title", page.title},
+                     {"facts", page.facts},
+                     {"headline", page.headline},
+                     {"good", page.good},
+                     {"findings", page.findings},
+                     {"tables", tables},
+                     {"origin", origin_json(page.origin)}};
   return page_of({"wgr",
                   kFindingsHtml,
                   {std::string(kVerdictCss), std::string(kFindingsCss)},

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "pages/shell.h"
+
 namespace wgr {
 
 struct PageTable {
@@ -16,6 +18,7 @@ struct PageTable {
 };
 
 struct FindingsPage {
+  PageOrigin origin;
   std::string title;
   std::vector<std::string> facts;  // sentences
   std::string headline;

@@ -25,5 +25,6 @@ start((data) => {
       `, ${came} of them with nothing missed and nothing unexpected.`;
   const order = all.map((r, i) => [r, i]).sort((a, b) =>
     missing(a[0]) === missing(b[0]) ? a[1] - b[1] : missing(b[0]) > missing(a[0]) ? 1 : -1);
+  showOrigin(data.origin);
   $('#recordings').append(...order.map(([r]) => recordingItem(r)));
 });

@@ -20,6 +20,10 @@ const nameOf = (data, label) => {
 };
 const outcomeText = (example) => isNumber(example.outcome) ? `reported ${example.outcome}`
                                                      : example.outcome;
+// A share with what it is with 95 % confidence each: "95.0 % (88.3 to 98.6)".
+const shareOf = ({part, whole}) => whole > 0 ? part / whole : 0;
+const bounds = ({least, most}) => `${(100 * least).toFixed(1)} to ${(100 * most).toFixed(1)}`;
+const bounded = (share) => `${percent(shareOf(share))} (${bounds(share)})`;
 const chip = (good, text) => el('span', {class: 'chip ' + (good ? 'right' : 'wrong')}, text);
 
 // The times of a trace: seconds, or its points where the rate is not known. Fewer of its
@@ -33,17 +37,9 @@ function showHeader(data) {
   document.title = data.title;
   $('#title').textContent = data.title;
   $('#facts').textContent = data.facts.join(' ');
-  const counts = new Map();
-  for (const example of data.examples) {
-    const what = isRight(example) ? example.label < 0 ? 'background kept out' : 'right'
-        : example.label < 0 ? 'background classified as a gesture'
-        : isNumber(example.outcome) ? 'misclassified' : example.outcome;
-    const entry = counts.get(what) ?? {good: isRight(example), count: 0};
-    ++entry.count;
-    counts.set(what, entry);
-  }
-  for (const [what, {good, count}] of [...counts].sort((a, b) => b[1].count - a[1].count)) {
-    $('#counts').append(el('li', {}, chip(good, `${count} ${what}`)));
+  for (const {what, good, share} of data.outcomes) {
+    $('#counts').append(el('li', {}, chip(good,
+        `${share.part} of ${share.whole} ${what}: ${bounds(share)} %`)));
   }
 }
 
@@ -77,7 +73,8 @@ const outcomeName = (data, outcome) =>
 
 function matrixTable(data, showExamples, inPercent) {
   const {columns, rows} = data.matrix;
-  const share = (value) => value === null ? '–' : percent(value);
+  const shareCell = (share) => el('td', {}, ...share === null ? [el('span', {}, '–')]
+      : [el('span', {}, percent(shareOf(share))), el('small', {}, bounds(share))]);
   const head = el('thead', {}, el('tr', {}, el('td', {}, 'made \\ reported'),
       ...[...columns.map((c) => outcomeName(data, c)), 'recall', 'precision'].map((c) =>
         el('th', {scope: 'col'}, c))));
@@ -97,7 +94,7 @@ function matrixTable(data, showExamples, inPercent) {
       return el('td', right ? {class: 'right'} : {}, button);
     });
     body.append(el('tr', {}, el('th', {scope: 'row'}, nameOf(data, row.label)), ...cells,
-        ...[row.recall, row.precision].map((v) => el('td', {}, el('span', {}, share(v))))));
+        ...[row.recall, row.precision].map(shareCell)));
   }
   return el('table', {}, head, body);
 }
@@ -163,7 +160,9 @@ function showMeasured(data) {
   }
   if (m.folds.length > 1) {
     $('#measured').append(plainTable('What was left out', ['Left out', 'Repetitions', 'Right',
-      'Templates', 'From examples'], m.folds.map((fold) => fold.map(String))));
+      'Share', 'Templates', 'From examples'], m.folds.map((fold) => [fold.left_out,
+      String(fold.right.whole), String(fold.right.part), bounded(fold.right),
+      String(fold.templates), String(fold.examples)])));
   }
 }
 
@@ -275,15 +274,23 @@ function showExamples(data) {
 
 // ---- cost ------------------------------------------------------------------------------
 
+// Where a picture of shares with their bounds begins, in percent.
+const lowestShare = (shares) =>
+  Math.floor(Math.min(...shares.map(({least}) => 100 * least), 95) / 5) * 5;
+// From the least to the most that a share is.
+const whisker = (f, at, {least, most}) => svg('path', {class: 'whisker',
+  d: `M${f.x(at) - 3} ${f.y(100 * least)}h6m-3 0V${f.y(100 * most)}m-3 0h6`});
+
 // Accuracy over templates, for every kind of templates that was tried.
 function kindsFigure(kinds) {
   const most = Math.max(...kinds.map((step) => step.templates));
-  const least = Math.floor(Math.min(...kinds.map((step) => 100 * step.accuracy), 99) / 5) * 5;
+  const least = lowestShare(kinds.map((step) => step.right));
   const f = frame(pictureWidth(), 200, [0, most * 1.05], [least, 100]);
   addLevels(f, least, 100);
   addFooter(f, '0', 'templates', String(Math.round(most * 1.05)));
   for (const step of [...kinds].sort((a, b) => a.chosen - b.chosen)) {
-    f.picture.append(svg('circle', {cx: f.x(step.templates), cy: f.y(100 * step.accuracy),
+    f.picture.append(whisker(f, step.templates, step.right), svg('circle', {
+      cx: f.x(step.templates), cy: f.y(100 * shareOf(step.right)),
       r: step.chosen ? 6 : 4, class: step.chosen ? 'chosen' : ''}));
   }
   return f.picture;
@@ -292,7 +299,7 @@ function kindsFigure(kinds) {
 function kindsTable(kinds, judgedBy) {
   const table = plainTable('Kinds tried', ['Kind of templates', 'Templates', 'Classified right',
     'Choice'], kinds.map((step) => [step.kind, String(step.templates),
-    `${(100 * step.accuracy).toFixed(1)} %`, step.chosen ? 'chosen' : '']));
+    bounded(step.right), step.chosen ? 'chosen' : '']));
   table.firstChild.id = 'kinds';
   table.firstChild.prepend(el('caption', {}, `Kinds of templates that were tried, ${judgedBy}`));
   return table;
@@ -317,7 +324,8 @@ function showCost(data) {
     $('#cost').append(kindsTable(cost.kinds, cost.judged_by),
         el('div', {class: 'figures'}, figure(
             `Classified right, ${cost.judged_by}, in percent, for each kind of templates ` +
-            'that was tried: the chosen one is filled', kindsFigure(cost.kinds))));
+            'that was tried: the chosen one is filled; the lines are bounds with 95 % ' +
+            'confidence each', kindsFigure(cost.kinds))));
   }
 }
 
@@ -328,6 +336,7 @@ start((data) => {
     one.trace.points = one.points;
   }
   showHeader(data);
+  showOrigin(data.origin);
   const show = showExamples(data);
   showAdvice(data, show);
   showComparison(data);

@@ -10,6 +10,7 @@
 #include "explanation/series.h"
 #include "pages/advice.h"
 #include "pages/parts.h"
+#include "pages/shares.h"
 #include "text/evaluation_text.h"
 #include "training/model_output.h"
 #include "training/similarities.h"
@@ -97,11 +98,11 @@ static Json row_json(const PageData& page_data, int label, Counts& counts,
   }
   if (label < 0) return json;
   const std::string own = std::to_string(label);
-  json["recall"] = share(row[own], all);
-  const size_t reports = reports_of(own, counts);
-  if (reports > 0) json["precision"] = share(row[own], reports);
-  const auto given = page_data.precision.find(label);
-  if (given != page_data.precision.end()) json["precision"] = given->second;
+  json["recall"] = share_json(row[own], all);
+  const auto given = page_data.reports.find(label);
+  const size_t reports =
+      given != page_data.reports.end() ? given->second : reports_of(own, counts);
+  if (reports > 0) json["precision"] = share_json(row[own], reports);
   return json;
 }
 
@@ -125,6 +126,42 @@ static Json matrix_json(const PageData& page_data) {
   for (const int label : labels)
     rows.push_back(row_json(page_data, label, counts, columns));
   return {{"columns", columns}, {"rows", rows}};
+}
+
+// How the gestures, and the background, came out: the most frequent first.
+static Json outcomes_json(const PageData& page_data) {
+  std::map<std::string, std::pair<size_t, bool>> found[2];  // count, whether good
+  size_t all[2] = {};
+  for (const PageExample& example : page_data.examples) {
+    const bool background = example.label < 0;
+    const bool named =
+        example.outcome != kOutcomeRejected && example.outcome != kOutcomeNotDetected;
+    const bool good =
+        background ? !named : example.outcome == std::to_string(example.label);
+    const std::string what =
+        background ? good ? "background kept out" : "background classified as a gesture"
+        : good     ? "right"
+        : named    ? "misclassified"
+                   : example.outcome;
+    ++all[background];
+    auto& [count, is_good] = found[background][what];
+    ++count;
+    is_good = good;
+  }
+  std::vector<std::pair<size_t, Json>> sorted;
+  for (const bool background : {false, true}) {
+    for (const auto& [what, one] : found[background]) {
+      sorted.emplace_back(one.first,
+                          Json{{"what", what},
+                               {"good", one.second},
+                               {"share", share_json(one.first, all[background])}});
+    }
+  }
+  std::stable_sort(sorted.begin(), sorted.end(),
+                   [](const auto& a, const auto& b) { return a.first > b.first; });
+  Json outcomes = Json::array();
+  for (const auto& entry : sorted) outcomes.push_back(entry.second);
+  return outcomes;
 }
 
 // How many points a trace has, however few are drawn: they give its duration.
@@ -261,7 +298,8 @@ static Json measured_json(const PageData& page_data) {
 static Json curve_json(const LearningCurve& curve) {
   Json points = Json::array();
   for (const CurvePoint& point : curve.points) {
-    points.push_back({point.templates_from, point.accuracy});
+    points.push_back({{"from", point.templates_from},
+                      {"right", share_json(point.accuracy, curve.examples)}});
   }
   return {{"people", curve.by == LeftOut::kSubjects}, {"points", points}};
 }
@@ -283,7 +321,8 @@ static Json map_json(const ExampleMap& map) {
 
 std::string model_page(const PageData& page_data) {
   const size_t k = static_cast<size_t>(std::max(page_data.model.havegravity, 0));
-  Json data = {{"title", page_data.title},
+  Json data = {{"origin", origin_json(page_data.origin)},
+               {"title", page_data.title},
                {"facts", page_data.facts},
                {"rate", page_data.provenance.rate},
                {"normalised", page_data.model.normalize != 0},
@@ -292,6 +331,7 @@ std::string model_page(const PageData& page_data) {
                {"comparison", page_data.comparison},
                {"map", map_json(page_data.map)},
                {"curve", curve_json(page_data.curve)},
+               {"outcomes", outcomes_json(page_data)},
                {"matrix", matrix_json(page_data)},
                {"measured", measured_json(page_data)},
                {"cost", cost_json(page_data, k)}};

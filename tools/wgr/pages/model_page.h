@@ -67,6 +67,7 @@ struct PageBackground {
 };
 
 struct PageData {
+  PageOrigin origin;
   std::string title;
   std::vector<std::string> facts;  // sentences
   Provenance provenance;           // names of classes, and the rate
@@ -75,7 +76,7 @@ struct PageData {
   std::vector<PageClass> classes;
   std::vector<Exemplar> exemplars;
   std::vector<PageExample> examples;
-  std::map<int, double> precision;  // where it is not that of the examples
+  std::map<int, size_t> reports;  // of each class, where not of the examples alone
   // What was measured besides.
   std::vector<std::pair<std::string, std::string>> measured;  // name, value with unit
   std::vector<std::pair<std::string, size_t>> misses;         // cause, examples

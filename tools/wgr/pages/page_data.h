@@ -13,6 +13,9 @@ namespace wgr {
 // "FILE at 12.27 s", of each kept motion of a set, in the order of the training set.
 std::vector<std::string> names_of_kept(const SegmentedSet& set);
 
+// When a set was recorded, from the first stamp to the last.
+void set_stamps(const SegmentedSet& set, PageOrigin& origin);
+
 // Of a model that was built: each example against all templates but itself. `names` are
 // those of the training set's examples, or empty.
 PageData page_data_of_build(const ModelBuilder& builder, const Gmodel& model,

@@ -13,7 +13,6 @@ const kGapPeriods = 1.75;
 
 // A time as it is shown: the stamp, or, where that is of the epoch, since the first one.
 let shownBase = 0;
-const kEpoch = 1e6;  // s; larger first stamps are no time since a start
 const shownTime = (t) => t + shownBase;
 
 // Whole numbers and series, one behind the other.
@@ -93,8 +92,8 @@ function placeAfter(values, value) {
   return from;
 }
 
-// The numbers of the motions; texts are in `texts`.
-function readMotions(reader, texts, origin) {
+// The numbers of the motions; what is text of them is in `texts`, by its number in `all`.
+function readMotions(reader, texts, all, origin) {
   const [begin, end, judged] = [0, 1, 2].map(() => reader.series(kTimeUnit));
   const [first, collected, preroll, trimmed, active, duration, reported, lost, fast] =
       Array.from({length: 9}, () => reader.series(1));
@@ -102,8 +101,8 @@ function readMotions(reader, texts, origin) {
   const predicted = reader.series(1);
   const fastFrom = reader.series(0.001);
   return texts.causes.map((cause, i) => ({
-    begin: begin[i] + origin, end: end[i] + origin, judged: judged[i] + origin, cause,
-    also: texts.also[i] ?? [], sentence: texts.sentences[i],
+    begin: begin[i] + origin, end: end[i] + origin, judged: judged[i] + origin,
+    cause: all[cause], also: texts.also[i] ?? [], sentence: all[texts.sentences[i]],
     reported: reported[i] > 0 ? reported[i] - 1 : null,
     first_sample: first[i], collected: collected[i], preroll: preroll[i],
     trimmed: trimmed[i], lost_at: lost[i] > 0 ? lost[i] - 1 : null,
@@ -221,7 +220,7 @@ function readSamples(data, bytes) {
   s.runs = {t: reader.series(kTimeUnit).map((t, i) => drawn(t, firsts[i])),
     judged: reader.series(1)};
   const eventTimes = reader.series(kTimeUnit), eventClasses = reader.series(1);
-  explanation.motions = readMotions(reader, data.motions, origin);
+  explanation.motions = readMotions(reader, data.motions, data.texts, origin);
   s.bands = explanation.motions.map((m) => ({
     begin: drawn(m.begin - origin, m.first_sample),
     end: drawn(m.end - origin, m.first_sample + Math.max(m.collected - m.trimmed, 1) - 1)}));
@@ -242,6 +241,6 @@ function readSamples(data, bytes) {
   s.trace = (i) => readTrace(traces.get(i), s, explanation.motions[i]);
   s.end = s.count === 0 ? 0 : Math.max(timeOf(s, s.count - 1),
       ...s.runs.t.slice(-1), ...s.bands.slice(-1).map((band) => band.end));
-  findRests(s, s.runs, firsts, data.rests, explanation);
+  findRests(s, s.runs, firsts, data.rests.map((place) => data.texts[place]), explanation);
   return s;
 }

@@ -10,6 +10,15 @@ namespace wgr {
 
 using Json = nlohmann::ordered_json;
 
+Json origin_json(const PageOrigin& origin) {
+  const auto stamp = [](const std::optional<double>& t) { return t ? Json(*t) : Json(); };
+  return {{"version", origin.version},
+          {"command", origin.command},
+          {"model_sha256", origin.model_sha256},
+          {"first_stamp", stamp(origin.first_stamp)},
+          {"last_stamp", stamp(origin.last_stamp)}};
+}
+
 static std::string base64(const std::string& bytes) {
   static constexpr char kDigits[] =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";

@@ -5,6 +5,7 @@
 #include <zlib.h>
 
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,6 +20,19 @@ struct PageParts {
   std::vector<std::string> styles;
   std::vector<std::string> scripts;
 };
+
+// What a page's footer says of how it was made: nothing of when, so that the same
+// command over the same files gives the same bytes.
+struct PageOrigin {
+  std::string version;
+  std::string command;       // may be empty
+  std::string model_sha256;  // likewise
+  // Of what was recorded, s; stamps of the epoch are a date.
+  std::optional<double> first_stamp = {};
+  std::optional<double> last_stamp = {};
+};
+
+nlohmann::ordered_json origin_json(const PageOrigin& origin);
 
 inline constexpr int kPageLevel = Z_DEFAULT_COMPRESSION;
 
