@@ -5,8 +5,11 @@ const kStripSeconds = 10;
 const kStripRate = 50;        // samples/s, of the steady stream
 const kStripMost = 25;        // m/s², at the strip's edges
 const kShown = 1600;          // ms, how long a class stays large
-const kChunk = 50;            // samples that are kept at once
 const kHeader = 't,ax,ay,az,gx,gy,gz\n';
+// A sample of the stream as a line of a recording that starts at `first`, in s.
+/** @param {Float64Array} row  @param {number} first */
+const lineOf = (row, first) =>
+  [row[0] - first, ...row.subarray(1)].map((v) => +v.toFixed(6)).join(',') + '\n';
 const kMovingFlag = 1 << 16;
 const kEndedFlag = 1 << 17;
 const kFullFlag = 1 << 18;
@@ -32,8 +35,10 @@ function keepNewest(values, value) {
   values.push(value);
   if (values.length > kFigures) values.splice(0, kFigures / 2);
 }
-/** @param {number[]} values */
-const median = (values) => values.slice().sort((a, b) => a - b)[values.length >> 1];
+// The value that a share of the values is below.
+/** @param {number[]} values  @param {number} share */
+const quantile = (values, share) =>
+  values.slice().sort((a, b) => a - b)[Math.floor(share * (values.length - 1))];
 
 class Live {
   constructor() {
@@ -41,8 +46,8 @@ class Live {
         (text) => showTrouble(text));
     /** @type {[number, number, number, number, boolean][]} */
     this.rows = [];      // the strip's: [t, ax, ay, az, moving]
-    /** @type {{count: number, first: number | null, chunk: string[]} | null} */
-    this.recorded = null;  // samples, while recording
+    this.recording = new KeptRecording('live');
+    this.records = false;
     // Others who listen to the stream and to its motions.
     /** @type {((row: Float64Array, moving: boolean) => void) | null} */
     this.onrow = null;
@@ -140,7 +145,7 @@ class Live {
     this.sensors.stop();
     this.drawing = false;
     this.rows = [];
-    if (this.recorded) this.toggleRecord();
+    if (this.records) this.toggleRecord();
     $('#live-start').hidden = false;
     $('#sensing').hidden = true;
     showTrouble('');
@@ -161,7 +166,7 @@ class Live {
       const row = made.subarray(i, i + 7);
       this.rows.push([row[0], row[1], row[2], row[3], moving]);
       this.onrow?.(row, moving);
-      if (this.recorded) this.keep(row);
+      if (this.records) this.keep(row);
     }
     const from = this.rows.length - kStripSeconds * kStripRate;
     if (from > kStripRate) this.rows.splice(0, from);
@@ -214,8 +219,9 @@ class Live {
 
   // How quick it is: see its test.
   figures() {
-    return {frames: this.works.length, work: median(this.works),
-      latency: median(this.latencies), backlog: this.backlog};
+    return {frames: this.works.length, work: quantile(this.works, 0.5),
+      mostWork: quantile(this.works, 0.95), latency: quantile(this.latencies, 0.5),
+      mostLatency: quantile(this.latencies, 0.95), backlog: this.backlog};
   }
 
   drawStrip() {
@@ -255,49 +261,38 @@ class Live {
   // ---- recording -------------------------------------------------------------------------
 
   async toggleRecord() {
-    if (this.recorded) {
-      await this.flush();
-      this.recorded = null;
-      $('#record').textContent = 'Record';
+    this.records = !this.records;
+    $('#record').textContent = this.records ? 'Stop recording' : 'Record';
+    if (!this.records) {
       $('#recording').textContent = '';
+      await this.recording.flush();
       return this.showKept();
     }
-    await store.clear('live');
-    this.recorded = {count: 0, first: null, chunk: []};
+    this.recording.begin();
     $('#kept').hidden = true;
-    $('#record').textContent = 'Stop recording';
+    await this.recording.clear();
   }
 
   /** @param {Float64Array} row */
   keep(row) {
-    const r = this.recorded;
-    r.first ??= row[0];
-    r.chunk.push([row[0] - r.first, ...row.subarray(1)].map((v) => +v.toFixed(6)).join(','));
-    r.count += 1;
-    if (r.count % kChunk === 0) {
-      this.flush();
-      $('#recording').textContent = `Recording: ${(r.count / kStripRate).toFixed(0)} s`;
+    if (this.recording.add(row)) {
+      $('#recording').textContent =
+          `Recording: ${Math.floor(this.recording.count / kStripRate)} s`;
     }
   }
 
-  async flush() {
-    const lines = this.recorded.chunk.splice(0);
-    if (lines.length > 0) await store.add('live', lines.join('\n') + '\n');
-  }
-
   async showKept() {
-    const chunks = await store.all('live');
-    const rows = chunks.reduce((sum, text) => sum + text.split('\n').length - 1, 0);
+    const rows = (await this.recording.text()).split('\n').length - 1;
     $('#kept').hidden = rows === 0;
     $('#kept-text').textContent = `A recording of ${(rows / kStripRate).toFixed(0)} s is kept ` +
         'in this browser until you discard it.';
   }
 
   async useKept(what) {
-    const text = kHeader + (await store.all('live')).join('');
+    const text = kHeader + await this.recording.text();
     if (what === 'save') return download('phone.csv', text, 'text/csv');
     if (what === 'discard') {
-      await store.clear('live');
+      await this.recording.clear();
       return this.showKept();
     }
     showTab('explain');

@@ -13,8 +13,7 @@ const kIndex = 'file,label,subject,rate_hz\n';
 
 // Samples of the stream as a recording that starts at 0.
 function csvOf(rows) {
-  return kHeader + rows.map((row) =>
-    [row[0] - rows[0][0], ...row.slice(1)].map((v) => +v.toFixed(6)).join(',') + '\n').join('');
+  return kHeader + rows.map((row) => lineOf(row, rows[0][0])).join('');
 }
 const rowsOfCsv = (csv) => csv.trim().split('\n').slice(1).map((line) => line.split(',').map(Number));
 
@@ -68,6 +67,7 @@ class Teach {
     this.stream = [];
     /** @type {Record<string, Bytes> | null} */
     this.made = null;
+    this.everyday = new KeptRecording('everyday');
     $('#name-form').addEventListener('submit', (event) => {
       event.preventDefault();
       this.addGesture($('#name').value.trim());
@@ -89,6 +89,7 @@ class Teach {
 
   async restore() {
     this.set = await store.get('teach', 'set') ?? this.set;
+    await this.takeEveryday();
     this.draw();
   }
 
@@ -187,7 +188,7 @@ class Teach {
     this.stream = [];
     live.onrow = (row, moving) => {
       this.stream.push(Float64Array.from(row));
-      if (this.stream.length > kBuffer && !this.everyday) this.stream.shift();
+      if (this.stream.length > kBuffer) this.stream.shift();
       this.moved = moving ? performance.now() : this.moved;
     };
     live.onmotion = (motion) => this.onmotion?.(motion);
@@ -287,16 +288,28 @@ class Teach {
 
   async recordEveryday() {
     if (this.listening || !await this.listen('Everyday movement: no gestures now.')) return;
-    this.everyday = true;
-    const start = performance.now();
+    this.everyday.begin();
+    const {onrow} = live;
+    live.onrow = (row, moving) => {
+      onrow(row, moving);
+      this.everyday.add(row);
+    };
     while (this.listening) {
-      this.prompt('rest', `${((performance.now() - start) / 1000).toFixed(0)} s`);
+      this.prompt('rest', `${Math.floor(this.everyday.count / kStripRate)} s`);
       await pause(250);
     }
-    this.everyday = false;
-    if (this.stream.length < kStripRate) return;
-    const csv = csvOf(this.stream);
-    await this.change(() => this.set.background.push(csv));
+    await this.everyday.flush();
+    await this.takeEveryday();
+  }
+
+  // Everyday movement that was written while it was recorded becomes part of the set, be it
+  // at the recording's end or after a reload in its middle.
+  async takeEveryday() {
+    const text = await this.everyday.text();
+    if (text.split('\n').length > kStripRate) {
+      await this.change(() => this.set.background.push(kHeader + text));
+    }
+    await this.everyday.clear();
   }
 
   // ---- the set as files ------------------------------------------------------------------

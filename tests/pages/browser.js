@@ -78,14 +78,15 @@ const always = {
   },
 };
 
-// Everything that holds for every page, of the page as it stands, in every way to read it.
-async function looksRight(page) {
+// Everything that holds for every page, of the page as it stands or of a frame in it, in
+// every way to read it.
+async function looksRight(page, frame = page) {
   const before = page.viewportSize();
   for (const {width, colorScheme} of kWays) {
     await page.setViewportSize({width, height: 900});
     await page.emulateMedia({colorScheme});
     for (const [name, check] of Object.entries(always)) {
-      await check(page).catch((error) => {
+      await check(frame).catch((error) => {
         throw new Error(`${width} ${colorScheme}: ${name}: ${error.message}`);
       });
     }

@@ -7,12 +7,16 @@ const fs = require('node:fs');
 const path = require('node:path');
 
 const {kWays, looksRight, testPages} = require('../pages/browser.js');
+const {Guide} = require('./guide.js');
 
 const [build, packages] = process.argv.slice(2).map((name) => path.resolve(name));
 const kRoot = path.join(__dirname, '../..');
 const kHeader = 't,ax,ay,az,gx,gy,gz\n';
 const kMostSize = 700_000;  // bytes, with gzip
-const kMostToReady = 1000;  // ms; four times that where other work takes the processors
+const kMostToReady = 1000;  // ms
+const kLoads = 5;           // the quickest counts: other work on the processors only adds
+
+const guide = new Guide('Explain a recording');
 
 const explained = (page) => page.frameLocator('#page');
 const headline = (page) => explained(page).locator('#verdict-head').first();
@@ -43,8 +47,14 @@ const checks = {
     const {gzipSync} = require('node:zlib');
     const size = gzipSync(fs.readFileSync(path.join(build, 'studio.html')), {level: 9}).length;
     assert.ok(size <= kMostSize, `${size} bytes`);
-    const ready = Number(await page.evaluate(() => document.documentElement.dataset.ready));
-    assert.ok(ready < 4 * kMostToReady, `${ready} ms`);
+    const times = [];
+    while (Math.min(...times) > kMostToReady && times.length < kLoads) {
+      if (times.length > 0) await page.reload();
+      await page.waitForSelector('html[data-ready]');
+      times.push(Number(await page.evaluate(() => document.documentElement.dataset.ready)));
+    }
+    console.log(`        ready in ${times.join(', ')} ms`);
+    assert.ok(Math.min(...times) <= kMostToReady, `${times} ms`);
   },
 
   async 'may connect to nothing'(page) {
@@ -61,9 +71,10 @@ const checks = {
   },
 
   async 'the demo is explained as wgr explain does'(page) {
-    await page.click('#demo');
+    await guide.press(page, 'Show the demo');
     await settled(page);
-    assert.equal(await headline(page).textContent(), '11 of 11 gestures were recognised.');
+    assert.equal(await headline(page).textContent(),
+        guide.quoted('11 of 11 gestures were recognised') + '.');
     assert.match(await explained(page).locator('#verdict').textContent(),
         /48 other circumstances were tried/);
     await looksRight(page);
@@ -77,6 +88,7 @@ const checks = {
     await page.selectOption('#wearer', '0');
     await page.selectOption('#sensitivity', '3');
     await drawn(page);
+    guide.quoted('least strength is 4.00 m/s²');
     assert.match(await explained(page).locator('#facts').textContent(),
         /least strength 4\.00 m\/s²/);
     await page.selectOption('#sensitivity', '');
@@ -85,18 +97,19 @@ const checks = {
 
   async 'the report is kept as one file, and the recording too'(page) {
     const kept = async (button) => {
-      const [file] = await Promise.all([page.waitForEvent('download'), page.click(button)]);
+      const [file] = await Promise.all([page.waitForEvent('download'),
+        guide.press(page, button)]);
       return [file.suggestedFilename(), fs.readFileSync(await file.path(), 'utf8')];
     };
-    const [name, report] = await kept('#save-report');
+    const [name, report] = await kept('Save as one-file report');
     assert.equal(name, 'demo.html');
     assert.match(report, /^<!DOCTYPE html>[^]*default-src 'none'[^]*<\/html>\n$/);
-    assert.deepEqual(await kept('#save-recording'),
+    assert.deepEqual(await kept('Download the recording'),
         ['demo.csv', fs.readFileSync(path.join(kRoot, 'recordings/demo.csv'), 'utf8')]);
   },
 
   async 'what cannot be used is said, with the line'(page) {
-    await page.click('#another');
+    await guide.press(page, 'Another recording');
     await drop(page, [['mine.csv', kHeader + '0,0,0,9.8,0,0\n']]);
     await page.locator('#busy', {hasText: 'mine.csv:2: 6 fields instead of 7'})
         .waitFor({timeout: 30_000});
@@ -140,16 +153,16 @@ const checks = {
     await page.locator('#import-device', {hasText: 'looks like'}).waitFor();
     assert.match(await page.textContent('#import-command'),
         /^wgr import --columns 'gx=gyro_x' phone\.csv -o recording\.csv$/);
-    await page.click('#import-use');
+    await guide.press(page, 'Explain it');
     await page.waitForSelector('#result:not([hidden])');
     await drawn(page);
     assert.match(await explained(page).locator('#counts').textContent(), /11 reported/);
   },
 
   async 'the library is checked in the page'(page) {
-    await page.click('#about-open');
+    await guide.press(page, 'About');
     await page.locator('#about-version', {hasText: /^wgr \d/}).waitFor();
-    await page.click('#selfcheck');
+    await guide.press(page, 'Check the library');
     await page.locator('#selfcheck-said', {hasText: /^210 streams, \d{3,} recognitions: 0 differ$/})
         .waitFor({timeout: 60_000});
     await looksRight(page);
@@ -164,6 +177,10 @@ const checks = {
     assert.ok(await page.isVisible('#live') || await page.isHidden('#explain'));
     await page.keyboard.press('ArrowLeft');
     assert.ok(await page.isVisible('#explain'));
+  },
+
+  async 'every step of the guide was performed'() {
+    guide.finished();
   },
 };
 

@@ -24,12 +24,16 @@ class VirtualSensors {
   static async on(page) {
     const sensors = new VirtualSensors();
     sensors.session = await page.context().newCDPSession(page);
-    for (const type of kTypes) {
-      await sensors.session.send('Emulation.setSensorOverrideEnabled',
-          {enabled: true, type, metadata: {available: true, maximumFrequency: 60}});
-    }
+    for (const type of kTypes) await sensors.have(type, true);
     await sensors.set([0, 0, 9.81, 0, 0, 0]);
     return sensors;
+  }
+
+  // Whether the phone has a sensor.
+  async have(type, available) {
+    await this.session.send('Emulation.setSensorOverrideEnabled', {enabled: false, type});
+    await this.session.send('Emulation.setSensorOverrideEnabled',
+        {enabled: true, type, metadata: {available, maximumFrequency: 60}});
   }
 
   // m/s² with gravity, deg/s.
