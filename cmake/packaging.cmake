@@ -85,7 +85,13 @@ wgr_package(metapackage wearableinteraction-all
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md COMPONENT documents
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/wearableinteraction-doc)
 install(DIRECTORY docs COMPONENT documents
-        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/wearableinteraction-doc)
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/wearableinteraction-doc
+        PATTERN wgr-studio.html EXCLUDE)
+# The studio's page, where scripts/studio has built it: its compiler is another.
+set(WGR_STUDIO_PAGE ${PROJECT_SOURCE_DIR}/build/studio/studio.html CACHE FILEPATH
+    "The studio's page, packaged with the guides where it is there")
+install(FILES ${WGR_STUDIO_PAGE} RENAME wgr-studio.html COMPONENT documents OPTIONAL
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/wearableinteraction-doc/docs)
 if(WGR_BUILD_TOOLS)
   list(APPEND CPACK_COMPONENTS_ALL tools)
   wgr_package(tools wearableinteraction-tools

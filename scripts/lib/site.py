@@ -17,6 +17,8 @@ import sys
 import tempfile
 import xml.etree.ElementTree as ElementTree
 
+kStudio = "build/studio/studio.html"  # where scripts/studio builds it
+kStudioLink = "](wgr-studio.html)"    # as the documents name it
 kHeaders = ["WgrInterface.h", "WgrTypes.h", "WgrPreflight.h"]
 kDoxygen = """INPUT = include
 OUTPUT_DIRECTORY = {folder}
@@ -257,6 +259,16 @@ def without_next(text):
     return re.sub(r"\nNext: .*\n?$", "\n", text)
 
 
+def place_studio(root, pages):
+    """The studio's page, where it is built; otherwise links to it lead to its guide."""
+    if (root / kStudio).exists():
+        shutil.copy(root / kStudio, pages / "wgr-studio.html")
+        return
+    for page in ("index.md", "studio.md"):
+        text = (pages / page).read_text(encoding="utf-8")
+        (pages / page).write_text(text.replace(kStudioLink, "](studio.md)"), encoding="utf-8")
+
+
 def write_documents(root, pages):
     menu, role = [{"Start": "index.md"}], None
     for line in (root / "docs/order.txt").read_text(encoding="utf-8").splitlines():
@@ -282,6 +294,7 @@ def write_documents(root, pages):
         if "Maintainer" in entry:
             entry["Maintainer"] = ["contributing.md", *entry["Maintainer"], "changelog.md"]
     shutil.copytree(root / "docs/images", pages / "images")
+    place_studio(root, pages)
     return [entry for entry in menu if next(iter(entry.values()))]
 
 

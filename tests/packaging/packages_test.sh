@@ -64,6 +64,8 @@ native=1
 guides=usr/share/doc/wearableinteraction-doc
 expect wearableinteraction-doc all $guides/README.md $guides/docs/host-guide.md \
   $guides/docs/images/report.png
+page=$(sed -n 's/^WGR_STUDIO_PAGE:FILEPATH=//p' "$build/CMakeCache.txt")
+[ ! -e "$page" ] || expect wearableinteraction-doc all $guides/docs/wgr-studio.html
 expect wearableinteraction-all all usr/share/doc/wearableinteraction-all/copyright
 
 # The metapackage asks for all others, every synopsis differs, and each model is a conffile.
