@@ -235,11 +235,11 @@ void Checker::check_template(int number) {
   std::vector<int> about = values<int>(2, name + ", its label and number of points");
   about.resize(2);
   const auto label = std::find(labels_.begin(), labels_.end(), about[0]);
-  if (label == labels_.end()) {
+  if (label != labels_.end()) {
+    has_template_[static_cast<size_t>(label - labels_.begin())] = 1;
+  } else if (about[0] != kNoGesture) {  // background, which needs no threshold
     find(name + ": its label " + std::to_string(about[0]) +
          " is not in the list of classes");
-  } else {
-    has_template_[static_cast<size_t>(label - labels_.begin())] = 1;
   }
   if (!in_range(about[1], name + ", its number of points")) {
     file_.setstate(std::ios::failbit);

@@ -90,6 +90,12 @@ TEST_F(ModelChecking, WhatTheLibraryWritesIsSound) {
   EXPECT_EQ(listed(check_model_file(path_)), "");
 }
 
+// What is most like a template of background is never reported; it needs no threshold.
+TEST_F(ModelChecking, TemplatesOfBackgroundAreListedAmongNoClasses) {
+  EXPECT_EQ(listed(with(8, "14 2 ")), "2: no template has the label 7: it never wins\n");
+  EXPECT_THAT(listed(with(8, "6 2 ")), HasSubstr("its label 6 is not in the list"));
+}
+
 // What a finding says of values, after it has named them.
 #define THE_REST "; the rest count as 0"
 #define THE_SURPLUS "; the surplus is ignored"

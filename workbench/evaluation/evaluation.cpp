@@ -249,7 +249,9 @@ static Answer answer_for(const SegmentedRecording& recording, size_t repetition,
   if (most != static_cast<int>(repetition)) {
     answer.cause = "one motion with another repetition";
   } else if (!event) {
-    answer.cause = motion.verdict == Verdict::kKept ? "not reported" : verdict;
+    answer.cause = motion.verdict == Verdict::kKept
+                       ? "nearest to a template of background"
+                       : verdict;
   } else {
     answer.outcome = outcome_of(event);
     answer.cause = answer.outcome == kOutcomeRejected
@@ -433,7 +435,7 @@ static void build_fold(const SegmentedSet& set, const ModelBuilder& builder,
   result.baseline.examples += baseline.examples;
   result.baseline.right += baseline.right;
   fold.examples = report.examples();
-  fold.templates = report.templates();
+  fold.templates = classifier.model->templates.size();
 }
 
 static void finish(Evaluation& result) {

@@ -12,11 +12,13 @@
 #include "base/text.h"
 #include "classifier/HGR.h"
 #include "dtw/best_match.h"
+#include "dtw/similarity.h"
 #include "training/adaptation.h"
 #include "training/averages.h"
 #include "training/parallel.h"
 #include "training/thinning.h"
 #include "training/thresholds.h"
+#include "training/trace_distance.h"
 
 namespace wgr {
 
@@ -81,6 +83,9 @@ size_t BuildReport::classified_right() const {
 }
 size_t BuildReport::accepted() const {
   return sum(classes, [](const ClassReport& c) { return c.right; });
+}
+size_t BuildReport::like_background() const {
+  return sum(classes, [](const ClassReport& c) { return c.like_background; });
 }
 size_t BuildReport::templates() const {
   return sum(classes, [](const ClassReport& c) { return c.templates; });
@@ -411,6 +416,11 @@ static std::optional<size_t> allowed_background(const BuildOptions& options) {
       std::floor(*options.false_positives_per_hour * options.background_hours));
 }
 
+// Templates of background are those of a class behind the gestures'.
+bool ModelBuilder::is_background(const Job& job, const Judged& judged) {
+  return judged.label == static_cast<int>(job.classes.size());
+}
+
 // The scores of examples that are classified rightly as each class, and background's.
 // Wrong ones do not count: to reject an example instead of misclassifying it helps
 // nobody.
@@ -429,7 +439,7 @@ ModelBuilder::Scores ModelBuilder::scores_of(const Job& job, const Trial& trial)
   }
   for (const size_t i : job.background) {
     const Judged& judged = trial.judged[i];
-    if (!judged.label) continue;
+    if (!judged.label || is_background(job, judged)) continue;
     scores.background[static_cast<size_t>(*judged.label)].push_back(judged.score);
   }
   return scores;
@@ -454,10 +464,110 @@ std::vector<double> ModelBuilder::set_thresholds(const Job& job, const Trial& tr
     entry.threshold = thresholds[c];
     entry.right = scores_above(scores.right[c], thresholds[c]);
     entry.rejected = scores.right[c].size() - entry.right;
-    entry.misclassified = job.own[c].size() - scores.right[c].size();
+    entry.like_background = static_cast<size_t>(
+        std::count_if(job.own[c].begin(), job.own[c].end(),
+                      [&](size_t i) { return is_background(job, trial.judged[i]); }));
+    entry.misclassified =
+        job.own[c].size() - scores.right[c].size() - entry.like_background;
     report.background_accepted += scores_above(scores.background[c], thresholds[c]);
   }
   return thresholds;
+}
+
+// The job's background that can be mistaken for a gesture most easily.
+std::vector<size_t> ModelBuilder::most_alike_background(const Job& job) const {
+  std::vector<std::pair<float, size_t>> ranked;
+  for (const size_t i : job.background) {
+    if (motion_points(traces_[i], k_) == 0) continue;
+    float best = std::numeric_limits<float>::lowest();
+    for (const std::vector<size_t>& own : job.own) {
+      for (const size_t j : own) best = std::max(best, (*similarities_)(i, j));
+    }
+    ranked.emplace_back(-best, i);
+  }
+  std::sort(ranked.begin(), ranked.end());
+  ranked.resize(std::min(ranked.size(), kMostClustered));
+  std::vector<size_t> some;
+  for (const auto& [distance, i] : ranked) some.push_back(i);
+  std::sort(some.begin(), some.end());
+  return some;
+}
+
+// For each count the templates of background.
+std::vector<std::vector<ModelBuilder::Fitted>> ModelBuilder::fit_background(
+    const Job& job, const std::vector<size_t>& counts) const {
+  const std::vector<size_t> some = most_alike_background(job);
+  std::vector<const Points*> traces;
+  for (const size_t i : some) traces.push_back(&traces_[i]);
+  std::vector<std::vector<Fitted>> all;
+  for (std::vector<Cluster>& averages : background_averages(traces, counts, k_)) {
+    all.emplace_back();
+    for (Cluster& cluster : averages) {
+      while (!fits_a_line(cluster.trace)) thin(cluster.trace, k_);
+      all.back().push_back({job.classes.size(),
+                            std::move(cluster.trace),
+                            {some[cluster.around], cluster.examples}});
+    }
+  }
+  return all;
+}
+
+// Classifies the fold's examples that are nearer to a template of background as that. Of
+// equals the gesture's counts, whose templates stand first in a model.
+void ModelBuilder::draw_away(const Job& job, size_t fold,
+                             const std::vector<Fitted>& background, Trial& trial) const {
+  const auto judge = [&](size_t i) {
+    if (job.fold[i] != fold || motion_points(traces_[i], k_) == 0) return;
+    Judged& judged = trial.judged[i];
+    TraceDistance distance(traces_[i], k_);
+    for (const Fitted& t : background) {
+      const double here = distance.to(t.trace, -judged.score);
+      if (!(here < -judged.score)) continue;
+      judged.score = -here;
+      judged.label = static_cast<int>(t.class_index);
+    }
+  };
+  for (const std::vector<size_t>& own : job.own)
+    std::for_each(own.begin(), own.end(), judge);
+  std::for_each(job.background.begin(), job.background.end(), judge);
+}
+
+// Compares numbers of templates of background: the trial becomes that with the best,
+// which are returned for all examples.
+std::vector<ModelBuilder::Fitted> ModelBuilder::choose_background(
+    const Job& job, const BuildOptions& options, Trial& trial,
+    BuildReport& report) const {
+  const size_t in_a_fold = job.background.size() * (job.folds - 1) / job.folds;
+  const std::vector<size_t> counts =
+      background_counts(in_a_fold, options.background_templates);
+  std::vector<Trial> trials(counts.size(), trial);
+  std::vector<BackgroundStep> steps(counts.size());
+  std::vector<std::vector<size_t>> points(counts.size(), std::vector<size_t>(job.folds));
+  const bool any = counts.back() > 0;
+  share_out(any ? job.folds : 0, options.threads, [&] {
+    return [&](size_t fold) {
+      const auto fitted = fit_background(without_fold(job, fold), counts);
+      for (size_t n = 0; n < counts.size(); ++n) {
+        draw_away(job, fold, fitted[n], trials[n]);
+        for (const Fitted& t : fitted[n]) points[n][fold] += motion_points(t.trace, k_);
+      }
+    };
+  });
+  for (size_t n = 0; n < counts.size(); ++n) {
+    BuildReport judged = report;
+    set_thresholds(job, trials[n], options, judged);
+    const size_t all = std::accumulate(points[n].begin(), points[n].end(), size_t{0});
+    steps[n] = {counts[n], all / job.folds, judged.accepted(), judged.background_accepted,
+                false};
+  }
+  const double tolerance = options.tolerance * static_cast<double>(report.examples());
+  const size_t chosen = wgr::choose_background(steps, options.false_cost,
+                                               allowed_background(options), tolerance);
+  steps[chosen].chosen = true;
+  trial = std::move(trials[chosen]);
+  report.background_steps = std::move(steps);
+  if (counts[chosen] == 0) return {};
+  return std::move(fit_background(job, {counts[chosen]}).front());
 }
 
 void ModelBuilder::note_judged(const Job& job, const Trial& trial,
@@ -467,6 +577,10 @@ void ModelBuilder::note_judged(const Job& job, const Trial& trial,
   for (Judged& judged : report.judged) {
     if (!judged.label) continue;
     const size_t c = static_cast<size_t>(*judged.label);
+    if (is_background(job, judged)) {
+      judged.label = kNoGesture;
+      continue;
+    }
     judged.label = job.classes[c];
     judged.accepted = judged.score > thresholds[c];
   }
@@ -528,6 +642,13 @@ Gmodel ModelBuilder::build(const std::vector<bool>& taken, const BuildOptions& o
   for (const Fitted& t : fitted) {
     ++report.classes[t.class_index].templates;
     model.templates.emplace_back(job.classes[t.class_index], t.trace);
+    report.sources.push_back(t.source);
+  }
+  // The label is not listed among the classes, so it needs no threshold: what is nearest
+  // to it is never rejected, but silently no gesture.
+  for (const Fitted& t : choose_background(job, options, trial, report)) {
+    ++report.background_templates;
+    model.templates.emplace_back(kNoGesture, t.trace);
     report.sources.push_back(t.source);
   }
   model.nTemplate = static_cast<int>(model.templates.size());

@@ -7,6 +7,7 @@
 
 #include "classifier/Gdata.h"
 #include "classifier/Gmodel.h"
+#include "training/background_templates.h"
 #include "training/exemplar_sweep.h"
 #include "training/folds.h"
 #include "training/similarities.h"
@@ -30,6 +31,8 @@ struct BuildOptions {
   // examples right as the best, by cross-validation.
   std::optional<TemplateKind> kind;
   std::optional<LeftOut> judge_by;  // see divide_examples()
+  // Templates of background, at most; without it chosen, see background_templates.h.
+  std::optional<size_t> background_templates;
   double false_cost = 3.0;   // of an accepted wrong example, in rejected right ones
   double tolerance = 0.005;  // share of examples by which the smallest set may be worse
   double most_share = 1.0 / 3.0;  // of a class's examples that may become templates
@@ -50,6 +53,8 @@ struct ClassReport {
   size_t right = 0;          // own examples that are classified right and accepted
   size_t misclassified = 0;  // own examples that are classified as another class
   size_t rejected = 0;       // own examples that are classified right but rejected
+  size_t like_background =
+      0;  // own examples that are nearest to a template of background
 };
 
 // A kind of templates, tried by cross-validation.
@@ -67,7 +72,8 @@ size_t choose_kind(const std::vector<KindStep>& kinds, double tolerance);
 
 // An example, classified by templates that were made without it and its group.
 struct Judged {
-  std::optional<int> label;  // of the nearest template; none: there is none
+  std::optional<int>
+      label;  // of the nearest template, 14 for background's; none: no template
   double score = 0.0;
   bool accepted = false;
 };
@@ -82,18 +88,21 @@ struct BuildReport {
   std::vector<ClassReport> classes;
   LeftOut judged_by = LeftOut::kRepetitions;
   std::vector<KindStep> kinds;
-  std::vector<SweepStep> sweep;    // of exemplars, where they were chosen by it
-  std::vector<std::string> notes;  // fallbacks and thinned examples
-  size_t background = 0;           // examples
-  size_t background_accepted = 0;  // of them, classified as a gesture
+  std::vector<SweepStep> sweep;  // of exemplars, where they were chosen by it
+  std::vector<BackgroundStep> background_steps;  // one at least, chosen
+  size_t background_templates = 0;               // of the model, with the label 14
+  std::vector<std::string> notes;                // fallbacks and thinned examples
+  size_t background = 0;                         // examples
+  size_t background_accepted = 0;                // of them, classified as a gesture
   std::optional<size_t> background_allowed;
   std::vector<TemplateSource> sources;  // of each template; its ModelBuilder's examples
   std::vector<Judged> judged;           // each of its ModelBuilder's examples
 
   size_t examples() const;
   size_t classified_right() const;
-  size_t accepted() const;  // classified right and accepted
-  size_t templates() const;
+  size_t accepted() const;   // classified right and accepted
+  size_t templates() const;  // of gestures
+  size_t like_background() const;
 };
 
 // Labels below 0 are background. Gravity is used when the examples have it; traces are
@@ -164,6 +173,14 @@ class ModelBuilder {
   std::vector<Trial> try_all(const Job& job, const BuildOptions& options) const;
   static double accuracy_of(const Job& job, const Trial& trial);
   static void note_folds(const Job& job, BuildReport& report);
+  std::vector<size_t> most_alike_background(const Job& job) const;
+  std::vector<std::vector<Fitted>> fit_background(
+      const Job& job, const std::vector<size_t>& counts) const;
+  void draw_away(const Job& job, size_t fold, const std::vector<Fitted>& background,
+                 Trial& trial) const;
+  std::vector<Fitted> choose_background(const Job& job, const BuildOptions& options,
+                                        Trial& trial, BuildReport& report) const;
+  static bool is_background(const Job& job, const Judged& judged);
   static Scores scores_of(const Job& job, const Trial& trial);
   static std::vector<double> set_thresholds(const Job& job, const Trial& trial,
                                             const BuildOptions& options,

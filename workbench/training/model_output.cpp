@@ -82,13 +82,27 @@ static std::string text_of(const std::vector<KindStep>& kinds,
                     percent(options.tolerance), percent(options.most_share));
 }
 
+// Without background there is nothing to compare.
+static std::string text_of(const std::vector<BackgroundStep>& steps) {
+  if (steps.empty() || (steps.size() == 1 && steps[0].templates == 0)) return "";
+  std::string text = "templates of background  points  right and accepted  background\n";
+  for (const BackgroundStep& step : steps) {
+    text += fmt::format("{:23}  {:6}  {:18}  {:10}{}\n", step.templates, step.points,
+                        step.accepted, step.background_accepted,
+                        step.chosen ? "  <- chosen" : "");
+  }
+  return text;
+}
+
 static std::string text_of(const ClassReport& c, const Provenance& provenance) {
   const std::string name = shown(class_name(c.label, provenance));
   return fmt::format(
       "class {}{}{}: {} examples, {} templates ({}), threshold {:.4f}: {} right, "
-      "{} misclassified, {} rejected\n",
+      "{} misclassified, {} rejected{}\n",
       c.label, name.empty() ? "" : " ", name, c.examples, c.templates, c.chosen_by,
-      c.threshold, c.right, c.misclassified, c.rejected);
+      c.threshold, c.right, c.misclassified, c.rejected,
+      c.like_background > 0 ? fmt::format(", {} like background", c.like_background)
+                            : "");
 }
 
 static std::vector<std::string> background_caveats(const BuildReport& report,
@@ -149,6 +163,7 @@ std::string report_text(const BuildReport& report, const BuildOptions& options,
   const std::string left_out = left_out_text(report.judged_by);
   std::string text =
       text_of(report.kinds, options, report.judged_by) + text_of(report.sweep);
+  text += text_of(report.background_steps);
   for (const ClassReport& c : report.classes) text += text_of(c, provenance);
   for (const std::string& caveat : example_caveats(report)) text += caveat + "\n";
   text += fmt::format(
@@ -185,6 +200,7 @@ nlohmann::ordered_json manifest(const BuildReport& report, const BuildOptions& o
   if (options.false_positives_per_hour)
     build["false_positives_per_hour"] = *options.false_positives_per_hour;
   build["background_hours"] = rounded(options.background_hours);
+  build["background_templates"] = report.background_templates;
   nlohmann::ordered_json& accuracy = json["accuracy_leaving_one_out"];
   accuracy["examples"] = report.examples();
   accuracy["classified_right"] =
@@ -201,7 +217,8 @@ nlohmann::ordered_json manifest(const BuildReport& report, const BuildOptions& o
                                      {"threshold", rounded(c.threshold)},
                                      {"right", c.right},
                                      {"misclassified", c.misclassified},
-                                     {"rejected", c.rejected}});
+                                     {"rejected", c.rejected},
+                                     {"like_background", c.like_background}});
   }
   json["notes"] = report.notes;
   json["training_set"] = to_json(provenance);
@@ -222,6 +239,7 @@ JsonField manifest_fields() {
                               number_field("share", share_range), text_field("judged_by"),
                               optional(number_field("false_positives_per_hour",
                                                     number_from(0, 1e9))),
+                              optional(number_field("background_templates", count)),
                               number_field("background_hours", number_from(0, 1e6))}),
        object_field("accuracy_leaving_one_out",
                     {number_field("examples", count),
@@ -237,7 +255,8 @@ JsonField manifest_fields() {
                 number_field("examples", count), number_field("templates", count),
                 text_field("chosen_by"), number_field("threshold", number_from(-1e6, 0)),
                 number_field("right", count), number_field("misclassified", count),
-                number_field("rejected", count)})),
+                number_field("rejected", count),
+                optional(number_field("like_background", count))})),
        list_field("notes", text_field("note")), training_set});
 }
 

@@ -32,6 +32,12 @@ void add_build_options(CLI::App& command, BuildOptions& options) {
                                         {"adapted", TemplateKind::kAdapted}}))
       ->option_text("exemplars|averages|smoothed|adapted");
   command
+      .add_option("--background-templates", options.background_templates,
+                  "Most templates of background, which is never\nreported; otherwise "
+                  "chosen by cross-validation")
+      ->transform(within(whole_from(0, 100)))
+      ->option_text("N");
+  command
       .add_option("--judge-by", options.judge_by,
                   "What cross-validation leaves out to choose templates\nand thresholds; "
                   "otherwise "

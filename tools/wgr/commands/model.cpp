@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "arguments/values.h"
+#include "base/class_codes.h"
 #include "base/foreign_text.h"
 #include "base/text.h"
 #include "classifier/Gmodel.h"
@@ -94,6 +95,10 @@ static void show_text(const Gmodel& model, size_t points) {
   for (const auto& [label, c] : classes_of(model)) {
     print(stdout, "{:5}  {:9}  {:6}  {:>9}\n", label, c.templates, c.points,
           threshold_text(c));
+  }
+  if (classes_of(model).count(kNoGesture) > 0) {
+    print(stdout, "{} is background: what is nearest to it is never reported\n",
+          kNoGesture);
   }
   print(stdout, "{} templates, {} points; traces {}, {} gravity\n",
         model.templates.size(), points,

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "base/class_codes.h"
 #include "base/text.h"
 #include "evaluation/confidence.h"
 #include "pages/page_data.h"
@@ -37,6 +38,11 @@ static void judge(const Gmodel& model, const std::vector<Exemplar>& exemplars,
     return;
   }
   example.best->score = judged.score;
+  if (*judged.label == kNoGesture) {
+    example.outcome = kOutcomeNotDetected;
+    example.why = "it is nearest to a template of background";
+    return;
+  }
   const auto at =
       std::find(model.class_labels.begin(), model.class_labels.end(), *judged.label);
   const auto c = static_cast<size_t>(at - model.class_labels.begin());
@@ -109,6 +115,9 @@ PageData page_data_of_build(const ModelBuilder& builder, const Gmodel& model,
   page_data.caveats = caveats_of(report, options);
   for (const ClassReport& c : report.classes) {
     page_data.classes.push_back({c.label, {c.threshold}, c.chosen_by});
+  }
+  if (report.background_templates > 0) {
+    page_data.classes.push_back({kNoGesture, {}, kBackgroundNote});
   }
 
   for (size_t i = 0; i < model.templates.size(); ++i) {

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <map>
 
+#include "base/class_codes.h"
 #include "base/text.h"
 #include "classifier/HGR.h"
 #include "classifier/class_threshold.h"
@@ -136,7 +137,7 @@ static std::vector<PageClass> classes_of(const std::vector<Gmodel>& models) {
   std::vector<PageClass> classes;
   for (auto& [label, values] : thresholds) {
     std::sort(values.begin(), values.end());
-    classes.push_back({label, values, ""});
+    classes.push_back({label, values, label == kNoGesture ? kBackgroundNote : ""});
   }
   return classes;
 }

@@ -10,6 +10,10 @@
 
 namespace wgr {
 
+// Beside a model's templates of class 14.
+inline constexpr char kBackgroundNote[] =
+    "templates of background: what is nearest to them is never reported";
+
 // "FILE at 12.27 s", of each kept motion of a set, in the order of the training set.
 std::vector<std::string> names_of_kept(const SegmentedSet& set);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/class_codes.h"
 #include "base/text.h"
 
 namespace wgr {
@@ -95,6 +96,10 @@ static std::string ending_text(Ending ending, const MotionExplanation& m,
           "of length zero.",
           m.compared_templates);
     case Ending::kNeverReported:
+      if (m.scores.front().label == kNoGesture) {
+        return fmt::format("It is most like {}, a template of background: no gesture.",
+                           best_text(m));
+      }
       return fmt::format("It is most like {}; but class {} is never reported to a host.",
                          best_text(m), m.scores.front().label);
     default:

@@ -139,8 +139,11 @@ static const std::vector<Remedy>& gesture_remedies() {
        "zero",
        ""},
       {"never-reported",
-       "The best template's label is one that is never reported to a host.",
-       "use a label other than 6 and 14", ""},
+       "The best template is of background (14), or its label is 6: neither is reported.",
+       "build the model again with these examples, or with fewer templates of "
+       "background; "
+       "use no label 6",
+       ""},
       {"unfinished", "The recording ends before the wrist comes to rest.",
        "record a second more", ""},
       {"other-class", "Another class was more similar.",
