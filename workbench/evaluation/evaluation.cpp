@@ -438,7 +438,8 @@ static void build_fold(const SegmentedSet& set, const ModelBuilder& builder,
   fold.templates = classifier.model->templates.size();
 }
 
-static void finish(Evaluation& result) {
+static void finish(const SegmentedSet& set, Evaluation& result) {
+  result.wrists = wrist_answers(set);
   result.background_hours /= kSecondsPerHour;
   std::sort(result.latencies.begin(), result.latencies.end());
 }
@@ -463,7 +464,7 @@ Evaluation evaluate(const SegmentedAlternatives& sets, const EvaluationOptions& 
     result.folds.push_back(fold);
   }
   result.curve = learning_curve(sets.builder(drawn));
-  finish(result);
+  finish(sets.set(0), result);
   return result;
 }
 
@@ -484,7 +485,7 @@ Evaluation evaluate(const SegmentedSet& set, const EvaluationOptions& options) {
   result.models.push_back(*classifier.model);
   play(set, division, 0, classifier, fold, result, progress);
   result.folds.push_back(fold);
-  finish(result);
+  finish(set, result);
   return result;
 }
 

@@ -12,6 +12,7 @@
 
 #include "evaluation/learning_curve.h"
 #include "evaluation/settings_choice.h"
+#include "evaluation/wrist_answers.h"
 #include "segmentation/segmented_set.h"
 #include "training/model_builder.h"
 
@@ -70,7 +71,8 @@ struct Evaluation {
   std::vector<Fold> folds;
   std::vector<Gmodel> models;  // of the folds, as the library read them
   std::vector<Played> played;
-  LearningCurve curve;  // where models were built
+  LearningCurve curve;               // where models were built
+  std::vector<WristAnswers> wrists;  // of recordings whose wrist is known
 
   double accuracy() const;
   double kept_accuracy() const;

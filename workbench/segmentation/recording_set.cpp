@@ -18,7 +18,7 @@ static constexpr NumberRange kRates = number_from(1, kHighestRate);
 static constexpr char kLabels[] = "labels.csv";
 static constexpr char kIndex[] = "index.csv";
 static constexpr char kIndexHeader[] = "file,label,subject,rate_hz";
-static constexpr char kIndexAlso[] = "notes,session";
+static constexpr char kIndexAlso[] = "notes,session,wrist";
 
 bool is_recording(const std::filesystem::path& path) {
   return path.extension() == ".csv" || path.extension() == ".wgrcap" ||
@@ -74,6 +74,10 @@ static void read_index(const std::string& path, std::vector<SetEntry>& set) {
     check_label(row, 1, path);
     entry.subject = row.fields[2];
     entry.session = row.fields[5];
+    entry.wrist = row.fields[6];
+    if (!entry.wrist.empty() && entry.wrist != kLeftWrist && entry.wrist != kRightWrist) {
+      refuse_row(row, path, "the wrist must be left or right, or empty");
+    }
     if (row.fields[3].empty()) continue;
     entry.rate = number_in(row, 3, path, kRates);
   }

@@ -17,11 +17,15 @@ namespace wgr {
 
 inline constexpr int kHighestLabel = 1000;
 
+inline constexpr char kLeftWrist[] = "left";
+inline constexpr char kRightWrist[] = "right";
+
 struct SetEntry {
   std::string file;     // relative to the folder
   std::string path;     // to open it
   std::string subject;  // who; may be empty
   std::string session;  // one sitting of recording; may be empty
+  std::string wrist;    // that wears the watch, one of the words above; may be empty
   std::string word;     // the whole recording's label; may be empty
   double rate = 0.0;    // samples per second by the index; 0 when it does not say
   bool indexed = false;

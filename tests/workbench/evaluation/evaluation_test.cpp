@@ -10,6 +10,7 @@
 #include "evaluation/confidence.h"
 #include "support/files.h"
 #include "support/motions.h"
+#include "training/recording_advice.h"
 
 using namespace wgr;
 
@@ -333,4 +334,83 @@ TEST(BootstrapInterval, IsAsWideAsTheMeanIsUncertain) {
   const Interval interval = bootstrap_interval({0, 1, 2, 3, 4, 5, 6, 7, 8, 9});
   EXPECT_NEAR(interval.first, 4.5 - 1.78, 0.2);
   EXPECT_NEAR(interval.second, 4.5 + 1.78, 0.2);
+}
+
+// A push towards the fingers and the little finger, then back: on the left wrist x and y
+// change together, on the right one they do not.
+static Stream pushes(double x) {
+  Stream stream = rest(50);
+  for (int i = 0; i < 60; ++i) {
+    const double sign = i / 6 % 2 == 0 ? 1.0 : -1.0;
+    stream.push_back({{x * sign, 4.0 * sign, 9.8}, {0.0, 0.0, 0.0}});
+  }
+  return stream;
+}
+
+TEST_F(EvaluatedSet, TheWristDetectorIsJudgedWhereTheIndexNamesTheWrist) {
+  record("l.csv", pushes(3.0));
+  record("r.csv", pushes(-3.0));
+  record("wrong.csv", pushes(3.0));
+  record("unknown.csv", pushes(3.0));
+  write("index.csv",
+        "file,label,subject,rate_hz,wrist\nl.csv,-1,ann,50,left\nr.csv,-1,bob,50,right\n"
+        "wrong.csv,-1,bob,50,right\nunknown.csv,-1,cy,50,\n");
+  const Evaluation result = evaluated_by(-1e6);
+  ASSERT_THAT(result.wrists, SizeIs(3));
+  for (const WristAnswers& answers : result.wrists) EXPECT_EQ(answers.samples, 110u);
+  EXPECT_GT(result.wrists[0].right, 50u);
+  EXPECT_EQ(result.wrists[0].wrong, 0u);
+  EXPECT_EQ(result.wrists[1].right, result.wrists[0].right);
+  EXPECT_EQ(result.wrists[1].wrong, 0u);
+  EXPECT_EQ(result.wrists[2].right, 0u);
+  EXPECT_EQ(result.wrists[2].wrong, result.wrists[0].right);
+  const WristSummary summary = summary_of(result.wrists);
+  EXPECT_EQ(summary.majority_right, 2u);
+  EXPECT_EQ(summary.majority_wrong, 1u);
+  EXPECT_EQ(summary.subjects, 2u);
+  EXPECT_DOUBLE_EQ(summary.mean, 0.75);
+  EXPECT_DOUBLE_EQ(summary.worst, 0.5);
+  EXPECT_EQ(summary.worst_of, "bob");
+}
+
+TEST_F(EvaluatedSet, AWristIsLeftOrRight) {
+  record("l.csv", pushes(3.0));
+  write("index.csv", "file,label,subject,rate_hz,wrist\nl.csv,-1,ann,50,both\n");
+  EXPECT_THAT([&] { read_recording_set(folder_.path()); },
+              ThrowsMessage<UsageError>(
+                  HasSubstr("index.csv:2: the wrist must be left or right, or empty")));
+}
+
+TEST_F(EvaluatedSet, AdviceNamesWhatTheRecordingsLack) {
+  record("a.csv", four_and_a_half());
+  write("labels.csv",
+        "file,t_start,t_end,label\na.csv,1,1.78,3\na.csv,3,3.3,2\n"
+        "a.csv,3.4,3.78,2\na.csv,5,5.78,3\n");
+  const Capture hushed;
+  const SegmentedSet set = segment_set(read_recording_set(folder_.path()), {}, {});
+  const std::vector<std::string> advice = advice_on(set, 1.0);
+  ASSERT_THAT(advice, SizeIs(5));
+  EXPECT_THAT(advice[0], HasSubstr("whose the recordings are is not known"));
+  EXPECT_EQ(advice[1], "class 2: 0 repetitions kept; record 8 more");
+  EXPECT_EQ(advice[2], "class 3: 2 repetitions kept; record 6 more");
+  EXPECT_THAT(advice[3], HasSubstr("2 of 4 repetitions are lost as the wrist does not"));
+  EXPECT_THAT(advice[4], HasSubstr("only 3.0 h without a false positive"));
+  EXPECT_THAT(advice_on(set, 1e5), SizeIs(4)) << "there is background enough";
+}
+
+TEST(Advice, NamesClassesThatAreAlike) {
+  Gdata data;
+  data.kind = 0;
+  const Points path = {{1.0, 0.0, 0.0}, {0.0, 1.0, 0.0}};
+  const Points other = {{0.0, 0.0, 1.0}, {-1.0, 0.0, 0.0}};
+  // Each class is as its own person made it; the other person's third class alone agrees.
+  data.samples = {{1, path}, {1, path}, {2, path}, {2, path}, {4, other}, {4, other}};
+  const Capture hushed;
+  const ModelBuilder builder(data, 1, true, {{"a", "a", "b", "b", "a", "b"}, {}});
+  const std::vector<std::string> advice = advice_on_classes(builder, Provenance());
+  ASSERT_THAT(advice, SizeIs(2));
+  EXPECT_THAT(advice[0], HasSubstr("class 1 and class 2 are alike: 2 of 2 repetitions of "
+                                   "the first are most like one of the second by another "
+                                   "person"));
+  EXPECT_THAT(advice[1], HasSubstr("class 2 and class 1 are alike"));
 }

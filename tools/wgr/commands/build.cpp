@@ -20,6 +20,7 @@
 #include "training/model_builder.h"
 #include "training/model_findings.h"
 #include "training/model_output.h"
+#include "training/recording_advice.h"
 #include "training/training_file.h"
 
 namespace wgr {
@@ -43,6 +44,8 @@ The command also writes a report (.report.txt) and a manifest (.model.json) besi
 unless the model is written to standard output or a device. --model-only removes those of an
 older model. --report writes an HTML report. The same input gives the same bytes. However
 the command ends, either all files are written or all stay as they were.
+Before building, it prints what the recordings lack: people, repetitions, rest around them,
+daily use of the hands, and which classes are too alike.
 --slots builds several models: FILE has the header slot,input; a slot is the name of a
 model's folder, such as olvo_model_5_fb, and an input is a path relative to FILE.
 
@@ -60,6 +63,7 @@ static constexpr char kModelName[] = "hgr_olvo.xml";  // within each slot
 static constexpr char kModelSuffix[] = ".xml";        // of every model the library opens
 static constexpr double kMostHours = 1e5;             // of background
 static constexpr double kSecondsPerHour = 3600.0;
+static constexpr double kUsualFalsePositives = 1.0;  // an hour, where none are named
 
 namespace {
 
@@ -131,6 +135,10 @@ struct Input {
 
 }  // namespace
 
+static void print_advice(const std::vector<std::string>& advice) {
+  for (const std::string& sentence : advice) print(stderr, "advice: {}\n", sentence);
+}
+
 static Input segmented_folder(const Arguments& given, const std::string& folder) {
   Input input;
   const SegmentedSet set = segment_best(given, folder, input.tried);
@@ -138,6 +146,8 @@ static Input segmented_folder(const Arguments& given, const std::string& folder)
   input.caveats = caveats_of(set);
   set_stamps(set, input.recorded);
   print(stderr, "{}", summary_of(set));
+  print_advice(advice_on(
+      set, given.options.false_positives_per_hour.value_or(kUsualFalsePositives)));
   input.provenance = set.provenance;
   input.data =
       parse_training_text(training_text(kept_motions(set), input.provenance.gravity));
@@ -184,6 +194,7 @@ static std::string build_one(const Arguments& given, const Job& job, OutputFiles
   BuildReport report;
   const ModelBuilder builder(input.data, options.threads, false,
                              {provenance.subjects, provenance.sessions});
+  print_advice(advice_on_classes(builder, provenance));
   const Gmodel model = builder.build(options, report);
   require_faultless_model(model, report, job.input);
   const std::string text = input.tried + report_text(report, options, provenance);

@@ -152,6 +152,55 @@ static std::string text_of_background(const Evaluation& result) {
       *result.false_per_hour_bound(), result.rejected_outside);
 }
 
+static std::string bounds(size_t part, size_t whole) {
+  return fmt::format("{}, {} to {} with 95 % confidence", percent(part, whole),
+                     percent(least_share(part, whole)), percent(most_share(part, whole)));
+}
+
+// The answers of one recording depend on each other; recordings and people do less.
+static std::string text_of_wrists(const Evaluation& result) {
+  if (result.wrists.empty()) return "";
+  const WristSummary wrists = summary_of(result.wrists);
+  const size_t decided = wrists.right + wrists.wrong;
+  std::string text = fmt::format(
+      "wrist:           right in {} of {} answers, undecided in {} of {} samples\n"
+      "                 majority of a recording's answers: right in {} of {} ({}), wrong "
+      "in {}\n",
+      percent(wrists.right, decided), decided,
+      percent(wrists.samples - decided, wrists.samples), wrists.samples,
+      wrists.majority_right, wrists.recordings,
+      bounds(wrists.majority_right, wrists.recordings), wrists.majority_wrong);
+  if (wrists.subjects > 0) {
+    text += fmt::format(
+        "                 answers of {} subjects: right in {} on average, {} to {} with "
+        "95 % confidence (bootstrap); worst {}, {}\n",
+        wrists.subjects, percent(wrists.mean), percent(wrists.interval.first),
+        percent(wrists.interval.second), percent(wrists.worst), shown(wrists.worst_of));
+  }
+  return text;
+}
+
+static Json wrists_json(const Evaluation& result) {
+  const WristSummary wrists = summary_of(result.wrists);
+  Json json = {
+      {"recordings", wrists.recordings},
+      {"samples", wrists.samples},
+      {"right", wrists.right},
+      {"wrong", wrists.wrong},
+      {"majority_right", wrists.majority_right},
+      {"majority_wrong", wrists.majority_wrong},
+      {"majority_low_95", least_share(wrists.majority_right, wrists.recordings)},
+      {"majority_high_95", most_share(wrists.majority_right, wrists.recordings)}};
+  if (wrists.subjects > 0) {
+    json["over_subjects"] = {{"subjects", wrists.subjects},
+                             {"mean", wrists.mean},
+                             {"low_95", wrists.interval.first},
+                             {"high_95", wrists.interval.second},
+                             {"worst", wrists.worst}};
+  }
+  return json;
+}
+
 std::string text_of(const Evaluation& result, const Provenance& provenance) {
   std::string text = text_of_repetitions(result, provenance) + text_of_background(result);
   if (const auto median = result.latency(0.5)) {
@@ -160,6 +209,7 @@ std::string text_of(const Evaluation& result, const Provenance& provenance) {
         "repetition to its event\n",
         *median * kMsPerSecond, *result.latency(1.0) * kMsPerSecond);
   }
+  text += text_of_wrists(result);
   if (result.folds.size() > 1) text += "\n" + text_of_parts(result);
   const bool with_settings = std::any_of(
       result.folds.begin(), result.folds.end(),
@@ -219,6 +269,7 @@ Json to_json(const Evaluation& result, const Provenance& provenance) {
   json["false_per_hour_bound_95"] = or_null(result.false_per_hour_bound());
   json["latency"] = or_null(result.latency(0.5));
   json["latency_worst"] = or_null(result.latency(1.0));
+  if (!result.wrists.empty()) json["wrist"] = wrists_json(result);
   if (const auto spread = spread_of(result)) {
     json["over_parts"] = {{"mean", spread->mean},
                           {"low_95", spread->interval.first},
