@@ -24,6 +24,7 @@ namespace wgr {
 
 static constexpr size_t kMostAverages = 5;    // of a class
 static constexpr size_t kFewestAveraged = 8;  // examples; fewer say little of others
+static constexpr double kLeastGain = 2.0;     // examples; less may be chance
 
 const char* name_of(TemplateKind kind) {
   switch (kind) {
@@ -560,7 +561,8 @@ std::vector<ModelBuilder::Fitted> ModelBuilder::choose_background(
     steps[n] = {counts[n], all / job.folds, judged.accepted(), judged.background_accepted,
                 false};
   }
-  const double tolerance = options.tolerance * static_cast<double>(report.examples());
+  const double tolerance =
+      std::max(kLeastGain, options.tolerance * static_cast<double>(report.examples()));
   const size_t chosen = wgr::choose_background(steps, options.false_cost,
                                                allowed_background(options), tolerance);
   steps[chosen].chosen = true;
