@@ -64,37 +64,4 @@ WGR_INLINE void minimum(const Vector& a, const Vector& b, Vector& least) {
 #endif
 }
 
-// In which lanes something was so.
-template <size_t kLanes>
-struct Lanes {
-  typename Vectors<kLanes>::Counts lanes = {};
-  [[gnu::always_inline]] void add_equal(const typename Vectors<kLanes>::Doubles& a,
-                                        const typename Vectors<kLanes>::Doubles& b) {
-    lanes |= a == b;
-  }
-  // A bit each.
-  unsigned bits() const {
-    std::ptrdiff_t all[kLanes];
-    store(lanes, all);
-    unsigned found = 0;
-    for (size_t lane = 0; lane < kLanes; ++lane) {
-      found |= (all[lane] != 0 ? 1u : 0u) << lane;
-    }
-    return found;
-  }
-};
-
-#if defined(__x86_64__) && !defined(__clang__)
-// Vectors of eight are compared into a mask, which GCC would make a vector of.
-template <>
-struct Lanes<8> {
-  unsigned mask = 0;
-  [[gnu::always_inline]] void add_equal(const Vectors<8>::Doubles& a,
-                                        const Vectors<8>::Doubles& b) {
-    mask |= __builtin_ia32_cmppd512_mask(a, b, _CMP_EQ_OQ, -1, _MM_FROUND_CUR_DIRECTION);
-  }
-  unsigned bits() const { return mask; }
-};
-#endif
-
 }  // namespace wgr

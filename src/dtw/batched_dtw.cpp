@@ -6,19 +6,20 @@
 // then stay in registers. Compilers do not find that by themselves, so these
 // loops name their vectors; they are compiled once for each width.
 //
+// All costs are kept, and the paths are then followed back through them: to carry their
+// lengths along takes longer than the costs themselves: it makes every choice again.
 // The paths of the two orders part only where the cells above and on the left cost the
-// same, which they hardly ever do. So the steps of one order are counted first; a lane
-// with such a choice is filled again, for both.
+// same, which they hardly ever do on a path; only then both are followed.
 #include "dtw/batched_dtw.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 #include "base/cpu_dispatch.h"
 #include "base/vectors.h"
 
 namespace wgr {
-
-using Count = std::ptrdiff_t;
 
 namespace {
 
@@ -26,109 +27,65 @@ struct Table {
   MotionPoints trace;    // i: columns
   const double* others;  // j: rows
   size_t rows;
-  size_t lanes;  // of each row
-  // The column that was filled last.
-  double* cost;
-  Count* steps[2];  // diagonal ones, seen from (i, j) and from (j, i)
-};
-
-// One cell in all lanes.
-template <size_t kLanes, size_t kOrders>
-struct Cell {
-  typename Vectors<kLanes>::Doubles cost;
-  typename Vectors<kLanes>::Counts steps[kOrders];
+  double* cost;  // column by column
 };
 
 }  // namespace
 
-// All lanes of a row at once, or for both orders one of them.
-template <size_t kLanes, size_t kOrders>
-WGR_INLINE size_t lanes_of(const Table& table) {
-  return kOrders == 1 ? kLanes : table.lanes;
+template <size_t kLanes>
+WGR_INLINE double* cell_at(const Table& table, size_t i, size_t j) {
+  return table.cost + (i * table.rows + j) * kLanes;
 }
 
-template <size_t kLanes, size_t kOrders>
-WGR_INLINE void load(const Table& table, size_t j, Cell<kLanes, kOrders>& cell) {
-  const size_t at = j * lanes_of<kLanes, kOrders>(table);
-  load(table.cost + at, cell.cost);
-  for (size_t o = 0; o < kOrders; ++o) load(table.steps[o] + at, cell.steps[o]);
-}
-
-template <size_t kLanes, size_t kOrders>
-WGR_INLINE void store(const Cell<kLanes, kOrders>& cell, const Table& table, size_t j) {
-  const size_t at = j * lanes_of<kLanes, kOrders>(table);
-  store(cell.cost, table.cost + at);
-  for (size_t o = 0; o < kOrders; ++o) store(cell.steps[o], table.steps[o] + at);
-}
-
-template <size_t kLanes, size_t kOrders>
-WGR_INLINE void set_steps(Cell<kLanes, kOrders>& cell, Count steps) {
-  typename Vectors<kLanes>::Counts all = {};
-  all += steps;
-  for (size_t o = 0; o < kOrders; ++o) cell.steps[o] = all;
-}
-
-template <size_t kLanes, size_t kOrders>
-WGR_INLINE void add_distance(const Point3Df& p, const Table& table, size_t j,
-                             Cell<kLanes, kOrders>& cell) {
+// In all lanes.
+template <size_t kLanes>
+WGR_INLINE void add_distance(const Point3Df& p, const double* other,
+                             typename Vectors<kLanes>::Doubles& cost) {
   typename Vectors<kLanes>::Doubles x, y, z;
-  const size_t lanes = lanes_of<kLanes, kOrders>(table);
-  const double* const other = table.others + 3 * j * lanes;
   load(other, x);
-  load(other + lanes, y);
-  load(other + 2 * lanes, z);
+  load(other + kLanes, y);
+  load(other + 2 * kLanes, z);
   x = p.x - x;
   y = p.y - y;
   z = p.z - z;
-  cell.cost += y * y + x * x + z * z;
+  cost += y * y + x * x + z * z;
 }
 
-// `cell` becomes the best way into the cell that the three are neighbours of: (i - 1, j),
-// (i, j - 1) and (i - 1, j - 1). Of two equal sides it is the one with the smaller index
-// of the first trace; seen from (j, i) that is the other one.
-template <size_t kLanes, size_t kOrders>
-WGR_INLINE void choose(const Cell<kLanes, kOrders>& left, const Cell<kLanes, kOrders>& up,
-                       const Cell<kLanes, kOrders>& diagonal,
-                       Cell<kLanes, kOrders>& cell) {
-  typename Vectors<kLanes>::Doubles side;
-  minimum<kLanes>(left.cost, up.cost, side);
-  minimum<kLanes>(side, diagonal.cost, cell.cost);
-  const auto forth = up.cost < left.cost ? up.steps[0] : left.steps[0];
-  cell.steps[0] = side < diagonal.cost ? forth : diagonal.steps[0] + 1;
-  if constexpr (kOrders == 2) {
-    const auto back = left.cost < up.cost ? left.steps[1] : up.steps[1];
-    cell.steps[1] = side < diagonal.cost ? back : diagonal.steps[1] + 1;
-  }
-}
-
-// The columns of the next points, after the one that was filled last. `equal` gets the
-// lanes where two sides cost the same.
-template <size_t kLanes, size_t kOrders, size_t kColumns>
-WGR_INLINE void fill_columns(const Table& table, const Point3Df* points,
-                             Lanes<kLanes>& equal) {
-  Cell<kLanes, kOrders> diagonal;
-  load(table, 0, diagonal);
-  Cell<kLanes, kOrders> up[kColumns] = {};
+// The columns from i on, after the one before them.
+template <size_t kLanes, size_t kColumns>
+WGR_INLINE void fill_columns(const Table& given, size_t i) {
+  using Doubles = typename Vectors<kLanes>::Doubles;
+  const Table table = given;  // a copy, which no store of the loop can touch
+  const Point3Df* const points = table.trace.points + i;
+  const size_t column = table.rows * kLanes;
+  const double* before = cell_at<kLanes>(table, i - 1, 0);
+  double* cell = cell_at<kLanes>(table, i, 0);
+  const double* other = table.others;
+  Doubles diagonal;
+  load(before, diagonal);
+  Doubles up[kColumns];
   for (size_t c = 0; c < kColumns; ++c) {
-    up[c].cost = c == 0 ? diagonal.cost : up[c - 1].cost;
-    set_steps(up[c], 0);
-    add_distance(points[c], table, 0, up[c]);
+    up[c] = c == 0 ? diagonal : up[c - 1];
+    add_distance<kLanes>(points[c], other, up[c]);
+    store(up[c], cell + c * column);
   }
-  store(up[kColumns - 1], table, 0);
   for (size_t j = 1; j < table.rows; ++j) {
-    Cell<kLanes, kOrders> left;
-    load(table, j, left);
-    const Cell<kLanes, kOrders> next_diagonal = left;
+    before += kLanes;
+    cell += kLanes;
+    other += 3 * kLanes;
+    Doubles left;
+    load(before, left);
+    const Doubles next_diagonal = left;
     for (size_t c = 0; c < kColumns; ++c) {
-      Cell<kLanes, kOrders> cell;
-      choose(left, up[c], diagonal, cell);
-      if constexpr (kOrders == 1) equal.add_equal(left.cost, up[c].cost);
-      add_distance(points[c], table, j, cell);
+      Doubles cost;
+      minimum<kLanes>(left, up[c], cost);
+      minimum<kLanes>(cost, diagonal, cost);
+      add_distance<kLanes>(points[c], other, cost);
+      store(cost, cell + c * column);
       diagonal = up[c];
-      up[c] = cell;
-      left = cell;
+      up[c] = cost;
+      left = cost;
     }
-    store(left, table, j);
     diagonal = next_diagonal;
   }
 }
@@ -138,54 +95,37 @@ WGR_INLINE void fill_columns(const Table& table, const Point3Df* points,
 template <size_t kLanes>
 static constexpr size_t kTogether = kLanes == 1 ? 1 : 3;
 
-// The lanes where two sides cost the same anywhere.
-template <size_t kLanes, size_t kOrders, size_t kColumns>
-WGR_INLINE unsigned fill(const Table& table) {
-  const Point3Df* const points = table.trace.points;
-  Lanes<kLanes> equal;
-  // A diagonal first step does not count, so the first cell starts at -1.
-  Cell<kLanes, kOrders> up = {};
-  set_steps(up, -1);
+template <size_t kLanes>
+WGR_INLINE void fill(const Table& table) {
+  typename Vectors<kLanes>::Doubles up = {};
   for (size_t j = 0; j < table.rows; ++j) {
-    add_distance(points[0], table, j, up);
-    store(up, table, j);
-    set_steps(up, 0);
+    add_distance<kLanes>(table.trace.points[0], table.others + 3 * j * kLanes, up);
+    store(up, cell_at<kLanes>(table, 0, j));
   }
+  constexpr size_t kColumns = kTogether<kLanes>;
   size_t i = 1;
   for (; i + kColumns <= table.trace.count; i += kColumns) {
-    fill_columns<kLanes, kOrders, kColumns>(table, points + i, equal);
+    fill_columns<kLanes, kColumns>(table, i);
   }
   if constexpr (kColumns > 1) {
-    for (; i < table.trace.count; ++i) {
-      fill_columns<kLanes, kOrders, 1>(table, points + i, equal);
-    }
+    for (; i < table.trace.count; ++i) fill_columns<kLanes, 1>(table, i);
   }
-  return equal.bits();
-}
-
-template <size_t kLanes>
-WGR_INLINE unsigned fill_one_order(const Table& table) {
-  return fill<kLanes, 1, kTogether<kLanes>>(table);
 }
 
 namespace {
 
 struct Filler {
   size_t lanes;
-  unsigned (*fill)(const Table&);  // one order; the lanes that need the other one
+  void (*fill)(const Table&);
 };
 
 }  // namespace
 
 #ifdef WGR_WIDER_VECTORS
-WGR_FOR_EIGHT_LANES static unsigned fill_eight(const Table& t) {
-  return fill_one_order<8>(t);
-}
-WGR_FOR_FOUR_LANES static unsigned fill_four(const Table& t) {
-  return fill_one_order<4>(t);
-}
+WGR_FOR_EIGHT_LANES static void fill_eight(const Table& t) { fill<8>(t); }
+WGR_FOR_FOUR_LANES static void fill_four(const Table& t) { fill<4>(t); }
 #endif
-static unsigned fill_least(const Table& t) { return fill_one_order<kLeastLanes>(t); }
+static void fill_least(const Table& t) { fill<kLeastLanes>(t); }
 
 static Filler choose_filler() {
   const size_t lanes = lanes_of_cpu();
@@ -201,6 +141,68 @@ static const Filler& filler() {
   return chosen;
 }
 
+namespace {
+
+// A path that is followed back: the cell that it has come to.
+struct Walk {
+  const double* cell;
+  size_t lane;
+  size_t i;
+  size_t j;
+  size_t steps;  // so far
+  size_t parts;  // not 0: from that of the other order
+};
+
+}  // namespace
+
+// The bits of a cost as a number. Costs are not negative, so their bits have the same
+// order, and integers are compared sooner. Only not-a-number has another place; what a
+// path through such a cell costs is not-a-number or infinite, whatever its length.
+WGR_INLINE std::int64_t bits_of(const double* cost) {
+  std::int64_t bits;
+  std::memcpy(&bits, cost, sizeof bits);
+  return bits;
+}
+
+// All bits set, or none.
+WGR_INLINE size_t mask_of(bool condition) { return -static_cast<size_t>(condition); }
+
+// One step back, from a cell on no border. Of two equal sides it goes to the one with the
+// smaller index of the first trace; seen from (j, i) that is the other one. Compilers
+// branch on plain conditions, and the direction of a path cannot be predicted. `column`
+// and `row` are how far apart two of them are in the table.
+template <bool kBack>
+WGR_INLINE void step_back(Walk& walk, size_t column, size_t row) {
+  const double* const cell = walk.cell;
+  const std::int64_t left = bits_of(cell - column);
+  const std::int64_t up = bits_of(cell - row);
+  const std::int64_t diagonal = bits_of(cell - column - row);
+  const size_t upwards = mask_of(kBack ? up <= left : up < left);
+  const size_t sideways = mask_of((left < diagonal) | (up < diagonal));
+  const size_t aside = column ^ ((column ^ row) & upwards);
+  walk.cell = cell - (aside + ((column + row - aside) & ~sideways));
+  walk.i -= 1 + (sideways & upwards);
+  walk.j -= 1 + (sideways & ~upwards);
+  walk.parts |= sideways & mask_of(left == up);
+}
+
+// Follows the paths to a border, a step of each in turn: a step waits for what it loads.
+template <bool kBack>
+static void follow_back(Walk* begin, Walk* end, size_t column, size_t row) {
+  for (Walk* walks = begin; walks != end;) {
+    size_t steps = walks->i;  // as many as bring none of them beyond a border
+    for (const Walk* walk = walks; walk != end; ++walk) {
+      steps = std::min({steps, walk->i, walk->j});
+    }
+    for (size_t step = 0; step < steps; ++step) {
+      for (Walk* walk = walks; walk != end; ++walk) step_back<kBack>(*walk, column, row);
+    }
+    for (Walk* walk = walks; walk != end; ++walk) walk->steps += steps;
+    walks = std::partition(walks, end,
+                           [](const Walk& walk) { return walk.i == 0 || walk.j == 0; });
+  }
+}
+
 size_t BatchedDtw::width() { return filler().lanes; }
 
 void BatchedDtw::set_others(const std::vector<MotionPoints>& others) {
@@ -213,8 +215,6 @@ void BatchedDtw::set_others(const std::vector<MotionPoints>& others) {
   }
   others_.need(3 * rows_ * lanes);
   std::fill_n(others_.data(), 3 * rows_ * lanes, 0.0);
-  cost_.need(rows_ * lanes);
-  for (AlignedArray<Count>& steps : steps_) steps.need(rows_ * lanes);
   for (size_t lane = 0; lane < others.size(); ++lane) {
     for (size_t j = 0; j < others[lane].count; ++j) {
       const Point3Df& p = others[lane].points[j];
@@ -227,28 +227,36 @@ void BatchedDtw::set_others(const std::vector<MotionPoints>& others) {
 }
 
 void BatchedDtw::warp(const MotionPoints& trace, size_t first) {
-  trace_points_ = trace.count;
-  Table table = {trace,   others_.data(), rows_,
-                 width(), cost_.data(),   {steps_[0].data(), steps_[1].data()}};
-  apart_ = filler().fill(table);
-  for (size_t lane = 0; lane < points_.size(); ++lane) {
-    if (lane >= first && (apart_ >> lane & 1u) != 0) fill<1, 2, 1>(table);
-    ++table.others;
-    ++table.cost;
-    for (Count*& steps : table.steps) ++steps;
+  const size_t row = width();
+  const size_t column = rows_ * row;
+  cost_.need(trace.count * column);
+  filler().fill({trace, others_.data(), rows_, cost_.data()});
+
+  const auto walk_of = [&](size_t lane) {
+    const size_t i = trace.count - 1;
+    const size_t j = points_[lane] - 1;
+    return Walk{cost_.data() + (i * column + j * row + lane), lane, i, j, 0, 0};
+  };
+  const auto put = [&](const Walk& walk, WarpingPath* paths) {
+    // The rest of the path runs along a border. A first step that is diagonal counts as
+    // one more pair, see WarpingPath.
+    const bool corner = walk.i == 0 && walk.j == 0 && walk.steps > 0;
+    paths[walk.lane] = {*walk_of(walk.lane).cell,
+                        walk.steps + walk.i + walk.j + (corner ? 2 : 1)};
+  };
+  Walk walks[kMostLanes];
+  Walk* end = walks;
+  for (size_t lane = first; lane < points_.size(); ++lane) *end++ = walk_of(lane);
+  follow_back<false>(walks, end, column, row);
+  for (const Walk* walk = walks; walk != end; ++walk) {
+    put(*walk, forth_);
+    Walk other = *walk;
+    if (walk->parts != 0) {
+      other = walk_of(walk->lane);
+      follow_back<true>(&other, &other + 1, column, row);
+    }
+    put(other, back_);
   }
-}
-
-WarpingPath BatchedDtw::path(size_t lane, const AlignedArray<Count>& steps) const {
-  const size_t corner = (points_[lane] - 1) * width() + lane;
-  return warping_path(cost_.data()[corner], trace_points_, points_[lane],
-                      steps.data()[corner]);
-}
-
-WarpingPath BatchedDtw::forth(size_t lane) const { return path(lane, steps_[0]); }
-
-WarpingPath BatchedDtw::back(size_t lane) const {
-  return path(lane, steps_[apart_ >> lane & 1u]);
 }
 
 }  // namespace wgr

@@ -26,6 +26,10 @@ class BatchedDtw {
   // The others, at most width() of them, none empty; they are copied.
   void set_others(const std::vector<MotionPoints>& others);
 
+  // Whether the table of a trace with so many points is small enough for warp(), which
+  // keeps all of it.
+  bool holds(size_t trace_points) const { return trace_points <= kMostCells / rows_; }
+
   // Nothing is asked of the others before `first`.
   void warp(const MotionPoints& trace, size_t first = 0);
 
@@ -33,20 +37,22 @@ class BatchedDtw {
   // length. (Infinite coordinates can make costs that do not compare, and then the two
   // orders choose differently; but from there on all costs are infinite or no numbers,
   // and the length says nothing.)
-  WarpingPath forth(size_t lane) const;  // of the trace (index i) and the other (index j)
-  WarpingPath back(size_t lane) const;   // of the other and the trace
+  //   forth  of the trace (index i) and the other (index j)
+  //   back   of the other and the trace
+  const WarpingPath& forth(size_t lane) const { return forth_[lane]; }
+  const WarpingPath& back(size_t lane) const { return back_[lane]; }
 
  private:
-  WarpingPath path(size_t lane, const AlignedArray<std::ptrdiff_t>& steps) const;
+  static constexpr size_t kMostLanes = 8;
+  static constexpr size_t kMostCells = size_t{1} << 17;  // in each lane: 1 MB
 
-  size_t trace_points_ = 0;
   std::vector<size_t> points_;  // of each other
-  // Point by point, all lanes beside each other; x, y and z, and one column of the table.
+  // Point by point, all lanes beside each other; x, y and z, and the table.
   size_t rows_ = 0;
   AlignedArray<double> others_;
   AlignedArray<double> cost_;
-  AlignedArray<std::ptrdiff_t> steps_[2];  // diagonal ones, of either order
-  unsigned apart_ = 0;  // a bit for each lane; in the others the first stands for both
+  WarpingPath forth_[kMostLanes];
+  WarpingPath back_[kMostLanes];
 };
 
 }  // namespace wgr

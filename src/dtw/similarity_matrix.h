@@ -35,9 +35,15 @@ void score_group(const std::vector<Points>& traces, int k,
   for (size_t before = 0; before + 1 < end; ++before) {
     const size_t a = order[before];
     const size_t next = std::max(first, before + 1);
-    lanes.warp(motion(before), next - first);
+    const bool together = lanes.holds(motion(before).count);
+    if (together) lanes.warp(motion(before), next - first);
     for (size_t at = next; at < end; ++at) {
       const size_t b = order[at];
+      if (!together) {
+        put(a, b, dtw_similarity(traces[a], traces[b], k));
+        put(b, a, dtw_similarity(traces[b], traces[a], k));
+        continue;
+      }
       const double gravity = gravity_distance(traces[a], traces[b], k);
       put(a, b, score_of(lanes.forth(at - first), gravity, k));
       put(b, a, score_of(lanes.back(at - first), gravity, k));

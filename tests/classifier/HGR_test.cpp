@@ -416,6 +416,18 @@ TEST_F(HgrTest, MatrixGivesTheBitsOfTheLiteralVersion) {
   }
 }
 
+// Some tables are too large to be kept for several traces at once, others are not.
+TEST_F(HgrTest, MatrixOfLongTracesGivesTheBitsOfTheLiteralVersion) {
+  RandomPoints random(1);
+  std::vector<Points> traces;
+  for (const int length : {30, 300, 500}) {
+    traces.push_back(random.trace(length, RandomPoints::Kind::kSmallInts));
+  }
+  const std::unique_ptr<float[]> found(hgr.cal_sim_matrix(traces, 0));
+  EXPECT_TRUE(same_bits(std::vector<float>(found.get(), found.get() + 9),
+                        reference::similarity_matrix(traces, 0)));
+}
+
 TEST(Hgr, CanBeDestroyedWithoutItsModel) {
   HGR hgr(1);
   delete hgr.model;
