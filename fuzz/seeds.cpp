@@ -434,6 +434,11 @@ static void make_captures() {
        start + timed(0x20, "\x01") + timed(0x22, steps) + stepped +
            timed(0x28, "\x01\x0A") + timed(0x20, "\x02") + again + timed(0x20, "\x01") +
            again + timed(0x29, Bytes(1, '\0')));
+  save("capture_file", "injection",
+       start + timed(0x22, steps) + stepped + timed(0x2B, Bytes("\x01\x00\x02", 3)) +
+           again + again + timed(0x2B, Bytes("\x01\x01\x02", 3)) + again +
+           timed(0x2B, Bytes("\x01\x00\x05", 3)) + again +
+           timed(0x2B, Bytes("\x01\x02\x01", 3)) + again + end);
   save("capture_file", "file", "\x01WGRCAP\r\n" + Bytes("\x01\x00\x00\x10", 4));
 }
 

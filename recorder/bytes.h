@@ -45,7 +45,7 @@ class Bytes {
   std::size_t size() const { return static_cast<std::size_t>(next_ - begin_); }
 
  private:
-  std::uint8_t* const begin_;
+  std::uint8_t* begin_;
   std::uint8_t* next_;
 };
 

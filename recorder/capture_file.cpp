@@ -207,14 +207,11 @@ bool CaptureFile::next_block(std::uint64_t time) {
   return true;
 }
 
-std::uint8_t* CaptureFile::place_for(std::size_t bytes, std::uint64_t time) {
-  if (room_ == nullptr || at_ + bytes + kEndBytes > kChecksumAt) {
-    if (!next_block(time)) {
-      close(kSwitchedOff, time);
-      return nullptr;
-    }
-  }
-  return block() + at_;
+// A new block, or the recording's end.
+bool CaptureFile::start_next_block(std::uint64_t time) {
+  if (next_block(time)) return true;
+  close(kSwitchedOff, time);
+  return false;
 }
 
 // The order of the stores is what makes a torn record none.

@@ -42,7 +42,10 @@ class CaptureFile {
   // Where a record of so many bytes goes: in the block that is being filled, or the next
   // one, perhaps of another segment. Null when there is no room to be had: the recording
   // is at its end.
-  std::uint8_t* place_for(std::size_t bytes, std::uint64_t time);
+  std::uint8_t* place_for(std::size_t bytes, std::uint64_t time) {
+    const bool fits = room_ != nullptr && at_ + bytes + kEndBytes <= capture::kChecksumAt;
+    return fits || start_next_block(time) ? block() + at_ : nullptr;
+  }
   // What is left of the block for records; the end of a segment always has room.
   std::size_t left() const { return capture::kChecksumAt - kEndBytes - at_; }
 
@@ -78,6 +81,7 @@ class CaptureFile {
   int reopen_segment() const;
   bool reserve_room(int fd, std::uint64_t begin);
   bool next_block(std::uint64_t time);
+  bool start_next_block(std::uint64_t time);
   bool segment_is_full(std::uint64_t time) const;
   std::uint64_t segment_time() const;
   void start_block(const Moment& moment);

@@ -137,7 +137,8 @@ struct Step {
   double value = 1.0;
 };
 
-inline double from_steps(const Step& step, std::int64_t k) {
+template <class Count>
+double from_steps(const Step& step, Count k) {
   const double number = static_cast<double>(k);
   switch (step.form) {
     case kQuotient:
@@ -187,8 +188,14 @@ inline std::int64_t from_zigzag(std::uint64_t value) {
   return static_cast<std::int64_t>(value >> 1) ^ -static_cast<std::int64_t>(value & 1);
 }
 
+inline constexpr bool kLittleEndian = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
+
 template <class Number>
 void put_le(std::uint8_t* to, Number number) {
+  if constexpr (kLittleEndian) {
+    std::memcpy(to, &number, sizeof number);
+    return;
+  }
   for (std::size_t i = 0; i < sizeof number; ++i) {
     to[i] = static_cast<std::uint8_t>(number >> (8 * i));
   }
@@ -196,6 +203,10 @@ void put_le(std::uint8_t* to, Number number) {
 template <class Number>
 Number get_le(const std::uint8_t* from) {
   Number number = 0;
+  if constexpr (kLittleEndian) {
+    std::memcpy(&number, from, sizeof number);
+    return number;
+  }
   for (std::size_t i = 0; i < sizeof number; ++i) {
     number = static_cast<Number>(number | static_cast<Number>(from[i]) << (8 * i));
   }
@@ -222,7 +233,7 @@ class Checksum {
       table_[0][i] = rest;
     }
     for (std::uint32_t i = 0; i < 256; ++i) {
-      for (int k = 1; k < 4; ++k) {
+      for (std::size_t k = 1; k < kAtOnce; ++k) {
         const std::uint32_t before = table_[k - 1][i];
         table_[k][i] = (before >> 8) ^ table_[0][before & 0xFF];
       }
@@ -232,17 +243,26 @@ class Checksum {
   // Of a block's first bytes.
   std::uint32_t of_block(const std::uint8_t* block) const {
     std::uint32_t sum = 0xFFFFFFFFu;
-    for (std::size_t i = 0; i < kChecksumAt; i += 4) {
-      sum ^= get_le<std::uint32_t>(block + i);
-      sum = table_[3][sum & 0xFF] ^ table_[2][sum >> 8 & 0xFF] ^
-            table_[1][sum >> 16 & 0xFF] ^ table_[0][sum >> 24];
+    std::size_t i = 0;
+    for (; i + kAtOnce <= kChecksumAt; i += kAtOnce) {
+      const std::uint32_t low = sum ^ get_le<std::uint32_t>(block + i);
+      sum = of_word(low, 4) ^ of_word(get_le<std::uint32_t>(block + i + 4), 0);
     }
-    sum = ~sum;
+    static_assert(kChecksumAt % kAtOnce == 4, "one word is left");
+    sum = ~of_word(sum ^ get_le<std::uint32_t>(block + i), 0);
     return sum == 0 ? 1 : sum;
   }
 
  private:
-  std::uint32_t table_[4][256];
+  static constexpr std::size_t kAtOnce = 8;  // bytes
+
+  // Of four bytes with so many behind them.
+  std::uint32_t of_word(std::uint32_t word, std::size_t behind) const {
+    return table_[behind + 3][word & 0xFF] ^ table_[behind + 2][word >> 8 & 0xFF] ^
+           table_[behind + 1][word >> 16 & 0xFF] ^ table_[behind][word >> 24];
+  }
+
+  std::uint32_t table_[kAtOnce][256];
 };
 
 }  // namespace wgr::capture

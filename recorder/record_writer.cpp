@@ -135,13 +135,22 @@ void RecordWriter::note_version(WgVersion version, std::uint64_t time) {
   put_version(kVersionSet, version, time);
 }
 
+// Room in a segment that describes the handle. What comes before a sample stands in the
+// same block, or the sample could not be read.
+bool RecordWriter::room_for_sample(Handle& handle, std::uint64_t time) {
+  do {
+    if (!note_handle(handle, time)) return false;
+    const bool more =
+        handle.block != block_ || handle.coder.steps_changed() || thread_ != last_thread_;
+    const std::size_t bytes = kSampleBytes + (more ? 2 * kShortBytes : 0);
+    if (place(bytes, time) == nullptr) return false;
+  } while (!is_described(handle));
+  return true;
+}
+
 void RecordWriter::put_sample(Handle& handle, const Point3Df& acc, const Point3Df& gyro,
                               std::uint64_t time) {
-  // What comes before a sample stands in the same block, or the sample could not be read.
-  const bool more =
-      handle.block != block_ || handle.coder.steps_changed() || thread_ != last_thread_;
-  const std::size_t bytes = kSampleBytes + (more ? 2 * kShortBytes : 0);
-  if (place(bytes, time) == nullptr || !put_thread(time)) return;
+  if (!room_for_sample(handle, time) || !put_thread(time)) return;
   if (handle.block != block_) {
     handle.block = block_;
     handle.coder.start_block();

@@ -40,6 +40,10 @@ class RecordWriter {
   bool put_of_thread(capture::Tag tag, std::uint64_t time, const Fill& fill) {
     return note_thread(time) && put(tag, time, fill);
   }
+  // The same in a segment that describes the handle.
+  template <class Fill>
+  bool put_of_handle(capture::Tag tag, Handle& handle, std::uint64_t time,
+                     const Fill& fill);
   void put_version(capture::Tag tag, WgVersion version, std::uint64_t time);
   // The model is in this segment when this returns true; 0: there is none.
   bool put_model(std::uint32_t number, std::uint64_t time);
@@ -57,6 +61,10 @@ class RecordWriter {
   std::uint8_t* place(std::size_t bytes, std::uint64_t time);
   bool note_thread(std::uint64_t time);
   bool put_thread(std::uint64_t time);
+  bool room_for_sample(Handle& handle, std::uint64_t time);
+  bool is_described(const Handle& handle) const {
+    return handle.id == 0 || handle.segment == file_.segment_serial();
+  }
   bool put_handle(Handle& handle, std::uint64_t time);
   bool put_model_part(const LoadedModel& model, std::uint32_t number, std::size_t& offset,
                       std::uint64_t time);
@@ -73,6 +81,16 @@ class RecordWriter {
   std::uint32_t last_thread_ = 0;
   std::uint32_t last_sample_id_ = 0;
 };
+
+template <class Fill>
+bool RecordWriter::put_of_handle(capture::Tag tag, Handle& handle, std::uint64_t time,
+                                 const Fill& fill) {
+  // The room for it may be in yet another segment.
+  do {
+    if (!note_handle(handle, time) || !note_thread(time)) return false;
+  } while (!is_described(handle));
+  return put(tag, time, fill);
+}
 
 template <class Fill>
 bool RecordWriter::put(capture::Tag tag, std::uint64_t time, const Fill& fill) {

@@ -35,13 +35,10 @@ static std::uint32_t put_call(Tag tag, WgrHandle h, const Fill& fill) {
   if (!begin(time)) return 0;
   Handle* const handle = handle_of(h);
   if (handle == nullptr) return 0;
-  RecordWriter& writer = state()->writer;
-  if (writer.note_handle(*handle, time)) {
-    writer.put_of_thread(tag, time, [&](Bytes& bytes) {
-      bytes.varint(handle->id);
-      fill(bytes, *handle);
-    });
-  }
+  state()->writer.put_of_handle(tag, *handle, time, [&](Bytes& bytes) {
+    bytes.varint(handle->id);
+    fill(bytes, *handle);
+  });
   return handle->id;
 }
 
@@ -93,16 +90,16 @@ void sample(WgrHandle h, Point3Df& acc, Point3Df& gyro) {
   if (!lock.held()) return;
   State& all = *state();
   const std::uint64_t time = monotonic_now();
-  const bool records = begin(time);
+  bool records = begin(time);
   if (!records && !all.injection.is_enabled()) return;
   Handle* const handle = handle_of(h);
   if (handle == nullptr) return;
-  const bool noted = records && all.writer.note_handle(*handle, time);
   if (all.injection.is_enabled()) {
+    records = records && all.writer.note_handle(*handle, time);
     const InjectionEvent event = inject(*handle, acc, gyro, time);
-    note_injection(handle->id, event, noted, time);
+    note_injection(handle->id, event, records, time);
   }
-  if (noted) all.writer.put_sample(*handle, acc, gyro, time);
+  if (records) all.writer.put_sample(*handle, acc, gyro, time);
 }
 
 void sample_answer(WgrHandle h, std::uint8_t ending, int value) {

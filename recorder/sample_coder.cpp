@@ -1,9 +1,6 @@
 #include "sample_coder.h"
 
 #include <algorithm>
-#include <optional>
-
-#include "step_finder.h"
 
 namespace wgr::recorder {
 
@@ -14,15 +11,15 @@ void SampleCoder::start_block() {
   for (Axis& axis : axes_) {
     axis.last = 0;
     axis.exponent = kFirstExponent;
-    if (axis.step.form != kNoSteps) steps_written_ = false;
+    if (axis.steps.counts()) steps_written_ = false;
   }
 }
 
 void SampleCoder::write_steps(Bytes& bytes) {
   for (Axis& axis : axes_) {
     axis.last = 0;
-    bytes.byte(axis.step.form);
-    if (axis.step.form != kNoSteps) bytes.number(axis.step.value);
+    bytes.byte(axis.steps.step().form);
+    if (axis.steps.counts()) bytes.number(axis.steps.step().value);
   }
   steps_written_ = true;
 }
@@ -38,7 +35,7 @@ void SampleCoder::learn(Axis& axis, double value) {
     return;
   }
   axis.wanted = kLearnt;
-  axis.step = found;
+  axis.steps = StepCounter(found);
   steps_written_ = false;
 }
 
@@ -63,24 +60,26 @@ static void write_wide(double value, int& kept, Bytes& bytes) {
 
 std::uint8_t SampleCoder::write(const Point3Df& acc, const Point3Df& gyro, Bytes& bytes) {
   const double values[kAxes] = {acc.x, acc.y, acc.z, gyro.x, gyro.y, gyro.z};
-  std::optional<std::int64_t> steps[kAxes];
-  std::uint8_t wide = 0;
+  std::int32_t steps[kAxes];
+  unsigned wide = 0;
   for (std::size_t i = 0; i < kAxes; ++i) {
-    if (axes_[i].step.form != kNoSteps) steps[i] = in_steps(axes_[i].step, values[i]);
-    if (!steps[i]) wide = static_cast<std::uint8_t>(wide | 1u << i);
+    if (!axes_[i].steps.count(values[i], steps[i])) wide |= 1u << i;
   }
-  if (wide != 0 && wide != kAllAxes) bytes.byte(wide);
+  // A copy that nothing else points to stays in registers.
+  Bytes to = bytes;
+  if (wide != 0 && wide != kAllAxes) to.byte(static_cast<std::uint8_t>(wide));
   for (std::size_t i = 0; i < kAxes; ++i) {
     Axis& axis = axes_[i];
-    if (steps[i]) {
-      bytes.signed_varint(*steps[i] - axis.last);
-      axis.last = *steps[i];
+    if ((wide >> i & 1) == 0) {
+      to.signed_varint(std::int64_t{steps[i]} - axis.last);
+      axis.last = steps[i];
     } else {
-      write_wide(values[i], axis.exponent, bytes);
+      write_wide(values[i], axis.exponent, to);
       learn(axis, values[i]);
     }
   }
-  return wide;
+  bytes = to;
+  return static_cast<std::uint8_t>(wide);
 }
 
 }  // namespace wgr::recorder

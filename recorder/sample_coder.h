@@ -9,6 +9,7 @@
 #include "WgrTypes.h"
 #include "bytes.h"
 #include "capture_format.h"
+#include "step_finder.h"
 
 namespace wgr::recorder {
 
@@ -33,8 +34,8 @@ class SampleCoder {
   static constexpr std::uint32_t kLongestPause = 8192;  // values between two attempts
 
   struct Axis {
-    capture::Step step;
-    std::int64_t last = 0;  // in steps
+    StepCounter steps;
+    std::int32_t last = 0;  // in steps
     int exponent = capture::kFirstExponent;
     std::uint32_t missed = 0;  // values without a step since the last attempt
     std::uint32_t wanted = kLearnt;

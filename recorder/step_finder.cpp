@@ -7,7 +7,6 @@ namespace wgr::recorder {
 
 using namespace wgr::capture;
 
-static constexpr double kMostSteps = 2147483647.0;
 static constexpr double kMostOfASensor = 16777216.0;  // no sensor has more bits
 static constexpr int kMostDecimals = 6;               // of a value that was text
 static constexpr int kMostHalvings = 14;              // of a unit, by a grid
@@ -17,18 +16,21 @@ static constexpr double kMostOff = 0.2;  // steps, from a whole number
 static constexpr int kMostParts = 16;    // steps in the least difference
 static constexpr int kNeighbours = 2;    // that are tried on either side of an estimate
 
-std::optional<std::int64_t> in_steps(const Step& step, double value) {
+StepCounter::StepCounter(const Step& step) : step_(step), equal_(step) {
   const bool quotient = step.form == kQuotient || step.form == kFloatQuotient;
-  const double steps = quotient ? value * step.value : value / step.value;
-  if (step.form == kNoSteps || !(std::fabs(steps) < kMostSteps)) return std::nullopt;
-  const auto k = static_cast<std::int64_t>(steps + (steps < 0.0 ? -0.5 : 0.5));
-  if (bits_of(from_steps(step, k)) != bits_of(value)) return std::nullopt;
-  return k;
+  per_unit_ = quotient ? step.value : 1.0 / step.value;
+  int exponent = 0;
+  if (step.form == kQuotient && std::frexp(step.value, &exponent) == 0.5) {
+    equal_ = {kProduct, 1.0 / step.value};
+  }
 }
 
 static bool explains(const Step& step, const double* values, std::size_t count) {
-  return std::all_of(values, values + count,
-                     [&](double value) { return in_steps(step, value).has_value(); });
+  const StepCounter counter(step);
+  return std::all_of(values, values + count, [&](double value) {
+    std::int32_t k = 0;
+    return counter.count(value, k);
+  });
 }
 
 static Step quotient_of(Form form, double base, int most, const double* values,

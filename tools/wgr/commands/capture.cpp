@@ -44,9 +44,8 @@ Examples:
 Exit status: 0 done; 1 the machine failed (disk, memory); 2 a capture or an argument cannot
 be used.)";
 static constexpr char kEndFooter[] =
-    "Exit status: 0 done; 1 the machine failed (disk, memory); 2 the capture or an "
-    "argument "
-    "cannot be used.";
+    "Exit status: 0 done; 1 the machine failed (disk, memory); 2 the capture or an\n"
+    "argument cannot be used.";
 static constexpr double kSecond = 1e6;          // us
 static constexpr double kDefaultSpan = 3.0;     // s before a mark
 static constexpr char kUnnamedMark[] = "mark";  // the label of a mark without a text
