@@ -218,7 +218,7 @@ TEST(Recorder, RingStaysWithinItsBound) {
 TEST(Recorder, EverySegmentDescribesTheHandlesOfItsSamples) {
   TempDirectory folder;
   run_host(settings(folder.path(), "WGR_RECORDER_KEEP=ring WGR_RECORDER_SEGMENT_KB=131"),
-           "threads 8 3 1500");
+           "threads 8 3 800");
   const auto captures = captures_in(folder.path());
   EXPECT_GE(captures.size(), 4u);
   for (const std::string& capture : captures) {
