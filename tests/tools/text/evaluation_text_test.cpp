@@ -94,6 +94,27 @@ TEST(EvaluationFigures, ArePrintedForPeopleAsAWhole) {
             "false positives: no background to count them in\n");
 }
 
+// 12 of 16 answers are right, 20 samples have none; bounds are of 2 of 3 recordings.
+TEST(EvaluationFigures, OfTheWristHaveBoundsOverRecordingsAndPeople) {
+  Evaluation made;
+  EXPECT_EQ(text_of(made, Provenance()).find("wrist:"), std::string::npos);
+  EXPECT_FALSE(to_json(made, Provenance()).contains("wrist"));
+  made.wrists = {
+      {"ann", true, 12, 8, 0}, {"ann", true, 12, 3, 1}, {"bob", false, 12, 1, 3}};
+  EXPECT_THAT(
+      text_of(made, Provenance()),
+      ::testing::HasSubstr(
+          "wrist:           right in 75.0 % of 16 answers, undecided in 55.6 % of 36 "
+          "samples\n"
+          "                 majority of a recording's answers: right in 2 of 3 (66.7 %, "
+          "more than 13.5 % and less than 98.3 % with 95 % confidence each), wrong in 1\n"
+          "                 answers of 2 subjects: right in 58.3 % on average"));
+  const auto json = to_json(made, Provenance())["wrist"];
+  EXPECT_EQ(json["right"], 12);
+  EXPECT_EQ(json["majority_right"], 2);
+  EXPECT_EQ(json["over_subjects"]["worst"], 0.25);
+}
+
 TEST(EvaluationFigures, AreWrittenAsJson) {
   const auto figures = to_json(two_folds(), with_a_word());
   EXPECT_NEAR(figures["kept_accuracy"].get<double>(), 6.0 / 7.0, 1e-12);

@@ -153,8 +153,9 @@ static std::string text_of_background(const Evaluation& result) {
 }
 
 static std::string bounds(size_t part, size_t whole) {
-  return fmt::format("{}, {} to {} with 95 % confidence", percent(part, whole),
-                     percent(least_share(part, whole)), percent(most_share(part, whole)));
+  return fmt::format("{}, more than {} and less than {} with 95 % confidence each",
+                     percent(part, whole), percent(least_share(part, whole)),
+                     percent(most_share(part, whole)));
 }
 
 // The answers of one recording depend on each other; recordings and people do less.
