@@ -39,9 +39,11 @@ static Gdata noisy_examples() {
 }
 
 struct Built {
-  Built() : builder(noisy_examples(), 1, true) {
+  explicit Built(std::optional<size_t> background = {})
+      : builder(noisy_examples(), 1, true) {
     Capture hushed;
     options.most_templates = 3;
+    options.background_templates = background;
     model = builder.build(options, report);
     page_data = page_data_of_build(builder, model, report, options, Provenance(), {});
   }
@@ -81,6 +83,21 @@ TEST(PageDataOfBuild, CountsEveryExampleAsTheBuilderDoes) {
 }
 
 // Templates that know the example would flatter it: its score is by those of the others.
+TEST(PageDataOfBuild, WhatIsNearestToATemplateOfBackgroundIsNotDetected) {
+  const Built built(2);
+  ASSERT_EQ(built.report.background_templates, 2u);
+  size_t gestures = 0;
+  size_t background = 0;
+  for (const PageExample& example : built.page_data.examples) {
+    if (example.outcome != kOutcomeNotDetected) continue;
+    EXPECT_EQ(example.why, "it is nearest to a template of background");
+    ++(example.label < 0 ? background : gestures);
+  }
+  EXPECT_EQ(gestures, built.report.like_background());
+  EXPECT_GT(background, 0u);
+  EXPECT_EQ(built.page_data.classes.back().label, 14);
+}
+
 TEST(PageDataOfBuild, AnExampleIsJudgedByTemplatesMadeWithoutIt) {
   const Built built;
   ASSERT_EQ(built.report.sources.size(), built.model.templates.size());

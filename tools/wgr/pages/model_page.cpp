@@ -5,6 +5,7 @@
 #include <map>
 #include <set>
 
+#include "base/class_codes.h"
 #include "base/text.h"
 #include "classifier/HGR.h"
 #include "explanation/series.h"
@@ -276,10 +277,12 @@ static Json cost_json(const PageData& page_data, size_t k) {
 static Json classes_json(const PageData& page_data) {
   Json classes = Json::array();
   for (const PageClass& c : page_data.classes) {
-    classes.push_back({{"label", c.label},
-                       {"name", class_name(c.label, page_data.provenance)},
-                       {"thresholds", c.thresholds},
-                       {"note", c.note}});
+    classes.push_back(
+        {{"label", c.label},
+         {"name", c.label == kNoGesture ? "of background"
+                                        : class_name(c.label, page_data.provenance)},
+         {"thresholds", c.thresholds},
+         {"note", c.note}});
   }
   return classes;
 }
