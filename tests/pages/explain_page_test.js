@@ -399,6 +399,7 @@ const kStill = 30;                       // samples that begin at rest
 const kSpike = 5 * 3600 + 0.5;           // s; one sample far above all others
 const kGap = [30000, 30010];             // s; no samples
 const kWideGap = [50000, 51200];
+const kAfternoon = 60000;
 const day = {};
 
 // A night at rest, then the same half hour again and again, with a spike and gaps.
@@ -426,14 +427,48 @@ function makeDay(folder) {
   fs.closeSync(out);
   const report = file('day.html');
   const start = Date.now();
-  explain(['--models', path.join(kRoot, 'models'), file('day.csv')], report);
+  day.missed = missedOfDay(file('part.csv'), rows.length / kRate);
+  fs.writeFileSync(file('expected.csv'), 't_start,t_end,label\n' + day.missed.map(
+      ([from, to]) => `${from.toFixed(3)},${to.toFixed(3)},2\n`).join(''));
+  explain(['--models', path.join(kRoot, 'models'), '--expect', file('expected.csv'),
+    file('day.csv')], report);
   day.size = fs.statSync(report).size;
   console.log(`a day: explained in ${((Date.now() - start) / 1000).toFixed(1)} s, a page of ` +
       `${(day.size / 1e6).toFixed(2)} MB`);
   return report;
 }
 
+// Two moments of the night, and in the afternoon a motion that is too weak to count.
+function missedOfDay(part, period) {
+  const weak = JSON.parse(execFileSync(kTool, ['explain', '--json', '--models',
+    path.join(kRoot, 'models'), part], {stdio: ['ignore', 'pipe', 'ignore'], maxBuffer: 1e9}))
+      .motions.find((m) => m.cause === 'too-weak' && m.begin > 10);
+  const start = Math.ceil(kAfternoon / period) * period;
+  return [[3600, 3600.8], [7200, 7200.8], [start + weak.begin, start + weak.end]];
+}
+
 const ofADay = {
+  async 'keys go through the missed gestures, each with all its samples'(page) {
+    await all(page);
+    const seen = [];
+    for (const [from, to] of day.missed) {
+      await page.keyboard.press('n');
+      assert.equal(await chosen(page), 'Class 2, missed');
+      seen.push(await page.locator('#details .when').textContent());
+      const [view, samples] = await page.evaluate(([a, b]) => {
+        const {timeline, samples: s} = window.report;
+        const one = s.stretches.find(({begin, end}) => begin <= a && end >= b);
+        return [timeline.view(), one && [...one.samples().t].filter((t) => t >= a && t <= b)];
+      }, [from + 0.03, to - 0.03]);
+      assert.ok(view.from <= from && view.to >= to, `${from} is in view`);
+      assert.ok(Math.abs(samples.length - (to - from - 0.06) * kRate) < 2,
+          `${samples.length} samples of ${to - from} s`);
+    }
+    assert.equal(new Set(seen).size, day.missed.length);
+    assert.match(await page.locator('#details .chip').textContent(), /too-weak/);
+    assert.match(await page.locator('#verdict-head').textContent(), /^0 of 3 gestures/);
+  },
+
   async 'the page is small, and its list short'(page) {
     const ready = await page.evaluate(() => Number(document.documentElement.dataset.ready));
     console.log(`a day: ready after ${(ready / 1000).toFixed(2)} s`);

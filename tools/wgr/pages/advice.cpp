@@ -235,7 +235,7 @@ static void advise_on_background(const PageData& page_data, Json& next) {
 static void advise_on_growth(const LearningCurve& curve, Json& next) {
   if (curve.points.size() < 2) return;
   const CurvePoint& last = curve.points.back();
-  const CurvePoint& before = curve.points[(2 * curve.points.size() - 1) / 3];
+  const CurvePoint& before = curve.points[2 * (curve.points.size() - 1) / 3];
   const char* const what =
       curve.by == LeftOut::kSubjects ? "people" : "repetitions of each class";
   const double gain = last.accuracy - before.accuracy;
