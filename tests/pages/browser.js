@@ -9,6 +9,7 @@ const os = require('node:os');
 const path = require('node:path');
 
 const kSkipped = 77;
+const kContrast = 3;  // between neighbouring meanings
 const kBrowser = process.env.CHROMIUM ?? '/usr/bin/chromium';
 const kFlags = ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic',
   '--no-first-run', '--disable-background-networking', '--disable-component-update',
@@ -77,6 +78,38 @@ const always = {
     assert.deepEqual(low, []);
   },
 };
+
+const linear = (hex) => (hex.length > 4 ? hex : hex.replace(/[0-9a-f]/g, '$&$&'))
+    .match(/[0-9a-f]{2}/g).map((v) => parseInt(v, 16) / 255)
+    .map((v) => v <= 0.04045 ? v / 12.92 : ((v + 0.055) / 1.055) ** 2.4);
+const lightOf = (rgb) => rgb.reduce((sum, v, i) =>
+  sum + Math.min(Math.max(v, 0), 1) * [0.2126, 0.7152, 0.0722][i], 0);
+// Machado, Oliveira and Fernandes (2009), severity 1.
+const kDeuteranope = [[0.367322, 0.860646, -0.227968], [0.280085, 0.672501, 0.047413],
+  [-0.011820, 0.042940, 0.968881]];
+const kEyes = {
+  usual: (rgb) => rgb,
+  deuteranope: (rgb) => kDeuteranope.map((row) =>
+    row.reduce((sum, v, i) => sum + v * rgb[i], 0)),
+};
+
+// Pairs of the page's named colours that are less than 3 : 1 apart, for deuteranopes too.
+async function tooAlike(page, pairs) {
+  const colours = await page.evaluate((names) => {
+    const style = getComputedStyle(document.documentElement);
+    return Object.fromEntries(names.map((name) =>
+      [name, style.getPropertyValue('--' + name).trim()]));
+  }, [...new Set(pairs.flat())]);
+  const low = [];
+  for (const [a, b] of pairs) {
+    for (const [eye, seen] of Object.entries(kEyes)) {
+      const [one, other] = [a, b].map((name) => lightOf(seen(linear(colours[name]))));
+      const contrast = (Math.max(one, other) + 0.05) / (Math.min(one, other) + 0.05);
+      if (!(contrast >= kContrast)) low.push(`${a} on ${b}, ${eye}: ${contrast.toFixed(2)}`);
+    }
+  }
+  return low;
+}
 
 // Everything that holds for every page, of the page as it stands or of a frame in it, in
 // every way to read it.
@@ -156,4 +189,4 @@ async function testPages(packages, make) {
   process.exit(failures === 0 ? 0 : 1);
 }
 
-module.exports = {kWays, looksRight, skip, testPages};
+module.exports = {kWays, looksRight, skip, testPages, tooAlike};

@@ -7,7 +7,7 @@ const assert = require('node:assert/strict');
 const {execFileSync, spawnSync} = require('node:child_process');
 const fs = require('node:fs');
 const path = require('node:path');
-const {kWays, testPages} = require('./browser.js');
+const {kWays, testPages, tooAlike} = require('./browser.js');
 
 const [, , kTool, kPackages] = process.argv;
 const kRoot = path.resolve(__dirname, '../..');
@@ -15,7 +15,6 @@ const kMostOfADay = 8e6;   // bytes of its page
 const kMostRows = 60;      // of the list, that are in the page at a time
 const kTarget = 44;        // pixels, of what a finger is to meet
 const kPaper = 700;        // pixels
-const kContrast = 3;       // between neighbouring meanings
 
 // ---- helpers -----------------------------------------------------------------------------
 
@@ -186,23 +185,10 @@ const common = {
   },
 
   async 'neighbouring meanings differ, for deuteranopes too'(page) {
-    const colours = await page.evaluate((names) => {
-      const style = getComputedStyle(document.documentElement);
-      return Object.fromEntries(names.map((name) =>
-        [name, style.getPropertyValue('--' + name).trim()]));
-    }, ['paper', 'ink', 'chosen', 'mark-good', 'mark-bad', 'mark-other', 'mark-rest', 'mark-gap',
-      'line-x', 'line-y', 'line-z']);
-    const pairs = [['mark-good', 'mark-bad'], ...['mark-good', 'mark-bad', 'mark-other',
-      'mark-rest', 'mark-gap', 'line-x', 'line-y', 'line-z', 'ink'].flatMap((name) =>
-      [[name, 'paper'], [name, 'chosen']])];
-    const low = [];
-    for (const [a, b] of pairs) {
-      for (const [eye, seen] of Object.entries(kEyes)) {
-        const [one, other] = [a, b].map((name) => lightOf(seen(linear(colours[name]))));
-        const contrast = (Math.max(one, other) + 0.05) / (Math.min(one, other) + 0.05);
-        if (contrast < kContrast) low.push(`${a} on ${b}, ${eye}: ${contrast.toFixed(2)}`);
-      }
-    }
+    const marks = ['mark-good', 'mark-bad', 'mark-other', 'mark-rest', 'mark-gap', 'line-x',
+      'line-y', 'line-z', 'ink'];
+    const low = await tooAlike(page, [['mark-good', 'mark-bad'],
+      ...marks.flatMap((name) => [[name, 'paper'], [name, 'chosen']])]);
     assert.deepEqual(low, []);
   },
 
@@ -282,19 +268,6 @@ async function checkPrint(page) {
   assert.ok(wide <= 0, `${wide} pixels too wide for the paper`);
   assert.equal(pixel, '255,255,255,255', 'the time line is light');
 }
-
-const linear = (hex) => (hex.length > 4 ? hex : hex.replace(/[0-9a-f]/g, '$&$&')).match(/[0-9a-f]{2}/g).map((v) => parseInt(v, 16) / 255)
-    .map((v) => v <= 0.04045 ? v / 12.92 : ((v + 0.055) / 1.055) ** 2.4);
-const lightOf = (rgb) => rgb.reduce((sum, v, i) =>
-  sum + Math.min(Math.max(v, 0), 1) * [0.2126, 0.7152, 0.0722][i], 0);
-// Machado, Oliveira and Fernandes (2009), severity 1.
-const kDeuteranope = [[0.367322, 0.860646, -0.227968], [0.280085, 0.672501, 0.047413],
-  [-0.011820, 0.042940, 0.968881]];
-const kEyes = {
-  usual: (rgb) => rgb,
-  deuteranope: (rgb) => kDeuteranope.map((row) =>
-    row.reduce((sum, v, i) => sum + v * rgb[i], 0)),
-};
 
 const byMouse = {
   async 'the wheel zooms at the cursor'(page) {

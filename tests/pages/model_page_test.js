@@ -9,7 +9,7 @@ const crypto = require('node:crypto');
 const {execFileSync} = require('node:child_process');
 const fs = require('node:fs');
 const path = require('node:path');
-const {kWays, testPages} = require('./browser.js');
+const {kWays, testPages, tooAlike} = require('./browser.js');
 
 const [, , kTool, kPackages] = process.argv;
 const kRoot = path.join(__dirname, '../..');
@@ -168,6 +168,13 @@ const common = {
     }
   },
 
+  async 'neighbouring meanings differ, for deuteranopes too'(page) {
+    const low = await tooAlike(page, [['mark-good', 'mark-bad'], ...['mark-good', 'mark-bad',
+      'x', 'y', 'z', 'speed', 'soft', 'ink', 'focus'].flatMap((name) =>
+      [[name, 'paper'], [name, 'card']])]);
+    assert.deepEqual(low, []);
+  },
+
   async 'it fits the paper, light and without buttons'(page) {
     await page.emulateMedia({media: 'print'});
     for (const button of await page.locator('#advice button, #map button, select').all()) {
@@ -306,6 +313,8 @@ const ofLog = {
 
   async 'host runs and odd lines are listed'(page) {
     assert.match(await page.locator('#origin').textContent(), /^wgr \d.*wgr log WgrLog/);
+    assert.match(await page.locator('#answer h2').textContent(),
+        /^22 gestures: .*\. To be looked at: 1 foreign line$/);
     const sections = page.locator('#tables section');
     const runs = sections.filter({hasText: 'The host runs'}).locator('tbody tr');
     assert.equal(await runs.count(), logged.host_runs);

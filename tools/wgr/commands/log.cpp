@@ -375,6 +375,22 @@ static PageTable hours_table(const LogArguments& given, const LogTotals& totals)
   return table;
 }
 
+// What is to be looked at; empty when there is nothing.
+static std::string faults_text(const LogTotals& totals) {
+  std::string text;
+  const auto add = [&text](Count count, const std::string& what, const char* more = "") {
+    if (count == 0) return;
+    text += (text.empty() ? ". To be looked at: " : ", ") + counted(count, what) + more;
+  };
+  add(totals.no_model, "host run", " without the default model");
+  add(totals.unfinished, "host run", " never ready");
+  add(totals.compared_empty, "motion", " compared with an empty model");
+  add(totals.unanswered, "sample", " without an answer");
+  add(totals.foreign, "foreign line");
+  add(totals.torn, "torn line");
+  return text;
+}
+
 static std::string page_of(const LogArguments& given, const LogTotals& totals,
                            const std::vector<std::vector<std::string>>& host_runs) {
   FindingsPage page;
@@ -382,11 +398,10 @@ static std::string page_of(const LogArguments& given, const LogTotals& totals,
   page.facts = {fmt::format("{} lines; {} samples; {}.", totals.lines, totals.samples,
                             rates_text(given, totals))};
   page.origin = command_origin("");
-  const Count odd = totals.foreign + totals.torn;
-  const Count faults = totals.no_model + totals.unfinished + totals.compared_empty;
-  page.good = faults == 0 && totals.unanswered == 0 && odd == 0;
-  page.headline = fmt::format("{}: {}", counted(totals.answers.reported(), "gesture"),
-                              joined_counts(totals.answers));
+  const std::string faults = faults_text(totals);
+  page.good = faults.empty();
+  page.headline = fmt::format("{}: {}{}", counted(totals.answers.reported(), "gesture"),
+                              joined_counts(totals.answers), faults);
   page.tables.push_back(hours_table(given, totals));
   page.tables.push_back(
       {"The log",

@@ -2,6 +2,7 @@
 'use strict';
 
 const kMostRows = 500;  // of a table, until more are asked for
+const kLong = 20;       // characters of a cell that is not to be narrow
 
 function findingItem(finding) {
   const item = el('li', {class: 'card'}, el('p', {}, el('span', {class: 'chip wrong'},
@@ -29,7 +30,8 @@ function tableOf({heading, heads, rows, bars}) {
   const show = () => {
     body.append(...rows.slice(shown, shown + kMostRows).map(([first, ...rest]) => el('tr', {},
         el('th', {scope: 'row'}, first), ...rest.map((text, i) =>
-          bars && i === 0 ? barCell(text, most) : el('td', {}, text)))));
+          bars && i === 0 ? barCell(text, most)
+            : el('td', text.length > kLong ? {class: 'long'} : {}, text)))));
     shown = Math.min(shown + kMostRows, rows.length);
     more.textContent = `${rows.length - shown} more`;
     more.hidden = shown === rows.length;

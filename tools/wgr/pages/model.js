@@ -89,7 +89,7 @@ function matrixTable(data, showExamples, inPercent) {
         `${plural(count, 'example')} of ${nameOf(data, row.label)}, reported as ` +
         `${outcomeName(data, outcome)}`},
       inPercent ? (100 * count / all).toFixed(1) : String(count));
-      button.style.setProperty('--share', `${Math.round(12 + 28 * count / all)}%`);
+      button.style.setProperty('--share', `${Math.round(12 + 18 * count / all)}%`);
       button.addEventListener('click', () => showExamples(row.label, outcome));
       return el('td', right ? {class: 'right'} : {}, button);
     });
