@@ -261,6 +261,7 @@ const ofFalse = {
     const example = page.locator('#list .example', {hasText: 'background'}).first();
     await example.locator('summary').click();
     const figures = example.locator('figure', {hasText: '3 s before'});
+    await figures.nth(1).waitFor();  // the details are drawn when they are open
     assert.equal(await figures.count(), 2, 'both sensors');
     for (const i of [0, 1]) {
       const times = (await texts(figures.nth(i).locator('text')))
