@@ -17,6 +17,10 @@ const [source, wasmScript, wasm, out] = process.argv.slice(2);
 const page = (name) => fs.readFileSync(path.join(source, 'studio/page', name), 'utf8');
 const shared = (name) => fs.readFileSync(path.join(source, 'tools/wgr/pages', name), 'utf8');
 
+// Without comments and indentation, which are for those who read the sources.
+const bare = (text) => text.replace(/^ *\/\*\*[^]*?\*\/\n/gm, '').replace(/^ *\/\/.*\n/gm, '')
+    .replace(/^ +/gm, '');
+
 // The index as JSON behind its length, then the files one behind the other.
 function archive(files) {
   const index = Buffer.from(JSON.stringify(
@@ -40,7 +44,7 @@ function packed(bytes) {
 function payload() {
   const files = {
     'studio.wasm': fs.readFileSync(wasm),
-    'worker.js': Buffer.from(fs.readFileSync(wasmScript, 'utf8') + '\n' + page('worker.js')),
+    'worker.js': Buffer.from(fs.readFileSync(wasmScript, 'utf8') + '\n' + bare(page('worker.js'))),
   };
   for (const name of ['demo.csv', 'demo.labels.csv']) {
     files[name] = fs.readFileSync(path.join(source, 'recordings', name));
@@ -54,10 +58,10 @@ function payload() {
 
 const inElements = (name, texts) => texts.map((text) => `<${name}>${text}</${name}>\n`).join('');
 const parts = {
-  styles: inElements('style', [shared('common.css'), page('studio.css')]),
+  styles: inElements('style', [shared('common.css'), page('studio.css')].map(bare)),
   panels: kPanels.map(page).join(''),
   payload: `<script type="application/octet-stream" id="payload">${payload()}</script>\n`,
-  scripts: inElements('script', [shared('common.js'), ...kScripts.map(page)]),
+  scripts: inElements('script', [shared('common.js'), ...kScripts.map(page)].map(bare)),
 };
 const html = page('studio.html').replace(/@@(\w+)@@/g, (_, name) => parts[name]);
 fs.writeFileSync(out, html);

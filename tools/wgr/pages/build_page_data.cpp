@@ -20,6 +20,16 @@ std::vector<std::string> names_of_kept(const SegmentedSet& set) {
   return names;
 }
 
+void set_stamps(const SegmentedSet& set, PageOrigin& origin) {
+  for (const SegmentedRecording& recording : set.recordings) {
+    if (recording.samples.empty()) continue;
+    const auto [first, last] =
+        std::minmax(recording.samples.front().t, recording.samples.back().t);
+    origin.first_stamp = std::min(origin.first_stamp.value_or(first), first);
+    origin.last_stamp = std::max(origin.last_stamp.value_or(last), last);
+  }
+}
+
 static std::string name_of_example(size_t index, const std::vector<std::string>& names) {
   return index < names.size() ? names[index] : fmt::format("example {}", index + 1);
 }

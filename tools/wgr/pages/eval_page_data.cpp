@@ -152,16 +152,6 @@ static std::string cost_note(const std::vector<Gmodel>& models) {
                      models.size(), least->templates.size(), most->templates.size());
 }
 
-void set_stamps(const SegmentedSet& set, PageOrigin& origin) {
-  for (const SegmentedRecording& recording : set.recordings) {
-    if (recording.samples.empty()) continue;
-    const auto [first, last] =
-        std::minmax(recording.samples.front().t, recording.samples.back().t);
-    origin.first_stamp = std::min(origin.first_stamp.value_or(first), first);
-    origin.last_stamp = std::max(origin.last_stamp.value_or(last), last);
-  }
-}
-
 PageData page_data_of_evaluation(const SegmentedSet& set, const Evaluation& result) {
   PageData page_data;
   page_data.provenance = set.provenance;
