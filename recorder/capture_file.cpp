@@ -215,9 +215,8 @@ bool CaptureFile::start_next_block(std::uint64_t time) {
 }
 
 // The order of the stores is what makes a torn record none.
-void CaptureFile::commit(std::size_t size) {
+void CaptureFile::commit(std::size_t size, std::uint8_t check) {
   std::uint8_t* const record = block() + at_;
-  const std::uint8_t check = check_byte(record, size);
   std::atomic_thread_fence(std::memory_order_release);
   std::atomic_signal_fence(std::memory_order_seq_cst);
   record[size] = check;
@@ -272,7 +271,7 @@ void CaptureFile::close(EndReason reason, std::uint64_t time) {
     record[1] = 2;
     record[2] = 0;  // at once
     record[3] = reason;
-    commit(4);
+    commit(4, check_byte(record, 4));
   }
   seal();
   const auto used = static_cast<off_t>(room_begin_ + room_at_ + kBlockSize);

@@ -50,7 +50,7 @@ class CaptureFile {
   std::size_t left() const { return capture::kChecksumAt - kEndBytes - at_; }
 
   // The record of `size` bytes in that place is complete but for its check byte.
-  void commit(std::size_t size);
+  void commit(std::size_t size, std::uint8_t check);
 
   // Counts up with each block and with each segment.
   std::uint64_t block_serial() const { return block_serial_; }

@@ -214,11 +214,18 @@ Number get_le(const std::uint8_t* from) {
 }
 
 // The byte behind a record: never 0, which is what is not written yet.
-inline std::uint8_t check_byte(const std::uint8_t* bytes, std::size_t size) {
-  std::uint32_t sum = 0x9E3779B9u;
-  for (std::size_t i = 0; i < size; ++i) sum = (sum ^ bytes[i]) * 0x01000193u;
+inline constexpr std::uint32_t kFirstCheck = 0x9E3779B9u;
+inline std::uint32_t next_check(std::uint32_t sum, std::uint8_t byte) {
+  return (sum ^ byte) * 0x01000193u;
+}
+inline std::uint8_t last_check(std::uint32_t sum) {
   sum ^= sum >> 16;
   return static_cast<std::uint8_t>(1 + (sum & 0xFFFF) % 255);
+}
+inline std::uint8_t check_byte(const std::uint8_t* bytes, std::size_t size) {
+  std::uint32_t sum = kFirstCheck;
+  for (std::size_t i = 0; i < size; ++i) sum = next_check(sum, bytes[i]);
+  return last_check(sum);
 }
 
 // CRC-32C (Castagnoli), which is what network storage uses; never 0, for the same reason.

@@ -60,7 +60,7 @@ bool RecordWriter::put_model_part(const LoadedModel& model, std::uint32_t number
   record.varint(bytes.size() + part);
   record.bytes(head, bytes.size());
   if (part > 0) record.bytes(model.bytes + offset, part);
-  file_.commit(record.size());
+  file_.commit(record.size(), record.check());
   last_time_ = std::max(last_time_, time);
   offset += part;
   return true;
@@ -167,13 +167,14 @@ void RecordWriter::put_sample(Handle& handle, const Point3Df& acc, const Point3D
   if (to == nullptr) return;
   time = std::max(time, last_time_);
   const bool same = handle.id == last_sample_id_ && handle.id != 0;
+  const SampleCoder::Counted sample = handle.coder.count(acc, gyro);
   Bytes record(to);
-  record.byte(kSample);
+  record.byte(sample_tag(sample.wide, same));
   if (!same) record.varint(handle.id);
   record.signed_varint(
       static_cast<std::int64_t>(time - handle.last_time - handle.last_interval));
-  *to = sample_tag(handle.coder.write(acc, gyro, record), same);
-  file_.commit(record.size());
+  handle.coder.write(sample, record);
+  file_.commit(record.size(), record.check());
   handle.last_interval = time - handle.last_time;
   handle.last_time = last_time_ = time;
   handle.last_acc = acc;

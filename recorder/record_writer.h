@@ -103,9 +103,10 @@ bool RecordWriter::put(capture::Tag tag, std::uint64_t time, const Fill& fill) {
   fill(bytes);
   Bytes record(to);
   record.byte(tag);
-  record.varint(bytes.size());
+  static_assert(kShortBytes < 0x80, "one byte is a varint");
+  record.byte(static_cast<std::uint8_t>(bytes.size()));
   record.bytes(body, bytes.size());
-  file_.commit(record.size());
+  file_.commit(record.size(), record.check());
   last_time_ = std::max(last_time_, time);
   return true;
 }

@@ -58,28 +58,32 @@ static void write_wide(double value, int& kept, Bytes& bytes) {
   kept = next_exponent(kept, exponent);
 }
 
-std::uint8_t SampleCoder::write(const Point3Df& acc, const Point3Df& gyro, Bytes& bytes) {
-  const double values[kAxes] = {acc.x, acc.y, acc.z, gyro.x, gyro.y, gyro.z};
-  std::int32_t steps[kAxes];
+SampleCoder::Counted SampleCoder::count(const Point3Df& acc, const Point3Df& gyro) const {
+  Counted sample = {{acc.x, acc.y, acc.z, gyro.x, gyro.y, gyro.z}, {}, 0};
   unsigned wide = 0;
   for (std::size_t i = 0; i < kAxes; ++i) {
-    if (!axes_[i].steps.count(values[i], steps[i])) wide |= 1u << i;
+    if (!axes_[i].steps.count(sample.values[i], sample.steps[i])) wide |= 1u << i;
   }
+  sample.wide = static_cast<std::uint8_t>(wide);
+  return sample;
+}
+
+void SampleCoder::write(const Counted& sample, Bytes& bytes) {
+  const unsigned wide = sample.wide;
   // A copy that nothing else points to stays in registers.
   Bytes to = bytes;
-  if (wide != 0 && wide != kAllAxes) to.byte(static_cast<std::uint8_t>(wide));
+  if (wide != 0 && wide != kAllAxes) to.byte(sample.wide);
   for (std::size_t i = 0; i < kAxes; ++i) {
     Axis& axis = axes_[i];
     if ((wide >> i & 1) == 0) {
-      to.signed_varint(std::int64_t{steps[i]} - axis.last);
-      axis.last = steps[i];
+      to.signed_varint(std::int64_t{sample.steps[i]} - axis.last);
+      axis.last = sample.steps[i];
     } else {
-      write_wide(values[i], axis.exponent, to);
-      learn(axis, values[i]);
+      write_wide(sample.values[i], axis.exponent, to);
+      learn(axis, sample.values[i]);
     }
   }
   bytes = to;
-  return static_cast<std::uint8_t>(wide);
 }
 
 }  // namespace wgr::recorder

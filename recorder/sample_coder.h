@@ -25,9 +25,15 @@ class SampleCoder {
   bool steps_changed() const { return !steps_written_; }
   void write_steps(Bytes& bytes);
 
-  // Writes the axes; returns those that are not in steps, one bit each. Where they are
-  // neither none nor all, a byte of these bits is in front.
-  std::uint8_t write(const Point3Df& acc, const Point3Df& gyro, Bytes& bytes);
+  struct Counted {
+    double values[capture::kAxes];
+    std::int32_t steps[capture::kAxes];
+    std::uint8_t wide;  // axes that are not in steps, one bit each
+  };
+  Counted count(const Point3Df& acc, const Point3Df& gyro) const;
+  // Writes the axes. Where those that are not in steps are neither none nor all, a byte
+  // of their bits is in front.
+  void write(const Counted& sample, Bytes& bytes);
 
  private:
   static constexpr std::size_t kLearnt = 32;  // values that a step is found from

@@ -64,9 +64,9 @@ void CaptureWriter::need(std::size_t bytes, const CaptureRecord& record) {
   start_block(record);
 }
 
-void CaptureWriter::commit(std::size_t size) {
-  block_[at_ + size] = check_byte(block_.data() + at_, size);
-  at_ += size + 1;
+void CaptureWriter::commit(const Bytes& record) {
+  block_[at_ + record.size()] = record.check();
+  at_ += record.size() + 1;
 }
 
 template <class Fill>
@@ -79,7 +79,7 @@ void CaptureWriter::put(Tag tag, const CaptureRecord& record, const Fill& fill) 
   to.byte(tag);
   to.varint(bytes.size());
   to.bytes(body, bytes.size());
-  commit(to.size());
+  commit(to);
   last_time_ = record.time;
 }
 
@@ -109,7 +109,7 @@ void CaptureWriter::put_model(const CaptureRecord& record, const CaptureReader& 
     to.varint(bytes.size() + part);
     to.bytes(head, bytes.size());
     to.bytes(model->content.data() + offset, part);
-    commit(to.size());
+    commit(to);
     last_time_ = record.time;
     offset += part;
   } while (offset < model->content.size());
@@ -134,13 +134,14 @@ void CaptureWriter::put_sample(const CaptureRecord& record) {
     });
   }
   const bool same = record.handle == last_sample_ && record.handle != 0;
+  const SampleCoder::Counted sample = state.coder.count(record.acc, record.gyro);
   Bytes to(block_.data() + at_);
-  to.byte(kSample);
+  to.byte(sample_tag(sample.wide, same));
   if (!same) to.varint(record.handle);
   to.signed_varint(
       static_cast<std::int64_t>(record.time - state.last_time - state.last_interval));
-  block_[at_] = sample_tag(state.coder.write(record.acc, record.gyro, to), same);
-  commit(to.size());
+  state.coder.write(sample, to);
+  commit(to);
   state.last_interval = record.time - state.last_time;
   state.last_time = last_time_ = record.time;
   last_sample_ = record.handle;

@@ -39,7 +39,7 @@ class CaptureWriter {
   void put_model(const CaptureRecord& record, const CaptureReader& reader);
   void put_sample(const CaptureRecord& record);
   static void put_body(const CaptureRecord& record, recorder::Bytes& bytes);
-  void commit(std::size_t size);
+  void commit(const recorder::Bytes& record);
 
   OutputFile& file_;
   std::array<std::uint8_t, capture::kBlockSize> block_ = {};
