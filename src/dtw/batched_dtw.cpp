@@ -92,8 +92,7 @@ WGR_INLINE void fill_columns(const Table& given, size_t i) {
 
 // How many columns are filled at once: a cell waits for the one above it, and meanwhile
 // its neighbours in the next columns are filled. As many as the registers hold.
-template <size_t kLanes>
-static constexpr size_t kTogether = kLanes == 1 ? 1 : 3;
+static constexpr size_t kTogether = 3;
 
 template <size_t kLanes>
 WGR_INLINE void fill(const Table& table) {
@@ -102,14 +101,11 @@ WGR_INLINE void fill(const Table& table) {
     add_distance<kLanes>(table.trace.points[0], table.others + 3 * j * kLanes, up);
     store(up, cell_at<kLanes>(table, 0, j));
   }
-  constexpr size_t kColumns = kTogether<kLanes>;
   size_t i = 1;
-  for (; i + kColumns <= table.trace.count; i += kColumns) {
-    fill_columns<kLanes, kColumns>(table, i);
+  for (; i + kTogether <= table.trace.count; i += kTogether) {
+    fill_columns<kLanes, kTogether>(table, i);
   }
-  if constexpr (kColumns > 1) {
-    for (; i < table.trace.count; ++i) fill_columns<kLanes, 1>(table, i);
-  }
+  for (; i < table.trace.count; ++i) fill_columns<kLanes, 1>(table, i);
 }
 
 namespace {
@@ -205,17 +201,17 @@ static void follow_back(Walk* begin, Walk* end, size_t column, size_t row) {
 
 size_t BatchedDtw::width() { return filler().lanes; }
 
-void BatchedDtw::set_others(const std::vector<MotionPoints>& others) {
+void BatchedDtw::set_others(const MotionPoints* others, size_t count) {
   const size_t lanes = width();
   rows_ = 0;
   points_.clear();
-  for (const MotionPoints& other : others) {
-    points_.push_back(other.count);
-    rows_ = std::max(rows_, other.count);
+  for (size_t lane = 0; lane < count; ++lane) {
+    points_.push_back(others[lane].count);
+    rows_ = std::max(rows_, others[lane].count);
   }
   others_.need(3 * rows_ * lanes);
   std::fill_n(others_.data(), 3 * rows_ * lanes, 0.0);
-  for (size_t lane = 0; lane < others.size(); ++lane) {
+  for (size_t lane = 0; lane < count; ++lane) {
     for (size_t j = 0; j < others[lane].count; ++j) {
       const Point3Df& p = others[lane].points[j];
       double* const point = others_.data() + (3 * j * lanes + lane);

@@ -24,7 +24,7 @@ class BatchedDtw {
   static size_t width();
 
   // The others, at most width() of them, none empty; they are copied.
-  void set_others(const std::vector<MotionPoints>& others);
+  void set_others(const MotionPoints* others, size_t count);
 
   // Whether the table of a trace with so many points is small enough for warp(), which
   // keeps all of it.

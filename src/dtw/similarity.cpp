@@ -4,6 +4,9 @@
 #include <cmath>
 #include <limits>
 
+#include "base/cpu_dispatch.h"
+#include "dtw/batched_dtw.h"
+
 namespace wgr {
 
 static constexpr float kNotAlike = -std::numeric_limits<float>::infinity();
@@ -41,19 +44,27 @@ float score_of(const WarpingPath& path, double gravity, int k) {
   return k == 0 ? static_cast<float>(-mean) : -static_cast<float>(mean + gravity);
 }
 
-// Work space for the calling thread, so that a comparison allocates nothing.
-static Dtw& warper_of(const Points& trace, size_t count) {
+// Work space belongs to the calling thread, so that a comparison allocates nothing.
+static WarpingPath path_of(const MotionPoints& a, const MotionPoints& b) {
+  if constexpr (kLeastLanes == 1) {
+    // Without vectors a table is filled fastest by several columns at once.
+    static thread_local BatchedDtw lanes;
+    lanes.set_others(&b, 1);
+    if (lanes.holds(a.count)) {
+      lanes.warp(a);
+      return lanes.forth(0);
+    }
+  }
   static thread_local Dtw warper;
-  warper.set_trace(trace.data(), count);
-  return warper;
+  warper.set_trace(a.points, a.count);
+  return warper.warp(b.points, b.count);
 }
 
 float dtw_similarity(const Points& a, const Points& b, int k) {
   const size_t na = motion_points(a, k);
   const size_t nb = motion_points(b, k);
   if (na == 0 || nb == 0) return kNotAlike;
-  const WarpingPath path = warper_of(a, na).warp(b.data(), nb);
-  return score_of(path, gravity_distance(a, b, k), k);
+  return score_of(path_of({a.data(), na}, {b.data(), nb}), gravity_distance(a, b, k), k);
 }
 
 }  // namespace wgr

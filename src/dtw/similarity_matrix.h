@@ -31,7 +31,7 @@ void score_group(const std::vector<Points>& traces, int k,
   };
   std::vector<MotionPoints> others;
   for (size_t at = first; at < end; ++at) others.push_back(motion(at));
-  lanes.set_others(others);
+  lanes.set_others(others.data(), others.size());
   for (size_t before = 0; before + 1 < end; ++before) {
     const size_t a = order[before];
     const size_t next = std::max(first, before + 1);
