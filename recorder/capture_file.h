@@ -2,8 +2,8 @@
 //
 // Room is reserved on the disk before it is mapped, so that a full disk is an error of
 // the reservation and never a signal at a store. No descriptor stays open: a host that
-// closes all of its descriptors does not close one of the recorder's, and none of the
-// host's is taken for one.
+// closes all of its descriptors does not close one of the recorder's, and the recorder
+// never uses one of the host's by mistake.
 #pragma once
 
 #include <sys/types.h>

@@ -45,7 +45,7 @@ Handle* Handles::add(WgrHandle pointer, std::uint32_t id) {
   if (table_[place] == nullptr) {
     ++count_;
   } else {
-    delete table_[place];  // destroyed where nobody looked on
+    delete table_[place];  // its destruction was not seen
   }
   table_[place] = made;
   return made;

@@ -31,8 +31,8 @@ class RecordWriter {
   // Whose records come next.
   void set_thread(std::uint32_t number) { thread_ = number; }
 
-  // Writes a record whose body, but for the time, `fill` makes; false where there is no
-  // room for it.
+  // Writes a record: the time, then the body, which `fill` writes; false where there is
+  // no room for it.
   template <class Fill>
   bool put(capture::Tag tag, std::uint64_t time, const Fill& fill);
   // The same behind the number of its thread.

@@ -12,7 +12,7 @@ using namespace wgr::capture;
 static thread_local std::uint64_t create_segment
     __attribute__((tls_model("initial-exec"))) = 0;
 
-// The handle of a pointer; one that nobody saw being made is taken note of here. Null
+// The handle of a pointer; one whose creation was not seen is registered here. Null
 // when there is no memory for that.
 static Handle* handle_of(WgrHandle h) {
   State& all = *state();

@@ -16,8 +16,8 @@ double most_expected(size_t seen);
 double least_share(size_t part, size_t whole);
 double most_share(size_t part, size_t whole);
 
-// Within what the mean of values lies in 95 of 100 samples of as many, drawn with
-// replacement (Efron, 1979): how far it depends on who was at hand. The same values give
+// The interval of the mean in 95 of 100 samples of as many values, drawn with
+// replacement (Efron, 1979): how far it depends on who was recorded. The same values give
 // the same interval. There is one value at least.
 std::pair<double, double> bootstrap_interval(const std::vector<double>& values);
 

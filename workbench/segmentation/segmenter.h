@@ -21,7 +21,7 @@ namespace wgr {
 
 // What segmentation makes of a motion: of an Ending, and of the annotations around it.
 enum class Verdict {
-  kKept,      // it came as far as the templates
+  kKept,      // it is compared with the templates
   kTooShort,  // before or after it was reduced to its active stretch
   kTooWeak,
   kStartsFast,

@@ -2,7 +2,7 @@
 //
 // F. Petitjean, A. Ketterlin and P. Gançarski, "A global averaging method for dynamic
 // time warping, with applications to clustering", Pattern Recognition 44 (2011): every
-// point of the average becomes the mean of all points that the warping paths lay upon it,
+// point of the average becomes the mean of all points that the warping paths align to it,
 // and again with the new paths. Paths and costs are the classifier's own, and an example
 // weighs as its score does: by the reciprocal of its path's length. An average is less
 // strong than the examples where they differ, and stays so: scaled to unit strength, it
@@ -17,7 +17,7 @@
 
 namespace wgr {
 
-// A template that stands for `examples` of those it was made from.
+// A template that represents `examples` of those it was made from.
 struct Cluster {
   Points trace;
   size_t around = 0;  // index of the example that the cluster started from

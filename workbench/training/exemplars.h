@@ -1,4 +1,4 @@
-// Picks the few examples that stand for all of a class.
+// Selects the few examples that represent all of a class.
 #pragma once
 
 #include <cstddef>

@@ -8,7 +8,7 @@
 
 namespace wgr {
 
-// What an example is judged without.
+// What is left out when an example is classified.
 enum class LeftOut { kSubjects, kSessions, kRepetitions };
 
 // Whose each example is, and in which session it was recorded; empty where not known.
@@ -36,7 +36,7 @@ struct Folds {
 // into the same. Without `by` subjects are left out where two are known, otherwise
 // sessions where two are, otherwise repetitions in turn. The examples of a class that
 // only one subject or session recorded are left out in turn as well. Background whose
-// subject is not known, or all of one, is divided as it lies, so that neighbours stay
+// subject is not known, or all of one, is divided in its order, so that neighbours stay
 // together. Throws UsageError when `by` asks for what is not known of two at least.
 Folds divide_examples(const std::vector<FoldedExample>& examples,
                       std::optional<LeftOut> by);

@@ -327,8 +327,8 @@ void ModelBuilder::judge_left_out(const Job& job, size_t fold,
   trial.templates[fold] = templates.size();
 }
 
-// Exemplars that are asked for are judged as they are: every example is classified by all
-// that are not of its own group.
+// Exemplars are evaluated as they are where they were asked for: every example is
+// classified by all exemplars outside its own group.
 void ModelBuilder::judge_by_others(const Job& job, const std::vector<Fitted>& exemplars,
                                    Trial& trial) const {
   const auto judge = [&](size_t i, bool gesture) {
@@ -422,9 +422,9 @@ bool ModelBuilder::is_background(const Job& job, const Judged& judged) {
   return judged.label == static_cast<int>(job.classes.size());
 }
 
-// The scores of examples that are classified rightly as each class, and background's.
-// Wrong ones do not count: to reject an example instead of misclassifying it helps
-// nobody.
+// The scores of correctly classified examples of each class, and those of background.
+// Misclassified examples do not count: rejecting one instead is no gain for the
+// person.
 struct ModelBuilder::Scores {
   std::vector<std::vector<double>> right, background;
 };
@@ -456,7 +456,7 @@ std::vector<double> ModelBuilder::set_thresholds(const Job& job, const Trial& tr
   std::vector<double> thresholds = choose_thresholds(
       scores.right, scores.background, options.false_cost, report.background_allowed);
   for (size_t c = 0; c < job.classes.size(); ++c) {
-    // Background that came nowhere near a class allows nothing: more of it might.
+    // Background without any score near a class shows nothing: more of it might.
     if (options.false_positives_per_hour) {
       thresholds[c] = std::max(thresholds[c],
                                choose_threshold(scores.right[c], {}, options.false_cost));

@@ -39,7 +39,7 @@ static void require_comparable(const Gmodel& model, const std::string& path) {
 Gmodel read_model(const std::string& path) {
   const ModelCheck check = check_model_file(path);
   if (!check.loads) {
-    // What it is refused for ends the check.
+    // The last finding is why the library cannot load it.
     throw UsageError(line_about(path, check.findings.back()) +
                      ": the library cannot load it");
   }

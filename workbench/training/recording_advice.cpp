@@ -55,7 +55,7 @@ static void advise_on_repetitions(const SegmentedSet& set,
   }
 }
 
-// Whether the motion was lost for want of rest before or after it.
+// Whether the motion was lost because rest is missing before or after it.
 static bool lacks_rest(const Motion& motion) {
   return motion.verdict == Verdict::kInTwoAnnotations ||
          motion.verdict == Verdict::kPartlyInAnnotation ||

@@ -31,9 +31,9 @@ double choose_threshold(std::vector<double> right, std::vector<double> wrong,
   std::sort(scores.begin(), scores.end(),
             [](const Scored& a, const Scored& b) { return a.score < b.score; });
 
-  // Above the best score everything is rejected: the loss of 0 that others are held
-  // against. From there the threshold goes down gap by gap. Between neighbouring scores
-  // nothing changes: the middle stands for the gap.
+  // Above the best score everything is rejected: the loss of 0, to which others are
+  // compared. From there the threshold goes down gap by gap. Between neighbouring scores
+  // nothing changes: the middle represents the gap.
   double best_threshold = 0.0;
   double best_loss = 0.0;
   double best_gap = 0.0;

@@ -8,10 +8,10 @@
 namespace wgr {
 
 // The threshold that separates the scores of the class's own examples from those of what
-// came out as this class wrongly, at the least loss: a right one at or below it costs 1,
+// was misclassified as this class, at the least loss: a right one at or below it costs 1,
 // a wrong one above it `false_cost`. Of equally good thresholds it takes the middle of
 // the widest gap. Scores are zero at best; where there is nothing wrong to keep out, the
-// threshold lies below the worst right score by half of it.
+// threshold is below the worst right score by half of it.
 double choose_threshold(std::vector<double> right, std::vector<double> wrong,
                         double false_cost);
 

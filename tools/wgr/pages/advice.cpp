@@ -149,8 +149,8 @@ static void advise_on_pairs(const PageData& page_data, const Counts& counts, Jso
   for (size_t i = 0; i < std::min(counts.pairs.size(), kMostListed); ++i) {
     const Pair& pair = counts.pairs[i];
     Json json = step(fmt::format(
-        "{} is taken for {} in {} of {}: make the two less alike, or record more of "
-        "both.",
+        "{} is classified as {} in {} of {}: make the two differ more, or record more "
+        "of both.",
         name_of(page_data, pair.label), name_of(page_data, std::stoi(pair.outcome)),
         pair.count, counts.classes.at(pair.label).all));
     json["label"] = pair.label;
@@ -172,8 +172,8 @@ static void advise_on_people(const PageData& page_data, const Counts& counts,
     const Count& count = counts.subjects.at(worst[i].second);
     next.push_back(step(fmt::format(
         "Of subject {}, {} of {} are right, with 95 % confidence no less than {} of all: "
-        "look at these recordings (wgr doctor, wgr explain), then record more people who "
-        "move alike.",
+        "check these recordings (wgr doctor, wgr explain), then record more people who "
+        "move in this way.",
         worst[i].second, count.right, count.all,
         percent(least_share(count.right, count.all)))));
   }
@@ -195,7 +195,7 @@ static void advise_on_recordings(const PageData& page_data, const Counts& counts
   const std::string few = few_recorded(page_data, counts);
   if (!few.empty()) {
     next.push_back(step(fmt::format(
-        "Record more of {}: it takes {} repetitions of a class, all right, to show that "
+        "Record more of {}: only {} repetitions of a class, all right, show that "
         "more than 80 % of all are.",
         few, kFewRepetitions)));
   }
@@ -207,7 +207,7 @@ static void advise_on_recordings(const PageData& page_data, const Counts& counts
   }
   if (!counts.subjects.empty() && counts.subjects.size() < kFewPeople) {
     next.push_back(step(fmt::format(
-        "Record more people: {} cannot stand for all who will wear the watch.",
+        "Record more people: {} cannot represent all who will wear the watch.",
         counts.subjects.size() == 1 ? "one person" : "two people")));
   }
 }
@@ -220,8 +220,8 @@ static void advise_on_background(const PageData& page_data, Json& next) {
   if (static_cast<double>(seen) > aim * hours && hours > 0.0) {
     next.push_back(
         step(fmt::format("Everyday movement is reported {:.2f} times an hour: build with "
-                         "--false-positives-per-hour {:g} and with background like that "
-                         "which was reported.",
+                         "--false-positives-per-hour {:g} and with more background like "
+                         "the reported one.",
                          static_cast<double>(seen) / hours, aim)));
   } else if (wanted > hours) {
     next.push_back(

@@ -27,7 +27,7 @@ function showAdvice({advice}, showExamples) {
         el('li', {class: good ? 'good' : 'missed'},
             el('span', {class: 'mark'}, good ? 'reached' : 'not reached'), ' ', text))));
   if (advice.caveats.length > 0) {
-    box.append(el('h3', {}, 'To be kept in mind'), el('ul', {class: 'caveats'},
+    box.append(el('h3', {}, 'Limits of these results'), el('ul', {class: 'caveats'},
         ...advice.caveats.map((text) => el('li', {}, sentence(text)))));
   }
   $('#advice').append(box);
@@ -45,8 +45,8 @@ function showAdvice({advice}, showExamples) {
   if (advice.subjects.length > 1) {
     const worst = [...advice.subjects].sort((a, b) =>
       a.right / a.examples - b.right / b.examples);
-    $('#advice').append(el('details', {}, el('summary', {}, `The people, the worst first`),
-        plainTable('The people', ['Subject', 'Right', 'Of', 'Share', 'No less than'],
+    $('#advice').append(el('details', {}, el('summary', {}, 'Subjects, the worst first'),
+        plainTable('Subjects', ['Subject', 'Right', 'Of', 'Share', 'No less than'],
             worst.map((s) => [s.name, String(s.right), String(s.examples),
               percent(s.right / s.examples), percent(s.least)]))));
   }
@@ -148,7 +148,7 @@ function showMap(data) {
   const section = $('#map');
   const drawn = data.map.points.filter((point) => point !== null).length;
   if (drawn === 0) {
-    section.append(el('p', {class: 'note'}, 'There is too little to compare for a map.'));
+    section.append(el('p', {class: 'note'}, 'There are too few examples for a map.'));
     return;
   }
   const legend = el('ul', {class: 'legend'}, ...data.classes.map((c, i) => el('li', {},
@@ -204,8 +204,8 @@ function curveFigure({points, people}) {
     f.picture.append(whisker(f, from, right), svg('circle', {class: 'chosen', cx: f.x(from),
       cy: f.y(100 * shareOf(right)), r: 3}));
   }
-  return figure('Classified right, in percent, by all examples of so many ' +
-      (people ? 'other people' : 'other repetitions') + ', the nearest of which counts; the ' +
-      'lines are bounds with 95 % confidence each',
+  return figure('Classified right, in percent, by the nearest example of so many ' +
+      (people ? 'other people' : 'other repetitions') + '; the ' +
+      'lines are bounds, each with 95 % confidence',
   f.picture);
 }

@@ -120,7 +120,7 @@ PageData page_data_of_build(const ModelBuilder& builder, const Gmodel& model,
       fmt::format("{} examples of {} classes and {} of background.", report.examples(),
                   report.classes.size(), report.background),
       fmt::format("Each was classified by templates that were made without it, {}; it is "
-                  "drawn beside the model's.",
+                  "drawn beside the model's templates.",
                   left_out_text(report.judged_by))};
   page_data.caveats = caveats_of(report, options);
   for (const ClassReport& c : report.classes) {

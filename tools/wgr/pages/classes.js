@@ -95,7 +95,7 @@ function tradeOffFigure(data, c) {
   const groups = scoresOf(data, c.label);
   const total = kGroups.reduce((sum, group) => sum + groups[group].length, 0);
   if (total === 0) {
-    return el('p', {class: 'note'}, 'Nothing came out nearest to this class.');
+    return el('p', {class: 'note'}, 'No example is nearest to this class.');
   }
   const {picture, least, left, moveTo} = tradeOff(groups, c.thresholds);
   const result = figure('Accepted with each threshold, in percent: right examples of the ' +

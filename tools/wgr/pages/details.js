@@ -101,7 +101,7 @@ function traceFigures(m, trace, {normalised, explanation}) {
   const longest = kGapPeriods / explanation.settings.rate;
   const figures = [];
   const thinned = trace.bucket > 1;
-  const note = thinned ? ` (thinned: the least and greatest of every ${trace.bucket} samples)`
+  const note = thinned ? ` (thinned: minimum and maximum of every ${trace.bucket} samples)`
       : '';
   const rows = (axes) => axes.map((values, k) =>
     ({name: kAxes[k], lines: [{values, kind: kAxes[k]}]}));
@@ -112,13 +112,13 @@ function traceFigures(m, trace, {normalised, explanation}) {
   }
   if (trace.speed.length > 0) {
     const t = thinned ? trace.t : trace.t.slice(1);
-    figures.push(figure('Speed; what is slower than the dashed line at either end is cut off' +
+    figures.push(figure('Speed; both ends are trimmed where it is below the dashed line' +
         note, rowsFigure(t, [{name: '', lines: [{values: trace.speed, kind: 'speed'}]}],
         {limit: m.fast_from, active: trace.active, unit: 'm/s', thinned, longest})));
   }
   if (trace.compared) {
     const best = m.best_templates[0];
-    figures.push(figure(`What was compared, x, y, z, and dotted the best template, no. ` +
+    figures.push(figure(`The compared trace, x, y, z; dotted: the best template, no. ` +
         `${best.template} of class ${best.class}, laid over it along the warping path`,
     rowsFigure(trace.compared_t, trace.compared.map((values, k) => ({name: kAxes[k], lines: [
       {values, kind: kAxes[k]}, {values: trace.template[k], kind: kAxes[k] + ' template'}]})),
@@ -145,7 +145,7 @@ function motionDetails(m, trace, data) {
   const figures = el('div', {class: 'figures'});
   if (trace === null && m.collected > 0) {
     figures.append(el('p', {class: 'note'},
-        'Its samples were left out, so that the page stays small.'));
+        'Its samples are left out to keep the page small.'));
   }
   if (trace !== null) figures.append(...traceFigures(m, trace, data));
   if (m.best_templates.length > 0) {

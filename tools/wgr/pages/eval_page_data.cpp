@@ -161,8 +161,9 @@ PageData page_data_of_evaluation(const SegmentedSet& set, const Evaluation& resu
       fmt::format("{} repetitions in {}, played through the library's C interface.",
                   result.repetitions, counted(set.recordings.size(), "recording"))};
   if (result.pre_segmented > 0) {
-    page_data.facts.push_back(fmt::format(
-        "{} of them were pre-segmented and are no streams.", result.pre_segmented));
+    page_data.facts.push_back(
+        fmt::format("{} of them were pre-segmented and not played as streams.",
+                    result.pre_segmented));
   }
   page_data.classes = classes_of(result.models);
   const std::vector<std::vector<size_t>> places =

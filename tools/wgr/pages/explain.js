@@ -31,7 +31,7 @@ function showFooter({origin}, samples) {
       ? `recorded ${clock(samples.end, 1)} from stamp ${first.toFixed(3)} s on; its stamps ` +
         'hold no date'
       : `recorded ${dateText(first)}, shown as 0:00:00`];
-  if (!samples.stamped) more.push('the clock steps back: drawn at the nominal rate');
+  if (!samples.stamped) more.push('the clock steps back: drawn at the nominal sample rate');
   showOrigin(origin, more);
 }
 
@@ -128,7 +128,7 @@ class Report {
     const filter = $('#filter');
     filter.append(...all.map(([value, text]) => el('option', {value}, text)));
     filter.value = first;
-    const empty = {'': 'There was no motion.'};
+    const empty = {'': 'The recording has no motion.'};
     const show = () => {
       const items = all.find(([value]) => value === filter.value)[2];
       $('#list').hidden = items.length === 0;
@@ -187,7 +187,7 @@ class Report {
     }
     const link = el('a', {href: `#t=${shownTime(one.begin - samples.origin).toFixed(3)}`},
         'Link to this moment');
-    const close = el('button', {type: 'button'}, 'Show it whole');
+    const close = el('button', {type: 'button'}, 'Show the whole recording');
     close.addEventListener('click', () => {
       const {begin, end} = this.band({kind, i});
       const margin = (end - begin) * 0.5 + 0.2;
@@ -240,14 +240,14 @@ start(async (data) => {
       Math.max(most, end - samples.gaps.begin[i]), 0);
     $('#gaps').hidden = false;
     $('#gaps').textContent = `${counted(samples.gapCount, 'gap')} without samples, hatched ` +
-        `or marked ▼ on the axis; the longest takes ${longest.toFixed(2)} s.` +
+        `or marked ▼ on the axis; the longest lasts ${longest.toFixed(2)} s.` +
         (samples.gapCount > samples.gaps.begin.length
           ? ` Only the ${counted(samples.gaps.begin.length, 'longest', 'longest')} are drawn.`
           : '');
   }
   $('#thinned').textContent = `Blocks are the least and greatest of every ` +
-      `${samples.bucket} samples. Every sample is drawn of what was reported, rejected or ` +
-      'expected; all figures are from every sample.';
+      `${samples.bucket} samples. What was reported, rejected or expected is drawn with every ` +
+      'sample; all figures are computed from every sample.';
   // For those who look into it with the browser's console.
   window.report = new Report(data, samples);
   showVerdict(data.explanation, (i) => {

@@ -59,7 +59,7 @@ function wrongPairs({matrix: {columns, rows}}) {
 function showPairs(data, showExamples) {
   const pairs = wrongPairs(data);
   if (data.matrix.rows.length <= kMostMatrixClasses || pairs.length === 0) return;
-  $('#pairs').append(plainTable('The worst pairs', ['Made', 'Reported', 'Examples', 'Of'],
+  $('#pairs').append(plainTable('The worst pairs', ['Performed', 'Reported', 'Examples', 'Of'],
       pairs.slice(0, kMostPairs).map((pair) => {
         const button = el('button', {type: 'button'}, String(pair.count));
         button.addEventListener('click', () => showExamples(pair.label, pair.outcome));
@@ -324,8 +324,8 @@ function showCost(data) {
     $('#cost').append(kindsTable(cost.kinds, cost.judged_by),
         el('div', {class: 'figures'}, figure(
             `Classified right, ${cost.judged_by}, in percent, for each kind of templates ` +
-            'that was tried: the chosen one is filled; the lines are bounds with 95 % ' +
-            'confidence each', kindsFigure(cost.kinds))));
+            'that was tried: the chosen one is filled; the lines are bounds, each with 95 % ' +
+            'confidence', kindsFigure(cost.kinds))));
   }
 }
 

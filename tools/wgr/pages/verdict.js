@@ -74,7 +74,7 @@ function trialItem(v, trial) {
 function triedBox(v) {
   if (v.expected > 0 && v.principal === null) {
     const all = el('details', {}, el('summary', {},
-        `Nothing had to help; ${v.trials.length - 1} other circumstances were tried`));
+        `No change was needed; ${v.trials.length - 1} changes were tried`));
     all.append(el('ol', {class: 'tried'}, ...v.trials.map((t) => trialItem(v, t))));
     return all;
   }
@@ -82,7 +82,7 @@ function triedBox(v) {
       el('h3', {id: 'tried-head'}, 'What would have helped, each tried on this recording'));
   if (v.principal !== null && !v.principal.tried && v.principal.do !== '') {
     box.append(el('p', {class: 'note'},
-        `First, but not to be tried on a recording: ${v.principal.do}.`));
+        `First, although no recording can show its effect: ${v.principal.do}.`));
   }
   const lines = v.trials.filter((t) => t.line !== null).sort((a, b) => a.line - b.line);
   box.append(el('ol', {class: 'tried'}, ...lines.map((t) => trialItem(v, t))));
