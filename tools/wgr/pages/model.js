@@ -59,7 +59,7 @@ function wrongPairs({matrix: {columns, rows}}) {
 function showPairs(data, showExamples) {
   const pairs = wrongPairs(data);
   if (data.matrix.rows.length <= kMostMatrixClasses || pairs.length === 0) return;
-  $('#pairs').append(plainTable('The worst pairs', ['Performed', 'Reported', 'Examples', 'Of'],
+  $('#pairs').append(plainTable('The worst pairs', ['Made', 'Reported', 'Examples', 'Of'],
       pairs.slice(0, kMostPairs).map((pair) => {
         const button = el('button', {type: 'button'}, String(pair.count));
         button.addEventListener('click', () => showExamples(pair.label, pair.outcome));
