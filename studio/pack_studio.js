@@ -30,11 +30,11 @@ function archive(files) {
   return Buffer.concat([length, index, ...Object.values(files)]);
 }
 
-// With gzip, by zopfli, which takes five seconds and makes a twentieth less of it.
+// With gzip, by zopfli, which takes seconds and makes a twentieth less of it.
 function packed(bytes) {
   const name = out + '.payload';
   fs.writeFileSync(name, bytes);
-  execFileSync('zopfli', ['--i15', name]);
+  execFileSync('zopfli', ['--i5', name]);
   const made = fs.readFileSync(name + '.gz');
   fs.rmSync(name);
   fs.rmSync(name + '.gz');
