@@ -1,5 +1,6 @@
 # Writes a C++ source with the content of files: cmake -DOUT=FILE "-DPARTS=name=path;..."
-# -P embed.cmake. Each part becomes a std::string_view of its name.
+# -P embed.cmake. Each part becomes a std::string_view of its name; with -DBARE=ON without
+# indentation and lines of comment, where size counts.
 set(text "#include \"pages/parts.h\"\n\nnamespace wgr {\n")
 foreach(part IN LISTS PARTS)
   string(REGEX MATCH "^([^=]+)=(.*)$" _ "${part}")
@@ -8,6 +9,13 @@ foreach(part IN LISTS PARTS)
   if("${path}" STREQUAL "")
     string(APPEND text "\nconst std::string_view ${name};\n")
     continue()
+  endif()
+  if(BARE)
+    file(READ "${path}" content)
+    string(REGEX REPLACE "\n +" "\n" content "${content}")
+    string(REGEX REPLACE "\n//[^\n]*" "" content "${content}")
+    set(path "${OUT}.part")
+    file(WRITE "${path}" "${content}")
   endif()
   file(READ "${path}" hex HEX)
   string(REGEX REPLACE "(..)" "'\\\\x\\1'," bytes "${hex}")
