@@ -24,6 +24,15 @@ Stream gesture(int half, double strength) {
   return stream + rest(kSettle);
 }
 
+Stream lifted() {
+  Stream stream;
+  for (int i = 0; i < 40; ++i) {
+    const double shake = i % 2 == 0 ? 0.8 : -0.8;
+    stream.push_back({{0.0, shake, 11.6}, {0.0, 0.0, 50.0 * shake}});
+  }
+  return stream;
+}
+
 Stream operator+(Stream a, const Stream& b) {
   a.insert(a.end(), b.begin(), b.end());
   return a;

@@ -35,6 +35,10 @@ Stream motion(int judged);
 // starts and ends slow, so most of it outlasts the cut to the active stretch.
 Stream gesture(int half, double strength);
 
+// A steady lift that never stops. Freed of its mean, the four resting samples before it
+// fall at 1.3 m/s² and the lift is as slow as that fall: the first step is fast.
+Stream lifted();
+
 Stream operator+(Stream a, const Stream& b);
 
 // Rests and motions of random lengths, strengths and sensors, with now and then a

@@ -62,16 +62,18 @@ void CapturedHandle::before_sample() {
 void CapturedHandle::after_sample() {
   const AgGes& engine = *context().ages;
   ++samples_;
-  const bool run = collecting_ && engine.motion_acc.empty() &&
-                   engine.result.ending != Ending::kTooShort;
-  if (known_ && run) figures_known_ = true;
+  // What ends a recognition before the comparison leaves the figures of the one before.
+  const bool compared = collecting_ && engine.motion_acc.empty() &&
+                        engine.result.ending >= Ending::kTooWeak;
+  if (known_ && compared) figures_known_ = true;
   if (known_ || engine.static_window < 0) return;
   known_ = samples_ >= engine.static_window + 2LL && engine.motion_acc.empty() &&
            !engine.static_history.empty() && engine.static_history.back();
 }
 
 void CapturedHandle::after_report() {
-  if (known_) return;
+  // Also when the state is thought to be known: the report may have been missed here, and
+  // with it that everything was emptied.
   context().ages->start_afresh();
   known_ = true;
 }

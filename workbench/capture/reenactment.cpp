@@ -377,11 +377,15 @@ void Reenactment::sample_answer(const CaptureRecord& record, RecordQueue& queue,
   if (next != nullptr && next->tag == kCallback && next->handle == record.handle) {
     // The host was called back, and now is not.
     compare(*next, kCallback, next->value, kNoAnswer, known_before);
+    // What it feeds the handle itself was not taken in, and shows no rest.
+    CapturedHandle* const reporting = find(record.handle);
+    if (reporting != nullptr) ++reporting->calls;
     try {
       perform_callback(queue);
     } catch (const HostException&) {
       // There is no call now that it could leave.
     }
+    if (reporting != nullptr) --reporting->calls;
     next = queue.peek();
   }
   CapturedHandle* const handle = find(record.handle);

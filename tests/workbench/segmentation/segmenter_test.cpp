@@ -93,17 +93,6 @@ static Stream feeble() {
   return stream;
 }
 
-// A steady lift that never stops. Freed of its mean, the four resting samples before it
-// fall at 1.3 m/s² and the lift is as slow as that fall: the first step is fast.
-static Stream lifted() {
-  Stream stream;
-  for (int i = 0; i < 40; ++i) {
-    const double shake = i % 2 == 0 ? 0.8 : -0.8;
-    stream.push_back({{0.0, shake, 11.6}, {0.0, 0.0, 50.0 * shake}});
-  }
-  return stream;
-}
-
 TEST(Segmenter, EveryMotionGetsAVerdict) {
   const struct {
     const char* what;
