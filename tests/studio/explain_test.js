@@ -76,7 +76,7 @@ const checks = {
     assert.equal(await headline(page).textContent(),
         guide.quoted('11 of 11 gestures were recognised') + '.');
     assert.match(await explained(page).locator('#verdict').textContent(),
-        /48 other circumstances were tried/);
+        /48 changes were tried/);
     await looksRight(page);
   },
 
