@@ -66,16 +66,19 @@ static CaptureHeader anonymous(CaptureHeader header) {
   return header;
 }
 
-void edit_capture(const std::string& path, const CaptureEdit& edit, OutputFile& file) {
+std::optional<double> edit_capture(const std::string& path, const CaptureEdit& edit,
+                                   OutputFile& file) {
   CaptureReader reader(path);
   const CaptureHeader& header = reader.header();
   CaptureWriter writer(file, edit.anonymous ? anonymous(header) : header);
   std::map<std::uint32_t, CaptureRecord> left_out;  // handles not described yet
   bool gap = false;
+  double lasted = 0.0;
   CaptureRecord record;
   while (reader.next(record)) {
     const double t = static_cast<double>(record.time - header.monotonic) / kSecond;
     gap = gap || record.gap;
+    lasted = t;
     if (t > edit.end) break;
     if (edit.handle && record.handle != 0 && record.handle != *edit.handle) continue;
     if (t < edit.begin) {
@@ -102,6 +105,7 @@ void edit_capture(const std::string& path, const CaptureEdit& edit, OutputFile& 
     writer.write(record, reader);
   }
   writer.finish();
+  return lasted < edit.begin ? std::optional<double>(lasted) : std::nullopt;
 }
 
 }  // namespace wgr

@@ -16,7 +16,9 @@ struct CaptureEdit {
   bool anonymous = false;          // without clock, process, label and texts of marks
 };
 
-// Throws CaptureError.
-void edit_capture(const std::string& path, const CaptureEdit& edit, OutputFile& file);
+// Returns, where the capture ends before the part begins, how long it lasts, s. Throws
+// CaptureError.
+std::optional<double> edit_capture(const std::string& path, const CaptureEdit& edit,
+                                   OutputFile& file);
 
 }  // namespace wgr

@@ -299,6 +299,12 @@ TEST_F(RecordedCapture, InfoCutMarkAndConvert) {
   EXPECT_EQ(replay.status, 0) << replay.out;
   EXPECT_NE(replay.out.find(", 1 handle, "), std::string::npos) << replay.out;
   EXPECT_EQ(run_wgr("capture mark " + cut).out, "");
+
+  const Outcome behind =
+      run_wgr("capture cut --from 3600 " + path() + " -o " + made("behind.wgrcap"));
+  EXPECT_EQ(behind.status, 2);
+  EXPECT_NE(behind.err.find(" s: --from must be less"), std::string::npos) << behind.err;
+  EXPECT_FALSE(std::filesystem::exists(made("behind.wgrcap")));
 }
 
 // Cut in the middle, what is before has to be told of.

@@ -198,7 +198,12 @@ static void edit(const Arguments& given) {
   }
   plan(given);
   OutputFiles files;
-  edit_capture(given.capture, given.edit, files.open(given.out));
+  const std::optional<double> lasted =
+      edit_capture(given.capture, given.edit, files.open(given.out));
+  if (lasted) {
+    throw UsageError(
+        fmt::format("{}: lasts {:.1f} s: --from must be less", given.capture, *lasted));
+  }
   files.commit();
 }
 
