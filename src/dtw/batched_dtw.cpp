@@ -174,7 +174,7 @@ WGR_INLINE void step_back(Walk& walk, size_t column, size_t row) {
   const std::int64_t up = bits_of(cell - row);
   const std::int64_t diagonal = bits_of(cell - column - row);
   const size_t upwards = mask_of(kBack ? up <= left : up < left);
-  const size_t sideways = mask_of((left < diagonal) | (up < diagonal));
+  const size_t sideways = mask_of(left < diagonal) | mask_of(up < diagonal);
   const size_t aside = column ^ ((column ^ row) & upwards);
   walk.cell = cell - (aside + ((column + row - aside) & ~sideways));
   walk.i -= 1 + (sideways & upwards);

@@ -51,8 +51,8 @@ class BatchedDtw {
   size_t rows_ = 0;
   AlignedArray<double> others_;
   AlignedArray<double> cost_;
-  WarpingPath forth_[kMostLanes];
-  WarpingPath back_[kMostLanes];
+  WarpingPath forth_[kMostLanes] = {};
+  WarpingPath back_[kMostLanes] = {};
 };
 
 }  // namespace wgr
