@@ -6,8 +6,8 @@
 // then stay in registers. Compilers do not find that by themselves, so these
 // loops name their vectors; they are compiled once for each width.
 //
-// All costs are kept, and the paths are then followed back through them: to carry their
-// lengths along takes longer than the costs themselves: it makes every choice again.
+// All costs are kept, and the paths are then followed back through them. To carry their
+// lengths along would make every choice again and take longer than the costs themselves.
 // The paths of the two orders part only where the cells above and on the left cost the
 // same, which they hardly ever do on a path; only then both are followed.
 #include "dtw/batched_dtw.h"

@@ -96,9 +96,8 @@ static void advise_on_background(const SegmentedSet& set, double per_hour,
   if (hours >= wanted) return;
   advice.push_back(fmt::format(
       "{:.2f} h of background: only {:.1f} h without a false positive show that there "
-      "are "
-      "no more than {} an hour. Record the hands in daily use (--background): eating, "
-      "typing, dressing; walking says little of them",
+      "are no more than {} an hour. Record the hands in daily use (--background): "
+      "eating, typing, dressing; walking says little of them",
       hours, wanted, per_hour));
 }
 
