@@ -10,7 +10,7 @@
 #include "evaluation/confidence.h"
 #include "support/files.h"
 #include "support/motions.h"
-#include "training/recording_advice.h"
+#include "text/recording_advice.h"
 
 using namespace wgr;
 

@@ -17,10 +17,10 @@
 #include "output/output_plan.h"
 #include "output/standard_output.h"
 #include "pages/page_data.h"
+#include "text/recording_advice.h"
 #include "training/model_builder.h"
 #include "training/model_findings.h"
 #include "training/model_output.h"
-#include "training/recording_advice.h"
 #include "training/training_file.h"
 
 namespace wgr {

@@ -1,4 +1,4 @@
-#include "training/recording_advice.h"
+#include "text/recording_advice.h"
 
 #include <algorithm>
 #include <limits>
