@@ -54,10 +54,10 @@ bool AgGes::is_static() {
 
   const size_t end = acc_history.size();
   const size_t begin = end - static_cast<size_t>(static_window);
-  const bool acc_rests = acc_at_rest(window_stats(acc_history, begin, end));
-  if (work_mode == kAccOnly || gyro_history.size() < end) return acc_rests;
   // Either sensor at rest is enough: the wrist moves while both show motion.
-  return acc_rests || gyro_at_rest(window_stats(gyro_history, begin, end));
+  if (acc_at_rest(acc_history, begin, end)) return true;
+  if (work_mode == kAccOnly || gyro_history.size() < end) return false;
+  return gyro_at_rest(gyro_history, begin, end);
 }
 
 // Half the window; rounded down, for a negative one too.
@@ -66,10 +66,9 @@ int AgGes::padding() const { return static_window >> 1; }
 // Marks the newest sample, rewrites the marks around a change, and returns the new one.
 bool AgGes::mark_newest() {
   const bool at_rest = is_static();
+  const bool changes = !static_history.empty() && static_history.back() != at_rest;
   static_history.push_back(at_rest);
-  const long long marks = length(static_history);
-  if (marks < padding() || marks < 2) return at_rest;
-  if (at_rest == static_history[static_cast<size_t>(marks - 2)]) return at_rest;
+  if (!changes || length(static_history) < padding()) return at_rest;
 
   const long long newest = length(acc_history) - 1;
   const long long moved = length(motion_acc);
@@ -162,9 +161,13 @@ void AgGes::update(Point3Df acc, Point3Df gyro) {
                Intake{velocity, gyro_history, motion_gyro})) {
     return;
   }
+  const bool nothing_collected = motion_acc.empty() && motion_gyro.empty();
+  const bool long_enough = is_long_enough(motion_acc.size(), min_motion_len);
+  // As at nearly every sample at rest.
+  if (nothing_collected && last_motion_acc.empty() && !long_enough) return;
   const Emptying acc_end(motion_acc);
   const Emptying gyro_end(motion_gyro);
-  if (is_long_enough(motion_acc.size(), min_motion_len)) {
+  if (long_enough) {
     drop_newest(motion_acc, padding());
     drop_newest(motion_gyro, padding());
     // The clock is read around the run, but what is reported as its cost is the

@@ -23,4 +23,8 @@ WindowStats window_stats(const Samples& samples, size_t begin, size_t end);
 bool acc_at_rest(const WindowStats& stats);
 bool gyro_at_rest(const WindowStats& stats);
 
+// The same of a window, mostly without its figures.
+bool acc_at_rest(const Samples& samples, size_t begin, size_t end);
+bool gyro_at_rest(const Samples& samples, size_t begin, size_t end);
+
 }  // namespace wgr

@@ -416,16 +416,22 @@ TEST_F(HgrTest, MatrixGivesTheBitsOfTheLiteralVersion) {
   }
 }
 
+// Followed by the same ramp, which both run through in step.
+static Points with_ramp(Points trace, int points) {
+  for (int i = 0; i < points; ++i) trace.push_back({10.0 + i, 0, 0});
+  return trace;
+}
+
 // Some tables are too large to be kept for several traces at once, others are not.
 TEST_F(HgrTest, MatrixOfLongTracesGivesTheBitsOfTheLiteralVersion) {
   RandomPoints random(1);
-  std::vector<Points> traces;
-  for (const int length : {30, 300, 500}) {
-    traces.push_back(random.trace(length, RandomPoints::Kind::kSmallInts));
-  }
+  const std::vector<Points> traces = {random.trace(30, RandomPoints::Kind::kSmallInts),
+                                      random.trace(300, RandomPoints::Kind::kSmallInts),
+                                      with_ramp(kOneWay, 500), with_ramp(kOther, 500)};
+  const std::vector<float> expected = reference::similarity_matrix(traces, 0);
+  ASSERT_NE(expected[2 * 4 + 3], expected[3 * 4 + 2]);  // of the last two
   const std::unique_ptr<float[]> found(hgr.cal_sim_matrix(traces, 0));
-  EXPECT_TRUE(same_bits(std::vector<float>(found.get(), found.get() + 9),
-                        reference::similarity_matrix(traces, 0)));
+  EXPECT_TRUE(same_bits(std::vector<float>(found.get(), found.get() + 16), expected));
 }
 
 TEST(Hgr, CanBeDestroyedWithoutItsModel) {

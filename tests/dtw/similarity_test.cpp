@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
+#include "dtw/batched_dtw.h"
 #include "support/random_points.h"
 #include "support/reference_similarity.h"
 #include "support/same_bits.h"
@@ -253,4 +255,14 @@ TEST(DtwSimilarity, GivesTheBitsOfTheLiteralVersionForLongTraces) {
   EXPECT_TRUE(same_bits(dtw_similarity(b, a, 1), reference::similarity(b, a, 1)));
   const Points one = random.trace(1, RandomPoints::Kind::kGaussian);
   EXPECT_TRUE(same_bits(dtw_similarity(a, one, 0), reference::similarity(a, one, 0)));
+}
+
+// The memory that a matrix takes does not grow with its traces.
+TEST(BatchedDtw, HoldsTablesOfUpToAMegabyteOfCosts) {
+  const Points trace(512);
+  const MotionPoints others[] = {{trace.data(), 512}, {trace.data(), 100}};
+  BatchedDtw lanes;
+  lanes.set_others(others, std::min(BatchedDtw::width(), size_t{2}));
+  EXPECT_TRUE(lanes.holds(256));
+  EXPECT_FALSE(lanes.holds(257));
 }
