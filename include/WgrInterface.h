@@ -13,8 +13,8 @@
  * in the watch's frame; lengths in samples; times in milliseconds.
  *
  * Status values differ between the functions: each comment states every return value,
- * also for a null handle. Nothing is thrown but std::bad_alloc, and what the host's own
- * callback throws.
+ * also for a null handle. The functions throw only std::bad_alloc, and what the host's
+ * own callback throws.
  *
  * Threads: the library starts none and locks nothing. Call one handle from one
  * thread at a time. Handles share the log file and the model files, which are only
@@ -39,7 +39,7 @@
 extern "C" {
 #endif
 
-/** The library's version, {0, 1}. Writable: get_version() answers what it holds. */
+/** The library's version, {0, 1}. Writable: get_version() returns its contents. */
 extern WgVersion WearableVersion;
 
 /**
@@ -47,7 +47,7 @@ extern WgVersion WearableVersion;
  *
  * The context starts with a sample rate of 50 and takes no sample pair before
  * init_gesture_handle(). During the call the process's working directory is
- * "/usr/share/"; it is put back before the call returns.
+ * "/usr/share/"; the call restores it before it returns.
  *
  * Ends the whole process with exit status 0 when the default model,
  * "/usr/share/GestureModel/olvo_model_5_fb/hgr_olvo.xml", cannot be loaded.
@@ -101,7 +101,7 @@ void set_gesture_rec_sensitivity(WgrHandle h, int level);
  * Loads one of the six gesture models in place of the current one.
  *
  * A model file that cannot be read leaves an empty model, which recognises
- * nothing; the answer is 0 all the same.
+ * nothing; the function still returns 0.
  *
  * @param h handle; may be null
  * @param wearer 0 (left wrist) or 1 (right wrist)
@@ -115,9 +115,9 @@ int set_gesture_model(WgrHandle h, WgWatchWearer wearer, WgWorkMode mode);
  * Registers the function that each gesture is reported to; one at a time.
  *
  * The callback may call everything but destroy_gesture_handle() on its handle.
- * update_gesture() on its own handle takes nothing in and answers 6 there; other handles
- * can be fed. An exception that the callback throws passes through update_gesture(): the
- * gesture counts as reported, and the next sample starts afresh.
+ * update_gesture() on its own handle ignores the samples and returns 6 there; other
+ * handles can be fed. An exception that the callback throws passes through
+ * update_gesture(): the gesture counts as reported, and the next sample starts afresh.
  *
  * @param h handle; may be null
  * @param cb the callback; null is refused, and an earlier one stays
@@ -138,14 +138,18 @@ int register_gesture_event_cb(WgrHandle h, WgGestureEventCb cb, void* user_data)
  * @param acc acceleration with gravity in it, watch frame, m/s²
  * @param gyro angular velocity with its bias still in it, watch frame, deg/s
  * @return the class that was reported, or 6 when none was; 0 when h is null; 6 also while
- *     h's own callback is running, when the sample is not taken in
+ *     h's own callback is running, when the samples are ignored
  */
 int update_gesture(WgrHandle h, Point3Df acc, Point3Df gyro);
 
 /**
- * Feeds one accelerometer sample to the wrist detector and returns its verdict.
+ * Feeds one accelerometer sample to the wrist detector and returns its answer.
  *
- * The detector keeps its own window, apart from update_gesture()'s histories.
+ * The detector keeps its own window, apart from update_gesture()'s histories. It reads
+ * quick pushes along and across the forearm, as in walking; at rest, and while the hands
+ * are in use, it is undecided or guesses. One answer in three is wrong: count the answers
+ * 0 and 1, and believe one that came more than twice as often as the other, in 100
+ * answers or more.
  *
  * @param h handle; may be null
  * @param acc acceleration with gravity in it, watch frame, m/s²

@@ -1,11 +1,11 @@
 /**
  * @file
- * Checks before a host uses the library that it will find what it needs.
+ * Checks, before a host uses the library, that everything it needs is there.
  *
  * Creating a handle ends the process when the default model cannot be loaded; a model
  * with a fault recognises less and reports nothing; a log that cannot be written is
- * dropped; and arithmetic that a host has changed changes results. This function finds
- * all that first, changes nothing and ends nothing.
+ * dropped; and a changed floating-point environment changes results. This function finds
+ * all that first. It changes nothing, and never ends the process.
  */
 #ifndef WGR_PREFLIGHT_H
 #define WGR_PREFLIGHT_H
@@ -46,11 +46,11 @@ typedef void (*WgPreflightCb)(int weight, const char* text, void* user_data);
  * Writes no file, prints nothing, and needs no handle. Call it before
  * create_gesture_handle(), and refuse to start on WG_PREFLIGHT_FATAL.
  *
- * @param tell called once per finding, on this thread; may be null
+ * @param report called once per finding, on this thread; may be null
  * @param user_data passed on to it as it is
  * @return the heaviest finding's weight; WG_PREFLIGHT_CLEAN when there is none
  */
-int preflight_gesture_library(WgPreflightCb tell, void* user_data);
+int preflight_gesture_library(WgPreflightCb report, void* user_data);
 
 #ifdef __cplusplus
 }

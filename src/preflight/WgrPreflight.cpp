@@ -21,12 +21,12 @@ using namespace wgr;
 
 namespace {
 
-class Teller {
+class Reporter {
  public:
-  Teller(WgPreflightCb callback, void* user_data)
+  Reporter(WgPreflightCb callback, void* user_data)
       : callback_(callback), user_data_(user_data) {}
 
-  void tell(int weight, const std::string& text) {
+  void report(int weight, const std::string& text) {
     heaviest_ = std::max(heaviest_, weight);
     if (callback_ != nullptr) callback_(weight, text.c_str(), user_data_);
   }
@@ -64,7 +64,7 @@ class UntrappedArithmetic {
 
 }  // namespace
 
-static void check_models(Teller& teller) {
+static void check_models(Reporter& reporter) {
   for (int i = 0; i < kWearers * kModes; ++i) {
     const std::string path = std::string(c_GmodelPath[i]) + ".xml";
     const ModelCheck check = check_model_file(path);
@@ -72,11 +72,11 @@ static void check_models(Teller& teller) {
     for (const ModelFinding& finding : check.findings) {
       std::string place = path;
       if (finding.line != 0) place += ":" + std::to_string(finding.line);
-      teller.tell(fatal ? WG_PREFLIGHT_FATAL : WG_PREFLIGHT_FAULT,
-                  place + ": " + finding.text);
+      reporter.report(fatal ? WG_PREFLIGHT_FATAL : WG_PREFLIGHT_FAULT,
+                      place + ": " + finding.text);
     }
     if (fatal) {
-      teller.tell(
+      reporter.report(
           WG_PREFLIGHT_FATAL,
           path + ": create_gesture_handle() would end the process, with status 0");
     }
@@ -112,30 +112,32 @@ static std::string log_obstacle() {
 }
 
 // Whether users other than its owner and the host can change the log.
-static void check_access_to_log(Teller& teller) {
+static void check_access_to_log(Reporter& reporter) {
   const std::string log = kWgrLogPath;
   char target[PATH_MAX];
   const ssize_t length = readlink(kWgrLogPath, target, sizeof target);
   if (length >= 0) {
-    teller.tell(WG_PREFLIGHT_NOTE,
-                log + ": is a link: lines are written to " +
-                    std::string(target, static_cast<std::size_t>(length)));
+    reporter.report(WG_PREFLIGHT_NOTE,
+                    log + ": is a link: lines are written to " +
+                        std::string(target, static_cast<std::size_t>(length)));
   }
   const std::string directory = log_directory();
   struct stat about;
   if (stat(directory.c_str(), &about) == 0 && (about.st_mode & S_IWOTH) != 0) {
-    teller.tell(WG_PREFLIGHT_NOTE,
-                directory + ": every user can write here, and replace the log by a link");
+    reporter.report(
+        WG_PREFLIGHT_NOTE,
+        directory + ": every user can write here, and replace the log by a link");
   }
 }
 
-static void check_log(Teller& teller) {
+static void check_log(Reporter& reporter) {
   const std::string obstacle = log_obstacle();
   if (!obstacle.empty()) {
-    teller.tell(WG_PREFLIGHT_NOTE, std::string(kWgrLogPath) + ": cannot be written: " +
-                                       obstacle + "; the diagnostic log is dropped");
+    reporter.report(WG_PREFLIGHT_NOTE, std::string(kWgrLogPath) +
+                                           ": cannot be written: " + obstacle +
+                                           "; the diagnostic log is dropped");
   }
-  check_access_to_log(teller);
+  check_access_to_log(reporter);
 }
 
 // A thread may be set to make zeros of denormal numbers: of results, and of operands,
@@ -146,25 +148,25 @@ static bool keeps_denormals() {
   return half != 0.0;
 }
 
-static void check_arithmetic(Teller& teller, bool trapped) {
+static void check_arithmetic(Reporter& reporter, bool trapped) {
   if (trapped) {
-    teller.tell(WG_PREFLIGHT_FATAL,
-                "floating-point exceptions are trapped on this thread: a sample, or "
-                "creating a handle, can end the process by SIGFPE");
+    reporter.report(WG_PREFLIGHT_FATAL,
+                    "floating-point exceptions are trapped on this thread: a sample, or "
+                    "creating a handle, can end the process by SIGFPE");
   }
   if (std::fegetround() != FE_TONEAREST) {
-    teller.tell(
+    reporter.report(
         WG_PREFLIGHT_FAULT,
         "this thread does not round to nearest: all results differ in their bits");
   }
   if (!keeps_denormals()) {
-    teller.tell(WG_PREFLIGHT_FAULT,
-                "this thread takes denormal numbers for zeros: results that meet one "
-                "differ");
+    reporter.report(WG_PREFLIGHT_FAULT,
+                    "this thread takes denormal numbers for zeros: results that meet one "
+                    "differ");
   }
 }
 
-static void check_working_directory(Teller& teller) {
+static void check_working_directory(Reporter& reporter) {
   char path[kPathSize] = {};
   const char* const left =
       "; after create_gesture_handle() the process stays in /usr/share";
@@ -174,21 +176,21 @@ static void check_working_directory(Teller& teller) {
     if (error == ERANGE) {
       reason = "its path has more than " + std::to_string(kPathSize - 1) + " characters";
     }
-    teller.tell(WG_PREFLIGHT_FAULT,
-                "the working directory cannot be restored: " + reason + left);
+    reporter.report(WG_PREFLIGHT_FAULT,
+                    "the working directory cannot be restored: " + reason + left);
   } else if (faccessat(AT_FDCWD, path, X_OK, AT_EACCESS) != 0) {
-    teller.tell(WG_PREFLIGHT_FAULT, std::string(path) +
-                                        ": the working directory cannot be restored: " +
-                                        std::strerror(errno) + left);
+    reporter.report(WG_PREFLIGHT_FAULT,
+                    std::string(path) + ": the working directory cannot be restored: " +
+                        std::strerror(errno) + left);
   }
 }
 
-int preflight_gesture_library(WgPreflightCb tell, void* user_data) {
+int preflight_gesture_library(WgPreflightCb report, void* user_data) {
   const UntrappedArithmetic arithmetic;
-  Teller teller(tell, user_data);
-  check_models(teller);
-  check_log(teller);
-  check_working_directory(teller);
-  check_arithmetic(teller, arithmetic.trapped());
-  return teller.heaviest();
+  Reporter reporter(report, user_data);
+  check_models(reporter);
+  check_log(reporter);
+  check_working_directory(reporter);
+  check_arithmetic(reporter, arithmetic.trapped());
+  return reporter.heaviest();
 }

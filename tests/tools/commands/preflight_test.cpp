@@ -124,6 +124,60 @@ TEST_F(PreflightCommand, SettingsThatAModelWasNotBuiltForAreFaults) {
   EXPECT_THAT(evaluated.out, HasSubstr("\"sensitivity\": -20"));
 }
 
+// Each command that has a model and a rate, with installed models as with named ones.
+TEST_F(PreflightCommand, NoModelRunsAtAnotherRateThanItsOwnWithoutAWord) {
+  const TempDirectory directory;
+  const std::string set = directory.file("set");
+  ASSERT_EQ(run_wgr("synth --sample-rate 119 --persons 2 --gestures 2 --distractors 3 "
+                    "--training " +
+                    set)
+                .status,
+            0);
+  const std::string stream = directory.file("at50.csv");
+  ASSERT_EQ(run_wgr("synth --gestures 1 --distractors 3 -o " + stream + " --labels " +
+                    directory.file("labels.csv"))
+                .status,
+            0);
+  const std::string fast = " " + set + "/p001_free.csv";
+  const std::string with = " --models " + std::string(kInstalledModels);
+  // The shipped ones have no manifest.
+  const std::string unknown = "no manifest beside the model says for which sample rate";
+  for (const std::string& command : {"replay" + fast, "explain" + fast,
+                                     "doctor" + with + fast, "eval " + set + with}) {
+    const Outcome outcome = run_wgr(command);
+    EXPECT_THAT(outcome.err, HasSubstr(unknown)) << command << outcome.out;
+  }
+  EXPECT_THAT(run_wgr("preflight --sample-rate 119").out, HasSubstr(unknown));
+  EXPECT_EQ(run_wgr("preflight --sample-rate 119").status, 0);
+  EXPECT_THAT(run_wgr("replay " + stream).err, Not(HasSubstr(unknown)));
+
+  const std::string model = model_file(kInstalledModels, kDefaultWearer, kDefaultMode);
+  ASSERT_EQ(run_wgr("build " + set + " --static-window 17 -o " + model).status, 0);
+  const std::string said = "the model was built for 119 samples/s, not 50";
+  for (const std::string& command : {std::string("replay "), std::string("explain "),
+                                     "replay --log=" + directory.file("log") + " "}) {
+    const Outcome outcome = run_wgr(command + stream);
+    EXPECT_THAT(outcome.err, HasSubstr(said)) << command;
+    EXPECT_THAT(outcome.err, HasSubstr("built for: a rest window of 17")) << command;
+    EXPECT_THAT(
+        run_wgr(command + "--static-window 10 " + stream).err,
+        HasSubstr("a rest window of 17, not 10: its figures hold for these alone; "
+                  "leave the options out, or build a model with them"));
+  }
+  std::filesystem::create_directory(directory.file("slow"));
+  std::filesystem::copy(stream, directory.file("slow/at50.csv"));
+  std::filesystem::copy(directory.file("labels.csv"), directory.file("slow/labels.csv"));
+  EXPECT_THAT(run_wgr("eval " + directory.file("slow") + with).err, HasSubstr(said));
+  EXPECT_THAT(run_wgr("preflight --sample-rate 50").out, HasSubstr(said));
+  const Outcome doctor = run_wgr("doctor " + stream);
+  EXPECT_THAT(doctor.out,
+              HasSubstr("the stream has 50.0 samples/s, and the model was built "
+                        "from 119"));
+  EXPECT_THAT(doctor.out, HasSubstr(", -1, 17, 50)"));
+  EXPECT_THAT(run_wgr("doctor --static-window 10 " + stream).err,
+              HasSubstr("a rest window of 17, not 10"));
+}
+
 TEST_F(PreflightCommand, ArgumentsThatItDoesNotKnowAreRefused) {
   EXPECT_EQ(run_wgr("preflight now").status, 2);
 }

@@ -8,7 +8,6 @@
 
 #include "WgrPreflight.h"
 #include "arguments/model_arguments.h"
-#include "arguments/segmentation_arguments.h"
 #include "arguments/settings_check.h"
 #include "arguments/values.h"
 #include "base/foreign_text.h"
@@ -104,16 +103,16 @@ static std::vector<std::string> words_of(const PreflightArguments& given) {
 static int check_settings(const PreflightArguments& given, const std::string& model,
                           void (*say)(int, const char*, void*)) {
   const std::optional<Provenance> built_from = provenance_of(model);
-  if (!built_from) return WG_PREFLIGHT_CLEAN;
   int heaviest = WG_PREFLIGHT_CLEAN;
   const auto find = [&](int weight, const std::string& text) {
     heaviest = std::max(heaviest, weight);
     say(weight, (model + ": " + text).c_str(), nullptr);
   };
+  const std::string rate = rate_difference(built_from, given.rate);
+  if (!rate.empty()) find(built_from ? WG_PREFLIGHT_FAULT : WG_PREFLIGHT_NOTE, rate);
+  if (!built_from) return heaviest;
   const bool known = given.rate > 0 || !(given.host == HostSettings());
   const std::string settings = difference(*built_from, given.host);
-  const std::string rate = rate_difference(*built_from, given.rate);
-  if (!rate.empty()) find(WG_PREFLIGHT_FAULT, rate);
   if (settings.empty()) return heaviest;
   std::string calls = calls_of(host_settings_of(*built_from), built_from->rate, " ");
   std::replace(calls.begin(), calls.end(), '\n', ' ');
