@@ -26,6 +26,20 @@ static void add_waves(double begin, double end, double angle, double distance,
   }
 }
 
+// Each step jolts the arm up, and brakes it.
+static void add_steps(double begin, double end, double strides, const Posture& posture,
+                      Random random, WristMotion& motion) {
+  static constexpr double kLength = 0.12;     // s, of a jolt
+  static constexpr double kCurvature = 24.0;  // of a bump of height and length 1
+  const double per_jolt = kLength * kLength / kCurvature;
+  const double step = 0.5 / strides;  // s
+  for (double t = begin + random.uniform(0.0, step); t + kLength < end; t += step) {
+    const double height = per_jolt * posture.jolt * random.uniform(0.7, 1.3);
+    motion.add(kElbowZ, Shape::kBump, t, t + kLength, -height);
+    motion.add(kElbowX, Shape::kBump, t, t + kLength, posture.brake * height);
+  }
+}
+
 void add_walk(double begin, double end, const Person& person, Random& random,
               WristMotion& motion) {
   const double strides = random.uniform(0.80, 1.00);  // per second
@@ -43,6 +57,12 @@ void add_walk(double begin, double end, const Person& person, Random& random,
            motion);
   add_wave(kYaw, begin, end, 0.2 * swing, strides, phase + random.uniform(-0.8, 0.8),
            motion);
+  if (person.posture) {
+    const double more = person.posture->swing;
+    add_wave(kPitch, begin, end, more, strides, phase, motion);
+    add_wave(kElbowX, begin, end, kUpperArm * more, strides, phase, motion);
+    add_steps(begin, end, strides, *person.posture, random.fork(1), motion);
+  }
 }
 
 static Placement random_reach(const Person& person, Random& random) {

@@ -8,7 +8,8 @@
 
 namespace wgr {
 
-// The arm hangs and swings with the steps.
+// The arm hangs and swings with the steps; of someone with a posture it is jolted by
+// them.
 void add_walk(double begin, double end, const Person& person, Random& random,
               WristMotion& motion);
 

@@ -9,9 +9,12 @@ namespace wgr {
 
 // Where the wrist is during an activity: yaw, pitch, roll (rad), elbow x, y, z (m). The
 // elbow's displacement is from where it is when the arm is ready for a gesture.
-static constexpr Placement kHanging = {0.0, -1.30, 0.3, -0.15, 0.0, -0.05};
-static constexpr Placement kInLap = {0.4, -0.20, 0.1, 0.0, 0.0, -0.05};
-static constexpr Placement kAtDesk = {0.5, 0.05, 0.1, 0.10, 0.05, 0.0};
+static constexpr Posture kAlike = {{0.0, -1.30, 0.3, -0.15, 0.0, -0.05},
+                                   {0.4, -0.20, 0.1, 0.0, 0.0, -0.05},
+                                   {0.5, 0.05, 0.1, 0.10, 0.05, 0.0},
+                                   0.0,
+                                   0.0,
+                                   0.0};
 
 static constexpr double kQuietBefore = 0.35;  // s of the ready time the arm is quiet
 static constexpr double kMostTransit = 1.5;   // s from one place to the next
@@ -22,9 +25,10 @@ static Placement place_for(Activity what, const Person& person, Random& random) 
   double spread = person.wobble;
   if (!label_of(what)) {
     spread = 0.1;
-    if (what == Activity::kWalk) place = kHanging;
-    if (what == Activity::kRest || what == Activity::kFidget) place = kInLap;
-    if (what == Activity::kReach || what == Activity::kType) place = kAtDesk;
+    const Posture& held = person.posture ? *person.posture : kAlike;
+    if (what == Activity::kWalk) place = held.hanging;
+    if (what == Activity::kRest || what == Activity::kFidget) place = held.in_lap;
+    if (what == Activity::kReach || what == Activity::kType) place = held.at_desk;
   }
   for (const Channel angle : {kYaw, kPitch, kRoll}) {
     place[angle] += random.uniform(-spread, spread);
@@ -124,7 +128,8 @@ static Random random_of(int seed, int person, Style style) {
 Performance perform_for(int seed, int person_number, Style style, const Plan* script,
                         const PlanOptions& plan_options,
                         const PerformanceOptions& options) {
-  const Person person = make_person(person_number, style);
+  Person person = make_person(person_number, style);
+  if (options.postures) person.posture = make_posture(person_number, options.wearer);
   const Random random = random_of(seed, person_number, style);
   Random planning = random.fork(1);
   Plan plan = script != nullptr ? *script : random_plan(plan_options, person, planning);

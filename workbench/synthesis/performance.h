@@ -10,8 +10,9 @@
 namespace wgr {
 
 struct PerformanceOptions {
-  int wearer = 0;  // 0: left wrist, 1: right wrist
-  int rate = 50;   // samples per second
+  int wearer = 0;         // 0: left wrist, 1: right wrist
+  int rate = 50;          // samples per second
+  bool postures = false;  // people hold their arms as make_posture() says
   RecordingFaults faults = {};
 };
 

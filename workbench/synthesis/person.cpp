@@ -68,6 +68,28 @@ Person make_person(int number, Style style) {
   return person;
 }
 
+Posture make_posture(int number, int wearer) {
+  Random random =
+      Random(static_cast<uint64_t>(number)).fork(3).fork(static_cast<uint64_t>(wearer));
+  Posture posture = {};
+  // From the palm to the thigh, -pi / 2, to the palm halfway back; the elbow bent by 5 to
+  // 35 degrees.
+  posture.hanging = {random.uniform(-0.2, 0.2),
+                     random.uniform(-1.48, -0.96),
+                     random.uniform(-1.57, -0.50),
+                     -0.15,
+                     0.0,
+                     -0.05};
+  posture.in_lap = {0.4,  random.uniform(-0.40, 0.0), random.uniform(-1.2, 0.1), 0.0, 0.0,
+                    -0.05};
+  posture.at_desk = {
+      0.5, random.uniform(-0.10, 0.15), random.uniform(-0.8, 0.1), 0.10, 0.05, 0.0};
+  posture.swing = random.uniform(0.20, 0.50);
+  posture.jolt = random.uniform(2.5, 6.0);
+  posture.brake = random.uniform(0.0, 0.3);
+  return posture;
+}
+
 Reading sensed(const Reading& ideal, const Sensors& sensors, Random& random) {
   const Point3Df acc_noise = gaussian_point(random, sensors.acc_noise);
   const Point3Df gyro_noise = gaussian_point(random, sensors.gyro_noise);

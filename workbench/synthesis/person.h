@@ -4,6 +4,8 @@
 // in m, angles in rad, accelerations in m/s², rates in deg/s.
 #pragma once
 
+#include <optional>
+
 #include "WgrTypes.h"
 #include "synthesis/kinematics.h"
 #include "synthesis/random.h"
@@ -27,6 +29,17 @@ struct Sensors {
   double gyro_noise;  // standard deviation
 };
 
+// How someone holds the arm that wears the watch, and what of the steps gets there: what
+// the wrist detector reads.
+struct Posture {
+  Placement hanging;
+  Placement in_lap;
+  Placement at_desk;
+  double swing;  // of the walking arm, beyond that of someone without a posture, rad
+  double jolt;   // of a step, upwards, m/s²
+  double brake;  // of a step, backwards, a share of the jolt
+};
+
 struct Person {
   double pace;         // of gestures; 1 is average, more is faster
   double size;         // of gestures; 1 is average
@@ -37,9 +50,15 @@ struct Person {
   Placement ready;     // how the arm is held for a gesture
   Point3Df lever;      // from the elbow to the watch, in the watch's frame
   Sensors sensors;
+  // None: all hold their arms alike, turned as none do, and walk without jolts.
+  std::optional<Posture> posture = {};
 };
 
 Person make_person(int number, Style style);
+
+// The person's left (0) or right (1) arm, in numbers of the left one: the two differ, and
+// so do people. From random numbers of its own.
+Posture make_posture(int number, int wearer);
 
 // What the person's watch reads. Keeps the accelerometer's length at rest where the
 // library's rest test expects it, about 9.95 to 10.2 m/s².

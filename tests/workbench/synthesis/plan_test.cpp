@@ -3,12 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <set>
 
 #include "base/errors.h"
 #include "base/points.h"
 #include "explanation/expected.h"
+#include "hostrun/host_wrist.h"
+#include "hostrun/totals.h"
 #include "segmentation/annotations.h"
 #include "synthesis/performance.h"
 #include "tools/run_wgr.h"
@@ -277,4 +280,79 @@ TEST(SynthProgram, SaysWhatCannotBeDoneAndEndsWithStatus2) {
     EXPECT_EQ(outcome.status, 2) << c.arguments;
     EXPECT_THAT(outcome.err, HasSubstr(c.message)) << c.arguments;
   }
+}
+
+namespace {
+
+// What the wrist detector says of many people while they walk; the arm that is lowered
+// before and raised after is not asked about.
+struct WalkersAnswers {
+  std::array<size_t, 3> single = {};  // left, right, undecided
+  std::array<size_t, 3> people = {};  // by clear_wearer()
+};
+
+}  // namespace
+
+static WalkersAnswers answers_to_walkers(int wearer, bool postures) {
+  static constexpr int kPeople = 60;
+  const Plan plan = {{0.0, 2.0, Activity::kRest},
+                     {2.0, 28.0, Activity::kWalk},
+                     {28.0, 30.0, Activity::kRest}};
+  PerformanceOptions options;
+  options.wearer = wearer;
+  options.postures = postures;
+  WalkersAnswers all;
+  for (int person = 1; person <= kPeople; ++person) {
+    std::array<size_t, 3> own = {};
+    HostWrist wrist;
+    for (const RecordedSample& sample :
+         perform_for(1, person, Style::kFree, &plan, {}, options).samples) {
+      if (sample.t < 3.0 || sample.t > 27.0) continue;
+      ++own[static_cast<size_t>(wrist.ask(sample.acc))];
+    }
+    for (size_t i = 0; i < own.size(); ++i) all.single[i] += own[i];
+    ++all.people[static_cast<size_t>(clear_wearer(own))];
+  }
+  return all;
+}
+
+// As on real watches: few samples have an answer, most answers are right, not all, and a
+// clear majority is rare, but seldom wrong. A hand turned the other way, or
+// a rule with the signs exchanged, is wrong where this is right.
+TEST(SynthPosture, LetsTheWristDetectorReadTheWalkingArmOnBothWrists) {
+  for (const size_t wearer : {0u, 1u}) {
+    const WalkersAnswers walkers = answers_to_walkers(static_cast<int>(wearer), true);
+    const size_t decided = walkers.single[0] + walkers.single[1];
+    const size_t right = walkers.single[wearer];
+    EXPECT_GT(decided, walkers.single[2] / 10) << wearer;
+    EXPECT_LT(decided, walkers.single[2] / 2) << wearer;
+    EXPECT_GT(right, decided * 7 / 10) << wearer << ": " << right << " of " << decided;
+    EXPECT_LT(right, decided * 95 / 100) << wearer << ": " << right << " of " << decided;
+    EXPECT_GE(walkers.people[wearer], 5u) << wearer;
+    EXPECT_LE(walkers.people[1 - wearer], 2u) << wearer;
+    EXPECT_GT(walkers.people[2], 30u) << wearer << ": most say too little";
+  }
+}
+
+TEST(SynthPosture, WithoutOneWalkersSayNothingOfTheWrist) {
+  const WalkersAnswers walkers = answers_to_walkers(0, false);
+  EXPECT_EQ(walkers.single[0] + walkers.single[1], 0u);
+}
+
+// Of the same person, and the same again for the same arguments.
+TEST(SynthPosture, IsAnotherOnEachWristAndTheMovementsStay) {
+  const Posture left = make_posture(7, 0);
+  EXPECT_EQ(left.hanging, make_posture(7, 0).hanging);
+  EXPECT_NE(left.hanging, make_posture(7, 1).hanging);
+  EXPECT_NE(left.hanging, make_posture(8, 0).hanging);
+  // A gesture begins where it did: from the arm that waits for it.
+  const Plan plan = {{0.0, 3.0, Activity::kRest}, {3.0, 4.0, Activity::kRaise}};
+  PerformanceOptions options;
+  const auto plain = perform_for(1, 7, Style::kFree, &plan, {}, options).samples;
+  options.postures = true;
+  const auto held = perform_for(1, 7, Style::kFree, &plan, {}, options).samples;
+  ASSERT_EQ(held.size(), plain.size());
+  EXPECT_NE(held.front().acc.y, plain.front().acc.y) << "in the lap";
+  EXPECT_NEAR(held.back().acc.y, plain.back().acc.y, 1e-3);
+  EXPECT_NEAR(held.back().gyro.y, plain.back().gyro.y, 1e-2);
 }
