@@ -48,14 +48,17 @@ std::optional<double> Evaluation::recall(int label) const {
   return share(own == row->second.end() ? 0 : own->second, all);
 }
 
-std::optional<double> Evaluation::precision(int label) const {
+size_t Evaluation::reported_as(int label) const {
   const auto all = events.find(label);
+  return all == events.end() ? 0 : all->second;
+}
+
+std::optional<double> Evaluation::precision(int label) const {
+  const size_t all = reported_as(label);
   const auto row = confusion.find(label);
-  if (all == events.end() || all->second == 0 || row == confusion.end()) {
-    return std::nullopt;
-  }
+  if (all == 0 || row == confusion.end()) return std::nullopt;
   const auto own = row->second.find(std::to_string(label));
-  return share(own == row->second.end() ? 0 : own->second, all->second);
+  return share(own == row->second.end() ? 0 : own->second, all);
 }
 
 std::optional<double> Evaluation::latency(double quantile) const {

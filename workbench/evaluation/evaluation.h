@@ -84,6 +84,7 @@ struct Evaluation {
   std::optional<double> recall(int label) const;
   std::optional<double> precision(int label) const;
   std::optional<double> latency(double quantile) const;
+  size_t reported_as(int label) const;  // anywhere
 };
 
 // Throws UsageError for recordings that cannot be divided as asked.

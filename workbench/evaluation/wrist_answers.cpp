@@ -3,13 +3,11 @@
 #include <map>
 
 #include "base/text.h"
-#include "engine/WHD.h"
 #include "evaluation/confidence.h"
+#include "hostrun/host_wrist.h"
+#include "hostrun/totals.h"
 
 namespace wgr {
-
-static constexpr int kWindow = 50;  // samples, as hosts pass it
-static constexpr int kLeft = 0;     // the detector's answer
 
 std::vector<WristAnswers> wrist_answers(const SegmentedSet& set) {
   std::vector<WristAnswers> all;
@@ -18,13 +16,11 @@ std::vector<WristAnswers> wrist_answers(const SegmentedSet& set) {
     WristAnswers answers;
     answers.subject = recording.entry.subject;
     answers.left = recording.entry.wrist == kLeftWrist;
-    WHD detector(set.provenance.rate, kWindow, nullptr);
-    for (const RecordedSample& sample : recording.samples) {
-      const int answer = detector.update(sample.acc);
-      ++answers.samples;
-      if (answer == kUndecided) continue;
-      ++((answer == kLeft) == answers.left ? answers.right : answers.wrong);
-    }
+    HostWrist detector;
+    for (const RecordedSample& sample : recording.samples) detector.ask(sample.acc);
+    answers.samples = recording.samples.size();
+    answers.right = detector.answers()[answers.left ? WG_WEARER_LEFT : WG_WEARER_RIGHT];
+    answers.wrong = detector.answers()[answers.left ? WG_WEARER_RIGHT : WG_WEARER_LEFT];
     all.push_back(answers);
   }
   return all;
@@ -62,6 +58,9 @@ WristSummary summary_of(const std::vector<WristAnswers>& answers) {
     summary.wrong += a.wrong;
     summary.majority_right += a.right > a.wrong ? 1 : 0;
     summary.majority_wrong += a.right < a.wrong ? 1 : 0;
+    const int clear = clear_wearer({a.right, a.wrong, 0});
+    summary.clear_right += clear == 0 ? 1 : 0;
+    summary.clear_wrong += clear == 1 ? 1 : 0;
   }
   add_subjects(answers, summary);
   return summary;

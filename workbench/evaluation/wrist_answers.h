@@ -32,6 +32,8 @@ struct WristSummary {
   size_t wrong = 0;
   size_t majority_right = 0;
   size_t majority_wrong = 0;  // the rest have as many for either wrist, or none
+  size_t clear_right = 0;     // as clear_wearer() names a wrist
+  size_t clear_wrong = 0;     // the rest are undecided
   // By the share of right answers, where two subjects or more had any.
   size_t subjects = 0;
   double mean = 0.0;

@@ -12,12 +12,11 @@
 #include "base/text.h"
 #include "context/WgrContext.h"
 #include "hostrun/fixed_paths.h"
+#include "hostrun/host_wrist.h"
 #include "output/temporary_file.h"
 
 namespace wgr {
 
-// One second at the rate that the wrist detector's built-in parameters are made for.
-static constexpr int kHandWindow = 50;
 static constexpr int kLibraryChooses = -1;
 
 static bool creating = false;

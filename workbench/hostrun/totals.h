@@ -10,8 +10,9 @@
 
 namespace wgr {
 
-// The wrist that the detector named more than twice as often as the other, of its answers
-// left, right and undecided: 0 or 1; 2 when it named neither so clearly.
+// The wrist that the detector named more than twice as often as the other, in a hundred
+// answers or more, of its answers left, right and undecided: 0 or 1; 2 when it named
+// neither so clearly.
 int clear_wearer(const std::array<size_t, 3>& answers);
 
 // Counted sample by sample.

@@ -5,9 +5,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "base/errors.h"
 #include "base/text.h"
 #include "evaluation/confidence.h"
+#include "hostrun/host_run.h"
 #include "support/files.h"
 #include "support/motions.h"
 #include "text/recording_advice.h"
@@ -25,11 +28,11 @@ static constexpr int kRate = 50;  // samples per second
 // A set of recordings in a folder of its own.
 class EvaluatedSet : public ::testing::Test {
  protected:
-  void record(const std::string& name, const Stream& stream) {
+  void record(const std::string& name, const Stream& stream, double rate = kRate) {
     std::string text = "t,ax,ay,az,gx,gy,gz\n";
     for (size_t i = 0; i < stream.size(); ++i) {
       const Pair& p = stream[i];
-      text += fmt::format("{:.2f},{},{},{},{},{},{}\n", static_cast<double>(i) / kRate,
+      text += fmt::format("{:.2f},{},{},{},{},{},{}\n", static_cast<double>(i) / rate,
                           p.acc.x, p.acc.y, p.acc.z, p.gyro.x, p.gyro.y, p.gyro.z);
     }
     write_file(folder_.file(name), text);
@@ -367,10 +370,42 @@ TEST_F(EvaluatedSet, TheWristDetectorIsJudgedWhereTheIndexNamesTheWrist) {
   const WristSummary summary = summary_of(result.wrists);
   EXPECT_EQ(summary.majority_right, 2u);
   EXPECT_EQ(summary.majority_wrong, 1u);
+  EXPECT_EQ(summary.clear_right, 0u) << "for want of answers";
+  const WristSummary clear = summary_of({{"ann", true, 900, 81, 40},
+                                         {"ann", true, 900, 80, 40},
+                                         {"bob", false, 900, 40, 81},
+                                         {"bob", false, 900, 99, 0}});
+  EXPECT_EQ(clear.clear_right, 1u);
+  EXPECT_EQ(clear.clear_wrong, 1u);
   EXPECT_EQ(summary.subjects, 2u);
   EXPECT_DOUBLE_EQ(summary.mean, 0.75);
   EXPECT_DOUBLE_EQ(summary.worst, 0.5);
   EXPECT_EQ(summary.worst_of, "bob");
+}
+
+// A handle's detector looks at changes within ten samples at every rate: the slow wave
+// behind the pushes changes by 10.5 m/s² summed in these, too little, and by four times
+// as much in twenty.
+TEST_F(EvaluatedSet, TheWristDetectorAnswersAsInAHost) {
+  Stream stream = pushes(3.0);
+  for (int i = 0; i < 120; ++i) {
+    const double wave = std::sin(i * 6.283185307179586 / 60.0);
+    stream.push_back({{3.0 * wave, 4.0 * wave, 9.8}, {0.0, 0.0, 0.0}});
+  }
+  record("l.csv", stream, 100.0);
+  write("index.csv", "file,label,subject,rate_hz,wrist\nl.csv,-1,ann,100,left\n");
+  const Evaluation result = evaluated_by(-1e6);
+  HostRunOptions options;
+  options.rate = 100;
+  options.model = std::make_shared<const Gmodel>();
+  HostRun host(options);
+  size_t right = 0;
+  for (const auto& [acc, gyro] : stream) {
+    right += host.ask_wearer({0.0, acc, gyro}) == WG_WEARER_LEFT;
+  }
+  EXPECT_GT(right, 20u);
+  ASSERT_THAT(result.wrists, SizeIs(1));
+  EXPECT_EQ(result.wrists[0].right, right);
 }
 
 TEST_F(EvaluatedSet, AWristIsLeftOrRight) {
@@ -396,6 +431,31 @@ TEST_F(EvaluatedSet, AdviceNamesWhatTheRecordingsLack) {
   EXPECT_THAT(advice[3], HasSubstr("2 of 4 repetitions are lost as the wrist does not"));
   EXPECT_THAT(advice[4], HasSubstr("only 3.0 h without a false positive"));
   EXPECT_THAT(advice_on(set, 1e5), SizeIs(4)) << "there is background enough";
+}
+
+// Of a training file there are the examples and what its description counts.
+TEST(Advice, NamesWhatATrainingFileLacks) {
+  Gdata data;
+  data.samples.assign(9, {3, {}});
+  data.samples.push_back({2, {}});
+  data.samples.push_back({-1, {}});
+  Provenance described;
+  described.classes = {{"raise", 2}, {"swing", 3}, {"push", 4}};
+  described.subjects = {"a", "a", "a", "a", "b", "b", "b", "b", "b", "a", ""};
+  described.verdicts = {{"kept", 11},
+                        {"overlaps two annotations", 1},
+                        {"partly in one annotation", 1},
+                        {"too short", 9}};
+  const std::vector<std::string> advice = advice_on(data, described, 2.5, 1.0);
+  ASSERT_THAT(advice, SizeIs(5));
+  EXPECT_THAT(advice[0], HasSubstr("2 people recorded the gestures: 3 more"));
+  EXPECT_EQ(advice[1], "class 2 raise: 1 repetition kept; record 7 more");
+  EXPECT_EQ(advice[2], "class 4 push: 0 repetitions kept; record 8 more");
+  EXPECT_THAT(advice[3], HasSubstr("2 motions beside 10 examples are lost as the wrist"));
+  EXPECT_THAT(advice[4], HasSubstr("2.50 h of background: only 3.0 h"));
+  EXPECT_THAT(advice_on(data, described, 3.5, 1.0), SizeIs(4));
+  EXPECT_THAT(advice_on(data, Provenance(), 3.5, 1.0)[0],
+              HasSubstr("whose the recordings are is not known"));
 }
 
 TEST(Advice, NamesClassesThatAreAlike) {

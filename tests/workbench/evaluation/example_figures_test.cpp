@@ -25,6 +25,48 @@ TEST(Confidence, BoundsSharesAsTablesDo) {
   EXPECT_GT(least_share(5700, 6000), 0.945) << "terms of large numbers are not lost";
 }
 
+// From tables of the Poisson distribution; of many events the normal one is near.
+TEST(Confidence, BoundsRatesAsTablesDo) {
+  const Estimate none = rate_estimate(0, 2.0);
+  EXPECT_EQ(none.low, 0.0);
+  EXPECT_NEAR(none.high, 3.6889 / 2.0, 1e-4);
+  const Estimate ten = rate_estimate(10, 1.0);
+  EXPECT_NEAR(ten.low, 4.7954, 1e-4);
+  EXPECT_NEAR(ten.high, 18.3904, 1e-4);
+  EXPECT_NEAR(most_expected(2000), 2000 + 1.645 * std::sqrt(2000), 5.0);
+}
+
+// Two of ten heads or fewer come with 5.5 %, one or none with 1.1 %: the second value
+// from either end. None of five comes with 3.1 %, so that five are too few.
+TEST(Confidence, BoundsAMedianByTheRanksOfItsSample) {
+  const auto ten = median_estimate({1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
+  ASSERT_TRUE(ten);
+  EXPECT_EQ(ten->value, 6);
+  EXPECT_EQ(ten->low, 2);
+  EXPECT_EQ(ten->high, 9);
+  const auto six = median_estimate({1, 2, 3, 4, 5, 6});
+  ASSERT_TRUE(six);
+  EXPECT_EQ(six->low, 1);
+  EXPECT_EQ(six->high, 6);
+  EXPECT_FALSE(median_estimate({1, 2, 3, 4, 5}));
+  EXPECT_FALSE(median_estimate({}));
+}
+
+// The examples of Newcombe (1998), table II: 56 of 70 and 48 of 80, 9 of 10 and 3 of 10.
+TEST(Confidence, BoundsADifferenceOfSharesAsItsAuthorDid) {
+  const Estimate first =
+      difference_estimate(share_estimate(48, 80), share_estimate(56, 70));
+  EXPECT_NEAR(first.value, 0.2, 1e-12);
+  EXPECT_NEAR(first.low, 0.0524, 5e-5);
+  EXPECT_NEAR(first.high, 0.3339, 5e-5);
+  const Estimate second =
+      difference_estimate(share_estimate(3, 10), share_estimate(9, 10));
+  EXPECT_NEAR(second.low, 0.1705, 5e-5);
+  EXPECT_NEAR(second.high, 0.8090, 5e-5);
+  const Estimate back = difference_estimate(share_estimate(9, 10), share_estimate(3, 10));
+  EXPECT_DOUBLE_EQ(back.low, -second.high);
+}
+
 // Places on a plane are found again, whatever way they are turned: by their distances.
 // The last one is no landmark; the one before it cannot be compared.
 TEST(ExampleMap, KeepsTheDistancesOfAPlane) {
