@@ -56,11 +56,13 @@ std::vector<double> Examination::quiet_lengths(const std::vector<Window>& window
   return lengths;
 }
 
-// Whether the gyroscope's axes show gravity; then the sensors are put right.
+// Whether the gyroscope's axes show gravity; then the sensors are put right. They show it
+// at rest and on the whole: what a gyroscope shows on the whole is much more than at
+// rest.
 bool Examination::repair_swapped_sensors() {
   const std::vector<double> lengths = quiet_lengths(gyro_windows_);
-  const double spread = percentile(lengths, 0.9) - percentile(lengths, 0.1);
-  if (unit_of(lengths) == nullptr || !(spread < 0.1 * median(lengths))) return false;
+  if (unit_of(lengths) == nullptr) return false;
+  if (unit_of(lengths_of(gyro_windows_)) != unit_of(lengths)) return false;
   find(FindingId::kSwappedSensors, Sureness::kLikely, median(lengths));
   propose({RepairKind::kSwapSensors});
   acc_.swap(gyro_);
@@ -139,8 +141,11 @@ void Examination::examine_rest() {
   if (facts.seconds < kLeastSeconds) {
     find(FindingId::kShort, Sureness::kCertain, facts.seconds);
   } else if (facts.rest_share < kLeastRest || facts.longest_motion > kMostMotion) {
-    find(FindingId::kNoRest, Sureness::kCertain, facts.rest_share).other =
-        facts.longest_motion;
+    // For so long a wrist that walks moves, too, and nothing is wrong with the stream.
+    const bool long_enough = facts.seconds > kMostMotion;
+    find(FindingId::kNoRest, long_enough ? Sureness::kCertain : Sureness::kPossible,
+         facts.rest_share)
+        .other = facts.longest_motion;
   }
 }
 

@@ -39,6 +39,14 @@ std::vector<Window> windows_of(const Samples& samples, size_t length) {
   return windows;
 }
 
+std::vector<double> lengths_of(const std::vector<Window>& windows) {
+  std::vector<double> lengths;
+  for (const Window& window : windows) {
+    lengths.push_back(std::sqrt(squared_length(window.mean)));
+  }
+  return lengths;
+}
+
 static std::vector<double> spreads(const std::vector<Window>& windows) {
   std::vector<double> values;
   for (const Window& window : windows) values.push_back(window.spread);

@@ -27,6 +27,9 @@ struct Window {
 // Windows of `length` samples, end to end.
 std::vector<Window> windows_of(const Samples& samples, size_t length);
 
+// How long the mean vector of each is.
+std::vector<double> lengths_of(const std::vector<Window>& windows);
+
 // The windows, by number, in which both sensors are at their quietest: a fifth of them
 // all, and three at least while there are as many.
 std::vector<size_t> quiet_windows(const std::vector<Window>& acc,

@@ -88,14 +88,6 @@ void Examination::report_axes(const Agreement& agreement) {
                  : Repair{RepairKind::kGyroAxes, 1.0, agreement.gyro});
 }
 
-static std::vector<double> lengths_of(const std::vector<Window>& windows) {
-  std::vector<double> lengths;
-  for (const Window& window : windows) {
-    lengths.push_back(std::sqrt(squared_length(window.mean)));
-  }
-  return lengths;
-}
-
 // A first idea of the bias; in a stream that never rests there is none.
 Point3Df Examination::first_bias() const {
   const double everywhere = percentile(lengths_of(gyro_windows_), 0.95);
@@ -110,15 +102,22 @@ Point3Df Examination::first_bias() const {
   return bias;
 }
 
-// Without turns of gravity: what a wrist does is tens to hundreds of deg/s, and a few
-// rad/s.
+// Without turns of gravity: a wrist that is pushed about turns with hundreds of deg/s,
+// which are a few rad/s. A gyroscope that shows hardly any change is no evidence.
 void Examination::guess_gyro_unit() {
-  const double fastest = percentile(lengths_of(gyro_windows_), 0.99);
+  static constexpr double kMostOfRadians = 12.0;  // 690 deg/s
+  static constexpr double kLeastOfRadians = 0.3;
+  static constexpr double kPushed = 4.0;  // (m/s²)²
+  const std::vector<double> lengths = lengths_of(gyro_windows_);
+  const double fastest = percentile(lengths, 0.99);
   std::vector<double> pushes;
   for (const Window& window : acc_windows_) pushes.push_back(window.spread);
-  if (percentile(pushes, 0.95) > 4.0 && fastest < 12.0 && fastest > 0.3) {
-    find(FindingId::kGyroUnit, Sureness::kPossible, fastest);
+  if (percentile(pushes, 0.95) > kPushed && fastest < kMostOfRadians &&
+      fastest - percentile(lengths, 0.01) > kLeastOfRadians) {
+    find(FindingId::kGyroUnit, Sureness::kLikely, fastest);
     propose({RepairKind::kGyroUnit, kDegreesPerRadian});
+    scale(gyro_, kDegreesPerRadian);
+    look_again();
   }
 }
 

@@ -8,7 +8,9 @@
 
 namespace wgr {
 
-static constexpr double kMostBias = 1.5;       // deg/s
+static constexpr double kMostBias = 1.5;                // deg/s
+static constexpr double kMostDisagreement = 1.0;        // deg/s, of an axis
+static constexpr double kMostDisagreementShare = 0.15;  // of the bias
 static constexpr double kMostAccNoise = 0.15;  // m/s², an axis; rest ends at 0.27
 static constexpr double kMostGyroNoise = 2.5;  // deg/s, an axis; rest ends at 6
 static constexpr double kMostHeld = 0.1;       // of the samples
@@ -137,6 +139,7 @@ void Examination::examine_clipping() {
 
 void Examination::examine_bias() {
   Point3Df bias = {0.0, 0.0, 0.0};
+  double disagreement = 0.0;
   for (const auto& [axis, name] : kAxes) {
     std::vector<double> means;
     for (const size_t i : quiet_) {
@@ -144,14 +147,17 @@ void Examination::examine_bias() {
         means.push_back(gyro_windows_[i].mean.*axis);
       }
     }
-    // Moments of rest agree; of a hand that turns slowly they do not.
-    const double spread = percentile(means, 0.75) - percentile(means, 0.25);
-    if (means.size() < 3 || spread > 1.0) return;
+    if (means.size() < 3) return;
+    disagreement =
+        std::max(disagreement, percentile(means, 0.75) - percentile(means, 0.25));
     bias.*axis = median(means);
   }
-  result_.facts.bias = bias;
   const Point3Df left = bias - options_.gyro_bias;
-  if (!(squared_length(left) > kMostBias * kMostBias)) return;
+  const double size = std::sqrt(squared_length(left));
+  // Moments of rest agree; of a hand that turns slowly they do not.
+  if (disagreement > std::max(kMostDisagreement, kMostDisagreementShare * size)) return;
+  result_.facts.bias = bias;
+  if (!(size > kMostBias)) return;
   Finding& finding = find(FindingId::kBias, Sureness::kCertain);
   finding.bias = bias;
   finding.left = left;

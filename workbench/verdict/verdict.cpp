@@ -16,19 +16,25 @@ static constexpr FindingId kBreaking[] = {
     FindingId::kNoGravity,      FindingId::kStuck,   FindingId::kAbsent,
     FindingId::kAxes,           FindingId::kRate,    FindingId::kTurnScale};
 
-// Findings that cost some gestures, or none.
+// Findings that cost some gestures, or none. What keeps the wrist from being seen at rest
+// comes before that it never rests.
 static constexpr FindingId kLesser[] = {
-    FindingId::kNoRest,    FindingId::kZeroRate,    FindingId::kGap,
-    FindingId::kOrder,     FindingId::kRepeated,    FindingId::kAccSpike,
-    FindingId::kGyroSpike, FindingId::kAccClipping, FindingId::kGyroClipping,
-    FindingId::kHeld,      FindingId::kJitter,      FindingId::kAccNoise,
-    FindingId::kGyroNoise, FindingId::kBias};
+    FindingId::kZeroRate, FindingId::kGap,         FindingId::kOrder,
+    FindingId::kRepeated, FindingId::kAccSpike,    FindingId::kGyroSpike,
+    FindingId::kAccNoise, FindingId::kGyroNoise,   FindingId::kBias,
+    FindingId::kNoRest,   FindingId::kAccClipping, FindingId::kGyroClipping,
+    FindingId::kHeld,     FindingId::kJitter};
 
 // A gain by chance is smaller: gestures, and a share of the missed ones.
 static constexpr long kLeastGain = 2;
 static constexpr size_t kMissedPerGain = 2;
 static constexpr size_t kExpectedPerMissed = 4;  // much is missed from here on
 static constexpr size_t kFewestUnexpected = 2;
+
+// What occurs more rarely cannot have cost many gestures: seconds, and of a gap its part
+// of the recording.
+static constexpr double kSecondsPerOccurrence = 60.0;
+static constexpr double kPartOfGap = 10.0;
 
 size_t Verdict::unexpected_count() const {
   size_t count = 0;
@@ -347,6 +353,15 @@ static bool is_measured(const Cause& cause) {
   return cause != Ending::kBelowThreshold && cause != Circumstance::kOtherClass;
 }
 
+// Whether what is found now and then is found often enough to cost gestures.
+static bool is_frequent(const Finding& finding, double seconds) {
+  const Occurrences& seen = finding.occurrences;
+  if (seen.count == 0) return true;  // it lasts
+  const bool long_gap =
+      finding.id == FindingId::kGap && seen.most * kPartOfGap >= seconds;
+  return long_gap || static_cast<double>(seen.count) * kSecondsPerOccurrence >= seconds;
+}
+
 std::optional<Principal> Search::lesser_faults() const {
   const size_t missed = v_.missed_count();
   const bool much = missed > 0 && missed * kExpectedPerMissed >= v_.expected;
@@ -354,8 +369,13 @@ std::optional<Principal> Search::lesser_faults() const {
   Cause cause = Ending::kRecognised;
   if (!much && usual_example(cause) && is_measured(cause)) return std::nullopt;
   for (const FindingId id : kLesser) {
-    const auto finding = finding_of(id, much ? Sureness::kLikely : Sureness::kCertain);
+    // That gestures are missed makes it likely that they never ended.
+    const Sureness suspected =
+        id == FindingId::kNoRest ? Sureness::kPossible : Sureness::kLikely;
+    const auto finding = finding_of(id, much ? suspected : Sureness::kCertain);
     if (!finding) continue;
+    const double seconds = v_.diagnosis.facts.seconds;
+    if (!is_frequent(v_.diagnosis.findings[*finding], seconds)) continue;
     const Sureness sure = missed > 0 ? Sureness::kLikely : Sureness::kCertain;
     return Principal{Blame::kStream, sure, finding, trial_of(*finding)};
   }

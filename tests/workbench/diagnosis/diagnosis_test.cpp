@@ -255,6 +255,74 @@ TEST(Doctor, FindsEveryPlantedFaultAndNothingElse) {
   }
 }
 
+// A wrist that walks does not rest for a while.
+TEST(Doctor, IsSureThatAWristNeverRestsAfterAMinute) {
+  const Recorded sound = repetition(1);
+  const auto sureness = [&](double seconds) {
+    Recorded samples;
+    for (RecordedSample sample : sound) {
+      if (sample.t > seconds) break;
+      sample.acc.x += 3.0 * std::sin(20.0 * sample.t);
+      sample.gyro.x += 40.0 * std::sin(20.0 * sample.t);
+      samples.push_back(sample);
+    }
+    const Diagnosis diagnosis = diagnose(samples, {});
+    EXPECT_EQ(ids(diagnosis), "no-rest") << seconds;
+    return diagnosis.findings.empty() ? "none"
+                                      : sureness_name(diagnosis.findings.front().sure);
+  };
+  EXPECT_STREQ(sureness(30.0), "possible");
+  EXPECT_STREQ(sureness(61.0), "certain");
+}
+
+// A hand that turns slowly, now faster and now slower, has no bias; one that turns by
+// nearly the same whenever it is quiet has.
+TEST(Doctor, SeesABiasWhereQuietMomentsAgree) {
+  const auto found = [](double change) {
+    Recorded samples;
+    for (int i = 0; i < 1000; ++i) {
+      const double t = 0.02 * i;
+      const double noise = 0.05 * std::sin(31.0 * t);
+      samples.push_back(
+          {t, {0.0, noise, 9.95}, {10.0 + change * std::sin(0.5 * t), noise, 0.0}});
+    }
+    return ids(diagnose(samples, {}));
+  };
+  EXPECT_THAT(found(6.0), Not(HasSubstr("bias")));
+  EXPECT_THAT(found(0.5), HasSubstr("bias"));
+}
+
+// A bias as long as gravity is no gravity where the gyroscope shows more on the whole.
+TEST(Doctor, TakesNoBiasForTheGravityOfSwappedSensors) {
+  Recorded samples;
+  for (int i = 0; i < 1000; ++i) {
+    const double t = 0.02 * i;
+    const double noise = 0.05 * std::sin(31.0 * t);
+    const double turning = i % 100 < 35 ? 0.0 : 200.0 * std::sin(3.0 * t);
+    samples.push_back({t, {noise, 0.01 * turning, 0.1}, {turning, noise, 9.8}});
+  }
+  EXPECT_THAT(ids(diagnose(samples, {})), Not(HasSubstr("swapped-sensors")));
+}
+
+// Without turns of gravity the size of what the gyroscope shows decides, unless it shows
+// the same all the time.
+TEST(Doctor, SuspectsRadiansOnlyOfAGyroscopeThatMoves) {
+  const auto found = [](double turning) {
+    Recorded samples;
+    for (int i = 0; i < 500; ++i) {
+      const double t = 0.02 * i;
+      const double swing = i > 50 ? std::sin(6.0 * t) : 0.0;
+      samples.push_back({t,
+                         {0.0, 4.0 * std::sin(18.0 * t) * swing, 9.95},
+                         {0.2, turning * swing, 1.0 + 0.01 * std::sin(31.0 * t)}});
+    }
+    return ids(diagnose(samples, {}));
+  };
+  EXPECT_THAT(found(3.0), HasSubstr("gyro-unit"));
+  EXPECT_THAT(found(150.0), Not(HasSubstr("gyro-unit")));
+  EXPECT_THAT(found(0.01), Not(HasSubstr("gyro-unit")));
+}
+
 // Two hours and a half: the last one shows what it shows alone.
 TEST(Doctor, FindsWhatIsWrongInTheLastHourAlone) {
   if (slow_here()) GTEST_SKIP() << "slow here: two hours and a half";

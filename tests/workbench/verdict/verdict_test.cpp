@@ -28,8 +28,8 @@ struct Scene {
   std::vector<RecordedSample> samples;
   std::vector<Expected> expected;
   HostRunOptions host;
-  std::optional<int> told_rate;  // that the host passes
-  bool own_model = false;        // none of the six
+  std::optional<int> passed_rate;  // that the host passes
+  bool own_model = false;          // none of the six
 };
 
 struct Planted {
@@ -83,13 +83,13 @@ static Verdict verdict_of(const Scene& scene, size_t most_samples = SIZE_MAX) {
   const std::string path = directory.file("recording.csv");
   write_recording(path, scene.samples);
   HostRunOptions host = scene.host;
-  if (scene.told_rate) host.rate = *scene.told_rate;
+  if (scene.passed_rate) host.rate = *scene.passed_rate;
   if (!host.model) {
     host.model =
         shipped_models()[static_cast<size_t>(kModes * host.wearer + host.mode)].model;
   }
   ExaminerOptions options;
-  options.diagnosis.rate = scene.told_rate;
+  options.diagnosis.rate = scene.passed_rate;
   options.diagnosis.gyro_bias = host.gyro_bias;
   options.try_changes = true;
   options.most_samples = most_samples;
@@ -112,7 +112,7 @@ static std::string named(const Verdict& verdict) {
   return verdict.principal ? name_of(*verdict.principal, verdict) : "nothing";
 }
 
-static std::string told(const Verdict& v) {
+static std::string described(const Verdict& v) {
   std::string text = named(v) + ", came " + std::to_string(v.came) + " of " +
                      std::to_string(v.expected) + ", unexpected " +
                      std::to_string(v.unexpected_count());
@@ -272,7 +272,7 @@ static const std::vector<Planted>& faults() {
                     kept.end());
        },
        "late-start", Change::kNone},
-      {"another rate than is passed", [](Scene& s) { s.told_rate = 100; }, "rate",
+      {"another rate than is passed", [](Scene& s) { s.passed_rate = 100; }, "rate",
        Change::kRepair},
       {"a range that is too small", each([](S& s) { s.gyro = limited(s.gyro, 125.0); }),
        "gyro-clipping", Change::kNone},
@@ -343,9 +343,9 @@ TEST_F(Verdicts, NameEveryPlantedFaultAndPutItsRemedyFirst) {
     Scene scene = base;
     fault.plant(scene);
     const Verdict verdict = verdict_of(scene);
-    EXPECT_EQ(named(verdict), fault.verdict) << told(verdict);
+    EXPECT_EQ(named(verdict), fault.verdict) << described(verdict);
     if (fault.remedy == Change::kNone) continue;
-    EXPECT_TRUE(is_remedy_first(verdict, fault.remedy)) << told(verdict);
+    EXPECT_TRUE(is_remedy_first(verdict, fault.remedy)) << described(verdict);
   }
 }
 
@@ -358,9 +358,9 @@ TEST_F(Verdicts, NameNoFaultOfSoundRecordings) {
     scene.host.wearer = person % 2;
     const Verdict verdict = verdict_of(scene);
     EXPECT_TRUE(!verdict.principal || !verdict.principal->is_fault())
-        << person << ": " << told(verdict);
+        << person << ": " << described(verdict);
     EXPECT_EQ(verdict.principal.has_value(), verdict.missed_count() > 0)
-        << person << ": " << told(verdict);
+        << person << ": " << described(verdict);
     without_cause += verdict.principal ? 0 : 1;
   }
   EXPECT_GE(without_cause, 3 * people / 4);
@@ -401,40 +401,79 @@ static bool is_right(const Verdict& verdict, const Planted& fault) {
          (fault.remedy == Change::kNone || is_remedy_first(verdict, fault.remedy));
 }
 
-// Nothing, or that an arm that swings never rests, which is true.
-static bool says_little(const Verdict& verdict) {
-  return !verdict.principal || named(verdict) == "no-rest";
-}
-
-// 16 of 26 were measured. In 15 s of walking the wrist hardly turns from one rest to
-// another, and hardly rests: that axes are mixed up, or a bias, cannot be seen there, and
-// that the gyroscope delivers rad/s is no more than a suspicion. No other fault than the
-// planted one is ever named.
+// 20 of 26 were measured. In 11 s of walking gravity hardly turns from one steady moment
+// to another, so that axes that are mixed up cannot be seen, and a bias only where the
+// arm rests for some moments. No other fault than the planted one is ever named.
 TEST_F(Verdicts, NameFaultsOfTheStreamInRecordingsOfPeople) {
   const std::vector<Scene> people = recorded_people();
   if (people.empty()) GTEST_SKIP() << "../shared/data/geotec_watch is not at hand";
   if (!enough_cases()) GTEST_SKIP() << "takes too long where every step is slow";
-  std::vector<Scene> sound;
   for (const Scene& scene : people) {
     const Verdict verdict = verdict_of(scene, 0);
-    EXPECT_TRUE(says_little(verdict)) << told(verdict);
-    if (!verdict.principal) sound.push_back(scene);
+    EXPECT_FALSE(verdict.principal) << described(verdict);
   }
-  ASSERT_GE(sound.size(), 20u);
+  ASSERT_GE(people.size(), 20u);
   size_t tried = 0;
   size_t right = 0;
   for (const Planted* const fault : faults_of_stream()) {
     for (const size_t offset : {0, 1}) {
-      Scene scene = sound[(2 * tried++ + offset) % sound.size()];
+      Scene scene = people[(5 * (2 * tried++ + offset)) % people.size()];
       fault->plant(scene);
       const Verdict verdict = verdict_of(scene);
       right += is_right(verdict, *fault) ? 1 : 0;
-      EXPECT_TRUE(is_right(verdict, *fault) || says_little(verdict))
-          << fault->name << ": " << told(verdict);
+      EXPECT_TRUE(is_right(verdict, *fault) || !verdict.principal)
+          << fault->name << ": " << described(verdict);
     }
   }
   EXPECT_EQ(tried, 26u);
-  EXPECT_GE(right, 16u);
+  EXPECT_GE(right, 20u);
+}
+
+// Gestures in everyday movement that never pauses are missed, and that is why; samples
+// that are missing besides come first, as somebody can mend them.
+TEST_F(Verdicts, BlameMissingRestAfterWhatMayKeepTheWristFromIt) {
+  const auto shake = each([](RecordedSample& s) {
+    s.acc.x += 3.0 * std::sin(20.0 * s.t);
+    s.gyro.x += 40.0 * std::sin(20.0 * s.t);
+  });
+  Scene scene = sound(501);
+  shake(scene);
+  EXPECT_EQ(named(verdict_of(scene, 0)), "no-rest") << described(verdict_of(scene, 0));
+  const auto end = std::find_if(scene.samples.begin(), scene.samples.end(),
+                                [](const RecordedSample& s) { return s.t > 20.0; });
+  scene.samples.erase(end, scene.samples.end());
+  scene.expected.erase(std::remove_if(scene.expected.begin(), scene.expected.end(),
+                                      [](const Expected& x) { return x.end > 20.0; }),
+                       scene.expected.end());
+  ASSERT_FALSE(scene.expected.empty());
+  EXPECT_EQ(named(verdict_of(scene, 0)), "no-rest") << described(verdict_of(scene, 0));
+  Scene nothing_expected = scene;
+  nothing_expected.expected.clear();
+  EXPECT_EQ(named(verdict_of(nothing_expected, 0)), "nothing");
+  scene.samples.erase(scene.samples.begin() + 500, scene.samples.begin() + 520);
+  EXPECT_EQ(named(verdict_of(scene, 0)), "gap") << described(verdict_of(scene, 0));
+}
+
+// Less than one gap of a moment a minute explains nothing, one of a fifth of the
+// recording does.
+TEST_F(Verdicts, DoNotBlameWhatIsRare) {
+  const Scene whole = sound(501, 0, 40.0);
+  const double seconds = whole.samples.back().t;
+  const auto minutes = static_cast<size_t>(std::ceil(seconds / 60.0));
+  ASSERT_GT(minutes, 1u);
+  const auto with_gaps = [&](size_t count, size_t length) {
+    Scene scene = whole;
+    scene.expected.clear();
+    for (size_t i = 0; i < count; ++i) {
+      const auto from =
+          scene.samples.begin() + static_cast<std::ptrdiff_t>(500 * (i + 1));
+      scene.samples.erase(from, from + static_cast<std::ptrdiff_t>(length));
+    }
+    return named(verdict_of(scene, 0));
+  };
+  EXPECT_EQ(with_gaps(minutes - 1, 10), "nothing");
+  EXPECT_EQ(with_gaps(minutes, 10), "gap");
+  EXPECT_EQ(with_gaps(1, static_cast<size_t>(0.2 * seconds * kRate)), "gap");
 }
 
 // The quick count of a replay and the explanation's are one.
