@@ -1,4 +1,4 @@
-// What a build leaves behind: the model, a report for people, a manifest for programs.
+// What a build leaves behind for programs: the model and its manifest.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -23,18 +23,8 @@ Gmodel as_read_back(const Gmodel& model);
 std::string report_path(const std::string& model);
 std::string manifest_path(const std::string& model);
 
-// "leaving subjects out" and so on.
+// As a manifest has it: "leaving subjects out" and so on.
 const char* left_out_text(LeftOut by);
-
-// A kind of templates with its size: "averages, 2 a class".
-std::string kind_text(const KindStep& step);
-
-// What is to be kept in mind about a model, a sentence each; report_text() has them too.
-std::vector<std::string> caveats_of(const BuildReport& report,
-                                    const BuildOptions& options);
-
-std::string report_text(const BuildReport& report, const BuildOptions& options,
-                        const Provenance& provenance);
 
 nlohmann::ordered_json manifest(const BuildReport& report, const BuildOptions& options,
                                 const Provenance& provenance,

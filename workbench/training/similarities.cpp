@@ -40,25 +40,34 @@ static Line line_up(const std::vector<Points>& traces, size_t columns, int k) {
 }
 
 Similarities::Similarities(const std::vector<Points>& traces, size_t columns, int k,
-                           unsigned threads, bool quiet)
+                           unsigned threads, bool quiet, Advance* advance)
     : columns_(columns), scores_(traces.size() * columns, kUnlike) {
   for (size_t i = 0; i < columns; ++i) scores_[i * columns + i] = 0.0f;
   const Line line = line_up(traces, columns, k);
   const size_t width = BatchedDtw::width();
   const size_t groups = (line.order.size() - line.columns_begin + width - 1) / width;
-  Progress progress(fmt::format("comparing {} examples", traces.size()), groups);
+  const auto end_of = [&](size_t group) {
+    return std::min(line.columns_begin + (group + 1) * width, line.order.size());
+  };
+  // A group is compared with all before it: so it costs as much as there are.
+  size_t all = 0;
+  for (size_t group = 0; group < groups; ++group) all += end_of(group);
+  Progress progress(fmt::format("comparing {} examples", traces.size()), all);
+  if (advance != nullptr) advance->all = all;
 
   // Groups are handed out one by one, the costly ones first: which thread scores a group
   // changes nothing in it.
   share_out(groups, threads, [&] {
-    return [&, lanes = BatchedDtw()](size_t group) mutable {
-      const size_t first = line.columns_begin + (groups - 1 - group) * width;
-      const size_t end = std::min(first + width, line.order.size());
+    return [&, lanes = BatchedDtw()](size_t part) mutable {
+      const size_t group = groups - 1 - part;
+      const size_t first = line.columns_begin + group * width;
+      const size_t end = end_of(group);
       const auto put = [&](size_t i, size_t j, float score) {
         if (j < columns) scores_[i * columns + j] = score;
       };
       score_group(traces, k, line.order, first, end, lanes, put);
-      if (!quiet) progress.add(1);
+      if (!quiet) progress.add(end);
+      if (advance != nullptr) advance->done += end;
     };
   });
 }
