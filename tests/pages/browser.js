@@ -148,7 +148,7 @@ async function checkPage(browser, file, checks, {width, colorScheme, hasTouch = 
     }
   });
   await page.goto('file://' + file);
-  await page.waitForSelector('html[data-ready]', {timeout: 20000});
+  await page.waitForSelector('html[data-complete]', {timeout: 20000});
   for (const [name, check] of Object.entries({...checks, ...always})) {
     try {
       await check(page, width);

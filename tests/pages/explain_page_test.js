@@ -12,6 +12,8 @@ const {kWays, testPages, tooAlike} = require('./browser.js');
 const [, , kTool, kPackages] = process.argv;
 const kRoot = path.resolve(__dirname, '../..');
 const kMostOfADay = 8e6;   // bytes of its page
+const kMostAtFirst = 7e6;  // bytes that a day's page unpacks before it is ready
+const kMostProcessor = 2;  // s of the browser's process until then
 const kMostRows = 60;      // of the list, that are in the page at a time
 const kTarget = 44;        // pixels, of what a finger is to meet
 const kPaper = 700;        // pixels
@@ -197,6 +199,7 @@ const common = {
     assert.ok(box.y < (await page.locator('#stream').boundingBox()).y);
     assert.match(await page.locator('#verdict-head').textContent(),
         /^11 of 13 gestures were recognised\. \S/);
+    assert.match(await page.locator('.answer').textContent(), /(Certain|Likely|Possible): .*Do: \S/);
     const tiles = await page.locator('.tile .figure').allTextContents();
     assert.equal(tiles[0], '11 / 13');
     assert.equal(tiles[1], '0');
@@ -421,6 +424,28 @@ function missedOfDay(part, period) {
 }
 
 const ofADay = {
+  // Of how long it takes, what does not depend on how busy the machine is.
+  async 'it is ready before what is only seen from near is unpacked'(page) {
+    const client = await page.context().newCDPSession(page);
+    await client.send('Performance.enable', {timeDomain: 'threadTicks'});
+    const processor = async () => (await client.send('Performance.getMetrics')).metrics
+        .find(({name}) => name === 'ProcessTime').value;
+    const before = await processor();
+    await page.reload({waitUntil: 'commit'});
+    await page.waitForSelector('html[data-ready]');
+    const took = await processor() - before;
+    await page.waitForSelector('html[data-complete]');
+    const {ready, complete, unpacked} = await page.evaluate(() =>
+      Object.fromEntries(Object.entries(document.documentElement.dataset)
+          .map(([name, value]) => [name, Number(value)])));
+    console.log(`a day: ready after ${(ready / 1000).toFixed(2)} s and ${took.toFixed(2)} s of ` +
+        `processor time, complete after ${(complete / 1000).toFixed(2)} s; ` +
+        `${(unpacked / 1e6).toFixed(2)} MB were unpacked at first`);
+    assert.ok(ready < complete);
+    assert.ok(unpacked <= kMostAtFirst, `${unpacked} bytes`);
+    assert.ok(took <= kMostProcessor, `${took} s of processor time`);
+  },
+
   async 'keys go through the missed gestures, each with all its samples'(page) {
     await all(page);
     const seen = [];
@@ -443,8 +468,6 @@ const ofADay = {
   },
 
   async 'the page is small, and its list short'(page) {
-    const ready = await page.evaluate(() => Number(document.documentElement.dataset.ready));
-    console.log(`a day: ready after ${(ready / 1000).toFixed(2)} s`);
     assert.ok(day.size <= kMostOfADay, `${day.size} bytes`);
     await page.locator('#filter').selectOption('');
     const first = page.locator('.row').first();
@@ -481,6 +504,29 @@ const ofADay = {
         assert.ok(await hatched(page, middle), `hatched over ${wide} s`);
       }
     }
+  },
+
+  async 'what was reported but not expected stands apart'(page) {
+    const [, unexpected] = await page.locator('.tile .figure').allTextContents();
+    assert.ok(Number(unexpected) > 100, unexpected);
+    assert.equal(await page.locator('#filter option[value=unexpected]').textContent(),
+        `reported, not expected (${unexpected})`);
+    assert.ok(await page.evaluate(() =>
+      window.report.marks.reported.every(({name}) => name.startsWith('◆'))));
+  },
+
+  async 'where a pixel holds many rests it is as dark as their share'(page) {
+    await readPixels(page);
+    await all(page);
+    const seen = await page.evaluate((at) => {
+      const {timeline} = window.report;
+      const canvas = document.querySelector('#lanes');
+      const scale = canvas.width / canvas.clientWidth;
+      const {top, height} = timeline.lanes().find((one) => one.name === 'rest-gyro');
+      const {data} = window.pixels(timeline.x(at) * scale, (top + height / 2) * scale, 60, 1);
+      return Array.from({length: data.length / 4}, (_, i) => data[4 * i]);
+    }, kAfternoon);
+    assert.ok(seen.some((red) => red > 130 && red < 245), String(seen));
   },
 
   async 'a motion that was reported keeps every sample'(page) {

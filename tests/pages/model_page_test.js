@@ -118,6 +118,8 @@ const common = {
     const reasons = await texts(box.locator('.reasons li'));
     assert.ok(reasons.some((text) => /^not reached/.test(text)), String(reasons));
     for (const text of reasons) assert.match(text, /confidence|not known/);
+    assert.match(reasons.find((text) => /of background:/.test(text)),
+        /^not reached 0 false positives .* is aimed at, and so little background cannot show it\.$/);
     const next = await texts(page.locator('#advice .next li'));
     assert.ok(next.some((text) => /background/.test(text)), String(next));
     assert.ok(next.some((text) => /^Record more of class/.test(text)), String(next));
@@ -249,8 +251,15 @@ const ofEval = {
 
   async 'what changed since the earlier evaluation is listed'(page) {
     const row = page.locator('#comparison tr', {hasText: 'reported as their class'});
+    const {low_95: low, high_95: high, better} = evaluated.comparison.changes
+        .find(({name}) => name === 'reported as their class');
+    assert.ok(low < high && high < 0 && better === false, `${low} to ${high}`);
+    const points = (v) => '−' + (-100 * v).toFixed(1);
     assert.deepEqual(await texts(row.locator('td')), ['100.0 %',
-      (100 * evaluated.accuracy).toFixed(1) + ' %', 'worse']);
+      (100 * evaluated.accuracy).toFixed(1) + ' %',
+      `worse (${points(low)} to ${points(high)} points)`]);
+    const chance = await page.locator('#comparison tr', {hasText: 'no more than chance ('}).count();
+    assert.ok(chance > 0, 'some differences are small');
     assert.ok(await page.locator('#comparison tbody tr').count() > 5);
   },
 };

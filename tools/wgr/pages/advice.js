@@ -61,18 +61,34 @@ const kUnits = {
 const kGroupNames = {figures: 'Figures', classes: 'Classes', outcomes: 'What was reported',
   misses: 'Causes of misses'};
 
+// "-2.0 to +5.1 points", of counts too: of what they are counted from.
+const kIntervals = {share: [100, 1, 'points'], count: [100, 1, 'points'], s: [1000, 0, 'ms'],
+  'an hour': [1, 2, 'an hour']};
+function intervalText({unit, low_95: low, high_95: high}) {
+  const [scale, digits, name] = kIntervals[unit];
+  const signed = (v) => (v < 0 ? '−' : '+') + Math.abs(scale * v).toFixed(digits);
+  return `${signed(low)} to ${signed(high)} ${name}`;
+}
+function senseOf(one) {
+  const same = one.old === one.new;
+  if (one.old === null || one.new === null) return '';
+  if (one.chance === null) return same ? 'as before' : 'no interval is known';
+  const sense = same ? 'as before' : one.chance ? 'no more than chance'
+    : one.better === null ? 'differs' : chip(one.better, one.better ? 'better' : 'worse');
+  return el('span', {}, sense, ` (${intervalText(one)})`);
+}
+
 function showComparison({comparison}) {
   if (comparison === null) return;
   const section = $('#comparison');
   section.hidden = false;
-  section.append(el('p', {class: 'hint'}, `With ${comparison.with}.` + (comparison.same_set ? ''
-      : ' Their recordings differ: counts cannot be compared.')));
+  section.append(el('p', {class: 'hint'}, `With ${comparison.with}. In brackets the ` +
+      'difference at 95 % confidence; of counts, that of their shares.' +
+      (comparison.same_set ? '' : ' Their recordings differ: counts cannot be compared.')));
   const text = (value, unit) => value === null ? '–' : kUnits[unit](value);
   for (const [group, name] of Object.entries(kGroupNames)) {
     const rows = comparison.changes.filter((one) => one.group === group).map((one) => [one.name,
-      text(one.old, one.unit), text(one.new, one.unit),
-      one.old === one.new ? 'as before' : one.better === null ? ''
-        : chip(one.better, one.better ? 'better' : 'worse')]);
+      text(one.old, one.unit), text(one.new, one.unit), senseOf(one)]);
     if (rows.length === 0) continue;
     const table = (some) => plainTable(name, [name, 'Before', 'Now', 'Change'], some);
     section.append(table(rows.slice(0, kMostRows)));

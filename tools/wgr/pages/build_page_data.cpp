@@ -5,6 +5,7 @@
 #include "evaluation/confidence.h"
 #include "pages/page_data.h"
 #include "pages/shares.h"
+#include "text/build_text.h"
 #include "training/model_output.h"
 
 namespace wgr {

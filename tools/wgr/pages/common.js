@@ -38,14 +38,24 @@ function recordedText({first_stamp: first, last_stamp: last}) {
       : `recorded ${dateText(first)}` + (last > first ? ` to ${dateText(last)}` : '')];
 }
 
-// Bytes that the page was given deflated, in the script element `id`.
-async function unpackBytes(id) {
-  const text = atob($('#' + id).textContent);
+function bytesOf(base64) {
+  const native = /** @type {any} */ (Uint8Array).fromBase64;  // in browsers of 2025 and later
+  if (native) return native.call(Uint8Array, base64);
+  const text = atob(base64);
   const bytes = new Uint8Array(text.length);
   for (let i = 0; i < text.length; ++i) bytes[i] = text.charCodeAt(i);
+  return bytes;
+}
+
+// Bytes that the page was given deflated, in the script element `id`.
+let unpackedBytes = 0;
+async function unpackBytes(id) {
+  const packed = bytesOf($('#' + id).textContent);
   const plain =
-      new Blob([bytes]).stream().pipeThrough(new DecompressionStream('deflate'));
-  return new Uint8Array(await new Response(plain).arrayBuffer());
+      new Blob([packed]).stream().pipeThrough(new DecompressionStream('deflate'));
+  const bytes = new Uint8Array(await new Response(plain).arrayBuffer());
+  unpackedBytes += bytes.length;
+  return bytes;
 }
 async function readData() {
   return JSON.parse(new TextDecoder().decode(await unpackBytes('data')));
@@ -60,13 +70,21 @@ function unpack(series) {
   return values;
 }
 
-// Shows the page's data with `show`, or says why that cannot be.
+// Shows the page's data with `show`, or says why that cannot be. What `show` returns is
+// done once the page is there to be used.
 async function start(show) {
   if (!('DecompressionStream' in window)) {
     $('#facts').textContent = 'This browser is too old to unpack the page: it needs one of ' +
         'May 2023 or newer. wgr prints the same as text.';
     return;
   }
-  await show(await readData());
-  document.documentElement.dataset.ready = performance.now().toFixed(0);  // ms
+  const later = await show(await readData());
+  const {dataset} = document.documentElement;
+  dataset.unpacked = String(unpackedBytes);
+  dataset.ready = performance.now().toFixed(0);  // ms
+  if (later) {
+    await new Promise((painted) => setTimeout(painted));
+    await later();
+  }
+  dataset.complete = performance.now().toFixed(0);
 }

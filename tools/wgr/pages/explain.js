@@ -21,7 +21,7 @@ function showHeader(e) {
   const counts = new Map();
   for (const m of e.motions) counts.set(m.cause, (counts.get(m.cause) ?? 0) + 1);
   for (const [cause, count] of [...counts].sort((a, b) => b[1] - a[1])) {
-    $('#counts').append(el('li', {}, chip(cause, `${count} ${cause}`)));
+    $('#counts').append(el('li', {}, chip(cause, `${count.toLocaleString('en')} ${cause}`)));
   }
 }
 
@@ -69,8 +69,7 @@ function makeMarks(data, samples) {
 
 // What the filter offers: [value, text, items].
 function choices(e, marks) {
-  const of = (kind, items, keep) => items.map((_, i) => ({kind, i}))
-      .filter(({i}) => keep(items[i], i));
+  const of = (kind, items, keep) => items.flatMap((one, i) => keep(one, i) ? [{kind, i}] : []);
   const motions = (keep) => of('motion', e.motions, keep);
   const all = [];
   const add = (value, name, items, always = false) => {
@@ -84,9 +83,12 @@ function choices(e, marks) {
   if (short > 0) add('long', 'motions, all but too-short', motions((m) => m.cause !== 'too-short'));
   add('', 'all motions', motions(() => true), true);
   const causes = new Map();
-  for (const m of e.motions) causes.set(m.cause, (causes.get(m.cause) ?? 0) + 1);
-  for (const [cause] of [...causes].sort((a, b) => b[1] - a[1])) {
-    add(cause, cause, motions((m) => m.cause === cause));
+  e.motions.forEach(({cause}, i) => {
+    if (!causes.has(cause)) causes.set(cause, []);
+    causes.get(cause).push({kind: 'motion', i});
+  });
+  for (const [cause, items] of [...causes].sort((a, b) => b[1].length - a[1].length)) {
+    add(cause, cause, items);
   }
   add('rests', 'at rest', of('rest', e.rests, () => true));
   const first = all[0][0] === 'missed' ? 'missed' : short > kManyShort ? 'long' : '';
@@ -199,6 +201,12 @@ class Report {
     $('#chosen').textContent = `${name}, ${span(one, samples.origin)}`;
   }
 
+  // Once there is more to show.
+  drawAnew() {
+    this.timeline?.draw();
+    if (this.chosen) this.showDetails(this.chosen);
+  }
+
   motion(i) {
     return motionDetails(this.e.motions[i], this.samples.trace(i), this.data);
   }
@@ -254,4 +262,8 @@ start(async (data) => {
     window.report.choose({kind: 'motion', i});
     $('#stream').scrollIntoView({block: 'start'});
   });
+  return async () => {
+    addDetails(samples, data.explanation.motions, await unpackBytes('traces'));
+    window.report.drawAnew();
+  };
 });

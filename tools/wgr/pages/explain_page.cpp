@@ -21,6 +21,8 @@ std::string explain_page(Explanation& e, const Verdict& verdict,
   json.clear();
   Deflated samples(kPageLevel);
   write_explain_samples(e, [&samples](std::string_view bytes) { samples.add(bytes); });
+  Deflated details(kPageLevel);
+  write_explain_details(e, [&details](std::string_view bytes) { details.add(bytes); });
   return page_of({"wgr explain",
                   kExplainHtml,
                   {std::string(kExplainCss), std::string(kVerdictCss)},
@@ -28,7 +30,7 @@ std::string explain_page(Explanation& e, const Verdict& verdict,
                    std::string(kLanesScript), std::string(kTimelineScript),
                    std::string(kDetailsScript), std::string(kListScript),
                    std::string(kVerdictScript), std::string(kExplainScript)}},
-                 data, &samples);
+                 {{"data", data}, {"samples", samples}, {"traces", details}});
 }
 
 std::string index_page(const Json& recordings, const PageOrigin& origin) {

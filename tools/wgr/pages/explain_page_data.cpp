@@ -248,7 +248,7 @@ void Series::templates() {
   }
 }
 
-void write_explain_samples(Explanation& e, const TextSink& sink) {
+void write_explain_samples(const Explanation& e, const TextSink& sink) {
   // Should the clock ever step back, samples are drawn at their place at the nominal
   // rate.
   const bool stamped = std::is_sorted(e.times.begin(), e.times.end());
@@ -262,8 +262,13 @@ void write_explain_samples(Explanation& e, const TextSink& sink) {
   series.column(e.events, 1.0, [](const GestureEvent& event) { return event.gesture; });
   series.motions();
   series.templates();
+}
+
+void write_explain_details(Explanation& e, const TextSink& sink) {
   const std::string& stretches = e.drawn.stretches();
-  series.number(e.drawn.count_stretches());
+  std::string count;
+  append_whole(count, e.drawn.count_stretches());
+  sink(count);
   sink(stretches);
   e.drawn = DrawnStream();
   e.drawn_motions.write(sink);

@@ -14,8 +14,11 @@ nlohmann::ordered_json explain_json(const Explanation& explanation,
                                     const Verdict& verdict);
 
 // Times, samples, and the motions' and rests' numbers, one series behind the other (see
-// packed_series.h), in the order in which samples.js reads them. Uses up what was kept to
-// be drawn.
-void write_explain_samples(Explanation& explanation, const TextSink& sink);
+// packed_series.h), in the order in which samples.js reads them: what a page shows first.
+void write_explain_samples(const Explanation& explanation, const TextSink& sink);
+
+// What a page shows of single motions and from near: the stretches of which every sample
+// is kept, and the motions' traces. Uses up what was kept to be drawn.
+void write_explain_details(Explanation& explanation, const TextSink& sink);
 
 }  // namespace wgr

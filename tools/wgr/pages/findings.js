@@ -19,7 +19,15 @@ function barCell(text, most) {
   return el('td', {class: 'barred'}, text, bar);
 }
 
-function tableOf({heading, heads, rows, bars}) {
+// Columns that say nothing are left out.
+function filledColumns({heads, rows}) {
+  const filled = heads.map((_, k) => rows.some((row) => row[k] !== ''));
+  const keep = (row) => row.filter((_, k) => filled[k]);
+  return {heads: keep(heads), rows: rows.map(keep)};
+}
+
+function tableOf({heading, bars, ...columns}) {
+  const {heads, rows} = filledColumns(columns);
   const most = bars ? Math.max(...rows.map((row) => Number(row[1]))) : 0;
   const body = el('tbody');
   const table = el('div', {class: 'wide', tabindex: 0, role: 'region', 'aria-label': heading},

@@ -1,8 +1,10 @@
 // A line a recording, the ones that need a look first; each leads to its own page.
 'use strict';
 
+// A fault counts where nothing was expected, too.
 const missing = (r) => r.verdict === null ? Infinity :
-  r.verdict.expected - r.verdict.recognised + r.verdict.unexpected;
+  r.verdict.expected - r.verdict.recognised + r.verdict.unexpected +
+      (r.verdict.principal === null ? 0 : 0.5);
 
 function recordingItem(r) {
   const name = r.page === null ? el('strong', {}, r.file) : el('a', {href: r.page}, r.file);
@@ -20,9 +22,9 @@ start((data) => {
   const all = data.recordings;
   document.title = 'Recordings explained';
   $('#title').textContent = data.folder;
-  const came = all.filter((r) => missing(r) === 0).length;
+  const sound = all.filter((r) => r.verdict !== null && r.verdict.principal === null).length;
   $('#facts').textContent = `${all.length === 1 ? '1 recording' : all.length + ' recordings'}` +
-      `, ${came} of them with nothing missed and nothing unexpected.`;
+      `, ${sound} of them with nothing to be looked at.`;
   const order = all.map((r, i) => [r, i]).sort((a, b) =>
     missing(a[0]) === missing(b[0]) ? a[1] - b[1] : missing(b[0]) > missing(a[0]) ? 1 : -1);
   showOrigin(data.origin);

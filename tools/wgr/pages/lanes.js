@@ -197,14 +197,17 @@ class LaneDrawing {
   // Where bands share pixels those that matter more are drawn above.
   drawBands(lane, bands) {
     const {view} = this;
-    const seen = new Set();
+    const seen = {};  // by look
     const shown = [];
     for (const band of bands) {
       if (band.end < view.from || band.begin > view.to) continue;
       const from = this.x(band.begin), to = this.x(band.end);
-      const key = `${band.look} ${Math.round(from)} ${Math.round(to)}`;
-      if (to - from < 3 && seen.has(key)) continue;  // hides behind another
-      seen.add(key);
+      if (to - from < 3) {
+        const key = Math.round(from) * 4 + Math.round(to) - Math.round(from);
+        const same = seen[band.look] ??= new Set();
+        if (same.has(key)) continue;  // hides behind another
+        same.add(key);
+      }
       shown.push([band, from, Math.max(to, from + kThinnest)]);
     }
     shown.sort((a, b) => a[0].rank - b[0].rank);
@@ -264,18 +267,21 @@ class LaneDrawing {
     ctx.fillText(band.name, x, y);
   }
 
-  // Solid where the sensor rests, hatched where nobody could say; per pixel, so that short
-  // runs are not drawn over long ones.
+  // Solid where the sensor rests, hatched where nobody could say. Where a pixel holds many
+  // runs it is as dark as the share of it that is at rest.
   drawRests(lane, sensor) {
     const {ctx, paint, samples: {runs, end}, view, layout} = this;
     const rests = (judged) => judged === sensor || judged === kBoth;
+    const fill = (x, width) => ctx.fillRect(x, lane.top + 2, width, lane.height - 2);
+    ctx.fillStyle = paint['mark-rest'];
+    const shares = new Float32Array(Math.ceil(layout.width) + 1);  // of short runs
     const draw = (from, to, kind) => {
       const x = Math.max(this.x(from), layout.left);
       const width = Math.min(this.x(to), layout.left + layout.width) - x;
       if (width <= 0 || kind === 0 || kind === 2 && width < 2) return;
       if (kind === 2) return hatch(ctx, x, lane.top, width, lane.height, paint['mark-other'], 5);
-      ctx.fillStyle = paint['mark-rest'];
-      ctx.fillRect(x, lane.top + 2, width, lane.height - 2);
+      if (width >= 1) return fill(x, width);
+      shares[Math.floor(x - layout.left)] += width;
     };
     const first = Math.max(placeAfter(runs.t, view.from) - 1, 0);
     let from = runs.t[first], kind = -1;
@@ -287,6 +293,11 @@ class LaneDrawing {
       kind = next;
     }
     if (kind >= 0) draw(from, placeAfter(runs.t, view.to) < runs.t.length ? view.to : end, kind);
+    shares.forEach((share, column) => {
+      ctx.globalAlpha = Math.min(share, 1);
+      if (share > 0) fill(layout.left + column, 1);
+    });
+    ctx.globalAlpha = 1;
   }
 
   // ---- samples -------------------------------------------------------------------------

@@ -34,15 +34,26 @@ class Reader {
     const head = this.whole();
     const values = new Values(Math.floor(head / kOrders));
     const order = head % kOrders;
+    const {bytes} = this;
+    let {at} = this;
     let sum = 0, step = 0;
     for (let i = 0; i < values.length; ++i) {
-      const folded = this.whole();
+      let folded = bytes[at++];
+      if (folded > 127) {  // most are one byte
+        --at;
+        folded = 0;
+        for (let scale = 1, byte = 128; byte > 127; scale *= 128) {
+          byte = bytes[at++];
+          folded += (byte & 127) * scale;
+        }
+      }
       const value = folded % 2 === 0 ? folded / 2 : -(folded + 1) / 2;
       if (order === 0) sum = value;
-      if (order === 1) sum += value;
-      if (order === 2) sum += step += value;
+      else if (order === 1) sum += value;
+      else sum += step += value;
       values[i] = sum * unit;
     }
+    this.at = at;
     return values;
   }
   axes(unit) { return kAxes.map(() => this.series(unit, Float32Array)); }
@@ -69,12 +80,17 @@ function pyramid(values, bucket) {
   const levels = [{low, high}];
   while (low.length > kFewest) {
     const count = Math.ceil(low.length / kFactor);
-    const lower = new Float32Array(count).fill(Infinity);
-    const higher = new Float32Array(count).fill(-Infinity);
-    for (let i = 0; i < low.length; ++i) {
-      const k = Math.floor(i / kFactor);
-      lower[k] = Math.min(lower[k], low[i]);
-      higher[k] = Math.max(higher[k], high[i]);
+    const lower = new Float32Array(count);
+    const higher = new Float32Array(count);
+    for (let k = 0; k < count; ++k) {
+      const end = Math.min((k + 1) * kFactor, low.length);
+      let least = Infinity, greatest = -Infinity;
+      for (let i = k * kFactor; i < end; ++i) {
+        if (low[i] < least) least = low[i];
+        if (high[i] > greatest) greatest = high[i];
+      }
+      lower[k] = least;
+      higher[k] = greatest;
     }
     levels.push({low: low = lower, high: high = higher});
   }
@@ -233,14 +249,20 @@ function readSamples(data, bytes) {
   }
   s.templates = Array.from({length: reader.whole()}, () => reader.axes(kTemplateUnit));
   s.stretches = [];
-  for (let left = reader.whole(); left > 0; --left) {
-    s.stretches.push(readStretch(reader.block(), s));
-  }
-  const traces = new Map();
-  while (!reader.ended) traces.set(reader.whole(), reader.block());
-  s.trace = (i) => readTrace(traces.get(i), s, explanation.motions[i]);
+  s.trace = () => null;  // so far
   s.end = s.count === 0 ? 0 : Math.max(timeOf(s, s.count - 1),
       ...s.runs.t.slice(-1), ...s.bands.slice(-1).map((band) => band.end));
   findRests(s, s.runs, firsts, data.rests.map((place) => data.texts[place]), explanation);
   return s;
+}
+
+// Adds what is seen of single motions and from near, unpacked when it is asked for.
+function addDetails(samples, motions, bytes) {
+  const reader = new Reader(bytes);
+  for (let left = reader.whole(); left > 0; --left) {
+    samples.stretches.push(readStretch(reader.block(), samples));
+  }
+  const traces = new Map();
+  while (!reader.ended) traces.set(reader.whole(), reader.block());
+  samples.trace = (i) => readTrace(traces.get(i), samples, motions[i]);
 }

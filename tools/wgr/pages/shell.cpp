@@ -60,15 +60,15 @@ static std::string in_script(const std::string& id, Deflated& bytes) {
          base64(bytes.finish()) + "</script>\n";
 }
 
-std::string page_of(const PageParts& parts, Deflated& data, Deflated* samples) {
+std::string page_of(const PageParts& parts, const std::vector<PackedData>& data) {
   std::string page(kShellHtml);
   fill(page, "title", parts.title);
   fill(page, "styles", in_elements("style", kCommonCss, parts.styles));
   fill(page, "body", parts.body);
   fill(page, "scripts", in_elements("script", kCommonScript, parts.scripts));
   // Last, as they may be large.
-  std::string packed = in_script("data", data);
-  if (samples != nullptr) packed += in_script("samples", *samples);
+  std::string packed;
+  for (const PackedData& one : data) packed += in_script(one.id, one.bytes);
   fill(page, "data", packed);
   return page;
 }
@@ -76,7 +76,7 @@ std::string page_of(const PageParts& parts, Deflated& data, Deflated* samples) {
 std::string page_of(const PageParts& parts, const Json& data) {
   Deflated deflated(kPageLevel);
   deflated.add(data);
-  return page_of(parts, deflated);
+  return page_of(parts, {{"data", deflated}});
 }
 
 std::string name_of_path(const std::string& path) {

@@ -36,9 +36,16 @@ nlohmann::ordered_json origin_json(const PageOrigin& origin);
 
 inline constexpr int kPageLevel = Z_DEFAULT_COMPRESSION;
 
-// The shared styles and scripts come first; the data, JSON, stands there in base64, and
-// so do samples, where a page has them.
-std::string page_of(const PageParts& parts, Deflated& data, Deflated* samples = nullptr);
+// What a page's scripts unpack, by the id of its element.
+struct PackedData {
+  std::string id;
+  Deflated& bytes;
+};
+
+// The shared styles and scripts come first; the data stands there in base64, each in an
+// element of its own, so that a script can unpack late what it does not need at once. The
+// one that is called "data" is JSON.
+std::string page_of(const PageParts& parts, const std::vector<PackedData>& data);
 std::string page_of(const PageParts& parts, const nlohmann::ordered_json& data);
 
 // What a title calls a file or a folder: its name, without the way to it.

@@ -33,9 +33,13 @@ function answerBox(v) {
   return box;
 }
 
+// A text whose options, such as --wearer, stay on one line.
+const unbroken = (text) => text.split(/(--[a-z-]+)/).map((part, i) =>
+  i % 2 > 0 ? el('span', {class: 'unbroken'}, part) : part);
+
 function tile(name, figure, ...more) {
   return el('div', {class: 'tile'}, el('p', {}, name), el('p', {class: 'figure'}, figure),
-      ...more.map((text) => el('p', {}, text)));
+      ...more.map((text) => el('p', {}, ...unbroken(text))));
 }
 
 function tiles(v) {
@@ -65,7 +69,7 @@ function trialItem(v, trial) {
   const text = v.expected > 0 ?
     `${count} of ${v.expected}, ${trial.unexpected} not expected` : `${count} reported`;
   return el('li', {class: trial.gain > 0 ? 'helps' : 'none'},
-      el('span', {}, trial.change),
+      el('span', {}, ...unbroken(trial.change)),
       el('span', {class: 'bar', 'aria-hidden': 'true'}, share),
       el('span', {class: 'count'}, text));
 }
@@ -79,10 +83,10 @@ function triedBox(v) {
     return all;
   }
   const box = el('section', {'aria-labelledby': 'tried-head'},
-      el('h3', {id: 'tried-head'}, 'What would have helped, each tried on this recording'));
+      el('h3', {id: 'tried-head'}, capital(v.trials_heading)));
   if (v.principal !== null && !v.principal.tried && v.principal.do !== '') {
     box.append(el('p', {class: 'note'},
-        `First, although no recording can show its effect: ${v.principal.do}.`));
+        `What no recording can show comes first: ${v.principal.do}.`));
   }
   const lines = v.trials.filter((t) => t.line !== null).sort((a, b) => a.line - b.line);
   box.append(el('ol', {class: 'tried'}, ...lines.map((t) => trialItem(v, t))));
