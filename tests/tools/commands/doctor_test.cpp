@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "base/text.h"
 #include "diagnosis/agreement.h"
 #include "diagnosis/diagnosis.h"
 #include "recording/recording.h"
@@ -41,6 +42,34 @@ TEST_F(DoctorCommand, EndsWithZeroWhenItFindsNothing) {
   EXPECT_THAT(outcome.out, HasSubstr("rate      50.00 samples/s"));
   EXPECT_THAT(outcome.out, HasSubstr("pass      init_gesture_handle(h, 50, (Point3Df){"));
   EXPECT_THAT(outcome.out, HasSubstr("\nnothing found\n"));
+}
+
+// As `explain` shows them, of a recording in which x and y change together, as they do on
+// the left wrist.
+TEST_F(DoctorCommand, ShowsWhatTheWristDetectorAnswered) {
+  Recorded samples = sound();
+  for (size_t i = 100; i < 400; ++i) {
+    const double push = i / 6 % 2 == 0 ? 4.0 : -4.0;
+    samples[i].acc = samples[i].acc + Point3Df{push, push, 0.0};
+  }
+  const std::string path = recording(samples);
+  const Outcome text = run_wgr("doctor " + path);
+  std::istringstream lines(run_wgr("doctor --json " + path).out);
+  std::string last;
+  for (std::string line; std::getline(lines, line);) last = line;
+  const auto wrist = nlohmann::json::parse(last)["wrist"];
+  const auto& answers = wrist["answers"];
+  EXPECT_GT(answers[0], 250);
+  EXPECT_EQ(wrist["worn"], 0);
+  EXPECT_EQ(
+      answers[0].get<size_t>() + answers[1].get<size_t>() + answers[2].get<size_t>(),
+      samples.size());
+  const std::string shown =
+      fmt::format("left by the wrist detector ({} left : {} right, {} undecided)",
+                  answers[0].get<int>(), answers[1].get<int>(), answers[2].get<int>());
+  EXPECT_THAT(text.out, HasSubstr("wrist     " + shown));
+  EXPECT_THAT(run_wgr("explain --models " WGR_ROOT "/models " + path).out,
+              HasSubstr("wrist     " + shown));
 }
 
 // What is written is sound, whatever was planted; the findings are of the recording read.

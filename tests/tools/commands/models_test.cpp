@@ -48,10 +48,10 @@ TEST(Models, AreSmallAndWhole) {
       EXPECT_GE(points.size(), 26u);
     }
     EXPECT_EQ(templates.size(), 5u);
-    for (const auto& [label, count] : templates) EXPECT_LE(count, 6) << label;
+    for (const auto& [label, count] : templates) EXPECT_LE(count, 3) << label;
 
     const std::string text = read_file(kModels + stem(name) + ".xml");
-    EXPECT_LT(text.size(), 40000u);
+    EXPECT_LT(text.size(), 20000u);
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
       ASSERT_LT(line.size(), 4096u) << "a longer line is lost by the reader";
@@ -60,8 +60,10 @@ TEST(Models, AreSmallAndWhole) {
 }
 
 TEST(Models, AreBuiltAgainToTheSameBytes) {
-  std::vector<std::string> names(std::begin(kNames), std::end(kNames));
+  // All six take a minute of processor time: one of each wrist and style stands for them.
+  std::vector<std::string> names = {"5_ow", "5r_fb"};
   if (!enough_cases()) names = {"5r_fb"};
+  if (property_cases() > 1'000'000) names.assign(std::begin(kNames), std::end(kNames));
   if (property_cases() < 10'000) GTEST_SKIP() << "takes minutes under an emulator";
   TempDirectory directory;
   std::string command = "WGR=" + std::string(WGR_PROGRAM) + " " + kRoot +

@@ -222,8 +222,8 @@ TEST(Totals, AWearerIsNamedByMoreThanTwiceTheAnswersOfTheOther) {
   const struct {
     std::array<size_t, 3> answers;  // left, right, undecided
     int wearer;
-  } cases[] = {{{0, 0, 9}, 2}, {{1, 0, 9}, 0}, {{0, 1, 9}, 1}, {{4, 2, 0}, 2},
-               {{5, 2, 0}, 0}, {{2, 4, 0}, 2}, {{2, 5, 0}, 1}};
+  } cases[] = {{{0, 0, 999}, 2}, {{99, 0, 9}, 2},  {{100, 0, 9}, 0}, {{0, 100, 9}, 1},
+               {{80, 40, 0}, 2}, {{81, 40, 0}, 0}, {{40, 80, 0}, 2}, {{40, 81, 0}, 1}};
   for (const auto& c : cases) {
     Totals totals(kRate);
     totals.wearer_answers = c.answers;
@@ -239,7 +239,7 @@ TEST_F(Replay, EveryPartOfTheReportIsThereAtOnce) {
   totals.samples = 6;
   totals.samples_at_rest = 3;
   totals.events = {{1, 2}, {3, 1}};
-  totals.wearer_answers = {1, 5, 2};
+  totals.wearer_answers = {1, 150, 2};
   totals.absent_fields = 2;
   totals.absent_axes = "gz";
   std::FILE* const out = std::fopen(path.c_str(), "w");
@@ -255,7 +255,7 @@ TEST_F(Replay, EveryPartOfTheReportIsThereAtOnce) {
       "\nsamples   6 (0.1 s at 50 samples/s)\n"
       "at rest   50.0 %\n"
       "events    3: class 1 x 2, class 3 x 1\n"
-      "wearer    right (answers: 1 left, 5 right, 2 undecided)\n"
+      "wearer    right (answers: 1 left, 150 right, 2 undecided)\n"
       "clock     1 gap (longest 0.480 s), 1 step back, 1 repeated time, 11.9 samples/s "
       "by "
       "the time stamps\n"

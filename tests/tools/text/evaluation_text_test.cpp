@@ -108,6 +108,8 @@ TEST(EvaluationFigures, OfTheWristHaveBoundsOverRecordingsAndPeople) {
           "samples\n"
           "                 majority of a recording's answers: right in 2 of 3 (66.7 %, "
           "more than 13.5 % and less than 98.3 % with 95 % confidence each), wrong in 1\n"
+          "                 more than twice the other wrist's, of 100 and more: right in "
+          "0, wrong in 0, undecided in 3\n"
           "                 answers of 2 subjects: right in 58.3 % on average"));
   const auto json = to_json(made, Provenance())["wrist"];
   EXPECT_EQ(json["right"], 12);
@@ -123,7 +125,7 @@ TEST(EvaluationFigures, AreWrittenAsJson) {
   EXPECT_EQ(figures["pre_segmented"], 2);
   EXPECT_EQ(figures["confusion"].dump(), R"({"1":{"1":6,"2":1,"not detected":1}})");
   EXPECT_EQ(figures["classes"].dump(),
-            R"({"1":{"name":"raise","recall":0.75,"precision":0.75}})");
+            R"({"1":{"name":"raise","recall":0.75,"precision":0.75,"reported":8}})");
   EXPECT_EQ(figures["misses"].dump(), R"({"too short":2})");
   EXPECT_EQ(figures["false_positives"], 4);
   EXPECT_EQ(figures["reported_as_no_gesture"], 5);

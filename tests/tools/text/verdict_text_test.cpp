@@ -9,6 +9,7 @@
 using namespace wgr;
 
 using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 TEST(VerdictText, ListsWhatWasNotExpectedInGroups) {
   Verdict verdict;
@@ -29,10 +30,20 @@ TEST(VerdictText, HasALineForEachTrialThatIsShown) {
   verdict.trials[1].with.change = Change::kSensitivity;
   ASSERT_EQ(shown_trials(verdict).size(), 2u);
   const std::string text = verdict_text(verdict, Explanation(), Layout());
-  EXPECT_THAT(text,
-              HasSubstr("\nwhat would have helped, each tried on this recording\n"));
+  EXPECT_THAT(text, HasSubstr("\nunder other circumstances, each tried on"));
   EXPECT_THAT(text, HasSubstr("  4 reported  "));
   EXPECT_THAT(text, HasSubstr("  7 reported  "));
+}
+
+TEST(VerdictText, SaysWhetherAnythingHelped) {
+  Verdict verdict;
+  verdict.expected = 5;
+  verdict.trials.resize(2);
+  verdict.trials[0].came = 3;
+  verdict.trials[1].came = 4;
+  EXPECT_THAT(trials_heading(verdict), StartsWith("what would have helped"));
+  verdict.trials[1].unexpected = 1;
+  EXPECT_THAT(trials_heading(verdict), StartsWith("nothing that was tried"));
 }
 
 TEST(VerdictText, SaysThatNothingWasFound) {

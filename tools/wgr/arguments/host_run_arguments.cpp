@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <memory>
 
-#include "arguments/segmentation_arguments.h"
 #include "arguments/settings_check.h"
 #include "arguments/values.h"
 #include "base/errors.h"
@@ -103,7 +102,7 @@ static bool take_captured(HostRunArguments& given) {
   return true;
 }
 
-// The settings and the rate of the model's manifest, if it has one.
+// The settings and the rate of the model's manifest, if it has one, installed or not.
 static void take_manifest(HostRunArguments& given) {
   const std::string path = path_of(given.model);
   const std::optional<Provenance> built_from = provenance_of(path);
@@ -121,12 +120,13 @@ void take_model(HostRunArguments& given) {
   if (take_captured(given)) return;
   given.host_run.wearer = given.model.wearer;
   given.host_run.mode = given.model.mode;
-  if (names_model(given.model)) take_manifest(given);
   if (names_model(given.model)) {
+    take_manifest(given);
     const std::string path = path_of(given.model);
     given.host_run.model = std::make_shared<const Gmodel>(read_useful_model(path));
   } else {
     require_models(kInstalledModels, given.model.wearer, given.model.mode);
+    take_manifest(given);
   }
 }
 
@@ -151,7 +151,8 @@ static int rate_for(const HostRunArguments& given, RecordingReader& reader) {
 
 int choose_rate(const HostRunArguments& given, RecordingReader& reader) {
   const int rate = rate_for(given, reader);
-  if (given.built_from) warn_of_rate(*given.built_from, path_of(given.model), rate);
+  const bool captured = !names_model(given.model) && given.host_run.model != nullptr;
+  warn_of_rate(given.built_from, captured ? given.recording : path_of(given.model), rate);
   return rate;
 }
 

@@ -155,9 +155,9 @@ void add_import_arguments(CLI::App& command, ImportArguments& given) {
   add_value(command, "--axes", given.axes,
             "The watch's axes as axes of the device: -y,x,z is\nx = -y, y = x, z = z",
             three_axes(), "X,Y,Z");
-  add_value(command, "--acc-axes", given.acc_axes, "The same of the accelerometer alone",
+  add_value(command, "--acc-axes", given.acc_axes, "The same for the accelerometer alone",
             three_axes(), "X,Y,Z");
-  add_value(command, "--gyro-axes", given.gyro_axes, "The same of the gyroscope alone",
+  add_value(command, "--gyro-axes", given.gyro_axes, "The same for the gyroscope alone",
             three_axes(), "X,Y,Z");
   add_value(command, "--sample-rate", given.rate,
             "Samples per second, instead of time stamps", within(kRates), "HZ");

@@ -3,36 +3,13 @@
 #include <set>
 
 #include "arguments/reading_limit.h"
+#include "arguments/settings_check.h"
 #include "arguments/values.h"
 #include "base/sha256.h"
 #include "evaluation/settings_choice.h"
 #include "training/training_file.h"
 
 namespace wgr {
-
-static constexpr double kLongestMotion = 1e6;  // samples
-static constexpr int kStrictest = 3;
-
-void add_host_settings(CLI::App& command, int& shortest, int& static_window,
-                       std::optional<int>& sensitivity) {
-  CLI::Option* const length =
-      command
-          .add_option("--min-length", shortest,
-                      "Shortest motion, in samples; otherwise half a second")
-          ->transform(within(whole_from(2, 10000)))
-          ->option_text("N");
-  command
-      .add_option("--static-window", static_window,
-                  "Length of the rest test, in samples; otherwise a\nfifth of a second")
-      ->transform(within(whole_from(2, 10000)))
-      ->option_text("N");
-  command
-      .add_option("--sensitivity", sensitivity,
-                  "1 permissive to 3 strict, -N for motions of N samples and more")
-      ->transform(within(whole_from(-kLongestMotion, kStrictest)))
-      ->option_text("LEVEL")
-      ->excludes(length);
-}
 
 void add_segmentation_arguments(CLI::App& command, SegmentationArguments& given) {
   command

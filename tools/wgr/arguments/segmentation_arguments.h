@@ -18,11 +18,6 @@ struct SegmentationArguments {
   bool choose_settings = false;
 };
 
-// Adds --min-length, --static-window and --sensitivity, of which the first and the last
-// both say how short a motion may be, and exclude each other.
-void add_host_settings(CLI::App& command, int& shortest, int& static_window,
-                       std::optional<int>& sensitivity);
-
 // Adds these and --background, --sample-rate, --use-annotations, --no-gravity,
 // --no-attitude and --max-size.
 void add_segmentation_arguments(CLI::App& command, SegmentationArguments& given);

@@ -2,13 +2,17 @@
 
 #include <cmath>
 
+#include "arguments/values.h"
 #include "base/text.h"
 #include "engine/sensitivity.h"
 
 namespace wgr {
 
 static constexpr double kRateTolerance = 0.02;  // of the rate
+static constexpr int kShippedRate = 50;         // samples/s, of models without a manifest
 static constexpr double kStrength = 2.0;        // m/s², after init_gesture_handle()
+static constexpr double kLongestMotion = 1e6;   // samples
+static constexpr int kStrictest = 3;            // level of the sensitivity
 static constexpr int kMotionsPerSecond = 2;     // of the library's own shortest motion
 static constexpr int kWindowsPerSecond = 5;     // of its rest window
 
@@ -54,6 +58,27 @@ std::string difference(const Provenance& built_from, const HostSettings& given) 
   return text;
 }
 
+void add_host_settings(CLI::App& command, int& shortest, int& static_window,
+                       std::optional<int>& sensitivity) {
+  CLI::Option* const length =
+      command
+          .add_option("--min-length", shortest,
+                      "Shortest motion, in samples; otherwise half a second")
+          ->transform(within(whole_from(2, 10000)))
+          ->option_text("N");
+  command
+      .add_option("--static-window", static_window,
+                  "Length of the rest test, in samples; otherwise a\nfifth of a second")
+      ->transform(within(whole_from(2, 10000)))
+      ->option_text("N");
+  command
+      .add_option("--sensitivity", sensitivity,
+                  "1 permissive to 3 strict, -N for motions of N samples and more")
+      ->transform(within(whole_from(-kLongestMotion, kStrictest)))
+      ->option_text("LEVEL")
+      ->excludes(length);
+}
+
 void take_settings(const Provenance& built_from, const std::string& model,
                    HostSettings& given) {
   const std::string differs = difference(built_from, given);
@@ -64,22 +89,30 @@ void take_settings(const Provenance& built_from, const std::string& model,
          settings_text(given));
     return;
   }
-  warn("{}: the model was built for {}: its figures hold for these alone", model,
-       differs);
+  warn(
+      "{}: the model was built for {}: its figures hold for these alone; leave the "
+      "options out, or build a model with them",
+      model, differs);
 }
 
-std::string rate_difference(const Provenance& built_from, int rate) {
-  if (built_from.rate == 0 || rate == 0 ||
-      std::fabs(rate - built_from.rate) <= kRateTolerance * built_from.rate) {
-    return "";
-  }
+std::string rate_difference(const std::optional<Provenance>& built_from, int rate) {
+  const bool known = built_from && built_from->rate > 0;
+  const int built_for = known ? built_from->rate : kShippedRate;
+  if (rate == 0 || std::fabs(rate - built_for) <= kRateTolerance * built_for) return "";
+  const std::string model =
+      known ? fmt::format("the model was built for {} samples/s, not {}", built_for, rate)
+            : fmt::format(
+                  "no manifest beside the model says for which sample rate it was "
+                  "built (the shipped ones: {}), and here are {} samples/s",
+                  built_for, rate);
   return fmt::format(
-      "the model was built for {} samples/s, not {}: it recognises little at another "
-      "rate; build one for {} (wgr build --sample-rate {})",
-      built_from.rate, rate, rate, rate);
+      "{}: it recognises little at another rate; build one for {} (wgr build "
+      "--sample-rate {})",
+      model, rate, rate);
 }
 
-void warn_of_rate(const Provenance& built_from, const std::string& model, int rate) {
+void warn_of_rate(const std::optional<Provenance>& built_from, const std::string& model,
+                  int rate) {
   const std::string differs = rate_difference(built_from, rate);
   if (!differs.empty()) warn("{}: {}", model, differs);
 }

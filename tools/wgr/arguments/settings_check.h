@@ -1,11 +1,19 @@
-// Holds what a host sets against what a model was built for, by the model's manifest.
+// What a host sets: its options, and how it compares with what a model was built for, by
+// the model's manifest.
 #pragma once
 
+#include <CLI/CLI.hpp>
+#include <optional>
 #include <string>
 
 #include "segmentation/provenance.h"
 
 namespace wgr {
+
+// Adds --min-length, --static-window and --sensitivity, of which the first and the last
+// both say how short a motion may be, and exclude each other.
+void add_host_settings(CLI::App& command, int& shortest, int& static_window,
+                       std::optional<int>& sensitivity);
 
 // Takes the manifest's settings where none are given, which is said where they are not
 // the library's own; warns of given ones that differ. `model` is the file's name.
@@ -15,10 +23,12 @@ void take_settings(const Provenance& built_from, const std::string& model,
 // How given settings differ from those of the model, at its rate; empty: they do not.
 std::string difference(const Provenance& built_from, const HostSettings& given);
 
-// Warns when the model is for another sample rate.
-void warn_of_rate(const Provenance& built_from, const std::string& model, int rate);
+// How a sample rate differs from the model's, and what to do; empty: it does not. Where
+// no manifest names the model's rate, that is said of every rate but the shipped models'.
+std::string rate_difference(const std::optional<Provenance>& built_from, int rate);
 
-// The sentence of that; empty: it is for this rate, or for no known one.
-std::string rate_difference(const Provenance& built_from, int rate);
+// Warns of that. `model` is the file's name.
+void warn_of_rate(const std::optional<Provenance>& built_from, const std::string& model,
+                  int rate);
 
 }  // namespace wgr

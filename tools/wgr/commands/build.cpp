@@ -17,6 +17,7 @@
 #include "output/output_plan.h"
 #include "output/standard_output.h"
 #include "pages/page_data.h"
+#include "text/build_text.h"
 #include "text/recording_advice.h"
 #include "training/model_builder.h"
 #include "training/model_findings.h"
@@ -168,6 +169,11 @@ static Input training_file(const Arguments& given, const std::string& path) {
   Input input;
   input.data = read_training_file(path);
   input.provenance = description_of(path, input.data);
+  print_advice(
+      advice_on(input.data, input.provenance,
+                given.background_hours.value_or(input.provenance.background_seconds /
+                                                kSecondsPerHour),
+                given.options.false_positives_per_hour.value_or(kUsualFalsePositives)));
   return input;
 }
 

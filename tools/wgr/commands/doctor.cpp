@@ -1,6 +1,8 @@
 // wgr doctor: says what is wrong with a stream of samples, and what to pass instead.
+#include <array>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,6 +13,7 @@
 #include "arguments/model_arguments.h"
 #include "arguments/reading_limit.h"
 #include "arguments/report_option.h"
+#include "arguments/settings_check.h"
 #include "arguments/values.h"
 #include "base/numbers.h"
 #include "base/sha256.h"
@@ -18,6 +21,8 @@
 #include "base/text.h"
 #include "commands/subcommands.h"
 #include "diagnosis/diagnosis.h"
+#include "hostrun/fixed_paths.h"
+#include "hostrun/host_wrist.h"
 #include "json/json_text.h"
 #include "output/output_files.h"
 #include "output/output_plan.h"
@@ -53,8 +58,11 @@ axis reversed in both, or all three axes of the accelerometer reversed.
 --repair writes the recording with the repairs that the findings propose: correct units and
 axes, the bias subtracted, short gaps filled in; standard error lists them.
 
-A model is checked as by wgr model check, and its manifest, where wgr build left one beside
-it, reports whether it was built from samples at the stream's rate.
+A model is checked as by wgr model check, and by its manifest, where wgr build left one
+beside it, whether it was built from samples at the stream's rate and for the settings that
+are given. The line pass shows the calls that fit both; the line wrist, how often the wrist
+detector answered left, right and undecided. It names a wrist for more than twice the other
+one's answers, of a hundred and more.
 
 Examples:
   wgr doctor walk.csv
@@ -79,7 +87,14 @@ struct DoctorArguments {
   std::string page;      // likewise
   bool json = false;
   DiagnosisOptions options;
+  HostSettings host;
   ReadingLimit limit;
+};
+
+// Of a stream: its diagnosis, and what the wrist detector answered.
+struct Examined {
+  Diagnosis diagnosis;
+  std::array<size_t, 3> wrist_answers = {};  // left, right, undecided
 };
 
 }  // namespace
@@ -92,11 +107,12 @@ static std::string rate_to_pass(const StreamFacts& facts) {
   return facts.rate ? std::to_string(std::max(1, nearest_int(*facts.rate))) : "rate";
 }
 
-static void print_json(const Diagnosis& diagnosis) {
-  for (const Finding& finding : diagnosis.findings) {
+static void print_json(const Examined& examined) {
+  for (const Finding& finding : examined.diagnosis.findings) {
     print(stdout, "{}\n", json_text(finding_json(finding)));
   }
-  print(stdout, "{}\n", json_text(summary_json(diagnosis)));
+  print(stdout, "{}\n",
+        json_text(summary_json(examined.diagnosis, examined.wrist_answers)));
 }
 
 static std::string turns_text(const StreamFacts& facts) {
@@ -105,8 +121,20 @@ static std::string turns_text(const StreamFacts& facts) {
                      facts.turns, facts.turn_error);
 }
 
+// The calls that fit the stream, and the model where there is one.
+static std::string calls_to_make(const StreamFacts& facts, const HostSettings& host) {
+  const std::string calls = fmt::format(
+      "init_gesture_handle(h, {}, (Point3Df){{{}}}, {}, -1, {}, {})", rate_to_pass(facts),
+      numbers(facts.bias.value_or(Point3Df{0.0, 0.0, 0.0})), host.shortest,
+      host.static_window, kHandWindow);
+  if (!host.sensitivity) return calls;
+  return fmt::format("{}, set_gesture_rec_sensitivity(h, {})", calls, *host.sensitivity);
+}
+
 // Name and text of each.
-static std::vector<std::vector<std::string>> facts_of(const StreamFacts& facts) {
+static std::vector<std::vector<std::string>> facts_of(const Examined& examined,
+                                                      const HostSettings& host) {
+  const StreamFacts& facts = examined.diagnosis.facts;
   return {
       {"samples", fmt::format("{} in {:.2f} s", facts.samples, facts.seconds)},
       {"rate", fmt::format("{} samples/s, jitter {:.0f} %",
@@ -123,38 +151,43 @@ static std::vector<std::vector<std::string>> facts_of(const StreamFacts& facts) 
                            100.0 * facts.rest_share, 100.0 * facts.acc_rest_share,
                            100.0 * facts.gyro_rest_share, facts.longest_motion)},
       {"turns", turns_text(facts)},
-      {"pass", fmt::format("init_gesture_handle(h, {}, (Point3Df){{{}}}, -1, -1, -1, 50)",
-                           rate_to_pass(facts),
-                           numbers(facts.bias.value_or(Point3Df{0.0, 0.0, 0.0})))}};
+      {"wrist", detected_wrist_text(examined.wrist_answers)},
+      {"pass", calls_to_make(facts, host)}};
 }
 
-static void print_text(const Diagnosis& diagnosis) {
-  for (const std::vector<std::string>& fact : facts_of(diagnosis.facts)) {
+static void print_text(const Examined& examined, const HostSettings& host) {
+  for (const std::vector<std::string>& fact : facts_of(examined, host)) {
     print(stdout, "{:9} {}\n", fact[0], fact[1]);
   }
-  print(stdout, "\n{}", findings_text(diagnosis.findings));
+  print(stdout, "\n{}", findings_text(examined.diagnosis.findings));
 }
 
-static std::string page_of(const std::string& recording, const PageOrigin& origin,
-                           const Diagnosis& diagnosis) {
+static std::string page_of(const DoctorArguments& given, const PageOrigin& origin,
+                           const Examined& examined) {
+  const Diagnosis& diagnosis = examined.diagnosis;
   FindingsPage page;
   page.origin = origin;
-  page.title = name_of_path(recording) + ", examined";
+  page.title = name_of_path(given.recording) + ", examined";
   page.good = diagnosis.findings.empty();
   page.headline = page.good ? "Nothing is wrong with this stream"
                             : counted(diagnosis.findings.size(), "finding");
   for (const Finding& finding : diagnosis.findings) {
     page.findings.push_back(finding_json(finding));
   }
-  page.tables = {{"The stream", "", {"What", "Measured"}, facts_of(diagnosis.facts)}};
+  page.tables = {
+      {"The stream", "", {"What", "Measured"}, facts_of(examined, given.host)}};
   return findings_page(page);
 }
 
 // Whether the stream comes at the rate of what the model was built from.
-static void compare_rates(const std::string& model, Diagnosis& diagnosis) {
-  const std::optional<Provenance> built_from = provenance_of(model);
+static void compare_rates(const std::optional<Provenance>& built_from,
+                          const std::string& model, Diagnosis& diagnosis) {
   const std::optional<double> rate = diagnosis.facts.rate;
-  if (!built_from || built_from->rate <= 0 || !rate) return;
+  if (model.empty() || !rate) return;
+  if (!built_from || built_from->rate <= 0) {
+    warn_of_rate(built_from, model, nearest_int(*rate));
+    return;
+  }
   const double built_at = built_from->rate;
   if (std::fabs(*rate / built_at - 1.0) <= kRateTolerance) return;
   Finding& finding = diagnosis.findings.emplace_back();
@@ -184,12 +217,15 @@ static void write_repaired(const std::string& path, const Diagnosis& diagnosis,
   warn("wrote {}: {}", path, done.empty() ? "the samples as they are" : done);
 }
 
-static void examine(DoctorArguments& given) {
-  if (!given.bias.empty()) given.options.gyro_bias = parse_bias(given.bias);
-  std::optional<double> seconds = given.seconds;
-  if (!seconds && given.recording == kStandardInput) seconds = kLiveSeconds;
+// The model that is named, or else the installed one where a manifest says what it was
+// built for; empty: neither.
+static std::string model_to_check(const ModelArguments& given) {
+  if (names_model(given)) return path_of(given);
+  const std::string installed = model_file(kInstalledModels, given.wearer, given.mode);
+  return std::filesystem::exists(manifest_path(installed)) ? installed : "";
+}
 
-  const std::string model = names_model(given.model) ? path_of(given.model) : "";
+static void check_files(const DoctorArguments& given, const std::string& model) {
   OutputPlan plan;
   plan.reads("RECORDING", given.recording);
   if (!model.empty()) {
@@ -200,13 +236,20 @@ static void examine(DoctorArguments& given) {
   plan.writes("--report", given.page);
   plan.prints_results();
   plan.check();
-  if (!model.empty()) read_useful_model(model);
-  std::vector<RecordedSample> samples;  // to be repaired
+}
+
+// Samples that are to be repaired are kept; `first` is the first one's time.
+static Examined read_and_examine(DoctorArguments& given,
+                                 std::vector<RecordedSample>& samples,
+                                 std::optional<double>& first) {
+  std::optional<double> seconds = given.seconds;
+  if (!seconds && given.recording == kStandardInput) seconds = kLiveSeconds;
   // What is not kept needs no limit.
   const bool limited = !given.repaired.empty() || given.limit.most != ReadingLimit().most;
   RecordingReader reader(given.recording, limited ? &given.limit : nullptr, given.handle);
   StreamDiagnosis stream(given.options);
-  std::optional<double> first;
+  HostWrist wrist;
+  Examined examined;
   size_t absent = 0;
   for (RecordedSample sample; reader.next(sample);) {
     if (!first) first = sample.t;
@@ -216,20 +259,36 @@ static void examine(DoctorArguments& given) {
     }
     if (seconds && sample.t - *first >= *seconds) break;
     stream.add(sample);
+    wrist.ask(sample.acc);
     if (!given.repaired.empty()) samples.push_back(sample);
   }
-  Diagnosis diagnosis = stream.finish();
-  compare_rates(model, diagnosis);
+  examined.diagnosis = stream.finish();
+  examined.wrist_answers = wrist.answers();
+  return examined;
+}
+
+static void examine(DoctorArguments& given) {
+  if (!given.bias.empty()) given.options.gyro_bias = parse_bias(given.bias);
+  const std::string model = model_to_check(given.model);
+  check_files(given, model);
+  if (!model.empty()) read_useful_model(model);
+  const std::optional<Provenance> built_from = provenance_of(model);
+  if (built_from) take_settings(*built_from, model, given.host);
+  std::vector<RecordedSample> samples;  // to be repaired
+  std::optional<double> first;
+  Examined examined = read_and_examine(given, samples, first);
+  Diagnosis& diagnosis = examined.diagnosis;
+  compare_rates(built_from, model, diagnosis);
   if (given.json) {
-    print_json(diagnosis);
+    print_json(examined);
   } else {
-    print_text(diagnosis);
+    print_text(examined, given.host);
   }
   if (!given.page.empty()) {
     PageOrigin origin = command_origin(model.empty() ? "" : sha256_of_file(model));
     origin.first_stamp = first;
     if (first) origin.last_stamp = *first + diagnosis.facts.seconds;
-    write_page(given.page, page_of(given.recording, origin, diagnosis));
+    write_page(given.page, page_of(given, origin, examined));
   }
   if (!given.repaired.empty()) {
     write_repaired(given.repaired, diagnosis, std::move(samples));
@@ -250,7 +309,8 @@ void add_doctor(CLI::App& wgr) {
                    "Samples per second that the host passes to the library")
       ->transform(within(whole_from(1, kHighestRate)))
       ->option_text("HZ");
-  add_model_options(*command, given->model, "; otherwise\nno model is checked");
+  add_model_options(*command, given->model,
+                    "; otherwise\nthe installed one, where it has a manifest");
   command->add_option("--bias", given->bias, "Gyroscope bias that it passes, deg/s")
       ->transform(gyro_bias())
       ->option_text("X,Y,Z");
@@ -260,6 +320,8 @@ void add_doctor(CLI::App& wgr) {
                    "input")
       ->transform(within(number_above(0, kMostSeconds)))
       ->option_text("S");
+  add_host_settings(*command, given->host.shortest, given->host.static_window,
+                    given->host.sensitivity);
   add_handle_option(*command, given->handle);
   add_value(*command, "--repair", given->repaired,
             "Write the recording with the repairs that the\nfindings propose",

@@ -38,7 +38,7 @@ parts of the repetitions, from all other recordings, and tests it on the part le
 kept_accuracy or classified_right, an upper limit of false_positives_per_hour or latency.
 --report writes an HTML report: whether the model is ready by these limits (by default
 accuracy=0.95 and false_positives_per_hour=1), and what to do next. --compare lists what changed
-since an older evaluation.
+since an older evaluation, and what of it is no more than chance.
 
 Examples:
   wgr eval set --models models --wearer 1 --mode 2
@@ -161,7 +161,7 @@ static void eval(Arguments& given) {
   const SegmentedSet set = segment_given(given.folder, given.segmentation,
                                          built_from ? built_from->classes : Classes());
   std::fputs(summary_of(set).c_str(), stderr);
-  if (built_from) warn_of_rate(*built_from, model, set.provenance.rate);
+  if (!model.empty()) warn_of_rate(built_from, model, set.provenance.rate);
   const Evaluation result =
       given.segmentation.choose_settings
           ? evaluate(SegmentedAlternatives(

@@ -43,7 +43,7 @@ as one log: name the oldest first. A log of any size is read in the same small m
 file is refused as soon as 10000 lines or 64 MiB without one of the library's have come
 and most lines so far are not.
 
-Printed: each handle that was made (a host run), then the sum: samples, motions that were
+It prints each handle that was made (a host run), then the sum: samples, motions that were
 long enough to be compared, gestures by class, and why others were none:
   rejected   strong, but resembles no template: class 13 in the log, 5 for the host
   too weak   compared, and weaker than the sensitivity requires (or the model is empty)
@@ -53,8 +53,8 @@ write into one log, or the disk was full.
 
 The log holds no times. With --sample-rate HZ samples become hours, counted from the log's
 first sample as if it had no pauses. With --seconds S, the time that the log covers, the rate at
-which samples really came is reported, and with both the share that is missing. Which hour of
-the day it was is not in the log.
+which samples arrived is reported, and with both the share that is missing. The log does not
+say which hour of the day it was.
 
 Examples:
   wgr log                                          the log of this machine

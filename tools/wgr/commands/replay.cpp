@@ -32,35 +32,34 @@ namespace wgr {
 static constexpr char kFooter[] =
     R"(A recording is CSV, plain or gzip, with the header t,ax,ay,az,gx,gy,gz: seconds,
 m/s² with gravity, deg/s. An empty field is an axis that the sensor does not have; it
-reads as 0. The first malformed line ends the run: the summary is of what came before. A
-last line that is torn, as by a power cut, is left out, and the status is 0.
+reads as 0. At the first malformed line the run ends, and the summary covers the samples
+before it. A torn last line, as a power cut leaves it, is ignored, and the exit status is 0.
 
 For a capture of the flight recorder, every call is repeated with the models that the host
 had, and every answer, callback and query is compared with the recorded one, bit by bit. With
 an option of the model or the host's settings, or --handle, the samples of one of its
 handles are run through the library as those of any recording.
 
-Printed for each event: the time of the sample that completed it, the class (a label of
+Each event is printed with the time of the sample that completed it, the class (a label of
 the model, or 5 for a strong motion that resembles no gesture closely enough), the
 motion's strength, and the duration of the stretch that was compared. With --json each
 event is one object a line, {"type":"event",...}, and the last line is the summary,
 {"type":"summary",...}. What the library itself prints goes to standard error.
 
 Nothing is written to /home/app/WgrLog.txt, where a host's library logs. --log keeps the log
-of this run, all of it or none, in a file. For that alone the library's places are mounted
-for the run: by root, or where user namespaces are allowed.
+of this run, all of it or none, in a file. This alone needs private
+mounts of the library's paths: run it as root, or where user namespaces are allowed.
 
 Examples:
   wgr replay --model my_model.xml recordings/demo.csv
   wgr replay --models models recordings/demo.csv
   wgr replay --wearer 1 --mode 2 --sensitivity 3 walk.csv
   wgr replay --bias 0.4,-0.2,0.1 --json walk.csv | jq 'select(.type == "event")'
-  wgr replay service.wgrcap                          every call of a host again
-  sensor-stream | wgr replay --sample-rate 100 -     events as they happen; Ctrl-C for the end
+  wgr replay service.wgrcap                          repeats every call of a host
+  sensor-stream | wgr replay --sample-rate 100 -     events as they happen; Ctrl-C ends it
 
 Exit status: 0 done; 1 an answer differs from a capture's, or the machine failed (disk,
-memory); 2 the recording, the models or an
-argument cannot be used.)";
+memory); 2 the recording, the models or an argument cannot be used.)";
 
 static constexpr char kInPlace[] = "--in-place";
 

@@ -1,5 +1,5 @@
 // Writes the manual pages and the completion of shells, from the command line's own
-// description: wgr-manual FOLDER.
+// description: wgr-manual FOLDER DATE.
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -19,7 +19,7 @@ static void write(const std::filesystem::path& path, const std::string& text) {
   if (!file) throw std::runtime_error(path.string() + ": cannot be written");
 }
 
-static void write_manual(const std::filesystem::path& folder) {
+static void write_manual(const std::filesystem::path& folder, const std::string& date) {
   CLI::App app;
   add_all(app);
   const CommandDescription program = described(app);
@@ -28,22 +28,22 @@ static void write_manual(const std::filesystem::path& folder) {
     pages.push_back(page_name(sub));
   }
   std::filesystem::create_directories(folder / "man1");
-  write(folder / "man1/wgr.1", manual_page(program, WGR_VERSION, pages));
+  write(folder / "man1/wgr.1", manual_page(program, {WGR_VERSION, date}, pages));
   for (const CommandDescription& sub : program.subcommands) {
     write(folder / "man1" / (page_name(sub) + ".1"),
-          manual_page(sub, WGR_VERSION, {pages.front()}));
+          manual_page(sub, {WGR_VERSION, date}, {pages.front()}));
   }
   write(folder / "wgr.bash", bash_completion(program));
   write(folder / "_wgr", zsh_completion(program));
 }
 
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::fputs("usage: wgr-manual FOLDER\n", stderr);
+  if (argc != 3) {
+    std::fputs("usage: wgr-manual FOLDER DATE\n", stderr);
     return 2;
   }
   try {
-    write_manual(argv[1]);
+    write_manual(argv[1], argv[2]);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "wgr-manual: %s\n", error.what());
     return 1;

@@ -158,7 +158,7 @@ std::string page_name(const CommandDescription& command) {
   return name;
 }
 
-std::string manual_page(const CommandDescription& command, const std::string& version,
+std::string manual_page(const CommandDescription& command, const Edition& edition,
                         const std::vector<std::string>& pages) {
   const std::string name = page_name(command);
   std::string summary = command.summary;
@@ -169,7 +169,8 @@ std::string manual_page(const CommandDescription& command, const std::string& ve
     if (page == name) continue;
     others += (others.empty() ? "" : ",\n") + ("\\fB" + escaped(page)) + "\\fR(1)";
   }
-  return ".TH " + name + " 1 \"\" \"wgr " + version + "\" \"User Commands\"\n" +
+  return ".TH " + name + " 1 \"" + edition.date + "\" \"wgr " + edition.version +
+         "\" \"User Commands\"\n" +
          section("NAME", escaped(name) + " \\- " + escaped(summary) + "\n") +
          section("SYNOPSIS", synopsis(command)) +
          section("DESCRIPTION",

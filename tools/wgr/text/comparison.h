@@ -11,10 +11,17 @@ namespace wgr {
 nlohmann::ordered_json read_evaluation(const std::string& path);
 
 // {"with": FILE, "same_set": whether both have as many repetitions and as much
-// background, "changes": [{"group", "name", "unit", "old", "new", "better"}]}: all
-// figures, then what changed of the classes, of what was reported for them, and of the
-// causes of misses, what changed most first. `better` is null where that cannot be said;
-// a side that has no such figure is null.
+// background, "changes": [{"group", "name", "unit", "old", "new", "low_95", "high_95",
+// "chance", "better"}]}: all figures, then what changed of the classes, of what was
+// reported for them, and of the causes of misses, what changed most first. A side that
+// has no such figure is null.
+//
+// With 95 % confidence the difference, new less old, is in the interval; of counts it is
+// that of their shares. `chance`: 0 is in it, so that the difference may be none. All
+// three are null for what has no interval: a bound, the longest latency, and figures of
+// evaluations that do not say what they were counted from. Both sides are taken as found
+// on recordings of their own: on the same ones less of a difference would be chance.
+// `better` is null where that cannot be said, and by chance nothing is.
 nlohmann::ordered_json comparison(const nlohmann::ordered_json& old,
                                   const nlohmann::ordered_json& now,
                                   const std::string& file);

@@ -1,5 +1,6 @@
 #include "text/diagnosis_json.h"
 
+#include "hostrun/totals.h"
 #include "text/finding_text.h"
 
 namespace wgr {
@@ -20,7 +21,8 @@ Json finding_json(const Finding& finding) {
           {"call", text.call}};
 }
 
-Json summary_json(const Diagnosis& diagnosis) {
+Json summary_json(const Diagnosis& diagnosis,
+                  const std::array<size_t, 3>& wrist_answers) {
   const StreamFacts& facts = diagnosis.facts;
   Json bias;
   if (facts.bias) bias = {facts.bias->x, facts.bias->y, facts.bias->z};
@@ -39,7 +41,8 @@ Json summary_json(const Diagnosis& diagnosis) {
           {"gyro_rest_share", facts.gyro_rest_share},
           {"longest_motion", facts.longest_motion},
           {"turns", facts.turns},
-          {"turn_error", facts.turn_error}};
+          {"turn_error", facts.turn_error},
+          {"wrist", {{"answers", wrist_answers}, {"worn", clear_wearer(wrist_answers)}}}};
 }
 
 }  // namespace wgr

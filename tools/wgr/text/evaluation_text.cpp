@@ -166,11 +166,15 @@ static std::string text_of_wrists(const Evaluation& result) {
   std::string text = fmt::format(
       "wrist:           right in {} of {} answers, undecided in {} of {} samples\n"
       "                 majority of a recording's answers: right in {} of {} ({}), wrong "
-      "in {}\n",
+      "in {}\n"
+      "                 more than twice the other wrist's, of 100 and more: right in {}, "
+      "wrong in {}, undecided in {}\n",
       percent(wrists.right, decided), decided,
       percent(wrists.samples - decided, wrists.samples), wrists.samples,
       wrists.majority_right, wrists.recordings,
-      bounds(wrists.majority_right, wrists.recordings), wrists.majority_wrong);
+      bounds(wrists.majority_right, wrists.recordings), wrists.majority_wrong,
+      wrists.clear_right, wrists.clear_wrong,
+      wrists.recordings - wrists.clear_right - wrists.clear_wrong);
   if (wrists.subjects > 0) {
     text += fmt::format(
         "                 answers of {} subjects: right in {} on average, {} to {} with "
@@ -190,6 +194,8 @@ static Json wrists_json(const Evaluation& result) {
       {"wrong", wrists.wrong},
       {"majority_right", wrists.majority_right},
       {"majority_wrong", wrists.majority_wrong},
+      {"clear_right", wrists.clear_right},
+      {"clear_wrong", wrists.clear_wrong},
       {"majority_low_95", least_share(wrists.majority_right, wrists.recordings)},
       {"majority_high_95", most_share(wrists.majority_right, wrists.recordings)}};
   if (wrists.subjects > 0) {
@@ -252,6 +258,7 @@ Json to_json(const Evaluation& result, const Provenance& provenance) {
   json["classified_right"] =
       or_null(of_repetitions(result.kept, result.classified_right()));
   json["baseline_1nn"] = or_null(result.baseline_1nn());
+  json["baseline_examples"] = result.baseline.examples;
   json["pre_segmented"] = result.pre_segmented;
   json["confusion"] = Json::object();
   json["classes"] = Json::object();
@@ -260,7 +267,8 @@ Json to_json(const Evaluation& result, const Provenance& provenance) {
     json["confusion"][number] = row;
     json["classes"][number] = {{"name", class_name(label, provenance)},
                                {"recall", or_null(result.recall(label))},
-                               {"precision", or_null(result.precision(label))}};
+                               {"precision", or_null(result.precision(label))},
+                               {"reported", result.reported_as(label)}};
   }
   json["misses"] = result.misses;
   json["false_positives"] = result.false_positives;
@@ -269,6 +277,9 @@ Json to_json(const Evaluation& result, const Provenance& provenance) {
   json["false_positives_per_hour"] = or_null(result.false_positives_per_hour());
   json["false_per_hour_bound_95"] = or_null(result.false_per_hour_bound());
   json["latency"] = or_null(result.latency(0.5));
+  const auto median = median_estimate(result.latencies);
+  json["latency_low_95"] = median ? Json(median->low) : Json();
+  json["latency_high_95"] = median ? Json(median->high) : Json();
   json["latency_worst"] = or_null(result.latency(1.0));
   if (!result.wrists.empty()) json["wrist"] = wrists_json(result);
   if (const auto spread = spread_of(result)) {

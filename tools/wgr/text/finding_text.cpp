@@ -145,7 +145,8 @@ static FindingText value_text(const Finding& f) {
       return {"the axes " + f.about + " have no value in some samples; they read as 0",
               "the library needs all three axes of both sensors"};
     case FindingId::kStuck:
-      return {f.about + " never changes",
+      return {f.about + (f.about.find(',') == std::string::npos ? " never changes"
+                                                                : " never change"),
               fmt::format("look at the driver of the {}: is the axis switched on, is the "
                           "field filled in?",
                           sensor_of(f.about))};

@@ -22,11 +22,8 @@ static std::string title(int label, const Provenance& provenance) {
   return fmt::format("class {}{}{}", label, name.empty() ? "" : " ", name);
 }
 
-static void advise_on_people(const SegmentedSet& set, std::vector<std::string>& advice) {
-  std::set<std::string> people;
-  for (const SegmentedRecording& recording : set.recordings) {
-    if (!recording.annotations.empty()) people.insert(recording.entry.subject);
-  }
+static void advise_on_people(const std::set<std::string>& people,
+                             std::vector<std::string>& advice) {
   if (people.count("") > 0) {
     advice.push_back(
         "whose the recordings are is not known: name people in the column subject of "
@@ -35,6 +32,26 @@ static void advise_on_people(const SegmentedSet& set, std::vector<std::string>& 
     advice.push_back(fmt::format(
         "{} recorded the gestures: {} more make the model fit for people who did not",
         counted(people.size(), "person", "people"), kEnoughPeople - people.size()));
+  }
+}
+
+static void advise_on_people(const SegmentedSet& set, std::vector<std::string>& advice) {
+  std::set<std::string> people;
+  for (const SegmentedRecording& recording : set.recordings) {
+    if (!recording.annotations.empty()) people.insert(recording.entry.subject);
+  }
+  advise_on_people(people, advice);
+}
+
+// `kept` counts the repetitions of each class.
+static void advise_on_repetitions(const std::map<int, size_t>& kept,
+                                  const Provenance& provenance,
+                                  std::vector<std::string>& advice) {
+  for (const auto& [label, count] : kept) {
+    if (count >= kEnoughRepetitions) continue;
+    advice.push_back(fmt::format("{}: {} kept; record {} more", title(label, provenance),
+                                 counted(count, "repetition"),
+                                 kEnoughRepetitions - count));
   }
 }
 
@@ -47,12 +64,7 @@ static void advise_on_repetitions(const SegmentedSet& set,
       if (motion.verdict == Verdict::kKept && motion.label >= 0) ++kept[motion.label];
     }
   }
-  for (const auto& [label, count] : kept) {
-    if (count >= kEnoughRepetitions) continue;
-    advice.push_back(
-        fmt::format("{}: {} kept; record {} more", title(label, set.provenance),
-                    counted(count, "repetition"), kEnoughRepetitions - count));
-  }
+  advise_on_repetitions(kept, set.provenance, advice);
 }
 
 // Whether the motion was lost because rest is missing before or after it.
@@ -89,15 +101,14 @@ static void advise_on_rest(const SegmentedSet& set, std::vector<std::string>& ad
       lost, annotations));
 }
 
-static void advise_on_background(const SegmentedSet& set, double per_hour,
+static void advise_on_background(double hours, double per_hour,
                                  std::vector<std::string>& advice) {
-  const double hours = set.provenance.background_seconds / kSecondsPerHour;
   const double wanted = kRuleOfThree / per_hour;
   if (hours >= wanted) return;
   advice.push_back(fmt::format(
       "{:.2f} h of background: only {:.1f} h without a false positive show that there "
       "are no more than {} an hour. Record the hands in daily use (--background): "
-      "eating, typing, dressing; walking says little of them",
+      "eating, typing, dressing; walking alone does not show it",
       hours, wanted, per_hour));
 }
 
@@ -106,7 +117,52 @@ std::vector<std::string> advice_on(const SegmentedSet& set, double per_hour) {
   advise_on_people(set, advice);
   advise_on_repetitions(set, advice);
   advise_on_rest(set, advice);
-  if (per_hour > 0.0) advise_on_background(set, per_hour, advice);
+  if (per_hour > 0.0) {
+    advise_on_background(set.provenance.background_seconds / kSecondsPerHour, per_hour,
+                         advice);
+  }
+  return advice;
+}
+
+// What the description counts of motions that are lost in any case: those of repetitions
+// that run into each other or over an annotation's end.
+static void advise_on_rest(const Provenance& provenance, size_t repetitions,
+                           std::vector<std::string>& advice) {
+  size_t lost = 0;
+  for (const Verdict verdict :
+       {Verdict::kInTwoAnnotations, Verdict::kPartlyInAnnotation}) {
+    const auto found =
+        provenance.verdicts.find(kVerdictNames[static_cast<size_t>(verdict)]);
+    if (found != provenance.verdicts.end()) lost += found->second;
+  }
+  if (lost == 0 || share(lost, lost + repetitions) < kMuchLost) return;
+  advice.push_back(fmt::format(
+      "{} beside {} lost as the wrist does not rest around repetitions: hold it still "
+      "for half a second before and after each; wgr segment --list names them",
+      counted(lost, "motion"),
+      counted(repetitions, "example") + (lost == 1 ? " is" : " are")));
+}
+
+std::vector<std::string> advice_on(const Gdata& examples, const Provenance& provenance,
+                                   double background_hours, double per_hour) {
+  const std::vector<std::string>& subjects = provenance.subjects;
+  std::set<std::string> people;
+  std::map<int, size_t> kept;
+  size_t repetitions = 0;
+  for (const auto& [word, label] : provenance.classes) {
+    if (label >= 0) kept[label];
+  }
+  for (size_t i = 0; i < examples.samples.size(); ++i) {
+    if (examples.samples[i].label < 0) continue;
+    people.insert(i < subjects.size() ? subjects[i] : "");
+    ++kept[examples.samples[i].label];
+    ++repetitions;
+  }
+  std::vector<std::string> advice;
+  advise_on_people(people, advice);
+  advise_on_repetitions(kept, provenance, advice);
+  advise_on_rest(provenance, repetitions, advice);
+  if (per_hour > 0.0) advise_on_background(background_hours, per_hour, advice);
   return advice;
 }
 

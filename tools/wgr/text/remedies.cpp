@@ -111,9 +111,8 @@ static const std::vector<Remedy>& stream_remedies() {
 static const std::vector<Remedy>& gesture_remedies() {
   static const std::vector<Remedy> all = {
       {"at-rest", "The wrist counted as resting; one sensor at rest is enough.",
-       "gyroscope alone: check for rad/s, a dead or clipped axis; both: the gesture is "
-       "too "
-       "gentle",
+       "if both sensors rested, make the gesture larger; if the gyroscope alone did, "
+       "look for rad/s and for a dead or clipped axis",
        ""},
       {"too-short", "The motions are shorter than the shortest motion.",
        "make the gesture slower, or allow shorter motions", kLevel},

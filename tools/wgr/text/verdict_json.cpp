@@ -109,6 +109,7 @@ Json verdict_json(const Verdict& v, const Explanation& e) {
             {"worn", v.worn},
             {"wearer", e.settings.wearer},
             {"text", wrist_text(v, e.settings)}}},
+          {"trials_heading", trials_heading(v)},
           {"trials", trials_json(v)}};
 }
 

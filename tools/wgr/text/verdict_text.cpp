@@ -53,8 +53,9 @@ static const char* wrist_name(int wearer) {
   return kNames[wearer];
 }
 
-static std::string votes(const Verdict& v) {
-  return fmt::format("{} left : {} right", v.wearer_answers[0], v.wearer_answers[1]);
+static std::string votes(const std::array<size_t, 3>& answers) {
+  return fmt::format("{} left : {} right, {} undecided", answers[0], answers[1],
+                     answers[2]);
 }
 
 static std::string tried_evidence(const Verdict& v, const Settings& settings) {
@@ -72,9 +73,9 @@ static std::string tried_evidence(const Verdict& v, const Settings& settings) {
   if (v.principal->blame == Blame::kOtherWrist) {
     text += v.other_wrist_detected(settings.wearer)
                 ? fmt::format("; the wrist detector says {} as well ({})",
-                              wrist_name(v.worn), votes(v))
+                              wrist_name(v.worn), votes(v.wearer_answers))
                 : fmt::format("; the wrist detector says {} ({})", wrist_name(v.worn),
-                              votes(v));
+                              votes(v.wearer_answers));
   }
   return text;
 }
@@ -226,15 +227,29 @@ std::string stream_text(const Verdict& v) {
   return text.empty() ? "nothing found" : text;
 }
 
+std::string detected_wrist_text(const std::array<size_t, 3>& answers) {
+  return fmt::format("{} by the wrist detector ({})", wrist_name(clear_wearer(answers)),
+                     votes(answers));
+}
+
 std::string wrist_text(const Verdict& v, const Settings& settings) {
-  return fmt::format("{} by the wrist detector ({}), {} by --wearer", wrist_name(v.worn),
-                     votes(v), wrist_name(settings.wearer));
+  return fmt::format("{}, {} by --wearer", detected_wrist_text(v.wearer_answers),
+                     wrist_name(settings.wearer));
+}
+
+std::string trials_heading(const Verdict& v) {
+  if (v.expected == 0) return "under other circumstances, each tried on this recording";
+  const bool helped = std::any_of(
+      v.trials.begin(), v.trials.end(),
+      [&](const Trial& trial) { return gain_of(trial, v.trials.front()) > 0; });
+  return helped ? "what would have helped, each tried on this recording"
+                : "nothing that was tried on this recording would have helped";
 }
 
 static void append_trials(std::string& text, const Verdict& v) {
   // Where nothing went wrong nothing had to be helped.
   if (v.trials.size() < 2 || (v.expected > 0 && !v.principal)) return;
-  text += "\nwhat would have helped, each tried on this recording\n";
+  text += "\n" + trials_heading(v) + "\n";
   if (v.principal && !v.principal->trial) {
     text += "  not to be tried on a recording: see \"do\" above\n";
   }

@@ -1,6 +1,7 @@
 // The verdict in words.
 #pragma once
 
+#include <array>
 #include <string>
 #include <vector>
 
@@ -34,6 +35,13 @@ std::string findings_text(const std::vector<Finding>& findings);
 
 // The trials that are worth a line: the best of each kind, and the one without a change.
 std::vector<size_t> shown_trials(const Verdict& verdict);
+
+// What stands above them: without expected gestures nothing can be said to help.
+std::string trials_heading(const Verdict& verdict);
+
+// The wrist that the detector's answers left, right and undecided name, with their
+// counts.
+std::string detected_wrist_text(const std::array<size_t, 3>& answers);
 
 // What the examination found, and which wrist wears the watch.
 std::string stream_text(const Verdict& verdict);
