@@ -57,8 +57,9 @@ auto released(Work work) {
 
 // The same for work that sees no signals itself. After Ctrl-C the call returns at once;
 // what it left undone runs on to its end with its own copy of the input, and is dropped.
-template <class Work>
-auto watched(Work work) {
+// meanwhile() is called now and then until the work has ended, without the lock.
+template <class Work, class Meanwhile>
+auto watched(Work work, Meanwhile meanwhile) {
   struct Done {
     std::mutex mutex;
     std::condition_variable changed;
@@ -86,11 +87,17 @@ auto watched(Work work) {
     std::unique_lock<std::mutex> lock(done->mutex);
     while (!done->changed.wait_for(lock, kBetweenChecks, [&] { return done->ended; })) {
       check_signals();
+      meanwhile();
     }
   }
   if (done->error) std::rethrow_exception(done->error);
   emit(done->caught);
   return std::move(*done->result);
+}
+
+template <class Work>
+auto watched(Work work) {
+  return watched(std::move(work), [] {});
 }
 
 // The samples of a table, which must live as long.

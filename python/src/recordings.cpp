@@ -6,6 +6,7 @@
 #include "capture/capture_reader.h"
 #include "capture/captured_settings.h"
 #include "diagnosis/diagnosis.h"
+#include "hostrun/host_wrist.h"
 #include "import/import_log.h"
 #include "import/log_files.h"
 #include "json/json_text.h"
@@ -114,9 +115,13 @@ static std::string diagnosed(const Table& samples, std::optional<int> rate,
     StreamDiagnosis stream(options);
     stream.set_absent_axes(absent_axes);
     TableSource source(samples);
-    for (RecordedSample sample; source.next(sample);) stream.add(sample);
+    HostWrist wrist;
+    for (RecordedSample sample; source.next(sample);) {
+      stream.add(sample);
+      wrist.ask(sample.acc);
+    }
     const Diagnosis diagnosis = stream.finish();
-    nlohmann::ordered_json all = summary_json(diagnosis);
+    nlohmann::ordered_json all = summary_json(diagnosis, wrist.answers());
     all["findings"] = nlohmann::ordered_json::array();
     for (const Finding& f : diagnosis.findings)
       all["findings"].push_back(finding_json(f));

@@ -13,6 +13,7 @@
 #include "segmentation/segmented_set.h"
 #include "segmentation/segmenter.h"
 #include "synthesis/performance.h"
+#include "text/build_text.h"
 #include "text/evaluation_text.h"
 #include "training/model_builder.h"
 #include "training/model_findings.h"
@@ -113,24 +114,37 @@ static std::vector<Points> all_points_of(const std::vector<Table>& traces) {
   return all;
 }
 
+// An array over the scores themselves: a copy would be as large again.
+static py::array_t<float> array_over(const std::shared_ptr<Similarities>& matrix,
+                                     size_t traces) {
+  using Owner = std::shared_ptr<Similarities>;
+  const py::capsule owner(new Owner(matrix),
+                          [](void* held) { delete static_cast<Owner*>(held); });
+  const auto n = static_cast<py::ssize_t>(traces);
+  return py::array_t<float>({n, n}, matrix->rows().data(), owner);
+}
+
 static py::array_t<float> similarities(const std::vector<Table>& traces, int k,
-                                       bool normalise, unsigned threads) {
-  auto matrix = watched([all = all_points_of(traces), k, normalise, threads]() mutable {
-    if (normalise) {
-      HGR classifier(0);
-      for (Points& trace : all) classifier.normalize(trace, k);
-    }
-    return std::make_shared<Similarities>(all, all.size(), k, threads, true);
-  });
-  const auto n = static_cast<py::ssize_t>(traces.size());
-  py::array_t<float> made({n, n});
-  auto to = made.mutable_unchecked<2>();
-  for (py::ssize_t i = 0; i < n; ++i) {
-    for (py::ssize_t j = 0; j < n; ++j) {
-      to(i, j) = (*matrix)(static_cast<size_t>(i), static_cast<size_t>(j));
-    }
-  }
-  return made;
+                                       bool normalise, unsigned threads,
+                                       const std::optional<py::function>& progress) {
+  const auto advance = std::make_shared<Advance>();
+  const auto report = [&] {
+    if (!progress) return;
+    const py::gil_scoped_acquire lock;
+    (*progress)(advance->share());
+  };
+  const auto matrix = watched(
+      [all = all_points_of(traces), k, normalise, threads, advance]() mutable {
+        if (normalise) {
+          HGR classifier(0);
+          for (Points& trace : all) classifier.normalize(trace, k);
+        }
+        return std::make_shared<Similarities>(all, all.size(), k, threads, true,
+                                              advance.get());
+      },
+      report);
+  if (progress) (*progress)(1.0);
+  return array_over(matrix, traces.size());
 }
 
 namespace {
@@ -300,6 +314,7 @@ static void add_options(py::module_& module) {
       .def_readwrite("tolerance", &BuildOptions::tolerance)
       .def_readwrite("share", &BuildOptions::most_share)
       .def_readwrite("kind", &BuildOptions::kind)
+      .def_readwrite("background_templates", &BuildOptions::background_templates)
       .def_readwrite("judge_by", &BuildOptions::judge_by)
       .def_readwrite("false_positives_per_hour", &BuildOptions::false_positives_per_hour)
       .def_readwrite("background_hours", &BuildOptions::background_hours)
@@ -352,7 +367,7 @@ void add_training(py::module_& module) {
   module.def("segment_folder", segment_folder, py::arg("folder"), py::arg("background"),
              py::arg("options"), py::arg("attitude"));
   module.def("similarities", similarities, py::arg("traces"), py::arg("k"),
-             py::arg("normalise"), py::arg("threads"));
+             py::arg("normalise"), py::arg("threads"), py::arg("progress") = py::none());
   module.def("similarity_strip", similarity_strip, py::arg("traces"), py::arg("first"),
              py::arg("k"), py::arg("normalise"));
   module.def("cluster", cluster, py::arg("matrix"), py::arg("most_iterations"),

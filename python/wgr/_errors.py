@@ -12,11 +12,11 @@ _PLACE = re.compile(r"^(?P<file>.+?)(?::(?P<line>\d+))?: ")
 
 
 class WgrError(Exception):
-    """What went wrong, as a whole message for a person.
+    """Base of all errors; its text is a complete message.
 
     Attributes:
-        file: The file that is meant, as it was given; None where none is.
-        line: The line in it, from 1; None where none is meant.
+        file: The file as it was given; None where the error concerns none.
+        line: The line in the file, from 1; None where the error concerns none.
     """
 
     def __init__(self, message: str) -> None:
@@ -32,15 +32,15 @@ class WgrError(Exception):
 
 
 class InputError(WgrError, ValueError):
-    """Something that was given cannot be used: a file, a model, an argument."""
+    """A file, a model or an argument cannot be used."""
 
 
 class RecordingError(InputError):
-    """A recording or a capture that cannot be read; mostly with its line."""
+    """A recording or a capture cannot be read; most errors name the line."""
 
 
 class OutputError(WgrError, OSError):
-    """A file could not be written in full: the disk is full, for example."""
+    """A file cannot be written in full; the disk is full, for example."""
 
     def __init__(self, message: str) -> None:
         WgrError.__init__(self, message)
@@ -50,7 +50,7 @@ class OutputError(WgrError, OSError):
 
 
 class WgrWarning(UserWarning):
-    """What can be used, but not without a doubt: a torn end, an assumed rate."""
+    """A doubt about an input that is used: a torn end, an assumed sample rate."""
 
 
 _quiet = contextvars.ContextVar("quiet", default=False)

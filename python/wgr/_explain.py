@@ -24,12 +24,12 @@ Expected = Union[
 
 
 class Explanation:
-    """What became of every motion of a recording, and why.
+    """The result for every motion of a recording, and its cause.
 
     Attributes:
-        recording: The recording that was explained.
-        model: The model that was in use.
-        details: All of it as `wgr explain --json` prints it.
+        recording: The explained recording.
+        model: The model that was used.
+        details: The whole result, as `wgr explain --json` prints it.
         events: The events, as replay() gives them, without a summary.
     """
 
@@ -83,7 +83,7 @@ class Explanation:
 
     @property
     def expected(self) -> pandas.DataFrame:
-        """A row for each expected gesture, and what became of it."""
+        """A row for each expected gesture, with its result."""
         import pandas
 
         return pandas.DataFrame(self.details["expected"])
@@ -196,16 +196,16 @@ def explain(
     """Explains each motion of a recording, as `wgr explain` does.
 
     Args:
-        recording: What is explained.
+        recording: The recording to explain.
         model: As for replay().
         expect: The expected gestures: a table's path, or
             (begin, end, label) in s.
-        what_if: Whether what would have helped is tried, on recordings of any
+        what_if: Whether to try what would have helped, on recordings of any
             length; otherwise where `expect` is given, on those of 2,000,000 samples
             and fewer.
         wearer, mode, rate, gyro_bias, sensitivity, shortest, static_window: As for
             replay().
-        initialise: False: as a host that forgets init_gesture_handle().
+        initialise: False acts as a host that forgets init_gesture_handle().
         draw: Keeps what plot(), traces() and page() draw; without it less memory
             is taken.
 

@@ -34,7 +34,7 @@ _LAYOUT = 2  # of what a store keeps
 
 @dataclasses.dataclass
 class Fleet:
-    """What came of a run over many recordings.
+    """The result of a run over many recordings.
 
     Attributes:
         table: The rows of all recordings, in the order of their paths. Its column
@@ -134,7 +134,7 @@ def _size(path: str) -> int:
 
 
 def batches(todo: Todo, threads: int) -> list[Todo]:
-    """What a task has in hand: a long recording, or several short ones.
+    """The recordings of each task: a long one, or several short ones.
 
     A task costs the scheduler some milliseconds, as much as a recording of a minute
     costs a worker. The large ones come first, so that the last ones end together.

@@ -57,6 +57,8 @@ class GestureClassifier(ClassifierMixin, _Traces):
         judge_by: "subject", "session" or "repetition": what an example is judged
             without; otherwise the first of them that fit() is given two of.
         share: Of a class's examples that may become templates.
+        background_templates: Of background, at most, which are never reported;
+            otherwise as many as gain by cross-validation.
         false_positives_per_hour: Background motions that may be accepted; needs
             background_hours.
         background_hours: Duration of the background, h.
@@ -79,6 +81,7 @@ class GestureClassifier(ClassifierMixin, _Traces):
         tolerance: float = 0.005,
         share: float = 1.0 / 3.0,
         kind: str | None = None,
+        background_templates: int | None = None,
         judge_by: str | None = None,
         false_positives_per_hour: float | None = None,
         background_hours: float = 0.0,
@@ -91,6 +94,7 @@ class GestureClassifier(ClassifierMixin, _Traces):
         self.tolerance = tolerance
         self.share = share
         self.kind = kind
+        self.background_templates = background_templates
         self.judge_by = judge_by
         self.false_positives_per_hour = false_positives_per_hour
         self.background_hours = background_hours
@@ -151,6 +155,7 @@ class GestureClassifier(ClassifierMixin, _Traces):
             tolerance=self.tolerance,
             share=self.share,
             kind=self.kind,
+            background_templates=self.background_templates,
             judge_by=self.judge_by,
             false_positives_per_hour=self.false_positives_per_hour,
             background_hours=self.background_hours,

@@ -41,10 +41,10 @@ class HostSettings:
 
 @dataclasses.dataclass(frozen=True)
 class ImportedLog:
-    """What the log of another device was taken for.
+    """How the log of another device was read.
 
     Attributes:
-        said: What every column is, how sure that is and why; what was done.
+        said: The meaning of every column, how sure that is and why; the steps taken.
         profile: For Recording.read(profile=), which then guesses nothing.
     """
 
@@ -58,10 +58,10 @@ class Recording:
     Attributes:
         samples: (n, 7) float64 in C order: t in s, accelerations in m/s² with
             gravity in them, angular velocities in deg/s, in the watch's frame.
-        name: Where it is from; a path for what was read.
-        absent_axes: Axes that have empty fields, which read as 0: "gx, gy".
+        name: Its source: the path of a file that was read.
+        absent_axes: Axes with empty fields, which read as 0: "gx, gy".
         host: What the host of a capture passed to the library.
-        imported: Of a log: what it was taken for.
+        imported: For a log: how it was read.
     """
 
     imported: ImportedLog | None = None
@@ -99,15 +99,15 @@ class Recording:
         """Reads a recording (CSV, plain or gzip), a handle of a capture, or a log.
 
         Args:
-            path: The file. What it is is seen from its content.
+            path: The file; its content decides what kind it is.
             profile: For the log of another device or app, which `wgr import` reads:
                 "guess" guesses its columns, units and axes; otherwise a profile's
                 name, its file or what the file holds. How the log was taken is in
                 `imported`.
-            handle: Of a capture, where several handles have samples.
+            handle: For a capture: which handle, where several have samples.
             rate: Samples per second; otherwise the captured host's, or what
                 the time stamps say.
-            most_bytes: Unpacked, that may be read.
+            most_bytes: Most bytes to read, unpacked.
 
         Raises:
             RecordingError: The file cannot be opened, or a line is no sample;
@@ -158,7 +158,7 @@ class Recording:
             gyro: (n, 3), deg/s.
             t: (n,), s; without it `rate` is needed, and time starts at 0.
             rate: Samples per second; without it what `t` says.
-            name: What it is called in reports.
+            name: Its name in reports.
 
         Raises:
             InputError: Shapes do not fit, a value is not finite, or neither

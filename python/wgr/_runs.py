@@ -39,7 +39,7 @@ class Events(Sequence):
 
     Attributes:
         recording: The recording's name.
-        summary: What the run adds up to: samples, rest_share, events of each
+        summary: Totals of the run: samples, rest_share, events of each
             class, wearer, clock.
     """
 
@@ -238,7 +238,7 @@ class Finding(NamedTuple):
 
     Attributes:
         id: A word for each kind, such as "gyro-unit".
-        sure: "certain", "likely" or "possible".
+        sure: How sure: "certain", "likely" or "possible".
         what: What was seen.
         remedy: What to do.
         call: The option or call that does it; may be empty.
@@ -252,11 +252,11 @@ class Finding(NamedTuple):
 
 
 class Examination:
-    """What is wrong with a stream, and what is known of it.
+    """What is wrong with a stream, and its figures.
 
     Attributes:
         findings: The list of Finding; empty where nothing was found.
-        facts: rate, jitter, gravity, bias, noise, rest_share and so on.
+        facts: rate, jitter, gravity, bias, noise, rest_share, wrist and so on.
     """
 
     def __init__(self, found: dict[str, Any]) -> None:
@@ -289,10 +289,10 @@ def examine(
     rate: int | None = None,
     gyro_bias: Sequence[float] = NO_BIAS,
 ) -> Examination:
-    """Says what is wrong with a stream, as `wgr doctor` does.
+    """Reports what is wrong with a stream, as `wgr doctor` does.
 
     Args:
-        recording: What is examined.
+        recording: The recording to examine.
         rate: Samples per second that the host passes; otherwise not judged.
         gyro_bias: (3,), deg/s, that it passes.
     """

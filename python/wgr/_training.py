@@ -4,7 +4,16 @@ from __future__ import annotations
 
 import json
 import os
-from typing import TYPE_CHECKING, Any, Iterable, NamedTuple, Sequence, Union, overload
+from typing import (
+    TYPE_CHECKING,
+    Any,
+    Callable,
+    Iterable,
+    NamedTuple,
+    Sequence,
+    Union,
+    overload,
+)
 
 import numpy as np
 
@@ -34,8 +43,8 @@ def synthesise(
     """Makes a recording of a synthesised person, as `wgr synth` does.
 
     Args:
-        person: Who; the same number is the same person.
-        seed: Another number, another recording.
+        person: Number of the person; the same number is the same person.
+        seed: Seed of the random choices.
         style: "calm" or "free".
         gestures: Repetitions of each gesture.
         distractors: Everyday movement, s.
@@ -241,14 +250,18 @@ def similarity_matrix(
     *,
     gravity: bool = False,
     normalise: bool = True,
+    progress: Callable[[float], object] | None = None,
 ) -> np.ndarray:
     """Scores all traces with each other by dynamic time warping.
+
+    Besides the matrix it takes a copy of the traces, and 8 MB a thread at most.
 
     Args:
         traces: Of (n, 3) each, m/s².
         n_jobs: Threads; None is 1, -1 all processors. The bits do not depend on it.
         gravity: The last point of each trace is its gravity vector.
         normalise: Traces are scaled to unit root mean square first.
+        progress: Called now and then with the share that is done, 1 at the end.
 
     Returns:
         (n, n) float32: entry (i, j) is the similarity of i and j in this order,
@@ -262,6 +275,7 @@ def similarity_matrix(
         int(gravity),
         normalise,
         threads_of(n_jobs),
+        progress,
     )
 
 
@@ -355,6 +369,7 @@ _OPTIONS = {
     "tolerance",
     "share",
     "kind",
+    "background_templates",
     "judge_by",
     "false_positives_per_hour",
     "background_hours",
@@ -378,6 +393,7 @@ def build_options_of(n_jobs: int | None = None, **given: Any) -> Any:
             value = words.__members__[value]
         setattr(options, name, value)
     _in_range("templates", options.templates, 1, 100)
+    _in_range("background_templates", options.background_templates, 0, 100)
     if not options.false_cost > 0:
         raise InputError("false_cost: above 0 is required")
     for name in ("tolerance", "share"):

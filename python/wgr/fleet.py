@@ -3,7 +3,7 @@
 Each function takes paths of recordings or captures, which every worker must be able to
 read, and returns one table. It is the same whatever the number and the order of the
 workers. A recording that cannot be read is a row with its error. Work that a killed
-worker had in hand is done again by another. With `store` every finished recording is
+worker had not finished is done again by another. With `store` every finished recording is
 kept at once, and a run that was interrupted goes on where it was.
 
 Without a client, and where no distributed.Client is in use, all runs in this process.

@@ -2,6 +2,8 @@
 
 import json
 import shutil
+import subprocess
+import sys
 import warnings
 
 import numpy as np
@@ -118,6 +120,18 @@ def test_sessions_are_left_out_as_by_the_tool(folder, tmp_path):
                 training.traces, training.labels)
 
 
+def test_templates_of_background_are_at_most_as_many_as_asked_for(training):
+    labels = np.where(training.labels == 4, -1, training.labels)
+    found = []
+    for wanted in (0, 2):
+        made = wgr.GestureClassifier(background_label=-1, background_templates=wanted)
+        lines = made.fit(training.traces, labels).model_.text.splitlines()
+        found.append(sum(line.split()[0] == "14" for line in lines if line.strip()))
+    assert found[0] == 0 and 1 <= found[1] <= 2
+    with pytest.raises(wgr.InputError, match="background_templates"):
+        made.set_params(background_templates=101).fit(training.traces, labels)
+
+
 @pytest.mark.parametrize("words, given", [
     (["--static-window=6", "--min-length=20"], {"static_window": 6, "shortest": 20}),
     (["--sensitivity=2"], {"sensitivity": 2}),
@@ -216,6 +230,32 @@ def test_similarities_are_those_of_the_formula_whatever_the_threads():
     np.testing.assert_array_equal(made, wgr.similarity_matrix(traces, n_jobs=2))
     empty = wgr.similarity_matrix([traces[0], np.zeros((0, 3))])
     assert empty[0, 1] == -np.inf
+    assert wgr.similarity_matrix([]).shape == (0, 0)
+
+
+def test_a_long_matrix_tells_its_progress_and_is_held_once():
+    # In a process of its own: the peak is of a process's whole life. Not ru_maxrss, which
+    # starts with that of the process that made it.
+    program = """
+import re, numpy as np, wgr
+random = np.random.default_rng(1)
+traces = [random.normal(size=(4, 3)) for _ in range(4000)]
+status = lambda: open("/proc/self/status").read()
+peak = lambda: 1024 * int(re.search(r"VmHWM:\\s*(\\d+)", status())[1])
+wgr.similarity_matrix(traces[:8])
+before = peak()
+shares = []
+matrix = wgr.similarity_matrix(traces, n_jobs=2, progress=shares.append)
+assert matrix.flags.writeable and peak() - before < 1.5 * matrix.nbytes, peak() - before
+assert shares == sorted(shares) and shares[-1] == 1 and len(set(shares)) > 2, shares
+"""
+    subprocess.run([sys.executable, "-c", program], check=True)
+
+
+def test_what_a_progress_raises_ends_the_call():
+    traces = [np.ones((600, 3))] * 60
+    with pytest.raises(ZeroDivisionError):
+        wgr.similarity_matrix(traces, progress=lambda share: 1 / 0)
 
 
 def test_clusters_have_exemplars_among_themselves(training):
