@@ -14,6 +14,7 @@
 #include "pages/page_data.h"
 #include "request.h"
 #include "segmentation/segmented_set.h"
+#include "text/build_text.h"
 #include "training/model_builder.h"
 #include "training/model_findings.h"
 #include "training/model_output.h"

@@ -111,7 +111,7 @@ class Explain {
       given.name = logs[0].replace(/\.\w+$/, '') + '.imported.csv';
     }
     if (given.recording === undefined) {
-      return showTrouble('Drop the recording with it: a model or a table alone explains nothing.');
+      return showTrouble('Drop a recording with it: there is nothing to explain in a model or a table alone.');
     }
     return this.show(given);
   }

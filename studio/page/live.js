@@ -17,10 +17,10 @@ const kFullFlag = 1 << 18;
 // One line for what decided.
 function lineFor(m, names = new Map()) {
   const s = (v) => v.toFixed(2);
-  const own = m.best ? `, best like ${names.get(m.best.class) ?? `class ${m.best.class}`}` : '';
+  const own = m.best ? `, most like ${names.get(m.best.class) ?? `class ${m.best.class}`}` : '';
   const lines = {
     reported: () => `${names.get(m.class) ?? `class ${m.class}`}: strength ${s(m.strength)} m/s²`,
-    rejected: () => `like no gesture closely enough${own}` +
+    rejected: () => `resembles no gesture closely enough${own}` +
         (m.best?.threshold === undefined ? '' :
           `: ${s(m.best.score)} where ${s(m.best.threshold)} is needed`),
     'too-short': () => `too short: ${s(m.seconds)} s of ${s(m.shortest)} s`,
@@ -77,8 +77,8 @@ class Live {
         this.hidden = true;
       } else if (this.hidden) {
         this.hidden = false;
-        $('#cause').textContent = 'The page was hidden, and browsers stop the sensors then: ' +
-            'what happened meanwhile is missing.';
+        $('#cause').textContent = 'The page was hidden, and browsers then stop the sensors: ' +
+            'the motion of that time is missing.';
       }
     });
     this.showKept();

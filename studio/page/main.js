@@ -30,5 +30,6 @@ const live = new Live();
 const teacher = new Teach();
 setUpAbout();
 engine.ready.then(() => {
-  document.documentElement.dataset.ready = performance.now().toFixed(0);  // ms
+  const {dataset} = document.documentElement;
+  dataset.ready = dataset.complete = performance.now().toFixed(0);  // ms
 }, (error) => showTrouble(error.message));

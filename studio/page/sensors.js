@@ -7,7 +7,7 @@
 
 const kPatience = 2000;      // ms without an event until something is said
 const kSamplesOfZeros = 50;  // that say that no sensor is behind them
-const kNoGyro = 'This phone gives no rotation rates: it has no gyroscope that the browser ' +
+const kNoGyro = 'This phone reports no angular velocities: it has no gyroscope that the browser ' +
     'reads, and without one no gesture is recognised.';
 
 function signsAreTurned() {
@@ -27,18 +27,18 @@ class Sensors {
   // In a tap, for browsers ask for permission only then. Throws an Error for people.
   async start() {
     if (!window.isSecureContext) {
-      throw new Error('Browsers give the motion sensors to pages over https only, and this ' +
-          'one came over http. Open the file itself, or put it on a web space with https.');
+      throw new Error('Browsers let pages use the motion sensors over https only, and this ' +
+          'page came over http. Open the file itself, or serve it over https.');
     }
     if (!('DeviceMotionEvent' in window)) {
-      throw new Error('This browser gives pages no motion sensors: use the one that came ' +
-          'with the phone.');
+      throw new Error('This browser does not let pages use motion sensors: open the page ' +
+          'in the phone\'s own browser.');
     }
     const {requestPermission} = /** @type {any} */ (DeviceMotionEvent);  // iOS
     if (typeof requestPermission === 'function') {
       const answer = await requestPermission.call(DeviceMotionEvent).catch(() => 'denied');
       if (answer !== 'granted') {
-        throw new Error('The browser is set not to give the motion sensors to this page. ' +
+        throw new Error('The browser does not allow this page to use the motion sensors. ' +
             'Allow “Motion & Orientation Access” in its settings for the page, or clear the ' +
             'page\'s data, then reload and start again.');
       }
@@ -50,8 +50,8 @@ class Sensors {
     addEventListener('devicemotion', this.take);
     this.timer = setTimeout(() => {
       if (this.events === 0) {
-        this.onproblem('No motion arrives. A computer without motion sensors gives none; on ' +
-            'a phone, look whether the browser\'s settings block the sensors for this page.');
+        this.onproblem('No samples arrive. This device has no motion sensors, or the browser\'s ' +
+            'settings block them for this page.');
       }
     }, kPatience);
   }

@@ -32,7 +32,7 @@ function filesOfTar(bytes) {
   for (let at = 0; at + kBlock <= bytes.length && bytes[at] !== 0;) {
     const size = parseInt(text(at + 124, 12), 8);
     if (text(at + 257, 5) !== 'ustar' || !(size >= 0) || at + kBlock + size > bytes.length) {
-      throw new Error('This is no file that the studio saved.');
+      throw new Error('The studio did not save this file.');
     }
     files[text(at, 100)] = bytes.slice(at + kBlock, at + kBlock + size);
     at += kBlock + Math.ceil(size / kBlock) * kBlock;

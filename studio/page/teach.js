@@ -137,7 +137,7 @@ class Teach {
     const record = el('button', {type: 'button', class: count < kWanted ? 'primary' : ''},
         count === 0 ? 'Record' : 'Record more');
     record.addEventListener('click', () => this.record(gesture));
-    const drop = el('button', {type: 'button'}, 'Drop the gesture');
+    const drop = el('button', {type: 'button'}, 'Delete the gesture');
     drop.addEventListener('click', () => this.change(() => {
       this.set.gestures.splice(this.set.gestures.indexOf(gesture), 1);
     }));
@@ -160,7 +160,7 @@ class Teach {
     const picture = sparkline(repetition.csv);
     const play = el('button', {type: 'button', 'aria-label': `Play ${name}`}, 'Play');
     play.addEventListener('click', () => playBack(repetition.csv, picture, play));
-    const drop = el('button', {type: 'button', 'aria-label': `Drop ${name}`}, 'Drop');
+    const drop = el('button', {type: 'button', 'aria-label': `Delete ${name}`}, 'Delete');
     drop.addEventListener('click', () => this.change(() => {
       gesture.repetitions.splice(gesture.repetitions.indexOf(repetition), 1);
     }));
@@ -227,8 +227,8 @@ class Teach {
 
   /** @param {Gesture} gesture */
   async record(gesture) {
-    if (this.listening || !await this.listen(`${gesture.name}: make it when the word comes, ` +
-        'then hold still.')) return;
+    if (this.listening || !await this.listen(`${gesture.name}: make it when the page says ` +
+        '“Now”, then hold still.')) return;
     $('#prompt').dataset.state = 'rest';
     while (this.listening && gesture.repetitions.length < kWanted) {
       this.prompt('rest', 'Hold still …');
@@ -239,7 +239,7 @@ class Teach {
       const motion = await this.motion();
       if (!this.listening) break;
       if (motion === null) {
-        $('#prompt-said').textContent = 'No motion came: bigger, or faster.';
+        $('#prompt-said').textContent = 'No motion was found: make it larger, or faster.';
         continue;
       }
       this.prompt('rest', 'Hold still …');
@@ -270,7 +270,7 @@ class Teach {
     } catch (error) {
       verdict = {good: false, said: error.message};
     }
-    $('#prompt-said').textContent = (verdict.good ? 'Good' : 'Not taken') +
+    $('#prompt-said').textContent = (verdict.good ? 'Good' : 'Not accepted') +
         (verdict.said ? `: ${verdict.said}` : '');
     $('#prompt-said').dataset.good = String(verdict.good);
     await this.change(() => {
@@ -350,7 +350,7 @@ class Teach {
     try {
       const files = filesOfTar(new Uint8Array(await file.arrayBuffer()));
       const text = (name) => new TextDecoder().decode(files[name]);
-      if (!files['gestures/index.csv']) throw new Error('This is no file that the studio saved.');
+      if (!files['gestures/index.csv']) throw new Error('The studio did not save this file.');
       /** @type {TaughtSet} */
       const set = {gestures: [], background: [], newest: 0};
       for (const line of text('gestures/index.csv').trim().split('\n').slice(1)) {
@@ -372,7 +372,7 @@ class Teach {
     const button = $('#forget');
     if (button.dataset.sure === undefined) {
       button.dataset.sure = '';
-      button.textContent = 'Drop all gestures?';
+      button.textContent = 'Delete all gestures?';
       return;
     }
     delete button.dataset.sure;

@@ -25,14 +25,14 @@ const checks = {
   async 'no sensor is said, after a while'(page) {
     await guide.press(page, 'Live');
     await guide.press(page, 'Start the sensors');
-    await page.locator('#trouble', {hasText: 'No motion arrives'}).waitFor({timeout: 20_000});
+    await page.locator('#trouble', {hasText: 'No samples arrive'}).waitFor({timeout: 20_000});
     await page.click('#stop');
   },
 
   async 'a refused permission is said'(page) {
     await page.evaluate(() => { DeviceMotionEvent.requestPermission = async () => 'denied'; });
     await page.click('#sense');
-    await page.locator('#trouble', {hasText: 'is set not to give'}).waitFor();
+    await page.locator('#trouble', {hasText: 'does not allow this page'}).waitFor();
     await page.evaluate(() => { delete DeviceMotionEvent.requestPermission; });
   },
 

@@ -110,7 +110,7 @@ const checks = {
     await page.click('#tab-teach');
     await page.waitForFunction((n) => document.querySelectorAll('.repetitions li').length === n,
         kPrompted);
-    await guide.press(page.locator('.repetitions li').first(), 'Drop');
+    await guide.press(page.locator('.repetitions li').first(), 'Delete');
     await page.waitForFunction((n) => document.querySelectorAll('.repetitions li').length === n,
         kPrompted - 1);
   },
@@ -150,7 +150,7 @@ const checks = {
     await page.click('#tab-teach');
     await page.locator('#everyday-said', {hasText: /^[3-9] s are recorded\.$/}).waitFor();
     assert.equal(await page.evaluate(() => teacher.set.background.length), 1);
-    await guide.press(page, 'Drop it');
+    await guide.press(page, 'Delete it');
     await page.waitForSelector('#everyday-drop', {state: 'hidden'});
   },
 
