@@ -154,7 +154,7 @@ endif()
 file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/changelog
   "wearableinteraction (${PROJECT_VERSION}) unstable; urgency=medium\n\n"
   "  * See CHANGELOG.md of the sources.\n\n"
-  " -- ${CPACK_PACKAGE_CONTACT}  Thu, 01 Jan 2026 00:00:00 +0000\n")
+  " -- ${CPACK_PACKAGE_CONTACT}  ${WGR_CHANGELOG_DATE}\n")
 execute_process(COMMAND gzip -9nkf changelog
                 WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
 include(CPack)

@@ -4,9 +4,11 @@
 cores=$(nproc)
 # The libraries that the tool is built with.
 kToolLibraries="libcli11-dev nlohmann-json3-dev zlib1g-dev libfmt-dev libmd-dev libutfcpp-dev"
-# What the Python package is built with, uses where it is there, and is tested with.
-kPythonPackages="pybind11-dev python3-pybind11 python3-dev python3-setuptools python3-wheel"
-kPythonPackages+=" python3-pip python3-venv python3-numpy python3-pandas python3-matplotlib"
+# What the Python package is built with.
+kWheelPackages="pybind11-dev python3-pybind11 python3-dev python3-setuptools python3-wheel"
+kWheelPackages+=" python3-pip python3-venv python3-numpy"
+# What it uses where it is there, and is tested with, besides.
+kPythonPackages="$kWheelPackages python3-pandas python3-matplotlib"
 kPythonPackages+=" python3-sklearn python3-dask python3-distributed python3-zarr"
 kPythonPackages+=" python3-pytest python3-nbclient python3-ipykernel"
 kBuildPackages="g++ cmake ninja-build $kToolLibraries"

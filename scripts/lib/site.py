@@ -8,6 +8,8 @@ made of Doxygen's reading of include/, of what wgr --help prints, and of the doc
 Python package. MkDocs makes HTML of them.
 """
 import ast
+import html
+import itertools
 import json
 import pathlib
 import re
@@ -15,10 +17,14 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import textwrap
 import xml.etree.ElementTree as ElementTree
 
 kStudio = "build/studio/studio.html"  # where scripts/studio builds it
 kStudioLink = "](wgr-studio.html)"    # as the documents name it
+kMostColumns = 60                     # of a signature in one line
+kMeaning = 30                         # the column of --help in which meanings begin
+kTitles = {"Args": "Arguments"}       # of a docstring's sections, for the reader
 kHeaders = ["WgrInterface.h", "WgrTypes.h", "WgrPreflight.h"]
 kDoxygen = """INPUT = include
 OUTPUT_DIRECTORY = {folder}
@@ -56,25 +62,43 @@ extra_css: [site.css]
 plugins: [search]
 markdown_extensions:
   - tables
+  - meta
   - toc: {{permalink: true, slugify: !!python/name:pymdownx.slugs.uslugify }}
   - pymdownx.superfences
   - pymdownx.highlight
 nav: {nav}
 """
 
-# Room for 90 columns of code, and links that can be read on dark ground.
+# Headings and links that can be read on both grounds; room for 90 columns of code; words that
+# stay whole in tables, and paths that break in prose rather than leave a phone's screen.
 kStyle = """.md-grid { max-width: 76rem; }
+.md-typeset h1, .md-typeset h2 { color: var(--md-default-fg-color); font-weight: 400; }
 [data-md-color-scheme="slate"] { --md-typeset-a-color: #9ab8ff; }
+[data-md-color-scheme="slate"] .md-typeset :is(h1, h2) { color: #eceef6; }
+.md-typeset { overflow-wrap: anywhere; }
+.md-typeset pre > code { font-size: .8em; }
+.md-typeset table:not([class]) { overflow-wrap: break-word; }
+.md-typeset table:not([class]) code { word-break: normal; }
+.md-typeset table:not([class]) th { min-width: 3rem; }
+.md-typeset :is(img, a img) { border-radius: .1rem; }
+@media screen and (max-width: 44.9em) {
+  .md-typeset table:not([class]) :is(th, td) { padding: .5em .6em; }
+}
 """
 
 
 # ---- Doxygen ------------------------------------------------------------------------------
 
+def plain(text):
+    """Markdown that shows the text as it is: only `code` has marks."""
+    return re.sub(r"[*<\[\]]", lambda found: f"&#{ord(found.group())};", text or "")
+
+
 def markdown_of(element):
     """The text of a Doxygen description, with its tables, without parameters."""
     if element is None:
         return ""
-    text = element.text or ""
+    text = plain(element.text)
     for child in element:
         if child.tag == "table":
             rows = [[markdown_of(cell).strip().replace("\n", " ").replace("|", "\\|")
@@ -92,7 +116,7 @@ def markdown_of(element):
             text += "\n\n```\n" + (child.text or "") + "\n```\n\n"
         else:
             text += markdown_of(child)
-        text += child.tail or ""
+        text += plain(child.tail)
     return text
 
 
@@ -101,20 +125,24 @@ def signature_of(member):
     if member.get("kind") == "typedef":
         return "".join(member.find("definition").itertext()) + ";"
     kind = "".join(member.find("type").itertext()) if member.find("type") is not None else ""
-    return f"{kind} {member.findtext('name')}{arguments};"
+    start = f"{kind} {member.findtext('name')}"
+    if len(start + arguments) > kMostColumns and arguments.startswith("("):
+        arguments = arguments.replace(", ", ",\n" + " " * (len(start) + 1))
+    return f"{start}{arguments};"
 
 
 def parameters_of(member):
-    lines = []
+    text = ""
     for item in member.iter("parameteritem"):
         name = item.findtext("parameternamelist/parametername")
-        text = markdown_of(item.find("parameterdescription")).strip().replace("\n", " ")
-        lines.append(f"| `{name}` | {text} |")
+        about = markdown_of(item.find("parameterdescription")).strip().replace("\n", " ")
+        text += f"| `{name}` | {about} |\n"
+    if text:
+        text = "| argument | meaning |\n|---|---|\n" + text
     for section in member.iter("simplesect"):
         if section.get("kind") == "return":
-            text = markdown_of(section).strip().replace("\n", " ")
-            lines.append(f"| returns | {text} |")
-    return "| argument | |\n|---|---|\n" + "\n".join(lines) + "\n" if lines else ""
+            text += f"\n**Returns** {markdown_of(section).strip()}\n"
+    return text
 
 
 def member_text(member):
@@ -166,6 +194,47 @@ def write_headers(pages):
 
 # ---- the tool and the Python package ------------------------------------------------------
 
+def code_cell(text):
+    """Code in a cell of a table, in which `|` would begin the next; lines may end there."""
+    return f"<code>{html.escape(text).replace('|', '&#124;<wbr>')}</code>"
+
+
+def option_table(lines):
+    """A table of what --help lists: a name, then its meaning, perhaps in further lines."""
+    rows = []
+    for line in lines:
+        if line.startswith("   "):
+            rows[-1][1] += ("" if rows[-1][1].endswith("-") else " ") + line.strip()
+        elif line[kMeaning - 1:kMeaning] == " ":
+            rows.append([line[:kMeaning].strip(), line[kMeaning:]])
+        else:
+            rows.append([line.strip(), ""])
+    return "| name | meaning |\n|---|---|\n" + "".join(
+        f"| {code_cell(name)} | {plain(meaning.strip()).replace('|', '&#124;')} |\n"
+        for name, meaning in rows)
+
+
+def help_text(text):
+    """Markdown of what --help prints: tables of options, sentences, and examples as code."""
+    made = ""
+    for part in re.split(r"\n\n+", text.strip("\n")):
+        lines = part.split("\n")
+        if lines[0] in ("Positionals:", "Options:", "Subcommands:"):
+            made += f"**{lines[0][:-1]}**\n\n{option_table(lines[1:])}\n"
+            continue
+        if lines[0] == "Examples:":
+            made += "**Examples**\n\n"
+            lines = lines[1:]
+        for indented, group in itertools.groupby(lines, lambda line: line.startswith("  ")):
+            if indented:
+                made += "```text\n" + textwrap.dedent("\n".join(group)) + "\n```\n\n"
+                continue
+            for line in (" ".join(group).replace("Usage: ", "\nUsage: ")).split("\n"):
+                usage = re.fullmatch("Usage: (.*)", line)
+                made += f"```text\n{usage[1]}\n```\n\n" if usage else plain(line) + "\n\n"
+    return made
+
+
 def write_help(wgr, pages):
     def help_of(*words):
         return subprocess.run([wgr, *words, "--help"], check=True, capture_output=True,
@@ -175,16 +244,49 @@ def write_help(wgr, pages):
         found = re.search(r"^Subcommands:\n((?:  .*\n)+)", text, re.M)
         return re.findall(r"^  (\w+) ", found.group(1), re.M) if found else []
     first = help_of()
-    (pages / "wgr.md").write_text(f"# wgr\n\n```text\n{first}```\n", encoding="utf-8")
+    (pages / "wgr.md").write_text(f"# wgr\n\n{help_text(first)}", encoding="utf-8")
     menu = [{"wgr": "reference/wgr.md"}]
     for name in subcommands_of(first):
         text = help_of(name)
-        page = f"# wgr {name}\n\n```text\n{text}```\n"
+        page = f"# wgr {name}\n\n{help_text(text)}"
         for inner in subcommands_of(text):
-            page += f"\n## wgr {name} {inner}\n\n```text\n{help_of(name, inner)}```\n"
+            page += f"\n## wgr {name} {inner}\n\n{help_text(help_of(name, inner))}"
         (pages / f"wgr-{name}.md").write_text(page, encoding="utf-8")
         menu.append({f"wgr {name}": f"reference/wgr-{name}.md"})
     return menu
+
+
+def docstring_text(about):
+    """Markdown of a docstring: its sentences, and a list for each of its sections."""
+    first, *sections = re.split(r"^(\w+):\n(?= {4})", about, flags=re.M)
+    text = plain(first.strip()) + "\n\n"
+    for title, body in zip(sections[::2], sections[1::2]):
+        body = textwrap.dedent(body.rstrip())
+        if title == "Returns":
+            text += f"**Returns** {plain(body)}\n\n"
+            continue
+        text += f"**{kTitles.get(title, title)}**\n\n"
+        for entry in re.split(r"\n(?=\S)", body):
+            names, _, meaning = entry.partition(": ")
+            meaning = " ".join(meaning.split())
+            text += f"- `{names}`: {plain(meaning)}\n"
+        text += "\n"
+    return text
+
+
+def signature_of_python(function):
+    """As it is called: without self; None for an attribute."""
+    decorators = {getattr(one, "id", "") for one in function.decorator_list}
+    if "property" in decorators:
+        return None
+    arguments = function.args
+    if arguments.args and arguments.args[0].arg in ("self", "cls"):
+        del arguments.args[0]
+    signature = f"{function.name}({ast.unparse(arguments)})"
+    if len(signature) <= kMostColumns:
+        return signature
+    return f"{function.name}(\n    " + re.sub(
+        r", (?=\*|\w+\b[:=,]|\w+$)", ",\n    ", ast.unparse(arguments)) + ",\n)"
 
 
 def docstrings(node, prefix=""):
@@ -196,14 +298,15 @@ def docstrings(node, prefix=""):
         about = ast.get_docstring(child)
         if about is None:
             continue
+        level = "###" if prefix else "##"
+        text += f"{level} {prefix}{child.name}\n\n"
         if isinstance(child, ast.ClassDef):
-            text += f"## {child.name}\n\n```text\n{about}\n```\n\n" + docstrings(
-                child, child.name + ".")
-        else:
-            arguments = ast.unparse(child.args)
-            level = "###" if prefix else "##"
-            text += (f"{level} {prefix}{child.name}\n\n```python\n{child.name}({arguments})\n```"
-                     f"\n\n```text\n{about}\n```\n\n")
+            text += docstring_text(about) + docstrings(child, child.name + ".")
+            continue
+        signature = signature_of_python(child)
+        if signature:
+            text += f"```python\n{signature}\n```\n\n"
+        text += docstring_text(about)
     return text
 
 
@@ -221,7 +324,8 @@ def write_python(root, pages):
         public = re.findall(r'"(\w+)"', re.search(
             r"__all__ = \[(.*?)\]", source, re.S).group(1))
         text = f"# {title}\n\n{ast.get_docstring(ast.parse(source))}\n\n"
-        for path in sorted(sources):
+        # What can go wrong comes last.
+        for path in sorted(sources, key=lambda one: (one.name == "_errors.py", one.name)):
             tree = ast.parse(path.read_text(encoding="utf-8"))
             tree.body = [node for node in tree.body if getattr(node, "name", "") in public]
             text += docstrings(tree)
@@ -289,7 +393,10 @@ def write_documents(root, pages):
         text = re.sub(r"\]\((docs/|CONTRIBUTING|CHANGELOG)", r"](\1", text)
         text = text.replace("](CONTRIBUTING.md", "](contributing.md").replace(
             "](CHANGELOG.md", "](changelog.md").replace("](docs/", "](")
-        (pages / name).write_text(text, encoding="utf-8")
+        (pages / name).write_text(without_next(text), encoding="utf-8")
+    start = pages / "index.md"  # its menu would have one entry
+    start.write_text("---\nhide: [navigation]\n---\n" + start.read_text(encoding="utf-8"),
+                     encoding="utf-8")
     for entry in menu:
         if "Maintainer" in entry:
             entry["Maintainer"] = ["contributing.md", *entry["Maintainer"], "changelog.md"]

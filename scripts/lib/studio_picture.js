@@ -14,9 +14,9 @@ async function main() {
   await tab.goto('file://' + page);
   await tab.click('#demo');
   const explained = tab.frameLocator('#page');
-  await explained.locator('#verdict', {hasText: 'other circumstances were tried'})
+  await explained.locator('#verdict', {hasText: 'changes were tried'})
       .waitFor({timeout: 120_000});
-  await explained.locator('html[data-ready]').waitFor();
+  await explained.locator('html[data-complete]').waitFor();
   await tab.screenshot({path: out});
   await browser.close();
 }

@@ -19,8 +19,8 @@ In README.md, CONTRIBUTING.md and docs/*.md, or the named documents:
 - every option of `wgr` in any code has to be one of the subcommand it stands behind, every
   option of a script in `scripts/` one that the script has, and every name that `ctest -R` is
   given one of a test.
-- every document in docs/ stands in docs/order.txt, and where it ends with a line "Next: ...",
-  that names the next one there.
+- every document in docs/ stands in docs/order.txt, and ends with a line "Next: ..." that names
+  the next one there.
 - every path of the project that code names has to be there, such as `src/engine/rest.cpp`.
 - every link within the project has to lead to a file, and to a heading where it names one.
 
@@ -184,7 +184,7 @@ class Session:
             folder = pathlib.Path(name)
             for part in ("models", "recordings"):
                 shutil.copytree(self.root / part, folder / part)
-            for part in ("include", "examples", "scripts", "src", "README.md"):
+            for part in ("include", "examples", "scripts", "src", "docs", "README.md"):
                 (folder / part).symlink_to(self.root / part)
             for block in blocks_of(self.text.splitlines()):
                 self.run_block(block, folder)
@@ -361,7 +361,7 @@ def check_order(root, update):
         if update:
             kept = before.rstrip("\n") if last.startswith("Next: ") else text
             document.write_text(f"{kept}\n\n{wanted}\n", encoding="utf-8")
-        elif last.startswith("Next: ") and last != wanted:
+        elif last != wanted:
             faults.append(f"docs/{document.name}: the last line is not: {wanted}")
     return faults
 

@@ -87,12 +87,20 @@ def check_reference(root, wgr, site):
     for page in pages:
         if not (site / f"reference/{page}.html").exists():
             faults.append(f"the reference has no page {page}")
+    # An option that takes the whole first column of --help, and its meaning.
+    if not re.search(r"<code>--units acc=U,gyro=U,time=U</code></td>\s*<td[^>]*>acc=m/s2, g",
+                     (site / "reference/wgr-import.html").read_text(encoding="utf-8")):
+        faults.append("the reference of wgr import has no option --units with its meaning")
     exported = re.search(r"__all__ = \[(.*?)\]",
                          (root / "python/wgr/__init__.py").read_text(encoding="utf-8"), re.S)
     python = (site / "reference/python-package.html").read_text(encoding="utf-8")
     for name in re.findall(r'"(\w+)"', exported.group(1)):
         if f'id="{name.lower()}"' not in python.lower() and name[0] != "_":
             faults.append(f"the reference of the Python package has no {name}")
+    # A comment's asterisks are pointers and operators, no emphasis.
+    for page in site.glob("reference/*.html"):
+        if "<em>" in page.read_text(encoding="utf-8"):
+            faults.append(f"{page.relative_to(site)} loses asterisks of a comment")
     return faults
 
 

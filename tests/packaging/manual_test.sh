@@ -51,7 +51,10 @@ page wgr-replay | grep -q '^EXIT STATUS' || fail "wgr-replay.1 has no exit statu
 page wgr-replay | grep -qF "wgr replay --bias 0.4,-0.2,0.1 --json walk.csv | jq 'select(" ||
   fail "an example of wgr-replay.1 is not what a shell takes"
 
+# The pages have the day of their version, as the packages' changelog does.
+day=$(date -u -d "$(sed -n 's/^ -- .*>  //p' "$build/changelog")" +%F)
 for file in "$manual"/man1/*.1.gz; do
+  gzip -dc "$file" | grep -q "^\.TH [a-z-]* 1 \"$day\" " || fail "$file: not dated $day"
   warnings=$(gzip -dc "$file" |
     LC_ALL=C.UTF-8 MANROFFSEQ='' MANWIDTH=80 man --warnings -E UTF-8 -l -Tutf8 -Z - 2>&1 >/dev/null)
   [ -z "$warnings" ] || fail "$file: $warnings"
