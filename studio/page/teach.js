@@ -84,12 +84,24 @@ class Teach {
     $('#try').addEventListener('click', () => this.tryLive());
     $('#forget').addEventListener('click', () => this.forget());
     $('#open-saved').addEventListener('change', (event) => this.open(event.target));
+    document.addEventListener('visibilitychange', () => this.meetOthers());
     this.restored = this.restore();
   }
 
   async restore() {
     this.set = await store.get('teach', 'set') ?? this.set;
     await this.takeEveryday();
+    this.draw();
+  }
+
+  // A tab that is shown again takes what another one was taught meanwhile, lest it write
+  // its own older set over that.
+  async meetOthers() {
+    if (document.hidden || this.listening) return;
+    const kept = await store.get('teach', 'set');
+    if (!kept || JSON.stringify(kept) === JSON.stringify(this.set)) return;
+    this.set = kept;
+    this.made = null;
     this.draw();
   }
 
@@ -243,7 +255,7 @@ class Teach {
         continue;
       }
       this.prompt('rest', 'Hold still …');
-      await pause(kAround * 1000);
+      while (this.listening && this.stream.at(-1)[0] < motion.end + kAround) await pause(50);
       await this.take(gesture, motion);
     }
     if (this.listening) this.stop();

@@ -1,5 +1,5 @@
 // The studio learns gestures: a person's, synthesised, are taught, a model is built, and new
-// ones of the same person are recognised while they are played to the sensors.
+// ones of the same person are recognised while they are played to the page.
 //   node teach_test.js BUILD WGR PACKAGES
 'use strict';
 
@@ -11,7 +11,7 @@ const path = require('node:path');
 
 const {kWays, looksRight, testPages} = require('../pages/browser.js');
 const {Guide} = require('./guide.js');
-const {VirtualSensors, rowsOf, shake} = require('./virtual_sensors.js');
+const {PlayedMotion, rowsOf, shake} = require('./played_motion.js');
 
 const [build, wgr, packages] = process.argv.slice(2).map((name) => path.resolve(name));
 const kNames = new Map([[0, 'shake'], [1, 'turn'], [3, 'circle']]);  // of synthesised classes
@@ -24,7 +24,6 @@ const kToName = 10;    // s, in which a person writes a name and presses Record
 const kEveryday = 3;   // s
 const kBefore = 0.7;   // s around a gesture
 const kBehind = 1.0;
-const kQuiet = [0, 0, 9.81, 0, 0, 0];
 
 const guide = new Guide('Teach it your gestures');
 // s that a repetition and the building took, for the five minutes
@@ -81,8 +80,7 @@ async function teach(page, label, count) {
   for (let taken = 0, played = 0; taken < count; ++played) {
     await page.waitForSelector('#prompt[data-state=now]', {timeout: 20_000});
     await page.evaluate(() => document.querySelector('#prompt-said').replaceChildren());
-    await page.sensors.play(repetitions.get(label)[played]);
-    await page.sensors.set(kQuiet);
+    await page.motion.play(repetitions.get(label)[played]);
     await page.waitForFunction(() => document.querySelector('#prompt-said').textContent !== '',
         null, {timeout: 20_000});
     taken += (await page.textContent('#prompt-said')).startsWith('Good') ? 1 : 0;
@@ -94,7 +92,7 @@ async function teach(page, label, count) {
 const checks = {
   async 'a gesture is recorded with the prompt, and each repetition judged'(page) {
     await guide.press(page, 'Teach');
-    page.sensors = await VirtualSensors.on(page);
+    page.motion = await PlayedMotion.on(page);
     guide.quoted('"Now"');
     const begin = performance.now();
     await teach(page, 3, kPrompted);
@@ -113,6 +111,23 @@ const checks = {
     await guide.press(page.locator('.repetitions li').first(), 'Delete');
     await page.waitForFunction((n) => document.querySelectorAll('.repetitions li').length === n,
         kPrompted - 1);
+  },
+
+  async 'a tab that is shown again has what another one was taught'(page) {
+    const other = await page.context().newPage();
+    await other.goto(page.url());
+    await other.waitForSelector('html[data-ready]');
+    await other.click('#tab-teach');
+    await other.fill('#name', 'nod');
+    await other.keyboard.press('Enter');
+    const nod = (one) => one.locator('.gesture', {hasText: 'nod 0 of 8'});
+    await nod(other).waitFor();
+    await page.evaluate(() => document.dispatchEvent(new Event('visibilitychange')));
+    await nod(page).getByText('Delete the gesture').click();
+    await nod(page).waitFor({state: 'hidden'});
+    await other.evaluate(() => document.dispatchEvent(new Event('visibilitychange')));
+    await nod(other).waitFor({state: 'hidden'});
+    await other.close();
   },
 
   async 'a repetition is played back, and given to another gesture'(page) {
@@ -240,14 +255,11 @@ const checks = {
   async 'new ones are recognised live'(page) {
     await guide.press(page, 'Try it live');
     await page.waitForSelector('#sensing:not([hidden])');
-    await page.sensors.set(kQuiet);
-    await page.waitForTimeout(500);
     let right = 0;
     for (let i = 0; i < kPlayed; ++i) {
       const [label, name] = [...kNames][i % kNames.size];
       await page.evaluate(() => document.querySelector('#heard').replaceChildren());
-      await page.sensors.play(repetitions.get(label)[kTaught + Math.floor(i / kNames.size)]);
-      await page.waitForTimeout(200);
+      await page.motion.play(repetitions.get(label)[kTaught + Math.floor(i / kNames.size)]);
       right += (await page.textContent('#heard')).startsWith(name) ? 1 : 0;
     }
     assert.ok(right >= kRecognised, `${right} of ${kPlayed}`);
@@ -264,7 +276,7 @@ const checks = {
 const whole = {
   async 'three gestures of eight repetitions, at the prompt, and their model'(page) {
     const begin = performance.now();
-    page.sensors = await VirtualSensors.on(page);
+    page.motion = await PlayedMotion.on(page);
     await page.click('#tab-teach');
     for (const label of kNames.keys()) {
       await teach(page, label, kTaught);

@@ -1,24 +1,9 @@
-// A phone's sensors in a headless Chromium: samples are played to it, through the DevTools
-// protocol, at the times at which they were recorded.
+// A phone's sensors in a headless Chromium, set through the DevTools protocol: what comes in
+// has gone through the browser's own units, rounding and events.
 'use strict';
 
 const kTypes = ['accelerometer', 'linear-acceleration', 'gyroscope'];
 const kDegree = Math.PI / 180;
-
-// "t,ax,..." as rows of numbers.
-const rowsOf = (csv) => csv.trim().split('\n').slice(1).map((line) => line.split(',').map(Number));
-
-// A shake of so many seconds and m/s² after a second of rest; another follows.
-function shake(seconds, strength = 14) {
-  const made = [];
-  for (let i = 0; i < 50 * (2 + seconds); ++i) {
-    const t = i / 50;
-    const moving = t >= 1 && t < 1 + seconds;
-    const v = moving ? strength * Math.sin(2 * Math.PI * (t - 1) / seconds) : 0;
-    made.push([t, v, 0, 9.81, moving ? 200 * Math.cos(20 * t) : 0, 0, 0]);
-  }
-  return made;
-}
 
 class VirtualSensors {
   static async on(page) {
@@ -36,6 +21,14 @@ class VirtualSensors {
         {enabled: true, type, metadata: {available, maximumFrequency: 60}});
   }
 
+  // The machine has its own sensors again: none.
+  async end() {
+    for (const type of kTypes) {
+      await this.session.send('Emulation.setSensorOverrideEnabled', {enabled: false, type});
+    }
+    await this.session.detach();
+  }
+
   // m/s² with gravity, deg/s.
   async set([ax, ay, az, gx, gy, gz]) {
     const readings = {
@@ -46,17 +39,6 @@ class VirtualSensors {
     await Promise.all(kTypes.map((type) => this.session.send(
         'Emulation.setSensorOverrideReadings', {type, reading: {xyz: readings[type]}})));
   }
-
-  // Rows of a recording, in real time; what is late is left out.
-  async play(rows) {
-    const start = performance.now() - rows[0][0] * 1000;
-    for (const [t, ...values] of rows) {
-      const wait = start + t * 1000 - performance.now();
-      if (wait < -15) continue;
-      if (wait > 0) await new Promise((done) => setTimeout(done, wait));
-      await this.set(values);
-    }
-  }
 }
 
-module.exports = {VirtualSensors, rowsOf, shake};
+module.exports = {VirtualSensors};
