@@ -13,12 +13,13 @@
 #include "classifier/HGR.h"
 #include "dtw/best_match.h"
 #include "dtw/similarity.h"
+#include "training/acceptance.h"
 #include "training/adaptation.h"
 #include "training/averages.h"
+#include "training/background_search.h"
 #include "training/parallel.h"
 #include "training/thinning.h"
 #include "training/thresholds.h"
-#include "training/trace_distance.h"
 
 namespace wgr {
 
@@ -38,24 +39,6 @@ const char* name_of(TemplateKind kind) {
       return "adapted averages";
   }
 }
-
-// One model in the making.
-struct ModelBuilder::Job {
-  std::vector<int> classes;
-  std::vector<std::vector<size_t>> own;  // examples of each class
-  std::vector<size_t> background;
-  std::vector<size_t> fold;   // of every example
-  std::vector<size_t> group;  // likewise
-  size_t folds = 0;
-  LeftOut by = LeftOut::kRepetitions;
-  std::vector<int> by_one;  // classes that a single subject or session recorded
-};
-
-struct ModelBuilder::Fitted {
-  size_t class_index;
-  Points trace;
-  TemplateSource source;
-};
 
 struct ModelBuilder::Candidate {
   TemplateKind kind;
@@ -158,9 +141,9 @@ std::vector<size_t> ModelBuilder::members(const std::vector<bool>& taken,
   return found;
 }
 
-ModelBuilder::Job ModelBuilder::job_of(const std::vector<bool>& taken,
-                                       const BuildOptions& options) const {
-  Job job;
+TrainingJob ModelBuilder::job_of(const std::vector<bool>& taken,
+                                 const BuildOptions& options) const {
+  TrainingJob job;
   std::vector<FoldedExample> examples;
   std::vector<size_t> members_of_job;
   const auto note = [&](const std::vector<size_t>& members) {
@@ -196,18 +179,6 @@ ModelBuilder::Job ModelBuilder::job_of(const std::vector<bool>& taken,
   return job;
 }
 
-ModelBuilder::Job ModelBuilder::without_fold(const Job& job, size_t fold) {
-  Job rest = job;
-  const auto out = [&](size_t i) { return job.fold[i] == fold; };
-  for (std::vector<size_t>& own : rest.own) {
-    own.erase(std::remove_if(own.begin(), own.end(), out), own.end());
-  }
-  rest.background.erase(
-      std::remove_if(rest.background.begin(), rest.background.end(), out),
-      rest.background.end());
-  return rest;
-}
-
 // Averages that a class of so many examples may have.
 static size_t most_averages(size_t examples, const BuildOptions& options) {
   const size_t by_size = (examples + kFewestAveraged / 2) / kFewestAveraged;
@@ -215,7 +186,7 @@ static size_t most_averages(size_t examples, const BuildOptions& options) {
 }
 
 std::vector<ModelBuilder::Candidate> ModelBuilder::candidates(
-    const Job& job, const BuildOptions& options) {
+    const TrainingJob& job, const BuildOptions& options) {
   size_t most = 1;
   for (const std::vector<size_t>& own : job.own) {
     // What is left of the class in a fold.
@@ -235,9 +206,9 @@ std::vector<ModelBuilder::Candidate> ModelBuilder::candidates(
   return all;
 }
 
-std::vector<ModelBuilder::Fitted> ModelBuilder::fit_exemplars(const Job& job,
-                                                              const BuildOptions& options,
-                                                              BuildReport& report) const {
+std::vector<Fitted> ModelBuilder::fit_exemplars(const TrainingJob& job,
+                                                const BuildOptions& options,
+                                                BuildReport& report) const {
   FoundExemplars found =
       find_exemplars({*similarities_, job.own, job.group, options.most_templates,
                       options.tolerance, options.most_share});
@@ -252,8 +223,8 @@ std::vector<ModelBuilder::Fitted> ModelBuilder::fit_exemplars(const Job& job,
   return fitted;
 }
 
-std::vector<ModelBuilder::Fitted> ModelBuilder::fit_averages(
-    const Job& job, size_t per_class, const BuildOptions& options) const {
+std::vector<Fitted> ModelBuilder::fit_averages(const TrainingJob& job, size_t per_class,
+                                               const BuildOptions& options) const {
   std::vector<Fitted> fitted;
   for (size_t c = 0; c < job.own.size(); ++c) {
     const std::vector<size_t> some = thinned_out(job.own[c]);
@@ -271,7 +242,7 @@ std::vector<ModelBuilder::Fitted> ModelBuilder::fit_averages(
 }
 
 // The classes take turns, so that none is learned last.
-void ModelBuilder::adapt(const Job& job, std::vector<Fitted>& fitted) const {
+void ModelBuilder::adapt(const TrainingJob& job, std::vector<Fitted>& fitted) const {
   std::vector<LabelledTrace> examples;
   for (size_t turn = 0; turn < kMostClustered; ++turn) {
     for (size_t c = 0; c < job.own.size(); ++c) {
@@ -285,8 +256,8 @@ void ModelBuilder::adapt(const Job& job, std::vector<Fitted>& fitted) const {
 }
 
 // What a kind makes of averages.
-std::vector<ModelBuilder::Fitted> ModelBuilder::finished(
-    const Job& job, TemplateKind kind, std::vector<Fitted> averages) const {
+std::vector<Fitted> ModelBuilder::finished(const TrainingJob& job, TemplateKind kind,
+                                           std::vector<Fitted> averages) const {
   if (kind == TemplateKind::kAdapted) adapt(job, averages);
   for (Fitted& t : averages) {
     if (kind == TemplateKind::kSmoothed) t.trace = smoothed(t.trace, k_);
@@ -295,10 +266,9 @@ std::vector<ModelBuilder::Fitted> ModelBuilder::finished(
   return averages;
 }
 
-std::vector<ModelBuilder::Fitted> ModelBuilder::fit(const Job& job,
-                                                    const Candidate& candidate,
-                                                    const BuildOptions& options,
-                                                    BuildReport& report) const {
+std::vector<Fitted> ModelBuilder::fit(const TrainingJob& job, const Candidate& candidate,
+                                      const BuildOptions& options,
+                                      BuildReport& report) const {
   if (candidate.kind == TemplateKind::kExemplars) {
     return fit_exemplars(job, options, report);
   }
@@ -307,7 +277,7 @@ std::vector<ModelBuilder::Fitted> ModelBuilder::fit(const Job& job,
 }
 
 // Classifies the examples of the fold by templates that were made without them.
-void ModelBuilder::judge_left_out(const Job& job, size_t fold,
+void ModelBuilder::judge_left_out(const TrainingJob& job, size_t fold,
                                   const std::vector<Fitted>& fitted, Trial& trial) const {
   Templates templates;
   for (const Fitted& t : fitted) {
@@ -329,7 +299,8 @@ void ModelBuilder::judge_left_out(const Job& job, size_t fold,
 
 // Exemplars are evaluated as they are where they were asked for: every example is
 // classified by all exemplars outside its own group.
-void ModelBuilder::judge_by_others(const Job& job, const std::vector<Fitted>& exemplars,
+void ModelBuilder::judge_by_others(const TrainingJob& job,
+                                   const std::vector<Fitted>& exemplars,
                                    Trial& trial) const {
   const auto judge = [&](size_t i, bool gesture) {
     Judged judged = {std::nullopt, std::numeric_limits<double>::lowest(), false};
@@ -349,7 +320,7 @@ void ModelBuilder::judge_by_others(const Job& job, const std::vector<Fitted>& ex
 }
 
 std::vector<ModelBuilder::Trial> ModelBuilder::try_all(
-    const Job& job, const BuildOptions& options) const {
+    const TrainingJob& job, const BuildOptions& options) const {
   std::vector<Trial> trials;
   for (const Candidate& candidate : candidates(job, options)) {
     trials.push_back({candidate, std::vector<Judged>(labels_.size()),
@@ -366,7 +337,7 @@ std::vector<ModelBuilder::Trial> ModelBuilder::try_all(
     return [&](size_t part) {
       const size_t per_class = most - part / job.folds;
       const size_t fold = part % job.folds;
-      const Job rest = without_fold(job, fold);
+      const TrainingJob rest = without_fold(job, fold);
       std::vector<Fitted> averages;
       if (per_class > 0) averages = fit_averages(rest, per_class, options);
       for (Trial& trial : trials) {
@@ -384,7 +355,7 @@ std::vector<ModelBuilder::Trial> ModelBuilder::try_all(
 }
 
 // The share of the gestures' examples that were classified right.
-double ModelBuilder::accuracy_of(const Job& job, const Trial& trial) {
+double ModelBuilder::accuracy_of(const TrainingJob& job, const Trial& trial) {
   size_t examples = 0;
   size_t right = 0;
   for (size_t c = 0; c < job.own.size(); ++c) {
@@ -417,50 +388,21 @@ static std::optional<size_t> allowed_background(const BuildOptions& options) {
       std::floor(*options.false_positives_per_hour * options.background_hours));
 }
 
-// Templates of background are those of a class behind the gestures'.
-bool ModelBuilder::is_background(const Job& job, const Judged& judged) {
-  return judged.label == static_cast<int>(job.classes.size());
-}
-
-// The scores of correctly classified examples of each class, and those of background.
-// Misclassified examples do not count: rejecting one instead is no gain for the
-// person.
-struct ModelBuilder::Scores {
-  std::vector<std::vector<double>> right, background;
-};
-
-ModelBuilder::Scores ModelBuilder::scores_of(const Job& job, const Trial& trial) {
-  const std::vector<std::vector<double>> none(job.classes.size());
-  Scores scores = {none, none};
-  for (size_t c = 0; c < job.classes.size(); ++c) {
-    for (const size_t i : job.own[c]) {
-      const Judged& judged = trial.judged[i];
-      if (judged.label == static_cast<int>(c)) scores.right[c].push_back(judged.score);
-    }
-  }
-  for (const size_t i : job.background) {
-    const Judged& judged = trial.judged[i];
-    if (!judged.label || is_background(job, judged)) continue;
-    scores.background[static_cast<size_t>(*judged.label)].push_back(judged.score);
-  }
-  return scores;
+static ThresholdRule rule_of(const BuildOptions& options) {
+  return {options.false_cost, allowed_background(options)};
 }
 
 // Thresholds by the scores, and in the report what they accept.
-std::vector<double> ModelBuilder::set_thresholds(const Job& job, const Trial& trial,
+std::vector<double> ModelBuilder::set_thresholds(const TrainingJob& job,
+                                                 const Trial& trial,
                                                  const BuildOptions& options,
                                                  BuildReport& report) {
-  const Scores scores = scores_of(job, trial);
+  const JudgedScores scores = scores_of(job, trial.judged);
+  const std::vector<double> thresholds = thresholds_for(scores, rule_of(options));
   report.background = job.background.size();
   report.background_allowed = allowed_background(options);
-  std::vector<double> thresholds = choose_thresholds(
-      scores.right, scores.background, options.false_cost, report.background_allowed);
+  report.background_accepted = scores.background_above(thresholds);
   for (size_t c = 0; c < job.classes.size(); ++c) {
-    // Background without any score near a class shows nothing: more of it might.
-    if (options.false_positives_per_hour) {
-      thresholds[c] = std::max(thresholds[c],
-                               choose_threshold(scores.right[c], {}, options.false_cost));
-    }
     ClassReport& entry = report.classes[c];
     entry.threshold = thresholds[c];
     entry.right = scores_above(scores.right[c], thresholds[c]);
@@ -470,109 +412,11 @@ std::vector<double> ModelBuilder::set_thresholds(const Job& job, const Trial& tr
                       [&](size_t i) { return is_background(job, trial.judged[i]); }));
     entry.misclassified =
         job.own[c].size() - scores.right[c].size() - entry.like_background;
-    report.background_accepted += scores_above(scores.background[c], thresholds[c]);
   }
   return thresholds;
 }
 
-// The job's background that can be mistaken for a gesture most easily.
-std::vector<size_t> ModelBuilder::most_alike_background(const Job& job) const {
-  std::vector<std::pair<float, size_t>> ranked;
-  for (const size_t i : job.background) {
-    if (motion_points(traces_[i], k_) == 0) continue;
-    float best = std::numeric_limits<float>::lowest();
-    for (const std::vector<size_t>& own : job.own) {
-      for (const size_t j : own) best = std::max(best, (*similarities_)(i, j));
-    }
-    ranked.emplace_back(-best, i);
-  }
-  std::sort(ranked.begin(), ranked.end());
-  ranked.resize(std::min(ranked.size(), kMostClustered));
-  std::vector<size_t> some;
-  for (const auto& [distance, i] : ranked) some.push_back(i);
-  std::sort(some.begin(), some.end());
-  return some;
-}
-
-// For each count the templates of background.
-std::vector<std::vector<ModelBuilder::Fitted>> ModelBuilder::fit_background(
-    const Job& job, const std::vector<size_t>& counts) const {
-  const std::vector<size_t> some = most_alike_background(job);
-  std::vector<const Points*> traces;
-  for (const size_t i : some) traces.push_back(&traces_[i]);
-  std::vector<std::vector<Fitted>> all;
-  for (std::vector<Cluster>& averages : background_averages(traces, counts, k_)) {
-    all.emplace_back();
-    for (Cluster& cluster : averages) {
-      while (!fits_a_line(cluster.trace)) thin(cluster.trace, k_);
-      all.back().push_back({job.classes.size(),
-                            std::move(cluster.trace),
-                            {some[cluster.around], cluster.examples}});
-    }
-  }
-  return all;
-}
-
-// Classifies the fold's examples that are nearer to a template of background as that. Of
-// equals the gesture's counts, whose templates stand first in a model.
-void ModelBuilder::draw_away(const Job& job, size_t fold,
-                             const std::vector<Fitted>& background, Trial& trial) const {
-  const auto judge = [&](size_t i) {
-    if (job.fold[i] != fold || motion_points(traces_[i], k_) == 0) return;
-    Judged& judged = trial.judged[i];
-    TraceDistance distance(traces_[i], k_);
-    for (const Fitted& t : background) {
-      const double here = distance.to(t.trace, -judged.score);
-      if (!(here < -judged.score)) continue;
-      judged.score = -here;
-      judged.label = static_cast<int>(t.class_index);
-    }
-  };
-  for (const std::vector<size_t>& own : job.own)
-    std::for_each(own.begin(), own.end(), judge);
-  std::for_each(job.background.begin(), job.background.end(), judge);
-}
-
-// Compares numbers of templates of background: the trial becomes that with the best,
-// which are returned for all examples.
-std::vector<ModelBuilder::Fitted> ModelBuilder::choose_background(
-    const Job& job, const BuildOptions& options, Trial& trial,
-    BuildReport& report) const {
-  const size_t in_a_fold = job.background.size() * (job.folds - 1) / job.folds;
-  const std::vector<size_t> counts =
-      background_counts(in_a_fold, options.background_templates);
-  std::vector<Trial> trials(counts.size(), trial);
-  std::vector<BackgroundStep> steps(counts.size());
-  std::vector<std::vector<size_t>> points(counts.size(), std::vector<size_t>(job.folds));
-  const bool any = counts.back() > 0;
-  share_out(any ? job.folds : 0, options.threads, [&] {
-    return [&](size_t fold) {
-      const auto fitted = fit_background(without_fold(job, fold), counts);
-      for (size_t n = 0; n < counts.size(); ++n) {
-        draw_away(job, fold, fitted[n], trials[n]);
-        for (const Fitted& t : fitted[n]) points[n][fold] += motion_points(t.trace, k_);
-      }
-    };
-  });
-  for (size_t n = 0; n < counts.size(); ++n) {
-    BuildReport judged = report;
-    set_thresholds(job, trials[n], options, judged);
-    const size_t all = std::accumulate(points[n].begin(), points[n].end(), size_t{0});
-    steps[n] = {counts[n], all / job.folds, judged.accepted(), judged.background_accepted,
-                false};
-  }
-  const double tolerance =
-      std::max(kLeastGain, options.tolerance * static_cast<double>(report.examples()));
-  const size_t chosen = wgr::choose_background(steps, options.false_cost,
-                                               allowed_background(options), tolerance);
-  steps[chosen].chosen = true;
-  trial = std::move(trials[chosen]);
-  report.background_steps = std::move(steps);
-  if (counts[chosen] == 0) return {};
-  return std::move(fit_background(job, {counts[chosen]}).front());
-}
-
-void ModelBuilder::note_judged(const Job& job, const Trial& trial,
+void ModelBuilder::note_judged(const TrainingJob& job, const Trial& trial,
                                const std::vector<double>& thresholds,
                                BuildReport& report) {
   report.judged = trial.judged;
@@ -588,7 +432,7 @@ void ModelBuilder::note_judged(const Job& job, const Trial& trial,
   }
 }
 
-void ModelBuilder::note_folds(const Job& job, BuildReport& report) {
+void ModelBuilder::note_folds(const TrainingJob& job, BuildReport& report) {
   report.judged_by = job.by;
   for (const int label : job.by_one) {
     report.notes.push_back(fmt::format(
@@ -600,7 +444,7 @@ void ModelBuilder::note_folds(const Job& job, BuildReport& report) {
 
 // A fold's models are made from fewer people, who need fewer templates than all: the
 // averages of a class grow in proportion, to the nearest number.
-ModelBuilder::Candidate ModelBuilder::for_all(const Job& job, Candidate candidate,
+ModelBuilder::Candidate ModelBuilder::for_all(const TrainingJob& job, Candidate candidate,
                                               const BuildOptions& options) {
   if (job.by == LeftOut::kRepetitions) return candidate;
   const size_t rest = job.folds - 1;
@@ -614,7 +458,7 @@ Gmodel ModelBuilder::build(const std::vector<bool>& taken, const BuildOptions& o
                            BuildReport& report) const {
   report = BuildReport();
   report.notes = notes_;
-  const Job job = job_of(taken, options);
+  const TrainingJob job = job_of(taken, options);
   note_folds(job, report);
   for (size_t c = 0; c < job.classes.size(); ++c) {
     report.classes.emplace_back();
@@ -648,7 +492,14 @@ Gmodel ModelBuilder::build(const std::vector<bool>& taken, const BuildOptions& o
   }
   // The label is not listed among the classes, so it needs no threshold: what is nearest
   // to it is never rejected, but silently no gesture.
-  for (const Fitted& t : choose_background(job, options, trial, report)) {
+  const double tolerance =
+      std::max(kLeastGain, options.tolerance * static_cast<double>(report.examples()));
+  FoundBackground background = find_background(
+      {traces_, *similarities_, k_, job, trial.judged, options.background_templates,
+       rule_of(options), tolerance, options.threads});
+  trial.judged = std::move(background.judged);
+  report.background_steps = std::move(background.steps);
+  for (const Fitted& t : background.templates) {
     ++report.background_templates;
     model.templates.emplace_back(kNoGesture, t.trace);
     report.sources.push_back(t.source);

@@ -11,6 +11,7 @@
 #include "training/exemplar_sweep.h"
 #include "training/folds.h"
 #include "training/similarities.h"
+#include "training/training_job.h"
 
 namespace wgr {
 
@@ -69,20 +70,6 @@ struct KindStep {
 // Of the kinds whose accuracy is within the tolerance of the best, the one with the
 // fewest templates; of as few, the most accurate, and of these the first.
 size_t choose_kind(const std::vector<KindStep>& kinds, double tolerance);
-
-// An example, classified by templates that were made without it and its group.
-struct Judged {
-  std::optional<int>
-      label;  // of the nearest template, 14 for background's; none: no template
-  double score = 0.0;
-  bool accepted = false;
-};
-
-// What a template was made from.
-struct TemplateSource {
-  size_t example = 0;   // its own, or the one that its cluster started from
-  size_t examples = 1;  // of its cluster
-};
 
 struct BuildReport {
   std::vector<ClassReport> classes;
@@ -143,49 +130,37 @@ class ModelBuilder {
   const Similarities& similarities() const { return *similarities_; }
 
  private:
-  struct Job;
-  struct Fitted;
   struct Candidate;
   struct Trial;
-  struct Scores;
 
   Points made_ready(const Gsample& example, const std::string& name);
   std::vector<size_t> members(const std::vector<bool>& taken, int label) const;
-  Job job_of(const std::vector<bool>& taken, const BuildOptions& options) const;
-  static Job without_fold(const Job& job, size_t fold);
+  TrainingJob job_of(const std::vector<bool>& taken, const BuildOptions& options) const;
 
-  static std::vector<Candidate> candidates(const Job& job, const BuildOptions& options);
-  std::vector<Fitted> fit_exemplars(const Job& job, const BuildOptions& options,
+  static std::vector<Candidate> candidates(const TrainingJob& job,
+                                           const BuildOptions& options);
+  std::vector<Fitted> fit_exemplars(const TrainingJob& job, const BuildOptions& options,
                                     BuildReport& report) const;
-  std::vector<Fitted> fit_averages(const Job& job, size_t per_class,
+  std::vector<Fitted> fit_averages(const TrainingJob& job, size_t per_class,
                                    const BuildOptions& options) const;
-  std::vector<Fitted> finished(const Job& job, TemplateKind kind,
+  std::vector<Fitted> finished(const TrainingJob& job, TemplateKind kind,
                                std::vector<Fitted> averages) const;
-  static Candidate for_all(const Job& job, Candidate candidate,
+  static Candidate for_all(const TrainingJob& job, Candidate candidate,
                            const BuildOptions& options);
-  void adapt(const Job& job, std::vector<Fitted>& fitted) const;
-  std::vector<Fitted> fit(const Job& job, const Candidate& candidate,
+  void adapt(const TrainingJob& job, std::vector<Fitted>& fitted) const;
+  std::vector<Fitted> fit(const TrainingJob& job, const Candidate& candidate,
                           const BuildOptions& options, BuildReport& report) const;
-  void judge_left_out(const Job& job, size_t fold, const std::vector<Fitted>& templates,
-                      Trial& trial) const;
-  void judge_by_others(const Job& job, const std::vector<Fitted>& exemplars,
+  void judge_left_out(const TrainingJob& job, size_t fold,
+                      const std::vector<Fitted>& templates, Trial& trial) const;
+  void judge_by_others(const TrainingJob& job, const std::vector<Fitted>& exemplars,
                        Trial& trial) const;
-  std::vector<Trial> try_all(const Job& job, const BuildOptions& options) const;
-  static double accuracy_of(const Job& job, const Trial& trial);
-  static void note_folds(const Job& job, BuildReport& report);
-  std::vector<size_t> most_alike_background(const Job& job) const;
-  std::vector<std::vector<Fitted>> fit_background(
-      const Job& job, const std::vector<size_t>& counts) const;
-  void draw_away(const Job& job, size_t fold, const std::vector<Fitted>& background,
-                 Trial& trial) const;
-  std::vector<Fitted> choose_background(const Job& job, const BuildOptions& options,
-                                        Trial& trial, BuildReport& report) const;
-  static bool is_background(const Job& job, const Judged& judged);
-  static Scores scores_of(const Job& job, const Trial& trial);
-  static std::vector<double> set_thresholds(const Job& job, const Trial& trial,
+  std::vector<Trial> try_all(const TrainingJob& job, const BuildOptions& options) const;
+  static double accuracy_of(const TrainingJob& job, const Trial& trial);
+  static void note_folds(const TrainingJob& job, BuildReport& report);
+  static std::vector<double> set_thresholds(const TrainingJob& job, const Trial& trial,
                                             const BuildOptions& options,
                                             BuildReport& report);
-  static void note_judged(const Job& job, const Trial& trial,
+  static void note_judged(const TrainingJob& job, const Trial& trial,
                           const std::vector<double>& thresholds, BuildReport& report);
 
   int k_;
