@@ -19,7 +19,8 @@ set(WGR_FREE_FUNCTIONS
   dtw/similarity.cpp
   dtw/similarity_matrix.cpp
   dtw/best_match.cpp
-  classifier/line_reader.cpp)
+  classifier/line_reader.cpp
+  cluster/affinity_propagation.cpp)
 # The C interface, and the classes behind it.
 set(WGR_CLASSES
   context/WgrInterface.cpp
@@ -38,7 +39,7 @@ set(WGR_SMALL_SOURCES
   base/held_signals.cpp base/printing.cpp context/WgrContext.cpp context/WgrInterface.cpp
   context/WgrLog.cpp engine/agGes.cpp engine/recognition.cpp engine/sensitivity.cpp
   engine/WHD.cpp classifier/HGR.cpp classifier/Gmodel.cpp classifier/Gdata.cpp
-  classifier/line_reader.cpp dtw/similarity_matrix.cpp)
+  classifier/line_reader.cpp cluster/apcluster.cpp dtw/similarity_matrix.cpp)
 list(TRANSFORM WGR_SMALL_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/src/)
 
 set(WGR_LIBRARY_LINK_OPTIONS -Wl,-Bsymbolic-functions -Wl,-z,noseparate-code

@@ -6,7 +6,7 @@
 #include "base/errors.h"
 #include "bindings.h"
 #include "classifier/HGR.h"
-#include "cluster/apcluster.h"
+#include "cluster/affinity_propagation.h"
 #include "dtw/similarity_matrix.h"
 #include "evaluation/evaluation.h"
 #include "json/json_text.h"
@@ -205,8 +205,8 @@ static std::vector<int> cluster(
   return watched([copy = std::vector<float>(matrix.data(), matrix.data() + n * n), n,
                   most_iterations, stable_iterations, preference, damping]() mutable {
     std::vector<int> exemplars(n, -1);
-    AP clustering(most_iterations, stable_iterations, preference, damping);
-    if (clustering.cluster(copy.data(), exemplars.data(), static_cast<int>(n)) < 1) {
+    if (affinity_propagation({most_iterations, stable_iterations, preference, damping},
+                             copy.data(), exemplars.data(), static_cast<int>(n)) < 1) {
       exemplars.clear();
     }
     return exemplars;

@@ -6,7 +6,7 @@
 
 #include "base/text.h"
 #include "classifier/HGR.h"
-#include "cluster/apcluster.h"
+#include "cluster/affinity_propagation.h"
 
 namespace wgr {
 
@@ -33,8 +33,8 @@ static std::vector<size_t> cluster(const ClassMatrix& matrix, double preference,
   const size_t n = matrix.n;
   std::vector<float> copy = matrix.scores;
   std::vector<int> exemplar_of(n, -1);
-  AP clustering(kIterations, kStableIterations, preference, damping);
-  if (clustering.cluster(copy.data(), exemplar_of.data(), static_cast<int>(n)) < 1) {
+  if (affinity_propagation({kIterations, kStableIterations, preference, damping},
+                           copy.data(), exemplar_of.data(), static_cast<int>(n)) < 1) {
     return {};
   }
   std::vector<size_t> chosen(exemplar_of.begin(), exemplar_of.end());
