@@ -15,6 +15,7 @@
 #include "request.h"
 #include "segmentation/segmented_set.h"
 #include "text/build_text.h"
+#include "text/set_text.h"
 #include "training/model_builder.h"
 #include "training/model_findings.h"
 #include "training/model_output.h"

@@ -15,6 +15,7 @@
 #include "synthesis/performance.h"
 #include "text/build_text.h"
 #include "text/evaluation_text.h"
+#include "text/set_text.h"
 #include "training/model_builder.h"
 #include "training/model_findings.h"
 #include "training/model_output.h"

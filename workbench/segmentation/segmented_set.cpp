@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
-#include <sstream>
 
 #include "base/errors.h"
 #include "base/foreign_text.h"
@@ -18,23 +17,6 @@ static constexpr double kRateTolerance = 0.02;  // of the rate
 static constexpr double kLeastGravity = 5.0;    // m/s², as training files have it
 static constexpr int kLowestRate = 10;          // samples per second
 static constexpr double kMsPerSecond = 1000.0;
-
-namespace {
-
-// What the clocks and rates of all recordings are like.
-struct ClockNotes {
-  std::map<int, size_t> rates;  // found: how many recordings
-  size_t recordings_with_gaps = 0;
-  size_t gaps = 0;
-  double longest_gap = 0.0;  // s
-  size_t backward = 0;
-  size_t repeats = 0;
-  size_t resampled = 0;
-  size_t index_differs = 0;
-  std::string first_that_differs;
-};
-
-}  // namespace
 
 static bool is_near(double rate, double other) {
   return std::fabs(rate - other) <= kRateTolerance * rate;
@@ -75,58 +57,18 @@ static int most_frequent(const std::map<int, size_t>& rates) {
 }
 
 static void note_clock(const SegmentedRecording& recording, int found,
-                       ClockNotes& notes) {
-  ++notes.rates[found];
+                       SetClocks& clocks) {
   Clock clock(std::max(found, 1));
   for (const RecordedSample& sample : recording.samples) clock.add(sample.t);
-  notes.gaps += clock.gaps();
-  notes.recordings_with_gaps += clock.gaps() > 0 ? 1 : 0;
-  notes.longest_gap = std::max(notes.longest_gap, clock.longest_gap());
-  notes.backward += clock.backward();
-  notes.repeats += clock.repeats();
+  clocks.gaps += clock.gaps();
+  clocks.recordings_with_gaps += clock.gaps() > 0 ? 1 : 0;
+  clocks.longest_gap = std::max(clocks.longest_gap, clock.longest_gap());
+  clocks.backward += clock.backward();
+  clocks.repeats += clock.repeats();
   const double by_index = recording.entry.rate;
   if (by_index > 0.0 && !is_near(by_index, found)) {
-    if (notes.index_differs++ == 0) {
-      notes.first_that_differs =
-          fmt::format("{}: {} samples/s by the time stamps, {:.2f} by the index",
-                      recording.entry.path, found, by_index);
-    }
+    clocks.differing.push_back({recording.entry.path, found, by_index});
   }
-}
-
-static std::string text_of(const ClockNotes& notes, int rate) {
-  std::string text = fmt::format("{} samples/s", rate);
-  if (notes.resampled > 0) {
-    text += "; " + counted(notes.resampled, "recording") +
-            " of another rate resampled to it by linear interpolation (";
-    std::string rates;
-    for (const auto& [found, count] : notes.rates) {
-      if (is_near(rate, found)) continue;
-      rates += fmt::format("{}{} x {}", rates.empty() ? "" : ", ", found, count);
-    }
-    text += rates + ")";
-  }
-  text += "\n";
-  if (notes.gaps > 0) {
-    text += fmt::format(
-        "{} in the time stamps of {}, the longest {:.3f} s; motions across them are "
-        "segmented as if the samples were next to each other{}\n",
-        counted(notes.gaps, "gap"), counted(notes.recordings_with_gaps, "recording"),
-        notes.longest_gap, notes.resampled > 0 ? ", or filled in by the resampling" : "");
-  }
-  if (notes.backward + notes.repeats > 0) {
-    text +=
-        fmt::format("irregular clocks: {} back, {}\n", counted(notes.backward, "step"),
-                    counted(notes.repeats, "repeated time"));
-  }
-  if (notes.index_differs > 0) {
-    text += shown(notes.first_that_differs) + "; the time stamps count";
-    if (notes.index_differs > 1) {
-      text += fmt::format(" (so do {} more)", notes.index_differs - 1);
-    }
-    text += "\n";
-  }
-  return text;
 }
 
 static void find_annotations(const Classes& classes, SegmentedRecording& recording) {
@@ -253,9 +195,9 @@ static std::vector<std::string> of_kept(const SegmentedSet& set,
 // Reads all recordings, and finds their rates; the set's is that of most gestures.
 static std::vector<int> read_entries(const std::vector<SetEntry>& set,
                                      const std::vector<SetEntry>& background,
-                                     ReadingLimit limit, SegmentedSet& segmented,
-                                     ClockNotes& notes) {
+                                     ReadingLimit limit, SegmentedSet& segmented) {
   std::vector<int> rates;
+  std::map<int, size_t> counts;
   for (const std::vector<SetEntry>* entries : {&set, &background}) {
     for (const SetEntry& entry : *entries) {
       segmented.recordings.push_back(read_entry(entry, segmented.provenance, limit));
@@ -264,24 +206,14 @@ static std::vector<int> read_entries(const std::vector<SetEntry>& set,
         throw UsageError(entry.path +
                          ": neither the time stamps nor the index give the rate");
       }
-      note_clock(segmented.recordings.back(), rates.back(), notes);
+      ++counts[rates.back()];
+      note_clock(segmented.recordings.back(), rates.back(), segmented.clocks);
     }
     // The gestures' rate counts, not that of the background.
-    if (segmented.provenance.rate == 0)
-      segmented.provenance.rate = most_frequent(notes.rates);
+    if (segmented.provenance.rate == 0) segmented.provenance.rate = most_frequent(counts);
   }
   return rates;
 }
-
-namespace {
-
-// Recordings of a single repetition each.
-struct Repetitions {
-  size_t count = 0;
-  size_t pre_segmented = 0;
-};
-
-}  // namespace
 
 static void segment_one(const Classes& classes, bool whole_annotations,
                         Segmenter& segmenter, SegmentedRecording& recording,
@@ -320,39 +252,13 @@ static void note_segments(const AgGes& engine, const SegmentationOptions& option
   p.sessions = of_kept(segmented, &SetEntry::session);
 }
 
-static std::string text_of(const Repetitions& repetitions,
-                           const SegmentationOptions& options) {
-  std::string text;
-  if (repetitions.count > 0) {
-    text += fmt::format(
-        "{} of a single repetition: {} without rest around it used whole, through the "
-        "same "
-        "rotation and trimming; {} segmented\n",
-        counted(repetitions.count, "recording"), repetitions.pre_segmented,
-        repetitions.count - repetitions.pre_segmented);
-  }
-  if (options.whole_annotations) {
-    text +=
-        "annotations used whole, through the same rotation and trimming; what lies "
-        "between them does not count\n";
-  }
-  if (!options.gravity) {
-    text += "without gravity: the attitude does not count\n";
-  } else if (!options.attitude) {
-    text += "the attitude does not count; gravity is one more point\n";
-  }
-  return text;
-}
-
 SegmentedSet segment_set(const std::vector<SetEntry>& set,
                          const std::vector<SetEntry>& background,
                          const SegmentationOptions& options, const Classes& classes) {
   SegmentedSet segmented;
   segmented.provenance.classes = classes;
   number_labels(set, segmented.provenance.classes);
-  ClockNotes notes;
-  const std::vector<int> rates =
-      read_entries(set, background, options.limit, segmented, notes);
+  const std::vector<int> rates = read_entries(set, background, options.limit, segmented);
   const int rate = options.rate.value_or(segmented.provenance.rate);
   if (rate < kLowestRate) {
     throw UsageError(fmt::format(
@@ -362,19 +268,20 @@ SegmentedSet segment_set(const std::vector<SetEntry>& set,
   segmented.provenance.gravity = options.gravity && options.attitude;
 
   Segmenter segmenter(rate, options.host, segmented.provenance.gravity);
-  Repetitions repetitions;
   for (size_t i = 0; i < segmented.recordings.size(); ++i) {
     SegmentedRecording& recording = segmented.recordings[i];
     if (!is_near(rate, rates[i])) {
       recording.samples = resample(recording.samples, rate);
-      ++notes.resampled;
+      ++segmented.clocks.resampled[rates[i]];
     }
     segment_one(segmented.provenance.classes, options.whole_annotations, segmenter,
-                recording, repetitions);
+                recording, segmented.repetitions);
   }
   check_gravity(segmented, options.gravity);
   note_segments(segmenter.engine(), options, segmented);
-  segmented.notes = text_of(notes, rate) + text_of(repetitions, options);
+  segmented.whole_annotations = options.whole_annotations;
+  segmented.gravity = options.gravity;
+  segmented.attitude = options.attitude;
   return segmented;
 }
 
@@ -388,98 +295,38 @@ std::vector<Motion> kept_motions(const SegmentedSet& set) {
   return kept;
 }
 
-static std::string line(size_t count, const std::string& what) {
-  std::string number = std::to_string(count);
-  number.insert(0, number.size() < 6 ? 6 - number.size() : 0, ' ');
-  return fmt::format("{} {}\n", number, what);
-}
-
-std::vector<std::string> caveats_of(const SegmentedSet& set) {
-  std::vector<std::string> caveats;
-  std::istringstream notes(set.notes);
-  const std::string rate = fmt::format("{} samples/s", set.provenance.rate);
-  for (std::string note; std::getline(notes, note);) {
-    if (note != rate) caveats.push_back(note);
+static AnnotationOutcome outcome_of(const SegmentedRecording& recording,
+                                    size_t annotation) {
+  const Annotation& a = recording.annotations[annotation];
+  AnnotationOutcome outcome = {&recording, &a};
+  if (std::count(recording.annotation_of.begin(), recording.annotation_of.end(),
+                 static_cast<int>(annotation)) > 0) {
+    outcome.state = AnnotationState::kKept;
+    return outcome;
   }
-  return caveats;
-}
-
-std::string summary_of(const SegmentedSet& set) {
-  std::string text = fmt::format("{} recordings, {}", set.recordings.size(), set.notes);
-  std::array<size_t, kVerdicts> verdicts = {};
-  std::map<int, size_t> labels;
-  size_t annotations = 0;
-  size_t missed = 0;
-  for (const SegmentedRecording& recording : set.recordings) {
-    for (const Motion& motion : recording.motions) {
-      ++verdicts[static_cast<size_t>(motion.verdict)];
-      if (motion.verdict == Verdict::kKept) ++labels[motion.label];
-    }
-    annotations += recording.annotations.size();
-    for (size_t i = 0; i < recording.annotations.size(); ++i) {
-      missed += std::count(recording.annotation_of.begin(), recording.annotation_of.end(),
-                           static_cast<int>(i)) == 0;
-    }
+  if (recording.unfinished && a.end > *recording.unfinished) {
+    outcome.state = AnnotationState::kUnfinished;
+    return outcome;
   }
-  for (size_t i = 0; i < kVerdicts; ++i) text += line(verdicts[i], kVerdictNames[i]);
-  std::map<int, std::string> words;
-  for (const auto& [word, label] : set.provenance.classes) words[label] = word;
-  for (const auto& [label, count] : labels) {
-    const std::string number = std::to_string(label);
-    std::string name = label == kBackground ? "background" : "class " + number;
-    if (label != kBackground && words[label] != number)
-      name += ", " + shown(words[label]);
-    text += line(count, "examples of " + name);
-  }
-  std::string of = std::to_string(missed);
-  of.insert(0, of.size() < 6 ? 6 - of.size() : 0, ' ');
-  text += fmt::format("{} of {} annotations without a kept motion\n", of, annotations);
-  text += fmt::format("{:.1f} s of background\n", set.provenance.background_seconds);
-  return text;
-}
-
-// Why an annotation has no kept motion.
-static std::string cause_of(const SegmentedRecording& recording,
-                            const Annotation& annotation) {
-  if (recording.unfinished && annotation.end > *recording.unfinished) {
-    return "the recording ends in the motion: record on until the wrist rests";
-  }
-  const Motion* nearest = nullptr;
   double most = 0.0;
   for (const Motion& motion : recording.motions) {
-    const double overlap =
-        std::min(annotation.end, motion.end) - std::max(annotation.begin, motion.begin);
+    const double overlap = std::min(a.end, motion.end) - std::max(a.begin, motion.begin);
     if (overlap <= most) continue;
     most = overlap;
-    nearest = &motion;
+    outcome.state = AnnotationState::kDropped;
+    outcome.verdict = motion.verdict;
   }
-  if (nearest == nullptr) return "no motion: the wrist counted as resting";
-  const std::string name = kVerdictNames[static_cast<size_t>(nearest->verdict)];
-  const bool no_rest = nearest->verdict == Verdict::kInTwoAnnotations ||
-                       nearest->verdict == Verdict::kPartlyInAnnotation ||
-                       nearest->verdict == Verdict::kKept;
-  return no_rest ? name + ": rest before and after each repetition" : name;
+  return outcome;
 }
 
-std::string annotations_list(const SegmentedSet& set) {
-  std::string text;
-  size_t again = 0;
-  size_t all = 0;
+std::vector<AnnotationOutcome> annotation_outcomes(const SegmentedSet& set) {
+  std::vector<AnnotationOutcome> outcomes;
   for (const SegmentedRecording& recording : set.recordings) {
     for (size_t i = 0; i < recording.annotations.size(); ++i) {
-      const Annotation& annotation = recording.annotations[i];
-      const bool kept =
-          std::count(recording.annotation_of.begin(), recording.annotation_of.end(),
-                     static_cast<int>(i)) > 0;
-      ++all;
-      again += kept ? 0 : 1;
-      text +=
-          fmt::format("{} {:.3f} {:.3f} class {}: {}\n", shown(recording.entry.file),
-                      annotation.begin, annotation.end, annotation.label,
-                      kept ? "kept" : "record again: " + cause_of(recording, annotation));
+      outcomes.push_back(outcome_of(recording, i));
     }
   }
-  return text + fmt::format("{} of {} annotations to be recorded again\n", again, all);
+  return outcomes;
 }
 
 }  // namespace wgr

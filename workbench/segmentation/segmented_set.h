@@ -2,6 +2,7 @@
 // reported of the recordings.
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -36,10 +37,39 @@ struct SegmentedRecording {
   std::optional<double> unfinished;  // s, where a motion begins that the end cuts off
 };
 
+// A recording whose time stamps show another rate than the index has.
+struct DifferingRate {
+  std::string path;
+  int found;        // samples/s, by the time stamps: these count
+  double by_index;  // samples/s
+};
+
+// What the clocks and rates of all recordings are like.
+struct SetClocks {
+  std::map<int, size_t> resampled;  // recordings that were, by their own samples/s
+  size_t recordings_with_gaps = 0;
+  size_t gaps = 0;
+  double longest_gap = 0.0;  // s
+  size_t backward = 0;
+  size_t repeats = 0;
+  std::vector<DifferingRate> differing;
+};
+
+// Recordings of a single repetition each.
+struct Repetitions {
+  size_t count = 0;
+  size_t pre_segmented = 0;
+};
+
 struct SegmentedSet {
   std::vector<SegmentedRecording> recordings;
   Provenance provenance;
-  std::string notes;  // what people should know, a line each
+  SetClocks clocks;
+  Repetitions repetitions;
+  // As the options had it.
+  bool whole_annotations = false;
+  bool gravity = true;
+  bool attitude = true;
 };
 
 // Reads and segments a set, with background recordings besides. `classes` may hold
@@ -51,13 +81,23 @@ SegmentedSet segment_set(const std::vector<SetEntry>& set,
 
 std::vector<Motion> kept_motions(const SegmentedSet& set);
 
-// The notes that say more than the rate at which the set is.
-std::vector<std::string> caveats_of(const SegmentedSet& set);
+// What became of an annotation.
+enum class AnnotationState {
+  kKept,        // a kept motion fills it
+  kUnfinished,  // the recording ends in its motion
+  kDropped,     // its motion has a verdict against it, or counts for another
+  kNoMotion,
+};
 
-// How many of which verdict and label.
-std::string summary_of(const SegmentedSet& set);
+struct AnnotationOutcome {
+  const SegmentedRecording* recording = nullptr;
+  const Annotation* annotation = nullptr;
+  AnnotationState state = AnnotationState::kNoMotion;
+  Verdict verdict =
+      Verdict::kKept;  // where dropped: of the motion most of which is in it
+};
 
-// What became of every annotation, a line each, and how many are to be recorded again.
-std::string annotations_list(const SegmentedSet& set);
+// Of all annotations of a set, in order; they point into it.
+std::vector<AnnotationOutcome> annotation_outcomes(const SegmentedSet& set);
 
 }  // namespace wgr

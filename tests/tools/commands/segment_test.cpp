@@ -31,9 +31,9 @@ TEST(SegmentCommand, CountsEveryMotionAndSaysWhatIsWrong) {
   EXPECT_EQ(run_wgr("segment /nowhere -o -").status, 2);
   const Outcome rate = run_wgr("segment " + set + " --sample-rate 100 -o -");
   EXPECT_EQ(rate.status, 0) << rate.err;
-  EXPECT_THAT(rate.err, HasSubstr("1 recordings, 100 samples/s; 1 recording of another "
-                                  "rate resampled to it by linear interpolation "
-                                  "(50 x 1)\n"));
+  EXPECT_THAT(rate.err, HasSubstr("1 recording, 100 samples/s\n1 recording of another "
+                                  "rate resampled to 100 samples/s by linear "
+                                  "interpolation (50 x 1)\n"));
   write_file(set + "/labels.csv", "file,t_start,t_end,label\nlost.csv,1,2,0\n");
   const Outcome lost = run_wgr("segment " + set + " -o -");
   EXPECT_EQ(lost.status, 2);

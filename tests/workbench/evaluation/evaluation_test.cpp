@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <map>
 
 #include "base/errors.h"
 #include "base/text.h"
@@ -304,15 +305,24 @@ TEST_F(ShortGestures, AreEvaluatedWithTheSettingsThatKeepThem) {
   EXPECT_TRUE(tried[1].chosen);
 }
 
-TEST_F(ShortGestures, AreListedWithWhatBecameOfThem) {
-  EXPECT_THAT(annotations_list(segmented({})), HasSubstr("8 of 8 annotations to be"));
-  EXPECT_THAT(annotations_list(segmented({})), HasSubstr("record again: too short"));
-  EXPECT_THAT(annotations_list(segmented({-1, -1, -10})), HasSubstr("\n0 of 8 "));
+TEST_F(ShortGestures, HaveOutcomesThatSayWhatBecameOfThem) {
+  using Outcomes = std::map<std::pair<AnnotationState, Verdict>, int>;
+  const auto outcomes = [&](const HostSettings& host) {
+    const SegmentedSet set = segmented(host);
+    Outcomes counts;
+    for (const AnnotationOutcome& outcome : annotation_outcomes(set)) {
+      ++counts[{outcome.state, outcome.verdict}];
+    }
+    return counts;
+  };
+  EXPECT_EQ(outcomes({}),
+            (Outcomes{{{AnnotationState::kDropped, Verdict::kTooShort}, 8}}));
+  EXPECT_EQ(outcomes({-1, -1, -10}),
+            (Outcomes{{{AnnotationState::kKept, Verdict::kKept}, 8}}));
   record("a.csv", rest(50) + Stream(40, gesture(20, 6.0)[0]));
-  write("labels.csv", "file,t_start,t_end,label\na.csv,1,1.7,3\n");
-  EXPECT_THAT(annotations_list(segmented({})),
-              HasSubstr("a.csv 1.000 1.700 class 3: record again: the recording ends in "
-                        "the motion"));
+  write("labels.csv", "file,t_start,t_end,label\na.csv,1,1.7,3\na.csv,0.1,0.6,3\n");
+  EXPECT_EQ(outcomes({}), (Outcomes{{{AnnotationState::kUnfinished, Verdict::kKept}, 1},
+                                    {{AnnotationState::kNoMotion, Verdict::kKept}, 1}}));
 }
 
 TEST_F(ShortGestures, CallTheLibraryAsTheyWereSegmented) {

@@ -17,7 +17,6 @@
 using namespace wgr;
 
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::SizeIs;
 
 static const Point3Df kNoBias = {0.0, 0.0, 0.0};
@@ -188,7 +187,7 @@ static SegmentedSet segment_folder(const std::string& folder,
   return segment_set(read_recording_set(folder), {}, options);
 }
 
-TEST(SegmentedSet, ReportsWhatIsOddAboutItsClocks) {
+TEST(SegmentedSet, KnowsWhatIsOddAboutItsClocks) {
   const TempDirectory set;
   const auto write = [&](const char* name, const std::vector<double>& times) {
     write_file(set.file(name), recording_text(times, rest(200)));
@@ -200,28 +199,26 @@ TEST(SegmentedSet, ReportsWhatIsOddAboutItsClocks) {
   write_file(set.file("index.csv"),
              "file,label,subject,rate_hz\n"
              "a.csv,1,,50\nb.csv,1,,40\nc.csv,1,,30\nd.csv,1,,\n");
-  EXPECT_EQ(
-      segment_folder(set.path()).notes,
-      "50 samples/s; 1 recording of another rate resampled to it by linear interpolation "
-      "(25 x 1)\n"
-      "3 gaps in the time stamps of 2 recordings, the longest 0.500 s; motions across "
-      "them are segmented as if the samples were next to each other, or filled in by the "
-      "resampling\n"
-      "irregular clocks: 1 step back, 2 repeated times\n" +
-          set.file("b.csv") +
-          ": 50 samples/s by the time stamps, 40.00 by the index; the time stamps count "
-          "(so do 1 more)\n"
-          "4 recordings of a single repetition: 0 without rest around it used whole, "
-          "through "
-          "the same rotation and trimming; 4 segmented\n");
+  const SegmentedSet odd = segment_folder(set.path());
+  EXPECT_EQ(odd.provenance.rate, 50);
+  EXPECT_THAT(odd.clocks.resampled, ElementsAre(::testing::Pair(25, 1u)));
+  EXPECT_EQ(odd.clocks.gaps, 3u);
+  EXPECT_EQ(odd.clocks.recordings_with_gaps, 2u);
+  EXPECT_DOUBLE_EQ(odd.clocks.longest_gap, 0.5);
+  EXPECT_EQ(odd.clocks.backward, 1u);
+  EXPECT_EQ(odd.clocks.repeats, 2u);
+  ASSERT_THAT(odd.clocks.differing, SizeIs(2));
+  EXPECT_EQ(odd.clocks.differing[0].path, set.file("b.csv"));
+  EXPECT_EQ(odd.clocks.differing[0].found, 50);
+  EXPECT_EQ(odd.clocks.differing[0].by_index, 40.0);
 
   write_file(set.file("index.csv"), "file,label,subject,rate_hz\na.csv,1,,\n");
   for (const char* name : {"b.csv", "c.csv"}) std::filesystem::remove(set.file(name));
   write("a.csv", stamps(0.02, {}));
-  EXPECT_EQ(
-      segment_folder(set.path()).notes,
-      "50 samples/s\n1 recording of a single repetition: 0 without rest around it used "
-      "whole, through the same rotation and trimming; 1 segmented\n");
+  const SegmentedSet even = segment_folder(set.path());
+  EXPECT_TRUE(even.clocks.resampled.empty());
+  EXPECT_TRUE(even.clocks.differing.empty());
+  EXPECT_EQ(even.clocks.gaps + even.clocks.backward + even.clocks.repeats, 0u);
 }
 
 TEST(SegmentedSet, UsesARecordingWithoutRestWhole) {
@@ -240,25 +237,10 @@ TEST(SegmentedSet, UsesARecordingWithoutRestWhole) {
   ASSERT_THAT(segmented.recordings, SizeIs(2));
   EXPECT_TRUE(segmented.recordings[0].pre_segmented);
   EXPECT_FALSE(segmented.recordings[1].pre_segmented);
-  EXPECT_THAT(segmented.notes,
-              HasSubstr("2 recordings of a single repetition: 1 without rest "
-                        "around it used whole, through the same rotation and "
-                        "trimming; 1 segmented\n"));
+  EXPECT_EQ(segmented.repetitions.count, 2u);
+  EXPECT_EQ(segmented.repetitions.pre_segmented, 1u);
   EXPECT_THAT(kept_motions(segmented), SizeIs(2));
   EXPECT_EQ(segmented.provenance.subjects, (std::vector<std::string>{"ann", "bob"}));
-  EXPECT_EQ(summary_of(segmented), "2 recordings, " + segmented.notes +
-                                       "     2 kept\n"
-                                       "     0 too short\n"
-                                       "     0 too weak\n"
-                                       "     0 starts fast\n"
-                                       "     0 ends fast\n"
-                                       "     0 not a number\n"
-                                       "     0 overlaps two annotations\n"
-                                       "     0 partly in one annotation\n"
-                                       "     1 examples of class 0, down\n"
-                                       "     1 examples of class 1, up\n"
-                                       "     0 of 2 annotations without a kept motion\n"
-                                       "0.0 s of background\n");
 }
 
 TEST(SegmentedSet, UsesAnnotationsAsTheyAre) {
@@ -280,9 +262,12 @@ TEST(SegmentedSet, UsesAnnotationsAsTheyAre) {
   EXPECT_EQ(recording.motions[0].label, 3);
   EXPECT_NE(recording.motions[1].verdict, Verdict::kKept);
   EXPECT_THAT(recording.annotation_of, ElementsAre(0, -1));
-  EXPECT_THAT(segmented.notes, HasSubstr("annotations used whole"));
-  EXPECT_THAT(summary_of(segmented),
-              HasSubstr("     1 of 2 annotations without a kept motion\n"));
+  EXPECT_TRUE(segmented.whole_annotations);
+  const std::vector<AnnotationOutcome> outcomes = annotation_outcomes(segmented);
+  ASSERT_THAT(outcomes, SizeIs(2));
+  EXPECT_EQ(outcomes[0].state, AnnotationState::kKept);
+  EXPECT_EQ(outcomes[1].state, AnnotationState::kDropped);
+  EXPECT_EQ(outcomes[1].verdict, recording.motions[1].verdict);
 
   write_file(set.file("labels.csv"), labels + "a.csv,7.125,8.25,3\n");
   EXPECT_THAT(

@@ -19,6 +19,7 @@
 #include "pages/page_data.h"
 #include "text/build_text.h"
 #include "text/recording_advice.h"
+#include "text/set_text.h"
 #include "training/model_builder.h"
 #include "training/model_findings.h"
 #include "training/model_output.h"

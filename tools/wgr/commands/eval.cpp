@@ -22,6 +22,7 @@
 #include "pages/page_data.h"
 #include "text/comparison.h"
 #include "text/evaluation_text.h"
+#include "text/set_text.h"
 #include "training/model_findings.h"
 #include "training/model_output.h"
 

@@ -12,6 +12,7 @@
 #include "output/output_plan.h"
 #include "output/standard_output.h"
 #include "segmentation/segmented_set.h"
+#include "text/set_text.h"
 #include "training/training_file.h"
 
 namespace wgr {
