@@ -43,7 +43,7 @@ Points average_onto(const std::vector<const Points*>& members, const Points& sta
   return average;
 }
 
-static size_t nearest(const Points& trace, const std::vector<Cluster>& clusters, int k) {
+size_t nearest_average(const Points& trace, const std::vector<Cluster>& clusters, int k) {
   if (clusters.size() == 1) return 0;
   TraceDistance distance(trace, k);
   size_t best = 0;
@@ -66,7 +66,7 @@ std::vector<Cluster> cluster_averages(const std::vector<const Points*>& traces,
   for (int round = 0; round < kRounds; ++round) {
     std::vector<std::vector<const Points*>> members(clusters.size());
     for (const Points* trace : traces) {
-      members[nearest(*trace, clusters, k)].push_back(trace);
+      members[nearest_average(*trace, clusters, k)].push_back(trace);
     }
     std::vector<Cluster> next;
     for (size_t c = 0; c < clusters.size(); ++c) {

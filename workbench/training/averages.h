@@ -37,6 +37,10 @@ Points average_onto(const std::vector<const Points*>& members, const Points& sta
 std::vector<Cluster> cluster_averages(const std::vector<const Points*>& traces,
                                       const ClassMatrix& matrix, size_t count, int k);
 
+// The number of the average that scores best with the trace, of equals the first. There
+// is one at least, and the trace has motion points.
+size_t nearest_average(const Points& trace, const std::vector<Cluster>& clusters, int k);
+
 // Each point a quarter of both neighbours and half of itself; those at the ends are their
 // own neighbours. Trailing points stay.
 Points smoothed(const Points& trace, int k);

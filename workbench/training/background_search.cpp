@@ -54,12 +54,12 @@ static std::vector<std::vector<Fitted>> fit_background(
 
 // Classifies the fold's examples that are nearer to a template of background as that. Of
 // equals the gesture's counts, whose templates stand first in a model.
-static void draw_away(const BackgroundSearch& given, size_t fold,
+static void draw_away(const BackgroundSearch& given, const TrainingJob& job, size_t fold,
                       const std::vector<Fitted>& background,
                       std::vector<Judged>& all_judged) {
   const auto judge = [&](size_t i) {
     const Points& trace = given.traces[i];
-    if (given.job.fold[i] != fold || motion_points(trace, given.k) == 0) return;
+    if (job.fold[i] != fold || motion_points(trace, given.k) == 0) return;
     Judged& judged = all_judged[i];
     TraceDistance distance(trace, given.k);
     for (const Fitted& t : background) {
@@ -69,23 +69,64 @@ static void draw_away(const BackgroundSearch& given, size_t fold,
       judged.label = static_cast<int>(t.class_index);
     }
   };
-  for (const std::vector<size_t>& own : given.job.own)
+  for (const std::vector<size_t>& own : job.own)
     std::for_each(own.begin(), own.end(), judge);
-  std::for_each(given.job.background.begin(), given.job.background.end(), judge);
+  std::for_each(job.background.begin(), job.background.end(), judge);
+}
+
+// Divides the background by likeness, into as many parts as there are folds: those of one
+// part are nearest to the same average.
+static std::vector<size_t> parts_of_background(const BackgroundSearch& given) {
+  const TrainingJob& job = given.job;
+  std::vector<size_t> part = job.fold;
+  const std::vector<size_t> some = most_alike_background(given, job);
+  if (some.empty()) return part;
+  std::vector<const Points*> traces;
+  for (const size_t i : some) traces.push_back(&given.traces[i]);
+  const std::vector<Cluster> kinds =
+      background_averages(traces, {job.folds}, given.k).front();
+  for (const size_t i : job.background) {
+    if (motion_points(given.traces[i], given.k) == 0) continue;
+    part[i] = nearest_average(given.traces[i], kinds, given.k);
+  }
+  return part;
+}
+
+// What thresholds accept that were set without what they judge.
+static BackgroundStep judged_step(const TrainingJob& job, const ThresholdRule& rule,
+                                  const std::vector<Judged>& judged) {
+  BackgroundStep step;
+  for (size_t fold = 0; fold < job.folds; ++fold) {
+    const TrainingJob rest = without_fold(job, fold);
+    ThresholdRule of_rest = rule;
+    if (rule.allowed && !job.background.empty()) {
+      of_rest.allowed = *rule.allowed * rest.background.size() / job.background.size();
+    }
+    const std::vector<double> thresholds =
+        thresholds_for(scores_of(rest, judged), of_rest);
+    const JudgedScores unseen = scores_of(only_fold(job, fold), judged);
+    step.accepted_of_part.push_back(unseen.right_above(thresholds));
+    step.background_of_part.push_back(unseen.background_above(thresholds));
+    step.accepted += step.accepted_of_part.back();
+    step.background_accepted += step.background_of_part.back();
+  }
+  return step;
 }
 
 FoundBackground find_background(const BackgroundSearch& given) {
-  const TrainingJob& job = given.job;
-  const size_t in_a_fold = job.background.size() * (job.folds - 1) / job.folds;
+  const size_t folds = given.job.folds;
+  const size_t in_a_fold = given.job.background.size() * (folds - 1) / folds;
   const std::vector<size_t> counts = background_counts(in_a_fold, given.wanted);
-  std::vector<std::vector<Judged>> judged(counts.size(), given.judged);
-  std::vector<std::vector<size_t>> points(counts.size(), std::vector<size_t>(job.folds));
   const bool any = counts.back() > 0;
-  share_out(any ? job.folds : 0, given.threads, [&] {
+  TrainingJob job = given.job;
+  if (any) job.fold = parts_of_background(given);
+  std::vector<std::vector<Judged>> judged(counts.size(), given.judged);
+  std::vector<std::vector<size_t>> points(counts.size(), std::vector<size_t>(folds));
+  share_out(any ? folds : 0, given.threads, [&] {
     return [&](size_t fold) {
       const auto fitted = fit_background(given, without_fold(job, fold), counts);
       for (size_t n = 0; n < counts.size(); ++n) {
-        draw_away(given, fold, fitted[n], judged[n]);
+        draw_away(given, job, fold, fitted[n], judged[n]);
         for (const Fitted& t : fitted[n])
           points[n][fold] += motion_points(t.trace, given.k);
       }
@@ -94,11 +135,10 @@ FoundBackground find_background(const BackgroundSearch& given) {
 
   FoundBackground found;
   for (size_t n = 0; n < counts.size(); ++n) {
-    const JudgedScores scores = scores_of(job, judged[n]);
-    const std::vector<double> thresholds = thresholds_for(scores, given.rule);
-    const size_t all = std::accumulate(points[n].begin(), points[n].end(), size_t{0});
-    found.steps.push_back({counts[n], all / job.folds, scores.right_above(thresholds),
-                           scores.background_above(thresholds), false});
+    found.steps.push_back(judged_step(job, given.rule, judged[n]));
+    found.steps[n].templates = counts[n];
+    found.steps[n].points =
+        std::accumulate(points[n].begin(), points[n].end(), size_t{0}) / folds;
   }
   const size_t chosen = choose_background(found.steps, given.rule.false_cost,
                                           given.rule.allowed, given.tolerance);

@@ -10,6 +10,7 @@ namespace wgr {
 
 static constexpr size_t kTried[] = {1, 2, 4, 8, 16};
 static constexpr size_t kFewestClustered = 4;  // examples for each template
+static constexpr size_t kFewestParts = 2;      // that gain by them
 
 std::vector<size_t> background_counts(size_t examples, std::optional<size_t> wanted) {
   const size_t most = examples / kFewestClustered;
@@ -46,20 +47,43 @@ double gain_of(const BackgroundStep& step, double false_cost,
          false_cost * static_cast<double>(step.background_accepted - free);
 }
 
+static bool nowhere_more(const std::vector<size_t>& counts,
+                         const std::vector<size_t>& than) {
+  return std::equal(counts.begin(), counts.end(), than.begin(), than.end(),
+                    [](size_t a, size_t b) { return a <= b; });
+}
+
+// In how many parts more gestures, or less background, are accepted than without.
+static size_t parts_gained(const BackgroundStep& step, const BackgroundStep& none) {
+  size_t gained = 0;
+  for (size_t p = 0; p < step.background_of_part.size(); ++p) {
+    gained += step.accepted_of_part[p] > none.accepted_of_part[p] ||
+              step.background_of_part[p] < none.background_of_part[p];
+  }
+  return gained;
+}
+
 size_t choose_background(const std::vector<BackgroundStep>& steps, double false_cost,
                          std::optional<size_t> allowed, double tolerance) {
-  double best = gain_of(steps.front(), false_cost, allowed);
+  const BackgroundStep& none = steps.front();
+  const double least = gain_of(none, false_cost, allowed) + tolerance;
+  const auto qualifies = [&](const BackgroundStep& step) {
+    const bool keeps_out = step.background_accepted <= allowed.value_or(0) ||
+                           nowhere_more(step.background_of_part, none.background_of_part);
+    return keeps_out && step.accepted >= none.accepted &&
+           parts_gained(step, none) >= kFewestParts &&
+           gain_of(step, false_cost, allowed) > least;
+  };
+  double best = least;
   for (const BackgroundStep& step : steps) {
-    best = std::max(best, gain_of(step, false_cost, allowed));
+    if (qualifies(step)) best = std::max(best, gain_of(step, false_cost, allowed));
   }
-  size_t chosen = steps.size();
-  for (size_t i = 0; i < steps.size(); ++i) {
-    if (gain_of(steps[i], false_cost, allowed) < best - tolerance) continue;
-    if (chosen == steps.size() || steps[i].templates < steps[chosen].templates) {
-      chosen = i;
-    }
+  // They stand in the order of their templates.
+  for (size_t i = 1; i < steps.size(); ++i) {
+    if (!qualifies(steps[i])) continue;
+    if (gain_of(steps[i], false_cost, allowed) >= best - tolerance) return i;
   }
-  return chosen;
+  return 0;
 }
 
 }  // namespace wgr

@@ -22,8 +22,9 @@ struct TrainingJob {
   std::vector<int> by_one;  // classes that a single subject or session recorded
 };
 
-// The job without what is left out in a fold.
+// The job without what is left out in a fold, and with that alone.
 TrainingJob without_fold(const TrainingJob& job, size_t fold);
+TrainingJob only_fold(const TrainingJob& job, size_t fold);
 
 // What a template was made from.
 struct TemplateSource {

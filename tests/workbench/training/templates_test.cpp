@@ -385,15 +385,43 @@ TEST(BackgroundTemplates, AreTheAveragesOfClusters) {
   expect_near(averages[2][1].trace, traces[1]);
 }
 
+static BackgroundStep step_of(size_t templates, const std::vector<size_t>& accepted,
+                              const std::vector<size_t>& background) {
+  BackgroundStep step;
+  step.templates = templates;
+  for (const size_t count : accepted) step.accepted += count;
+  for (const size_t count : background) step.background_accepted += count;
+  step.accepted_of_part = accepted;
+  step.background_of_part = background;
+  return step;
+}
+
 // Each accepted background example costs 3 right ones, but where it is allowed.
 TEST(BackgroundTemplates, TheFewestWithinTheToleranceOfTheBestAreChosen) {
-  const std::vector<BackgroundStep> steps = {{0, 0, 90, 4, false},
-                                             {2, 80, 92, 1, false},
-                                             {4, 160, 93, 1, false},
-                                             {8, 320, 93, 1, false}};
+  const std::vector<BackgroundStep> steps = {
+      step_of(0, {45, 45}, {1, 3}), step_of(2, {47, 45}, {1, 0}),
+      step_of(4, {48, 45}, {1, 0}), step_of(8, {48, 45}, {1, 0})};
   EXPECT_EQ(gain_of(steps[0], 3.0, {}), 78.0);
   EXPECT_EQ(gain_of(steps[0], 3.0, 3), 87.0);
   EXPECT_EQ(choose_background(steps, 3.0, {}, 0.0), 2u) << "of equals the fewest";
   EXPECT_EQ(choose_background(steps, 3.0, {}, 1.0), 1u);
   EXPECT_EQ(choose_background(steps, 3.0, 4, 3.0), 0u) << "all are allowed";
+}
+
+// However much the one gains, the other must not lose.
+TEST(BackgroundTemplates, AreChosenWhereNeitherRecallNorAnyBackgroundLoses) {
+  const auto chosen = [](const std::vector<size_t>& accepted,
+                         const std::vector<size_t>& background,
+                         std::optional<size_t> allowed = {}) {
+    return choose_background(
+        {step_of(0, {45, 45}, {5, 5}), step_of(1, accepted, background)}, 3.0, allowed,
+        2.0);
+  };
+  EXPECT_EQ(chosen({45, 45}, {4, 1}), 1u);
+  EXPECT_EQ(chosen({48, 46}, {5, 5}), 1u);
+  EXPECT_EQ(chosen({40, 49}, {0, 0}), 0u) << "a gesture less";
+  EXPECT_EQ(chosen({49, 45}, {6, 0}), 0u) << "more of one kind";
+  EXPECT_EQ(chosen({49, 45}, {6, 0}, 6), 1u) << "which is allowed";
+  EXPECT_EQ(chosen({46, 46}, {5, 5}), 0u) << "a gain that may be chance";
+  EXPECT_EQ(chosen({45, 45}, {5, 0}), 0u) << "one kind's alone";
 }

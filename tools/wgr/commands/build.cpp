@@ -40,7 +40,8 @@ Each class's threshold is computed from the scores of correct, wrong and backgro
 --false-positives-per-hour limits the background motions that are accepted per hour; with
 background, no threshold is lower than without it. Labels below 0 are background.
 Averages of clusters of background become templates of class 14, which is never reported, where
-cross-validation shows a gain; the report lists their cost in points (--background-templates).
+cross-validation, on kinds of background that they were not made from, shows a gain and no loss;
+the report lists their cost in points (--background-templates).
 
 The command also writes a report (.report.txt) and a manifest (.model.json) beside the model,
 unless the model is written to standard output or a device. --model-only removes those of an

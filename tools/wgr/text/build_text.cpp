@@ -51,7 +51,10 @@ static std::string text_of(const std::vector<BackgroundStep>& steps) {
                         step.accepted, step.background_accepted,
                         step.chosen ? "  <- chosen" : "");
   }
-  return text;
+  if (steps.size() == 1) return text;
+  return text +
+         "the fewest that keep out more background, of kinds that they were not made "
+         "from, or let more\ngestures through, and lose nothing\n";
 }
 
 static std::string text_of(const ClassReport& c, const Provenance& provenance) {
