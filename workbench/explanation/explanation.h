@@ -18,6 +18,7 @@
 #include "hostrun/run.h"
 #include "hostrun/totals.h"
 #include "recording/recording.h"
+#include "segmentation/model_rate.h"
 
 namespace wgr {
 
@@ -84,14 +85,15 @@ struct Settings {
 struct Explanation {
   std::string recording;
   Settings settings = {};
-  Gmodel model;                      // that was in use
-  std::string model_file;            // set before: where it is from
-  bool for_page = false;             // set before: what a page draws is kept
-  bool keep_traces = false;          // set before: so are all traces and scores
-  std::deque<double> times;          // s, of each sample
-  DrawnStream drawn;                 // the samples, for a page
-  DrawnMotions drawn_motions;        // the motions' traces, for a page
-  std::deque<Judgement> judgements;  // one for each sample
+  Gmodel model;                         // that was in use
+  std::string model_file;               // set before: where it is from
+  std::optional<OtherRate> other_rate;  // set before: than the model was built for
+  bool for_page = false;                // set before: what a page draws is kept
+  bool keep_traces = false;             // set before: so are all traces and scores
+  std::deque<double> times;             // s, of each sample
+  DrawnStream drawn;                    // the samples, for a page
+  DrawnMotions drawn_motions;           // the motions' traces, for a page
+  std::deque<Judgement> judgements;     // one for each sample
   std::vector<RestStretch> rests;
   std::vector<MotionExplanation> motions;
   std::vector<GestureEvent> events;  // as the library reported them

@@ -57,6 +57,8 @@ std::string name_of(const Principal& principal, const Verdict& verdict) {
       return name_of(verdict.diagnosis.findings[*principal.finding].id);
     case Blame::kOtherWrist:
       return "other-wrist";
+    case Blame::kModelRate:
+      return "model-rate";
     case Blame::kOtherMode:
       return "other-mode";
     case Blame::kTurnedWatch:
@@ -175,6 +177,7 @@ class Search {
 
   Found host() const;
   Found broken_stream(Sureness least) const;
+  Found model_rate() const;
   Found what_helped() const;
   Found lesser_faults() const;
   Found missed() const;
@@ -255,6 +258,23 @@ std::optional<Principal> Search::broken_stream(Sureness least) const {
     return Principal{Blame::kStream, sure, finding, trial};
   }
   return std::nullopt;
+}
+
+// Many gestures are recognised at another rate as well: it is blamed where a comparison
+// with the templates went wrong, or where nothing was expected and all were rejected.
+std::optional<Principal> Search::model_rate() const {
+  const auto rejected = [](const MotionExplanation& m) {
+    return m.cause == Ending::kBelowThreshold;
+  };
+  const bool silent = v_.expected == 0 && v_.reported == 0 &&
+                      std::any_of(e_.motions.begin(), e_.motions.end(), rejected);
+  const bool misjudged =
+      missed_by({Ending::kBelowThreshold, Circumstance::kOtherClass}) > 0;
+  if (!v_.other_rate || !(silent || misjudged || v_.unexpected_count() > 0)) {
+    return std::nullopt;
+  }
+  return Principal{Blame::kModelRate,
+                   v_.other_rate->known ? Sureness::kCertain : Sureness::kLikely};
 }
 
 std::optional<Principal> Search::helped_by_repair(size_t trial) const {
@@ -408,6 +428,7 @@ std::optional<Principal> Search::surplus() const {
 std::optional<Principal> Search::find() const {
   if (const auto found = host()) return found;
   if (const auto found = broken_stream(Sureness::kCertain)) return found;
+  if (const auto found = model_rate()) return found;
   if (const auto found = broken_stream(Sureness::kLikely)) return found;
   if (const auto found = what_helped()) return found;
   if (const auto found = lesser_faults()) return found;
@@ -428,6 +449,7 @@ Verdict judge(const Explanation& explanation, Diagnosis diagnosis,
   verdict.missed = missed_groups(explanation);
   if (!explanation.expected.empty()) verdict.unexpected = unexpected_groups(explanation);
   verdict.diagnosis = std::move(diagnosis);
+  verdict.other_rate = explanation.other_rate;
   verdict.wearer_answers = explanation.wearer_answers;
   verdict.worn = clear_wearer(explanation.wearer_answers);
   verdict.trials = std::move(trials);

@@ -5,12 +5,13 @@
 //
 //   1. the host never initialised the handle, or the model has no templates;
 //   2. the stream is broken for certain: units, axes, sensors swapped, a wrong rate, ...;
-//   3. the stream is likely broken so, unless something else helped more when tried;
-//   4. what helped most when it was tried: a repair of the stream, another model, a
+//   3. the model was built for another sample rate, and comparisons went wrong;
+//   4. the stream is likely broken so, unless something else helped more when tried;
+//   5. what helped most when it was tried: a repair of the stream, another model, a
 //      watch turned, another sensitivity, a shorter rest window;
-//   5. the stream has lesser faults, and much was missed;
-//   6. what became of most of the missed gestures;
-//   7. reports that nobody expected.
+//   6. the stream has lesser faults, and much was missed;
+//   7. what became of most of the missed gestures;
+//   8. reports that nobody expected.
 #pragma once
 
 #include <array>
@@ -30,6 +31,7 @@ enum class Blame {
   kNoTemplates,
   kStream,      // a finding of the examination
   kOtherWrist,  // the watch is on the other one than the model is for
+  kModelRate,   // the model was built for another sample rate
   kOtherMode,   // another variant of the model does much better
   kTurnedWatch,
   kTooStrict,  // the sensitivity
@@ -83,6 +85,7 @@ struct Verdict {
   std::vector<MissedGroup> missed;          // the largest first
   std::vector<UnexpectedGroup> unexpected;  // only where something was expected; likewise
   Diagnosis diagnosis;
+  std::optional<OtherRate> other_rate;        // than the model was built for
   std::array<size_t, 3> wearer_answers = {};  // left, right, undecided
   int worn = 2;                               // by these: 0 left, 1 right, 2 undecided
   std::vector<Trial> trials;                  // as run_trials() gives them, or none

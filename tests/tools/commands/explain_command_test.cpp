@@ -173,6 +173,24 @@ TEST_F(Explain, WhatIfTriesWithoutExpectations) {
   EXPECT_THAT(run_wgr("explain " + quoted_).out, Not(HasSubstr("as it is")));
 }
 
+// The model has no manifest, so it is taken to be for 50 samples/s, as the shipped ones.
+TEST_F(Explain, AnotherRateThanTheModelsIsTheFirstCauseOfARejection) {
+  install_default_model(small_model(kClass, -1e-6));
+  const std::string set = directory_.file("set");
+  ASSERT_EQ(run_wgr("synth --training '" + set +
+                    "' --persons 1 --gestures 1 --distractors 0 --sample-rate 100")
+                .status,
+            0);
+  const std::string recording = "'" + set + "/p001_free.csv'";
+  const Outcome outcome = run_wgr("explain --json " + recording);
+  ASSERT_EQ(outcome.status, 0) << outcome.err;
+  const json verdict = json::parse(outcome.out)["verdict"];
+  const std::string sentence = "The model is for 50 samples/s, and here are 100.";
+  EXPECT_THAT(verdict["headline"], HasSubstr(sentence));
+  EXPECT_EQ(verdict["principal"]["cause"], "model-rate");
+  EXPECT_THAT(run_wgr("explain " + recording).out, HasSubstr(sentence));
+}
+
 TEST_F(Explain, TheGuideHasTheRemediesOfTheProgram) {
   const std::string guide = read_file(WGR_ROOT "/docs/field-guide.md");
   for (const Remedy& remedy : remedies()) {

@@ -29,7 +29,8 @@ struct Scene {
   std::vector<Expected> expected;
   HostRunOptions host;
   std::optional<int> passed_rate;  // that the host passes
-  bool own_model = false;          // none of the six
+  std::optional<OtherRate> other_rate;
+  bool own_model = false;  // none of the six
 };
 
 struct Planted {
@@ -99,6 +100,7 @@ static Verdict verdict_of(const Scene& scene, size_t most_samples = SIZE_MAX) {
   Explanation explanation;
   explanation.recording = path;
   explanation.expected = scene.expected;
+  explanation.other_rate = scene.other_rate;
   RecordingReader reader(path);
   const Capture quiet;
   explain(host, reader, explanation,
@@ -399,6 +401,26 @@ static std::vector<const Planted*> faults_of_stream() {
 static bool is_right(const Verdict& verdict, const Planted& fault) {
   return named(verdict) == fault.verdict &&
          (fault.remedy == Change::kNone || is_remedy_first(verdict, fault.remedy));
+}
+
+// A host that uses a model for another rate may lose nothing by it.
+TEST_F(Verdicts, NameTheModelsRateWhereGesturesAreRejected) {
+  Scene scene = sound(501);
+  scene.other_rate = OtherRate{25, true};
+  EXPECT_EQ(named(verdict_of(scene, 0)), "nothing") << described(verdict_of(scene, 0));
+
+  Gmodel strict = *shipped(0, 1);
+  for (double& threshold : strict.class_thresholds) threshold = -1e-6;
+  scene.host.model = std::make_shared<const Gmodel>(strict);
+  scene.own_model = true;
+  const Verdict known = verdict_of(scene, 0);
+  EXPECT_EQ(named(known), "model-rate") << described(known);
+  EXPECT_EQ(known.principal->sure, Sureness::kCertain);
+
+  scene.other_rate->known = false;
+  EXPECT_EQ(verdict_of(scene, 0).principal->sure, Sureness::kLikely);
+  scene.other_rate.reset();
+  EXPECT_EQ(named(verdict_of(scene, 0)), "rejected");
 }
 
 // 20 of 26 were measured. In 11 s of walking gravity hardly turns from one steady moment

@@ -5,16 +5,15 @@
 #include "arguments/values.h"
 #include "base/text.h"
 #include "engine/sensitivity.h"
+#include "segmentation/model_rate.h"
 
 namespace wgr {
 
-static constexpr double kRateTolerance = 0.02;  // of the rate
-static constexpr int kShippedRate = 50;         // samples/s, of models without a manifest
-static constexpr double kStrength = 2.0;        // m/s², after init_gesture_handle()
-static constexpr double kLongestMotion = 1e6;   // samples
-static constexpr int kStrictest = 3;            // level of the sensitivity
-static constexpr int kMotionsPerSecond = 2;     // of the library's own shortest motion
-static constexpr int kWindowsPerSecond = 5;     // of its rest window
+static constexpr double kStrength = 2.0;       // m/s², after init_gesture_handle()
+static constexpr double kLongestMotion = 1e6;  // samples
+static constexpr int kStrictest = 3;           // level of the sensitivity
+static constexpr int kMotionsPerSecond = 2;    // of the library's own shortest motion
+static constexpr int kWindowsPerSecond = 5;    // of its rest window
 
 namespace {
 
@@ -96,15 +95,15 @@ void take_settings(const Provenance& built_from, const std::string& model,
 }
 
 std::string rate_difference(const std::optional<Provenance>& built_from, int rate) {
-  const bool known = built_from && built_from->rate > 0;
-  const int built_for = known ? built_from->rate : kShippedRate;
-  if (rate == 0 || std::fabs(rate - built_for) <= kRateTolerance * built_for) return "";
+  const auto other = other_rate(built_from ? built_from->rate : 0, rate);
+  if (!other) return "";
   const std::string model =
-      known ? fmt::format("the model was built for {} samples/s, not {}", built_for, rate)
-            : fmt::format(
-                  "no manifest beside the model says for which sample rate it was "
-                  "built (the shipped ones: {}), and here are {} samples/s",
-                  built_for, rate);
+      other->known ? fmt::format("the model was built for {} samples/s, not {}",
+                                 other->built_for, rate)
+                   : fmt::format(
+                         "no manifest beside the model says for which sample rate it was "
+                         "built (the shipped ones: {}), and here are {} samples/s",
+                         other->built_for, rate);
   return fmt::format(
       "{}: it recognises little at another rate; build one for {} (wgr build "
       "--sample-rate {})",

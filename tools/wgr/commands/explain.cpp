@@ -26,6 +26,7 @@
 #include "output/standard_output.h"
 #include "pages/explain_page.h"
 #include "recording/clock.h"
+#include "segmentation/model_rate.h"
 #include "text/explanation_text.h"
 #include "text/verdict_json.h"
 #include "training/model_output.h"
@@ -120,6 +121,8 @@ static Explained explain_one(ExplainArguments& given) {
   explanation.for_page = !given.page.empty();
   RecordingReader reader(given.recording, &given.limit, given.handle);
   given.host_run.rate = choose_rate(given, reader);
+  explanation.other_rate =
+      other_rate(given.built_from ? given.built_from->rate : 0, given.host_run.rate);
   separate_results(LibraryPrints::kNowhere);
   Explained made = explain_and_judge(given.host_run, reader, given.expect,
                                      std::move(explanation), examiner_options(given));

@@ -186,7 +186,7 @@ static void print_summary_text(const LogArguments& given, const LogTotals& total
   print(stdout, "samples     {}, {} of them unanswered\n", totals.samples,
         totals.unanswered);
   print(stdout, "time        {}\n", rates_text(given, totals));
-  print(stdout, "compared    {} motions", totals.compared);
+  print(stdout, "compared    {}", counted(totals.compared, "motion"));
   if (totals.compared_empty > 0) {
     print(stdout, ", {} of them with an EMPTY model: its file could not be read",
           totals.compared_empty);

@@ -100,8 +100,8 @@ static void show_text(const Gmodel& model, size_t points) {
     print(stdout, "{} is background: what is nearest to it is never reported\n",
           kNoGesture);
   }
-  print(stdout, "{} templates, {} points; traces {}, {} gravity\n",
-        model.templates.size(), points,
+  print(stdout, "{}, {}; traces {}, {} gravity\n",
+        counted(model.templates.size(), "template"), counted(points, "point"),
         model.normalize != 0 ? "scaled to unit strength" : "as they are",
         model.havegravity != 0 ? "with" : "without");
   print(stdout,
@@ -227,8 +227,8 @@ static std::string text_of(const ClassDifference& d, const std::string& first,
                         threshold_text(*d.before), threshold_text(*d.after));
   }
   if (d.gone + d.come > 0) {
-    text += fmt::format("class {}: {} templates gone, {} new, {} now\n", d.label, d.gone,
-                        d.come, d.after->templates);
+    text += fmt::format("class {}: {} gone, {} new, {} now\n", d.label,
+                        counted(d.gone, "template"), d.come, d.after->templates);
   }
   return text;
 }

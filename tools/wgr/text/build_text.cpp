@@ -60,10 +60,11 @@ static std::string text_of(const std::vector<BackgroundStep>& steps) {
 static std::string text_of(const ClassReport& c, const Provenance& provenance) {
   const std::string name = shown(class_name(c.label, provenance));
   return fmt::format(
-      "class {}{}{}: {} examples, {} templates ({}), threshold {:.4f}: {} right, "
+      "class {}{}{}: {}, {} ({}), threshold {:.4f}: {} right, "
       "{} misclassified, {} rejected{}\n",
-      c.label, name.empty() ? "" : " ", name, c.examples, c.templates, c.chosen_by,
-      c.threshold, c.right, c.misclassified, c.rejected,
+      c.label, name.empty() ? "" : " ", name, counted(c.examples, "example"),
+      counted(c.templates, "template"), c.chosen_by, c.threshold, c.right,
+      c.misclassified, c.rejected,
       c.like_background > 0 ? fmt::format(", {} like background", c.like_background)
                             : "");
 }

@@ -147,9 +147,9 @@ static std::string text_of_background(const Evaluation& result) {
   if (!rate) return "false positives: no background to count them in\n";
   return fmt::format(
       "false positives: {} in {:.3f} h of background: {:.2f} an hour, no more than "
-      "{:.1f} with 95 % confidence; {} motions reported there as like no gesture\n",
+      "{:.1f} with 95 % confidence; {} reported there as like no gesture\n",
       result.false_positives, result.background_hours, *rate,
-      *result.false_per_hour_bound(), result.rejected_outside);
+      *result.false_per_hour_bound(), counted(result.rejected_outside, "motion"));
 }
 
 static std::string bounds(size_t part, size_t whole) {
@@ -223,10 +223,11 @@ std::string text_of(const Evaluation& result, const Provenance& provenance) {
       [&](const Fold& fold) { return !(fold.host == result.folds.front().host); });
   for (size_t i = 0; result.folds.size() > 1 && i < result.folds.size(); ++i) {
     const Fold& fold = result.folds[i];
-    text += fmt::format(
-        "left out {}: {} of {} repetitions right; {} templates from {} examples{}\n",
-        shown(fold.left_out), fold.right, fold.repetitions, fold.templates, fold.examples,
-        with_settings ? "; " + settings_text(fold.host) : "");
+    text += fmt::format("left out {}: {} of {} repetitions right; {} from {}{}\n",
+                        shown(fold.left_out), fold.right, fold.repetitions,
+                        counted(fold.templates, "template"),
+                        counted(fold.examples, "example"),
+                        with_settings ? "; " + settings_text(fold.host) : "");
   }
   return text;
 }

@@ -15,7 +15,8 @@ static int rate_to_pass(double rate) { return std::max(1, nearest_int(rate)); }
 
 static FindingText short_text(const Finding& f) {
   if (f.count > 0) {
-    return {fmt::format("{} samples are too few to say anything", f.count),
+    return {fmt::format("{} too few to say anything",
+                        counted(f.count, "sample is", "samples are")),
             "record a minute"};
   }
   return {
@@ -104,8 +105,9 @@ static FindingText spike_text(const Finding& f) {
 }
 
 static FindingText clipping_text(const Finding& f) {
-  return {fmt::format("{}: {} samples are at the end of the range, {:.2f} {}", f.about,
-                      f.count, f.value, f.id == FindingId::kAccClipping ? "g" : "deg/s"),
+  return {fmt::format("{}: {} at the end of the range, {:.2f} {}", f.about,
+                      counted(f.count, "sample is", "samples are"), f.value,
+                      f.id == FindingId::kAccClipping ? "g" : "deg/s"),
           "set the sensor to a wider range; what is cut off is lost to the comparison"};
 }
 

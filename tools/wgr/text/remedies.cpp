@@ -30,6 +30,9 @@ static const std::vector<Remedy>& host_remedies() {
       {"other-wrist",
        "The model is for the other wrist than the one that wears the watch.",
        "choose the model of the wrist that wears the watch", kModel},
+      {"model-rate", "The model is for BUILT samples/s, and here are RATE.",
+       "build a model for RATE samples/s, or pass BUILT samples a second",
+       "wgr build set --sample-rate RATE -o model.xml"},
       {"other-mode", "Another variant of the model does much better.",
        "choose that variant, if it is the one for how the gestures are made", kModel},
       {"turned-watch", "The watch is worn turned on the wrist.",
@@ -205,6 +208,7 @@ struct Values {
   int mode;
   int level = 1;
   int window;
+  int built_for = 0;
   std::string unit = "another unit";
 };
 
@@ -238,6 +242,7 @@ std::string filled(const std::string& text, const Verdict& v, const Settings& se
   values.wearer = settings.wearer;
   values.mode = settings.mode;
   values.window = settings.static_window;
+  if (v.other_rate) values.built_for = v.other_rate->built_for;
   if (v.principal && v.principal->finding) {
     const Finding& finding = v.diagnosis.findings[*v.principal->finding];
     if (!finding.about.empty()) values.unit = finding.about;
@@ -252,6 +257,7 @@ std::string filled(const std::string& text, const Verdict& v, const Settings& se
   replace(made, "FACTOR", fmt::format("{:.7g}", values.factor));
   replace(made, "AXES", axes_of(values.axes, values.sensor));
   replace(made, "SENSOR", values.sensor);
+  replace(made, "BUILT", std::to_string(values.built_for));
   replace(made, "RATE", std::to_string(values.rate));
   replace(made, "BIAS", point(values.bias));
   replace(made, "WEARER", kWearerNames[values.wearer]);

@@ -89,6 +89,10 @@ std::string evidence_for(const Verdict& v, const Explanation& e) {
       return "every sample pair was rejected: the engine takes the accelerometer alone";
     case Blame::kNoTemplates:
       return "it has no templates";
+    case Blame::kModelRate:
+      return v.other_rate->known
+                 ? "the model's manifest says so"
+                 : "no manifest beside the model says so, but the shipped models are";
     case Blame::kLateStart:
       return "the wrist moves already when the recording begins";
     case Blame::kGesture:
