@@ -362,6 +362,46 @@ TEST(Kinds, AllAreComparedAndOneIsChosen) {
   }
 }
 
+// Two classes that differ in few points, a template each.
+TEST(Kinds, AreTheAveragesAsTheyAreSmoothedAndAdapted) {
+  RandomPoints random(13);
+  Gdata data;
+  data.kind = 0;
+  for (int i = 0; i < 20; ++i) {
+    Points trace = random.trace(12, RandomPoints::Kind::kGaussian);
+    for (Point3Df& p : trace) p.x += 1.0;
+    for (size_t p = 0; p < 3; ++p) trace[p].y += i % 2 == 0 ? 1.0 : -1.0;
+    data.samples.push_back({i % 2, trace});
+  }
+  const ModelBuilder builder(data, 1, true);
+  const auto built = [&](TemplateKind kind) {
+    BuildOptions options;
+    options.kind = kind;
+    options.most_templates = 1;
+    BuildReport report;
+    return builder.build(options, report).templates;
+  };
+  const auto averages = built(TemplateKind::kAverages);
+  ASSERT_THAT(averages, SizeIs(2));
+
+  std::vector<LabelledTrace> in_turn;
+  for (size_t i = 0; i < 10; ++i) {
+    for (const size_t label : {0, 1}) {
+      in_turn.push_back({label, &builder.traces()[2 * i + label]});
+    }
+  }
+  std::vector<Points> moved = {averages[0].second, averages[1].second};
+  adapt_templates(in_turn, {{0, &moved[0]}, {1, &moved[1]}}, 0);
+
+  const auto smooth = built(TemplateKind::kSmoothed);
+  const auto adapted = built(TemplateKind::kAdapted);
+  for (const size_t label : {0, 1}) {
+    expect_near(smooth[label].second, smoothed(averages[label].second, 0));
+    expect_near(adapted[label].second, moved[label]);
+    EXPECT_GT(squared_length(moved[label][0] - averages[label].second[0]), 1e-6);
+  }
+}
+
 // 4 examples at least for each template.
 TEST(BackgroundTemplates, AreAsManyAsTheExamplesAllow) {
   EXPECT_THAT(background_counts(0, {}), ElementsAre(0));
