@@ -10,13 +10,13 @@
 // A step waits for a shuffle, two minima and a sum; that is why two vectors of rows go
 // side by side, the second behind the first.
 //
-// No condition checks whether a cell is on the table's border. The row above the first is
-// a copy of the first, and the columns before the first are copies of that: the neighbour
-// that a border cell must not take then costs at least as much as the one that it must
-// take, and of equals the diagonal one is taken. The counts there are as many less as
-// columns lie between, so they come out at 0, and at -1 in the corner. Cells after the
-// last column and below the last row are filled with anything; no cell of the table
-// depends on them.
+// The first row has no choice of path: its cells are a running sum, above the bands.
+//
+// No condition checks whether a cell is in the first column. The columns before it are
+// copies of it: the neighbour that a cell must not take then costs no less than the
+// one that it must take, and of equals the diagonal one is taken. The counts there are as
+// many less as columns lie between, so they come out at 0. Cells after the last column
+// and below the last row are filled with anything; no cell of the table depends on them.
 //
 // The numbers are those of the conditions in table.h.
 #include <algorithm>
@@ -129,8 +129,7 @@ WGR_INLINE void start(const Table& table, size_t first_row, size_t ahead,
   load(borders + ahead + 1, rows.left);
   load(borders + ahead, rows.diagonal);
   load(steps, rows.left_steps);
-  if (first_row + ahead == 0) steps[0] = -2;  // a diagonal step into the corner is none
-  load(steps, rows.diagonal_steps);
+  rows.diagonal_steps = rows.left_steps;
 }
 
 // The costs of a band's cells in the first column, from the row above on.
@@ -231,24 +230,29 @@ WGR_INLINE PathEnd fill_band(const Table& given, size_t first_row, double limit,
   return front_cell<kLanes, kVectors>(upper, lower, last_row);
 }
 
-// The row above the first: a copy of it, as far as the limit.
-static size_t copy_first_row(const Table& table, double limit) {
+// As far as the limit: before which column that ends.
+static size_t fill_first_row(const Table& given, double limit) {
+  const Table table = given;  // a copy, which no store of the loop can touch
   double cost = 0.0;
   for (size_t i = 0; i < table.columns; ++i) {
     cost += table.distance(i, 0);
     if (cost > limit) return i;
     table.cost[table.at(i)] = cost;
-    table.steps[table.at(i)] = -1;
+    table.steps[table.at(i)] = i == 0 ? -1 : 0;
   }
   return table.columns;
 }
 
 template <size_t kLanes>
 WGR_INLINE PathEnd fill_table(const Table& table, double limit) {
-  // What the last cell adds is off already, but for a table that has no other.
-  Span span = {0, copy_first_row(table, limit)};
-  double border = 0.0;
-  for (size_t row = 0; span.begin < span.end;) {
+  Span span = {0, fill_first_row(table, limit)};
+  if (table.rows == 1) {
+    const size_t last = table.at(table.columns - 1);
+    return span.end < table.columns ? kGivenUp
+                                    : PathEnd{table.cost[last], table.steps[last]};
+  }
+  double border = table.distance(0, 0);
+  for (size_t row = 1; span.begin < span.end;) {
     const bool two = table.rows - row > kLanes;
     const PathEnd end = two ? fill_band<kLanes, 2>(table, row, limit, border, span)
                             : fill_band<kLanes, 1>(table, row, limit, border, span);
@@ -280,8 +284,8 @@ static Sweep choose_sweep() {
 
 PathEnd sweep(const Table& table, double limit) {
   static const Sweep chosen = choose_sweep();
-  const bool one_cell = table.columns == 1 && table.rows == 1;
-  const PathEnd end = chosen(table, one_cell ? limit : table.within(limit));  // (1)
+  const double within = table.rows == 1 ? limit : table.within(limit);  // (1)
+  const PathEnd end = chosen(table, within);
   return end.cost > limit ? kGivenUp : end;
 }
 
