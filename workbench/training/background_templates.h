@@ -10,9 +10,9 @@
 // background is divided by likeness, and each part is judged by templates and thresholds
 // that were made without it, as the gestures of a fold are. Templates are chosen where
 // they lose nothing: at least as many gestures are right as without any, in
-// no part more background is accepted, and what they gain shows in two parts at least, for
-// what was recorded together is of one kind. Of the numbers within the tolerance of the best
-// the smallest wins.
+// no part more background is accepted, and what they gain shows in two parts at least,
+// for what was recorded together is of one kind. Of the numbers within the tolerance of
+// the best the smallest wins.
 #pragma once
 
 #include <cstddef>
