@@ -105,7 +105,7 @@ std::string rate_difference(const std::optional<Provenance>& built_from, int rat
                          "built (the shipped ones: {}), and here are {} samples/s",
                          other->built_for, rate);
   return fmt::format(
-      "{}: it recognises little at another rate; build one for {} (wgr build "
+      "{}: it may recognise little at another rate; build one for {} (wgr build "
       "--sample-rate {})",
       model, rate, rate);
 }
