@@ -13,6 +13,7 @@
 #include "text/explanation_text.h"
 #include "text/verdict_json.h"
 #include "training/model_findings.h"
+#include "training/model_output.h"
 #include "verdict/explained.h"
 
 namespace wgr {
@@ -83,6 +84,7 @@ Json explain_request(const Json& request) {
   if (!request.contains("rate")) {
     host.rate = estimate_rate(reader.read_ahead(kSamplesForRate)).value_or(kAssumedRate);
   }
+  explanation.other_rate = other_rate_of(explanation.model_file, host.rate);
   Explained made =
       explain_and_judge(host, reader, given<std::string>(request, "expect", ""),
                         std::move(explanation), examiner_options(request, host));

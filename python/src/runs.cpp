@@ -13,6 +13,7 @@
 #include "text/explanation_text.h"
 #include "text/replay_report.h"
 #include "text/verdict_text.h"
+#include "training/model_output.h"
 #include "verdict/examiner.h"
 
 namespace wgr::python {
@@ -97,6 +98,7 @@ class Explained {
   Explained(const Table& samples, const ExplainOptions& options) {
     explanation_.recording = options.recording;
     explanation_.model_file = options.model_file;
+    explanation_.other_rate = other_rate_of(options.model_file, options.host.rate);
     explanation_.for_page = options.draw;
     explanation_.keep_traces = options.draw;
     for (const auto& [begin, end, label] : options.expected) {

@@ -137,4 +137,10 @@ std::optional<Provenance> provenance_of(const std::string& model) {
   return provenance_from(json.at("training_set"), path);
 }
 
+std::optional<OtherRate> other_rate_of(const std::string& model, int rate) {
+  if (model.empty()) return std::nullopt;
+  const std::optional<Provenance> built_from = provenance_of(model);
+  return other_rate(built_from ? built_from->rate : 0, rate);
+}
+
 }  // namespace wgr

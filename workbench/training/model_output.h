@@ -7,6 +7,7 @@
 
 #include "base/sha256.h"
 #include "classifier/Gmodel.h"
+#include "segmentation/model_rate.h"
 #include "segmentation/provenance.h"
 #include "training/model_builder.h"
 
@@ -36,5 +37,9 @@ JsonField manifest_fields();
 // What the model in the file was built from, by the manifest beside it; none where that
 // is missing, or of another model, which is said on standard error.
 std::optional<Provenance> provenance_of(const std::string& model);
+
+// Whether the model in the file was built for another sample rate, by that manifest.
+// Nothing is known of a model without a file.
+std::optional<OtherRate> other_rate_of(const std::string& model, int rate);
 
 }  // namespace wgr

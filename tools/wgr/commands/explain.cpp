@@ -121,8 +121,10 @@ static Explained explain_one(ExplainArguments& given) {
   explanation.for_page = !given.page.empty();
   RecordingReader reader(given.recording, &given.limit, given.handle);
   given.host_run.rate = choose_rate(given, reader);
-  explanation.other_rate =
-      other_rate(given.built_from ? given.built_from->rate : 0, given.host_run.rate);
+  if (!is_captured(given)) {
+    explanation.other_rate =
+        other_rate(given.built_from ? given.built_from->rate : 0, given.host_run.rate);
+  }
   separate_results(LibraryPrints::kNowhere);
   Explained made = explain_and_judge(given.host_run, reader, given.expect,
                                      std::move(explanation), examiner_options(given));
