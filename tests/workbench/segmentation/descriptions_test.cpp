@@ -164,6 +164,30 @@ TEST(Manifest, OfEveryBuildFitsItsTable) {
   }
 }
 
+TEST(Manifest, TellsWhetherAModelWasBuiltForAnotherRate) {
+  const TempDirectory directory;
+  const std::string model = directory.file("m.xml");
+  const std::string bytes = "a model";
+  write_file(model, bytes);
+  const auto built_for = [&](int rate) -> std::optional<std::pair<int, bool>> {
+    const auto other = other_rate_of(model, rate);
+    if (!other) return std::nullopt;
+    return std::pair(other->built_for, other->known);
+  };
+  EXPECT_EQ(built_for(50), std::nullopt);
+  EXPECT_EQ(built_for(100), std::pair(50, false)) << "as the shipped ones";
+  Provenance p;
+  p.rate = 119;
+  p.shortest = 60;
+  p.static_window = 24;
+  const ordered_json json = manifest({}, {}, p, sha256(bytes));
+  write_file(directory.file("m.model.json"), json.dump());
+  EXPECT_EQ(built_for(50), std::pair(119, true));
+  EXPECT_EQ(built_for(118), std::nullopt) << "near enough";
+  EXPECT_EQ(built_for(0), std::nullopt) << "not known";
+  EXPECT_EQ(other_rate_of("", 100), std::nullopt) << "of no file";
+}
+
 static std::string said_of_set(const std::string& table, const std::string& text) {
   const TempDirectory directory;
   write_file(directory.file("a.csv"), "t,ax,ay,az,gx,gy,gz\n0,0,0,9.8,0,0,0\n");
