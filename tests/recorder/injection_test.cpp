@@ -273,9 +273,22 @@ TEST_F(InjectionTest, NothingIsPlayedForAnInjectorThatIsGone) {
   EXPECT_EQ(broken, 1);
 }
 
+// How many sockets have the name: one that listens, and one for each connection.
+static int sockets_of(const std::string& name) {
+  std::ifstream table("/proc/net/unix");
+  int count = 0;
+  for (std::string line; std::getline(table, line);) {
+    count += line.find(name) != std::string::npos ? 1 : 0;
+  }
+  return count;
+}
+
 TEST_F(InjectionTest, HostThatEndsIsReported) {
   const std::string socket_was = socket();
+  ASSERT_EQ(sockets_of(socket_was), 1);
   std::thread killer([&] {
+    EXPECT_TRUE(comes_true([&] { return sockets_of(socket_was) > 1; }));
+    // It has connected: time to begin, which it need not take.
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     host_.kill_now();
   });

@@ -25,14 +25,14 @@ const headline = (page) => explained(page).locator('#verdict-head').first();
 async function settled(page) {
   await page.waitForFunction(() => !/Working|Trying/.test(document.querySelector('#busy').textContent),
       null, {timeout: 60_000});
-  await explained(page).locator('html[data-complete]').waitFor({timeout: 30_000});
+  await explained(page).locator('html[data-complete]').waitFor({state: 'attached', timeout: 30_000});
 }
 
 // The page as it is drawn at first, with what is tried still to come.
 async function drawn(page) {
   await page.waitForFunction(() => !/Working/.test(document.querySelector('#busy').textContent),
       null, {timeout: 60_000});
-  await explained(page).locator('html[data-complete]').waitFor({timeout: 30_000});
+  await explained(page).locator('html[data-complete]').waitFor({state: 'attached', timeout: 30_000});
 }
 
 const said = (page, text) => page.locator('#trouble', {hasText: text}).waitFor({timeout: 30_000});

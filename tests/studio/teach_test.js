@@ -144,7 +144,7 @@ const checks = {
 
   async 'a repetition is explained, and recording goes on'(page) {
     await guide.press(page, 'Look');
-    await page.frameLocator('#page').locator('html[data-ready]').waitFor({timeout: 30_000});
+    await page.frameLocator('#page').locator('html[data-ready]').waitFor({state: 'attached', timeout: 30_000});
     assert.match(await page.textContent('#shown-name'), /^circle-1\.csv/);
     await page.click('#tab-teach');
     await guide.press(page, 'Record more');
@@ -223,7 +223,7 @@ const checks = {
     const [, right, all] = /^(\d+) of (\d+) repetitions/.exec(await page.textContent('#built-said'));
     assert.equal(Number(all), kNames.size * kTaught);
     assert.ok(Number(right) >= 0.8 * Number(all), `${right}`);
-    await page.frameLocator('#model-page').locator('html[data-ready]').waitFor({timeout: 20_000});
+    await page.frameLocator('#model-page').locator('html[data-ready]').waitFor({state: 'attached', timeout: 20_000});
     execFileSync('tar', ['-xf', await saved(page), '-C', folder]);
     const shown = execFileSync(wgr, ['model', 'check', path.join(folder, 'my-gestures.xml')],
         {encoding: 'utf8'});
