@@ -130,6 +130,10 @@ void take_model(HostRunArguments& given) {
   }
 }
 
+bool is_captured(const HostRunArguments& given) {
+  return !names_model(given.model) && given.host_run.model != nullptr;
+}
+
 static int rate_for(const HostRunArguments& given, RecordingReader& reader) {
   if (given.rate) return *given.rate;
   if (given.recording == kStandardInput) {
@@ -151,8 +155,8 @@ static int rate_for(const HostRunArguments& given, RecordingReader& reader) {
 
 int choose_rate(const HostRunArguments& given, RecordingReader& reader) {
   const int rate = rate_for(given, reader);
-  const bool captured = !names_model(given.model) && given.host_run.model != nullptr;
-  warn_of_rate(given.built_from, captured ? given.recording : path_of(given.model), rate);
+  warn_of_rate(given.built_from,
+               is_captured(given) ? given.recording : path_of(given.model), rate);
   return rate;
 }
 

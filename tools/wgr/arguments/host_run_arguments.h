@@ -44,6 +44,9 @@ void check_host_run(HostRunArguments& given, OutputPlan& plan);
 // A capture has its own, and the host's own settings, where no options say otherwise.
 void take_model(HostRunArguments& given);
 
+// Whether the model is the one that a capture's host used, once it has been taken.
+bool is_captured(const HostRunArguments& given);
+
 // Adds --handle.
 void add_handle_option(CLI::App& command, std::optional<unsigned>& handle);
 

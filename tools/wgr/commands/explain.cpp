@@ -81,11 +81,6 @@ struct ExplainArguments : HostRunArguments {
 
 }  // namespace
 
-// Whether the model is the one that a capture's host used, once it has been taken.
-static bool is_captured(const ExplainArguments& given) {
-  return !names_model(given.model) && given.host_run.model != nullptr;
-}
-
 static ExaminerOptions examiner_options(const ExplainArguments& given) {
   ExaminerOptions options;
   options.diagnosis.rate = given.rate;
