@@ -1,7 +1,9 @@
 #include "training/adaptation.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <map>
 
 #include "dtw/similarity.h"
 #include "training/trace_distance.h"
@@ -10,8 +12,9 @@
 namespace wgr {
 
 static constexpr int kRounds = 20;
-static constexpr double kFirstRate = 0.2;  // falling evenly
-static constexpr double kSteepness = 4.0;  // of f(mu) = atan(4 mu) / 4
+static constexpr double kFirstRate = 0.2;   // falling evenly
+static constexpr double kSteepness = 12.0;  // of f(mu) = atan(12 mu) / 12
+static constexpr double kMostWeight = 2.0;  // longer steps would overshoot
 
 StepFactors step_factors(double own_distance, double other_distance) {
   const double sum = own_distance + other_distance;
@@ -56,11 +59,30 @@ static void adapt_to(const LabelledTrace& example, double rate,
   move_towards(*example.trace, -rate * factors.other, k, *other->trace);
 }
 
+// What an example of each class weighs: halfway between all examples alike, where large
+// classes push the templates of small ones away, and all classes alike.
+static std::map<size_t, double> class_weights(
+    const std::vector<LabelledTrace>& examples) {
+  std::map<size_t, size_t> sizes;
+  for (const LabelledTrace& example : examples) ++sizes[example.class_index];
+  const double mean =
+      static_cast<double>(examples.size()) / static_cast<double>(sizes.size());
+  std::map<size_t, double> weights;
+  for (const auto& [class_index, size] : sizes) {
+    weights[class_index] =
+        std::min(kMostWeight, std::sqrt(mean / static_cast<double>(size)));
+  }
+  return weights;
+}
+
 void adapt_templates(const std::vector<LabelledTrace>& examples,
                      const std::vector<MovedTemplate>& templates, int k) {
+  const std::map<size_t, double> weights = class_weights(examples);
   for (int round = 0; round < kRounds; ++round) {
     const double rate = kFirstRate * (kRounds - round) / kRounds;
-    for (const LabelledTrace& example : examples) adapt_to(example, rate, templates, k);
+    for (const LabelledTrace& example : examples) {
+      adapt_to(example, rate * weights.at(example.class_index), templates, k);
+    }
   }
 }
 

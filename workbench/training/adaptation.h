@@ -27,9 +27,10 @@ struct MovedTemplate {
   Points* trace;
 };
 
-// Goes through the examples in their order, several times, in ever smaller steps.
-// Distances are the classifier's scores. Without templates of two classes, or where an
-// example scores alike everything, nothing moves.
+// Goes through the examples in their order, several times, in ever smaller steps, which
+// are longer, to twice at most, for examples of classes that have few. Distances are the
+// classifier's scores. Without templates of two classes, or where an example scores alike
+// everything, nothing moves.
 void adapt_templates(const std::vector<LabelledTrace>& examples,
                      const std::vector<MovedTemplate>& templates, int k);
 

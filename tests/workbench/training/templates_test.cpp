@@ -163,11 +163,11 @@ TEST(Averages, SmoothedHaveHalfOfTheirNeighbours) {
               {{1.0, 0, 0}, {3.0, 0, 0}, {4.0, 0, 0}, {0.0, 0.0, 9.8}});
 }
 
-// d+ = 1, d- = 3: mu = -1/2, f' = 1 / (1 + 2^2), over 4^2.
+// d+ = 1, d- = 3: mu = -1/2, f' = 1 / (1 + 6^2), over 4^2.
 TEST(Adaptation, StepsByTheGradientOfTheRelativeDistance) {
   const StepFactors factors = step_factors(1.0, 3.0);
-  EXPECT_DOUBLE_EQ(factors.own, 0.2 * 3.0 / 16.0);
-  EXPECT_DOUBLE_EQ(factors.other, 0.2 * 1.0 / 16.0);
+  EXPECT_DOUBLE_EQ(factors.own, 3.0 / 16.0 / 37.0);
+  EXPECT_DOUBLE_EQ(factors.other, 1.0 / 16.0 / 37.0);
   EXPECT_EQ(step_factors(0.0, 0.0).own, 0.0);
   EXPECT_EQ(step_factors(1.0, std::numeric_limits<double>::infinity()).own, 0.0);
 }
@@ -198,6 +198,22 @@ TEST(Adaptation, PutsRightWhatAveragesMisclassify) {
   ASSERT_FALSE(takes_for_first(traces[3]));
   adapt_templates(examples, {{0, &first}, {1, &second}}, 0);
   for (size_t i = 0; i < 8; ++i) EXPECT_EQ(takes_for_first(traces[i]), i < 4) << i;
+}
+
+// Were all examples alike, 16 of the other class at 2.4 would win the only one at 2.2.
+TEST(Adaptation, SmallClassesAreNotLostToLargeOnes) {
+  const Points few[] = {{{0.0, 0.0, 0.0}}, {{2.2, 0.0, 0.0}}};
+  const Points many[] = {{{2.4, 0.0, 0.0}}, {{4.0, 0.0, 0.0}}};
+  std::vector<LabelledTrace> examples = {{0, &few[0]}, {0, &few[1]}};
+  for (size_t i = 0; i < 32; ++i) examples.push_back({1, &many[i % 2]});
+  Points small = {{1.1, 0.0, 0.0}};
+  Points large = {{3.2, 0.0, 0.0}};
+  adapt_templates(examples, {{0, &small}, {1, &large}}, 0);
+  for (const LabelledTrace& example : examples) {
+    const bool taken_for_small = dtw_similarity(*example.trace, small, 0) >
+                                 dtw_similarity(*example.trace, large, 0);
+    EXPECT_EQ(taken_for_small, example.class_index == 0) << (*example.trace)[0].x;
+  }
 }
 
 TEST(Adaptation, LeavesTemplatesOfASingleClassAlone) {
