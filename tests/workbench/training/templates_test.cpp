@@ -182,6 +182,11 @@ TEST(Adaptation, MovesPointsAlongTheWarpingPath) {
   expect_near(moved, {{0.5, 0, 0}});
 }
 
+// The class of the template that scores better with the trace, 0 or 1.
+static size_t nearer(const Points& trace, const Points& first, const Points& second) {
+  return dtw_similarity(trace, first, 0) > dtw_similarity(trace, second, 0) ? 0 : 1;
+}
+
 // Averages 0.6 and 4 part at 2.3, so 2.4 is taken for the other class.
 TEST(Adaptation, PutsRightWhatAveragesMisclassify) {
   std::vector<Points> traces;
@@ -192,12 +197,11 @@ TEST(Adaptation, PutsRightWhatAveragesMisclassify) {
   for (size_t i = 0; i < 8; ++i) examples.push_back({i / 4, &traces[i]});
   Points first = {{0.6, 0.0, 0.0}};
   Points second = {{4.0, 0.0, 0.0}};
-  const auto takes_for_first = [&](const Points& trace) {
-    return dtw_similarity(trace, first, 0) > dtw_similarity(trace, second, 0);
-  };
-  ASSERT_FALSE(takes_for_first(traces[3]));
+  ASSERT_EQ(nearer(traces[3], first, second), 1u);
   adapt_templates(examples, {{0, &first}, {1, &second}}, 0);
-  for (size_t i = 0; i < 8; ++i) EXPECT_EQ(takes_for_first(traces[i]), i < 4) << i;
+  for (const LabelledTrace& example : examples) {
+    EXPECT_EQ(nearer(*example.trace, first, second), example.class_index);
+  }
 }
 
 // Were all examples alike, 16 of the other class at 2.4 would win the only one at 2.2.
@@ -210,10 +214,23 @@ TEST(Adaptation, SmallClassesAreNotLostToLargeOnes) {
   Points large = {{3.2, 0.0, 0.0}};
   adapt_templates(examples, {{0, &small}, {1, &large}}, 0);
   for (const LabelledTrace& example : examples) {
-    const bool taken_for_small = dtw_similarity(*example.trace, small, 0) >
-                                 dtw_similarity(*example.trace, large, 0);
-    EXPECT_EQ(taken_for_small, example.class_index == 0) << (*example.trace)[0].x;
+    EXPECT_EQ(nearer(*example.trace, small, large), example.class_index);
   }
+}
+
+// By the root alone the only one would weigh as 31, and throw its template past itself, among
+// the others.
+TEST(Adaptation, TheOnlyExampleOfAClassIsNotOvershot) {
+  const Points only = {{1.0, 0.0, 0.0}};
+  const Points other = {{1.6, 0.0, 0.0}};
+  std::vector<LabelledTrace> examples(1999, {1, &other});
+  examples.push_back({0, &only});
+  Points small = {{0.4, 0.0, 0.0}};
+  Points large = other;
+  adapt_templates(examples, {{0, &small}, {1, &large}}, 0);
+  EXPECT_GT(small[0].x, 0.4);
+  EXPECT_LE(small[0].x, 1.0);
+  EXPECT_NEAR(large[0].x, 1.6, 0.1);
 }
 
 TEST(Adaptation, LeavesTemplatesOfASingleClassAlone) {
