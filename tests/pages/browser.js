@@ -189,4 +189,8 @@ async function testPages(packages, make) {
   process.exit(failures === 0 ? 0 : 1);
 }
 
-module.exports = {kWays, looksRight, skip, testPages, tooAlike};
+// A page in a frame says that it is ready, or complete, whether or not it is in view.
+const isDrawn = (frame, state = 'ready') => frame.locator(`html[data-${state}]`)
+    .waitFor({state: 'attached', timeout: 30_000});
+
+module.exports = {isDrawn, kWays, looksRight, skip, testPages, tooAlike};

@@ -6,7 +6,7 @@ const assert = require('node:assert/strict');
 const fs = require('node:fs');
 const path = require('node:path');
 
-const {kWays, looksRight, testPages} = require('../pages/browser.js');
+const {isDrawn, kWays, looksRight, testPages} = require('../pages/browser.js');
 const {Guide} = require('./guide.js');
 
 const [build, packages] = process.argv.slice(2).map((name) => path.resolve(name));
@@ -22,18 +22,14 @@ const explained = (page) => page.frameLocator('#page');
 const headline = (page) => explained(page).locator('#verdict-head').first();
 
 // The page of the newest request: the worker has answered and the frame has drawn it.
-async function settled(page) {
-  await page.waitForFunction(() => !/Working|Trying/.test(document.querySelector('#busy').textContent),
-      null, {timeout: 60_000});
-  await explained(page).locator('html[data-complete]').waitFor({state: 'attached', timeout: 30_000});
+async function settled(page, busy = /Working|Trying/) {
+  await page.waitForFunction((words) => !words.test(document.querySelector('#busy').textContent),
+      busy, {timeout: 60_000});
+  await isDrawn(explained(page), 'complete');
 }
 
 // The page as it is drawn at first, with what is tried still to come.
-async function drawn(page) {
-  await page.waitForFunction(() => !/Working/.test(document.querySelector('#busy').textContent),
-      null, {timeout: 60_000});
-  await explained(page).locator('html[data-complete]').waitFor({state: 'attached', timeout: 30_000});
-}
+const drawn = (page) => settled(page, /Working/);
 
 const said = (page, text) => page.locator('#trouble', {hasText: text}).waitFor({timeout: 30_000});
 

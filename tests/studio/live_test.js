@@ -7,7 +7,7 @@ const assert = require('node:assert/strict');
 const fs = require('node:fs');
 const path = require('node:path');
 
-const {kWays, testPages} = require('../pages/browser.js');
+const {isDrawn, kWays, testPages} = require('../pages/browser.js');
 const {Guide} = require('./guide.js');
 const {PlayedMotion, rowsOf, shake} = require('./played_motion.js');
 const {VirtualSensors} = require('./virtual_sensors.js');
@@ -108,7 +108,7 @@ const checks = {
     await page.click('#tab-live');
     await page.locator('#kept-text', {hasText: /A recording of (1[89]|[2-9]\d) s is kept/}).waitFor();
     await guide.press(page, 'Explain it');
-    await page.frameLocator('#page').locator('html[data-ready]').waitFor({state: 'attached', timeout: 30_000});
+    await isDrawn(page.frameLocator('#page'));
     assert.match(await page.frameLocator('#page').locator('#counts').textContent(), /5 reported/);
     await page.click('#tab-live');
     const [file] = await Promise.all([page.waitForEvent('download'),

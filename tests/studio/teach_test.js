@@ -9,7 +9,7 @@ const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
 
-const {kWays, looksRight, testPages} = require('../pages/browser.js');
+const {isDrawn, kWays, looksRight, testPages} = require('../pages/browser.js');
 const {Guide} = require('./guide.js');
 const {PlayedMotion, rowsOf, shake} = require('./played_motion.js');
 
@@ -144,7 +144,7 @@ const checks = {
 
   async 'a repetition is explained, and recording goes on'(page) {
     await guide.press(page, 'Look');
-    await page.frameLocator('#page').locator('html[data-ready]').waitFor({state: 'attached', timeout: 30_000});
+    await isDrawn(page.frameLocator('#page'));
     assert.match(await page.textContent('#shown-name'), /^circle-1\.csv/);
     await page.click('#tab-teach');
     await guide.press(page, 'Record more');
@@ -223,7 +223,7 @@ const checks = {
     const [, right, all] = /^(\d+) of (\d+) repetitions/.exec(await page.textContent('#built-said'));
     assert.equal(Number(all), kNames.size * kTaught);
     assert.ok(Number(right) >= 0.8 * Number(all), `${right}`);
-    await page.frameLocator('#model-page').locator('html[data-ready]').waitFor({state: 'attached', timeout: 20_000});
+    await isDrawn(page.frameLocator('#model-page'));
     execFileSync('tar', ['-xf', await saved(page), '-C', folder]);
     const shown = execFileSync(wgr, ['model', 'check', path.join(folder, 'my-gestures.xml')],
         {encoding: 'utf8'});
