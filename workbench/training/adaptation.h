@@ -29,8 +29,8 @@ struct MovedTemplate {
 
 // Goes through the examples in their order, several times, in ever smaller steps: longer
 // ones for examples of small classes, to twice as long, and shorter ones for those of
-// large. Distances are the classifier's scores. Without templates of two classes, or where
-// an example scores alike everything, nothing moves.
+// large. Distances are the classifier's scores. Without templates of two classes, or
+// where an example scores alike everything, nothing moves.
 void adapt_templates(const std::vector<LabelledTrace>& examples,
                      const std::vector<MovedTemplate>& templates, int k);
 

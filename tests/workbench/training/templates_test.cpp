@@ -218,8 +218,8 @@ TEST(Adaptation, SmallClassesAreNotLostToLargeOnes) {
   }
 }
 
-// By the root alone the only one would weigh as 31, and throw its template past itself, among
-// the others.
+// By the root alone the only one would weigh as 31, and throw its template past itself,
+// among the others.
 TEST(Adaptation, TheOnlyExampleOfAClassIsNotOvershot) {
   const Points only = {{1.0, 0.0, 0.0}};
   const Points other = {{1.6, 0.0, 0.0}};
